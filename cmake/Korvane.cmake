@@ -1,0 +1,83 @@
+# The only two ways in which this project declares targets, and the flags that all of them carry.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_AUTORCC ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release)
+endif()
+
+find_program(KORVANE_CCACHE ccache)
+if(KORVANE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${KORVANE_CCACHE})
+endif()
+
+add_library(korvane_flags INTERFACE)
+target_compile_options(korvane_flags INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+    $<$<BOOL:${KORVANE_WERROR}>:-Werror>)
+target_compile_definitions(korvane_flags INTERFACE
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
+    QT_NO_FOREACH QT_STRICT_ITERATORS QT_DISABLE_DEPRECATED_BEFORE=0x060400
+    KORVANE_VERSION="${PROJECT_VERSION}")
+if(KORVANE_SANITIZE)
+    target_compile_options(korvane_flags INTERFACE
+        -fsanitize=${KORVANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(korvane_flags INTERFACE -fsanitize=${KORVANE_SANITIZE})
+endif()
+
+# korvane_add_library(device SOURCES a.cpp … LINKS base Qt6::Core …)
+#
+# One folder of src, one static library. LINKS names folders by their bare name and foreign
+# libraries by their target.
+function(korvane_add_library name)
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
+    add_library(korvane_${name} STATIC ${arg_SOURCES})
+    target_include_directories(korvane_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(korvane_${name} PUBLIC korvane_flags)
+    korvane_link(korvane_${name} PUBLIC ${arg_LINKS})
+endfunction()
+
+# korvane_add_test(device RawReplReply [SOURCES extra.cpp …] [LINKS support …] [TIMEOUT 60])
+#
+# One test class: tests/<folder>/tst_<Class>.cpp becomes the test <folder>.<Class>.
+function(korvane_add_test folder class)
+    cmake_parse_arguments(PARSE_ARGV 2 arg "" "TIMEOUT" "SOURCES;LINKS")
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 60)
+    endif()
+    set(target tst_${class})
+    add_executable(${target} tst_${class}.cpp ${arg_SOURCES})
+    target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(${target} PRIVATE korvane_flags Qt6::Test)
+    korvane_link(${target} PRIVATE ${arg_LINKS})
+    add_test(NAME ${folder}.${class} COMMAND ${target})
+    set_tests_properties(${folder}.${class} PROPERTIES
+        LABELS ${folder}
+        TIMEOUT ${arg_TIMEOUT}
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;KORVANE_SOURCE_DIR=${PROJECT_SOURCE_DIR};${KORVANE_TEST_ENVIRONMENT}")
+endfunction()
+
+# Links bare names as this project's folders, the rest as they are.
+function(korvane_link target scope)
+    foreach(item IN LISTS ARGN)
+        if(item MATCHES "^[a-z_]+$")
+            target_link_libraries(${target} ${scope} korvane_${item})
+        else()
+            target_link_libraries(${target} ${scope} ${item})
+        endif()
+    endforeach()
+endfunction()
+
+# GCC's leak and undefined-behaviour reports should stop a test, and name what leaked.
+if(KORVANE_SANITIZE)
+    set(KORVANE_TEST_ENVIRONMENT
+        "ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1"
+        "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1"
+        "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/leaks-of-others.txt:print_suppressions=0"
+        "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
+endif()

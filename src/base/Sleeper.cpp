@@ -1,0 +1,30 @@
+#include "base/Sleeper.h"
+
+#include <utility>
+
+namespace Korvane {
+
+Sleeper::~Sleeper()
+{
+    // A sleeper that wakes here may start nothing new: it finds its object gone.
+    std::list<Nap> naps;
+    naps.swap(m_naps);
+}
+
+QCoro::Task<bool> Sleeper::sleep(std::chrono::milliseconds duration)
+{
+    Nap &nap = m_naps.emplace_back();
+    const auto position = std::prev(m_naps.end());
+    nap.timer.setSingleShot(true);
+    nap.timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&nap.timer, &QTimer::timeout, &nap.timer, [&nap] { nap.done.deliver(true); });
+    nap.timer.start(duration);
+
+    const std::optional<bool> elapsed = co_await nap.done.wait();
+    if (!elapsed)
+        co_return false;
+    m_naps.erase(position);
+    co_return true;
+}
+
+} // namespace Korvane

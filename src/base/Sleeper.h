@@ -1,0 +1,35 @@
+#pragma once
+
+#include "base/OneShot.h"
+
+#include <QCoro/QCoroTask>
+#include <QTimer>
+
+#include <chrono>
+#include <list>
+
+namespace Korvane {
+
+/// Lets the coroutines of one object sleep, and wakes them early when that object goes.
+class Sleeper final
+{
+public:
+    Sleeper() = default;
+    ~Sleeper();
+    Sleeper(const Sleeper &) = delete;
+    Sleeper &operator=(const Sleeper &) = delete;
+
+    /// Yields true after \p duration on a monotonic clock, false when the Sleeper went before: the
+    /// caller must then return without touching its object.
+    [[nodiscard]] QCoro::Task<bool> sleep(std::chrono::milliseconds duration);
+
+private:
+    struct Nap
+    {
+        QTimer timer;
+        OneShot<bool> done;
+    };
+    std::list<Nap> m_naps;
+};
+
+} // namespace Korvane
