@@ -11,9 +11,11 @@ if(NOT CMAKE_BUILD_TYPE)
     set(CMAKE_BUILD_TYPE Release)
 endif()
 
+# With paths taken from the source folder, several checkouts share what one of them has compiled.
 find_program(KORVANE_CCACHE ccache)
 if(KORVANE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${KORVANE_CCACHE})
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=true ${KORVANE_CCACHE})
 endif()
 
 add_library(korvane_flags INTERFACE)
