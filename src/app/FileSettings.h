@@ -1,0 +1,35 @@
+#pragma once
+
+#include "app/Settings.h"
+
+#include <QSettings>
+
+namespace Korvane {
+
+/// The settings in one INI file that only its owner can read, since it holds the assistant's
+/// token. What is set is on disk at once. A damaged file, or a place where no file can be, costs
+/// the stored values but nothing else: what is set then lasts until the program ends.
+class FileSettings final : public Settings
+{
+public:
+    explicit FileSettings(const QString &path = defaultPath());
+    FileSettings(const FileSettings &) = delete;
+    FileSettings &operator=(const FileSettings &) = delete;
+
+    /// In the person's configuration folder.
+    [[nodiscard]] static QString defaultPath();
+
+    [[nodiscard]] bool flag(const QString &key) const override;
+    [[nodiscard]] int number(const QString &key) const override;
+    [[nodiscard]] QString text(const QString &key) const override;
+    void setFlag(const QString &key, bool value) override;
+    void setNumber(const QString &key, int value) override;
+    void setText(const QString &key, const QString &value) override;
+
+private:
+    void store(const QString &key, const QVariant &value);
+
+    QSettings m_file;
+};
+
+} // namespace Korvane

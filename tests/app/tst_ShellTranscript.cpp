@@ -1,0 +1,196 @@
+#include "app/ShellTranscript.h"
+#include "support/ShellLines.h"
+
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QSet>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The cleaning as it is defined, on the whole text at once.
+QString cleanedByDefinition(QString text)
+{
+    static const QRegularExpression escapes(
+        uR"(\x1b(?:[@-Z\\-_]|\[[0-9;?]*[ -/]*[@-~]|\][^\x07\x1b]*(?:\x07|\x1b\\)))"_s);
+    return text.remove(escapes).replace(u"\r\n"_s, u"\n"_s).replace(u'\r', u'\n');
+}
+
+/// What the Shell shows of chunks that are printed one after the other.
+QString shown(const QStringList &chunks)
+{
+    ShellTranscript shell;
+    for (const QString &chunk : chunks)
+        shell.appendOutput(chunk);
+    shell.flushOutput();
+    return shell.replLines().isEmpty() ? QString() : shell.replLines().constLast().text;
+}
+
+QStringList characters(const QString &text)
+{
+    QStringList result;
+    for (const QChar character : text)
+        result << QString(character);
+    return result;
+}
+
+} // namespace
+
+class tst_ShellTranscript final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void cleansOutputHoweverItIsSplit_data()
+    {
+        QTest::addColumn<QString>("printed");
+        QTest::addColumn<QString>("expected");
+
+        QTest::newRow("plain") << u"hällo\n𝄞"_s << u"hällo\n𝄞"_s;
+        QTest::newRow("line ends") << u"a\r\nb\rc\n"_s << u"a\nb\nc\n"_s;
+        QTest::newRow("line ends in a row") << u"\r\r\n\n\r"_s << u"\n\n\n\n"_s;
+        QTest::newRow("colours") << u"\x1b[31mred\x1b[0m"_s << u"red"_s;
+        QTest::newRow("escape alone") << u"\x1b[?25;1 /h\x1bM"_s << QString();
+        QTest::newRow("line end around an escape") << u"a\r\x1b[K\nb"_s << u"a\nb"_s;
+        QTest::newRow("an escape that a removal makes") << u"\x1b\x1b[m[31m"_s << u"\x1b[31m"_s;
+        // "]" is in the range of two-character sequences, whose turn comes first.
+        QTest::newRow("title") << u"\x1b]0;title\x07text"_s << u"0;title\x07text"_s;
+        QTest::newRow("no final letter") << u"\x1b[31é"_s << u"\x1b[31é"_s;
+        QTest::newRow("parameters after an intermediate") << u"\x1b[ 1m"_s << u"\x1b[ 1m"_s;
+        QTest::newRow("small letter") << u"\x1bs"_s << u"\x1bs"_s;
+        QTest::newRow("never finished") << u"a\r\x1b[31"_s << u"a\n\x1b[31"_s;
+        QTest::newRow("as long as can wait") << u"\x1b["_s + QString(62, u'1') + u"mx"_s << u"x"_s;
+    }
+
+    void cleansOutputHoweverItIsSplit()
+    {
+        QFETCH(QString, printed);
+        QFETCH(QString, expected);
+        QCOMPARE(cleanedByDefinition(printed), expected);
+        QCOMPARE(shown({printed}), expected);
+        QCOMPARE(shown(characters(printed)), expected);
+        for (qsizetype at = 1; at < printed.size(); ++at)
+            QCOMPARE(shown({printed.first(at), printed.sliced(at)}), expected);
+    }
+
+    void agreesWithTheDefinitionOnRandomText()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        QRandomGenerator random(seed);
+        const QString alphabet = u"\x1b\x1b\x1b[[]\\_-@Zmc019;? /\a\r\r\n\nxé~"_s;
+        for (int round = 0; round < 20'000; ++round) {
+            QString printed;
+            QStringList chunks{QString()};
+            const auto length = random.bounded(1, 40);
+            for (int i = 0; i < length; ++i) {
+                const QChar character = alphabet[random.bounded(int(alphabet.size()))];
+                printed += character;
+                chunks.last() += character;
+                if (random.bounded(4) == 0)
+                    chunks << QString();
+            }
+            if (shown(chunks) != cleanedByDefinition(printed))
+                QFAIL(qPrintable(u"seed %1: %2"_s.arg(seed).arg(chunks.join(u'|'))));
+        }
+    }
+
+    void holdsBackNoMoreThanItSays()
+    {
+        ShellTranscript shell;
+        shell.appendOutput(u"a\x1b["_s + QString(62, u'1'));
+        QCOMPARE(describe(shell.replLines()), QStringList{u"output: a"_s});
+        shell.appendOutput(u"1"_s);
+        QCOMPARE(shell.replLines().constLast().text, u"a\x1b["_s + QString(63, u'1'));
+        const QString whole = u"\x1b["_s + QString(100'000, u'1') + u'm';
+        QCOMPARE(shown({whole}), QString());
+    }
+
+    void mergesOutputUntilAnotherLineComes()
+    {
+        ShellTranscript shell;
+        QSignalSpy added(&shell, &ShellTranscript::lineAppended);
+        QSignalSpy extended(&shell, &ShellTranscript::outputExtended);
+        shell.appendOutput(u"ab"_s);
+        const QUuid firstId = shell.replLines().constLast().id;
+        shell.appendOutput(u"cd"_s);
+        QVERIFY(shell.replLines().constLast().id != firstId);
+        shell.appendOutput(u"\x1b[0m"_s);
+        shell.appendInfo(u"note"_s);
+        shell.appendInfo(u"note"_s);
+        shell.appendOutput(u"ef\r"_s);
+        QCOMPARE(
+            describe(shell.replLines()),
+            QStringList({u"output: abcd"_s, u"info: note"_s, u"info: note"_s, u"output: ef"_s}));
+        QCOMPARE(added.size(), 4);
+        QCOMPARE(added.last().first().toLongLong(), 3);
+        QCOMPARE(extended.size(), 1);
+        QCOMPARE(extended.first().first().toString(), u"cd"_s);
+    }
+
+    void showsWhatWaitsBeforeTheNextLine_data()
+    {
+        QTest::addColumn<QStringList>("printed");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("line end") << QStringList{u"50%\r"_s} << u"output: 50%\n"_s;
+        QTest::newRow("line end alone") << QStringList{u"\r"_s} << u"output: \n"_s;
+        QTest::newRow("line end and escape")
+            << QStringList{u"a\r\x1b"_s, u"[3"_s} << u"output: a\n\x1b[3"_s;
+    }
+
+    void showsWhatWaitsBeforeTheNextLine()
+    {
+        QFETCH(QStringList, printed);
+        QFETCH(QString, expected);
+        ShellTranscript shell;
+        for (const QString &chunk : printed)
+            shell.appendOutput(chunk);
+        shell.appendError(u"end"_s);
+        shell.appendOutput(u"\nm"_s);
+        QCOMPARE(describe(shell.replLines()),
+                 QStringList({expected, u"error: end"_s, u"output: \nm"_s}));
+    }
+
+    void clearsAllButTheStartOfAnEscape()
+    {
+        ShellTranscript shell;
+        QSignalSpy cleared(&shell, &ShellTranscript::cleared);
+        shell.appendError(u"old"_s);
+        shell.appendOutput(u"text\r\x1b[3"_s);
+        shell.clear();
+        QCOMPARE(cleared.size(), 1);
+        QVERIFY(shell.replLines().isEmpty());
+        QVERIFY(!shell.lastErrorLine());
+        shell.appendOutput(u"1mnew"_s);
+        QCOMPARE(describe(shell.replLines()), QStringList{u"output: new"_s});
+    }
+
+    void findsTheLastErrorLine()
+    {
+        ShellTranscript shell;
+        for (const QString &text : {u"first"_s, u"second"_s})
+            shell.appendError(text);
+        shell.appendInfo(u"later"_s);
+        QCOMPARE(shell.lastErrorLine().value_or(QString()), u"second"_s);
+    }
+
+    void extendsTheLastLineInPlace()
+    {
+        // A copy of the line for each chunk would give it a new place in memory each time.
+        ShellTranscript shell;
+        const QString chunk(1000, u'x');
+        QSet<const QChar *> places;
+        for (int i = 0; i < 5000; ++i) {
+            shell.appendOutput(chunk);
+            places.insert(shell.replLines().constLast().text.constData());
+        }
+        QCOMPARE(shell.replLines().constLast().text.size(), 5'000'000);
+        QVERIFY2(places.size() < 100, qPrintable(QString::number(places.size())));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_ShellTranscript)
+#include "tst_ShellTranscript.moc"
