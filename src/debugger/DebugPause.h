@@ -1,0 +1,28 @@
+#pragma once
+
+#include "base/Records.h"
+
+#include <QByteArrayView>
+
+#include <optional>
+
+namespace Korvane {
+
+/// One stop of a debugged program, as the board reported it.
+struct DebugPause
+{
+    /// 1-based line of the person's source file.
+    int line = 0;
+    QList<PythonVariable> variables;
+
+    /// Reads what stands between the two marks of a pause record (docs/formats/pause-record.md).
+    /// Nothing when it is no JSON object with a whole number as its line; no variables when their
+    /// list is not as expected.
+    [[nodiscard]] static std::optional<DebugPause> fromRecord(QByteArrayView json);
+
+    /// Equal are pauses on the same line with the same names in the same order; ids differ anyway,
+    /// and types and values are for people.
+    friend bool operator==(const DebugPause &a, const DebugPause &b);
+};
+
+} // namespace Korvane
