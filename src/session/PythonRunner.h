@@ -1,0 +1,87 @@
+#pragma once
+
+#include "base/OneShot.h"
+#include "base/Records.h"
+#include "session/SessionStream.h"
+
+#include <QByteArray>
+#include <QCoro/QCoroTask>
+#include <QObject>
+#include <QStringList>
+#include <QTimer>
+
+#include <functional>
+#include <list>
+#include <memory>
+#include <optional>
+
+namespace Korvane {
+
+class PythonChild;
+
+/// The local Python session: one long-lived child process that is given one request at a time.
+///
+/// The child is started by the first request that needs it, and anew after it has ended. Callers
+/// are served in the order in which they came; each waits until its reply comes, its child ends or
+/// is replaced, or the runner goes. There is no time limit. Main thread only.
+class PythonRunner final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit PythonRunner(QStringList interpreters = defaultInterpreters(),
+                          QObject *parent = nullptr);
+    /// Callers that still wait are resumed inside the destructor and must find by their own means
+    /// that it is over. The child is not killed: it finds its commands at an end when it has
+    /// finished what it is doing. Must not run inside one of the callbacks below.
+    ~PythonRunner() override;
+
+    /// Where an interpreter is looked for, in this order.
+    [[nodiscard]] static QStringList defaultInterpreters();
+    /// "Python 3 not found. Install Python from …", without a full stop.
+    [[nodiscard]] static QString notFoundMessage();
+    /// The first candidate that exists, or an empty text. Looked up anew for each request, so that
+    /// an interpreter installed meanwhile is found.
+    [[nodiscard]] QString findPython() const;
+
+    /// Runs a whole file. An empty \p path stands for a document that was never saved; otherwise
+    /// the program runs in the folder of \p path. \p fresh empties the namespace first.
+    QCoro::Task<RunResult> run(QString code, QString path, bool fresh);
+    /// Runs one line typed into the Shell; the value of an expression is printed.
+    QCoro::Task<RunResult> runShell(QString code);
+    QCoro::Task<RunResult> readVariables();
+    /// Replaces the child at once, whatever it is doing, and yields the new one's empty table.
+    QCoro::Task<RunResult> restart();
+    /// Interrupts the request under way, if there is one. A child that has not answered 2 s later
+    /// is replaced.
+    void interrupt();
+
+    /// What the program prints, as it arrives.
+    std::function<void(const QString &)> onOutput;
+    /// What arrives on the child's standard error, read by read; ill-formed UTF-8 is replaced.
+    std::function<void(const QString &)> onErrorOutput;
+    /// Notices for the person. One about a replaced child comes before its caller is resumed.
+    std::function<void(const QString &)> onInfo;
+
+private:
+    QCoro::Task<RunResult> send(std::optional<QByteArray> request);
+    void begin(const std::optional<QByteArray> &request);
+    void release();
+    void startChild(const QString &interpreter);
+    void receiveOutput(const PythonChild *child, const QByteArray &bytes);
+    void loseChild(const QString &error);
+    void kill(const QString &notice);
+    void finish(RunResult result);
+    [[nodiscard]] bool isPending() const { return m_reply && !m_reply->isDone(); }
+
+    QStringList m_interpreters;
+    PythonChild *m_child = nullptr; // owned as a QObject's child, as are those being replaced
+    SessionStream m_stream;
+    QTimer m_watchdog;
+    bool m_isBusy = false;
+    bool m_isClosed = false;
+    std::unique_ptr<OneShot<RunResult>> m_reply;
+    std::list<OneShot<bool>> m_waiters; // in order of arrival
+};
+
+} // namespace Korvane

@@ -1,0 +1,135 @@
+#include "session/SessionProtocol.h"
+
+#include "base/Utf8.h"
+
+#include <QFile>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstring>
+
+// Outside of all namespaces, as the macro demands. Without it the linker would leave the resource
+// of this static library behind.
+static void initializeResource()
+{
+    Q_INIT_RESOURCE(session);
+}
+
+namespace Korvane::SessionProtocol {
+
+namespace {
+
+using Json = nlohmann::json;
+
+std::optional<QByteArray> line(Json request, const char *member = nullptr,
+                               const QString &text = QString())
+{
+    if (!text.isValidUtf16())
+        return std::nullopt;
+    if (member)
+        request[member] = text.toStdString();
+    return QByteArray::fromStdString(request.dump()) + '\n';
+}
+
+QString text(const Json &value)
+{
+    return Utf8::decodeLossy(QByteArrayView(value.get_ref<const std::string &>()));
+}
+
+constexpr qsizetype escapeLength = 6;
+
+/// The code unit of the escape "\uXXXX" at \p position, or nothing.
+std::optional<uint> escapedUnit(QByteArrayView body, qsizetype position)
+{
+    if (position + escapeLength > body.size())
+        return std::nullopt;
+    const QByteArrayView escape = body.sliced(position, escapeLength);
+    bool isNumber = false;
+    const uint unit = escape.sliced(2).toUInt(&isNumber, 16);
+    return escape.startsWith("\\u") && isNumber ? std::optional(unit) : std::nullopt;
+}
+
+/// Python's strings may hold halves of surrogate pairs and its JSON writer lets them through, which
+/// no strict reader accepts. U+FFFD in their place saves the rest of the reply.
+QByteArray withoutLoneSurrogates(QByteArray body)
+{
+    for (qsizetype i = body.indexOf('\\'); i >= 0; i = body.indexOf('\\', i)) {
+        const auto unit = escapedUnit(body, i);
+        if (!unit) {
+            i += 2; // the backslash and what it escapes, itself perhaps
+            continue;
+        }
+        const auto next = escapedUnit(body, i + escapeLength);
+        if (QChar::isHighSurrogate(*unit) && next && QChar::isLowSurrogate(*next)) {
+            i += 2 * escapeLength;
+            continue;
+        }
+        if (QChar::isSurrogate(*unit))
+            std::memcpy(body.data() + i, "\\ufffd", escapeLength);
+        i += escapeLength;
+    }
+    return body;
+}
+
+QList<PythonVariable> variables(const Json &reply)
+{
+    const auto rows = reply.find("vars");
+    if (rows == reply.end() || !rows->is_array())
+        return {};
+    QList<PythonVariable> variables;
+    for (const Json &row : *rows) {
+        const auto isString = [](const Json &member) { return member.is_string(); };
+        if (!row.is_object() || !std::all_of(row.begin(), row.end(), isString))
+            return {};
+        const auto member = [&row](const char *name) {
+            const auto found = row.find(name);
+            return found == row.end() ? QStringLiteral("?") : text(*found);
+        };
+        variables.append({member("name"), member("type"), member("value")});
+    }
+    return variables;
+}
+
+} // namespace
+
+QByteArray driverProgram()
+{
+    initializeResource();
+    QFile file(QStringLiteral(":/session/driver.py"));
+    const bool isThere = file.open(QIODevice::ReadOnly);
+    Q_ASSERT(isThere);
+    return isThere ? file.readAll() : QByteArray();
+}
+
+std::optional<QByteArray> execRequest(const QString &code, const QString &path, bool fresh)
+{
+    const QString shownPath = path.isEmpty() ? QStringLiteral("<untitled>") : path;
+    if (!shownPath.isValidUtf16())
+        return std::nullopt;
+    return line({{"op", "exec"}, {"path", shownPath.toStdString()}, {"fresh", fresh}}, "code",
+                code);
+}
+
+std::optional<QByteArray> shellRequest(const QString &code)
+{
+    return line({{"op", "shell"}}, "code", code);
+}
+
+std::optional<QByteArray> variablesRequest()
+{
+    return line({{"op", "vars"}});
+}
+
+RunResult parseReply(const QByteArray &body)
+{
+    const QByteArray strict = withoutLoneSurrogates(body);
+    const Json reply = Json::parse(strict.begin(), strict.end(), nullptr, false);
+    if (!reply.is_object())
+        return {QStringLiteral("Unreadable reply from the Python session"), {}};
+    const auto error = reply.find("error");
+    const bool hasError = error != reply.end() && error->is_string();
+    return {hasError ? text(*error) : QString(), variables(reply)};
+}
+
+} // namespace Korvane::SessionProtocol

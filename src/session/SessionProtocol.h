@@ -1,0 +1,33 @@
+#pragma once
+
+#include "base/Records.h"
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QString>
+
+#include <optional>
+
+/// The messages between Korvane and the driver program that runs in the Python child
+/// (docs/formats/session-protocol.md).
+namespace Korvane::SessionProtocol {
+
+/// The program that serves the requests, given to the interpreter byte for byte.
+[[nodiscard]] QByteArray driverProgram();
+
+// A request is one line of JSON with its line end. It is missing when a text holds half a
+// surrogate pair, which UTF-8 cannot carry.
+
+/// Runs a whole file; an empty \p path stands for a document that was never saved. \p fresh empties
+/// the namespace first.
+[[nodiscard]] std::optional<QByteArray> execRequest(const QString &code, const QString &path,
+                                                    bool fresh);
+[[nodiscard]] std::optional<QByteArray> shellRequest(const QString &code);
+/// Does nothing; the reply carries the variables, as every reply does.
+[[nodiscard]] std::optional<QByteArray> variablesRequest();
+
+/// Whatever \p body is, this yields a result: what is not JSON yields an error text, and a table of
+/// another shape an empty one.
+[[nodiscard]] RunResult parseReply(const QByteArray &body);
+
+} // namespace Korvane::SessionProtocol

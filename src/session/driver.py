@@ -1,0 +1,119 @@
+import sys, os, io, ast, json, types, builtins, traceback
+
+FRAME = "\x04"
+_commands = sys.stdin
+_stdout = sys.stdout
+
+# stdin is the command channel, so user code must not be able to read from it and swallow a
+# command. input() explains itself instead of hanging on an empty stream.
+sys.stdin = io.StringIO("")
+def _input(prompt=""):
+    raise RuntimeError("input() is not available here - assign the value directly in the Shell")
+builtins.input = _input
+
+NS = {}
+def _reset():
+    NS.clear()
+    NS.update({"__name__": "__main__", "__doc__": None, "__builtins__": builtins})
+_reset()
+
+# Modules, functions, classes and methods are machinery rather than data, and the old inspector
+# listing its own `import json` as a variable was pure noise.
+HIDDEN = (types.ModuleType, types.FunctionType, types.BuiltinFunctionType,
+          types.MethodType, types.BuiltinMethodType, type)
+LIMIT = 500
+
+def _repr(value):
+    try:
+        text = repr(value)
+    except Exception as exc:
+        return "<repr failed: %s>" % exc.__class__.__name__
+    return text if len(text) <= LIMIT else text[:LIMIT] + "..."
+
+def _snapshot():
+    rows = []
+    for name, value in list(NS.items()):
+        if name.startswith("_") or isinstance(value, HIDDEN):
+            continue
+        rows.append({"name": name, "type": type(value).__name__, "value": _repr(value)})
+    rows.sort(key=lambda row: row["name"])
+    return rows
+
+# This script is fed in with -c, so every frame belonging to it reports this filename. User code
+# is always compiled under its own path, "<shell>" or "<untitled>", never this.
+SELF = sys._getframe().f_code.co_filename
+
+def _traceback():
+    kind, value, tb = sys.exc_info()
+    if issubclass(kind, SyntaxError):
+        return "".join(traceback.format_exception_only(kind, value))
+    # Drop the driver's own dispatch frames from the head, so the first line shown is the user's.
+    while tb is not None and tb.tb_next is not None and tb.tb_frame.f_code.co_filename == SELF:
+        tb = tb.tb_next
+    return "".join(traceback.format_exception(kind, value, tb))
+
+def _reply(payload):
+    payload["vars"] = _snapshot()
+    # No trailing newline: the two FRAME bytes delimit this on their own, and a newline written
+    # here would arrive in a later read than the frame and be mistaken for program output.
+    _stdout.write(FRAME + json.dumps(payload) + FRAME)
+    _stdout.flush()
+
+def _exec_file(code, path, fresh):
+    if fresh:
+        _reset()
+    folder = os.path.dirname(os.path.abspath(path)) if path and path != "<untitled>" else ""
+    if folder and os.path.isdir(folder):
+        # Match how `python3 file.py` behaves: run from the file's own directory with it on the
+        # import path, so sibling modules and relative paths resolve.
+        os.chdir(folder)
+        if folder in sys.path:
+            sys.path.remove(folder)
+        sys.path.insert(0, folder)
+    NS["__file__"] = path
+    exec(compile(code, path, "exec"), NS)
+
+def _exec_shell(code):
+    try:
+        parsed = ast.parse(code, mode="eval")
+    except SyntaxError:
+        exec(compile(code, "<shell>", "exec"), NS)
+        return
+    value = eval(compile(parsed, "<shell>", "eval"), NS)
+    if value is not None:
+        NS["_"] = value
+        print(_repr(value))
+
+while True:
+    line = _commands.readline()
+    if not line:
+        break
+    try:
+        message = json.loads(line)
+    except ValueError:
+        continue
+    op = message.get("op")
+    payload = {}
+    try:
+        if op == "exec":
+            _exec_file(message.get("code", ""), message.get("path") or "<untitled>",
+                       bool(message.get("fresh")))
+        elif op == "shell":
+            _exec_shell(message.get("code", ""))
+        elif op == "reset":
+            _reset()
+        elif op != "vars":
+            payload["error"] = "Unknown command: %r" % (op,)
+    except KeyboardInterrupt:
+        payload["error"] = "KeyboardInterrupt\n"
+    except SystemExit as exc:
+        # The program asked to quit; the session stays up so its variables can still be read.
+        if exc.code not in (None, 0):
+            payload["error"] = "SystemExit: %s\n" % (exc.code,)
+    except BaseException:
+        payload["error"] = _traceback()
+    try:
+        sys.stdout.flush()
+    except Exception:
+        pass
+    _reply(payload)
