@@ -3,19 +3,21 @@
 #include "app/Documents.h"
 #include "app/ShellTranscript.h"
 #include "app/VariablesFlow.h"
+#include "base/Lifetime.h"
+#include "debugger/DebugSession.h"
+#include "debugger/ProgramRun.h"
+#include "device/DeviceLink.h"
+#include "session/PythonRunner.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
 
+#include <functional>
 #include <memory>
 
 namespace Korvane {
 
 class AssistantServer;
-class DebugSession;
-class DeviceLink;
-class ProgramRun;
-class PythonRunner;
 class Settings;
 
 /// The one owner of all state that views and tools show and change. It is made once, before the
@@ -24,7 +26,7 @@ class Settings;
 /// Most of the state lives in its parts, each with its own change signals. What is left here are
 /// the few fields without a part, the start-up order, the wiring of the parts and the operations
 /// that cross them. Main thread only.
-class AppState final : public QObject
+class AppState final : public QObject, private DeviceLinkClient
 {
     Q_OBJECT
 
@@ -32,22 +34,35 @@ public:
     enum class BottomTab { Shell, Variables };
     enum class SidebarTab { Local, Device };
 
-    /// What the outside brings; tests bring their own.
-    struct Dependencies;
+    /// What comes from outside; tests bring their own.
+    struct Dependencies
+    {
+        /// Borrowed; must outlive the AppState.
+        Settings &settings;
+        QStringList interpreters = PythonRunner::defaultInterpreters();
+        SerialPortManager::Roots serialRoots = {};
+        /// Makes the server for the assistant, which borrows the AppState. Without it there is
+        /// none.
+        std::function<std::unique_ptr<AssistantServer>(AppState &)> makeServer = {};
+    };
 
     explicit AppState(Dependencies dependencies, QObject *parent = nullptr);
+    /// Nothing is saved or sent. Whoever still waits for the board or the local session is resumed
+    /// and ends without a trace.
     ~AppState() override;
+    AppState(const AppState &) = delete;
+    AppState &operator=(const AppState &) = delete;
 
-    [[nodiscard]] ShellTranscript &shell();
-    [[nodiscard]] Documents &documents();
-    [[nodiscard]] PythonRunner &runner();
-    [[nodiscard]] DeviceLink &link();
-    [[nodiscard]] ProgramRun &programRun();
-    [[nodiscard]] DebugSession &debugSession();
-    [[nodiscard]] VariablesFlow &variablesFlow();
-    [[nodiscard]] Settings &settings();
-    /// Null when the program was built up without one.
-    [[nodiscard]] AssistantServer *assistantServer();
+    [[nodiscard]] Settings &settings() { return m_settings; }
+    [[nodiscard]] ShellTranscript &shell() { return m_shell; }
+    [[nodiscard]] Documents &documents() { return m_documents; }
+    [[nodiscard]] PythonRunner &runner() { return m_runner; }
+    [[nodiscard]] DeviceLink &link() { return m_link; }
+    [[nodiscard]] ProgramRun &programRun() { return m_programRun; }
+    [[nodiscard]] DebugSession &debugSession() { return m_debugSession; }
+    [[nodiscard]] VariablesFlow &variablesFlow() { return m_variablesFlow; }
+    /// Null when none is made.
+    [[nodiscard]] AssistantServer *assistantServer() { return m_assistantServer.get(); }
 
     /// Runs the selected document, saved or not: in the local session, or on the board when one is
     /// connected. Nothing happens for an empty one. The task may be dropped: it ends by itself, at
@@ -90,12 +105,42 @@ signals:
     void mcpRunningChanged();
 
 private:
+    // DeviceLinkClient
+    [[nodiscard]] bool deviceProgramRunning() const override;
+    [[nodiscard]] bool isPausedAtBreakpoint() const override;
+    void deviceReaderStarting() override;
+    void handleDeviceData(const QByteArray &chunk) override;
+    void deviceConnected() override;
+    void flushDeviceStream() override;
+    void deviceLinkEnded() override;
+
+    void wireRunner();
+    void wireBoard();
+    void warnWithoutPython();
+    QCoro::Task<void> runLocally(EditorFile file);
+    QCoro::Task<void> runShellLocally(QString command);
+    void finishLocally(const RunResult &result);
+    void setRunning(bool isRunning);
+
     bool m_isRunning = false;
     BottomTab m_bottomTab = BottomTab::Shell;
     SidebarTab m_sidebarTab = SidebarTab::Local;
     QString m_localWorkingDir;
     int m_localFilesVersion = 0;
     bool m_mcpRunning = false;
+
+    // What is used by others stands above them, and so outlives them.
+    Settings &m_settings;
+    ShellTranscript m_shell;
+    Documents m_documents{m_shell};
+    PythonRunner m_runner;
+    DeviceLink m_link;
+    ProgramRun m_programRun{m_link, m_shell};
+    DebugSession m_debugSession{m_programRun, m_shell};
+    VariablesFlow m_variablesFlow{m_runner, m_link, m_programRun, m_shell};
+    std::unique_ptr<AssistantServer> m_assistantServer;
+    QObject m_wiring; // context of the connections to the parts: none fires while they are going
+    Lifetime m_life;
 };
 
 } // namespace Korvane

@@ -1,0 +1,217 @@
+#include "app/AppState.h"
+
+#include "app/AssistantServer.h"
+#include "app/Settings.h"
+
+#include <QDir>
+
+#include <utility>
+
+namespace Korvane {
+
+AppState::AppState(Dependencies dependencies, QObject *parent)
+    : QObject(parent)
+    , m_localWorkingDir(QDir::homePath())
+    , m_settings(dependencies.settings)
+    , m_runner(std::move(dependencies.interpreters))
+    , m_link(m_shell, std::move(dependencies.serialRoots))
+{
+    m_link.setClient(this);
+    wireBoard();
+    m_documents.newFile();
+    m_link.refreshPorts();
+    m_shell.appendInfo(QStringLiteral("Korvane — connect a device or run Python locally."));
+    warnWithoutPython();
+    wireRunner();
+    if (dependencies.makeServer)
+        m_assistantServer = dependencies.makeServer(*this);
+    if (m_assistantServer && m_settings.flag(Settings::serverEnabled))
+        m_assistantServer->start();
+}
+
+AppState::~AppState() = default;
+
+QCoro::Task<void> AppState::runCurrentFile()
+{
+    const EditorFile *selected = m_documents.selectedFile();
+    if (!selected || selected->content.isEmpty())
+        co_return;
+    EditorFile file = *selected;
+    setRunning(true);
+    if (m_link.connectionState().isConnected()) {
+        m_programRun.runOnDeviceStreamed(file.content);
+        setRunning(false);
+        co_return;
+    }
+    co_await runLocally(std::move(file));
+}
+
+void AppState::stopRun()
+{
+    if (m_link.connectionState().isConnected())
+        m_link.serial().write("\x03");
+    else
+        m_runner.interrupt();
+    setRunning(false);
+}
+
+void AppState::submitShell(const QString &command)
+{
+    if (command.isEmpty())
+        return;
+    m_shell.appendLine(QStringLiteral(">>> ") + command, REPLLine::Kind::Input);
+    if (!m_link.connectionState().isConnected())
+        runShellLocally(command);
+    else if (command.isValidUtf16())
+        m_link.serial().write((command + QStringLiteral("\r\n")).toUtf8());
+}
+
+void AppState::setBottomTab(BottomTab tab)
+{
+    if (std::exchange(m_bottomTab, tab) != tab)
+        emit bottomTabChanged();
+}
+
+void AppState::setSidebarTab(SidebarTab tab)
+{
+    if (std::exchange(m_sidebarTab, tab) != tab)
+        emit sidebarTabChanged();
+}
+
+void AppState::setLocalWorkingDir(const QString &path)
+{
+    if (std::exchange(m_localWorkingDir, path) != path)
+        emit localWorkingDirChanged();
+}
+
+void AppState::reloadLocalFiles()
+{
+    ++m_localFilesVersion;
+    emit localFilesVersionChanged();
+}
+
+void AppState::setMcpRunning(bool running)
+{
+    if (std::exchange(m_mcpRunning, running) != running)
+        emit mcpRunningChanged();
+}
+
+QString AppState::variablesCaption() const
+{
+    if (const auto line = m_debugSession.pausedAt())
+        return QStringLiteral("stopped at line %1").arg(*line);
+    if (m_link.connectionState().isConnected())
+        return m_link.connectionState().port();
+    return QStringLiteral("local Python");
+}
+
+bool AppState::deviceProgramRunning() const
+{
+    return m_programRun.deviceProgramRunning();
+}
+
+bool AppState::isPausedAtBreakpoint() const
+{
+    return m_debugSession.pausedAt().has_value();
+}
+
+void AppState::deviceReaderStarting()
+{
+    m_programRun.clearStream();
+}
+
+void AppState::handleDeviceData(const QByteArray &chunk)
+{
+    m_programRun.handleDeviceData(chunk);
+}
+
+void AppState::deviceConnected()
+{
+    setSidebarTab(SidebarTab::Device);
+}
+
+void AppState::flushDeviceStream()
+{
+    m_programRun.flushStream();
+}
+
+void AppState::deviceLinkEnded()
+{
+    m_debugSession.reset();
+    m_programRun.reset();
+}
+
+void AppState::wireRunner()
+{
+    // The runner may still have something to say while this is going.
+    m_runner.onOutput = [this, life = m_life.watch()](const QString &text) {
+        if (life)
+            m_shell.appendOutput(text);
+    };
+    m_runner.onErrorOutput = [this, life = m_life.watch()](const QString &text) {
+        if (life)
+            m_shell.appendError(text);
+    };
+    m_runner.onInfo = [this, life = m_life.watch()](const QString &text) {
+        if (life)
+            m_shell.appendInfo(text);
+    };
+}
+
+void AppState::wireBoard()
+{
+    connect(&m_programRun, &ProgramRun::replyWhole, &m_wiring, [this] {
+        m_shell.flushOutput();
+        // Also takes the board out of the raw REPL, where the Shell would get no answer.
+        m_variablesFlow.refreshVariables();
+    });
+    connect(&m_programRun, &ProgramRun::gaveUp, &m_wiring, [this] { setRunning(false); });
+    connect(&m_debugSession, &DebugSession::paused, &m_wiring, [this](const DebugPause &pause) {
+        m_variablesFlow.setVariables(pause.variables);
+        setBottomTab(BottomTab::Variables);
+    });
+}
+
+void AppState::warnWithoutPython()
+{
+    if (m_runner.findPython().isEmpty()) {
+        m_shell.appendInfo(QStringLiteral("⚠️  ") + PythonRunner::notFoundMessage()
+                           + QStringLiteral(" or via Homebrew."));
+    }
+}
+
+QCoro::Task<void> AppState::runLocally(EditorFile file)
+{
+    const auto life = m_life.watch();
+    m_shell.appendInfo(QStringLiteral("▶ Running %1…").arg(file.name));
+    const RunResult result = co_await m_runner.run(file.content, file.path, true);
+    if (!life)
+        co_return;
+    finishLocally(result);
+    m_shell.appendInfo(QStringLiteral("▶ Done."));
+    setRunning(false);
+}
+
+QCoro::Task<void> AppState::runShellLocally(QString command)
+{
+    const auto life = m_life.watch();
+    const RunResult result = co_await m_runner.runShell(command);
+    if (life)
+        finishLocally(result);
+}
+
+void AppState::finishLocally(const RunResult &result)
+{
+    m_shell.flushOutput();
+    if (!result.error.isEmpty())
+        m_shell.appendError(result.error);
+    m_variablesFlow.setVariables(result.variables);
+}
+
+void AppState::setRunning(bool isRunning)
+{
+    if (std::exchange(m_isRunning, isRunning) != isRunning)
+        emit isRunningChanged();
+}
+
+} // namespace Korvane
