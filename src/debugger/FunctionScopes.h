@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringView>
+
+#include <vector>
+
+namespace Korvane {
+
+struct PythonSource;
+
+/// Tells, while a source is walked through from top to bottom, which local names the function
+/// around the current line has bound so far. Each line costs the same, however long the function.
+///
+/// For each line on which a statement or header starts, in order: `enter` it, ask, `leave` it.
+class FunctionScopes final
+{
+public:
+    /// Borrows \p source.
+    explicit FunctionScopes(const PythonSource &source)
+        : m_source(source)
+    {
+    }
+
+    /// Ends the blocks that the line \p index (from 0) is not in.
+    void enter(qsizetype index);
+    /// The local names so far, each with a function that yields its value, as a Python dictionary:
+    /// "{'a':lambda:a}". The 30 first, parameters before all others; "{}" at module level.
+    [[nodiscard]] const QString &thunkMap() const;
+    /// Notes what the line binds, and opens the block that it may be the header of.
+    void leave(qsizetype index);
+
+private:
+    struct Function
+    {
+        void addLocal(QStringView name);
+        void bind(QStringView name);
+
+        /// What the names of the parameters are parts of.
+        QString header;
+        QList<QStringView> locals;
+        QString thunkMap = QStringLiteral("{}");
+        /// Those bound on lines of the body, for the function around this one.
+        QList<QStringView> bound;
+    };
+    struct Block
+    {
+        int indent;
+        bool isFunction;
+    };
+
+    [[nodiscard]] Function functionOf(qsizetype header) const;
+
+    const PythonSource &m_source;
+    /// The lines around the current one, each indented deeper than the one before.
+    std::vector<Block> m_blocks;
+    /// Those of the blocks that are functions.
+    std::vector<Function> m_functions;
+};
+
+} // namespace Korvane

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+namespace Korvane {
+
+/// A program rewritten so that it can be stopped: each statement line first asks whether to call
+/// the breakpoint helper. Every statement stays on its own line, so that the board's line numbers
+/// are the person's. Making it never fails; what did not go as asked is in `notes`.
+struct InstrumentedRun
+{
+    /// \p breakpoints are 1-based lines; those that can't hold a stop move down or are ignored.
+    InstrumentedRun(const QString &userSource, const QSet<int> &breakpoints);
+
+    /// The rewritten program, its lines joined by "\n"; the user's as it is when nothing in it can
+    /// be stopped at.
+    QString source;
+    /// 1-based lines on which a breakpoint is armed.
+    QSet<int> activeLines;
+    /// 1-based lines at which the program can stop.
+    QSet<int> steppableLines;
+    /// What the person should know, in the order of the breakpoints.
+    QStringList notes;
+    qsizetype originalBytes;
+    qsizetype instrumentedBytes;
+};
+
+} // namespace Korvane

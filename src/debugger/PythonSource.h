@@ -1,0 +1,61 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QStringView>
+
+#include <optional>
+
+namespace Korvane {
+
+/// What each physical line of a Python file is to the debugger. A fast, approximate scan, not a
+/// parser: it knows indentation, comments, strings, brackets, backslash joins, and block headers by
+/// their first word.
+struct PythonSource
+{
+    enum class Role {
+        /// Nothing, white space or a comment.
+        Blank,
+        /// A simple statement starts here.
+        Statement,
+        /// The header of a block, or a decorator, starts here.
+        CompoundHeader,
+        /// More of a statement or header that started above.
+        Continuation,
+    };
+
+    explicit PythonSource(QString text);
+
+    /// A statement or a header starts on the line \p index (from 0).
+    [[nodiscard]] bool isStart(qsizetype index) const
+    {
+        return roles[index] == Role::Statement || roles[index] == Role::CompoundHeader;
+    }
+
+    // One element for each line. A line end at the end of the text is followed by an empty line; a
+    // carriage return counts as a line end only in front of a line feed.
+    QStringList lines;
+    QList<Role> roles;
+    /// How many blanks and tabs lead the line; a tab counts as one.
+    QList<int> indents;
+
+    // What else is to be read off a line. The results are parts of the argument.
+
+    /// Without the blanks and tabs at both ends; other white space stays.
+    [[nodiscard]] static QStringView trimmed(QStringView text);
+    /// The letters, digits and underscores that \p text begins with.
+    [[nodiscard]] static QStringView leadingIdentifier(QStringView text);
+    /// Whether \p text is a name that can be bound: an identifier, and no keyword.
+    [[nodiscard]] static bool isName(QStringView text);
+    /// Whether a line that begins with \p word is the header of a block.
+    [[nodiscard]] static bool isBlockKeyword(QStringView word);
+    /// What stands in front of the first "#" outside quotes. Knows no escapes.
+    [[nodiscard]] static QStringView withoutComment(QStringView line);
+    /// The pieces between the commas that are outside brackets, less those that are empty or white.
+    [[nodiscard]] static QList<QStringView> splitTopLevelCommas(QStringView text);
+    /// Where the first "=" is that is outside quotes and brackets, and no part of a comparison.
+    [[nodiscard]] static std::optional<qsizetype> findAssignment(QStringView statement);
+};
+
+} // namespace Korvane

@@ -1,0 +1,292 @@
+#include "debugger/InstrumentedRun.h"
+
+#include "debugger/PythonSource.h"
+
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Role = PythonSource::Role;
+
+QString stop(qsizetype line, const QString &thunks)
+{
+    return u"(_dstep or %1 in _dbrk) and _bp(%1, locals(), {%2}); "_s.arg(line).arg(thunks);
+}
+
+QString thunks(const QStringList &names)
+{
+    QStringList parts;
+    for (const QString &name : names)
+        parts << u"'%1':lambda:%1"_s.arg(name);
+    return parts.join(u',');
+}
+
+// The rules once more, the slow way: for each line, look at all lines above it.
+
+qsizetype slowEnclosingFunction(const PythonSource &source, qsizetype line)
+{
+    int level = source.indents[line];
+    for (qsizetype i = line - 1; i >= 0; --i) {
+        if (!source.isStart(i) || source.indents[i] >= level)
+            continue;
+        const QString code = source.lines[i].trimmed();
+        if (code.startsWith(u"def ") || code.startsWith(u"async "))
+            return i;
+        level = source.indents[i];
+    }
+    return -1;
+}
+
+QStringList slowTargets(QString code)
+{
+    code = PythonSource::withoutComment(code).toString().trimmed();
+    QString targets;
+    if (code.contains(u" as "))
+        targets = code.section(u" as "_s, 1).section(u':', 0, 0);
+    const QString word = PythonSource::leadingIdentifier(code).toString();
+    const auto assignment = PythonSource::findAssignment(code);
+    if (word == u"for"_s && code.contains(u" in "))
+        targets += u',' + code.section(u"for "_s, 1).section(u" in "_s, 0, 0);
+    else if (!PythonSource::isBlockKeyword(word) && assignment)
+        targets += u',' + code.left(*assignment).section(u':', 0, 0).remove(u'+');
+    return targets.split(u',');
+}
+
+QStringList slowLocals(const PythonSource &source, qsizetype function, qsizetype line)
+{
+    QString header = source.lines[function];
+    for (qsizetype i = function + 1; source.roles[i] == Role::Continuation; ++i)
+        header += source.lines[i];
+    QStringList names;
+    for (const QString &piece : header.section(u'(', 1).section(u"):"_s, 0, 0).split(u','))
+        names << piece.section(u':', 0, 0).section(u'=', 0, 0).remove(u'*');
+    names.removeIf([](const QString &name) { return name.trimmed() == u"self"; });
+    for (qsizetype i = function + 1; i < line; ++i) {
+        if (source.isStart(i))
+            names += slowTargets(source.lines[i]);
+    }
+    QStringList kept;
+    for (const QString &name : std::as_const(names)) {
+        const QString local = name.trimmed();
+        if (PythonSource::isName(local) && !local.startsWith(u'_') && !kept.contains(local))
+            kept << local;
+    }
+    return kept.first(qMin(30, kept.size()));
+}
+
+QString slowlyInstrumented(const QString &text)
+{
+    const PythonSource source(text);
+    QStringList lines = source.lines;
+    for (qsizetype i = 0; i < lines.size(); ++i) {
+        if (source.roles[i] != Role::Statement)
+            continue;
+        const qsizetype function = slowEnclosingFunction(source, i);
+        const QStringList names = function < 0 ? QStringList() : slowLocals(source, function, i);
+        lines[i].insert(source.indents[i], stop(i + 1, thunks(names)));
+    }
+    return lines.join(u'\n');
+}
+
+QString randomSource(QRandomGenerator &random)
+{
+    static const QStringList lines{u"def f(a, b: int = 1, *c, self, **d):"_s,
+                                   u"def g(self, a, # x\n  e=(1, 2)):"_s,
+                                   u"async def h(x):"_s,
+                                   u"class K(a):"_s,
+                                   u"if a == b:"_s,
+                                   u"for i, (j, k) in z: # in"_s,
+                                   u"with o as p, q: pass"_s,
+                                   u"import m as n, r"_s,
+                                   u"s: str = ' as in, it'"_s,
+                                   u"x, y[0], _z = f(a=1)"_s,
+                                   u"t += u"_s,
+                                   u"print('''\nw = 1\n''')"_s,
+                                   u"# comment"_s,
+                                   u""_s,
+                                   u"@decorated"_s,
+                                   u"v = \\\n  1"_s};
+    QStringList text;
+    const int count = random.bounded(1, 120);
+    for (int i = 0; i < count; ++i) {
+        const bool isNumbered = random.bounded(3) == 0;
+        const QString line =
+            isNumbered ? u"v%1 = 0"_s.arg(random.bounded(80)) : lines[random.bounded(lines.size())];
+        text << QString(random.bounded(7), u' ') + line;
+    }
+    return text.join(u'\n');
+}
+
+} // namespace
+
+class tst_InstrumentedRun final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // In the expected text, "«a,b»" stands for the stop of that line with these names.
+    void rewritesStatementLines_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char *name, const char *text, const char *expected) {
+            QTest::newRow(name) << QString::fromUtf8(text) << QString::fromUtf8(expected);
+        };
+        row("module level", "x = 1\n\tif x:\n\t  y\n", "«»x = 1\n\tif x:\n\t  «»y\n");
+        row("line ends", "x\r\ny\rz\r\n", "«»x\n«»y\rz\n");
+        row("a name from the next line on", "def f(a):\n x = 1\n x",
+            "def f(a):\n «a»x = 1\n «a,x»x");
+        row("all kinds of parameters", "def f(self, a: int = 1, *args, b=(1, 2), *, /, **kw):\n x",
+            "def f(self, a: int = 1, *args, b=(1, 2), *, /, **kw):\n «a,args,b,kw»x");
+        row("parameters over lines", "def f(a,\n  b = [\n1], c=')'\n):\n x",
+            "def f(a,\n  b = [\n1], c=')'\n):\n «a,b,c»x");
+        row("no parameters", "def f():\n x\ndef g:\n y", "def f():\n «»x\ndef g:\n «»y");
+        row("comments among parameters hide the next", "def f(a, # b\n c):\n x",
+            "def f(a, # b\n c):\n «a»x");
+        row("all kinds of binding",
+            "def f():\n import a as b\n for c, d in e:\n  with f as g: # h = 1\n   i: int = 1\n"
+            "   j += 1\n   k[0], l.m, (n, o), p = q = 1\n   x",
+            "def f():\n «»import a as b\n for c, d in e:\n  with f as g: # h = 1\n   «b,c,d,g»i: "
+            "int "
+            "= 1\n   «b,c,d,g,i»j += 1\n   «b,c,d,g,i,j»k[0], l.m, (n, o), p = q = 1\n"
+            "   «b,c,d,g,i,j,p»x");
+        row("keywords and private names", "def f(_a):\n s = ' as in, it'\n _b = None = c = 1\n x",
+            "def f(_a):\n «»s = ' as in, it'\n «s»_b = None = c = 1\n «s»x");
+        row("a string with one name in it", "def f():\n s = ' as in, it,'\n x",
+            "def f():\n «»s = ' as in, it,'\n «it,s»x");
+        row("a class is no function", "class A:\n x = 1\n def f(self, a):\n  y = 1\n z",
+            "class A:\n «»x = 1\n def f(self, a):\n  «a»y = 1\n «»z");
+        row("names of inner functions count", "def f(a):\n def g(b):\n  c = 1\n  a = 1\n d = 1\n x",
+            "def f(a):\n def g(b):\n  «b»c = 1\n  «b,c»a = 1\n «a,c»d = 1\n «a,c,d»x");
+        row("after the function", "async def f(a):\n x\ny", "async def f(a):\n «a»x\n«»y");
+        row("only what is right of the line", "def f(a):\nif b:\n  x", "def f(a):\nif b:\n  «»x");
+        row("headers and continuations stay",
+            "if a: b\n(c,\n d)\n@e\n# f\nelse:", "if a: b\n«»(c,\n d)\n@e\n# f\nelse:");
+    }
+
+    void rewritesStatementLines()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        QSet<int> steppable;
+        qsizetype lineNumber = 0;
+        QStringList lines = expected.split(u'\n');
+        for (QString &line : lines) {
+            ++lineNumber;
+            const qsizetype open = line.indexOf(u'«');
+            if (open < 0)
+                continue;
+            const qsizetype close = line.indexOf(u'»');
+            const QStringList names =
+                line.mid(open + 1, close - open - 1).split(u',', Qt::SkipEmptyParts);
+            line.replace(open, close - open + 1, stop(lineNumber, thunks(names)));
+            steppable.insert(static_cast<int>(lineNumber));
+        }
+        const InstrumentedRun run(text, {});
+        QCOMPARE(run.source, lines.join(u'\n'));
+        QCOMPARE(run.steppableLines, steppable);
+        QCOMPARE(run.activeLines, QSet<int>());
+        QCOMPARE(run.notes, QStringList());
+        QCOMPARE(run.originalBytes, text.toUtf8().size());
+        QCOMPARE(run.instrumentedBytes, run.source.toUtf8().size());
+    }
+
+    void keepsThirtyNamesParametersFirst()
+    {
+        QString text = u"def f(p, q):\n"_s;
+        QStringList names{u"p"_s, u"q"_s};
+        for (int i = 0; i < 40; ++i) {
+            text += u" v%1 = 0\n"_s.arg(i);
+            names << u"v%1"_s.arg(i);
+        }
+        const InstrumentedRun run(text + u" x"_s, {});
+        QCOMPARE(run.source.section(u'\n', -1), u" "_s + stop(42, thunks(names.first(30))) + u'x');
+    }
+
+    void leavesAFileWithoutStatementsAlone()
+    {
+        const QString text = u"# é\r\nif x:\r\n"_s;
+        const InstrumentedRun run(text, {2, 1});
+        QCOMPARE(run.source, text);
+        QCOMPARE(run.notes.last(), u"Nothing to run: the file has no statements."_s);
+        QCOMPARE(run.notes.size(), 3);
+        QVERIFY(run.steppableLines.isEmpty() && run.activeLines.isEmpty());
+        QCOMPARE(run.originalBytes, 13);
+        QCOMPARE(run.instrumentedBytes, 13);
+    }
+
+    void resolvesBreakpoints_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QSet<int>>("breakpoints");
+        QTest::addColumn<QSet<int>>("active");
+        QTest::addColumn<QStringList>("notes"); // "5>7" is moved, "5!reason" ignored
+        const auto row = [](const char *name, const QString &text, QSet<int> breakpoints,
+                            QSet<int> active, QStringList notes) {
+            QTest::newRow(name) << text << breakpoints << active << notes;
+        };
+        const QString text =
+            u"@d\n@e(\n)\ndef f():\n  # c\n\n  if a:\n    while b:\n      x\ny\n"_s;
+        row("on a statement", text, {9, 10}, {9, 10}, {});
+        row("on blank lines", text, {5, 6}, {9}, {u"5>9"_s, u"6>9"_s});
+        row("on headers and decorators", text, {1, 2, 4, 7, 8}, {9},
+            {u"1>9"_s, u"2>9"_s, u"4>9"_s, u"7>9"_s, u"8>9"_s});
+        row("on a continuation", text, {3}, {9}, {u"3>9"_s});
+        row("outside", text, {-1, 0, 11, 12}, {},
+            {u"-1!line -1 is outside the file"_s, u"0!line 0 is outside the file"_s,
+             u"11!no statement at or after line 11"_s, u"12!line 12 is outside the file"_s});
+        row("a header without a body", u"x\nif a:\nif b:\n"_s, {2, 3}, {},
+            {u"2!the block at line 2 has no body to stop in"_s,
+             u"3!the block at line 3 has no body to stop in"_s});
+        row("an inner header without a body", u"x\nif a:\n while b:\n y"_s, {1, 2}, {1},
+            {u"2!the block at line 3 has no body to stop in"_s});
+        row("a decorator of nothing", u" @a\nx"_s, {1}, {},
+            {u"1!the block at line 1 has no body to stop in"_s});
+        QString nested;
+        for (int depth = 0; depth < 100; ++depth)
+            nested += QString(depth, u' ') + u"if a:\n"_s;
+        nested += QString(100, u' ') + u'x';
+        row("headers within headers", nested, {1, 2}, {101},
+            {u"1!could not find a statement to stop on"_s, u"2>101"_s});
+    }
+
+    void resolvesBreakpoints()
+    {
+        QFETCH(QString, text);
+        QFETCH(QSet<int>, breakpoints);
+        QFETCH(QStringList, notes);
+        for (QString &note : notes) {
+            const QString line = note.section(QRegularExpression(u"[>!]"_s), 0, 0);
+            const QString rest = note.mid(line.size() + 1);
+            note = note.contains(u'>')
+                ? u"Breakpoint on line %1 moved to line %2 — a statement can't be placed before a "
+                  "block header."_s.arg(line, rest)
+                : u"Breakpoint on line %1 ignored: %2."_s.arg(line, rest);
+        }
+        const InstrumentedRun run(text, breakpoints);
+        QTEST(run.activeLines, "active");
+        QCOMPARE(run.notes, notes);
+    }
+
+    void agreesWithTheSlowWayOnRandomSources()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        QRandomGenerator random(seed);
+        for (int round = 0; round < 300; ++round) {
+            const QString text = randomSource(random);
+            const QString expected = slowlyInstrumented(text);
+            const InstrumentedRun run(text, {});
+            if (run.source != expected && !run.steppableLines.isEmpty())
+                qWarning().noquote() << "seed" << seed << "round" << round << '\n' << text;
+            QCOMPARE(run.source, expected);
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_InstrumentedRun)
+#include "tst_InstrumentedRun.moc"
