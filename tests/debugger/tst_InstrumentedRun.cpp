@@ -112,12 +112,13 @@ QString randomSource(QRandomGenerator &random)
                                    u"@decorated"_s,
                                    u"v = \\\n  1"_s};
     QStringList text;
-    const int count = random.bounded(1, 120);
+    const int count = random.bounded(1, 250);
     for (int i = 0; i < count; ++i) {
-        const bool isNumbered = random.bounded(3) == 0;
+        const int indent = random.bounded(30) == 0 ? 0 : random.bounded(1, 7);
+        const bool isNumbered = random.bounded(2) == 0;
         const QString line =
             isNumbered ? u"v%1 = 0"_s.arg(random.bounded(80)) : lines[random.bounded(lines.size())];
-        text << QString(random.bounded(7), u' ') + line;
+        text << QString(indent, u' ') + line;
     }
     return text.join(u'\n');
 }
@@ -277,7 +278,7 @@ private slots:
     {
         const quint32 seed = QRandomGenerator::global()->generate();
         QRandomGenerator random(seed);
-        for (int round = 0; round < 300; ++round) {
+        for (int round = 0; round < 100; ++round) {
             const QString text = randomSource(random);
             const QString expected = slowlyInstrumented(text);
             const InstrumentedRun run(text, {});
