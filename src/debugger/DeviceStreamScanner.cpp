@@ -35,6 +35,7 @@ void takeText(QByteArrayView bytes, DeviceStreamScanner::Scan &scan)
         return;
     }
     scan.ended = true;
+    scan.pausesBehindEnd = 0;
     QByteArray shown = bytes.toByteArray();
     shown.removeIf([](char byte) { return byte == endMark; });
     scan.text += Utf8::decodeLossy(shown);
@@ -140,8 +141,10 @@ qsizetype DeviceStreamScanner::takeRecord(qsizetype open, Scan &scan)
         return 1;
     }
     const qsizetype close = found - record.begin();
-    if (auto pause = DebugPause::fromRecord(record.first(close).sliced(1)))
+    if (auto pause = DebugPause::fromRecord(record.first(close).sliced(1))) {
         scan.pauses.append(*std::move(pause));
+        scan.pausesBehindEnd += scan.ended ? 1 : 0;
+    }
     m_isBehindRecord = true;
     return close + 1;
 }

@@ -20,6 +20,8 @@ public:
         QList<DebugPause> pauses;
         /// An end mark (0x04) was among the bytes.
         bool ended = false;
+        /// How many of the pauses, the last ones, came behind the last end mark.
+        qsizetype pausesBehindEnd = 0;
         /// The prompt followed the second end mark, or a later one, since `beginReply`.
         bool replyWhole = false;
     };

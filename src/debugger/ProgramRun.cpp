@@ -106,16 +106,23 @@ void ProgramRun::handleDeviceData(const QByteArray &chunk)
     const DeviceStreamScanner::Scan scan = m_deviceStream.feed(chunk);
     if (!scan.text.isEmpty())
         m_shell.appendOutput(scan.text);
-    for (const DebugPause &pause : scan.pauses) {
-        // A program that stops goes on: an end mark before this was printed by the program.
-        m_reply = Reply::Awaited;
-        m_lateReply.stop();
-        emit paused(pause);
-    }
+    const qsizetype pausesBeforeEnd = scan.pauses.size() - scan.pausesBehindEnd;
+    for (const DebugPause &pause : scan.pauses.first(pausesBeforeEnd))
+        notePause(pause);
     if (scan.ended)
         noteEnd();
+    for (const DebugPause &pause : scan.pauses.last(scan.pausesBehindEnd))
+        notePause(pause);
     if (scan.replyWhole)
         finishReply();
+}
+
+void ProgramRun::notePause(const DebugPause &pause)
+{
+    // A program that stops goes on: an end mark before this was printed by the program.
+    m_reply = Reply::Awaited;
+    m_lateReply.stop();
+    emit paused(pause);
 }
 
 void ProgramRun::noteEnd()

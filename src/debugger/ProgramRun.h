@@ -61,6 +61,7 @@ private:
     void sendProgram();
     void giveUp();
     void leaveEntry();
+    void notePause(const DebugPause &pause);
     void noteEnd();
     void finishReply();
     void setDeviceProgramRunning(bool isRunning);
