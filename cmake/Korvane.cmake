@@ -81,5 +81,5 @@ if(KORVANE_SANITIZE)
         "ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1"
         "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1"
         "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/leaks-of-others.txt:print_suppressions=0"
-        "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
+        "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:die_after_fork=0:suppressions=${PROJECT_SOURCE_DIR}/tests/support/races-of-others.txt")
 endif()

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QCoro/QCoroTask>
+#include <QEventLoop>
+
+#include <optional>
+#include <utility>
+
+namespace Korvane {
+
+namespace AwaitedDetail {
+
+template <typename T>
+QCoro::Task<void> keep(QCoro::Task<T> task, std::optional<T> &result, QEventLoop &loop)
+{
+    result.emplace(co_await std::move(task));
+    loop.quit();
+}
+
+} // namespace AwaitedDetail
+
+/// Runs the event loop until \p task is done, and yields its result. QCoro::waitFor wants results
+/// with a default value, which a Result has not.
+template <typename T> T awaited(QCoro::Task<T> task)
+{
+    std::optional<T> result;
+    QEventLoop loop;
+    const auto keeper = AwaitedDetail::keep(std::move(task), result, loop);
+    if (!result)
+        loop.exec();
+    return *std::move(result);
+}
+
+} // namespace Korvane

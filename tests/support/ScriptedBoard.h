@@ -1,0 +1,91 @@
+#pragma once
+
+#include "support/PtyPair.h"
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace Korvane {
+
+/// A board that does what the test says. By itself it has a prompt and a raw REPL that answers
+/// each program as told; rules override that; and its line can be slow, damaged, stuck or pulled.
+class ScriptedBoard final : public QObject
+{
+    Q_OBJECT
+
+public:
+    static constexpr char banner[] = "raw REPL; CTRL-B to exit\r\n>";
+
+    ScriptedBoard();
+
+    /// Stays the same when the board is plugged in again.
+    [[nodiscard]] QString port() const { return m_folder.filePath(QStringLiteral("port")); }
+    [[nodiscard]] PtyPair &line() { return *m_line; }
+
+    // What it answers
+    /// The whole answer to a program in the raw REPL, after "OK". See reply().
+    std::function<QByteArray(const QByteArray &program)> onProgram = [](const QByteArray &) {
+        return reply({});
+    };
+    [[nodiscard]] static QByteArray reply(const QByteArray &output, const QByteArray &error = {})
+    {
+        return output + '\x04' + error + '\x04' + '>';
+    }
+    /// Whenever \p expected has arrived, \p answer goes out in place of what the board does by
+    /// itself.
+    void on(const QByteArray &expected, const QByteArray &answer);
+    /// Only rules are answered from now on.
+    void setMute(bool isMute) { m_isMute = isMute; }
+    void send(const QByteArray &bytes);
+
+    // What is wrong with its line
+    void setDelay(std::chrono::milliseconds delay) { m_delay = delay; }
+    /// One byte at a time, with a pause.
+    void setSplitAtEveryByte(bool isSplit) { m_isSplit = isSplit; }
+    void vanishAfterSending(qsizetype bytes) { m_sendsLeft = bytes; }
+    void vanishAfterReceiving(qsizetype bytes) { m_receivesLeft = bytes; }
+    /// Reads nothing more, like a board whose firmware hangs.
+    void stall() { m_notifier->setEnabled(false); }
+    void vanish();
+    void plugIn();
+
+    // What it has seen
+    [[nodiscard]] const QByteArray &received() const { return m_received; }
+    /// The same for people: "^C^C^Aprint(1)^D^B".
+    [[nodiscard]] QString transcript() const;
+    [[nodiscard]] qsizetype sentBytes() const { return m_sentBytes; }
+    void forget() { m_received.clear(); }
+
+private:
+    void take();
+    void takeByte(char byte);
+    void takeByItself(char byte);
+    void pump();
+
+    QTemporaryDir m_folder;
+    std::unique_ptr<PtyPair> m_line;
+    std::unique_ptr<QSocketNotifier> m_notifier;
+    QTimer m_pump;
+    std::vector<std::pair<QByteArray, QByteArray>> m_rules;
+    std::chrono::milliseconds m_delay{0};
+    bool m_isMute = false;
+    bool m_isSplit = false;
+    bool m_isRaw = false;
+    qsizetype m_sendsLeft = -1; // -1: without end
+    qsizetype m_receivesLeft = -1;
+    qsizetype m_sentBytes = 0;
+    int m_quietPolls = 0;
+    QByteArray m_received;
+    QByteArray m_unmatched;
+    QByteArray m_program;
+    QByteArray m_outgoing;
+};
+
+} // namespace Korvane

@@ -1,0 +1,56 @@
+#include "support/VirtualBoard.h"
+
+#include <QDeadlineTimer>
+
+#include <csignal>
+#include <utility>
+
+namespace Korvane {
+
+using namespace std::chrono_literals;
+
+VirtualBoard::VirtualBoard(QStringList options)
+    : m_options(std::move(options))
+{
+}
+
+VirtualBoard::~VirtualBoard()
+{
+    m_process.terminate();
+    m_process.waitForFinished();
+}
+
+bool VirtualBoard::start()
+{
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_process.start(
+        qEnvironmentVariable("KORVANE_SOURCE_DIR") + QStringLiteral("/scripts/virtual-board"),
+        QStringList{QStringLiteral("--with-parent"), QStringLiteral("--link"), port()} + m_options);
+    QByteArray said;
+    for (const QDeadlineTimer deadline(2min); said.count('\n') < 2; said += m_process.readAll()) {
+        if (deadline.hasExpired() || !m_process.waitForReadyRead(60'000)) {
+            m_errorText = QStringLiteral("the virtual board did not start: ")
+                + m_process.errorString() + u' ' + QString::fromUtf8(said);
+            return false;
+        }
+    }
+    // The port's path, then the process id of the board.
+    m_boardId = said.trimmed().split('\n').last().toLongLong();
+    return m_boardId > 0;
+}
+
+void VirtualBoard::kill()
+{
+    if (m_boardId > 0)
+        ::kill(static_cast<pid_t>(m_boardId), SIGKILL);
+    m_boardId = 0;
+    m_process.waitForFinished();
+}
+
+bool VirtualBoard::restart()
+{
+    kill();
+    return start();
+}
+
+} // namespace Korvane

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+namespace Korvane {
+
+/// The real MicroPython of scripts/virtual-board, for as long as this object lives.
+class VirtualBoard final
+{
+public:
+    /// \p options for the script, such as "--rate".
+    explicit VirtualBoard(QStringList options = {});
+    ~VirtualBoard();
+    VirtualBoard(const VirtualBoard &) = delete;
+    VirtualBoard &operator=(const VirtualBoard &) = delete;
+
+    /// True once the port is there; otherwise errorText() says why not. Blocks, also while npm
+    /// fetches what the board consists of.
+    [[nodiscard]] bool start();
+    /// Stays the same from start to start.
+    [[nodiscard]] QString port() const { return m_folder.filePath(QStringLiteral("port")); }
+    /// The board dies at once, and its port with it.
+    void kill();
+    [[nodiscard]] bool restart();
+    [[nodiscard]] QString errorText() const { return m_errorText; }
+
+private:
+    QTemporaryDir m_folder;
+    QStringList m_options;
+    QProcess m_process;
+    qint64 m_boardId = 0;
+    QString m_errorText;
+};
+
+} // namespace Korvane
