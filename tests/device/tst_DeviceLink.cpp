@@ -1,0 +1,376 @@
+#include "Desk.h"
+
+#include "base/DeviceError.h"
+#include "support/Awaited.h"
+#include "support/ScriptedBoard.h"
+
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString noRawREPL = u"error: "_s + DeviceError::noRawREPL().message;
+
+QString timedOut(int seconds)
+{
+    return u"error: "_s + DeviceError::timedOut(seconds).message;
+}
+
+/// A desk that is connected to a board which has answered the greeting.
+struct Connection
+{
+    ScriptedBoard board;
+    Desk desk;
+
+    explicit Connection(bool isMute = false)
+    {
+        board.setMute(isMute);
+        desk.connectTo(board.port());
+        (void)QTest::qWaitFor([&] { return board.received() == "\3\3"; });
+        board.forget();
+    }
+};
+
+} // namespace
+
+class tst_DeviceLink final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void connectsAndDisconnectsInTheStatedOrder()
+    {
+        ScriptedBoard board;
+        Desk desk;
+        QStringList states;
+        connect(desk.link.get(), &DeviceLink::connectionStateChanged, this, [&] {
+            static const QStringList names{u"disconnected"_s, u"connecting"_s, u"connected"_s};
+            states << names[int(desk.link->connectionState().kind())];
+        });
+        desk.link->softReset();
+        QVERIFY(desk.connectTo(board.port()));
+        desk.link->connectDevice(board.port());
+        QCOMPARE(desk.log,
+                 QStringList({u"reader starting"_s, u"info: Connected to "_s + board.port(),
+                              u"list files"_s}));
+        desk.link->softReset();
+        QTRY_COMPARE(board.transcript(), u"^C^C^D"_s);
+        QTRY_VERIFY(desk.data.endsWith("soft reboot\r\n>>> "));
+
+        desk.log.clear();
+        desk.link->disconnectDevice();
+        QVERIFY(!desk.link->serial().isOpen());
+        QCOMPARE(desk.log, QStringList({u"reset"_s, u"info: Disconnected."_s}));
+
+        desk.log.clear();
+        QVERIFY(!desk.connectTo(u"/no/such/port"_s));
+        QCOMPARE(desk.log, QStringList{u"error: Connection failed: No such file or directory"_s});
+        QCOMPARE(states.join(u' '), u"connecting connected disconnected connecting disconnected"_s);
+        QCOMPARE(board.transcript(), u"^C^C^D"_s);
+    }
+
+    void losesTheBoardInTheStatedOrder()
+    {
+        Connection c;
+        c.desk.log.clear();
+        c.board.on("x", "last words");
+        c.board.vanishAfterSending(10);
+        c.desk.link->serial().write("x");
+        QTRY_COMPARE(c.desk.log,
+                     QStringList({u"flush"_s, u"reset"_s, u"info: Device disconnected."_s}));
+        QVERIFY(c.desk.data.endsWith("last words"));
+        QTest::qWait(20);
+        QCOMPARE(c.desk.log.size(), 3);
+        c.board.plugIn();
+        QVERIFY(c.desk.connectTo(c.board.port()));
+    }
+
+    void listsThePortsItIsGiven()
+    {
+        const QTemporaryDir folder;
+        const QString port = folder.filePath(u"board"_s);
+        Desk desk;
+        DeviceLink link(desk, {folder.path(), folder.path(), port});
+        QSignalSpy changes(&link, &DeviceLink::availablePortsChanged);
+        link.refreshPorts();
+        QCOMPARE(link.availablePorts(), QStringList());
+        QVERIFY(QFile::link(folder.path(), port));
+        link.refreshPorts();
+        link.refreshPorts();
+        QCOMPARE(link.availablePorts(), QStringList{port});
+        QCOMPARE(changes.size(), 1);
+    }
+
+    void runsAProgram_data()
+    {
+        QTest::addColumn<QByteArray>("code");
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<QString>("result");
+        const auto row = [](const char *name, const char *code, const QByteArray &answer,
+                            const QString &result) {
+            QTest::newRow(name) << QByteArray(code) << answer << result;
+        };
+        row("output", "print('a')", ScriptedBoard::reply("a\r\n"), u"a\n|"_s);
+        row("an empty program", "", ScriptedBoard::reply(""), u"|"_s);
+        row("OK as output", "print('OK')", ScriptedBoard::reply("OK\r\n"), u"OK\n|"_s);
+        row("a traceback", "x", ScriptedBoard::reply("1\r\n", "Trace\r\n  x\r\nNameError: x\r\n"),
+            u"1\n|Trace\n  x\nNameError: x\n"_s);
+        row("beyond ASCII", "print('Ä😀')", ScriptedBoard::reply("Ä😀\r\n"), u"Ä😀\n|"_s);
+    }
+
+    void runsAProgram()
+    {
+        QFETCH(QByteArray, code);
+        QFETCH(QByteArray, answer);
+        QFETCH(QString, result);
+        for (const bool isSplit : {false, true}) {
+            Connection c;
+            QByteArray program;
+            c.board.setSplitAtEveryByte(isSplit);
+            c.board.onProgram = [&](const QByteArray &text) { return program = text, answer; };
+            QCOMPARE(told(awaited(c.desk.run(code))), result);
+            QCOMPARE(program, code);
+            QTRY_VERIFY2(c.board.received() == "\1" + code + "\4\2",
+                         qPrintable(c.board.transcript()));
+            QVERIFY(c.desk.isAtRest());
+            // What comes after the end is the handler's again.
+            QTRY_VERIFY(c.desk.data.endsWith("MicroPython\r\n>>> "));
+        }
+    }
+
+    void makesATracebackAnError()
+    {
+        Connection c;
+        c.board.onProgram = [](const QByteArray &code) {
+            return ScriptedBoard::reply("1\r\n",
+                                        code.isEmpty() ? "" : "Trace\r\n \tOSError: 2 \r\n");
+        };
+        const auto failed = awaited(c.desk.link->executeOnDevice(u"x"_s, 5s));
+        QVERIFY(!failed);
+        QCOMPARE(failed.error().code, ErrorCode::Remote);
+        QCOMPARE(failed.error().message, u"OSError: 2"_s);
+        QCOMPARE(failed.error().detail, u"Trace\n \tOSError: 2 \n"_s);
+        const auto fine = awaited(c.desk.link->executeOnDevice({}, 5s));
+        QVERIFY(fine);
+        QCOMPARE(*fine, u"1\n"_s);
+    }
+
+    void refusesACommandWithoutWriting()
+    {
+        Connection c;
+        // Not even the line being busy comes before these.
+        c.desk.link->setDeviceCommandInFlight(true);
+        const auto refusal = [&] { return awaited(c.desk.run("x")).error().code; };
+        c.desk.isProgramRunning = true;
+        QCOMPARE(refusal(), ErrorCode::ProgramRunning);
+        c.desk.isPaused = true;
+        QCOMPARE(refusal(), ErrorCode::PausedAtBreakpoint);
+        c.desk.link->disconnectDevice();
+        QCOMPARE(refusal(), ErrorCode::NotConnected);
+        QVERIFY(c.desk.link->deviceCommandInFlight());
+        QTest::qWait(20);
+        QCOMPARE(c.board.transcript(), QString());
+    }
+
+    void asksForTheRawReplSixTimes_data()
+    {
+        QTest::addColumn<QByteArray>("answered");
+        QTest::addColumn<double>("timeout");
+        QTest::addColumn<QString>("transcript");
+        QTest::addColumn<QString>("result");
+        QTest::addColumn<int>("milliseconds");
+        QTest::newRow("never answered")
+            << QByteArray() << 5.0 << u"^A^A^A^A^A^A^B"_s << noRawREPL << 1800;
+        QTest::newRow("the third is answered")
+            << QByteArray("\1\1\1") << 5.0 << u"^A^A^Ax^D^B"_s << u"hi|"_s << 600;
+        QTest::newRow("the time-out comes first")
+            << QByteArray() << 1.1 << u"^A^A^A^A^B"_s << timedOut(1) << 1100;
+        QTest::newRow("no time at all") << QByteArray() << 0.0 << u"^A^B"_s << timedOut(0) << 0;
+    }
+
+    void asksForTheRawReplSixTimes()
+    {
+        QFETCH(QByteArray, answered);
+        QFETCH(double, timeout);
+        QFETCH(QString, transcript);
+        QFETCH(QString, result);
+        QFETCH(int, milliseconds);
+        Connection c(true);
+        if (!answered.isEmpty())
+            c.board.on(answered, QByteArray("noise ") + ScriptedBoard::banner);
+        c.board.on("\4", "OK" + ScriptedBoard::reply("hi"));
+        QElapsedTimer sinceStart;
+        sinceStart.start();
+        QCOMPARE(told(awaited(c.desk.run("x", std::chrono::duration<double>(timeout)))), result);
+        const qint64 elapsed = sinceStart.elapsed();
+        QVERIFY2(elapsed >= milliseconds - 15 && elapsed < milliseconds + 290,
+                 qPrintable(QString::number(elapsed)));
+        QTRY_COMPARE(c.board.transcript(), transcript);
+        QVERIFY(c.desk.isAtRest());
+    }
+
+    void endsByTheTimeOutWhenTheReplyIsNotWhole_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::newRow("no answer") << QByteArray();
+        QTest::newRow("no prompt") << QByteArray("OKa\4\4");
+        QTest::newRow("ill-formed") << QByteArray("OKa\xC3\x28\4\4>");
+        QTest::newRow("ends within a character") << QByteArray("OKa\4\4\xE2\x82");
+    }
+
+    void endsByTheTimeOutWhenTheReplyIsNotWhole()
+    {
+        QFETCH(QByteArray, answer);
+        Connection c(true);
+        c.board.on("\1", ScriptedBoard::banner);
+        c.board.on("x\4", answer);
+        c.board.on("y\4", "OK" + ScriptedBoard::reply("y"));
+        QCOMPARE(told(awaited(c.desk.run("x", 200ms))), timedOut(0));
+        QVERIFY(c.desk.isAtRest());
+        c.board.send("late\4\4>");
+        QTRY_COMPARE(c.desk.data.right(7), "late\4\4>");
+        QCOMPARE(told(awaited(c.desk.run("y"))), u"y|"_s);
+        QTRY_COMPARE(c.board.transcript(), u"^Ax^D^B^Ay^D^B"_s);
+    }
+
+    void runsOneCommandAfterTheOther()
+    {
+        Connection c;
+        c.board.setDelay(20ms);
+        c.board.onProgram = [](const QByteArray &code) { return ScriptedBoard::reply(code); };
+        auto first = c.desk.run("a");
+        auto second = c.desk.run("b");
+        auto third = c.desk.run("c");
+        QVERIFY(c.desk.link->deviceCommandInFlight());
+        QCOMPARE(told(awaited(std::move(third))), u"c|"_s);
+        QCOMPARE(told(awaited(std::move(second))), u"b|"_s);
+        QCOMPARE(told(awaited(std::move(first))), u"a|"_s);
+        const QString transcript = c.board.transcript();
+        QVERIFY2(transcript.startsWith(u"^Aa^D^B^A") && transcript.count(u'A') == 3,
+                 qPrintable(transcript));
+    }
+
+    void leavesTheLineToAStreamedRunThatTookIt()
+    {
+        Connection c(true);
+        c.board.on("\1", ScriptedBoard::banner);
+        auto command = c.desk.run("x", 300ms);
+        QTRY_COMPARE(c.board.transcript(), u"^Ax^D"_s);
+
+        QByteArray watched;
+        c.desk.link->setDeviceCommandInFlight(true);
+        c.desk.link->serial().setDataInterceptor(
+            [&](const QByteArray &chunk) { watched += chunk; });
+        auto queued = c.desk.run("y");
+        c.board.on("\4", "OK" + ScriptedBoard::reply("y"));
+        QCOMPARE(told(awaited(std::move(command))), timedOut(0));
+        QVERIFY2(c.desk.link->deviceCommandInFlight(), "the flag was not the command's any more");
+        c.board.send("for the run");
+        QTRY_COMPARE(watched, "for the run");
+        QCOMPARE(c.board.transcript(), u"^Ax^D"_s);
+
+        c.desk.link->serial().setDataInterceptor({});
+        c.desk.link->setDeviceCommandInFlight(false);
+        QCOMPARE(told(awaited(std::move(queued))), u"y|"_s);
+    }
+
+    void comesBackFromALossAtEveryByte_data()
+    {
+        QTest::addColumn<bool>("bySending");
+        QTest::newRow("while the board sends") << true;
+        QTest::newRow("while the board receives") << false;
+    }
+
+    void comesBackFromALossAtEveryByte()
+    {
+        QFETCH(bool, bySending);
+        Connection c;
+        c.board.onProgram = [](const QByteArray &) { return ScriptedBoard::reply("a\r\n", "€"); };
+        qsizetype losses = 0;
+        for (qsizetype bytes = 0;; ++bytes, ++losses) {
+            QTRY_VERIFY(c.desk.data.endsWith(">>> ")); // nothing of the greeting is counted
+            c.desk.data.clear();
+            c.desk.log.clear();
+            if (bySending)
+                c.board.vanishAfterSending(bytes);
+            else
+                c.board.vanishAfterReceiving(bytes);
+            const QString result = told(awaited(c.desk.run("print()", 40ms)));
+            QVERIFY2(result == timedOut(0) || result == u"a\n|€", qPrintable(result));
+            QVERIFY(c.desk.isAtRest());
+            (void)QTest::qWaitFor([&] { return !c.desk.log.isEmpty(); }, 200);
+            if (c.desk.log.isEmpty())
+                break; // more than the whole exchange has
+            QCOMPARE(c.desk.log,
+                     QStringList({u"flush"_s, u"reset"_s, u"info: Device disconnected."_s}));
+            c.board.plugIn();
+            QVERIFY(c.desk.connectTo(c.board.port()));
+            QCOMPARE(told(awaited(c.desk.run("x"))), u"a\n|€"_s);
+        }
+        // After nothing, and after each byte of: banner, "OK", reply, answer to ^B; ^A print() ^D
+        // ^B.
+        QCOMPARE(losses, 1 + (bySending ? 27 + 2 + 9 + 19 : 10));
+    }
+
+    void keepsAnUnfinishedCommandOffTheNextConnection()
+    {
+        Connection c(true);
+        c.board.on("\1", ScriptedBoard::banner);
+        QElapsedTimer sinceStart;
+        sinceStart.start();
+        auto running = c.desk.run("x", 700ms);
+        auto waiting = c.desk.run("y");
+        QTRY_COMPARE(c.board.transcript(), u"^Ax^D"_s);
+        c.desk.link->disconnectDevice();
+        QCOMPARE(told(awaited(std::move(waiting))), u"error: Not connected"_s);
+        QVERIFY2(c.desk.link->deviceCommandInFlight(), "the command ends by its own time-out");
+
+        c.board.forget();
+        QVERIFY(c.desk.connectTo(c.board.port()));
+        auto next = c.desk.run("z");
+        c.board.on("z\4", "OK" + ScriptedBoard::reply("z"));
+        c.board.send("new");
+        QTRY_COMPARE(c.desk.data.right(3), "new");
+        QVERIFY2(sinceStart.elapsed() < 700, "the bytes came too late to prove anything");
+        QCOMPARE(told(awaited(std::move(running))), timedOut(0));
+        QCOMPARE(told(awaited(std::move(next))), u"z|"_s);
+        QTRY_COMPARE(c.board.transcript(), u"^C^C^Az^D^B"_s);
+    }
+
+    void givesUpInItsTimeAlsoWhenTheConnectionWasReplaced()
+    {
+        Connection c(true);
+        QElapsedTimer sinceStart;
+        sinceStart.start();
+        auto entering = c.desk.run("x");
+        c.board.vanish();
+        QTRY_VERIFY(!c.desk.link->connectionState().isConnected());
+        c.board.plugIn();
+        c.board.forget();
+        c.board.on("\1", ScriptedBoard::banner);
+        QVERIFY(c.desk.connectTo(c.board.port()));
+        QCOMPARE(told(awaited(std::move(entering))), noRawREPL);
+        QVERIFY(sinceStart.elapsed() >= 1790);
+        QCOMPARE(c.board.transcript(), u"^C^C"_s);
+        QVERIFY(c.desk.isAtRest());
+    }
+
+    void resumesEveryCallerWhenItGoes()
+    {
+        Connection c(true);
+        auto running = c.desk.run("x");
+        auto waiting = c.desk.link->executeOnDevice(u"y"_s, 5s);
+        c.desk.link.reset();
+        QVERIFY(running.isReady() && waiting.isReady());
+        QCOMPARE(awaited(std::move(running)).error().code, ErrorCode::Closed);
+        QCOMPARE(awaited(std::move(waiting)).error().code, ErrorCode::Closed);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_DeviceLink)
+#include "tst_DeviceLink.moc"
