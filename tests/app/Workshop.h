@@ -1,0 +1,55 @@
+#pragma once
+
+#include "app/AppState.h"
+#include "support/MemorySettings.h"
+#include "support/ShellLines.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace Korvane {
+
+/// The whole program below its window, without the ports and settings of this computer.
+struct Workshop
+{
+    explicit Workshop(const QStringList &interpreters = PythonRunner::defaultInterpreters())
+        : state(std::make_unique<AppState>(AppState::Dependencies{
+            .settings = settings,
+            .interpreters = interpreters,
+            .serialRoots = {folder.path(), folder.path(), {}},
+        }))
+    {
+    }
+
+    void write(const QString &source) { state->documents().updateSelectedContent(source); }
+    void run() { state->runCurrentFile(); }
+    void refresh() { state->variablesFlow().refreshVariables(); }
+
+    /// What the Shell shows since \p from, one text a line.
+    QStringList lines(qsizetype from = 1) const
+    {
+        return describe(state->shell().replLines()).mid(from);
+    }
+    QString text() const { return lines().join(u'\n'); }
+    /// The Variables table: "a:int=1 b:str='x'".
+    QString table() const
+    {
+        QStringList rows;
+        for (const PythonVariable &row : state->variablesFlow().variables())
+            rows << row.name + u':' + row.type + u'=' + row.value;
+        return rows.join(u' ');
+    }
+    bool isBoardIdle() const
+    {
+        return !state->link().deviceCommandInFlight()
+            && !state->programRun().deviceProgramRunning();
+    }
+
+    QTemporaryDir folder;
+    MemorySettings settings;
+    std::unique_ptr<AppState> state;
+};
+
+} // namespace Korvane

@@ -1,0 +1,410 @@
+#include "Workshop.h"
+#include "app/AssistantServer.h"
+#include "support/ScriptedBoard.h"
+
+#include <QDir>
+#include <QSignalSpy>
+
+#include <functional>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString welcome = u"info: Korvane — connect a device or run Python locally."_s;
+const QByteArray boardVariables = R"(__VARS__[{"n":"a","t":"int","v":"1"}])"_ba;
+
+class RecordedServer final : public AssistantServer
+{
+public:
+    explicit RecordedServer(AppState &state)
+        : m_state(state)
+    {
+    }
+    void start() override
+    {
+        m_state.setMcpRunning(true);
+        m_state.shell().appendInfo(u"listening"_s);
+    }
+    void stop() override { m_state.setMcpRunning(false); }
+    bool isRunning() const override { return m_state.mcpRunning(); }
+
+private:
+    AppState &m_state;
+};
+
+/// A workshop with a board that knows one variable, and runs all other programs as told.
+struct BoardWorkshop : Workshop
+{
+    BoardWorkshop()
+    {
+        board.onProgram = [this](const QByteArray &program) {
+            return program.contains("__VARS__") ? ScriptedBoard::reply(boardVariables) : answer;
+        };
+    }
+    void connectBoard() { state->link().connectDevice(board.port()); }
+    void runOnBoard()
+    {
+        connectBoard();
+        write(u"work()"_s);
+        run();
+    }
+    bool isConnected() const { return state->link().connectionState().isConnected(); }
+
+    ScriptedBoard board;
+    QByteArray answer = ScriptedBoard::reply("done\r\n");
+};
+
+using Step = std::function<void(BoardWorkshop &)>;
+
+} // namespace
+
+Q_DECLARE_METATYPE(Step)
+
+class tst_AppState final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void startsWithOneDocumentAndAWelcome_data()
+    {
+        QTest::addColumn<QStringList>("interpreters");
+        QTest::addColumn<QStringList>("lines");
+        QTest::newRow("with Python")
+            << QStringList{u"/nowhere"_s, u"/usr/bin/python3"_s} << QStringList{welcome};
+        QTest::newRow("without")
+            << QStringList{u"/nowhere"_s}
+            << QStringList{
+                   welcome,
+                   u"info: ⚠️  Python 3 not found. Install Python from python.org or via "
+                   "Homebrew."_s};
+    }
+
+    void startsWithOneDocumentAndAWelcome()
+    {
+        QFETCH(QStringList, interpreters);
+        Workshop shop(interpreters);
+        QTEST(shop.lines(0), "lines");
+        QCOMPARE(shop.state->documents().openFiles().size(), 1);
+        QCOMPARE(shop.state->documents().selectedFile()->name, u"untitled.py"_s);
+        QCOMPARE(shop.state->localWorkingDir(), QDir::homePath());
+        QCOMPARE(shop.state->variablesCaption(), u"local Python"_s);
+        QVERIFY(!shop.state->assistantServer());
+    }
+
+    void startsTheServerWhenThePersonWantsIt_data()
+    {
+        QTest::addColumn<bool>("enabled");
+        QTest::newRow("enabled") << true;
+        QTest::newRow("not enabled") << false;
+    }
+
+    void startsTheServerWhenThePersonWantsIt()
+    {
+        QFETCH(bool, enabled);
+        MemorySettings settings;
+        settings.setFlag(Settings::serverEnabled, enabled);
+        AppState state({
+            .settings = settings,
+            .makeServer = [](AppState &app) { return std::make_unique<RecordedServer>(app); },
+        });
+        QVERIFY(state.assistantServer());
+        QCOMPARE(state.mcpRunning(), enabled);
+        QCOMPARE(describe(state.shell().replLines()),
+                 enabled ? QStringList({welcome, u"info: listening"_s}) : QStringList{welcome});
+    }
+
+    void runsTheDocumentInTheSession_data()
+    {
+        QTest::addColumn<QString>("source");
+        QTest::addColumn<QStringList>("shown");
+        QTest::addColumn<QString>("table");
+        QTest::newRow("succeeds") << u"print('hällo')\nx = 5\n"_s
+                                  << QStringList{u"output: hällo\n"_s} << u"x:int=5"_s;
+        QTest::newRow("fails") << u"print('a')\nx = 6\nraise SystemExit(3)"_s
+                               << QStringList{u"output: a\n"_s, u"error: SystemExit: 3\n"_s}
+                               << u"x:int=6"_s;
+        QTest::newRow("prints nothing") << u"pass"_s << QStringList() << u""_s;
+        QTest::newRow("ends with what has to wait")
+            << u"print('\\x1b[1m50%', end='\\r\\x1b[')"_s << QStringList{u"output: 50%\n\x1b["_s}
+            << u""_s;
+    }
+
+    void runsTheDocumentInTheSession()
+    {
+        QFETCH(QString, source);
+        QFETCH(QStringList, shown);
+        Workshop shop;
+        shop.write(source);
+        shop.run();
+        QVERIFY(shop.state->isRunning());
+        QTRY_VERIFY(!shop.state->isRunning());
+        QCOMPARE(shop.lines(),
+                 QStringList{u"info: ▶ Running untitled.py…"_s} + shown
+                     + QStringList{u"info: ▶ Done."_s});
+        QTEST(shop.table(), "table");
+    }
+
+    void runsNothingOfAnEmptyDocument()
+    {
+        BoardWorkshop shop;
+        shop.run();
+        shop.connectBoard();
+        shop.run();
+        QVERIFY(!shop.state->isRunning());
+        QCOMPARE(shop.lines().size(), 1); // the connection's
+    }
+
+    void stopsALocalRun()
+    {
+        Workshop shop;
+        shop.write(u"print('on')\nwhile True: pass"_s);
+        shop.run();
+        QTRY_VERIFY(shop.text().contains(u"on\n"_s));
+        shop.state->stopRun();
+        QVERIFY(!shop.state->isRunning());
+        QTRY_COMPARE(shop.lines(3),
+                     QStringList({u"error: KeyboardInterrupt\n"_s, u"info: ▶ Done."_s}));
+    }
+
+    void runsOneAfterTheOther()
+    {
+        Workshop shop;
+        QSignalSpy changes(shop.state.get(), &AppState::isRunningChanged);
+        shop.write(u"print(1)"_s);
+        shop.run();
+        shop.run();
+        const QStringList each{u"output: 1\n"_s, u"info: ▶ Done."_s};
+        QTRY_COMPARE(shop.lines(), QStringList(2, u"info: ▶ Running untitled.py…"_s) + each + each);
+        QCOMPARE(changes.size(), 2); // the first end counts
+    }
+
+    void answersTheShellFromTheSession_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("answer");
+        QTest::addColumn<QString>("table");
+        QTest::newRow("expression") << u"1+1"_s << u"output: 2\n"_s << u""_s;
+        QTest::newRow("assignment") << u"x = 5"_s << QString() << u"x:int=5"_s;
+        QTest::newRow("waiting line end") << u"print(end='a\\r')"_s << u"output: a\n"_s << u""_s;
+        QTest::newRow("exit") << u"exit(2)"_s << u"error: SystemExit: 2\n"_s << u""_s;
+    }
+
+    void answersTheShellFromTheSession()
+    {
+        QFETCH(QString, command);
+        QFETCH(QString, answer);
+        Workshop shop;
+        QSignalSpy changes(&shop.state->variablesFlow(), &VariablesFlow::variablesChanged);
+        shop.state->submitShell({});
+        QCOMPARE(shop.lines(), QStringList());
+        shop.state->submitShell(command);
+        QCOMPARE(shop.lines(), QStringList{u"input: >>> "_s + command});
+        QTRY_COMPARE(changes.size(), 1);
+        QCOMPARE(shop.lines(2), answer.isNull() ? QStringList() : QStringList{answer});
+        QTEST(shop.table(), "table");
+    }
+
+    void givesShellLinesToTheBoardAsTheyAre()
+    {
+        BoardWorkshop shop;
+        shop.connectBoard();
+        QTRY_COMPARE(shop.board.transcript(), u"^C^C"_s);
+        shop.board.setMute(true);
+        shop.board.forget();
+        shop.state->submitShell(QString(QChar(0xd800)));
+        shop.state->submitShell(u"print('ä')"_s);
+        QTRY_COMPARE(shop.board.received(), "print('ä')\r\n"_ba);
+        QCOMPARE(shop.lines().filter(u"input: "_s).size(), 2);
+        shop.board.forget();
+        shop.state->stopRun();
+        QTRY_COMPARE(shop.board.transcript(), u"^C"_s);
+    }
+
+    void showsTheBoardOnceConnected()
+    {
+        BoardWorkshop shop;
+        shop.connectBoard();
+        QCOMPARE(shop.lines(), QStringList{u"info: Connected to "_s + shop.board.port()});
+        QCOMPARE(shop.state->sidebarTab(), AppState::SidebarTab::Device);
+        QCOMPARE(shop.state->variablesCaption(), shop.board.port());
+    }
+
+    void runsOnTheBoardAndReadsItsVariables()
+    {
+        BoardWorkshop shop;
+        shop.answer = ScriptedBoard::reply("done\r\n", "oops\r\n");
+        shop.runOnBoard();
+        QVERIFY(!shop.state->isRunning());
+        QTRY_COMPARE(shop.table(), u"a:int=1"_s);
+        QTRY_VERIFY(shop.text().endsWith(u">>> "_s)); // left the raw REPL
+        QVERIFY2(shop.text().contains(u"output: OKdone\noops\n>"_s), qPrintable(shop.text()));
+        QVERIFY(shop.board.transcript().startsWith(u"^C^C^Awork()^D^Aimport json"_s));
+    }
+
+    void showsAPause()
+    {
+        BoardWorkshop shop;
+        shop.answer = "\x1e{\"line\": 3, \"vars\": [{\"n\":\"i\",\"t\":\"int\",\"v\":\"7\"}]}\x1e";
+        shop.runOnBoard();
+        QTRY_COMPARE(shop.lines().constLast(), u"info: ⏸ Paused at line 3."_s);
+        QCOMPARE(shop.table(), u"i:int=7"_s);
+        QCOMPARE(shop.state->bottomTab(), AppState::BottomTab::Variables);
+        QCOMPARE(shop.state->variablesCaption(), u"stopped at line 3"_s);
+        shop.refresh();
+        QVERIFY(!shop.state->link().deviceCommandInFlight());
+        shop.board.send("\x04\x04>");
+        QTRY_COMPARE(shop.table(), u"a:int=1"_s);
+        QVERIFY(shop.text().contains(u"info: ▶ Program finished."_s));
+        QCOMPARE(shop.state->variablesCaption(), shop.board.port());
+    }
+
+    void forgetsAPauseWithTheBoard()
+    {
+        BoardWorkshop shop;
+        shop.answer = "\x1e{\"line\": 3}\x1e";
+        shop.runOnBoard();
+        QTRY_VERIFY(shop.state->debugSession().pausedAt());
+        shop.state->link().disconnectDevice();
+        QVERIFY(!shop.state->debugSession().isDebugging());
+        QVERIFY(shop.isBoardIdle());
+        QCOMPARE(shop.state->variablesCaption(), u"local Python"_s);
+    }
+
+    void endsTheStreamWithTheLink_data()
+    {
+        QTest::addColumn<bool>("lost");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("lost: the rest is shown") << true << u"output: a\ufffd"_s;
+        QTest::newRow("disconnected: the rest is forgotten") << false << u"output: a"_s;
+    }
+
+    void endsTheStreamWithTheLink()
+    {
+        QFETCH(bool, lost);
+        BoardWorkshop shop;
+        shop.board.setMute(true);
+        shop.connectBoard();
+        shop.board.send("a\xc3");
+        QTRY_COMPARE(shop.lines().constLast(), u"output: a"_s);
+        if (lost)
+            shop.board.vanish();
+        else
+            shop.state->link().disconnectDevice();
+        QTRY_VERIFY(!shop.isConnected());
+        QTEST(shop.lines().at(1), "shown");
+        shop.board.plugIn();
+        shop.connectBoard();
+        shop.board.send("b");
+        QTRY_COMPARE(shop.lines().constLast(), u"output: b"_s);
+    }
+
+    void losesTheBoardAtAnyMomentAndTakesItBack_data()
+    {
+        QTest::addColumn<int>("bytes"); // that the board takes before its cable is pulled
+        const qsizetype script = 364;
+        QTest::newRow("connecting") << 0;
+        QTest::newRow("between the Ctrl-C") << 1;
+        QTest::newRow("before the entry") << 2;
+        QTest::newRow("entering") << 3;
+        QTest::newRow("within the program") << 6;
+        QTest::newRow("before the program runs") << 9;
+        QTest::newRow("while it runs") << 10;
+        QTest::newRow("entering again") << 11;
+        QTest::newRow("within the variables script") << 200;
+        QTest::newRow("before the script runs") << 11 + int(script);
+        QTest::newRow("while the script runs") << 12 + int(script);
+    }
+
+    void losesTheBoardAtAnyMomentAndTakesItBack()
+    {
+        QFETCH(int, bytes);
+        BoardWorkshop shop;
+        shop.board.vanishAfterReceiving(bytes);
+        shop.runOnBoard();
+        QTRY_VERIFY(!shop.isConnected());
+        QCOMPARE(shop.lines().constLast(), u"info: Device disconnected."_s);
+        QVERIFY(!shop.state->programRun().deviceProgramRunning());
+        QVERIFY(!shop.state->isRunning());
+        QCOMPARE(shop.table(), u""_s);
+        const qsizetype before = shop.lines(0).size();
+
+        shop.board.plugIn();
+        shop.connectBoard();
+        QVERIFY(shop.isConnected());
+        shop.run();
+        QTRY_VERIFY(shop.lines(before).join(u'\n').contains(u"output: OKdone\n>"_s));
+        QCOMPARE(shop.lines(before).filter(u"error: "_s), QStringList());
+        QCOMPARE(shop.lines().count(u"info: Device disconnected."_s), 1);
+    }
+
+    void quitsAtAnyMoment_data()
+    {
+        QTest::addColumn<Step>("reach");
+        const auto row = [](const char *name, Step step) { QTest::newRow(name) << step; };
+        row("at once", [](BoardWorkshop &) {});
+        row("local run not started", [](BoardWorkshop &shop) {
+            shop.write(u"pass"_s);
+            shop.run();
+        });
+        const auto runLocally = [](BoardWorkshop &shop) {
+            shop.write(u"print('on')\nimport time\ntime.sleep(1)"_s);
+            shop.run();
+            QTRY_VERIFY(shop.text().contains(u"on\n"_s));
+        };
+        row("local run", runLocally);
+        row("local run being stopped", [=](BoardWorkshop &shop) {
+            runLocally(shop);
+            shop.state->stopRun();
+        });
+        row("others wait for the session", [=](BoardWorkshop &shop) {
+            runLocally(shop);
+            shop.state->submitShell(u"1"_s);
+            shop.refresh();
+        });
+        row("session restarting", [=](BoardWorkshop &shop) {
+            runLocally(shop);
+            shop.state->variablesFlow().restartLocalSession();
+        });
+        row("board entering", [](BoardWorkshop &shop) {
+            shop.board.setMute(true);
+            shop.runOnBoard();
+            QTRY_VERIFY(shop.board.received().contains('\x01'));
+        });
+        row("board running", [](BoardWorkshop &shop) {
+            shop.answer = "on\r\n\xc3";
+            shop.runOnBoard();
+            QTRY_VERIFY(shop.text().contains(u"on\n"_s));
+        });
+        row("board command waits behind another", [](BoardWorkshop &shop) {
+            shop.board.setMute(true);
+            shop.connectBoard();
+            shop.refresh();
+            const auto second = shop.state->link().executeOnDevice(u"1"_s, std::chrono::seconds(9));
+            QTRY_VERIFY(shop.board.received().contains('\x01'));
+        });
+        row("board lost within a command", [](BoardWorkshop &shop) {
+            shop.board.vanishAfterReceiving(200);
+            shop.connectBoard();
+            shop.refresh();
+            QTRY_VERIFY(!shop.isConnected());
+        });
+    }
+
+    /// Nothing is left to look at then: what is wrong shows as a crash, or as a leaked coroutine at
+    /// the end of the test.
+    void quitsAtAnyMoment()
+    {
+        QFETCH(Step, reach);
+        BoardWorkshop shop;
+        reach(shop);
+        QVERIFY(!QTest::currentTestFailed());
+        shop.state.reset();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCoreApplication::processEvents();
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_AppState)
+#include "tst_AppState.moc"
