@@ -1,0 +1,178 @@
+// One MicroPython, from power-on to the next soft reset: the npm package's WebAssembly build, with
+// its standard streams, system-call results and missing functions made as a board has them.
+import fs from 'node:fs';
+import { loadMicroPython } from '@micropython/micropython-webassembly-pyscript/micropython.mjs';
+
+import { limitDisk, writeFiles } from './board-files.mjs';
+
+const lineFeed = 10;
+const carriageReturn = 13;
+const ctrlC = 3;
+// A sleep or a read looks this often whether MicroPython has an exception to raise.
+const sliceMilliseconds = 100;
+
+// Emscripten numbers its errors in its own way; Python code expects the usual numbers. EINTR and
+// EAGAIN are not here, since MicroPython itself compares them with Emscripten's.
+const usualErrorNumbers = new Map([
+    [2, 13], // EACCES
+    [8, 9], // EBADF
+    [10, 16], // EBUSY
+    [20, 17], // EEXIST
+    [28, 22], // EINVAL
+    [31, 21], // EISDIR
+    [44, 2], // ENOENT
+    [51, 28], // ENOSPC
+    [54, 20], // ENOTDIR
+    [55, 39], // ENOTEMPTY
+    [63, 1], // EPERM
+]);
+const interruptedSystemCall = 27;
+const pollReadable = 1;
+const pollWritable = 4;
+
+// It grows by itself: garbage is collected only between two programs, a property of the build.
+const initialHeapBytes = 256 * 1024;
+
+const usualErrorNumber = (number) => usualErrorNumbers.get(number) ?? number;
+const setup = fs.readFileSync(new URL('setup.py', import.meta.url), 'utf8');
+
+export class Interpreter {
+    #python;
+    #ring;
+
+    // `ring` is the board's input, `write` takes its output. `files` is what its file system holds (see
+    // board-files.mjs), `diskBytes` limits it. `fileEnded` is called by `_board.fileEnded()` in Python.
+    static async powerOn(settings) {
+        const python = await withUsualErrorNumbers(() =>
+            loadMicroPython({
+                heapsize: initialHeapBytes,
+                stdin: () => null,
+                stdout: () => {},
+                linebuffer: false,
+            }));
+        return new Interpreter(python, settings);
+    }
+
+    constructor(python, { ring, write, fileEnded, files, diskBytes }) {
+        this.#python = python;
+        this.#ring = ring;
+        this.#connectStandardStreams(write);
+        python.registerJsModule('_board', {
+            deadline: (milliseconds) => Math.round(performance.now() + milliseconds),
+            waitUntil: (deadline) => this.#waitUntil(deadline),
+            fileEnded,
+        });
+        // Before the board's files are there, since one of them may be named as a module of setup.py's.
+        python.runPython(setup);
+        emptyRoot(python.FS);
+        writeFiles(python.FS, files);
+        if (diskBytes) limitDisk(python.FS, diskBytes);
+    }
+
+    get fileSystem() {
+        return this.#python.FS;
+    }
+
+    // Raises KeyboardInterrupt in the running code, as the interrupt handler of a serial port does,
+    // unless Ctrl-C is an ordinary byte at present. The inspector may call this at any moment.
+    interrupt(number) {
+        if (this.#python._module._mp_hal_get_interrupt_char() !== ctrlC) return;
+        if (number <= this.#ring.settled) return;
+        this.#ring.settle(number);
+        this.#python._module._mp_sched_keyboard_interrupt();
+    }
+
+    startRepl() {
+        this.#python.replInit();
+    }
+
+    // Feeds one byte to the interactive prompt; true when it asked for a soft reset. Code that it
+    // completes runs before this returns.
+    feed(byte) {
+        this.#ring.pythonRuns = true;
+        const exitCode = this.#python._module._mp_js_repl_process_char(byte);
+        this.#ring.pythonRuns = false;
+        return exitCode !== 0;
+    }
+
+    #connectStandardStreams(write) {
+        // A port sends each line feed as CR LF, but leaves a CR LF as it is, also one in two writes.
+        let last = 0;
+        const withCarriageReturns = (bytes) => {
+            const sent = [];
+            for (const byte of bytes) {
+                if (byte === lineFeed && last !== carriageReturn) sent.push(carriageReturn);
+                sent.push(byte);
+                last = byte;
+            }
+            return Uint8Array.from(sent);
+        };
+        const operations = {
+            read: (stream, heap, start, length) => this.#read(heap, start, length),
+            write: (stream, heap, start, length) => {
+                write(withCarriageReturns(heap.subarray(start, start + length)));
+                return length;
+            },
+            poll: () => pollWritable | (this.#waitForByte(0) === 'byte' ? pollReadable : 0),
+        };
+        for (const stream of this.fileSystem.streams.slice(0, 3)) {
+            stream.stream_ops = { ...stream.stream_ops, ...operations };
+        }
+    }
+
+    // Reads at least one byte into the heap, and what else is there.
+    #read(heap, start, length) {
+        let count = 0;
+        while (count < length && this.#waitForByte(count ? 0 : sliceMilliseconds) === 'byte') {
+            const byte = this.#ring.take();
+            // What the person's Enter key sends is the end of a line to Python.
+            heap[start + count++] = byte === carriageReturn ? lineFeed : byte;
+        }
+        // MicroPython then raises what is pending, or reads again.
+        if (count === 0) throw new this.fileSystem.ErrnoError(interruptedSystemCall);
+        return count;
+    }
+
+    #waitForByte(milliseconds) {
+        return this.#ring.waitForByte(milliseconds, (number) => this.interrupt(number));
+    }
+
+    // Sleeps for a slice at most; true when the deadline is not reached. Between the slices, Python
+    // code gets the chance to raise what a Ctrl-C has left.
+    #waitUntil(deadline) {
+        const slice = Math.min(sliceMilliseconds, deadline - performance.now());
+        this.#ring.waitForInterrupt(slice, (number) => this.interrupt(number));
+        return performance.now() < deadline;
+    }
+}
+
+// The loader offers no way to its imports, so they are reached where it hands them to WebAssembly.
+async function withUsualErrorNumbers(load) {
+    const instantiate = WebAssembly.instantiate;
+    WebAssembly.instantiate = (binary, imports) => {
+        const { env, wasi_snapshot_preview1: wasi } = imports;
+        for (const [name, call] of Object.entries(env)) {
+            if (!name.startsWith('__syscall_')) continue;
+            env[name] = (...values) => {
+                const result = call(...values);
+                return result < 0 ? -usualErrorNumber(-result) : result;
+            };
+        }
+        const { fd_write: write } = wasi;
+        wasi.fd_write = (...values) => usualErrorNumber(write(...values));
+        return instantiate(binary, imports);
+    };
+    try {
+        return await load();
+    } finally {
+        WebAssembly.instantiate = instantiate;
+    }
+}
+
+// A board has no /dev, /proc, /tmp and /home. The standard streams stay open.
+function emptyRoot(fileSystem) {
+    for (const [name, node] of Object.entries(fileSystem.root.contents)) {
+        fileSystem.destroyNode(node);
+        delete fileSystem.root.contents[name];
+    }
+}

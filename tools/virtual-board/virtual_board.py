@@ -1,0 +1,143 @@
+#!/usr/bin/python3
+"""Makes the virtual board's serial port and owns the board: starts its process, and ends with it.
+
+The board's process (board.mjs) holds the master side of a pseudo-terminal, and nobody else does: when
+that process dies, the port goes as when a cable is pulled. This process keeps the slave side open, so
+that a client may close the port and open it again without the board seeing an end of file.
+"""
+import argparse
+import ctypes
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import tty
+
+PR_SET_PDEATHSIG = 1
+ENDING_SIGNALS = {signal.SIGTERM, signal.SIGINT, signal.SIGHUP}
+BOARD = pathlib.Path(__file__).resolve().with_name("board.mjs")
+
+
+def parse_arguments():
+    parser = argparse.ArgumentParser(
+        prog="virtual-board",
+        description="A MicroPython board on a pseudo-terminal. Prints the port's path on the first "
+        "line and the board's process id on the second, then runs until SIGTERM, SIGINT or SIGHUP.")
+    parser.add_argument("--link", type=pathlib.Path, metavar="PATH",
+                        help="where the port is to appear (default: a new private temporary path)")
+    parser.add_argument("--flash", type=existing_folder, metavar="FOLDER",
+                        help="a folder that is copied into the board's file system at power-on")
+    parser.add_argument("--disk", type=positive, metavar="BYTES",
+                        help="how much the board's files may hold together (default: no limit)")
+    parser.add_argument("--rate", type=positive, metavar="BYTES_PER_SECOND",
+                        help="slow the line down; 11520 is 115200 baud (default: no limit)")
+    parser.add_argument("--with-parent", action="store_true",
+                        help="end when the process that started this one ends")
+    # The start script passes its parent from before it looked at the packages.
+    parser.add_argument("--parent", type=int, default=os.getppid(), help=argparse.SUPPRESS)
+    return parser.parse_args()
+
+
+def existing_folder(text):
+    if not os.path.isdir(text):
+        raise argparse.ArgumentTypeError(f"{text} is not a folder")
+    return os.path.abspath(text)
+
+
+def positive(text):
+    if not text.isdecimal() or int(text) == 0:
+        raise argparse.ArgumentTypeError(f"{text} is not a positive whole number")
+    return int(text)
+
+
+def signal_me_when_parent_ends(number, parent):
+    """The kernel tells of the end of the thread that started this process, not of its whole process."""
+    ctypes.CDLL(None, use_errno=True).prctl(PR_SET_PDEATHSIG, number)
+    if os.getppid() != parent:
+        os.kill(os.getpid(), number)
+
+
+def place_link(link, port):
+    """Takes the place of a link, such as one that a killed board left, but never of a file."""
+    if link.exists() and not link.is_symlink():
+        sys.exit(f"virtual board: {link} exists and is no link")
+    fresh = link.with_name(f".{link.name}.{os.getpid()}")
+    fresh.symlink_to(port)
+    fresh.replace(link)
+
+
+def remove_link(link, port):
+    """Leaves a link alone that a later board has put there. That board's port cannot have the same
+    name, since the slave side is still open here."""
+    try:
+        if os.readlink(link) == port:
+            link.unlink()
+    except OSError:
+        pass
+
+
+def start_board(arguments, master):
+    owner = os.getpid()
+
+    def become_board():
+        signal.pthread_sigmask(signal.SIG_SETMASK, [])
+        signal_me_when_parent_ends(signal.SIGKILL, owner)
+
+    command = ["node", BOARD, "--descriptor", str(master)]
+    for option in ("flash", "disk", "rate"):
+        value = getattr(arguments, option)
+        if value:
+            command += [f"--{option}", str(value)]
+    # Options that are meant for other Node programs, such as a debugger's, would print into ours.
+    environment = {key: value for key, value in os.environ.items() if key != "NODE_OPTIONS"}
+    return subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=2, pass_fds=[master],
+                            env=environment, preexec_fn=become_board)
+
+
+def wait_for_end(board):
+    """Returns the exit status: 0 when asked to end, 1 when the board ended by itself."""
+    while True:
+        if signal.sigwait(ENDING_SIGNALS | {signal.SIGCHLD}) != signal.SIGCHLD:
+            return 0
+        status = board.poll()
+        if status is not None:
+            how = signal.Signals(-status).name if status < 0 else f"status {status}"
+            print(f"virtual board: the board ended by {how}", file=sys.stderr)
+            return 1
+
+
+def main():
+    arguments = parse_arguments()
+    # From here on the signals wait until sigwait() takes them.
+    signal.pthread_sigmask(signal.SIG_BLOCK, ENDING_SIGNALS | {signal.SIGCHLD})
+    if arguments.with_parent:
+        signal_me_when_parent_ends(signal.SIGTERM, arguments.parent)
+
+    master, slave = os.openpty()
+    tty.setraw(slave)
+    port = os.ttyname(slave)
+    folder = None if arguments.link else tempfile.mkdtemp(prefix="virtual-board-")
+    link = arguments.link or pathlib.Path(folder, "port")
+    board = None
+    try:
+        place_link(link, port)
+        board = start_board(arguments, master)
+        os.close(master)
+        print(link, board.pid, sep="\n", flush=True)
+        return wait_for_end(board)
+    except OSError as error:
+        sys.exit(f"virtual board: {error}")
+    finally:
+        if board:
+            board.kill()
+            board.wait()
+        remove_link(link, port)
+        if folder:
+            shutil.rmtree(folder, ignore_errors=True)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
