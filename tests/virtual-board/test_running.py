@@ -1,0 +1,78 @@
+"""What a running program sees of the line: interrupts and its standard input."""
+import time
+import unittest
+
+from virtual_board import END, INTERRUPT, BoardTest
+
+
+class Running(BoardTest):
+    def test_interrupts_whatever_runs(self):
+        programs = {
+            "loop": "while True: pass",
+            "sleep": "import time\ntime.sleep(60)",
+            "loop of short sleeps": "import time\nwhile True: time.sleep_ms(1)",
+            "printing": "while True: print('line')",
+            "read": "import sys\nsys.stdin.readline()",
+            "poll": "import select, sys\np = select.poll()\np.register(sys.stdin, 1)\np.poll(60000)",
+        }
+        for name, program in programs.items():
+            with self.subTest(name):
+                self.board.start("print('<go>')\n" + program + "\nprint('after')")
+                self.board.until(b"<go>\r\n")
+                asked = time.monotonic()
+                self.board.send(INTERRUPT)
+                output, error = self.board.finish()
+                self.assertTrue(error.endswith("KeyboardInterrupt: \r\n"), error)
+                self.assertNotIn("after", output)
+                self.assertLess(time.monotonic() - asked, 2)
+
+    def test_interrupt_sent_along_with_the_program_is_heard(self):
+        for _ in range(10):
+            self.board.send(b"while True: pass" + END + INTERRUPT)
+            self.board.until(b"OK")
+            self.assertIn("KeyboardInterrupt", self.board.finish()[1])
+
+    def test_interrupt_is_an_ordinary_byte_while_switched_off(self):
+        self.board.start("import micropython, sys\nmicropython.kbd_intr(-1)\nprint('<go>')\n"
+                         "print(sys.stdin.read(3).encode())")
+        self.board.ask(b"a\x03b", b"<go>\r\n")
+        self.assertEqual(self.board.finish(), ("b'a\\x03b'\r\n", ""))
+
+    def test_interrupt_is_heard_behind_unread_input(self):
+        self.board.start("print('<go>')\nwhile True: pass")
+        self.board.until(b"<go>\r\n")
+        self.board.send(b"unread " * 10000 + INTERRUPT)
+        self.assertIn("KeyboardInterrupt", self.board.finish()[1])
+        self.board.send(INTERRUPT)
+
+    def test_reads_lines_that_come_late_or_early(self):
+        self.board.start("import sys\nprint('\\x1ex\\x1e')\nprint(repr(sys.stdin.readline()))")
+        self.board.until(b"\x1ex\x1e\r\n")
+        self.board.send(b"c\n")
+        self.assertEqual(self.board.finish(), ("'c\\n'\r\n", ""))
+        self.board.send(b"import sys\nprint([sys.stdin.readline(), sys.stdin.readline()])\x04c\rnext\n")
+        self.board.until(b"OK")
+        self.assertEqual(self.board.finish(), ("['c\\n', 'next\\n']\r\n", ""))
+
+    def test_input_echoes_and_edits(self):
+        self.board.start("print('got', repr(input('name? ')))")
+        self.board.until(b"name? ")
+        self.board.send(b"bot\x7fb\r")
+        self.assertEqual(self.board.finish(), ("bot\b \bb\r\ngot 'bob'\r\n", ""))
+
+    def test_polls_standard_input(self):
+        self.board.start("import select, sys\np = select.poll()\np.register(sys.stdin, select.POLLIN)\n"
+                         "print(p.poll(50), '<go>')\nprint(len(p.poll(9000)), sys.stdin.read(1))")
+        self.assertEqual(self.board.until(b"<go>\r\n"), b"[] <go>\r\n")
+        self.board.send(b"q")
+        self.assertEqual(self.board.finish(), ("1 q\r\n", ""))
+
+    def test_sleeps_as_long_as_asked(self):
+        started = time.monotonic()
+        self.assertOutput("import time\nt = time.ticks_ms()\ntime.sleep(0.25)\ntime.sleep_ms(250)\n"
+                          "print(490 < time.ticks_diff(time.ticks_ms(), t) < 2000)", "True\r\n")
+        self.assertGreater(time.monotonic() - started, 0.49)
+
+
+if __name__ == "__main__":
+    unittest.main()
