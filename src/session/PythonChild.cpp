@@ -43,16 +43,14 @@ PythonChild::PythonChild(QObject *parent)
     connect(&m_process, &QProcess::finished, this, [this] {
         if (m_isDismissed)
             deleteLater();
-        else
-            emit ended();
+        emit ended();
     });
     connect(&m_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error != QProcess::FailedToStart)
             return;
         if (m_isDismissed)
             deleteLater();
-        else
-            emit launchFailed(m_process.errorString());
+        emit launchFailed(m_process.errorString());
     });
 }
 
@@ -95,9 +93,9 @@ void PythonChild::interrupt()
 void PythonChild::dismiss()
 {
     m_isDismissed = true;
+    // From here on nobody hears of it. What it still prints is read and forgotten, lest it hang on
+    // a full pipe.
     disconnect();
-    m_process.closeReadChannel(QProcess::StandardOutput);
-    m_process.closeReadChannel(QProcess::StandardError);
     m_process.terminate();
     m_commands.close();
     m_earlyCommands.clear();

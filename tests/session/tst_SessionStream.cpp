@@ -150,11 +150,12 @@ private slots:
                     : std::get<SessionStream::Reply>(item).body.size() + 1;
         };
         count(stream.feed(beginning));
-        for (qsizetype i = 0; i < chunks; ++i)
+        for (qsizetype i = 0; i < chunks; ++i) {
             count(stream.feed(chunk));
+            QVERIFY2(timer.elapsed() < 20'000, "too slow");
+        }
         count(stream.feed("\x04"));
         QCOMPARE(length, beginning.size() + chunks * chunk.size());
-        QVERIFY2(timer.elapsed() < 20'000, qPrintable(u"%1 ms"_qs.arg(timer.elapsed())));
     }
 };
 
