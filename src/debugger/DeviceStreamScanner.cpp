@@ -72,12 +72,6 @@ DeviceStreamScanner::Scan DeviceStreamScanner::feed(QByteArrayView chunk)
     return scan;
 }
 
-void DeviceStreamScanner::beginReply()
-{
-    m_endMarks = 0;
-    m_promptMayFollow = false;
-}
-
 QString DeviceStreamScanner::flush()
 {
     const QString text = Utf8::decodeLossy(m_buffer);

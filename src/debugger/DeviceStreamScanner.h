@@ -22,7 +22,8 @@ public:
         bool ended = false;
         /// How many of the pauses, the last ones, came behind the last end mark.
         qsizetype pausesBehindEnd = 0;
-        /// The prompt followed the second end mark, or a later one, since `beginReply`.
+        /// The prompt followed the second end mark, or a later one, since this was new, flushed or
+        /// cleared.
         bool replyWhole = false;
     };
 
@@ -30,11 +31,9 @@ public:
     /// end behind one waits for the next chunk.
     [[nodiscard]] Scan feed(QByteArrayView chunk);
 
-    /// A program is being sent: its reply's end marks are counted from here.
-    void beginReply();
-
-    /// What was still waiting, as text; nothing waits afterwards.
+    /// What was still waiting, as text; then everything begins anew.
     [[nodiscard]] QString flush();
+    /// The same without the text.
     void clear();
 
 private:

@@ -42,7 +42,8 @@ void ProgramRun::runOnDeviceStreamed(const QString &source)
     if (m_reply == Reply::Ending)
         m_reply = Reply::None;
     // What follows goes to the watcher, so nothing can complete what waits in the stream; and the
-    // beginning of a record would swallow the first output of the new program.
+    // beginning of a record would swallow the first output of the new program. The end marks are
+    // counted from here, too.
     flushStream();
 
     m_isEntering = true;
@@ -70,7 +71,6 @@ void ProgramRun::sendProgram()
 {
     const QString source = std::exchange(m_source, {});
     m_reply = Reply::Awaited;
-    m_deviceStream.beginReply();
     // Before the line is free, so that no command can slip in between.
     const bool wasRunning = std::exchange(m_deviceProgramRunning, true);
     leaveEntry();

@@ -1,0 +1,328 @@
+#include "debugger/ProgramRun.h"
+
+#include "Bench.h"
+#include "support/Awaited.h"
+#include "support/ScriptedBoard.h"
+
+#include <QElapsedTimer>
+
+using namespace Korvane;
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString connected = u"info: Connected to "_s;
+const QString sent = u"info: ▶ Sent to device."_s;
+const QString neverEntered = u"error: The board never entered the raw REPL, so nothing was run. "
+                             "Try disconnecting and reconnecting."_s;
+const QStringList wholeRun{u"running"_s, u"free"_s, u"ended"_s, u"whole"_s};
+
+/// A bench with a board that is at its prompt.
+struct Connection
+{
+    ScriptedBoard board;
+    Bench bench;
+
+    Connection() { greet(); }
+
+    void greet()
+    {
+        QVERIFY(bench.connectTo(board.port(), u">>> "_s));
+        board.forget();
+    }
+
+    void start(const QString &source) { bench.run->runOnDeviceStreamed(source); }
+};
+
+} // namespace
+
+class tst_ProgramRun final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void followsAReply_data()
+    {
+        QTest::addColumn<QByteArray>("reply"); // after "OK"
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<QStringList>("events");
+        QStringList before = wholeRun;
+        before.insert(1, u"paused 3"_s);
+        const QStringList unfinished = wholeRun.first(3);
+        QTest::newRow("output") << ScriptedBoard::reply("é\r\n") << u"OKé\r\n>"_s << wholeRun;
+        QTest::newRow("a traceback") << ScriptedBoard::reply("a", "in <stdin>\r\nError\r\n")
+                                     << u"OKain <stdin>\r\nError\r\n>"_s << wholeRun;
+        QTest::newRow("an ill-formed byte at the end")
+            << ScriptedBoard::reply("abc\xFF") << u"OKabc\uFFFD>"_s << wholeRun;
+        QTest::newRow("a stray record mark") << ScriptedBoard::reply("a\x1E"
+                                                                     "b")
+                                             << u"OKa\u001Eb>"_s << wholeRun;
+        QTest::newRow("a stop") << ScriptedBoard::reply("a\x1E{\"line\":3}\x1E\r\nb") << u"OKab>"_s
+                                << before;
+        QTest::newRow("an end mark of its own") << ScriptedBoard::reply("a\x04"
+                                                                        "b",
+                                                                        "c>")
+                                                << u"OKabc>>"_s << wholeRun;
+        // The last event comes a second after the end.
+        QTest::newRow("no prompt") << QByteArray("a\x04"
+                                                 "b\x04")
+                                   << u"OKab"_s << wholeRun;
+        QTest::newRow("no end") << QByteArray("abc") << u"OKabc"_s << QStringList{u"running"_s};
+    }
+
+    void followsAReply()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(QString, output);
+        QFETCH(QStringList, events);
+        for (const bool isSplit : {false, true}) {
+            Connection c;
+            c.board.onProgram = [&reply](const QByteArray &) { return reply; };
+            c.start(u"print('ü')\n"_s);
+            QVERIFY(c.bench.link.deviceCommandInFlight());
+            QTRY_COMPARE(c.bench.events.value(0), u"running"_s);
+            QVERIFY(!c.bench.link.deviceCommandInFlight());
+            c.board.setSplitAtEveryByte(isSplit);
+            QTRY_VERIFY2(c.bench.shell.output().endsWith(output),
+                         qPrintable(c.bench.shell.output()));
+            QTRY_COMPARE(c.bench.events, events);
+            QCOMPARE(c.bench.run->deviceProgramRunning(), events.size() == 1);
+            QCOMPARE(c.board.received(), "\1print('ü')\n\4"_ba);
+            QCOMPARE(c.bench.shell.lines().value(0), sent);
+        }
+    }
+
+    void waitsASecondForTheRestOfAReply()
+    {
+        Connection c;
+        c.board.onProgram = [](const QByteArray &) { return "\x04"_ba; };
+        c.start(u"x"_s);
+        QTRY_COMPARE(c.bench.events, wholeRun.first(3));
+        QElapsedTimer timer;
+        timer.start();
+        c.board.send("late\x04");
+        QTRY_COMPARE(c.bench.events, wholeRun);
+        QVERIFY2(timer.elapsed() > 800, qPrintable(QString::number(timer.elapsed())));
+        c.board.send(">");
+        QTRY_COMPARE(c.bench.shell.output(), u"OKlate>"_s);
+        QCOMPARE(c.bench.events, wholeRun);
+        // The marks of the next reply are counted anew.
+        c.bench.events.clear();
+        c.board.onProgram = [](const QByteArray &) { return "\x04>"_ba; };
+        c.start(u"y"_s);
+        QTRY_VERIFY(c.bench.events.size() >= 3);
+        QCOMPARE(c.bench.events, wholeRun.first(3));
+    }
+
+    void sendsOnlyTheOrderForWhatIsNoText()
+    {
+        Connection c;
+        c.start(u"a"_s + QChar(0xD800));
+        QTRY_COMPARE(c.board.transcript(), u"^A^D"_s);
+    }
+
+    void givesUpOnABusyBoard()
+    {
+        Connection c;
+        c.bench.session.begin({3});
+        c.board.setMute(true);
+        QElapsedTimer timer;
+        timer.start();
+        c.start(u"x"_s);
+        c.board.send("busy \xFF");
+        QTRY_COMPARE(c.board.transcript(), u"^A^A"_s);
+        c.board.send("raw REP");
+        QTRY_COMPARE(c.bench.events, QStringList{u"gave up"_s});
+        QVERIFY2(timer.elapsed() >= 1700 && timer.elapsed() < 3000,
+                 qPrintable(QString::number(timer.elapsed())));
+        QCOMPARE(c.board.transcript(), u"^A^A^A^A^A^A"_s);
+        QCOMPARE(c.bench.shell.lines(), QStringList{neverEntered});
+        QVERIFY(!c.bench.link.deviceCommandInFlight() && !c.bench.session.isDebugging());
+        c.board.send("seen again");
+        QTRY_COMPARE(c.bench.shell.output(), u"seen again"_s);
+        // Half the banner of one run and half of the next make none.
+        c.start(u"y"_s);
+        c.board.send("L");
+        QTRY_COMPARE(c.board.transcript(), u"^A^A^A^A^A^A^A^A"_s);
+    }
+
+    void knowsTheBannerInPieces()
+    {
+        Connection c;
+        c.board.setMute(true);
+        c.board.on("\1", "\xE2\x82\xAC raw REPL; and so on");
+        c.board.setSplitAtEveryByte(true);
+        c.start(u"x"_s);
+        QTRY_COMPARE(c.board.transcript(), u"^Ax^D"_s);
+    }
+
+    void startsTheLastOfTwoRuns()
+    {
+        Connection c;
+        c.board.setMute(true);
+        c.start(u"first"_s);
+        QTRY_COMPARE(c.board.transcript(), u"^A^A"_s);
+        c.start(u"second"_s);
+        // More than the first run was given.
+        QTRY_COMPARE(c.board.transcript(), u"^A^A^A^A^A^A^A"_s);
+        c.board.setMute(false);
+        QTRY_COMPARE(c.bench.events, wholeRun);
+        QVERIFY(c.board.transcript().endsWith(u"^Asecond^D"));
+        QVERIFY(!c.board.received().contains("first"));
+        QCOMPARE(c.bench.shell.lines().filter(u"error"_s), QStringList());
+    }
+
+    void forgetsAnEndedRunWhenTheNextStarts()
+    {
+        Connection c;
+        c.board.onProgram = [](const QByteArray &) { return "\x04"_ba; };
+        c.start(u"first"_s);
+        QTRY_COMPARE(c.bench.events, wholeRun.first(3));
+        c.board.setMute(true);
+        c.start(u"second"_s);
+        QTRY_COMPARE(c.bench.events.last(), u"gave up"_s);
+        QVERIFY(!c.bench.events.contains(u"whole"_s));
+    }
+
+    void keepsARunningProgramWhenTheNextGivesUp()
+    {
+        Connection c;
+        c.board.onProgram = [](const QByteArray &) { return "a\xC3"_ba; };
+        c.start(u"first"_s);
+        QTRY_COMPARE(c.bench.shell.output(), u"OKa"_s);
+        c.board.setMute(true);
+        // The half character can't be completed by what comes for the second.
+        c.start(u"second"_s);
+        QTRY_COMPARE(c.bench.shell.output(), u"OKa\uFFFD"_s);
+        QTRY_COMPARE(c.bench.events.last(), u"gave up"_s);
+        c.board.send("\xA9\x04\x04>");
+        QTRY_COMPARE(c.bench.events.last(), u"whole"_s);
+        QCOMPARE(c.bench.shell.output(), u"OKa\uFFFD\uFFFD>"_s);
+    }
+
+    void takesTheLineFromACommand()
+    {
+        Connection c;
+        c.board.on("command\x04", "OK");
+        auto command = c.bench.link.executeOnDeviceRaw(u"command"_s, 1s);
+        QTRY_VERIFY(c.board.received().endsWith("command\x04"));
+        c.start(u"program"_s);
+        QTRY_COMPARE(c.bench.events, wholeRun);
+        QCOMPARE(awaited(std::move(command)).error().code, ErrorCode::TimedOut);
+        QCOMPARE(c.board.transcript(), u"^Acommand^D^Aprogram^D"_s);
+        QVERIFY(!c.bench.link.deviceCommandInFlight());
+    }
+
+    void tellsTheDebugState()
+    {
+        Connection c;
+        DebugSession &session = c.bench.session;
+        QStringList seen;
+        connect(&session, &DebugSession::paused, this, [&](const DebugPause &pause) {
+            seen << u"%1 %2 %3 "_s.arg(pause.line)
+                        .arg(session.pausedAt().value_or(0))
+                        .arg(session.isDebugging())
+                    + pause.variables.value(0).name;
+            QCOMPARE(c.bench.shell.lines().filter(u"Paused"_s).size(), seen.size() - 1);
+        });
+        c.board.onProgram = [](const QByteArray &) {
+            return "a\x1E{\"line\":3,\"vars\":[{\"n\":\"x\"}]}\x1E\r\n\x1E{\"line\":4}\x1E\r\n"_ba;
+        };
+        session.begin({3, 4});
+        c.start(u"x"_s);
+        QTRY_COMPARE(session.pausedAt(), 4);
+        QCOMPARE(seen, QStringList({u"3 3 1 x"_s, u"4 4 1 "_s}));
+        QCOMPARE(session.activeBreakpointLines(), (QSet<int>{3, 4}));
+        // Taken for the end, until the program is seen to go on.
+        c.board.send("\x04\x1E{\"line\":5}\x1E");
+        QTRY_COMPARE(session.pausedAt(), 5);
+        c.board.send("\x04\x04>");
+        QTRY_COMPARE(c.bench.events.last(), u"whole"_s);
+        QVERIFY(!session.isDebugging() && !session.pausedAt());
+        QCOMPARE(session.activeBreakpointLines(), QSet<int>());
+        QCOMPARE(c.bench.shell.lines(),
+                 QStringList({sent, u"output: OKa"_s, u"info: ⏸ Paused at line 3."_s,
+                              u"info: ⏸ Paused at line 4."_s, u"info: ▶ Program finished."_s,
+                              u"info: ⏸ Paused at line 5."_s, u"output: >"_s,
+                              u"info: ▶ Program finished."_s}));
+    }
+
+    void losesTheBoard_data()
+    {
+        QTest::addColumn<QByteArray>("waitFor"); // received before the board goes
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<QString>("shown"); // before the board goes
+        QTest::addColumn<QString>("rest");  // when it goes
+        QTest::addColumn<QStringList>("events");
+        QTest::addColumn<int>("longestTimer"); // of those that could still run, in milliseconds
+        const QStringList broken{u"running"_s, u"free"_s};
+        const auto row = [](const char *name, const QByteArray &reply, const QString &shown,
+                            const QString &rest, const QStringList &events, int longestTimer = 0) {
+            QTest::newRow(name) << "program\4"_ba << reply << shown << rest << events
+                                << longestTimer;
+        };
+        QTest::newRow("entering") << "\1\1"_ba
+                                  << ""_ba << u""_s << u""_s << QStringList() << 1900;
+        row("sent", "", u"OK"_s, u""_s, broken);
+        row("in a character", "a\xE2", u"OKa"_s, u"\uFFFD"_s, broken);
+        row("in a record", "a\x1E{", u"OKa"_s, u"\u001E{"_s, broken);
+        row("before the reply is whole", "a\x04", u"OKa"_s, u""_s, wholeRun.first(3), 1100);
+    }
+
+    void losesTheBoard()
+    {
+        QFETCH(QByteArray, waitFor);
+        QFETCH(QByteArray, reply);
+        QFETCH(QString, shown);
+        QFETCH(QString, rest);
+        QFETCH(QStringList, events);
+        QFETCH(int, longestTimer);
+        for (const bool isDisconnected : {false, true}) {
+            Connection c;
+            c.bench.session.begin({1});
+            c.board.setMute(waitFor == "\1\1");
+            c.board.onProgram = [&reply](const QByteArray &) { return reply; };
+            c.start(u"program"_s);
+            QTRY_VERIFY(c.board.received().endsWith(waitFor));
+            QTRY_VERIFY(events.isEmpty() || c.bench.data.endsWith("OK" + reply));
+            QCOMPARE(c.bench.shell.output(), shown);
+            if (isDisconnected)
+                c.bench.link.disconnectDevice();
+            else
+                c.board.vanish();
+            QTRY_COMPARE(c.bench.shell.lines().join(u'\n').section(u'\n', -1),
+                         isDisconnected ? u"info: Disconnected."_s
+                                        : u"info: Device disconnected."_s);
+            QCOMPARE(c.bench.shell.output(), isDisconnected ? shown : shown + rest);
+            QVERIFY(!QTest::qWaitFor([&] { return c.bench.events != events; }, longestTimer));
+            QVERIFY(!c.bench.link.deviceCommandInFlight() && !c.bench.session.isDebugging());
+
+            // Nothing of the old run shows up in a new one.
+            c.board.setMute(false);
+            c.board.plugIn();
+            c.greet();
+            c.board.onProgram = [](const QByteArray &) { return ScriptedBoard::reply("new\r\n"); };
+            c.start(u"again"_s);
+            QTRY_COMPARE(c.bench.events, wholeRun);
+            QCOMPARE(c.board.transcript(), u"^Aagain^D"_s);
+            QVERIFY(c.bench.shell.output().endsWith(u"OKnew\r\n>"));
+        }
+    }
+
+    void goesInTheMiddleOfEntering()
+    {
+        Connection c;
+        c.board.setMute(true);
+        c.start(u"x"_s);
+        QTRY_COMPARE(c.board.transcript(), u"^A"_s);
+        c.bench.run.reset();
+        c.board.send("raw REPL");
+        QTRY_COMPARE(c.bench.data, "raw REPL"_ba);
+        c.bench.link.serial().write("on");
+        QTRY_COMPARE(c.board.transcript(), u"^Aon"_s);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_ProgramRun)
+#include "tst_ProgramRun.moc"
