@@ -22,13 +22,9 @@ public:
         : m_state(state)
     {
     }
-    void start() override
-    {
-        m_state.setMcpRunning(true);
-        m_state.shell().appendInfo(u"listening"_s);
-    }
-    void stop() override { m_state.setMcpRunning(false); }
-    bool isRunning() const override { return m_state.mcpRunning(); }
+    void start() override { m_state.shell().appendInfo(u"listening"_s); }
+    void stop() override { }
+    bool isRunning() const override { return false; }
 
 private:
     AppState &m_state;
@@ -93,26 +89,19 @@ private slots:
         QVERIFY(!shop.state->assistantServer());
     }
 
-    void startsTheServerWhenThePersonWantsIt_data()
-    {
-        QTest::addColumn<bool>("enabled");
-        QTest::newRow("enabled") << true;
-        QTest::newRow("not enabled") << false;
-    }
-
     void startsTheServerWhenThePersonWantsIt()
     {
-        QFETCH(bool, enabled);
-        MemorySettings settings;
-        settings.setFlag(Settings::serverEnabled, enabled);
-        AppState state({
-            .settings = settings,
-            .makeServer = [](AppState &app) { return std::make_unique<RecordedServer>(app); },
-        });
-        QVERIFY(state.assistantServer());
-        QCOMPARE(state.mcpRunning(), enabled);
-        QCOMPARE(describe(state.shell().replLines()),
-                 enabled ? QStringList({welcome, u"info: listening"_s}) : QStringList{welcome});
+        for (const bool enabled : {false, true}) {
+            MemorySettings settings;
+            settings.setFlag(Settings::serverEnabled, enabled);
+            AppState state({
+                .settings = settings,
+                .makeServer = [](AppState &app) { return std::make_unique<RecordedServer>(app); },
+            });
+            QVERIFY(state.assistantServer());
+            QCOMPARE(describe(state.shell().replLines()).mid(1),
+                     QStringList(enabled ? 1 : 0, u"info: listening"_s));
+        }
     }
 
     void runsTheDocumentInTheSession_data()
@@ -206,10 +195,13 @@ private slots:
         QTEST(shop.table(), "table");
     }
 
-    void givesShellLinesToTheBoardAsTheyAre()
+    void connectsAndGivesShellLinesToTheBoardAsTheyAre()
     {
         BoardWorkshop shop;
         shop.connectBoard();
+        QCOMPARE(shop.lines(), QStringList{u"info: Connected to "_s + shop.board.port()});
+        QCOMPARE(shop.state->sidebarTab(), AppState::SidebarTab::Device);
+        QCOMPARE(shop.state->variablesCaption(), shop.board.port());
         QTRY_COMPARE(shop.board.transcript(), u"^C^C"_s);
         shop.board.setMute(true);
         shop.board.forget();
@@ -220,15 +212,6 @@ private slots:
         shop.board.forget();
         shop.state->stopRun();
         QTRY_COMPARE(shop.board.transcript(), u"^C"_s);
-    }
-
-    void showsTheBoardOnceConnected()
-    {
-        BoardWorkshop shop;
-        shop.connectBoard();
-        QCOMPARE(shop.lines(), QStringList{u"info: Connected to "_s + shop.board.port()});
-        QCOMPARE(shop.state->sidebarTab(), AppState::SidebarTab::Device);
-        QCOMPARE(shop.state->variablesCaption(), shop.board.port());
     }
 
     void runsOnTheBoardAndReadsItsVariables()
@@ -260,40 +243,31 @@ private slots:
         QCOMPARE(shop.state->variablesCaption(), shop.board.port());
     }
 
-    void forgetsAPauseWithTheBoard()
-    {
-        BoardWorkshop shop;
-        shop.answer = "\x1e{\"line\": 3}\x1e";
-        shop.runOnBoard();
-        QTRY_VERIFY(shop.state->debugSession().pausedAt());
-        shop.state->link().disconnectDevice();
-        QVERIFY(!shop.state->debugSession().isDebugging());
-        QVERIFY(shop.isBoardIdle());
-        QCOMPARE(shop.state->variablesCaption(), u"local Python"_s);
-    }
-
-    void endsTheStreamWithTheLink_data()
+    void endsTheStreamAndThePauseWithTheLink_data()
     {
         QTest::addColumn<bool>("lost");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("lost: the rest is shown") << true << u"output: a\ufffd"_s;
-        QTest::newRow("disconnected: the rest is forgotten") << false << u"output: a"_s;
+        QTest::addColumn<QStringList>("shown");
+        QTest::newRow("lost: the rest is shown")
+            << true << QStringList{u"output: \ufffd"_s, u"info: Device disconnected."_s};
+        QTest::newRow("disconnected: the rest is forgotten")
+            << false << QStringList{u"info: Disconnected."_s};
     }
 
-    void endsTheStreamWithTheLink()
+    void endsTheStreamAndThePauseWithTheLink()
     {
         QFETCH(bool, lost);
         BoardWorkshop shop;
         shop.board.setMute(true);
         shop.connectBoard();
-        shop.board.send("a\xc3");
-        QTRY_COMPARE(shop.lines().constLast(), u"output: a"_s);
+        shop.board.send("\036{\"line\": 3}\036\303");
+        QTRY_COMPARE(shop.lines().constLast(), u"info: ⏸ Paused at line 3."_s);
         if (lost)
             shop.board.vanish();
         else
             shop.state->link().disconnectDevice();
         QTRY_VERIFY(!shop.isConnected());
-        QTEST(shop.lines().at(1), "shown");
+        QTEST(shop.lines(3), "shown");
+        QCOMPARE(shop.state->variablesCaption(), u"local Python"_s);
         shop.board.plugIn();
         shop.connectBoard();
         shop.board.send("b");
@@ -303,9 +277,7 @@ private slots:
     void losesTheBoardAtAnyMomentAndTakesItBack_data()
     {
         QTest::addColumn<int>("bytes"); // that the board takes before its cable is pulled
-        const qsizetype script = 364;
         QTest::newRow("connecting") << 0;
-        QTest::newRow("between the Ctrl-C") << 1;
         QTest::newRow("before the entry") << 2;
         QTest::newRow("entering") << 3;
         QTest::newRow("within the program") << 6;
@@ -313,8 +285,7 @@ private slots:
         QTest::newRow("while it runs") << 10;
         QTest::newRow("entering again") << 11;
         QTest::newRow("within the variables script") << 200;
-        QTest::newRow("before the script runs") << 11 + int(script);
-        QTest::newRow("while the script runs") << 12 + int(script);
+        QTest::newRow("while the script runs") << 12 + 364;
     }
 
     void losesTheBoardAtAnyMomentAndTakesItBack()

@@ -2,7 +2,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -36,29 +35,21 @@ class tst_FileSettings final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-
     void keepsItsFileToItsOwner()
     {
-        const QTemporaryDir folder;
-        const QString path = folder.filePath(u"new/settings.ini"_s);
-        FileSettings settings(path);
-        QCOMPARE(QFile::permissions(path), ownerOnly);
-        settings.setText(Settings::serverToken, u"secret"_s);
-        QCOMPARE(QFile::permissions(path), ownerOnly);
-        QVERIFY(QFile::setPermissions(path, ownerOnly | QFile::ReadOther | QFile::ReadGroup));
-        settings.setFlag(Settings::serverEnabled, true);
-        QCOMPARE(QFile::permissions(path), ownerOnly);
-        QVERIFY(QFile::remove(path));
-        settings.setFlag(Settings::serverEnabled, false);
-        QCOMPARE(QFile::permissions(path), ownerOnly);
-    }
-
-    void closesAFileThatOthersCouldRead()
-    {
         const Place place("[General]\nMCPServerToken=secret\n", ownerOnly | QFile::ReadOther);
-        QCOMPARE(FileSettings(place.path).text(Settings::serverToken), u"secret"_s);
+        FileSettings settings(place.path);
+        QCOMPARE(settings.text(Settings::serverToken), u"secret"_s);
         QCOMPARE(QFile::permissions(place.path), ownerOnly);
+        QVERIFY(QFile::setPermissions(place.path, ownerOnly | QFile::ReadGroup));
+        settings.setFlag(Settings::serverEnabled, true);
+        QCOMPARE(QFile::permissions(place.path), ownerOnly);
+        QVERIFY(QFile::remove(place.path));
+        settings.setFlag(Settings::serverEnabled, false);
+        QCOMPARE(QFile::permissions(place.path), ownerOnly);
+        const QString fresh = place.folder.filePath(u"new/settings.ini"_s);
+        FileSettings(fresh).setText(Settings::serverToken, u"secret"_s);
+        QCOMPARE(QFile::permissions(fresh), ownerOnly);
     }
 
     void keepsValuesFromOneProgramToTheNext()
@@ -75,22 +66,14 @@ private slots:
             first.setFlag(Settings::autoApproveWrites, false);
             first.setNumber(Settings::serverPort, 9000);
             first.setText(Settings::serverToken, odd);
+            // Written at once: nobody has to wait for this program to end.
+            QCOMPARE(FileSettings(place.path).text(Settings::serverToken), odd);
         }
         const FileSettings second(place.path);
         QVERIFY(second.flag(Settings::serverEnabled));
         QVERIFY(!second.flag(Settings::autoApproveWrites));
         QCOMPARE(second.number(Settings::serverPort), 9000);
         QCOMPARE(second.text(Settings::serverToken), odd);
-    }
-
-    void writesAtOnce()
-    {
-        const Place place("");
-        FileSettings settings(place.path);
-        settings.setText(Settings::serverToken, u"abc"_s);
-        QFile file(place.path);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QVERIFY(file.readAll().contains("MCPServerToken=abc"));
     }
 
     void readsOnlyWhatItUnderstands_data()
@@ -103,7 +86,6 @@ private slots:
         QTest::newRow("a word") << "yes"_ba << false << 0;
         QTest::newRow("list") << "true, true"_ba << false << 0;
         QTest::newRow("number") << "70000"_ba << false << 70000;
-        QTest::newRow("negative") << "-1"_ba << false << -1;
         QTest::newRow("too large") << "99999999999"_ba << false << 0;
         QTest::newRow("fraction") << "1.5"_ba << false << 0;
         QTest::newRow("foreign type") << "@Variant(\\0\\0\\0\\xff)"_ba << false << 0;
@@ -138,12 +120,6 @@ private slots:
         settings.setText(Settings::serverToken, u"kept"_s);
         QCOMPARE(settings.text(Settings::serverToken), u"kept"_s);
         QVERIFY(QFileInfo(folder.path()).isDir());
-    }
-
-    void belongsToThePersonsConfiguration()
-    {
-        QVERIFY(FileSettings::defaultPath().startsWith(
-            QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)));
     }
 };
 

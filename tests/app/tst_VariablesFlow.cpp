@@ -65,20 +65,13 @@ private slots:
         shop.answer = ScriptedBoard::reply(output);
         shop.refresh();
         QTRY_VERIFY(!shop.programs.isEmpty() && shop.isBoardIdle());
+        QCOMPARE(
+            QCryptographicHash::hash(shop.programs.first(), QCryptographicHash::Sha256).toHex(),
+            "d083c2249f1f67953a0f97e07435049754f90684823a208fdc05b951a80cfdb3"_ba);
         QCOMPARE(shop.table(), table.isNull() ? u"old:int=0"_s : table);
         QCOMPARE(shop.errors(),
                  table.isNull() ? QStringList{u"error: Could not read variables from the device"_s}
                                 : QStringList());
-    }
-
-    void sendsTheProgramUnchanged()
-    {
-        BoardWorkshop shop;
-        shop.refresh();
-        QTRY_COMPARE(shop.programs.size(), 1);
-        QCOMPARE(
-            QCryptographicHash::hash(shop.programs.first(), QCryptographicHash::Sha256).toHex(),
-            "d083c2249f1f67953a0f97e07435049754f90684823a208fdc05b951a80cfdb3"_ba);
     }
 
     void reportsWhyTheBoardFailed_data()
