@@ -298,7 +298,6 @@ private slots:
         QCOMPARE(shop.lines().constLast(), u"info: Device disconnected."_s);
         QVERIFY(!shop.state->programRun().deviceProgramRunning());
         QVERIFY(!shop.state->isRunning());
-        QCOMPARE(shop.table(), u""_s);
         const qsizetype before = shop.lines(0).size();
 
         shop.board.plugIn();

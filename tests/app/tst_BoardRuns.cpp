@@ -1,0 +1,83 @@
+#include "Workshop.h"
+#include "support/VirtualBoard.h"
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+/// Programs on real MicroPython, as the person runs them.
+class tst_BoardRuns final : public QObject
+{
+    Q_OBJECT
+
+    VirtualBoard m_board;
+
+    void connectAndRun(Workshop &shop, const QString &source)
+    {
+        shop.state->link().connectDevice(m_board.port());
+        QVERIFY2(shop.state->link().connectionState().isConnected(), qPrintable(shop.text()));
+        shop.write(source);
+        shop.run();
+        QTRY_VERIFY(shop.text().contains(u"▶ Sent to device."_s));
+    }
+
+    /// The program has ended, the variables are read, and the prompt is back.
+    bool isOver(const Workshop &shop) const
+    {
+        return shop.isBoardIdle() && shop.text().endsWith(u">>> "_s);
+    }
+
+private slots:
+    void initTestCase() { QVERIFY2(m_board.start(), qPrintable(m_board.errorText())); }
+
+    void showsOutputThenVariablesThenAnswersTheShell()
+    {
+        Workshop shop;
+        connectAndRun(shop, u"import sys\nx = 'a' * 600\n_hidden = 1\nprint('hällo')\n"_s);
+        QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
+        QVERIFY2(shop.text().contains(u"OKhällo\n>"_s), qPrintable(shop.text()));
+        QCOMPARE(shop.table(), u"x:str='%1..."_s.arg(QString(499, u'a')));
+        shop.state->submitShell(u"print(6 * 7)"_s);
+        QTRY_VERIFY2(shop.text().contains(u"\n42\n>>> "_s), qPrintable(shop.text()));
+    }
+
+    void showsATracebackWhole()
+    {
+        Workshop shop;
+        connectAndRun(shop, u"def f():\n    1 / 0\ny = 2\nf()\n"_s);
+        QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
+        QVERIFY2(shop.text().contains(u"Traceback (most recent call last):\n"_s)
+                     && shop.text().contains(u"ZeroDivisionError: divide by zero\n>"_s),
+                 qPrintable(shop.text()));
+        QVERIFY2(shop.table().contains(u"y:int=2"_s), qPrintable(shop.table()));
+    }
+
+    void stopsAnEndlessLoop()
+    {
+        Workshop shop;
+        connectAndRun(shop, u"print('on')\ni = 0\nwhile True: i += 1"_s);
+        QTRY_VERIFY(shop.text().contains(u"on\n"_s));
+        QVERIFY(shop.state->programRun().deviceProgramRunning());
+        shop.state->stopRun();
+        QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
+        QVERIFY2(shop.text().contains(u"KeyboardInterrupt"_s), qPrintable(shop.text()));
+        QVERIFY2(shop.table().contains(u"i:int="_s), qPrintable(shop.table()));
+    }
+
+    void comesBackAfterTheBoardDied()
+    {
+        Workshop shop;
+        connectAndRun(shop, u"print('on')\nwhile True: pass"_s);
+        QTRY_VERIFY(shop.text().contains(u"on\n"_s));
+        m_board.kill();
+        QTRY_VERIFY(!shop.state->link().connectionState().isConnected());
+        QCOMPARE(shop.lines().constLast(), u"info: Device disconnected."_s);
+        QVERIFY(shop.isBoardIdle());
+        QVERIFY2(m_board.restart(), qPrintable(m_board.errorText()));
+        shop.state->shell().clear();
+        connectAndRun(shop, u"z = 3"_s);
+        QTRY_VERIFY2(shop.table().contains(u"z:int=3"_s), qPrintable(shop.text()));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_BoardRuns)
+#include "tst_BoardRuns.moc"
