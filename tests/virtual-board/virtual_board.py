@@ -39,10 +39,13 @@ class BoardProcess:
 
     def clear_up(self):
         """Lets nothing run on, also when a test failed half-way."""
-        for pid in (self.owner.pid, self.pid):
-            if pid and is_running(pid):
-                os.kill(pid, signal.SIGKILL)
-        self.owner.communicate(timeout=10)
+        self.owner.terminate()
+        try:
+            self.owner.communicate(timeout=10)
+        except subprocess.TimeoutExpired:
+            self.owner.kill()
+        if self.pid and is_running(self.pid):
+            os.kill(self.pid, signal.SIGKILL)
         self.errors.close()
 
     def leftovers(self):
