@@ -1,0 +1,12 @@
+#include "ui/KorvaneApp.h"
+
+#include <QApplication>
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    Korvane::KorvaneApp::setUp(application);
+    Korvane::KorvaneApp korvane;
+    korvane.show();
+    return QApplication::exec();
+}

@@ -1,0 +1,111 @@
+#include "ui/BottomPane.h"
+
+#include "app/AppState.h"
+#include "ui/ConnectionIndicator.h"
+#include "ui/Divider.h"
+#include "ui/REPLView.h"
+#include "ui/SymbolView.h"
+#include "ui/VariablesView.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QStackedWidget>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace Korvane {
+
+namespace {
+
+/// A tab of the pane, as wide as its text in semibold, which it has while it is the chosen one.
+QToolButton *makeTab(const QString &title)
+{
+    auto *tab = new QToolButton;
+    tab->setObjectName(title);
+    tab->setText(title);
+    tab->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    tab->setCheckable(true);
+    tab->setAutoExclusive(true);
+    tab->setAutoRaise(true);
+    tab->setFocusPolicy(Qt::TabFocus);
+    const QFont regular = tab->font();
+    const QFont chosen = Theme::headlineFont(regular);
+    tab->setMinimumWidth(QFontMetrics(chosen).horizontalAdvance(title) + 20);
+    QObject::connect(tab, &QToolButton::toggled, tab, [tab, regular, chosen](bool isChosen) {
+        tab->setFont(isChosen ? chosen : regular);
+    });
+    return tab;
+}
+
+} // namespace
+
+BottomPane::BottomPane(AppState &state, QWidget *parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_shell(new REPLView(state))
+    , m_variables(new VariablesView(state))
+    , m_body(new QStackedWidget)
+    , m_shellTab(makeTab(tr("Shell")))
+    , m_variablesTab(makeTab(tr("Variables")))
+{
+    m_body->addWidget(m_shell);
+    m_body->addWidget(m_variables);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(makeHeader());
+    column->addWidget(new Divider);
+    column->addWidget(m_body, 1);
+
+    connect(m_shellTab, &QToolButton::clicked, this,
+            [this] { m_state.setBottomTab(AppState::BottomTab::Shell); });
+    connect(m_variablesTab, &QToolButton::clicked, this,
+            [this] { m_state.setBottomTab(AppState::BottomTab::Variables); });
+    connect(&state, &AppState::bottomTabChanged, this, &BottomPane::showTab);
+    showTab();
+}
+
+QWidget *BottomPane::makeHeader()
+{
+    auto *header = new QWidget;
+    auto *row = new QHBoxLayout(header);
+    row->setContentsMargins(8, 4, 10, 4);
+    row->setSpacing(4);
+    row->addWidget(m_shellTab);
+    row->addWidget(m_variablesTab);
+    row->addStretch();
+    row->addWidget(makeAssistantIndicator());
+    row->addSpacing(8);
+    row->addWidget(new ConnectionIndicator(m_state));
+    return header;
+}
+
+QWidget *BottomPane::makeAssistantIndicator()
+{
+    auto *indicator = new QWidget;
+    indicator->setObjectName(QStringLiteral("assistantIndicator"));
+    auto *caption = new QLabel(tr("MCP"));
+    caption->setFont(Theme::captionFont(font()));
+    const QString help = tr("Claude can reach this device — Claude menu to stop");
+    indicator->setToolTip(help);
+    caption->setAccessibleDescription(help);
+    auto *row = new QHBoxLayout(indicator);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(4);
+    row->addWidget(new SymbolView(QStringLiteral("sparkles"), Theme::Role::Accent, 14));
+    row->addWidget(caption);
+
+    const auto showRunning = [this, indicator] { indicator->setVisible(m_state.mcpRunning()); };
+    connect(&m_state, &AppState::mcpRunningChanged, indicator, showRunning);
+    showRunning();
+    return indicator;
+}
+
+void BottomPane::showTab()
+{
+    const bool isShell = m_state.bottomTab() == AppState::BottomTab::Shell;
+    (isShell ? m_shellTab : m_variablesTab)->setChecked(true);
+    m_body->setCurrentWidget(isShell ? static_cast<QWidget *>(m_shell) : m_variables);
+}
+
+} // namespace Korvane

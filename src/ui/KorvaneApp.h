@@ -1,0 +1,41 @@
+#pragma once
+
+#include "app/AppState.h"
+
+#include <memory>
+
+class QApplication;
+
+namespace Korvane {
+
+class Appearance;
+class ContentView;
+
+/// The program: its settings, its one state and its window, in the order in which they need each
+/// other.
+class KorvaneApp final
+{
+public:
+    /// Names the program and gives it its look. Once, before anything is shown.
+    static void setUp(QApplication &application);
+
+    /// With the person's own settings, the usual interpreters and the computer's serial ports.
+    KorvaneApp();
+    /// With \p dependencies, whose settings must outlive this.
+    explicit KorvaneApp(AppState::Dependencies dependencies);
+    ~KorvaneApp();
+    KorvaneApp(const KorvaneApp &) = delete;
+    KorvaneApp &operator=(const KorvaneApp &) = delete;
+
+    void show();
+
+    [[nodiscard]] AppState &state() { return m_state; }
+    [[nodiscard]] ContentView &window() { return *m_window; }
+
+private:
+    std::unique_ptr<Settings> m_settings; // null when they came from outside
+    AppState m_state;
+    std::unique_ptr<ContentView> m_window; // goes first: it shows the state
+};
+
+} // namespace Korvane

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QPlainTextEdit>
+
+namespace Korvane {
+
+/// The Shell's input field: one line high while it holds one line.
+///
+/// Return submits. A pasted text of several lines stays what it is, with the indentation that all
+/// its lines share taken off, and is submitted as one command; the field grows to show it.
+/// Shift+Return adds a line by hand. Up and Down ask for the history, but inside several lines
+/// they first move through them.
+class ShellInput final : public QPlainTextEdit
+{
+    Q_OBJECT
+
+public:
+    enum class Step { Back, Forward };
+
+    explicit ShellInput(QWidget *parent = nullptr);
+
+    [[nodiscard]] QString text() const;
+    /// Puts the cursor at the end.
+    void setText(const QString &text);
+
+    [[nodiscard]] QSize sizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override;
+
+signals:
+    void submitted();
+    void historyAsked(Korvane::ShellInput::Step step);
+
+protected:
+    void insertFromMimeData(const QMimeData *source) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    void fitHeight();
+
+    int m_shownLines = 0;
+};
+
+} // namespace Korvane

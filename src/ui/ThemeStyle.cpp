@@ -1,0 +1,161 @@
+#include "ui/ThemeStyle.h"
+
+#include "ui/Theme.h"
+
+#include <QAbstractItemView>
+#include <QPainter>
+#include <QStyleOption>
+
+namespace Korvane {
+
+namespace {
+
+constexpr qreal cornerRadius = 5;
+constexpr int menuArrowWidth = 10;
+
+/// A button that opens a menu and has words, so that an arrow has room beside them.
+bool hasMenuArrow(const QStyleOption *option)
+{
+    const auto *button = qstyleoption_cast<const QStyleOptionToolButton *>(option);
+    return button && (button->features & QStyleOptionToolButton::HasMenu)
+        && button->toolButtonStyle == Qt::ToolButtonTextBesideIcon;
+}
+
+void drawMenuArrow(QPainter *painter, const QStyleOption *option)
+{
+    const QPointF middle(option->rect.right() - menuArrowWidth / 2.0 - 3,
+                         option->rect.center().y() + 0.5);
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setPen(QPen(Theme::of(option->palette).color(Theme::Role::SecondaryLabel), 1.5,
+                         Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter->drawPolyline(QPolygonF{middle + QPointF(-3.5, -1.5), middle + QPointF(0, 2),
+                                    middle + QPointF(3.5, -1.5)});
+    painter->restore();
+}
+
+} // namespace
+
+ThemeStyle::ThemeStyle()
+    : QProxyStyle(QStringLiteral("Fusion"))
+{
+}
+
+void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *option,
+                               QPainter *painter, const QWidget *widget) const
+{
+    const Theme &theme = Theme::of(option->palette);
+    switch (element) {
+    case PE_PanelButtonTool: {
+        const bool isOver = option->state & State_MouseOver;
+        const Theme::Role role = option->state & State_Sunken ? Theme::Role::Pressed
+            : option->state & State_On                        ? Theme::Role::AccentTint
+                                                              : Theme::Role::Hover;
+        if (role == Theme::Role::Hover && !isOver)
+            return;
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(theme.color(role));
+        painter->drawRoundedRect(option->rect, cornerRadius, cornerRadius);
+        painter->restore();
+        return;
+    }
+    case PE_FrameFocusRect:
+        if (qobject_cast<const QAbstractItemView *>(widget))
+            break;
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setPen(QPen(theme.color(Theme::Role::Accent), 2));
+        painter->setBrush(Qt::NoBrush);
+        painter->drawRoundedRect(QRectF(option->rect).adjusted(-1, -1, 1, 1), cornerRadius - 1,
+                                 cornerRadius - 1);
+        painter->restore();
+        return;
+    default:
+        break;
+    }
+    QProxyStyle::drawPrimitive(element, option, painter, widget);
+}
+
+void ThemeStyle::drawControl(ControlElement element, const QStyleOption *option, QPainter *painter,
+                             const QWidget *widget) const
+{
+    const Theme &theme = Theme::of(option->palette);
+    if (element == CE_ToolBar) {
+        painter->fillRect(option->rect, option->palette.window());
+        painter->fillRect(
+            QRect(option->rect.left(), option->rect.bottom(), option->rect.width(), 1),
+            theme.color(Theme::Role::Separator));
+        return;
+    }
+    if (element == CE_Splitter) {
+        // A line, in the middle of what can be grabbed.
+        QRect line = option->rect;
+        if (option->state & State_Horizontal)
+            line.adjust(line.width() / 2, 0, -(line.width() - 1) / 2, 0);
+        else
+            line.adjust(0, line.height() / 2, 0, -(line.height() - 1) / 2);
+        painter->fillRect(option->rect, option->palette.window());
+        painter->fillRect(line, theme.color(Theme::Role::Separator));
+        return;
+    }
+    QProxyStyle::drawControl(element, option, painter, widget);
+}
+
+void ThemeStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex *option,
+                                    QPainter *painter, const QWidget *widget) const
+{
+    if (control == CC_ToolButton && hasMenuArrow(option)) {
+        QStyleOptionToolButton plain(*static_cast<const QStyleOptionToolButton *>(option));
+        plain.features &= ~QStyleOptionToolButton::HasMenu;
+        QProxyStyle::drawComplexControl(control, &plain, painter, widget);
+        drawMenuArrow(painter, option);
+        return;
+    }
+    QProxyStyle::drawComplexControl(control, option, painter, widget);
+}
+
+QSize ThemeStyle::sizeFromContents(ContentsType type, const QStyleOption *option, const QSize &size,
+                                   const QWidget *widget) const
+{
+    QSize result = QProxyStyle::sizeFromContents(type, option, size, widget);
+    if (type == CT_ToolButton) {
+        const auto *button = static_cast<const QStyleOptionToolButton *>(option);
+        if (button->toolButtonStyle != Qt::ToolButtonIconOnly)
+            result.rwidth() += 6;
+        if (hasMenuArrow(option))
+            result.rwidth() += menuArrowWidth;
+    }
+    return result;
+}
+
+int ThemeStyle::pixelMetric(PixelMetric metric, const QStyleOption *option,
+                            const QWidget *widget) const
+{
+    switch (metric) {
+    case PM_SplitterWidth:
+        return 5;
+    case PM_ToolBarIconSize:
+        return 20;
+    case PM_ToolBarItemSpacing:
+        return 4;
+    case PM_ToolBarItemMargin:
+        return 4;
+    case PM_ToolBarFrameWidth:
+        return 1;
+    default:
+        return QProxyStyle::pixelMetric(metric, option, widget);
+    }
+}
+
+int ThemeStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                          QStyleHintReturn *returnData) const
+{
+    // No desktop decides which button of a dialog has focus, or how selections fade.
+    if (hint == SH_ItemView_ChangeHighlightOnFocus)
+        return 0;
+    return QProxyStyle::styleHint(hint, option, widget, returnData);
+}
+
+} // namespace Korvane

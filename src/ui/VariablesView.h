@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QWidget>
+
+class QLabel;
+class QStackedWidget;
+class QTableView;
+
+namespace Korvane {
+
+class AppState;
+class VariablesModel;
+
+/// The Variables pane: the table, where its rows come from, and what to do when there are none.
+class VariablesView final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// \p state must outlive this.
+    explicit VariablesView(AppState &state, QWidget *parent = nullptr);
+
+protected:
+    void showEvent(QShowEvent *event) override;
+
+private:
+    void showVariables();
+    void showSource();
+    [[nodiscard]] QWidget *makeHeader();
+    [[nodiscard]] QWidget *makeEmptyState();
+    void setUpTable();
+
+    AppState &m_state;
+    VariablesModel *m_model;
+    QTableView *m_table;
+    QStackedWidget *m_body;
+    QWidget *m_emptyState;
+    QLabel *m_caption;
+    QLabel *m_emptyHint;
+    bool m_columnsFitted = false;
+};
+
+} // namespace Korvane

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "device/DeviceLink.h"
+#include "support/MemorySettings.h"
+#include "support/ShellLines.h"
+#include "ui/ContentView.h"
+#include "ui/KorvaneApp.h"
+
+#include <QApplication>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace Korvane {
+
+/// The whole program with its window on the screen, without this computer's settings and ports.
+struct Desk
+{
+    enum class Python { None, Real };
+
+    explicit Desk(Python python = Python::None, const QString &ports = {})
+    {
+        if (!qApp->property("korvaneIsSetUp").toBool()) {
+            KorvaneApp::setUp(*qApp);
+            qApp->setProperty("korvaneIsSetUp", true);
+        }
+        AppState::Dependencies dependencies{.settings = settings,
+                                            .serialRoots = {folder.path(), folder.path(), ports}};
+        if (python == Python::None)
+            dependencies.interpreters.clear();
+        app = std::make_unique<KorvaneApp>(std::move(dependencies));
+        app->show();
+        window().activateWindow();
+        if (!QTest::qWaitForWindowActive(&window()))
+            qFatal("the window never became active");
+        state().shell().clear();
+    }
+
+    AppState &state() { return app->state(); }
+    ContentView &window() { return app->window(); }
+    template <typename T> T *find(const char *name)
+    {
+        T *found = window().findChild<T *>(QString::fromLatin1(name));
+        if (!found)
+            qFatal("the window has no %s", name);
+        return found;
+    }
+    void click(const char *name) { QTest::mouseClick(find<QWidget>(name), Qt::LeftButton); }
+    /// A key for whoever has the focus, as the keyboard sends it.
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        QTest::keyClick(window().windowHandle(), key, modifiers);
+    }
+    QStringList lines() { return describe(state().shell().replLines()); }
+
+    QTemporaryDir folder;
+    MemorySettings settings;
+    std::unique_ptr<KorvaneApp> app;
+};
+
+} // namespace Korvane
