@@ -1,0 +1,206 @@
+// How the window bears a flood in its Shell.
+//
+//   shell-flood local [MEGABYTES]    a program in the local session prints 100 MB
+//   shell-flood board [MEGABYTES]    a board on a pseudo-terminal prints 20 MB during a run
+//   shell-flood oneline [MEGABYTES]  a local program prints 10 MB without a line end
+//
+// Prints the wall time until everything is shown, the peak of the memory in use, and the longest
+// time in which the event loop did not turn. Exits with 1 when that is above 50 ms.
+
+#include "Measure.h"
+#include "app/FileSettings.h"
+#include "device/DeviceLink.h"
+#include "ui/ContentView.h"
+#include "ui/KorvaneApp.h"
+#include "ui/TranscriptView.h"
+
+#include <QApplication>
+#include <QTemporaryDir>
+
+#include <atomic>
+#include <cstdio>
+#include <fcntl.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <termios.h>
+#include <thread>
+#include <unistd.h>
+
+using namespace Korvane;
+
+namespace {
+
+constexpr double allowedGapMilliseconds = 50;
+
+/// Answers as a board does while a program is started on it, and then prints without end. On a
+/// thread of its own, so that it disturbs the measured one no more than a real board would.
+class FloodingBoard final
+{
+public:
+    explicit FloodingBoard(qsizetype bytes)
+        : m_bytes(bytes)
+        , m_master(posix_openpt(O_RDWR | O_NOCTTY))
+    {
+        grantpt(m_master);
+        unlockpt(m_master);
+        m_path = QString::fromLocal8Bit(ptsname(m_master));
+        // Kept open, so that the port's own opening and closing does not end the terminal.
+        m_slave = ::open(ptsname(m_master), O_RDWR | O_NOCTTY);
+        termios raw{};
+        tcgetattr(m_slave, &raw);
+        cfmakeraw(&raw);
+        tcsetattr(m_slave, TCSANOW, &raw);
+        m_thread = std::thread([this] { serve(); });
+    }
+    ~FloodingBoard()
+    {
+        m_isStopping = true;
+        m_thread.join();
+        ::close(m_slave);
+        ::close(m_master);
+    }
+    FloodingBoard(const FloodingBoard &) = delete;
+    FloodingBoard &operator=(const FloodingBoard &) = delete;
+
+    [[nodiscard]] const QString &path() const { return m_path; }
+
+private:
+    void serve()
+    {
+        QByteArray received;
+        while (!m_isStopping) {
+            pollfd waiting{m_master, POLLIN, 0};
+            if (::poll(&waiting, 1, 20) <= 0)
+                continue;
+            char buffer[4096];
+            const ssize_t count = ::read(m_master, buffer, sizeof buffer);
+            if (count <= 0)
+                continue;
+            received.append(buffer, count);
+            if (received.contains('\x01'))
+                say("\r\nraw REPL; CTRL-B to exit\r\n>");
+            if (received.contains("flood") && received.contains('\x04'))
+                print();
+            else if (received.contains('\x04'))
+                say("OK__VARS__[]\r\n\x04\x04>"); // the variables are asked for after the run
+            else
+                continue;
+            received.clear();
+        }
+    }
+
+    void print()
+    {
+        say("OK");
+        QByteArray line = "A line of the text that a board prints while a program runs on it.\r\n";
+        for (qsizetype printed = 0; printed < m_bytes && !m_isStopping; printed += line.size())
+            say(line);
+        say("THE END\r\n\x04\x04>");
+    }
+
+    void say(QByteArrayView bytes)
+    {
+        while (!bytes.isEmpty() && !m_isStopping) {
+            const ssize_t count =
+                ::write(m_master, bytes.data(), static_cast<size_t>(bytes.size()));
+            if (count > 0)
+                bytes = bytes.sliced(count);
+        }
+    }
+
+    qsizetype m_bytes;
+    int m_master;
+    int m_slave = -1;
+    QString m_path;
+    std::atomic<bool> m_isStopping = false;
+    std::thread m_thread;
+};
+
+/// Turns the event loop until \p isDone.
+template <typename Condition> void waitUntil(Condition isDone)
+{
+    QEventLoop loop;
+    QTimer look;
+    QObject::connect(&look, &QTimer::timeout, &loop, [&] {
+        if (isDone())
+            loop.quit();
+    });
+    look.start(5);
+    loop.exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    KorvaneApp::setUp(application);
+    const QString mode = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("local");
+    const bool isBoard = mode == u"board";
+    const bool isOneLine = mode == u"oneline";
+    const int megabytes = argc > 2 ? atoi(argv[2]) : isBoard ? 20 : isOneLine ? 10 : 100;
+    const qsizetype bytes = qsizetype{megabytes} * 1'000'000;
+
+    QTemporaryDir folder;
+    FileSettings settings(folder.filePath(QStringLiteral("settings.ini")));
+    KorvaneApp korvane(AppState::Dependencies{.settings = settings});
+    AppState &state = korvane.state();
+    korvane.show();
+    const auto *transcript = korvane.window().findChild<TranscriptView *>();
+    waitUntil([&] { return korvane.window().isActiveWindow() || transcript->isVisible(); });
+
+    std::optional<FloodingBoard> board;
+    QString program;
+    if (isBoard) {
+        board.emplace(bytes);
+        state.link().connectDevice(board->path());
+        waitUntil([&] { return state.link().connectionState().isConnected(); });
+        program = QStringLiteral("flood()");
+    } else if (isOneLine) {
+        program = QStringLiteral("import sys\n"
+                                 "for i in range(%1):\n"
+                                 "    sys.stdout.write('x' * 1000)\n"
+                                 "print()\nprint('THE END')\n")
+                      .arg(bytes / 1000);
+    } else {
+        program = QStringLiteral("for i in range(%1):\n"
+                                 "    print('A line of the text that a local program prints.', i)\n"
+                                 "print('THE END')\n")
+                      .arg(bytes / 55);
+    }
+    state.documents().updateSelectedContent(program);
+
+    const double restingMegabytes = Bench::statusMegabytes("VmRSS:");
+    QElapsedTimer time;
+    Bench::Heartbeat heart;
+    time.start();
+    heart.start();
+    state.runCurrentFile();
+    const auto outputEnded = [&] {
+        const QList<REPLLine> &lines = state.shell().replLines();
+        return std::any_of(lines.crbegin(), lines.crend(), [](const REPLLine &line) {
+            return line.kind == REPLLine::Kind::Output
+                && QStringView(line.text)
+                       .last(std::min<qsizetype>(line.text.size(), 20))
+                       .contains(u"THE END");
+        });
+    };
+    waitUntil(outputEnded);
+    const double printed = static_cast<double>(time.elapsed()) / 1000;
+    waitUntil([&] { return transcript->isCaughtUp() && !state.isRunning(); });
+    const double shown = static_cast<double>(time.elapsed()) / 1000;
+    const double gap = heart.longestMilliseconds();
+
+    std::printf("%-8s %4d MB: received after %.2f s, shown after %.2f s, longest gap %.1f ms, "
+                "memory %.0f MB before, %.0f MB at its peak, %d blocks\n",
+                qPrintable(mode), megabytes, printed, shown, gap, restingMegabytes,
+                Bench::statusMegabytes("VmHWM:"), transcript->blockCount());
+
+    heart.start();
+    time.start();
+    state.shell().clear();
+    QCoreApplication::processEvents();
+    std::printf("%-8s cleared in %.1f ms\n", qPrintable(mode),
+                static_cast<double>(time.nsecsElapsed()) / 1e6);
+    return gap > allowedGapMilliseconds ? 1 : 0;
+}

@@ -1,0 +1,151 @@
+// How long the program takes from its start to a window on the screen, and what it then holds in
+// memory, beside an empty window and one with an empty text edit made by the same toolkit.
+//
+//   startup [RUNS]      five by default; prints the runs and their medians
+//
+// Exits with 1 when the program needs more than one and a half times what the bare windows need.
+
+#include "Measure.h"
+#include "app/FileSettings.h"
+#include "ui/ContentView.h"
+#include "ui/KorvaneApp.h"
+
+#include <QApplication>
+#include <QPlainTextEdit>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QWindow>
+
+#include <cstdio>
+#include <ctime>
+#include <vector>
+
+using namespace Korvane;
+
+namespace {
+
+constexpr double allowedRatio = 1.5;
+
+double monotonicMilliseconds()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+}
+
+/// Prints how long after \p started the window is on the screen, and the memory once all is quiet.
+class Reporter final : public QObject
+{
+public:
+    explicit Reporter(double started)
+        : m_started(started)
+    {
+    }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        const auto *window = qobject_cast<QWindow *>(watched);
+        if (event->type() == QEvent::Expose && window && window->isExposed() && !m_isMapped) {
+            m_isMapped = true;
+            std::printf("%.1f ", monotonicMilliseconds() - m_started);
+            QTimer::singleShot(1000, qApp, [] {
+                std::printf("%.1f\n", Bench::statusMegabytes("VmRSS:"));
+                QCoreApplication::quit();
+            });
+        }
+        return false;
+    }
+
+private:
+    double m_started;
+    bool m_isMapped = false;
+};
+
+int show(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    Reporter reporter(atof(argv[2]));
+    application.installEventFilter(&reporter);
+    const QByteArray what = argv[1];
+    if (what == "korvane") {
+        KorvaneApp::setUp(application);
+        QTemporaryDir folder;
+        FileSettings settings(folder.filePath(QStringLiteral("settings.ini")));
+        KorvaneApp korvane(AppState::Dependencies{.settings = settings});
+        korvane.show();
+        return QApplication::exec();
+    }
+    if (what == "editor") {
+        QPlainTextEdit edit;
+        edit.resize(1080, 740);
+        edit.show();
+        return QApplication::exec();
+    }
+    QWidget window;
+    window.resize(1080, 740);
+    window.show();
+    return QApplication::exec();
+}
+
+struct Measured
+{
+    double milliseconds = 0;
+    double megabytes = 0;
+};
+
+Measured runOnce(const QString &what)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(QCoreApplication::applicationFilePath(),
+                  {what, QString::number(monotonicMilliseconds(), 'f', 3)});
+    process.waitForFinished();
+    const QList<QByteArray> values = process.readAllStandardOutput().simplified().split(' ');
+    return values.size() == 2 ? Measured{values[0].toDouble(), values[1].toDouble()} : Measured{};
+}
+
+Measured median(std::vector<Measured> runs)
+{
+    const auto middle = runs.begin() + static_cast<std::ptrdiff_t>(runs.size() / 2);
+    Measured result;
+    std::nth_element(runs.begin(), middle, runs.end(),
+                     [](const auto &a, const auto &b) { return a.milliseconds < b.milliseconds; });
+    result.milliseconds = middle->milliseconds;
+    std::nth_element(runs.begin(), middle, runs.end(),
+                     [](const auto &a, const auto &b) { return a.megabytes < b.megabytes; });
+    result.megabytes = middle->megabytes;
+    return result;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc > 2)
+        return show(argc, argv);
+    QCoreApplication application(argc, argv);
+    const int runs = argc > 1 ? atoi(argv[1]) : 5;
+    const QStringList kinds{QStringLiteral("window"), QStringLiteral("editor"),
+                            QStringLiteral("korvane")};
+    std::vector<std::vector<Measured>> measured(3);
+    runOnce(kinds.last()); // warms what the disk holds
+    for (int run = 0; run < runs; ++run) {
+        for (size_t kind = 0; kind < measured.size(); ++kind)
+            measured[kind].push_back(runOnce(kinds[static_cast<qsizetype>(kind)]));
+    }
+    std::vector<Measured> medians;
+    for (size_t kind = 0; kind < measured.size(); ++kind) {
+        std::printf("%-8s", qPrintable(kinds[static_cast<qsizetype>(kind)]));
+        for (const Measured &run : measured[kind])
+            std::printf("  %6.1f ms %5.1f MB", run.milliseconds, run.megabytes);
+        medians.push_back(median(measured[kind]));
+        std::printf("   median %.1f ms, %.1f MB\n", medians[kind].milliseconds,
+                    medians[kind].megabytes);
+    }
+    const double timeRatio = medians[2].milliseconds / medians[0].milliseconds;
+    const double memoryRatio = medians[2].megabytes / medians[1].megabytes;
+    std::printf("mapped after %.2f times an empty window's time; memory %.2f times that of a "
+                "window with an editor\n",
+                timeRatio, memoryRatio);
+    return timeRatio > allowedRatio || memoryRatio > allowedRatio ? 1 : 0;
+}
