@@ -209,15 +209,16 @@ void SerialPortManager::deliverWaiting()
 
     const QDeadlineTimer batchEnd(maxBatchTime, Qt::PreciseTimer);
     qsizetype deliveredBytes = 0;
-    while (const auto chunk = reader->takeChunk()) {
-        deliver(*chunk);
+    for (QByteArray chunk = reader->takeChunk(); !chunk.isEmpty(); chunk = reader->takeChunk()) {
+        deliver(chunk);
         if (!life || m_reader != reader)
             return;
-        deliveredBytes += chunk->size();
+        deliveredBytes += chunk.size();
         if (deliveredBytes >= maxBatchBytes || batchEnd.hasExpired()) {
             // A pause, rather than the next turn of the event loop at once: a descriptor that is
             // always readable would keep out whatever has a lower priority there.
-            m_notifier->setEnabled(false);
+            if (m_notifier)
+                m_notifier->setEnabled(false);
             m_breather.start(breath);
             return;
         }

@@ -79,16 +79,16 @@ void SerialReader::acknowledge()
     m_isSignalled = false;
 }
 
-std::optional<QByteArray> SerialReader::takeChunk()
+QByteArray SerialReader::takeChunk()
 {
-    std::optional<QByteArray> chunk;
+    QByteArray chunk;
     {
         const std::lock_guard lock(m_mutex);
         if (m_chunks.empty())
             return chunk;
         chunk = std::move(m_chunks.front());
         m_chunks.pop_front();
-        m_queuedBytes -= weight(*chunk);
+        m_queuedBytes -= weight(chunk);
     }
     m_hasRoom.notify_one();
     return chunk;

@@ -7,7 +7,6 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
-#include <optional>
 #include <thread>
 
 namespace Korvane {
@@ -36,8 +35,8 @@ public:
 
     /// Makes the wake descriptor quiet until something new is queued. Call it before taking.
     void acknowledge();
-    /// The oldest chunk, or nothing when all have been taken. Main thread.
-    [[nodiscard]] std::optional<QByteArray> takeChunk();
+    /// The oldest chunk, or an empty one when all have been taken.
+    [[nodiscard]] QByteArray takeChunk();
     /// The port is lost, and every chunk read before that has been taken.
     [[nodiscard]] bool isAtEnd();
 

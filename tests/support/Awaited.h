@@ -3,7 +3,7 @@
 #include <QCoro/QCoroTask>
 #include <QEventLoop>
 
-#include <optional>
+#include <memory>
 #include <utility>
 
 namespace Korvane {
@@ -11,9 +11,9 @@ namespace Korvane {
 namespace AwaitedDetail {
 
 template <typename T>
-QCoro::Task<void> keep(QCoro::Task<T> task, std::optional<T> &result, QEventLoop &loop)
+QCoro::Task<void> keep(QCoro::Task<T> task, std::unique_ptr<T> &result, QEventLoop &loop)
 {
-    result.emplace(co_await std::move(task));
+    result = std::make_unique<T>(co_await std::move(task));
     loop.quit();
 }
 
@@ -23,12 +23,12 @@ QCoro::Task<void> keep(QCoro::Task<T> task, std::optional<T> &result, QEventLoop
 /// with a default value, which a Result has not.
 template <typename T> T awaited(QCoro::Task<T> task)
 {
-    std::optional<T> result;
+    std::unique_ptr<T> result;
     QEventLoop loop;
     const auto keeper = AwaitedDetail::keep(std::move(task), result, loop);
     if (!result)
         loop.exec();
-    return *std::move(result);
+    return std::move(*result);
 }
 
 } // namespace Korvane
