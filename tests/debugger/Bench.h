@@ -32,7 +32,7 @@ struct Bench final : DeviceLinkClient
                                                    : QStringLiteral("free"));
         });
         QObject::connect(run.get(), &ProgramRun::paused, &link, [this](const DebugPause &pause) {
-            events << QStringLiteral("paused %1").arg(pause.line);
+            events << QStringLiteral("paused-%1").arg(pause.line);
         });
         QObject::connect(run.get(), &ProgramRun::programEnded, &link,
                          note(QStringLiteral("ended")));

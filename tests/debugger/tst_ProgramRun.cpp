@@ -12,11 +12,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString connected = u"info: Connected to "_s;
 const QString sent = u"info: ▶ Sent to device."_s;
 const QString neverEntered = u"error: The board never entered the raw REPL, so nothing was run. "
                              "Try disconnecting and reconnecting."_s;
-const QStringList wholeRun{u"running"_s, u"free"_s, u"ended"_s, u"whole"_s};
+const QStringList wholeRun = u"running free ended whole"_s.split(u' ');
 
 /// A bench with a board that is at its prompt.
 struct Connection
@@ -47,28 +46,20 @@ private slots:
         QTest::addColumn<QByteArray>("reply"); // after "OK"
         QTest::addColumn<QString>("output");
         QTest::addColumn<QStringList>("events");
-        QStringList before = wholeRun;
-        before.insert(1, u"paused 3"_s);
-        const QStringList unfinished = wholeRun.first(3);
-        QTest::newRow("output") << ScriptedBoard::reply("é\r\n") << u"OKé\r\n>"_s << wholeRun;
-        QTest::newRow("a traceback") << ScriptedBoard::reply("a", "in <stdin>\r\nError\r\n")
-                                     << u"OKain <stdin>\r\nError\r\n>"_s << wholeRun;
-        QTest::newRow("an ill-formed byte at the end")
-            << ScriptedBoard::reply("abc\xFF") << u"OKabc\uFFFD>"_s << wholeRun;
-        QTest::newRow("a stray record mark") << ScriptedBoard::reply("a\x1E"
-                                                                     "b")
-                                             << u"OKa\u001Eb>"_s << wholeRun;
-        QTest::newRow("a stop") << ScriptedBoard::reply("a\x1E{\"line\":3}\x1E\r\nb") << u"OKab>"_s
-                                << before;
-        QTest::newRow("an end mark of its own") << ScriptedBoard::reply("a\x04"
-                                                                        "b",
-                                                                        "c>")
-                                                << u"OKabc>>"_s << wholeRun;
-        // The last event comes a second after the end.
-        QTest::newRow("no prompt") << QByteArray("a\x04"
-                                                 "b\x04")
-                                   << u"OKab"_s << wholeRun;
-        QTest::newRow("no end") << QByteArray("abc") << u"OKabc"_s << QStringList{u"running"_s};
+        const auto row = [](const char *name, const QByteArray &reply, const QString &output,
+                            const QString &events = wholeRun.join(u' ')) {
+            QTest::newRow(name) << reply << output << events.split(u' ');
+        };
+        const auto reply = ScriptedBoard::reply;
+        row("output", reply("é\r\n", ""), u"OKé\r\n>"_s);
+        row("a traceback", reply("a", "in <stdin>\r\nE\r\n"), u"OKain <stdin>\r\nE\r\n>"_s);
+        row("an ill-formed byte at the end", reply("abc\xFF", ""), u"OKabc\uFFFD>"_s);
+        row("a stray record mark", reply("a\x1E-", ""), u"OKa\u001E->"_s);
+        row("a stop", reply("a\x1E{\"line\":3}\x1E\r\nb", ""), u"OKab>"_s,
+            u"running paused-3 free ended whole"_s);
+        row("an end mark of its own", reply("a\x04-", "c>"), u"OKa-c>>"_s);
+        row("no prompt", "a\x04-\x04", u"OKa-"_s); // whole after a second
+        row("no end", "abc", u"OKabc"_s, u"running"_s);
     }
 
     void followsAReply()

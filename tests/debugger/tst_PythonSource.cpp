@@ -68,92 +68,47 @@ private slots:
         QCOMPARE(source.indents, (QList<int>{0, 4, 2, 2, 0, 3}));
     }
 
-    void readsWords_data()
+    // In what follows "|" stands where the part that is looked for ends, or is.
+    void readsIdentifiersAndNames()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("identifier");
-        QTest::addColumn<bool>("isName");
-        QTest::newRow("plain") << u"ab_1"_s << u"ab_1"_s << true;
-        QTest::newRow("underscore") << u"_"_s << u"_"_s << true;
-        QTest::newRow("keyword") << u"lambda"_s << u"lambda"_s << false;
-        QTest::newRow("block keyword") << u"with"_s << u"with"_s << false;
-        QTest::newRow("soft keyword") << u"match"_s << u"match"_s << true;
-        QTest::newRow("digit first") << u"1a"_s << u"1a"_s << false;
-        QTest::newRow("attribute") << u"a.b"_s << u"a"_s << false;
-        QTest::newRow("nothing") << u""_s << u""_s << false;
-        QTest::newRow("letters of the world") << u"größeΩ日𝒳"_s << u"größeΩ日𝒳"_s << true;
-        QTest::newRow("half a character") << u"a"_s + QChar(0xD835) << u"a"_s << false;
-    }
-
-    void readsWords()
-    {
-        QFETCH(QString, text);
-        QTEST(PythonSource::leadingIdentifier(text).toString(), "identifier");
-        QTEST(PythonSource::isName(text), "isName");
-    }
-
-    void cutsComments_data()
-    {
-        QTest::addColumn<QString>("line");
-        QTest::addColumn<QString>("code");
-        QTest::newRow("none") << u"a = '"_s << u"a = '"_s;
-        QTest::newRow("at the end") << u"a # b # c"_s << u"a "_s;
-        QTest::newRow("in strings") << u"'#' + \"'#\" # c"_s << u"'#' + \"'#\" "_s;
-        QTest::newRow("without escapes") << u"'\\'# c'"_s << u"'\\'"_s;
+        for (const QString &text : {u"ab_1|"_s, u"_| "_s, u"1a|"_s, u"a|.b"_s, u"|"_s, u"|(a"_s,
+                                    u"größeΩ日𝒳²|-"_s, QString(u"a|"_s + QChar(0xD835))})
+            QCOMPARE(PythonSource::leadingIdentifier(QString(text).remove(u'|')),
+                     text.section(u'|', 0, 0));
+        for (const QString &name : {u"ab_1"_s, u"_"_s, u"match"_s, u"größeΩ日𝒳"_s})
+            QVERIFY2(PythonSource::isName(name), qPrintable(name));
+        for (const QString &text : {u""_s, u"1a"_s, u"²"_s, u"a.b"_s, u"lambda"_s, u"with"_s})
+            QVERIFY2(!PythonSource::isName(text), qPrintable(text));
     }
 
     void cutsComments()
     {
-        QFETCH(QString, line);
-        QTEST(PythonSource::withoutComment(line).toString(), "code");
-    }
-
-    void splitsAtTopLevelCommas_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QStringList>("pieces");
-        QTest::newRow("nothing") << u""_s << QStringList();
-        QTest::newRow("empty pieces") << u", a,\t,b ,"_s << QStringList{u" a"_s, u"b "_s};
-        QTest::newRow("brackets") << u"f(a, b), [c, {d, e}], g"_s
-                                  << QStringList{u"f(a, b)"_s, u" [c, {d, e}]"_s, u" g"_s};
-        QTest::newRow("closed too often") << u"a), b(, c"_s << QStringList{u"a), b("_s, u" c"_s};
+        for (const QString &text : {u"a = '|"_s, u"a |# b # c"_s, u"'#' + \"'#\" |# c"_s,
+                                    u"'\\'|# c'"_s, u"|"_s, u"|# 'a"_s})
+            QCOMPARE(PythonSource::withoutComment(QString(text).remove(u'|')),
+                     text.section(u'|', 0, 0));
     }
 
     void splitsAtTopLevelCommas()
     {
-        QFETCH(QString, text);
-        QStringList pieces;
-        for (const QStringView piece : PythonSource::splitTopLevelCommas(text))
-            pieces << piece.toString();
-        QTEST(pieces, "pieces");
-    }
-
-    void findsAssignments_data()
-    {
-        QTest::addColumn<QString>("statement");
-        QTest::addColumn<int>("position");
-        const auto row = [](const char *statement, int position) {
-            QTest::addRow("%s", statement) << QString::fromUtf8(statement) << position;
-        };
-        row("a = 1", 2);
-        row("a += 1", 3);
-        row("a == 1", -1);
-        row("a != b <= c >= d", -1);
-        row("a >>= 1", -1);
-        row("a == b = c", 7);
-        row("f(a=1)[b=2]{c=3}", -1);
-        row("f(a=1) = b", 7);
-        row("'a=' + \"'=\" = 1", 12);
-        row("'\\'=' = 1", 6);
-        row("a)=1", -1);
-        row("=", 0);
-        row("", -1);
+        for (const QString &text :
+             {u""_s, u"a"_s, u" a|b "_s, u"f(a, b)| [c, {d, e}]| g"_s, u"a), b(| c"_s}) {
+            QStringList pieces;
+            for (const QStringView piece : PythonSource::splitTopLevelCommas(
+                     u", \t,"_s + QString(text).replace(u'|', u',') + u','))
+                pieces << piece.toString();
+            QCOMPARE(pieces.join(u'|'), text);
+        }
     }
 
     void findsAssignments()
     {
-        QFETCH(QString, statement);
-        QTEST(static_cast<int>(PythonSource::findAssignment(statement).value_or(-1)), "position");
+        for (const QString &text :
+             {u"a |= 1"_s, u"a +|= 1"_s, u"a == b |= c"_s, u"f(a=1) |= b = c"_s, u"|="_s,
+              u"'a=' + \"'=\" |= 1"_s, u"'\\'=' |= 1"_s, u"a == 1"_s, u"a != b <= c >= d"_s,
+              u"a >>= 1"_s, u"f(a=1)[b=2]{c=3}"_s, u"a)=1"_s, u"'\\"_s, u""_s})
+            QCOMPARE(PythonSource::findAssignment(QString(text).remove(u'|')).value_or(-1),
+                     text.indexOf(u'|'));
     }
 };
 
