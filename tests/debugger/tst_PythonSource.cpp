@@ -93,9 +93,9 @@ private slots:
     {
         for (const QString &text :
              {u""_s, u"a"_s, u" a|b "_s, u"f(a, b)| [c, {d, e}]| g"_s, u"a), b(| c"_s}) {
+            const QString line = u", \t,"_s + QString(text).replace(u'|', u',') + u',';
             QStringList pieces;
-            for (const QStringView piece : PythonSource::splitTopLevelCommas(
-                     u", \t,"_s + QString(text).replace(u'|', u',') + u','))
+            for (const QStringView piece : PythonSource::splitTopLevelCommas(line))
                 pieces << piece.toString();
             QCOMPARE(pieces.join(u'|'), text);
         }
