@@ -40,10 +40,12 @@ public:
     [[nodiscard]] virtual QCoro::Task<ConfirmationAnswer> confirm(Confirmation question) = 0;
     /// The name without the white space around it; empty when cancelled.
     [[nodiscard]] virtual QCoro::Task<QString> askName(NamePrompt prompt) = 0;
-    /// The chosen local path; empty when cancelled. The dialog itself asks before replacing.
-    [[nodiscard]] virtual QCoro::Task<QString> askSavePath(QString proposedName) = 0;
-    /// The chosen local Python or text file; empty when cancelled.
-    [[nodiscard]] virtual QCoro::Task<QString> askOpenPath() = 0;
+    /// The chosen local path, starting in \p folder; empty when cancelled. The dialog itself asks
+    /// before replacing.
+    [[nodiscard]] virtual QCoro::Task<QString> askSavePath(QString folder,
+                                                           QString proposedName) = 0;
+    /// The chosen local Python or text file, starting in \p folder; empty when cancelled.
+    [[nodiscard]] virtual QCoro::Task<QString> askOpenPath(QString folder) = 0;
 };
 
 } // namespace Korvane

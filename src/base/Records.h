@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/TextFormat.h"
+
 #include <QList>
 #include <QSet>
 #include <QString>
@@ -43,13 +45,19 @@ struct EditorFile
     QString path;
     /// Where it lives on the board; empty when it does not.
     QString devicePath;
+    /// As the editor shows it: every line ends in "\n".
     QString content;
+    /// What turns `content` into the file's text again.
+    TextFormat format = {};
     bool isModified = false;
     /// 1-based line numbers.
     QSet<int> breakpoints;
 
     /// The document that File › New makes while \p number - 1 others are open.
     [[nodiscard]] static EditorFile untitled(qsizetype number);
+
+    /// The text as it goes into the file.
+    [[nodiscard]] QString fileText() const { return format.attach(content); }
 
     friend bool operator==(const EditorFile &a, const EditorFile &b) { return a.id == b.id; }
 };

@@ -17,6 +17,13 @@ QCoro::Task<void> keep(QCoro::Task<T> task, std::unique_ptr<T> &result, QEventLo
     loop.quit();
 }
 
+inline QCoro::Task<void> keepVoid(QCoro::Task<void> task, bool &isDone, QEventLoop &loop)
+{
+    co_await std::move(task);
+    isDone = true;
+    loop.quit();
+}
+
 } // namespace AwaitedDetail
 
 /// Runs the event loop until \p task is done, and yields its result. QCoro::waitFor wants results
@@ -29,6 +36,16 @@ template <typename T> T awaited(QCoro::Task<T> task)
     if (!result)
         loop.exec();
     return std::move(*result);
+}
+
+/// The same for a task without a result.
+inline void awaited(QCoro::Task<void> task)
+{
+    bool isDone = false;
+    QEventLoop loop;
+    const auto keeper = AwaitedDetail::keepVoid(std::move(task), isDone, loop);
+    if (!isDone)
+        loop.exec();
 }
 
 } // namespace Korvane

@@ -31,9 +31,12 @@ public:
 
     // What it answers
     /// The whole answer to a program in the raw REPL, after "OK". See reply().
-    std::function<QByteArray(const QByteArray &program)> onProgram = [](const QByteArray &) {
-        return reply({});
-    };
+    std::function<QByteArray(const QByteArray &program)> onProgram = &answerWithoutFiles;
+    /// A board that has no files and says nothing.
+    [[nodiscard]] static QByteArray answerWithoutFiles(const QByteArray &program)
+    {
+        return reply(program.contains("__LS__") ? "__LS__[]" : "");
+    }
     [[nodiscard]] static QByteArray reply(const QByteArray &output, const QByteArray &error = {})
     {
         return output + '\x04' + error + '\x04' + '>';

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+/// The MicroPython programs that the file operations run on the board, filled in for one call.
+/// Their texts are files of their own in `scripts/`. Each prints a marker, and what follows the
+/// marker is the answer.
+namespace Korvane::BoardScripts {
+
+enum class NodeKind { File, Folder };
+
+/// \p path as a Python string literal. The one place where a board path enters a program.
+[[nodiscard]] QString pathLiteral(const QString &path);
+
+/// Prints "__LS__" and the whole file system as JSON (see DeviceListing).
+[[nodiscard]] QString list();
+/// Prints "__FILE__" and the file as base64, or "__FILEERR__" and the board's reason.
+[[nodiscard]] QString read(const QString &path);
+/// Prints "__EXISTS__1" or "__EXISTS__0".
+[[nodiscard]] QString exists(const QString &path);
+/// Creates or replaces the file in pieces small enough for a board's memory, then prints "__OK__".
+[[nodiscard]] QString write(const QString &path, const QByteArray &bytes);
+/// Removes a file or an empty folder: prints "__OK__", or "__ERR__" and the board's reason.
+[[nodiscard]] QString remove(const QString &path, NodeKind kind);
+/// Makes each folder in turn, parents first; one that exists is left alone. Prints "__OK__".
+[[nodiscard]] QString makeFolders(const QStringList &paths);
+
+} // namespace Korvane::BoardScripts
