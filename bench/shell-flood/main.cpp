@@ -143,7 +143,8 @@ int main(int argc, char **argv)
 
     QTemporaryDir folder;
     FileSettings settings(folder.filePath(QStringLiteral("settings.ini")));
-    KorvaneApp korvane(AppState::Dependencies{.settings = settings});
+    WindowQuestions questions;
+    KorvaneApp korvane(AppState::Dependencies{.settings = settings, .questions = questions});
     AppState &state = korvane.state();
     korvane.show();
     const auto *transcript = korvane.window().findChild<TranscriptView *>();

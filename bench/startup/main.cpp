@@ -71,7 +71,8 @@ int show(int argc, char **argv)
         KorvaneApp::setUp(application);
         QTemporaryDir folder;
         FileSettings settings(folder.filePath(QStringLiteral("settings.ini")));
-        KorvaneApp korvane(AppState::Dependencies{.settings = settings});
+        WindowQuestions questions;
+        KorvaneApp korvane(AppState::Dependencies{.settings = settings, .questions = questions});
         korvane.show();
         return QApplication::exec();
     }

@@ -3,21 +3,22 @@
 #include "app/AssistantServer.h"
 #include "app/Settings.h"
 
-#include <QDir>
-
 #include <utility>
 
 namespace Korvane {
 
 AppState::AppState(Dependencies dependencies, QObject *parent)
     : QObject(parent)
-    , m_localWorkingDir(QDir::homePath())
     , m_settings(dependencies.settings)
+    , m_questions(dependencies.questions)
     , m_runner(std::move(dependencies.interpreters))
     , m_link(m_shell, std::move(dependencies.serialRoots))
+    , m_saving({m_documents, m_boardDocuments, m_localFiles, m_deviceFiles, m_transfer, m_questions,
+                m_shell, [this] { return isBoardBrowsed(); }})
 {
     m_link.setClient(this);
     wireBoard();
+    wireFiles();
     m_documents.newFile();
     m_link.refreshPorts();
     m_shell.appendInfo(QStringLiteral("Korvane — connect a device or run Python locally."));
@@ -78,18 +79,6 @@ void AppState::setSidebarTab(SidebarTab tab)
         emit sidebarTabChanged();
 }
 
-void AppState::setLocalWorkingDir(const QString &path)
-{
-    if (std::exchange(m_localWorkingDir, path) != path)
-        emit localWorkingDirChanged();
-}
-
-void AppState::reloadLocalFiles()
-{
-    ++m_localFilesVersion;
-    emit localFilesVersionChanged();
-}
-
 void AppState::setMcpRunning(bool running)
 {
     if (std::exchange(m_mcpRunning, running) != running)
@@ -128,6 +117,7 @@ void AppState::handleDeviceData(const QByteArray &chunk)
 void AppState::deviceConnected()
 {
     setSidebarTab(SidebarTab::Device);
+    m_deviceFiles.refreshDeviceFiles();
 }
 
 void AppState::flushDeviceStream()
@@ -137,6 +127,7 @@ void AppState::flushDeviceStream()
 
 void AppState::deviceLinkEnded()
 {
+    m_deviceFiles.linkEnded();
     m_debugSession.reset();
     m_programRun.reset();
 }
@@ -170,6 +161,19 @@ void AppState::wireBoard()
         m_variablesFlow.setVariables(pause.variables);
         setBottomTab(BottomTab::Variables);
     });
+}
+
+void AppState::wireFiles()
+{
+    connect(&m_folderCopy, &FolderCopy::localFilesChanged, &m_wiring,
+            [this] { m_localFiles.reload(); });
+    connect(&m_boardDocuments, &BoardDocuments::sent, &m_wiring,
+            [this] { setSidebarTab(SidebarTab::Device); });
+}
+
+bool AppState::isBoardBrowsed() const
+{
+    return m_sidebarTab == SidebarTab::Device && m_link.connectionState().isConnected();
 }
 
 void AppState::warnWithoutPython()

@@ -1,12 +1,18 @@
 #pragma once
 
+#include "app/BoardDocuments.h"
+#include "app/DocumentSaving.h"
 #include "app/Documents.h"
+#include "app/LocalFiles.h"
 #include "app/ShellTranscript.h"
 #include "app/VariablesFlow.h"
 #include "base/Lifetime.h"
 #include "debugger/DebugSession.h"
 #include "debugger/ProgramRun.h"
+#include "device/DeviceFiles.h"
 #include "device/DeviceLink.h"
+#include "device/FolderCopy.h"
+#include "device/Transfer.h"
 #include "session/PythonRunner.h"
 
 #include <QCoro/QCoroTask>
@@ -39,6 +45,8 @@ public:
     {
         /// Borrowed; must outlive the AppState.
         Settings &settings;
+        /// Borrowed; must outlive the AppState.
+        Questions &questions;
         QStringList interpreters = PythonRunner::defaultInterpreters();
         SerialPortManager::Roots serialRoots = {};
         /// Makes the server for the assistant, which borrows the AppState. Without it there is
@@ -56,8 +64,14 @@ public:
     [[nodiscard]] Settings &settings() { return m_settings; }
     [[nodiscard]] ShellTranscript &shell() { return m_shell; }
     [[nodiscard]] Documents &documents() { return m_documents; }
+    [[nodiscard]] DocumentSaving &saving() { return m_saving; }
+    [[nodiscard]] BoardDocuments &boardDocuments() { return m_boardDocuments; }
+    [[nodiscard]] LocalFiles &localFiles() { return m_localFiles; }
     [[nodiscard]] PythonRunner &runner() { return m_runner; }
     [[nodiscard]] DeviceLink &link() { return m_link; }
+    [[nodiscard]] DeviceFiles &deviceFiles() { return m_deviceFiles; }
+    [[nodiscard]] FolderCopy &folderCopy() { return m_folderCopy; }
+    [[nodiscard]] Transfer &transfer() { return m_transfer; }
     [[nodiscard]] ProgramRun &programRun() { return m_programRun; }
     [[nodiscard]] DebugSession &debugSession() { return m_debugSession; }
     [[nodiscard]] VariablesFlow &variablesFlow() { return m_variablesFlow; }
@@ -75,10 +89,6 @@ public:
 
     void setBottomTab(BottomTab tab);
     void setSidebarTab(SidebarTab tab);
-    /// \p path is absolute.
-    void setLocalWorkingDir(const QString &path);
-    /// Makes whoever shows the local folder read it again.
-    void reloadLocalFiles();
     /// For the assistant's server only, which says here whether it listens.
     void setMcpRunning(bool running);
 
@@ -87,10 +97,6 @@ public:
     [[nodiscard]] bool isRunning() const { return m_isRunning; }
     [[nodiscard]] BottomTab bottomTab() const { return m_bottomTab; }
     [[nodiscard]] SidebarTab sidebarTab() const { return m_sidebarTab; }
-    /// The folder that the local browser shows; the person's home at first.
-    [[nodiscard]] QString localWorkingDir() const { return m_localWorkingDir; }
-    /// Counts the calls of `reloadLocalFiles`.
-    [[nodiscard]] int localFilesVersion() const { return m_localFilesVersion; }
     [[nodiscard]] bool mcpRunning() const { return m_mcpRunning; }
     /// Where the rows of the Variables table come from. Changes with DebugSession::changed and
     /// DeviceLink::connectionStateChanged.
@@ -100,8 +106,6 @@ signals:
     void isRunningChanged();
     void bottomTabChanged();
     void sidebarTabChanged();
-    void localWorkingDirChanged();
-    void localFilesVersionChanged();
     void mcpRunningChanged();
 
 private:
@@ -116,6 +120,8 @@ private:
 
     void wireRunner();
     void wireBoard();
+    void wireFiles();
+    [[nodiscard]] bool isBoardBrowsed() const;
     void warnWithoutPython();
     QCoro::Task<void> runLocally(EditorFile file);
     QCoro::Task<void> runShellLocally(QString command);
@@ -125,12 +131,11 @@ private:
     bool m_isRunning = false;
     BottomTab m_bottomTab = BottomTab::Shell;
     SidebarTab m_sidebarTab = SidebarTab::Local;
-    QString m_localWorkingDir;
-    int m_localFilesVersion = 0;
     bool m_mcpRunning = false;
 
     // What is used by others stands above them, and so outlives them.
     Settings &m_settings;
+    Questions &m_questions;
     ShellTranscript m_shell;
     Documents m_documents{m_shell};
     PythonRunner m_runner;
@@ -138,6 +143,12 @@ private:
     ProgramRun m_programRun{m_link, m_shell};
     DebugSession m_debugSession{m_programRun, m_shell};
     VariablesFlow m_variablesFlow{m_runner, m_link, m_programRun, m_shell};
+    Transfer m_transfer;
+    LocalFiles m_localFiles{m_shell, m_questions};
+    DeviceFiles m_deviceFiles{m_link, m_shell, m_questions};
+    FolderCopy m_folderCopy{m_link, m_deviceFiles, m_transfer, m_shell};
+    BoardDocuments m_boardDocuments{{m_documents, m_link, m_deviceFiles, m_transfer, m_shell}};
+    DocumentSaving m_saving;
     std::unique_ptr<AssistantServer> m_assistantServer;
     QObject m_wiring; // context of the connections to the parts: none fires while they are going
     Lifetime m_life;

@@ -1,6 +1,9 @@
 #include "app/Documents.h"
 
+#include "base/LocalFile.h"
 #include "base/ShellSink.h"
+
+#include <QFileInfo>
 
 #include <algorithm>
 #include <utility>
@@ -22,9 +25,47 @@ void Documents::openTextInEditor(const QString &name, const QString &text)
 {
     EditorFile file;
     file.name = name;
-    file.content = text;
+    file.content = file.format.detach(text);
     append(std::move(file));
     m_shell.appendInfo(QStringLiteral("Opened %1 in the editor.").arg(name));
+}
+
+QCoro::Task<Result<void>> Documents::openFile(QString path)
+{
+    const auto showsPath = [path](const EditorFile &open) { return open.path == path; };
+    if (selectFirst(showsPath))
+        co_return Result<void>();
+    const std::function<Result<QString>()> read = [path] { return LocalFile::readText(path); };
+    const auto fileText = co_await m_background.run(read);
+    if (!fileText)
+        co_return Error{ErrorCode::Closed, {}};
+    if (!*fileText)
+        co_return fileText->error();
+    // Asked for twice, the file may have been opened while this read it.
+    if (selectFirst(showsPath))
+        co_return Result<void>();
+    EditorFile file;
+    file.name = QFileInfo(path).fileName();
+    file.path = path;
+    file.content = file.format.detach(**fileText);
+    append(std::move(file));
+    co_return Result<void>();
+}
+
+bool Documents::selectDeviceFile(const QString &devicePath)
+{
+    return selectFirst(
+        [&devicePath](const EditorFile &open) { return open.devicePath == devicePath; });
+}
+
+void Documents::openDeviceText(const QString &name, const QString &devicePath,
+                               const QString &fileText)
+{
+    EditorFile file;
+    file.name = name;
+    file.devicePath = devicePath;
+    file.content = file.format.detach(fileText);
+    append(std::move(file));
 }
 
 void Documents::select(const QUuid &id)
@@ -41,11 +82,37 @@ void Documents::updateSelectedContent(const QString &text)
     EditorFile *edited = editableFile(id);
     if (!edited)
         return;
+    edited->format.edited(edited->content, text);
     edited->content = text;
     const bool wasModified = std::exchange(edited->isModified, true);
     emit contentChanged(id);
     if (!wasModified)
         emit fileChanged(id);
+}
+
+void Documents::markSaved(const QUuid &id, const QString &content)
+{
+    EditorFile *saved = editableFile(id);
+    if (saved && saved->content == content && std::exchange(saved->isModified, false))
+        emit fileChanged(id);
+}
+
+void Documents::setPath(const QUuid &id, const QString &path, const QString &name)
+{
+    if (EditorFile *moved = editableFile(id)) {
+        moved->path = path;
+        moved->name = name;
+        emit fileChanged(id);
+    }
+}
+
+void Documents::setDevicePath(const QUuid &id, const QString &devicePath, const QString &name)
+{
+    if (EditorFile *moved = editableFile(id)) {
+        moved->devicePath = devicePath;
+        moved->name = name;
+        emit fileChanged(id);
+    }
 }
 
 void Documents::closeFile(const QUuid &id)
@@ -76,6 +143,15 @@ EditorFile *Documents::editableFile(const QUuid &id)
     const auto found = std::find_if(m_openFiles.begin(), m_openFiles.end(),
                                     [&](const EditorFile &open) { return open.id == id; });
     return found == m_openFiles.end() ? nullptr : &*found;
+}
+
+bool Documents::selectFirst(const std::function<bool(const EditorFile &)> &matches)
+{
+    const auto found = std::find_if(m_openFiles.cbegin(), m_openFiles.cend(), matches);
+    if (found == m_openFiles.cend())
+        return false;
+    select(found->id);
+    return true;
 }
 
 void Documents::append(EditorFile file)

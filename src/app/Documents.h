@@ -1,7 +1,11 @@
 #pragma once
 
+#include "base/Background.h"
+#include "base/Lifetime.h"
 #include "base/Records.h"
+#include "base/Result.h"
 
+#include <QCoro/QCoroTask>
 #include <QObject>
 
 namespace Korvane {
@@ -23,10 +27,25 @@ public:
     /// Appends an unsaved document with that text, selects it and says so in the Shell. The same
     /// call twice gives two documents.
     void openTextInEditor(const QString &name, const QString &text);
+    /// Selects the document that shows the file already, keeping its edits; otherwise reads the
+    /// file, off the main thread, and opens it. Fails, changing nothing, when it can't be read or
+    /// is not UTF-8.
+    QCoro::Task<Result<void>> openFile(QString path);
+    /// Selects the document that came from \p devicePath, if there is one.
+    bool selectDeviceFile(const QString &devicePath);
+    /// Appends a document that lives on the board and selects it.
+    void openDeviceText(const QString &name, const QString &devicePath, const QString &fileText);
     /// Selects the document; one that is not open changes nothing.
     void select(const QUuid &id);
     /// The text of the selected document was edited. Without a selected document nothing happens.
     void updateSelectedContent(const QString &text);
+    /// The document was saved with that \p content: it counts as unmodified, unless it was edited
+    /// since. One that is not open any more changes nothing, here and below.
+    void markSaved(const QUuid &id, const QString &content);
+    /// The document lives at this local path now, under that name.
+    void setPath(const QUuid &id, const QString &path, const QString &name);
+    /// The document lives at this path on the board now, under that name.
+    void setDevicePath(const QUuid &id, const QString &devicePath, const QString &name);
     /// Removes the document without a question, edited or not. If it was the selected one, the
     /// first of the rest is selected.
     void closeFile(const QUuid &id);
@@ -50,11 +69,14 @@ signals:
 
 private:
     void append(EditorFile file);
+    bool selectFirst(const std::function<bool(const EditorFile &)> &matches);
     [[nodiscard]] EditorFile *editableFile(const QUuid &id);
 
     ShellSink &m_shell;
     QList<EditorFile> m_openFiles;
     QUuid m_selectedFileID;
+    Background m_background;
+    Lifetime m_life;
 };
 
 } // namespace Korvane

@@ -24,9 +24,10 @@ void KorvaneApp::setUp(QApplication &application)
 
 KorvaneApp::KorvaneApp()
     : m_settings(std::make_unique<FileSettings>())
-    , m_state(AppState::Dependencies{.settings = *m_settings})
+    , m_state(AppState::Dependencies{.settings = *m_settings, .questions = m_questions})
     , m_window(std::make_unique<ContentView>(m_state))
 {
+    m_questions.setWindow(m_window.get());
 }
 
 KorvaneApp::KorvaneApp(AppState::Dependencies dependencies)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/AppState.h"
+#include "ui/WindowQuestions.h"
 
 #include <memory>
 
@@ -21,7 +22,7 @@ public:
 
     /// With the person's own settings, the usual interpreters and the computer's serial ports.
     KorvaneApp();
-    /// With \p dependencies, whose settings must outlive this.
+    /// With \p dependencies, whose settings and questions must outlive this.
     explicit KorvaneApp(AppState::Dependencies dependencies);
     ~KorvaneApp();
     KorvaneApp(const KorvaneApp &) = delete;
@@ -34,6 +35,7 @@ public:
 
 private:
     std::unique_ptr<Settings> m_settings; // null when they came from outside
+    WindowQuestions m_questions;
     AppState m_state;
     std::unique_ptr<ContentView> m_window; // goes first: it shows the state
 };

@@ -2,6 +2,8 @@
 
 #include "app/AppState.h"
 #include "support/MemorySettings.h"
+#include "support/ScriptedBoard.h"
+#include "support/ScriptedQuestions.h"
 #include "support/ShellLines.h"
 
 #include <QTemporaryDir>
@@ -17,12 +19,22 @@ struct Workshop
     explicit Workshop(const QStringList &interpreters = PythonRunner::defaultInterpreters())
         : state(std::make_unique<AppState>(AppState::Dependencies{
             .settings = settings,
+            .questions = questions,
             .interpreters = interpreters,
             .serialRoots = {folder.path(), folder.path(), {}},
         }))
     {
     }
 
+    /// Connects, and lets the listing that follows come to its end unseen.
+    void connectTo(ScriptedBoard &board)
+    {
+        const auto answers = std::exchange(board.onProgram, &ScriptedBoard::answerWithoutFiles);
+        state->link().connectDevice(board.port());
+        QVERIFY(QTest::qWaitFor([this] { return isBoardIdle(); }));
+        board.onProgram = answers;
+        board.forget();
+    }
     void write(const QString &source) { state->documents().updateSelectedContent(source); }
     void run() { state->runCurrentFile(); }
     void refresh() { state->variablesFlow().refreshVariables(); }
@@ -49,6 +61,7 @@ struct Workshop
 
     QTemporaryDir folder;
     MemorySettings settings;
+    ScriptedQuestions questions;
     std::unique_ptr<AppState> state;
 };
 

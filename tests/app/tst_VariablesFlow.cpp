@@ -18,7 +18,7 @@ struct BoardWorkshop : Workshop
             programs << program;
             return answer;
         };
-        state->link().connectDevice(board.port());
+        connectTo(board);
         state->variablesFlow().setVariables({{u"old"_s, u"int"_s, u"0"_s}});
     }
     QStringList errors() const { return lines().filter(u"error: "_s); }

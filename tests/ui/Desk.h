@@ -2,6 +2,7 @@
 
 #include "device/DeviceLink.h"
 #include "support/MemorySettings.h"
+#include "support/ScriptedQuestions.h"
 #include "support/ShellLines.h"
 #include "ui/ContentView.h"
 #include "ui/KorvaneApp.h"
@@ -26,6 +27,7 @@ struct Desk
             qApp->setProperty("korvaneIsSetUp", true);
         }
         AppState::Dependencies dependencies{.settings = settings,
+                                            .questions = questions,
                                             .serialRoots = {folder.path(), folder.path(), ports}};
         if (python == Python::None)
             dependencies.interpreters.clear();
@@ -56,6 +58,7 @@ struct Desk
 
     QTemporaryDir folder;
     MemorySettings settings;
+    ScriptedQuestions questions;
     std::unique_ptr<KorvaneApp> app;
 };
 

@@ -1,0 +1,114 @@
+#include "app/BoardDocuments.h"
+
+#include "app/Documents.h"
+#include "base/ShellSink.h"
+#include "base/Utf8.h"
+#include "device/DeviceFiles.h"
+#include "device/DeviceLink.h"
+#include "device/Transfer.h"
+
+namespace Korvane {
+
+BoardDocuments::BoardDocuments(Parts parts, QObject *parent)
+    : QObject(parent)
+    , m_parts(parts)
+{
+}
+
+QCoro::Task<void> BoardDocuments::openDeviceFile(DeviceFileNode node)
+{
+    if (m_parts.documents.selectDeviceFile(node.path))
+        co_return;
+    const auto life = m_life.watch();
+    const auto bytes = co_await m_parts.files.readDeviceFile(node.path, node.name);
+    // Asked for twice, the file may have been opened while this read it.
+    if (!life || !bytes || m_parts.documents.selectDeviceFile(node.path))
+        co_return;
+    const auto text = Utf8::decodeStrict(*bytes);
+    if (!text) {
+        m_parts.shell.appendError(QStringLiteral("Cannot decode %1 as text").arg(node.name));
+        co_return;
+    }
+    m_parts.documents.openDeviceText(node.name, node.path, *text);
+}
+
+QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
+{
+    const EditorFile *selected = m_parts.documents.selectedFile();
+    if (!selected)
+        co_return;
+    const EditorFile file = *selected;
+    if (!m_parts.link.connectionState().isConnected()) {
+        m_parts.shell.appendError(
+            QStringLiteral("Connect a device before sending %1.").arg(file.name));
+        co_return;
+    }
+    const auto life = m_life.watch();
+    const bool livesOnBoard = !file.devicePath.isEmpty();
+    const QString target = livesOnBoard ? file.devicePath : u'/' + file.name;
+    if (!livesOnBoard && !m_parts.files.isOverwriteConfirmed(target)) {
+        const bool exists = co_await m_parts.files.deviceFileExists(target);
+        if (!life)
+            co_return;
+        const bool mayReplace =
+            !exists || co_await m_parts.files.confirmOverwrite(file.name, target);
+        if (!life)
+            co_return;
+        if (!mayReplace) {
+            m_parts.shell.appendInfo(
+                QStringLiteral("Send cancelled — %1 on the device is unchanged.").arg(target));
+            co_return;
+        }
+    }
+
+    Transfer::Running running(m_parts.transfer);
+    running.setStatus(QStringLiteral("Sending %1…").arg(file.name));
+    m_parts.shell.appendInfo(QStringLiteral("↑ Sending %1 to %2…").arg(file.name, target));
+    const bool written =
+        co_await m_parts.files.writeTextToDevice(file.fileText(), target, file.name);
+    if (!life || !written)
+        co_return;
+    if (livesOnBoard)
+        m_parts.documents.markSaved(file.id, file.content);
+    m_parts.shell.appendInfo(QStringLiteral("↑ Sent %1 to device as %2.").arg(file.name, target));
+    emit sent();
+    co_await m_parts.files.refreshDeviceFiles();
+}
+
+QCoro::Task<void> BoardDocuments::saveToDevice(QUuid id)
+{
+    const EditorFile *found = m_parts.documents.file(id);
+    if (!found || found->devicePath.isEmpty())
+        co_return;
+    const EditorFile file = *found;
+    const auto life = m_life.watch();
+    Transfer::Running running(m_parts.transfer);
+    running.setStatus(QStringLiteral("Saving %1…").arg(file.name));
+    const bool written =
+        co_await m_parts.files.writeTextToDevice(file.fileText(), file.devicePath, file.name);
+    if (!life || !written)
+        co_return;
+    m_parts.documents.markSaved(id, file.content);
+    m_parts.shell.appendInfo(QStringLiteral("Saved %1 to device.").arg(file.name));
+    co_await m_parts.files.refreshDeviceFiles();
+}
+
+QCoro::Task<void> BoardDocuments::deleteDeviceFile(DeviceFileNode node)
+{
+    const auto life = m_life.watch();
+    Questions::Confirmation question;
+    question.title = QStringLiteral("Delete “%1” from the device?").arg(node.name);
+    question.message = node.isDirectory
+        ? QStringLiteral("Removes the directory %1 from %2. It must be empty.")
+              .arg(node.path, m_parts.files.portLabel())
+        : QStringLiteral("Removes %1 (%2 bytes) from %3. This cannot be undone.")
+              .arg(node.path)
+              .arg(node.size)
+              .arg(m_parts.files.portLabel());
+    question.confirmTitle = QStringLiteral("Delete");
+    const bool confirmed = co_await m_parts.files.confirmAction(std::move(question));
+    if (life && confirmed)
+        co_await m_parts.files.deleteDeviceNode(node);
+}
+
+} // namespace Korvane

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "base/Lifetime.h"
+#include "base/Records.h"
+
+#include <QCoro/QCoroTask>
+#include <QObject>
+
+namespace Korvane {
+
+class DeviceFiles;
+class DeviceLink;
+class Documents;
+class ShellSink;
+class Transfer;
+
+/// Documents that live on the board, and sending one there. Main thread only.
+class BoardDocuments final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What BoardDocuments works with; all must outlive it.
+    struct Parts
+    {
+        Documents &documents;
+        DeviceLink &link;
+        DeviceFiles &files;
+        Transfer &transfer;
+        ShellSink &shell;
+    };
+
+    explicit BoardDocuments(Parts parts, QObject *parent = nullptr);
+
+    /// Selects the document that came from there, or reads the file into a new one.
+    QCoro::Task<void> openDeviceFile(DeviceFileNode node);
+    /// Writes the selected document to the board: to where it came from without asking, otherwise
+    /// into the root folder, asking before a file there is replaced.
+    QCoro::Task<void> sendCurrentFileToDevice();
+    /// Writes a document that lives on the board back, without asking.
+    QCoro::Task<void> saveToDevice(QUuid id);
+    /// Asks, then deletes.
+    QCoro::Task<void> deleteDeviceFile(DeviceFileNode node);
+
+signals:
+    /// A document was sent: the board's files are what the person wants to see now.
+    void sent();
+
+private:
+    Parts m_parts;
+    Lifetime m_life;
+};
+
+} // namespace Korvane

@@ -1,0 +1,185 @@
+#include "app/DocumentSaving.h"
+
+#include "app/BoardDocuments.h"
+#include "app/Documents.h"
+#include "app/LocalFiles.h"
+#include "base/DisplayPath.h"
+#include "base/LocalFile.h"
+#include "base/ShellSink.h"
+#include "device/DeviceFiles.h"
+#include "device/DeviceListing.h"
+#include "device/Transfer.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <utility>
+
+namespace Korvane {
+
+DocumentSaving::DocumentSaving(Parts parts)
+    : m_parts(std::move(parts))
+{
+}
+
+QCoro::Task<void> DocumentSaving::save()
+{
+    const EditorFile *selected = m_parts.documents.selectedFile();
+    if (!selected)
+        co_return;
+    const EditorFile file = *selected;
+    if (!file.devicePath.isEmpty()) {
+        co_await m_parts.boardDocuments.saveToDevice(file.id);
+        co_return;
+    }
+    if (file.path.isEmpty()) {
+        co_await saveToBrowsedFolder();
+        co_return;
+    }
+    const auto life = m_life.watch();
+    const bool written = co_await write(file, file.path);
+    if (life && written)
+        m_parts.documents.markSaved(file.id, file.content);
+}
+
+QCoro::Task<void> DocumentSaving::saveToBrowsedFolder()
+{
+    const EditorFile *selected = m_parts.documents.selectedFile();
+    if (!selected)
+        co_return;
+    const QUuid id = selected->id;
+    const auto life = m_life.watch();
+    const bool onBoard = m_parts.isBoardBrowsed();
+    const QString folder =
+        onBoard ? m_parts.deviceFiles.deviceWorkingDir() : m_parts.localFiles.localWorkingDir();
+
+    Questions::NamePrompt prompt;
+    prompt.title = QStringLiteral("Save File");
+    prompt.message =
+        QStringLiteral("Save to %1.")
+            .arg(onBoard ? QStringLiteral("the device at ") + folder : displayPath(folder));
+    prompt.proposedName = selected->name;
+    prompt.confirmTitle = QStringLiteral("Save");
+    const QString name = co_await m_parts.questions.askName(std::move(prompt));
+    if (!life || name.isEmpty())
+        co_return;
+    if (!isUsableFileName(name)) {
+        m_parts.shell.appendError(QStringLiteral("“%1” isn't a usable file name.").arg(name));
+        co_return;
+    }
+    if (onBoard)
+        co_await saveIntoBoardFolder(id, folder, name);
+    else
+        co_await saveIntoLocalFolder(id, folder, name);
+}
+
+QCoro::Task<void> DocumentSaving::saveIntoBoardFolder(QUuid id, QString folder, QString name)
+{
+    const auto life = m_life.watch();
+    const QString path = DeviceListing::join(folder, name);
+    if (!m_parts.deviceFiles.isOverwriteConfirmed(path)) {
+        const bool exists = co_await m_parts.deviceFiles.deviceFileExists(path);
+        if (!life)
+            co_return;
+        const bool mayReplace =
+            !exists || co_await m_parts.deviceFiles.confirmOverwrite(name, path);
+        if (!life)
+            co_return;
+        if (!mayReplace) {
+            m_parts.shell.appendInfo(
+                QStringLiteral("Send cancelled — %1 on the device is unchanged.").arg(path));
+            co_return;
+        }
+    }
+    const EditorFile *found = m_parts.documents.file(id);
+    if (!found)
+        co_return;
+    const EditorFile file = *found;
+    {
+        Transfer::Running running(m_parts.transfer);
+        running.setStatus(QStringLiteral("Saving %1…").arg(name));
+        const bool written =
+            co_await m_parts.deviceFiles.writeTextToDevice(file.fileText(), path, name);
+        if (!life || !written)
+            co_return;
+    }
+    m_parts.documents.setDevicePath(id, path, name);
+    m_parts.documents.markSaved(id, file.content);
+    m_parts.shell.appendInfo(QStringLiteral("Saved %1 to device as %2").arg(name, path));
+    co_await m_parts.deviceFiles.refreshDeviceFiles();
+}
+
+QCoro::Task<void> DocumentSaving::saveIntoLocalFolder(QUuid id, QString folder, QString name)
+{
+    const auto life = m_life.watch();
+    const QString path = QDir(folder).filePath(name);
+    const std::function<bool()> lookFor = [path] { return QFileInfo::exists(path); };
+    const auto exists = co_await m_background.run(lookFor);
+    if (!exists)
+        co_return;
+    if (*exists) {
+        Questions::Confirmation question;
+        question.title = QStringLiteral("Replace “%1”?").arg(name);
+        question.message = QStringLiteral("%1 already exists in %2. Saving replaces it.")
+                               .arg(name, displayPath(folder));
+        question.confirmTitle = QStringLiteral("Replace");
+        const auto answer = co_await m_parts.questions.confirm(std::move(question));
+        if (!life)
+            co_return;
+        if (!answer.confirmed) {
+            m_parts.shell.appendInfo(QStringLiteral("Save cancelled — %1 is unchanged.").arg(path));
+            co_return;
+        }
+    }
+    const EditorFile *found = m_parts.documents.file(id);
+    if (!found)
+        co_return;
+    const EditorFile file = *found;
+    const bool written = co_await write(file, path);
+    if (!life || !written)
+        co_return;
+    m_parts.documents.setPath(id, path, name);
+    m_parts.documents.markSaved(id, file.content);
+    m_parts.localFiles.reload();
+    m_parts.shell.appendInfo(QStringLiteral("Saved %1").arg(path));
+}
+
+QCoro::Task<void> DocumentSaving::saveAs()
+{
+    const EditorFile *selected = m_parts.documents.selectedFile();
+    const QUuid id = selected ? selected->id : QUuid();
+    const auto life = m_life.watch();
+    const QString path = co_await m_parts.questions.askSavePath(
+        m_parts.localFiles.localWorkingDir(),
+        selected ? selected->name : QStringLiteral("untitled.py"));
+    if (!life || path.isEmpty())
+        co_return;
+    const EditorFile *found = m_parts.documents.file(id);
+    if (!found)
+        co_return;
+    const EditorFile file = *found;
+    const bool written = co_await write(file, path);
+    if (!life || !written)
+        co_return;
+    m_parts.documents.setPath(id, path, QFileInfo(path).fileName());
+    m_parts.documents.markSaved(id, file.content);
+    m_parts.localFiles.reload();
+}
+
+QCoro::Task<bool> DocumentSaving::write(EditorFile file, QString path)
+{
+    const std::function<Result<void>()> writeFile = [path,
+                                                     text = file.fileText()]() -> Result<void> {
+        if (!text.isValidUtf16())
+            return Error{ErrorCode::NotText, QStringLiteral("The text cannot be written as UTF-8")};
+        return LocalFile::writeAtomically(path, text.toUtf8());
+    };
+    const auto written = co_await m_background.run(writeFile);
+    if (!written)
+        co_return false;
+    if (!*written)
+        m_parts.shell.appendError(QStringLiteral("Save failed: ") + written->error().message);
+    co_return static_cast<bool>(*written);
+}
+
+} // namespace Korvane

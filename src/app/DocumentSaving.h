@@ -1,0 +1,61 @@
+#pragma once
+
+#include "base/Background.h"
+#include "base/Lifetime.h"
+#include "base/Questions.h"
+#include "base/Records.h"
+#include "base/Result.h"
+
+#include <QCoro/QCoroTask>
+
+#include <functional>
+
+namespace Korvane {
+
+class BoardDocuments;
+class DeviceFiles;
+class Documents;
+class LocalFiles;
+class ShellSink;
+class Transfer;
+
+/// Saving the selected document: where it lives, into the folder being browsed, or where a save
+/// dialog says. A document is looked up again after every wait: one that was closed before its text
+/// was written is left alone. Main thread; files are written on others.
+class DocumentSaving final
+{
+public:
+    /// What DocumentSaving works with; all must outlive it.
+    struct Parts
+    {
+        Documents &documents;
+        BoardDocuments &boardDocuments;
+        LocalFiles &localFiles;
+        DeviceFiles &deviceFiles;
+        Transfer &transfer;
+        Questions &questions;
+        ShellSink &shell;
+        /// Whether the person browses a connected board rather than this computer.
+        std::function<bool()> isBoardBrowsed;
+    };
+
+    explicit DocumentSaving(Parts parts);
+
+    QCoro::Task<void> save();
+    /// Asks for a name first.
+    QCoro::Task<void> saveToBrowsedFolder();
+    /// Asks with a save dialog.
+    QCoro::Task<void> saveAs();
+
+private:
+    [[nodiscard]] QCoro::Task<void> saveIntoBoardFolder(QUuid id, QString folder, QString name);
+    [[nodiscard]] QCoro::Task<void> saveIntoLocalFolder(QUuid id, QString folder, QString name);
+    /// Writes the document to \p path and says so if that failed. Nothing when this has gone.
+    [[nodiscard]] QCoro::Task<bool> write(EditorFile file, QString path);
+
+    Parts m_parts;
+    Background m_background;
+    Lifetime m_life;
+};
+
+} // namespace Korvane

@@ -1,0 +1,119 @@
+#include "app/LocalFiles.h"
+
+#include "base/DisplayPath.h"
+#include "base/NaturalOrder.h"
+#include "base/Result.h"
+#include "base/ShellSink.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <filesystem>
+#include <utility>
+
+namespace Korvane {
+
+namespace {
+
+/// Blocks.
+QList<FileNode> readFolder(const QString &path)
+{
+    QList<FileNode> nodes;
+    const auto entries = QDir(path).entryInfoList(
+        QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot, QDir::Unsorted);
+    nodes.reserve(entries.size());
+    for (const QFileInfo &entry : entries) {
+        nodes.append(
+            {.name = entry.fileName(), .path = entry.filePath(), .isDirectory = entry.isDir()});
+    }
+    NaturalOrder().sortFoldersFirst(nodes);
+    return nodes;
+}
+
+enum class Creation { Done, Existed };
+
+/// Blocks.
+Result<Creation> makeFolder(const QString &path)
+{
+    const QFileInfo target(path);
+    if (target.exists() || target.isSymLink())
+        return Creation::Existed;
+    std::error_code error;
+    std::filesystem::create_directory(path.toStdU16String(), error);
+    if (error)
+        return Error{ErrorCode::File, QString::fromLocal8Bit(error.message().c_str())};
+    return Creation::Done;
+}
+
+} // namespace
+
+bool isUsableFileName(const QString &name)
+{
+    return !name.isEmpty() && !name.contains(u'/') && !name.contains(u':') && name != u"."
+        && name != u"..";
+}
+
+LocalFiles::LocalFiles(ShellSink &shell, Questions &questions, QObject *parent)
+    : QObject(parent)
+    , m_shell(shell)
+    , m_questions(questions)
+    , m_localWorkingDir(QDir::homePath())
+{
+}
+
+void LocalFiles::setLocalWorkingDir(const QString &path)
+{
+    if (std::exchange(m_localWorkingDir, path) != path)
+        emit localWorkingDirChanged();
+}
+
+void LocalFiles::goToEnclosingFolder()
+{
+    const qsizetype slash = m_localWorkingDir.lastIndexOf(u'/');
+    setLocalWorkingDir(slash > 0 ? m_localWorkingDir.first(slash) : QStringLiteral("/"));
+}
+
+void LocalFiles::reload()
+{
+    ++m_localFilesVersion;
+    emit localFilesVersionChanged();
+}
+
+QCoro::Task<std::optional<QList<FileNode>>> LocalFiles::list(QString path)
+{
+    const std::function<QList<FileNode>()> read = [path] { return readFolder(path); };
+    co_return co_await m_background.run(read);
+}
+
+QCoro::Task<void> LocalFiles::createFolder()
+{
+    const auto life = m_life.watch();
+    const QString folder = m_localWorkingDir;
+    Questions::NamePrompt prompt;
+    prompt.title = QStringLiteral("New Folder");
+    prompt.message = QStringLiteral("Create a folder in %1.").arg(displayPath(folder));
+    prompt.proposedName = QStringLiteral("untitled folder");
+    prompt.confirmTitle = QStringLiteral("Create");
+    const QString name = co_await m_questions.askName(std::move(prompt));
+    if (!life || name.isEmpty())
+        co_return;
+    if (!isUsableFileName(name)) {
+        m_shell.appendError(QStringLiteral("“%1” isn't a usable folder name.").arg(name));
+        co_return;
+    }
+    const QString path = QDir(folder).filePath(name);
+    const std::function<Result<Creation>()> make = [path] { return makeFolder(path); };
+    const auto made = co_await m_background.run(make);
+    if (!made)
+        co_return;
+    if (!*made)
+        m_shell.appendError(
+            QStringLiteral("Could not create “%1”: %2").arg(name, made->error().message));
+    else if (**made == Creation::Existed)
+        m_shell.appendError(
+            QStringLiteral("“%1” already exists in %2.").arg(name, displayPath(folder)));
+    else
+        reload();
+}
+
+} // namespace Korvane

@@ -1,0 +1,149 @@
+#include "ui/WindowQuestions.h"
+
+#include <QCheckBox>
+#include <QCoreApplication>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <functional>
+#include <iterator>
+#include <utility>
+
+namespace Korvane {
+
+namespace {
+
+QString tr(const char *text)
+{
+    return QCoreApplication::translate("WindowQuestions", text);
+}
+
+QFileDialog *makeFileDialog(QWidget *window, const QString &title, const QString &folder)
+{
+    auto *dialog = new QFileDialog(window, title, folder);
+    // Qt's own, so that it looks and behaves alike on every desktop.
+    dialog->setOption(QFileDialog::DontUseNativeDialog);
+    dialog->setNameFilters({tr("Python and text files (*.py *.pyi *.txt *.md *.json *.toml *.csv)"),
+                            tr("All files (*)")});
+    return dialog;
+}
+
+} // namespace
+
+WindowQuestions::~WindowQuestions()
+{
+    std::list<OneShot<bool>> open;
+    open.swap(m_open);
+}
+
+QCoro::Task<Questions::ConfirmationAnswer> WindowQuestions::confirm(Confirmation question)
+{
+    auto *box = new QMessageBox(m_window);
+    box->setIcon(QMessageBox::Warning);
+    box->setWindowTitle(tr("Korvane"));
+    // Names come from the board and the disk: they are not to be read as markup.
+    box->setTextFormat(Qt::PlainText);
+    box->setText(question.title);
+    box->setInformativeText(question.message);
+    QPushButton *confirm = box->addButton(question.confirmTitle, QMessageBox::AcceptRole);
+    QPushButton *cancel = box->addButton(tr("Cancel"), QMessageBox::RejectRole);
+    confirm->setAutoDefault(false);
+    box->setDefaultButton(cancel);
+    box->setEscapeButton(cancel);
+    if (!question.dontAskAgainPath.isEmpty()) {
+        QString path = question.dontAskAgainPath;
+        path.replace(u'&', QStringLiteral("&&")); // not a shortcut
+        box->setCheckBox(new QCheckBox(tr("Don't ask again for %1").arg(path)));
+    }
+    const std::function<ConfirmationAnswer()> answer = [box, confirm] {
+        return ConfirmationAnswer{box->clickedButton() == confirm,
+                                  box->checkBox() && box->checkBox()->isChecked()};
+    };
+    co_return co_await ask(box, answer);
+}
+
+QCoro::Task<QString> WindowQuestions::askName(NamePrompt prompt)
+{
+    auto *dialog = new QDialog(m_window);
+    dialog->setWindowTitle(prompt.title);
+    auto *label = new QLabel(prompt.message);
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    auto *field = new QLineEdit(prompt.proposedName);
+    field->setObjectName(QStringLiteral("nameField"));
+    field->setPlaceholderText(prompt.proposedName);
+    field->setMinimumSize(260, 24);
+    field->setAccessibleName(prompt.title);
+    field->selectAll();
+    label->setBuddy(field);
+    auto *buttons = new QDialogButtonBox;
+    QPushButton *confirm = buttons->addButton(prompt.confirmTitle, QDialogButtonBox::AcceptRole);
+    QPushButton *cancel = buttons->addButton(tr("Cancel"), QDialogButtonBox::RejectRole);
+    cancel->setAutoDefault(false);
+    confirm->setDefault(true);
+    auto *layout = new QVBoxLayout(dialog);
+    layout->addWidget(label);
+    layout->addWidget(field);
+    layout->addWidget(buttons);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
+    field->setFocus();
+    const std::function<QString()> answer = [field] { return field->text().trimmed(); };
+    co_return co_await ask(dialog, answer);
+}
+
+QCoro::Task<QString> WindowQuestions::askSavePath(QString folder, QString proposedName)
+{
+    QFileDialog *dialog = makeFileDialog(m_window, tr("Save As"), folder);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    dialog->setFileMode(QFileDialog::AnyFile);
+    dialog->selectFile(proposedName);
+    const std::function<QString()> answer = [dialog] { return dialog->selectedFiles().value(0); };
+    co_return co_await ask(dialog, answer);
+}
+
+QCoro::Task<QString> WindowQuestions::askOpenPath(QString folder)
+{
+    QFileDialog *dialog = makeFileDialog(m_window, tr("Open File"), folder);
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    const std::function<QString()> answer = [dialog] { return dialog->selectedFiles().value(0); };
+    co_return co_await ask(dialog, answer);
+}
+
+template <typename T>
+QCoro::Task<T> WindowQuestions::ask(QDialog *dialog, std::function<T()> answer)
+{
+    OneShot<bool> &end = m_open.emplace_back();
+    const auto position = std::prev(m_open.end());
+    // The answer is read while the dialog still stands; the waiter runs later. A dialog that goes
+    // with its window says nothing more.
+    T given{};
+    QObject::connect(dialog, &QDialog::finished, dialog,
+                     [&end, &given, answer, dialog](int result) {
+                         if (result != QDialog::Rejected || qobject_cast<QMessageBox *>(dialog))
+                             given = answer();
+                         end.deliver(true);
+                     });
+    open(dialog);
+    const std::optional<bool> ended = co_await end.wait();
+    if (ended)
+        m_open.erase(position);
+    co_return ended ? given : T{};
+}
+
+void WindowQuestions::open(QDialog *dialog)
+{
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    if (m_window && m_window->isVisible())
+        dialog->setWindowModality(Qt::WindowModal);
+    else
+        dialog->setWindowModality(Qt::ApplicationModal);
+    dialog->show();
+}
+
+} // namespace Korvane
