@@ -7,6 +7,20 @@
 
 namespace Korvane {
 
+namespace {
+
+/// What to write for \p command to a board that waits at its prompt. That executes at each CR and
+/// drops each LF, so several lines would become one; its paste mode takes them as they are.
+QByteArray forPrompt(QString command)
+{
+    if (!command.contains(u'\n'))
+        return (command + QStringLiteral("\r\n")).toUtf8();
+    command.replace(u'\n', u'\r');
+    return '\x05' + command.toUtf8() + "\r\x04";
+}
+
+} // namespace
+
 AppState::AppState(Dependencies dependencies, QObject *parent)
     : QObject(parent)
     , m_settings(dependencies.settings)
@@ -64,7 +78,7 @@ void AppState::submitShell(const QString &command)
     if (!m_link.connectionState().isConnected())
         runShellLocally(command);
     else if (command.isValidUtf16())
-        m_link.serial().write((command + QStringLiteral("\r\n")).toUtf8());
+        m_link.serial().write(forPrompt(command));
 }
 
 void AppState::setBottomTab(BottomTab tab)

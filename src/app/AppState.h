@@ -84,7 +84,8 @@ public:
     QCoro::Task<void> runCurrentFile();
     /// Interrupts the local run, or the program on the board.
     void stopRun();
-    /// Echoes \p command (trimmed by the caller) and gives it to the interpreter in charge.
+    /// Echoes \p command (trimmed by the caller) and gives it to the interpreter in charge,
+    /// one line or several.
     void submitShell(const QString &command);
 
     void setBottomTab(BottomTab tab);

@@ -2,6 +2,7 @@
 
 #include <QEvent>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QScopedValueRollback>
 
 #include <algorithm>
@@ -42,6 +43,21 @@ void CodeEditorView::setText(const QString &text)
     QTextCursor cursor = textCursor();
     cursor.setPosition(std::min(position, document()->characterCount() - 1));
     setTextCursor(cursor);
+}
+
+void CodeEditorView::insertFromMimeData(const QMimeData *source)
+{
+    // Qt 6.4 takes the first of the formats without a look at whether there is one: pasting from
+    // an empty clipboard would crash.
+    if (source->hasText())
+        insertPlainText(source->text());
+}
+
+bool CodeEditorView::focusNextPrevChild(bool next)
+{
+    // Tab is for the text; Shift+Tab is the way out.
+    return next ? QPlainTextEdit::focusNextPrevChild(next)
+                : QAbstractScrollArea::focusNextPrevChild(next);
 }
 
 void CodeEditorView::keyPressEvent(QKeyEvent *event)

@@ -23,6 +23,8 @@ signals:
     void textEdited(const QString &text);
 
 protected:
+    bool focusNextPrevChild(bool next) override;
+    void insertFromMimeData(const QMimeData *source) override;
     void keyPressEvent(QKeyEvent *event) override;
     void changeEvent(QEvent *event) override;
 

@@ -7,6 +7,7 @@
 #include "ui/SymbolView.h"
 #include "ui/VariablesView.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QStackedWidget>
@@ -65,6 +66,14 @@ BottomPane::BottomPane(AppState &state, QWidget *parent)
     showTab();
 }
 
+void BottomPane::focusPane()
+{
+    if (m_state.bottomTab() == AppState::BottomTab::Shell)
+        m_shell->focusInput();
+    else
+        m_variablesTab->setFocus();
+}
+
 QWidget *BottomPane::makeHeader()
 {
     auto *header = new QWidget;
@@ -105,7 +114,11 @@ void BottomPane::showTab()
 {
     const bool isShell = m_state.bottomTab() == AppState::BottomTab::Shell;
     (isShell ? m_shellTab : m_variablesTab)->setChecked(true);
+    // A focus in the pane that goes would wander to whatever comes next.
+    const bool hadFocus = m_body->currentWidget()->isAncestorOf(QApplication::focusWidget());
     m_body->setCurrentWidget(isShell ? static_cast<QWidget *>(m_shell) : m_variables);
+    if (hadFocus)
+        focusPane();
 }
 
 } // namespace Korvane

@@ -20,6 +20,9 @@ public:
     /// \p state must outlive this.
     explicit BottomPane(AppState &state, QWidget *parent = nullptr);
 
+    /// Gives the focus to where the person would type, or else to the tab that is shown.
+    void focusPane();
+
 private:
     void showTab();
     [[nodiscard]] QWidget *makeHeader();

@@ -6,9 +6,11 @@
 #include "ui/IDEToolbar.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QKeyEvent>
 #include <QPlainTextEdit>
 #include <QScreen>
+#include <QShortcut>
 #include <QSplitter>
 
 #include <algorithm>
@@ -41,6 +43,15 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     for (QPlainTextEdit *edit : findChildren<QPlainTextEdit *>())
         edit->installEventFilter(this);
     m_editorArea->editor().setFocus();
+
+    // The editor keeps Tab for itself.
+    auto *nextPane = new QShortcut(Qt::Key_F6, this);
+    connect(nextPane, &QShortcut::activated, this, [this] {
+        if (m_editorArea->isAncestorOf(QApplication::focusWidget()))
+            m_bottomPane->focusPane();
+        else
+            m_editorArea->editor().setFocus();
+    });
 }
 
 bool ContentView::eventFilter(QObject *watched, QEvent *event)

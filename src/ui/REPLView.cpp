@@ -38,7 +38,7 @@ REPLView::REPLView(AppState &state, QWidget *parent)
     column->addWidget(m_transcript, 1);
     column->addWidget(new Divider);
     column->addWidget(makeInputRow());
-    setFocusProxy(m_input);
+    setTabOrder(m_transcript, m_input);
 
     connect(m_input, &ShellInput::submitted, this, &REPLView::submit);
     connect(m_input, &ShellInput::historyAsked, this, &REPLView::showHistory);
@@ -64,15 +64,35 @@ QWidget *REPLView::makeInputRow()
     auto *layout = new QHBoxLayout(row);
     layout->setContentsMargins(8, 4, 8, 4);
     layout->setSpacing(6);
-    for (QWidget *item : {static_cast<QWidget *>(prompt), static_cast<QWidget *>(m_input),
-                          static_cast<QWidget *>(stop), static_cast<QWidget *>(clear)})
-        layout->addWidget(item, item == m_input ? 1 : 0);
+    // The prompt stays beside the first of several lines.
+    prompt->setMinimumHeight(m_input->sizeHint().height());
+    auto *promptColumn = new QVBoxLayout;
+    promptColumn->addWidget(prompt);
+    promptColumn->addStretch();
+    auto *line = new QHBoxLayout;
+    line->setSpacing(6);
+    line->addLayout(promptColumn);
+    line->addWidget(m_input, 1);
+    auto *middle = new QVBoxLayout; // of the row, while there is but one line
+    middle->addStretch();
+    middle->addLayout(line);
+    middle->addStretch();
+    layout->addLayout(middle, 1);
+    layout->addWidget(stop);
+    layout->addWidget(clear);
+    setTabOrder(m_input, stop);
+    setTabOrder(stop, clear);
     return row;
 }
 
 QString REPLView::inputText() const
 {
     return m_input->text();
+}
+
+void REPLView::focusInput()
+{
+    m_input->setFocus();
 }
 
 bool REPLView::inputFocused() const

@@ -19,6 +19,9 @@ public:
     /// \p state must outlive this.
     explicit REPLView(AppState &state, QWidget *parent = nullptr);
 
+    // Not a focus proxy: the Tab key would jump over what stands before the input.
+    void focusInput();
+
     [[nodiscard]] QString inputText() const;
     /// What was submitted, oldest first. Lives as long as the pane.
     [[nodiscard]] const QStringList &inputHistory() const { return m_inputHistory; }

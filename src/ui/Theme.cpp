@@ -80,7 +80,7 @@ Theme::Theme(bool isDark, const Colors &colors)
         {QPalette::Light, isDark ? button.lighter(130) : QColor(Qt::white)},
         {QPalette::Midlight, isDark ? button.lighter(115) : button.darker(104)},
         {QPalette::Mid, isDark ? window.darker(120) : window.darker(125)},
-        {QPalette::Dark, isDark ? window.darker(150) : window.darker(150)},
+        {QPalette::Dark, window.darker(150)},
         {QPalette::Shadow, isDark ? QColor(Qt::black) : window.darker(220)},
     };
     for (const auto &[role, value] : entries)

@@ -11,14 +11,20 @@ namespace Korvane {
 namespace {
 
 constexpr qreal cornerRadius = 5;
-constexpr int menuArrowWidth = 10;
+constexpr int menuArrowWidth = 12;
+constexpr int labelInset = 3;
 
-/// A button that opens a menu and has words, so that an arrow has room beside them.
-bool hasMenuArrow(const QStyleOption *option)
+bool hasWordsBesideIcon(const QStyleOption *option)
 {
     const auto *button = qstyleoption_cast<const QStyleOptionToolButton *>(option);
-    return button && (button->features & QStyleOptionToolButton::HasMenu)
-        && button->toolButtonStyle == Qt::ToolButtonTextBesideIcon;
+    return button && button->toolButtonStyle == Qt::ToolButtonTextBesideIcon;
+}
+
+bool hasMenuArrow(const QStyleOption *option)
+{
+    return hasWordsBesideIcon(option)
+        && (static_cast<const QStyleOptionToolButton *>(option)->features
+            & QStyleOptionToolButton::HasMenu);
 }
 
 void drawMenuArrow(QPainter *painter, const QStyleOption *option)
@@ -61,6 +67,11 @@ void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *opt
         painter->restore();
         return;
     }
+    case PE_PanelTipLabel:
+        painter->fillRect(option->rect, theme.color(Theme::Role::Separator));
+        painter->fillRect(option->rect.adjusted(1, 1, -1, -1),
+                          option->palette.brush(QPalette::ToolTipBase));
+        return;
     case PE_FrameFocusRect:
         if (qobject_cast<const QAbstractItemView *>(widget))
             break;
@@ -100,6 +111,22 @@ void ThemeStyle::drawControl(ControlElement element, const QStyleOption *option,
         painter->fillRect(line, theme.color(Theme::Role::Separator));
         return;
     }
+    if (element == CE_HeaderSection) {
+        painter->fillRect(option->rect, option->palette.window());
+        const QRect &rect = option->rect;
+        painter->fillRect(QRect(rect.left(), rect.bottom(), rect.width(), 1),
+                          theme.color(Theme::Role::Separator));
+        painter->fillRect(QRect(rect.right(), rect.top() + 4, 1, rect.height() - 8),
+                          theme.color(Theme::Role::Separator));
+        return;
+    }
+    if (element == CE_ToolButtonLabel && hasWordsBesideIcon(option)) {
+        // The words have blanks behind them; this gives the icon as much in front.
+        QStyleOptionToolButton moved(*static_cast<const QStyleOptionToolButton *>(option));
+        moved.rect.adjust(labelInset, 0, 0, 0);
+        QProxyStyle::drawControl(element, &moved, painter, widget);
+        return;
+    }
     QProxyStyle::drawControl(element, option, painter, widget);
 }
 
@@ -121,9 +148,8 @@ QSize ThemeStyle::sizeFromContents(ContentsType type, const QStyleOption *option
 {
     QSize result = QProxyStyle::sizeFromContents(type, option, size, widget);
     if (type == CT_ToolButton) {
-        const auto *button = static_cast<const QStyleOptionToolButton *>(option);
-        if (button->toolButtonStyle != Qt::ToolButtonIconOnly)
-            result.rwidth() += 6;
+        if (hasWordsBesideIcon(option))
+            result.rwidth() += labelInset;
         if (hasMenuArrow(option))
             result.rwidth() += menuArrowWidth;
     }
@@ -139,9 +165,14 @@ int ThemeStyle::pixelMetric(PixelMetric metric, const QStyleOption *option,
     case PM_ToolBarIconSize:
         return 20;
     case PM_ToolBarItemSpacing:
-        return 4;
     case PM_ToolBarItemMargin:
         return 4;
+    case PM_HeaderMargin:
+        return 7;
+    case PM_FocusFrameHMargin: // what a cell has beside its text
+        return qobject_cast<const QAbstractItemView *>(widget)
+            ? 6
+            : QProxyStyle::pixelMetric(metric, option, widget);
     case PM_ToolBarFrameWidth:
         return 1;
     default:

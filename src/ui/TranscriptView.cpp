@@ -20,12 +20,12 @@ namespace {
 
 // One turn of the event loop: long enough to keep up with any program, short enough to be unseen.
 constexpr qint64 turnMilliseconds = 8;
-constexpr qsizetype turnCharacters = 128 * 1024;
-constexpr qsizetype pieceCharacters = 8 * 1024; // between looks at the clock
-constexpr qsizetype lineCost = 64;              // what even an empty line costs, in characters
+constexpr qsizetype turnCharacters = 131'072;
+constexpr qsizetype pieceCharacters = 8'192; // between looks at the clock
+constexpr qsizetype lineCost = 64;           // what even an empty line costs, in characters
 
 // From here on lines share blocks. Below, each line is a block of its own, as screen readers like.
-constexpr qsizetype floodCharacters = 64 * 1024;
+constexpr qsizetype floodCharacters = 65'536;
 constexpr int manyBlocks = 20'000;
 
 // Laid-out blocks behind the end that keep their layout; the rest is laid out again when seen.

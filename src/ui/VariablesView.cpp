@@ -43,7 +43,6 @@ VariablesView::VariablesView(AppState &state, QWidget *parent)
     column->addWidget(makeHeader());
     column->addWidget(new Divider);
     column->addWidget(m_body, 1);
-    setFocusProxy(m_table);
 
     connect(&state.variablesFlow(), &VariablesFlow::variablesChanged, this,
             &VariablesView::showVariables);

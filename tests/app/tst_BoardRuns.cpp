@@ -38,6 +38,8 @@ private slots:
         QCOMPARE(shop.table(), u"x:str='%1..."_s.arg(QString(499, u'a')));
         shop.state->submitShell(u"print(6 * 7)"_s);
         QTRY_VERIFY2(shop.text().contains(u"\n42\n>>> "_s), qPrintable(shop.text()));
+        shop.state->submitShell(u"def f():\n    return 'äöü'\n\nprint(f(), x[:2])"_s);
+        QTRY_VERIFY2(shop.text().contains(u"\näöü aa\n>>> "_s), qPrintable(shop.text()));
     }
 
     void showsATracebackWhole()

@@ -7,6 +7,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QMenu>
+#include <QMimeData>
 #include <QStyle>
 #include <QToolButton>
 
@@ -31,7 +32,10 @@ class tst_ContentView final : public QObject
 private slots:
     void everyControlHasAName();
     void editsTheSelectedDocument();
+    void pastesFromAnEmptyClipboard();
     void runsAndStopsWithKeysAndButtons();
+    void keepsTheFocusWhereThePersonIs();
+    void reachesEverythingByTabInReadingOrder();
     void showsTheAssistantOnlyWhileItListens();
     void listsThePorts();
     void connectsAndDisconnects();
@@ -105,6 +109,17 @@ void tst_ContentView::editsTheSelectedDocument()
     QCOMPARE(documents.selectedFile()->content, QStringLiteral("from outsid"));
 }
 
+void tst_ContentView::pastesFromAnEmptyClipboard()
+{
+    Desk desk;
+    QGuiApplication::clipboard()->setMimeData(new QMimeData);
+    for (const char *name : {"editor", "shellInput", "shellOutput"}) {
+        desk.find<QWidget>(name)->setFocus();
+        desk.press(Qt::Key_V, Qt::ControlModifier);
+    }
+    QCOMPARE(desk.find<CodeEditorView>("editor")->text(), QString());
+}
+
 void tst_ContentView::runsAndStopsWithKeysAndButtons()
 {
     Desk desk(Desk::Python::Real);
@@ -141,6 +156,47 @@ void tst_ContentView::runsAndStopsWithKeysAndButtons()
     QTRY_COMPARE(desk.lines().last(), QStringLiteral("info: ▶ Done."));
     desk.click("play.circle.fill");
     QVERIFY(desk.state().isRunning()); // and is closed with a program running
+}
+
+void tst_ContentView::keepsTheFocusWhereThePersonIs()
+{
+    Desk desk;
+    auto *input = desk.find<QWidget>("shellInput");
+    input->setFocus();
+    desk.click("Variables");
+    QVERIFY(desk.find<QWidget>("Variables")->hasFocus());
+    desk.find<QWidget>("refreshVariables")->setFocus();
+    desk.click("Shell");
+    QVERIFY(input->hasFocus());
+    desk.find<QWidget>("editor")->setFocus();
+    desk.click("Variables");
+    QVERIFY(desk.find<QWidget>("editor")->hasFocus());
+}
+
+void tst_ContentView::reachesEverythingByTabInReadingOrder()
+{
+    Desk desk;
+    desk.find<QWidget>("doc.badge.plus")->setFocus();
+    QStringList reached;
+    for (int i = 0; i < 9; ++i) {
+        reached << QApplication::focusWidget()->objectName();
+        if (reached.last() == u"editor") { // which keeps Tab for itself
+            desk.press(Qt::Key_Backtab, Qt::ShiftModifier);
+            QCOMPARE(QApplication::focusWidget()->objectName(), reached.at(i - 1));
+            desk.press(Qt::Key_Tab);
+            desk.press(Qt::Key_F6);
+            QCOMPARE(QApplication::focusWidget()->objectName(), QStringLiteral("shellInput"));
+            desk.press(Qt::Key_F6);
+            QCOMPARE(QApplication::focusWidget()->objectName(), QStringLiteral("editor"));
+            desk.find<QWidget>("Shell")->setFocus();
+        } else {
+            desk.press(Qt::Key_Tab);
+        }
+    }
+    QCOMPARE(reached.join(u' '),
+             QStringLiteral("doc.badge.plus play.circle.fill deviceConnect editor Shell "
+                            "shellOutput shellInput shellStop shellClear"));
+    QCOMPARE(QApplication::focusWidget()->objectName(), reached.first());
 }
 
 void tst_ContentView::showsTheAssistantOnlyWhileItListens()
