@@ -1,0 +1,154 @@
+#include "mcp/HTTPConnection.h"
+
+#include <cerrno>
+#include <sys/epoll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <utility>
+
+namespace Korvane {
+
+namespace {
+
+// What one turn takes from one socket before the others have theirs.
+constexpr int readsPerTurn = 16;
+constexpr qsizetype keptCapacityBytes = 64 * 1024;
+
+// What a request costs while it waits, beyond its body: about its head and the map of its headers.
+constexpr qsizetype requestCostBytes = 1024;
+
+} // namespace
+
+HTTPConnection::HTTPConnection(quint64 id, int socket, const Handler &handler, HTTPLoad &load,
+                               HTTPRequestParser::BodyFilter keepsBody,
+                               std::shared_ptr<HTTPReplyBox> replies)
+    : m_id(id)
+    , m_socket(socket)
+    , m_handler(handler)
+    , m_load(load)
+    , m_replies(std::move(replies))
+    , m_parser(std::move(keepsBody))
+{
+}
+
+HTTPConnection::~HTTPConnection()
+{
+    ::close(m_socket);
+}
+
+HTTPConnection::Outcome HTTPConnection::receive(std::span<char> scratch, bool hasPeerClosed)
+{
+    for (int turn = 0; hasPeerClosed || turn < readsPerTurn; ++turn) {
+        if (!m_isLeaving && !mayHandOver())
+            break;
+        const auto count = ::recv(m_socket, scratch.data(), scratch.size(), 0);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+            break;
+        if (count <= 0)
+            return Outcome::Closed;
+        if (m_isLeaving)
+            continue;
+        m_parser.append(QByteArrayView(scratch.data(), count));
+        handOver();
+        if (m_parser.isRefusing())
+            break;
+        // Less than there was room for: the socket is most likely empty, and will tell if not.
+        if (!hasPeerClosed && size_t(count) < scratch.size())
+            break;
+    }
+    return outcome();
+}
+
+void HTTPConnection::answer(const HTTPResponse &response, qsizetype requestBytes)
+{
+    --m_unanswered;
+    m_unansweredBytes -= requestBytes;
+    response.appendTo(m_unsent);
+}
+
+HTTPConnection::Outcome HTTPConnection::flush()
+{
+    if (!send())
+        return Outcome::Closed;
+    handOver();
+    return outcome();
+}
+
+unsigned HTTPConnection::wantedEvents() const
+{
+    unsigned events = 0;
+    // The end of the stream counts only behind all that came before it.
+    if (m_isLeaving || (mayHandOver() && !m_parser.isRefusing()))
+        events |= EPOLLIN | EPOLLRDHUP;
+    if (m_sent < m_unsent.size())
+        events |= EPOLLOUT;
+    return events;
+}
+
+bool HTTPConnection::mayHandOver() const
+{
+    return !m_load.isFull() && m_unsent.size() - m_sent <= maxUnsentBytes
+        && (m_unanswered == 0
+            || (m_unanswered < maxUnanswered && m_unansweredBytes < maxUnansweredBytes));
+}
+
+void HTTPConnection::handOver()
+{
+    while (mayHandOver()) {
+        auto request = m_parser.next();
+        if (!request)
+            return;
+        const auto bytes = requestCostBytes + request->body.size();
+        ++m_unanswered;
+        m_unansweredBytes += bytes;
+        ++m_load.requests;
+        m_load.bytes += bytes;
+        m_handler(std::move(*request), HTTPReply(m_replies, m_id, bytes));
+    }
+}
+
+/// False when the connection is no more.
+bool HTTPConnection::send()
+{
+    while (m_sent < m_unsent.size()) {
+        const auto count = ::send(m_socket, m_unsent.constData() + m_sent,
+                                  size_t(m_unsent.size() - m_sent), MSG_NOSIGNAL);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0) {
+            // The rest moves to the front only when there is less of it than of what was sent.
+            if (m_sent > m_unsent.size() / 2) {
+                m_unsent.remove(0, m_sent);
+                m_sent = 0;
+            }
+            return errno == EAGAIN || errno == EWOULDBLOCK;
+        }
+        m_sent += count;
+    }
+    m_sent = 0;
+    if (m_unsent.capacity() > keptCapacityBytes)
+        m_unsent = QByteArray();
+    else
+        m_unsent.resize(0);
+    return true;
+}
+
+/// Answers what was beyond the bounds, once all that came before it has been answered.
+HTTPConnection::Outcome HTTPConnection::outcome()
+{
+    if (!m_isLeaving && m_parser.isRefusing() && m_unanswered == 0) {
+        m_isLeaving = true;
+        HTTPResponse{400}.appendTo(m_unsent);
+        if (!send())
+            return Outcome::Closed;
+    }
+    if (!m_isLeaving || m_sent < m_unsent.size())
+        return Outcome::Open;
+    ::shutdown(m_socket, SHUT_WR);
+    return Outcome::Leaving;
+}
+
+} // namespace Korvane

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QByteArray>
+
+#include <map>
+
+namespace Korvane {
+
+/// One request as it came over the wire; only the parser makes them. All strings are UTF-8.
+struct HTTPRequest
+{
+    /// As sent: case kept, nothing decoded, the query string still in the path.
+    QByteArray method;
+    QByteArray path;
+    /// Names in lower case, names and values without blanks and tabs around them. Of two headers
+    /// with one name the later counts.
+    std::map<QByteArray, QByteArray> headers;
+    /// Exactly `Content-Length` bytes, unless whoever reads the requests declined the body.
+    QByteArray body;
+};
+
+} // namespace Korvane

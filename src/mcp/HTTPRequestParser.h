@@ -1,0 +1,54 @@
+#pragma once
+
+#include "mcp/HTTPRequest.h"
+
+#include <QByteArrayView>
+
+#include <functional>
+#include <optional>
+
+namespace Korvane {
+
+/// Cuts requests out of the bytes of one connection, however these are split. The cost is linear
+/// in the bytes, and no more is held than was received. See docs/formats/http-and-json-rpc.md.
+class HTTPRequestParser final
+{
+public:
+    static constexpr qsizetype maxHeadBytes = 64 * 1024;
+    static constexpr qsizetype maxBodyBytes = 64 * 1024 * 1024;
+
+    /// Asked once for each request with a body, when only its head is there.
+    using BodyFilter = std::function<bool(const HTTPRequest &head)>;
+
+    /// Where \p keepsBody says no, the body is passed over as it comes and the request delivered
+    /// with an empty one. Without a filter all bodies are kept.
+    explicit HTTPRequestParser(BodyFilter keepsBody = {});
+
+    void append(QByteArrayView bytes);
+
+    /// The next request that is there completely; nothing when more bytes are needed.
+    [[nodiscard]] std::optional<HTTPRequest> next();
+
+    /// A length or size was beyond the bounds. The stream cannot be followed any further: nothing
+    /// is accepted from then on.
+    [[nodiscard]] bool isRefusing() const { return m_isRefusing; }
+
+private:
+    bool readHead();
+    bool parseHead(QByteArrayView head);
+    void discard();
+    void refuse();
+    void takeBody(QByteArrayView bytes);
+
+    BodyFilter m_keepsBody;
+    QByteArray m_buffer;      // from m_start: what has not been consumed; empty during a body
+    qsizetype m_start = 0;    // of the consumed bytes at the front of m_buffer
+    qsizetype m_searched = 0; // from m_start: no end of a head begins before this
+    bool m_hasHead = false;   // m_request waits for its body
+    bool m_isBodyKept = true;
+    qsizetype m_bodyLeft = 0;
+    HTTPRequest m_request;
+    bool m_isRefusing = false;
+};
+
+} // namespace Korvane

@@ -1,0 +1,510 @@
+#include "mcp/MCPHTTPServer.h"
+
+#include "mcp/SocketClient.h"
+
+#include <QDir>
+#include <QFile>
+#include <QSemaphore>
+#include <QTest>
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace Korvane;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// Keeps all that the server hands over, for the test to answer when it likes.
+class Kept
+{
+public:
+    MCPHTTPServer::Handler handler()
+    {
+        return [this](HTTPRequest request, HTTPReply reply) {
+            const std::lock_guard lock(m_mutex);
+            m_paths.append(request.path);
+            m_replies.push_back(std::move(reply));
+            m_more.notify_all();
+        };
+    }
+    /// Waits until \p count requests have come, and not for ever. Yields how many did.
+    qsizetype waitFor(qsizetype count, std::chrono::milliseconds patience = 30s)
+    {
+        std::unique_lock lock(m_mutex);
+        m_more.wait_for(lock, patience, [&] { return m_paths.size() >= count; });
+        return m_paths.size();
+    }
+    QByteArrayList paths()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_paths;
+    }
+    std::vector<HTTPReply> takeReplies()
+    {
+        const std::lock_guard lock(m_mutex);
+        return std::exchange(m_replies, {});
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_more;
+    QByteArrayList m_paths;
+    std::vector<HTTPReply> m_replies;
+};
+
+void echo(HTTPRequest request, HTTPReply reply)
+{
+    reply(HTTPResponse{200, {}, request.path + request.body});
+}
+
+QByteArray get(const QByteArray &path)
+{
+    return "GET " + path + " HTTP/1.1\r\n\r\n";
+}
+
+double processorSeconds()
+{
+    timespec time = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
+}
+
+} // namespace
+
+class tst_MCPHTTPServer final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void writesResponsesToTheByte_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArrayList>("headers"); // name, value, name, value …
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QByteArray>("wire");
+        const QByteArray keepAlive = "Connection: keep-alive\r\n";
+        const QByteArray empty = keepAlive + "Content-Length: 0\r\n\r\n";
+        QTest::newRow("202") << 202 << QByteArrayList() << QByteArray()
+                             << "HTTP/1.1 202 Accepted\r\n" + empty;
+        QTest::newRow("400") << 400 << QByteArrayList() << QByteArray()
+                             << "HTTP/1.1 400 Bad Request\r\n" + empty;
+        QTest::newRow("404") << 404 << QByteArrayList() << QByteArray()
+                             << "HTTP/1.1 404 Not Found\r\n" + empty;
+        QTest::newRow("500") << 500 << QByteArrayList() << QByteArray()
+                             << "HTTP/1.1 500 Error\r\n" + empty;
+        QTest::newRow("a body") << 401 << QByteArrayList{"Content-Type", "text/plain"}
+                                << QByteArray("Ünauthorized")
+                                << "HTTP/1.1 401 Unauthorized\r\n" + keepAlive
+                + "Content-Length: 13\r\nContent-Type: text/plain\r\n\r\nÜnauthorized";
+        QTest::newRow("headers in byte order, its own ones replaced")
+            << 405 << QByteArrayList{"a",
+                                     "1",
+                                     "Z",
+                                     "2",
+                                     "Connection",
+                                     "close",
+                                     "Content-Length",
+                                     "9",
+                                     "Allow",
+                                     "POST",
+                                     "Content-",
+                                     "x"}
+            << QByteArray("b")
+            << "HTTP/1.1 405 Method Not Allowed\r\nAllow: POST\r\n" + keepAlive
+                + "Content-: x\r\nContent-Length: 1\r\nZ: 2\r\na: 1\r\n\r\nb";
+        QTest::newRow("headers behind its own ones")
+            << 200 << QByteArrayList{"Date", "today"} << QByteArray()
+            << "HTTP/1.1 200 OK\r\n" + keepAlive + "Content-Length: 0\r\nDate: today\r\n\r\n";
+    }
+    void writesResponsesToTheByte()
+    {
+        QFETCH(const int, status);
+        QFETCH(const QByteArrayList, headers);
+        QFETCH(const QByteArray, body);
+        QFETCH(const QByteArray, wire);
+        HTTPResponse response{status, {}, body};
+        for (qsizetype i = 0; i < headers.size(); i += 2)
+            response.headers[headers[i]] = headers[i + 1];
+
+        MCPHTTPServer server(0, [&](HTTPRequest, HTTPReply reply) { reply(response); });
+        QVERIFY(server.start());
+        SocketClient client(server.port());
+        for (int again = 0; again < 2; ++again) {
+            client.send(get("/"));
+            QCOMPARE(client.response(), wire);
+        }
+    }
+
+    void handsARequestOverOnceItIsWhole()
+    {
+        Kept kept;
+        MCPHTTPServer server(0, kept.handler());
+        QVERIFY(server.start());
+        SocketClient client(server.port());
+        const QByteArray request = post("body", {}, "/slowly");
+        for (const char byte : request.chopped(1))
+            client.send(QByteArray(1, byte));
+        // An answer to a later request on another connection: the bytes have been looked at.
+        SocketClient other(server.port());
+        other.send(get("/other"));
+        QCOMPARE(kept.waitFor(1), 1);
+        client.send(request.last(1));
+        QCOMPARE(kept.waitFor(2), 2);
+        QCOMPARE(kept.paths(), (QByteArrayList{"/other", "/slowly"}));
+    }
+
+    void sendsRepliesInTheOrderInWhichTheyAreGiven()
+    {
+        Kept kept;
+        MCPHTTPServer server(0, kept.handler());
+        QVERIFY(server.start());
+        SocketClient client(server.port());
+        QByteArray requests;
+        QByteArrayList paths;
+        for (int i = 0; i < 100; ++i) {
+            paths += "/" + QByteArray::number(i);
+            requests += get(paths.last());
+        }
+        client.send(requests);
+        QCOMPARE(kept.waitFor(100), 100);
+        QCOMPARE(kept.paths(), paths);
+
+        auto replies = kept.takeReplies();
+        std::thread elsewhere([&] {
+            for (auto i = replies.size(); i-- > 0;)
+                replies[i](HTTPResponse{200, {}, paths[qsizetype(i)]});
+        });
+        for (qsizetype i = 100; i-- > 0;)
+            QCOMPARE(bodyOf(client.response()), paths[i]);
+        elsewhere.join();
+    }
+
+    void repliesToAClosedConnectionOrAStoppedServerDoNothing()
+    {
+        Kept kept;
+        std::vector<HTTPReply> replies;
+        {
+            MCPHTTPServer server(0, kept.handler());
+            QVERIFY(server.start());
+            {
+                SocketClient gone(server.port());
+                gone.send(get("/gone") + get("/gone too"));
+                QCOMPARE(kept.waitFor(2), 2);
+            }
+            SocketClient client(server.port());
+            client.send(get("/here"));
+            QCOMPARE(kept.waitFor(3), 3);
+            replies = kept.takeReplies();
+            replies[0](HTTPResponse{200, {}, "to nobody"});
+            replies[2](HTTPResponse{200, {}, "for you"});
+            QCOMPARE(bodyOf(client.response()), "for you");
+            replies[2](HTTPResponse{200, {}, "twice"});
+            server.stop();
+            QCOMPARE(client.rest(), QByteArray());
+        }
+        replies[1](HTTPResponse{200, {}, "to nobody"});
+    }
+
+    void neverAnswersARequestThatCameWithTheEndOfTheStream()
+    {
+        std::atomic<int> count = 0;
+        QSemaphore isHeld;
+        QSemaphore release;
+        MCPHTTPServer server(0, [&](HTTPRequest request, HTTPReply reply) {
+            if (request.path == "/hold") {
+                isHeld.release();
+                release.acquire();
+            }
+            ++count;
+            reply(HTTPResponse{200, {}, request.path});
+        });
+        QVERIFY(server.start());
+        // The request and the end arrive together for certain if the queue is busy when they come.
+        for (int round = 0; round < 20; ++round) {
+            SocketClient client(server.port());
+            SocketClient holder(server.port());
+            holder.send(get("/hold"));
+            QVERIFY(isHeld.tryAcquire(1, 30s));
+            client.send(get("/last"));
+            client.closeSending();
+            release.release();
+            QCOMPARE(client.rest(), QByteArray());
+            QCOMPARE(bodyOf(holder.response()), "/hold");
+        }
+        QCOMPARE(count.load(), 40);
+    }
+
+    void refusesWhatIsBeyondTheBoundsAfterWhatCameBefore()
+    {
+        Kept kept;
+        MCPHTTPServer server(0, kept.handler());
+        QVERIFY(server.start());
+        SocketClient client(server.port());
+        client.send(get("/before") + "POST / HTTP/1.1\r\nContent-Length: -1\r\n\r\n"
+                    + get("/never"));
+        QCOMPARE(kept.waitFor(1), 1);
+        kept.takeReplies()[0](HTTPResponse{200, {}, "first"});
+        QCOMPARE(bodyOf(client.response()), "first");
+        QCOMPARE(client.rest(),
+                 "HTTP/1.1 400 Bad Request\r\nConnection: keep-alive\r\nContent-Length: 0\r\n\r\n");
+        QCOMPARE(kept.paths().size(), 1);
+
+        // The answer arrives although the client is still sending, and then the line is cut.
+        SocketClient flood(server.port());
+        const QByteArray junk(1024 * 1024, 'x');
+        while (flood.send(junk)) { }
+    }
+
+    void holdsBackOnlyWhoReadsSlowly()
+    {
+        const QByteArray answer(64 * 1024, 'a');
+        std::atomic<qsizetype> count = 0;
+        MCPHTTPServer server(0, [&](HTTPRequest request, HTTPReply reply) {
+            count += request.path == "/big";
+            reply(HTTPResponse{200, {}, request.path == "/big" ? answer : "small"});
+        });
+        QVERIFY(server.start());
+        SocketClient slow(server.port(), 4096);
+        constexpr qsizetype asked = 2000;
+        slow.send(get("/big").repeated(asked));
+        SocketClient quick(server.port());
+        for (int i = 0; i < 200; ++i) {
+            quick.send(get("/small"));
+            QCOMPARE(bodyOf(quick.response()), "small");
+        }
+        // The bound, what was on its way when that was reached, and what the system buffers.
+        QCOMPARE_LT(count.load() * answer.size(), 20 * 1024 * 1024);
+        for (qsizetype i = 0; i < asked; ++i)
+            QCOMPARE(bodyOf(slow.response()).size(), answer.size());
+        QCOMPARE(count.load(), asked);
+    }
+
+    void handsOverOnlySoManyUnansweredRequests_data()
+    {
+        QTest::addColumn<QByteArray>("request");
+        QTest::addColumn<qsizetype>("asked");
+        QTest::addColumn<qsizetype>("most");
+        QTest::newRow("small ones") << get("/") << qsizetype(5000) << HTTPConnection::maxUnanswered;
+        QTest::newRow("large ones")
+            << post(QByteArray(300 * 1024, 'b')) << qsizetype(20) << qsizetype(4);
+        QTest::newRow("a very large one")
+            << post(QByteArray(5 * 1024 * 1024, 'b')) << qsizetype(3) << qsizetype(1);
+    }
+    void handsOverOnlySoManyUnansweredRequests()
+    {
+        QFETCH(const QByteArray, request);
+        QFETCH(const qsizetype, asked);
+        QFETCH(const qsizetype, most);
+        Kept kept;
+        MCPHTTPServer server(0, kept.handler());
+        QVERIFY(server.start());
+        SocketClient client(server.port());
+        std::thread sender([&] { client.send(request.repeated(asked)); });
+        qsizetype answered = 0;
+        while (answered < asked) {
+            const auto expected = std::min(asked, answered + most);
+            QCOMPARE(kept.waitFor(expected), expected);
+            for (HTTPReply &reply : kept.takeReplies()) {
+                reply(HTTPResponse{});
+                ++answered;
+            }
+        }
+        sender.join();
+        for (qsizetype i = 0; i < asked; ++i)
+            QVERIFY(!client.response().isEmpty());
+    }
+
+    void countsTheUnansweredRequestsOfClosedConnections()
+    {
+        Kept kept;
+        MCPHTTPServer server(0, kept.handler());
+        QVERIFY(server.start());
+        constexpr qsizetype clients = HTTPLoad::maxRequests / HTTPConnection::maxUnanswered;
+        for (qsizetype i = 1; i <= clients; ++i) {
+            SocketClient client(server.port());
+            client.send(get("/").repeated(HTTPConnection::maxUnanswered));
+            QCOMPARE(kept.waitFor(i * HTTPConnection::maxUnanswered),
+                     i * HTTPConnection::maxUnanswered);
+        }
+        SocketClient waiting(server.port());
+        waiting.send(get("/waiting"));
+        const auto all = HTTPLoad::maxRequests + 1;
+        QCOMPARE(kept.waitFor(all, 100ms), all - 1);
+        for (HTTPReply &reply : kept.takeReplies())
+            reply(HTTPResponse{});
+        QCOMPARE(kept.waitFor(all), all);
+        QCOMPARE(kept.paths().last(), "/waiting");
+        kept.takeReplies().back()(HTTPResponse{200, {}, "in the end"});
+        QCOMPARE(bodyOf(waiting.response()), "in the end");
+    }
+
+    void servesFiveHundredConnectionsAmidJunk()
+    {
+        MCPHTTPServer server(0, echo);
+        QVERIFY(server.start());
+        std::atomic<bool> isOver = false;
+        std::vector<std::thread> vandals;
+        for (const QByteArray &junk :
+             {QByteArray(100000, '\0'), QByteArray("\xff\xfe\r\n\r\n").repeated(1000),
+              QByteArray("POST /junk HTTP/1.1\r\nContent-Length: 1000000000\r\n\r\n"),
+              QByteArray("x\r\n\r\n").repeated(10000)}) {
+            vandals.emplace_back([&isOver, junk, port = server.port()] {
+                while (!isOver) {
+                    SocketClient client(port);
+                    client.send(junk);
+                }
+            });
+        }
+        std::vector<std::unique_ptr<SocketClient>> clients;
+        for (int i = 0; i < 500; ++i)
+            clients.push_back(std::make_unique<SocketClient>(server.port()));
+        for (int round = 0; round < 3; ++round) {
+            for (size_t i = 0; i < clients.size(); ++i)
+                clients[i]->send(post(QByteArray::number(qulonglong(i))));
+            for (size_t i = 0; i < clients.size(); ++i)
+                QCOMPARE(bodyOf(clients[i]->response()),
+                         "/mcp" + QByteArray::number(qulonglong(i)));
+        }
+        isOver = true;
+        for (std::thread &vandal : vandals)
+            vandal.join();
+    }
+
+    void startsAndStopsUnderLoadOnOnePort()
+    {
+        const quint16 port = freePort();
+        std::atomic<bool> isOver = false;
+        QSemaphore answered;
+        std::vector<std::thread> clients;
+        for (int i = 0; i < 4; ++i) {
+            clients.emplace_back([&] {
+                while (!isOver) {
+                    SocketClient client(port);
+                    while (client.isConnected() && client.send(get("/x").repeated(3))
+                           && !client.response().isEmpty())
+                        answered.release();
+                }
+            });
+        }
+        for (int round = 0; round < 100; ++round) {
+            answered.acquire(answered.available());
+            MCPHTTPServer server(port, echo);
+            const auto started = server.start();
+            QVERIFY2(started, started ? "" : qPrintable(started.error().message));
+            QVERIFY(answered.tryAcquire(1, 30s));
+            if (round % 2)
+                server.stop();
+        }
+        isOver = true;
+        for (std::thread &client : clients)
+            client.join();
+        QVERIFY(!SocketClient(port).isConnected());
+    }
+
+    void saysWhyItCannotListen()
+    {
+        MCPHTTPServer first(0, echo);
+        QVERIFY(first.start());
+        MCPHTTPServer second(first.port(), echo);
+        const auto started = second.start();
+        QVERIFY(!started);
+        QCOMPARE(started.error().systemCode, EADDRINUSE);
+        QCOMPARE(started.error().message, qt_error_string(EADDRINUSE));
+        second.stop();
+    }
+
+    void tellsWhenItsListenerFails()
+    {
+        QSemaphore failed;
+        QString message;
+        MCPHTTPServer server(0, echo);
+        server.setOnFailure([&](const QString &text) {
+            message = text;
+            failed.release();
+        });
+        QVERIFY(server.start());
+        SocketClient client(server.port());
+        client.send(get("/before"));
+        QCOMPARE(bodyOf(client.response()), "/before");
+        const auto listener = listenerOn(server.port());
+        QVERIFY(listener);
+        ::shutdown(*listener, SHUT_RD);
+        QVERIFY(failed.tryAcquire(1, 30s));
+        QCOMPARE(message, qt_error_string(EINVAL));
+        client.send(get("/after"));
+        QCOMPARE(bodyOf(client.response()), "/after");
+    }
+
+    void waitsForDescriptorsWithoutSpinning()
+    {
+        MCPHTTPServer server(0, echo);
+        QVERIFY(server.start());
+        std::vector<std::unique_ptr<SocketClient>> clients;
+        clients.push_back(std::make_unique<SocketClient>(server.port()));
+        clients[0]->send(get("/"));
+        QCOMPARE(bodyOf(clients[0]->response()), "/");
+
+        // Descriptors enough for the three sockets of this side, and for none of the server's.
+        std::vector<int> fillers;
+        const int highest = openDescriptors().last();
+        while (fillers.empty() || fillers.back() < highest)
+            fillers.push_back(::fcntl(0, F_DUPFD_CLOEXEC, 0));
+        rlimit limits = {};
+        getrlimit(RLIMIT_NOFILE, &limits);
+        rlimit few = limits;
+        few.rlim_cur = rlim_t(fillers.back()) + 4;
+        setrlimit(RLIMIT_NOFILE, &few);
+        for (int i = 0; i < 3; ++i)
+            clients.push_back(std::make_unique<SocketClient>(server.port()));
+        for (const auto &client : clients)
+            client->send(get("/there"));
+        QCOMPARE(bodyOf(clients[0]->response()), "/there"); // the first one is not held up
+        const double before = processorSeconds();
+        QTest::qWait(300);
+        const double used = processorSeconds() - before;
+        setrlimit(RLIMIT_NOFILE, &limits);
+        std::for_each(fillers.begin(), fillers.end(), ::close);
+        QCOMPARE_LT(used, 0.1);
+        for (size_t i = 1; i < clients.size(); ++i)
+            QCOMPARE(bodyOf(clients[i]->response()), "/there");
+    }
+
+    void keepsToItself()
+    {
+        MCPHTTPServer server(0, echo);
+        QVERIFY(server.start());
+        QVERIFY(!SocketClient(server.port(), 0, "127.0.0.2").isConnected());
+        SocketClient client(server.port());
+        client.send(get("/"));
+        QCOMPARE(bodyOf(client.response()), "/");
+
+        QByteArrayList threads;
+        for (const QString &task :
+             QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            QFile name(QStringLiteral("/proc/self/task/%1/comm").arg(task));
+            if (name.open(QIODevice::ReadOnly))
+                threads += name.readAll().trimmed();
+        }
+        QVERIFY(threads.contains("mcp.http.server"));
+
+        // A child program inherits nothing of it.
+        for (const int descriptor : openDescriptors()) {
+            const QString target =
+                QFile::symLinkTarget(QStringLiteral("/proc/self/fd/%1").arg(descriptor));
+            const bool isServers = target.contains(QStringLiteral("socket:"))
+                || target.contains(QStringLiteral("anon_inode:"));
+            if (descriptor > 2 && isServers)
+                QVERIFY2(::fcntl(descriptor, F_GETFD) & FD_CLOEXEC, qPrintable(target));
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_MCPHTTPServer)
+#include "tst_MCPHTTPServer.moc"
