@@ -7,6 +7,7 @@ namespace Korvane {
 Sleeper::~Sleeper()
 {
     // A sleeper that wakes here may start nothing new: it finds its object gone.
+    m_isGoing = true;
     std::list<Nap> naps;
     naps.swap(m_naps);
 }
@@ -21,7 +22,8 @@ QCoro::Task<bool> Sleeper::sleep(std::chrono::milliseconds duration)
     nap.timer.start(duration);
 
     const std::optional<bool> elapsed = co_await nap.done.wait();
-    if (!elapsed)
+    // Its time may be up already when this goes before it could wake.
+    if (!elapsed || m_isGoing)
         co_return false;
     m_naps.erase(position);
     co_return true;

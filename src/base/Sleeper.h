@@ -30,6 +30,7 @@ private:
         OneShot<bool> done;
     };
     std::list<Nap> m_naps;
+    bool m_isGoing = false;
 };
 
 } // namespace Korvane

@@ -96,6 +96,18 @@ private slots:
         owner.reset();
         QCOMPARE(log.mid(2), QStringList({QStringLiteral("woken"), QStringLiteral("gone")}));
     }
+
+    void wakesASleeperWhoseTimeIsUpWhenItsOwnerGoesFirst()
+    {
+        auto owner = std::make_unique<Owner>();
+        QStringList log;
+        auto nap = owner->nap(0ms, log);
+        // Both timers fire in one turn of the event loop, and the sleeper would wake in the next.
+        QTimer timer;
+        connect(&timer, &QTimer::timeout, this, [&] { owner.reset(); });
+        timer.start(0);
+        QTRY_COMPARE(log, QStringList({QStringLiteral("woken"), QStringLiteral("gone")}));
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_OneShot)
