@@ -88,11 +88,18 @@ unsigned HTTPConnection::wantedEvents() const
     return events;
 }
 
-bool HTTPConnection::mayHandOver() const
+bool HTTPConnection::isHeldBackByOthers() const
 {
-    return !m_load.isFull() && m_unsent.size() - m_sent <= maxUnsentBytes
-        && (m_unanswered == 0
-            || (m_unanswered < maxUnanswered && m_unansweredBytes < maxUnansweredBytes));
+    return m_load.isFull() && hasRoom() && !m_isLeaving && !m_parser.isRefusing();
+}
+
+bool HTTPConnection::hasRoom() const
+{
+    if (m_unsent.size() - m_sent > maxUnsentBytes)
+        return false;
+    return m_unanswered == 0
+        || (!m_load.isHigh() && m_unanswered < maxUnanswered
+            && m_unansweredBytes < maxUnansweredBytes);
 }
 
 void HTTPConnection::handOver()

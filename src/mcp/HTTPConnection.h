@@ -12,14 +12,16 @@ namespace Korvane {
 /// on for connections that have gone, since their requests are still waiting somewhere.
 struct HTTPLoad
 {
-    static constexpr qsizetype maxRequests = 16 * 1024;
+    static constexpr qsizetype maxRequests = 2 * 1024;
     static constexpr qsizetype maxBytes = 256 * 1024 * 1024;
 
     qsizetype requests = 0;
     qsizetype bytes = 0;
 
+    /// Nobody may hand over any more.
     [[nodiscard]] bool isFull() const { return requests >= maxRequests || bytes >= maxBytes; }
-    [[nodiscard]] bool isHalf() const
+    /// Each connection may only hand over one at a time, so that all have their turn.
+    [[nodiscard]] bool isHigh() const
     {
         return requests >= maxRequests / 2 || bytes >= maxBytes / 2;
     }
@@ -66,12 +68,16 @@ public:
     /// Sends what the socket takes, then goes on with requests that had to wait.
     [[nodiscard]] Outcome flush();
 
+    /// It would take more from its client if the load of all allowed it.
+    [[nodiscard]] bool isHeldBackByOthers() const;
+
     [[nodiscard]] int socket() const { return m_socket; }
     /// The epoll events it waits for.
     [[nodiscard]] unsigned wantedEvents() const;
 
 private:
-    [[nodiscard]] bool mayHandOver() const;
+    [[nodiscard]] bool mayHandOver() const { return !m_load.isFull() && hasRoom(); }
+    [[nodiscard]] bool hasRoom() const;
     void handOver();
     [[nodiscard]] bool send();
     [[nodiscard]] Outcome outcome();

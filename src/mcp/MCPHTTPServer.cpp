@@ -194,9 +194,10 @@ void MCPHTTPServer::acceptWaiting()
         const auto id = m_nextId++;
         std::unique_ptr<Client> client(
             new Client{{id, socket, m_handler, m_load, m_keepsBody, m_replies}});
-        client->watchedEvents = client->connection.wantedEvents();
-        if (watch(EPOLL_CTL_ADD, socket, client->watchedEvents, id))
-            m_clients.emplace(id, std::move(client));
+        if (watch(EPOLL_CTL_ADD, socket, 0, id)) {
+            const auto entry = m_clients.emplace(id, std::move(client)).first;
+            settle(id, *entry->second, HTTPConnection::Outcome::Open);
+        }
     }
 }
 
@@ -234,7 +235,6 @@ void MCPHTTPServer::serve(quint64 id, unsigned events)
 
 void MCPHTTPServer::deliverReplies()
 {
-    m_isHeldBack |= m_load.isFull();
     m_isRunning = m_replies->take(m_entries);
     for (const auto &[id, requestBytes, response] : m_entries) {
         --m_load.requests;
@@ -246,19 +246,35 @@ void MCPHTTPServer::deliverReplies()
         if (!std::exchange(found->second->isMarked, true))
             m_marked.push_back(id);
     }
-    if (m_isHeldBack && !m_load.isHalf()) {
-        m_isHeldBack = false;
-        for (const auto &[id, client] : m_clients) {
-            if (!std::exchange(client->isMarked, true))
-                m_marked.push_back(id);
-        }
-    }
+    resumeHeldBack();
     for (const auto id : m_marked) {
-        Client &client = *m_clients.at(id);
+        const auto found = m_clients.find(id);
+        if (found == m_clients.end())
+            continue;
+        Client &client = *found->second;
         client.isMarked = false;
         settle(id, client, client.connection.flush());
     }
     m_marked.clear();
+}
+
+/// Those that have waited longest come before those whose replies are there: otherwise whoever asks
+/// without end would take every place that becomes free.
+void MCPHTTPServer::resumeHeldBack()
+{
+    while (!m_heldBack.empty() && !m_load.isFull()) {
+        const auto id = m_heldBack.front();
+        m_heldBack.pop_front();
+        const auto found = m_clients.find(id);
+        if (found == m_clients.end())
+            continue;
+        Client &client = *found->second;
+        client.isHeldBack = false;
+        auto outcome = client.connection.flush();
+        if (outcome == HTTPConnection::Outcome::Open)
+            outcome = client.connection.receive(m_scratch, false);
+        settle(id, client, outcome);
+    }
 }
 
 /// Follows up what a connection has come to. Destroys a closed one.
@@ -270,6 +286,8 @@ void MCPHTTPServer::settle(quint64 id, Client &client, HTTPConnection::Outcome o
     }
     if (outcome == HTTPConnection::Outcome::Leaving && !std::exchange(client.isLeaving, true))
         m_leaving.emplace_back(Clock::now() + leavingTime, id);
+    if (client.connection.isHeldBackByOthers() && !std::exchange(client.isHeldBack, true))
+        m_heldBack.push_back(id);
     const auto events = client.connection.wantedEvents();
     if (events != client.watchedEvents
         && watch(EPOLL_CTL_MOD, client.connection.socket(), events, id))

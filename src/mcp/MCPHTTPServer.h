@@ -53,8 +53,9 @@ private:
     {
         HTTPConnection connection;
         unsigned watchedEvents = 0;
-        bool isMarked = false;  // is in m_marked
-        bool isLeaving = false; // is in m_leaving
+        bool isMarked = false;   // is in m_marked
+        bool isLeaving = false;  // is in m_leaving
+        bool isHeldBack = false; // is in m_heldBack
     };
 
     [[nodiscard]] Result<void> listenOnLoopback();
@@ -67,6 +68,7 @@ private:
     void failListening(int code);
     void serve(quint64 id, unsigned events);
     void deliverReplies();
+    void resumeHeldBack();
     void settle(quint64 id, Client &client, HTTPConnection::Outcome outcome);
     void dropOverdue();
 
@@ -85,7 +87,7 @@ private:
     std::unordered_map<quint64, std::unique_ptr<Client>> m_clients;
     quint64 m_nextId;
     HTTPLoad m_load;
-    bool m_isHeldBack = false; // the load was full: connections may be waiting for it to shrink
+    std::deque<quint64> m_heldBack; // wait for the load to shrink, the first first
     std::vector<HTTPReplyBox::Entry> m_entries;
     std::vector<quint64> m_marked;                               // have something to send
     std::deque<std::pair<Clock::time_point, quint64>> m_leaving; // in the order of their deadlines

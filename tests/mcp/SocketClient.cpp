@@ -31,14 +31,24 @@ quint16 portOf(int socket)
 
 } // namespace
 
-SocketClient::SocketClient(quint16 port, int receiveBufferBytes, const char *address)
+SocketClient::SocketClient()
     : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
     const timeval patience{30, 0};
     setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     setsockopt(m_socket, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+}
+
+SocketClient::SocketClient(quint16 port, int receiveBufferBytes, const char *address)
+    : SocketClient()
+{
     if (receiveBufferBytes > 0)
         setsockopt(m_socket, SOL_SOCKET, SO_RCVBUF, &receiveBufferBytes, sizeof receiveBufferBytes);
+    connectTo(port, address);
+}
+
+void SocketClient::connectTo(quint16 port, const char *address)
+{
     const sockaddr_in target = addressOf(address, port);
     m_isConnected =
         ::connect(m_socket, reinterpret_cast<const sockaddr *>(&target), sizeof target) == 0;

@@ -14,6 +14,7 @@ namespace Korvane {
 class SocketClient final
 {
 public:
+    SocketClient();
     /// \p receiveBufferBytes: a small one fills soon when nothing is read.
     explicit SocketClient(quint16 port, int receiveBufferBytes = 0,
                           const char *address = "127.0.0.1");
@@ -21,6 +22,7 @@ public:
     SocketClient(const SocketClient &) = delete;
     SocketClient &operator=(const SocketClient &) = delete;
 
+    void connectTo(quint16 port, const char *address = "127.0.0.1");
     [[nodiscard]] bool isConnected() const { return m_isConnected; }
     /// False when the server has closed.
     bool send(const QByteArray &bytes);

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "mcp/HTTPRequest.h"
+
+namespace Korvane {
+
+/// Who may speak to the endpoint: requests for its path that carry the token. A value, to be used
+/// on any thread.
+class MCPAccess final
+{
+public:
+    /// \p token is not empty.
+    explicit MCPAccess(const QByteArray &token);
+
+    [[nodiscard]] bool isForEndpoint(const HTTPRequest &request) const;
+    /// Takes the same time wherever a wrong token first differs.
+    [[nodiscard]] bool hasToken(const HTTPRequest &request) const;
+
+private:
+    QByteArray m_authorization;
+};
+
+} // namespace Korvane
