@@ -149,9 +149,10 @@ QCoro::Task<void> DocumentSaving::saveAs()
     const EditorFile *selected = m_parts.documents.selectedFile();
     const QUuid id = selected ? selected->id : QUuid();
     const auto life = m_life.watch();
-    const QString path = co_await m_parts.questions.askSavePath(
-        m_parts.localFiles.localWorkingDir(),
-        selected ? selected->name : QStringLiteral("untitled.py"));
+    // A conditional inside the co_await expression is destroyed twice by this compiler.
+    const QString proposed = selected ? selected->name : QStringLiteral("untitled.py");
+    const QString folder = m_parts.localFiles.localWorkingDir();
+    const QString path = co_await m_parts.questions.askSavePath(folder, proposed);
     if (!life || path.isEmpty())
         co_return;
     const EditorFile *found = m_parts.documents.file(id);

@@ -14,6 +14,7 @@ class ScriptedQuestions final : public Questions
 {
 public:
     ConfirmationAnswer confirmation{true, false};
+    // (Copied by hand below: this compiler moves a member out of its object in co_return.)
     /// What is typed into the name prompt or chosen in a file dialog; empty cancels.
     QString name;
     /// Runs while the question is open.
@@ -38,18 +39,18 @@ public:
                      {prompt.title, prompt.message, prompt.proposedName, prompt.confirmTitle})
                      .join(QStringLiteral(" | "));
         meanwhile();
-        co_return name;
+        co_return QString(name);
     }
     QCoro::Task<QString> askSavePath(QString, QString proposedName) override
     {
         asked << QStringLiteral("save | ") + proposedName;
         meanwhile();
-        co_return name;
+        co_return QString(name);
     }
     QCoro::Task<QString> askOpenPath(QString) override
     {
         asked << QStringLiteral("open");
-        co_return name;
+        co_return QString(name);
     }
 };
 
