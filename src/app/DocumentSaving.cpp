@@ -131,17 +131,9 @@ QCoro::Task<void> DocumentSaving::saveIntoLocalFolder(QUuid id, QString folder, 
             co_return;
         }
     }
-    const EditorFile *found = m_parts.documents.file(id);
-    if (!found)
-        co_return;
-    const EditorFile file = *found;
-    const bool written = co_await write(file, path);
-    if (!life || !written)
-        co_return;
-    m_parts.documents.setPath(id, path, name);
-    m_parts.documents.markSaved(id, file.content);
-    m_parts.localFiles.reload();
-    m_parts.shell.appendInfo(QStringLiteral("Saved %1").arg(path));
+    const bool saved = co_await saveAt(id, path);
+    if (saved)
+        m_parts.shell.appendInfo(QStringLiteral("Saved %1").arg(path));
 }
 
 QCoro::Task<void> DocumentSaving::saveAs()
@@ -153,18 +145,24 @@ QCoro::Task<void> DocumentSaving::saveAs()
     const QString proposed = selected ? selected->name : QStringLiteral("untitled.py");
     const QString folder = m_parts.localFiles.localWorkingDir();
     const QString path = co_await m_parts.questions.askSavePath(folder, proposed);
-    if (!life || path.isEmpty())
-        co_return;
+    if (life && !path.isEmpty())
+        co_await saveAt(id, path);
+}
+
+QCoro::Task<bool> DocumentSaving::saveAt(QUuid id, QString path)
+{
     const EditorFile *found = m_parts.documents.file(id);
     if (!found)
-        co_return;
+        co_return false;
     const EditorFile file = *found;
+    const auto life = m_life.watch();
     const bool written = co_await write(file, path);
     if (!life || !written)
-        co_return;
+        co_return false;
     m_parts.documents.setPath(id, path, QFileInfo(path).fileName());
     m_parts.documents.markSaved(id, file.content);
     m_parts.localFiles.reload();
+    co_return true;
 }
 
 QCoro::Task<bool> DocumentSaving::write(EditorFile file, QString path)

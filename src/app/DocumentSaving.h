@@ -50,7 +50,10 @@ public:
 private:
     [[nodiscard]] QCoro::Task<void> saveIntoBoardFolder(QUuid id, QString folder, QString name);
     [[nodiscard]] QCoro::Task<void> saveIntoLocalFolder(QUuid id, QString folder, QString name);
-    /// Writes the document to \p path and says so if that failed. Nothing when this has gone.
+    /// Writes the document to \p path, where it then lives. False when it could not, which the
+    /// Shell then says, and when this has gone.
+    [[nodiscard]] QCoro::Task<bool> saveAt(QUuid id, QString path);
+    /// Writes the text alone; false as above.
     [[nodiscard]] QCoro::Task<bool> write(EditorFile file, QString path);
 
     Parts m_parts;

@@ -1,5 +1,6 @@
 #include "Workshop.h"
 #include "support/Awaited.h"
+#include "support/Files.h"
 #include "support/VirtualBoard.h"
 
 #include <QDir>
@@ -9,19 +10,6 @@ using namespace Korvane;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-void put(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
-QByteArray bytesOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
-}
 
 /// A workshop with a folder being browsed.
 struct Desk : Workshop

@@ -2,6 +2,7 @@
 #include "base/LocalFile.h"
 #include "base/NaturalOrder.h"
 #include "base/Records.h"
+#include "support/Files.h"
 
 #include <QDir>
 #include <QFile>
@@ -21,19 +22,6 @@ QCoro::Task<void> collect(Background &background, std::function<int()> work, QSt
 {
     const auto result = co_await background.run<int>(std::move(work));
     log << (result ? QString::number(*result) : QStringLiteral("gone"));
-}
-
-void put(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
-QByteArray bytesOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
 }
 
 } // namespace

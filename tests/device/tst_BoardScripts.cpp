@@ -1,6 +1,7 @@
 #include "device/BoardScripts.h"
 #include "device/CopyPlan.h"
 #include "device/DeviceListing.h"
+#include "support/Files.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -32,14 +33,6 @@ QString rendered(const QList<CopyItem> &items)
         texts << item.relativePath
                 + (item.isDirectory ? QStringLiteral("/") : QString::number(item.size));
     return texts.join(u' ');
-}
-
-void put(const QString &path, const QByteArray &bytes)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "BoardDesk.h"
 
 #include "support/Awaited.h"
+#include "support/Files.h"
 #include "support/ScriptedBoard.h"
 #include "support/VirtualBoard.h"
 
@@ -10,24 +11,6 @@
 #include <QTest>
 
 using namespace Korvane;
-
-namespace {
-
-void put(const QString &path, const QByteArray &bytes)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
-QByteArray bytesOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
-}
-
-} // namespace
 
 /// Copies both ways, on a real MicroPython; and a board that goes in the middle of one.
 class tst_FolderCopy final : public QObject
