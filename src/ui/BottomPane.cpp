@@ -115,7 +115,9 @@ void BottomPane::showTab()
     const bool isShell = m_state.bottomTab() == AppState::BottomTab::Shell;
     (isShell ? m_shellTab : m_variablesTab)->setChecked(true);
     // A focus in the pane that goes would wander to whatever comes next.
-    const bool hadFocus = m_body->currentWidget()->isAncestorOf(QApplication::focusWidget());
+    const QWidget *focus = QApplication::focusWidget();
+    const bool hadFocus = m_body->currentWidget()->isAncestorOf(focus)
+        || focus == (isShell ? m_variablesTab : m_shellTab);
     m_body->setCurrentWidget(isShell ? static_cast<QWidget *>(m_shell) : m_variables);
     if (hadFocus)
         focusPane();

@@ -108,6 +108,7 @@ void REPLView::submit()
     m_inputHistory.append(command);
     m_historyIndex = -1;
     m_input->setText({});
+    m_transcript->followEnd(); // who asks wants to see the answer
     m_state.submitShell(command);
 }
 

@@ -6,6 +6,8 @@
 #include <QPainter>
 #include <QStyleOption>
 
+#include <algorithm>
+
 namespace Korvane {
 
 namespace {
@@ -13,6 +15,7 @@ namespace {
 constexpr qreal cornerRadius = 5;
 constexpr int menuArrowWidth = 12;
 constexpr int labelInset = 3;
+constexpr int minimumHandleLength = 32;
 
 bool hasWordsBesideIcon(const QStyleOption *option)
 {
@@ -37,6 +40,41 @@ void drawMenuArrow(QPainter *painter, const QStyleOption *option)
                          Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter->drawPolyline(QPolygonF{middle + QPointF(-3.5, -1.5), middle + QPointF(0, 2),
                                     middle + QPointF(3.5, -1.5)});
+    painter->restore();
+}
+
+/// Where the handle of a scroll bar is. There are no arrow buttons: wheel, keys and handle do.
+QRect scrollHandle(const QStyleOptionSlider &bar)
+{
+    const bool isHorizontal = bar.orientation == Qt::Horizontal;
+    const int length = isHorizontal ? bar.rect.width() : bar.rect.height();
+    const qint64 range = qint64{bar.maximum} - bar.minimum;
+    const auto proportional =
+        static_cast<int>(length * qint64{bar.pageStep} / (range + bar.pageStep));
+    const int handle = std::min(std::max(proportional, minimumHandleLength), length);
+    const int start = QStyle::sliderPositionFromValue(bar.minimum, bar.maximum, bar.sliderPosition,
+                                                      length - handle, bar.upsideDown);
+    return isHorizontal ? QRect(bar.rect.x() + start, bar.rect.y(), handle, bar.rect.height())
+                        : QRect(bar.rect.x(), bar.rect.y() + start, bar.rect.width(), handle);
+}
+
+void drawScrollBar(QPainter *painter, const QStyleOptionSlider &bar)
+{
+    const Theme &theme = Theme::of(bar.palette);
+    painter->fillRect(bar.rect, bar.palette.base());
+    if (bar.maximum <= bar.minimum)
+        return;
+    const bool isHeld = (bar.activeSubControls & QStyle::SC_ScrollBarSlider)
+        && (bar.state & (QStyle::State_MouseOver | QStyle::State_Sunken));
+    QColor color = theme.color(isHeld ? Theme::Role::SecondaryLabel : Theme::Role::TertiaryLabel);
+    color.setAlphaF(isHeld ? 1.0F : 0.65F);
+    const QRectF handle = QRectF(scrollHandle(bar)).adjusted(3, 3, -3, -3);
+    const qreal radius = std::min(handle.width(), handle.height()) / 2;
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setPen(Qt::NoPen);
+    painter->setBrush(color);
+    painter->drawRoundedRect(handle, radius, radius);
     painter->restore();
 }
 
@@ -67,6 +105,9 @@ void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *opt
         painter->restore();
         return;
     }
+    case PE_PanelScrollAreaCorner:
+        painter->fillRect(option->rect, option->palette.base());
+        return;
     case PE_PanelTipLabel:
         painter->fillRect(option->rect, theme.color(Theme::Role::Separator));
         painter->fillRect(option->rect.adjusted(1, 1, -1, -1),
@@ -75,6 +116,8 @@ void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *opt
     case PE_FrameFocusRect:
         if (qobject_cast<const QAbstractItemView *>(widget))
             break;
+        if (!(option->state & State_KeyboardFocusChange)) // whoever uses the mouse knows
+            return;
         painter->save();
         painter->setRenderHint(QPainter::Antialiasing);
         painter->setPen(QPen(theme.color(Theme::Role::Accent), 2));
@@ -140,7 +183,38 @@ void ThemeStyle::drawComplexControl(ComplexControl control, const QStyleOptionCo
         drawMenuArrow(painter, option);
         return;
     }
+    if (control == CC_ScrollBar) {
+        drawScrollBar(painter, *static_cast<const QStyleOptionSlider *>(option));
+        return;
+    }
     QProxyStyle::drawComplexControl(control, option, painter, widget);
+}
+
+QRect ThemeStyle::subControlRect(ComplexControl control, const QStyleOptionComplex *option,
+                                 SubControl part, const QWidget *widget) const
+{
+    if (control != CC_ScrollBar)
+        return QProxyStyle::subControlRect(control, option, part, widget);
+    const auto &bar = *static_cast<const QStyleOptionSlider *>(option);
+    const QRect handle = scrollHandle(bar);
+    const bool isHorizontal = bar.orientation == Qt::Horizontal;
+    QRect rect = bar.rect;
+    switch (part) {
+    case SC_ScrollBarGroove:
+        break;
+    case SC_ScrollBarSlider:
+        rect = handle;
+        break;
+    case SC_ScrollBarSubPage:
+        isHorizontal ? rect.setRight(handle.left() - 1) : rect.setBottom(handle.top() - 1);
+        break;
+    case SC_ScrollBarAddPage:
+        isHorizontal ? rect.setLeft(handle.right() + 1) : rect.setTop(handle.bottom() + 1);
+        break;
+    default:
+        return {};
+    }
+    return visualRect(bar.direction, bar.rect, rect);
 }
 
 QSize ThemeStyle::sizeFromContents(ContentsType type, const QStyleOption *option, const QSize &size,
@@ -167,6 +241,11 @@ int ThemeStyle::pixelMetric(PixelMetric metric, const QStyleOption *option,
     case PM_ToolBarItemSpacing:
     case PM_ToolBarItemMargin:
         return 4;
+    case PM_ScrollBarExtent:
+        return 12;
+    case PM_ScrollView_ScrollBarSpacing:
+    case PM_ScrollView_ScrollBarOverlap:
+        return 0;
     case PM_HeaderMargin:
         return 7;
     case PM_FocusFrameHMargin: // what a cell has beside its text

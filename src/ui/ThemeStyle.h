@@ -5,8 +5,8 @@
 namespace Korvane {
 
 /// Fusion with this program's own look for the few elements that a window is made of: flat tool
-/// buttons with round corners, thin splitters, a visible focus ring. All colours come from the
-/// theme that goes with the palette in force.
+/// buttons with round corners, thin splitters and scroll bars, a visible focus ring. All colours
+/// come from the theme that goes with the palette in force.
 class ThemeStyle final : public QProxyStyle
 {
     Q_OBJECT
@@ -20,6 +20,8 @@ public:
                      const QWidget *widget) const override;
     void drawComplexControl(ComplexControl control, const QStyleOptionComplex *option,
                             QPainter *painter, const QWidget *widget) const override;
+    QRect subControlRect(ComplexControl control, const QStyleOptionComplex *option, SubControl part,
+                         const QWidget *widget) const override;
     QSize sizeFromContents(ContentsType type, const QStyleOption *option, const QSize &size,
                            const QWidget *widget) const override;
     int pixelMetric(PixelMetric metric, const QStyleOption *option,

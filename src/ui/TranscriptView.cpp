@@ -279,6 +279,12 @@ bool TranscriptView::isCaughtUp() const
         || (m_line == lines.size() - 1 && m_lineBegun && m_offset == lines.constLast().text.size());
 }
 
+void TranscriptView::followEnd()
+{
+    m_followsEnd = true;
+    scrollToEnd();
+}
+
 void TranscriptView::forget()
 {
     m_more.stop();

@@ -34,6 +34,8 @@ public:
     /// Whether all that the transcript holds is in the document.
     [[nodiscard]] bool isCaughtUp() const;
     [[nodiscard]] bool followsEnd() const { return m_followsEnd; }
+    /// Goes to the end, and stays there as it grows.
+    void followEnd();
 
 protected:
     QMimeData *createMimeDataFromSelection() const override;

@@ -165,6 +165,9 @@ void tst_ContentView::keepsTheFocusWhereThePersonIs()
     input->setFocus();
     desk.click("Variables");
     QVERIFY(desk.find<QWidget>("Variables")->hasFocus());
+    desk.click("Shell");
+    QVERIFY(input->hasFocus());
+    desk.click("Variables");
     desk.find<QWidget>("refreshVariables")->setFocus();
     desk.click("Shell");
     QVERIFY(input->hasFocus());

@@ -1,8 +1,9 @@
 #include "Desk.h"
 #include "ui/REPLView.h"
+#include "ui/TranscriptView.h"
 
 #include <QClipboard>
-#include <QSignalSpy>
+#include <QScrollBar>
 
 using namespace Korvane;
 
@@ -56,6 +57,7 @@ private slots:
     void keepsPastedLinesApart();
     void movesThroughSeveralLinesBeforeTheHistory();
     void growsWithItsLinesAndNoFurther();
+    void showsTheEndToWhoSubmits();
     void clearsWhileACommandRuns();
     void stopsWhatRuns();
 };
@@ -169,6 +171,20 @@ void tst_REPLView::growsWithItsLinesAndNoFurther()
     QTRY_VERIFY(desk.input->height() < 10 * oneLine);
     desk.press(Qt::Key_Return);
     QTRY_COMPARE(desk.input->parentWidget()->height(), 36);
+}
+
+void tst_REPLView::showsTheEndToWhoSubmits()
+{
+    ShellDesk desk;
+    auto *transcript = desk.find<TranscriptView>("shellOutput");
+    desk.state().shell().appendOutput(QStringLiteral("line\n").repeated(500));
+    QTRY_VERIFY(transcript->isCaughtUp());
+    QTest::keyClick(transcript, Qt::Key_Home, Qt::ControlModifier);
+    QVERIFY(!transcript->followsEnd());
+    desk.type(QStringLiteral("1"));
+    const QScrollBar *bar = transcript->verticalScrollBar();
+    QTRY_VERIFY(transcript->isCaughtUp() && bar->value() == bar->maximum());
+    QVERIFY(bar->maximum() > 400);
 }
 
 void tst_REPLView::clearsWhileACommandRuns()
