@@ -3,9 +3,11 @@
 //   shell-flood local [MEGABYTES]    a program in the local session prints 100 MB
 //   shell-flood board [MEGABYTES]    a board on a pseudo-terminal prints 20 MB during a run
 //   shell-flood oneline [MEGABYTES]  a local program prints 10 MB without a line end
+//   shell-flood stderr [MEGABYTES]   a local program writes 10 MB to its standard error
 //
-// Prints the wall time until everything is shown, the peak of the memory in use, and the longest
-// time in which the event loop did not turn. Exits with 1 when that is above 50 ms.
+// Prints the wall time until everything is shown, the peak of the memory in use, the longest time
+// in which the event loop did not turn, and what a new width and clearing cost afterwards. Exits
+// with 1 when the longest time is above 50 ms.
 
 #include "Measure.h"
 #include "app/FileSettings.h"
@@ -15,6 +17,7 @@
 #include "ui/TranscriptView.h"
 
 #include <QApplication>
+#include <QElapsedTimer>
 #include <QTemporaryDir>
 
 #include <atomic>
@@ -138,7 +141,11 @@ int main(int argc, char **argv)
     const QString mode = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("local");
     const bool isBoard = mode == u"board";
     const bool isOneLine = mode == u"oneline";
-    const int megabytes = argc > 2 ? atoi(argv[2]) : isBoard ? 20 : isOneLine ? 10 : 100;
+    const bool isErrors = mode == u"stderr";
+    const int megabytes = argc > 2 ? atoi(argv[2])
+        : isBoard                  ? 20
+        : isOneLine || isErrors    ? 10
+                                   : 100;
     const qsizetype bytes = qsizetype{megabytes} * 1'000'000;
 
     QTemporaryDir folder;
@@ -163,6 +170,13 @@ int main(int argc, char **argv)
                                  "    sys.stdout.write('x' * 1000)\n"
                                  "print()\nprint('THE END')\n")
                       .arg(bytes / 1000);
+    } else if (isErrors) {
+        program = QStringLiteral("import sys\n"
+                                 "for i in range(%1):\n"
+                                 "    print('A line that a program complains with.', i,"
+                                 " file=sys.stderr)\n"
+                                 "print('THE END')\n")
+                      .arg(bytes / 43);
     } else {
         program = QStringLiteral("for i in range(%1):\n"
                                  "    print('A line of the text that a local program prints.', i)\n"
@@ -190,14 +204,19 @@ int main(int argc, char **argv)
     const double printed = static_cast<double>(time.elapsed()) / 1000;
     waitUntil([&] { return transcript->isCaughtUp() && !state.isRunning(); });
     const double shown = static_cast<double>(time.elapsed()) / 1000;
-    const double gap = heart.longestMilliseconds();
+    heart.stop();
+    const double gap = heart.longestGapMilliseconds();
 
-    std::printf("%-8s %4d MB: received after %.2f s, shown after %.2f s, longest gap %.1f ms, "
-                "memory %.0f MB before, %.0f MB at its peak, %d blocks\n",
-                qPrintable(mode), megabytes, printed, shown, gap, restingMegabytes,
-                Bench::statusMegabytes("VmHWM:"), transcript->blockCount());
+    std::printf("%-8s %4d MB: received after %.2f s, shown after %.2f s, longest gap %.1f ms "
+                "(own work %.1f ms), memory %.0f MB before, %.0f MB at its peak, %d blocks\n",
+                qPrintable(mode), megabytes, printed, shown, gap, heart.longestWorkMilliseconds(),
+                restingMegabytes, Bench::statusMegabytes("VmHWM:"), transcript->blockCount());
 
-    heart.start();
+    time.start();
+    korvane.window().resize(korvane.window().size() - QSize(100, 0));
+    QCoreApplication::processEvents();
+    std::printf("%-8s made narrower in %.1f ms\n", qPrintable(mode),
+                static_cast<double>(time.nsecsElapsed()) / 1e6);
     time.start();
     state.shell().clear();
     QCoreApplication::processEvents();

@@ -55,9 +55,11 @@ void CodeEditorView::insertFromMimeData(const QMimeData *source)
 
 bool CodeEditorView::focusNextPrevChild(bool next)
 {
-    // Tab is for the text; Shift+Tab is the way out.
-    return next ? QPlainTextEdit::focusNextPrevChild(next)
-                : QAbstractScrollArea::focusNextPrevChild(next);
+    if (next) // Tab is for the text
+        return QPlainTextEdit::focusNextPrevChild(next);
+    // The plain text edit would bar Shift+Tab too, and with it the way out.
+    // NOLINTNEXTLINE(bugprone-parent-virtual-call)
+    return QAbstractScrollArea::focusNextPrevChild(next);
 }
 
 void CodeEditorView::keyPressEvent(QKeyEvent *event)

@@ -24,6 +24,7 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     , m_bottomPane(new BottomPane(state))
 {
     setObjectName(QStringLiteral("contentView"));
+    setAccessibleName(QGuiApplication::applicationDisplayName()); // in place of the title
     addToolBar(m_toolbar);
 
     // The sidebar is the column to the left of the detail column.

@@ -36,6 +36,12 @@ IDEToolbar::IDEToolbar(AppState &state, QWidget *parent)
 
     addSpace();
     addWidget(new DeviceConnectButton(state));
+    // What opens the rest of a toolbar that is too narrow is the toolkit's own, without a name.
+    if (auto *more = findChild<QToolButton *>(QStringLiteral("qt_toolbar_ext_button"))) {
+        more->setAccessibleName(tr("More"));
+        more->setToolTip(tr("More"));
+        more->setFocusPolicy(Qt::TabFocus);
+    }
     showRunning();
 }
 
