@@ -201,13 +201,16 @@ void AppState::warnWithoutPython()
 QCoro::Task<void> AppState::runLocally(EditorFile file)
 {
     const auto life = m_life.watch();
+    const int run = ++m_lastLocalRun;
     m_shell.appendInfo(QStringLiteral("▶ Running %1…").arg(file.name));
     const RunResult result = co_await m_runner.run(file.content, file.path, true);
     if (!life)
         co_return;
     finishLocally(result);
     m_shell.appendInfo(QStringLiteral("▶ Done."));
-    setRunning(false);
+    // After a Stop the next run may wait for the end of this one, which is not its own.
+    if (run == m_lastLocalRun)
+        setRunning(false);
 }
 
 QCoro::Task<void> AppState::runShellLocally(QString command)

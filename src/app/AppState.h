@@ -130,6 +130,7 @@ private:
     void setRunning(bool isRunning);
 
     bool m_isRunning = false;
+    int m_lastLocalRun = 0;
     BottomTab m_bottomTab = BottomTab::Shell;
     SidebarTab m_sidebarTab = SidebarTab::Local;
     bool m_mcpRunning = false;
