@@ -36,6 +36,8 @@ struct BoardWorkshop : Workshop
     BoardWorkshop()
     {
         board.onProgram = [this](const QByteArray &program) {
+            if (program.contains("__LS__"))
+                return ScriptedBoard::answerWithoutFiles(program);
             return program.contains("__VARS__") ? ScriptedBoard::reply(boardVariables) : answer;
         };
     }
