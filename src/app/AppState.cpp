@@ -70,6 +70,13 @@ void AppState::stopRun()
     setRunning(false);
 }
 
+QCoro::Task<void> AppState::startDebugRun()
+{
+    const EditorFile *file = m_documents.selectedFile();
+    return file ? m_debugSession.startDebugRun(file->name, file->content, file->breakpoints)
+                : m_debugSession.startDebugRun({}, {}, {});
+}
+
 void AppState::submitShell(const QString &command)
 {
     if (command.isEmpty())
@@ -171,6 +178,8 @@ void AppState::wireBoard()
         m_variablesFlow.refreshVariables();
     });
     connect(&m_programRun, &ProgramRun::gaveUp, &m_wiring, [this] { setRunning(false); });
+    connect(&m_debugSession, &DebugSession::began, &m_wiring,
+            [this] { setBottomTab(BottomTab::Variables); });
     connect(&m_debugSession, &DebugSession::paused, &m_wiring, [this](const DebugPause &pause) {
         m_variablesFlow.setVariables(pause.variables);
         setBottomTab(BottomTab::Variables);

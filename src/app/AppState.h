@@ -84,6 +84,9 @@ public:
     QCoro::Task<void> runCurrentFile();
     /// Interrupts the local run, or the program on the board.
     void stopRun();
+    /// Debugs the selected document, saved or not, on the board. The task may be dropped. How the
+    /// run goes on, and what makes it go on, is the debug session's.
+    QCoro::Task<void> startDebugRun();
     /// Echoes \p command (trimmed by the caller) and gives it to the interpreter in charge,
     /// one line or several.
     void submitShell(const QString &command);
@@ -143,7 +146,7 @@ private:
     PythonRunner m_runner;
     DeviceLink m_link;
     ProgramRun m_programRun{m_link, m_shell};
-    DebugSession m_debugSession{m_programRun, m_shell};
+    DebugSession m_debugSession{m_link, m_programRun, m_shell};
     VariablesFlow m_variablesFlow{m_runner, m_link, m_programRun, m_shell};
     Transfer m_transfer;
     LocalFiles m_localFiles{m_shell, m_questions};
