@@ -26,7 +26,12 @@ public:
     Background() = default;
     Background(const Background &) = delete;
     Background &operator=(const Background &) = delete;
-    ~Background() { const auto jobs = std::exchange(m_jobs, {}); }
+    ~Background()
+    {
+        const auto jobs = std::exchange(m_jobs, {});
+        for (const auto &job : jobs)
+            job->isAbandoned = true;
+    }
 
     /// Yields what \p work returns, or nothing when this Background went before: the caller must
     /// then return without touching its object. \p work must neither touch anything shared nor
@@ -44,6 +49,9 @@ private:
     struct JobBase
     {
         virtual ~JobBase() = default;
+
+        /// The Background goes, and removes the job itself.
+        bool isAbandoned = false;
     };
     template <typename T> struct Job final : JobBase
     {
@@ -82,8 +90,11 @@ template <typename T> QCoro::Task<std::optional<T>> Background::run(std::functio
     }).detach();
 
     std::optional<T> result = co_await job.done.wait();
-    if (result)
-        m_jobs.erase(position);
+    // A result may have come just before the Background goes: the waiter is then resumed by the
+    // end of the job, with that result.
+    if (!result || job.isAbandoned)
+        co_return std::nullopt;
+    m_jobs.erase(position);
     co_return result;
 }
 

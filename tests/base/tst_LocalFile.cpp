@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 #include <atomic>
 #include <csignal>
@@ -22,6 +23,32 @@ QCoro::Task<void> collect(Background &background, std::function<int()> work, QSt
 {
     const auto result = co_await background.run<int>(std::move(work));
     log << (result ? QString::number(*result) : QStringLiteral("gone"));
+}
+
+/// Calls back when it is handed on: the result has come then, and nobody has heard of it yet.
+struct Announced
+{
+    explicit Announced(std::function<void()> onMove)
+        : announce(std::move(onMove))
+    {
+    }
+    Announced(const Announced &) = default;
+    Announced(Announced &&other) noexcept
+        : announce(other.announce)
+    {
+        if (announce)
+            announce();
+    }
+
+    std::function<void()> announce;
+};
+
+QCoro::Task<void> collectAnnounced(Background &background, std::function<void()> announce,
+                                   QStringList &log)
+{
+    const std::function<Announced()> work = [announce] { return Announced(announce); };
+    const auto result = co_await background.run(work);
+    log << (result ? QStringLiteral("result") : QStringLiteral("gone"));
 }
 
 } // namespace
@@ -168,6 +195,21 @@ private slots:
         QTRY_VERIFY(*ended);
         QCoreApplication::processEvents();
         QCOMPARE(log.size(), 1);
+    }
+
+    void goesCleanlyWithAResultOnItsWay()
+    {
+        QStringList log;
+        auto background = std::make_unique<Background>();
+        const QThread *mainThread = QThread::currentThread();
+        bool isPosted = false;
+        const auto goBeforeTheWaiterHears = [&] {
+            if (QThread::currentThread() == mainThread && !std::exchange(isPosted, true))
+                QMetaObject::invokeMethod(
+                    qApp, [&] { background.reset(); }, Qt::QueuedConnection);
+        };
+        const auto task = collectAnnounced(*background, goBeforeTheWaiterHears, log);
+        QTRY_COMPARE(log, QStringList{QStringLiteral("gone")});
     }
 };
 
