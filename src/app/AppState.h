@@ -62,6 +62,7 @@ public:
     AppState &operator=(const AppState &) = delete;
 
     [[nodiscard]] Settings &settings() { return m_settings; }
+    [[nodiscard]] Questions &questions() { return m_questions; }
     [[nodiscard]] ShellTranscript &shell() { return m_shell; }
     [[nodiscard]] Documents &documents() { return m_documents; }
     [[nodiscard]] DocumentSaving &saving() { return m_saving; }
@@ -84,9 +85,6 @@ public:
     QCoro::Task<void> runCurrentFile();
     /// Interrupts the local run, or the program on the board.
     void stopRun();
-    /// Debugs the selected document, saved or not, on the board. The task may be dropped. How the
-    /// run goes on, and what makes it go on, is the debug session's.
-    QCoro::Task<void> startDebugRun();
     /// Echoes \p command (trimmed by the caller) and gives it to the interpreter in charge,
     /// one line or several.
     void submitShell(const QString &command);
@@ -133,7 +131,6 @@ private:
     void setRunning(bool isRunning);
 
     bool m_isRunning = false;
-    int m_lastLocalRun = 0;
     BottomTab m_bottomTab = BottomTab::Shell;
     SidebarTab m_sidebarTab = SidebarTab::Local;
     bool m_mcpRunning = false;
@@ -146,7 +143,7 @@ private:
     PythonRunner m_runner;
     DeviceLink m_link;
     ProgramRun m_programRun{m_link, m_shell};
-    DebugSession m_debugSession{m_link, m_programRun, m_shell};
+    DebugSession m_debugSession{m_programRun, m_shell};
     VariablesFlow m_variablesFlow{m_runner, m_link, m_programRun, m_shell};
     Transfer m_transfer;
     LocalFiles m_localFiles{m_shell, m_questions};

@@ -2,12 +2,15 @@
 
 #include <QMainWindow>
 
+class QMimeData;
+
 namespace Korvane {
 
 class AppState;
 class BottomPane;
 class EditorArea;
 class IDEToolbar;
+class SidebarView;
 
 /// The main window. It has no title of its own, so that the desktop lists it under the program's
 /// name.
@@ -21,10 +24,18 @@ public:
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
+protected:
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+
 private:
+    void openDropped(const QMimeData *dropped);
+    void focusNextPane();
     [[nodiscard]] bool isOwnShortcut(const QKeySequence &keys) const;
 
+    AppState &m_state;
     IDEToolbar *m_toolbar;
+    SidebarView *m_sidebar;
     EditorArea *m_editorArea;
     BottomPane *m_bottomPane;
 };

@@ -2,16 +2,22 @@
 
 #include "app/AppState.h"
 #include "editor/CodeEditorView.h"
+#include "ui/Divider.h"
+#include "ui/EditorTabStrip.h"
 #include "ui/Theme.h"
 
 #include <QLabel>
 #include <QScopedValueRollback>
+#include <QStackedWidget>
+#include <QVBoxLayout>
 
 namespace Korvane {
 
 EditorArea::EditorArea(AppState &state, QWidget *parent)
-    : QStackedWidget(parent)
+    : QWidget(parent)
     , m_state(state)
+    , m_tabs(new EditorTabStrip(state))
+    , m_body(new QStackedWidget)
     , m_editor(new CodeEditorView)
 {
     auto *noFile = new QLabel(tr("No file open — use File › New or open a file"));
@@ -19,8 +25,14 @@ EditorArea::EditorArea(AppState &state, QWidget *parent)
     noFile->setWordWrap(true);
     m_noFile = noFile;
     m_editor->setFont(Theme::monospacedFont());
-    addWidget(m_editor);
-    addWidget(m_noFile);
+    m_body->addWidget(m_editor);
+    m_body->addWidget(m_noFile);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(m_tabs);
+    column->addWidget(new Divider);
+    column->addWidget(m_body, 1);
 
     Documents &documents = state.documents();
     connect(m_editor, &CodeEditorView::textEdited, this, [this](const QString &text) {
@@ -42,7 +54,7 @@ EditorArea::EditorArea(AppState &state, QWidget *parent)
 void EditorArea::showSelected()
 {
     const EditorFile *file = m_state.documents().selectedFile();
-    setCurrentWidget(file ? static_cast<QWidget *>(m_editor) : m_noFile);
+    m_body->setCurrentWidget(file ? static_cast<QWidget *>(m_editor) : m_noFile);
     if (!file)
         return;
     m_editor->setAccessibleName(tr("Editor %1").arg(file->name));

@@ -1,14 +1,17 @@
 #pragma once
 
-#include <QStackedWidget>
+#include <QWidget>
+
+class QStackedWidget;
 
 namespace Korvane {
 
 class AppState;
 class CodeEditorView;
+class EditorTabStrip;
 
-/// The upper part of the window: the editor on the selected document.
-class EditorArea final : public QStackedWidget
+/// The upper part of the window: the tabs of the open documents and the editor on the selected one.
+class EditorArea final : public QWidget
 {
     Q_OBJECT
 
@@ -17,12 +20,15 @@ public:
     explicit EditorArea(AppState &state, QWidget *parent = nullptr);
 
     [[nodiscard]] CodeEditorView &editor() { return *m_editor; }
+    [[nodiscard]] EditorTabStrip &tabs() { return *m_tabs; }
 
 private:
     void showSelected();
     void showContent();
 
     AppState &m_state;
+    EditorTabStrip *m_tabs;
+    QStackedWidget *m_body;
     CodeEditorView *m_editor;
     QWidget *m_noFile;
     bool m_isTakingEdit = false;

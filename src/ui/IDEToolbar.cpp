@@ -4,6 +4,7 @@
 #include "ui/DeviceConnectButton.h"
 #include "ui/Icons.h"
 #include "ui/KeyText.h"
+#include "ui/SendToDeviceButton.h"
 
 #include <QToolButton>
 
@@ -19,10 +20,7 @@ IDEToolbar::IDEToolbar(AppState &state, QWidget *parent)
     setFloatable(false);
     setContextMenuPolicy(Qt::PreventContextMenu); // it is not to be hidden
 
-    QAction *newFile = addCommand(QStringLiteral("doc.badge.plus"), Theme::Role::Label,
-                                  tr("New File"), tr("New File (⌘N)"), Label::Hidden);
-    connect(newFile, &QAction::triggered, this, [this] { m_state.documents().newFile(); });
-
+    addFileCommands();
     addSeparator();
     m_run = addCommand(QStringLiteral("play.circle.fill"), Theme::Role::Green, tr("Run"),
                        tr("Run current file (⌘R)"), Label::Shown);
@@ -34,6 +32,7 @@ IDEToolbar::IDEToolbar(AppState &state, QWidget *parent)
     connect(m_stop, &QAction::triggered, this, [this] { m_state.stopRun(); });
     connect(&state, &AppState::isRunningChanged, this, &IDEToolbar::showRunning);
 
+    addWidget(new SendToDeviceButton(state));
     addSpace();
     addWidget(new DeviceConnectButton(state));
     // What opens the rest of a toolbar that is too narrow is the toolkit's own, without a name.
@@ -43,6 +42,31 @@ IDEToolbar::IDEToolbar(AppState &state, QWidget *parent)
         more->setFocusPolicy(Qt::TabFocus);
     }
     showRunning();
+}
+
+void IDEToolbar::addFileCommands()
+{
+    const Theme::Role role = Theme::Role::Label;
+    QAction *newFile = addCommand(QStringLiteral("doc.badge.plus"), role, tr("New File"),
+                                  tr("New File (⌘N)"), Label::Hidden);
+    connect(newFile, &QAction::triggered, this, [this] { m_state.documents().newFile(); });
+    QAction *open = addCommand(QStringLiteral("folder"), role, tr("Open File"),
+                               tr("Open File (⌘O)"), Label::Hidden);
+    connect(open, &QAction::triggered, this, [this] { openFile(); });
+    QAction *save = addCommand(QStringLiteral("square.and.arrow.down"), role, tr("Save"),
+                               tr("Save (⌘S)"), Label::Hidden);
+    connect(save, &QAction::triggered, this, [this] { m_state.saving().save(); });
+}
+
+QCoro::Task<void> IDEToolbar::openFile()
+{
+    const auto life = m_life.watch();
+    const QString path =
+        co_await m_state.questions().askOpenPath(m_state.localFiles().localWorkingDir());
+    if (!life || path.isEmpty())
+        co_return;
+    // A file that can't be read changes nothing, and is not worth a line in the Shell here.
+    static_cast<void>(co_await m_state.documents().openFile(path));
 }
 
 QAction *IDEToolbar::addCommand(const QString &symbol, Theme::Role role, const QString &name,

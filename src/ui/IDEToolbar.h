@@ -1,7 +1,9 @@
 #pragma once
 
+#include "base/Lifetime.h"
 #include "ui/Theme.h"
 
+#include <QCoro/QCoroTask>
 #include <QToolBar>
 
 namespace Korvane {
@@ -24,12 +26,15 @@ private:
 
     QAction *addCommand(const QString &symbol, Theme::Role role, const QString &name,
                         const QString &help, Label label);
+    void addFileCommands();
     void addSpace();
+    QCoro::Task<void> openFile();
     void showRunning();
 
     AppState &m_state;
     QAction *m_run;
     QAction *m_stop;
+    Lifetime m_life;
 };
 
 } // namespace Korvane

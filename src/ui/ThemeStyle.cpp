@@ -252,6 +252,8 @@ int ThemeStyle::pixelMetric(PixelMetric metric, const QStyleOption *option,
         return qobject_cast<const QAbstractItemView *>(widget)
             ? 6
             : QProxyStyle::pixelMetric(metric, option, widget);
+    case PM_TabBarTabShiftVertical: // what is chosen does not move
+        return 0;
     case PM_ToolBarFrameWidth:
         return 1;
     default:

@@ -37,6 +37,7 @@ QFileDialog *makeFileDialog(QWidget *window, const QString &title, const QString
 
 WindowQuestions::~WindowQuestions()
 {
+    m_isEnding = true;
     std::list<OneShot<bool>> open;
     open.swap(m_open);
 }
@@ -131,9 +132,11 @@ QCoro::Task<T> WindowQuestions::ask(QDialog *dialog, std::function<T()> answer)
                      });
     open(dialog);
     const std::optional<bool> ended = co_await end.wait();
-    if (ended)
-        m_open.erase(position);
-    co_return ended ? given : T{};
+    // An answer may have come just before this goes: its end then goes with this.
+    if (!ended || m_isEnding)
+        co_return T{};
+    m_open.erase(position);
+    co_return given;
 }
 
 void WindowQuestions::open(QDialog *dialog)

@@ -42,6 +42,7 @@ private:
     QPointer<QWidget> m_window;
     /// The ends of the questions that are open.
     std::list<OneShot<bool>> m_open;
+    bool m_isEnding = false;
 };
 
 } // namespace Korvane

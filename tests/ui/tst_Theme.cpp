@@ -135,7 +135,7 @@ void tst_Theme::iconsTakeTheColourOfTheirRole()
                     }
                 }
             }
-            QVERIFY2(drawn * 20 > image.width() * image.height() * (scale > 1.9 ? 1 : 0),
+            QVERIFY2(drawn * 40 > image.width() * image.height() * (scale > 1.9 ? 1 : 0),
                      qPrintable(file));
             // Nothing is cut off at the edge.
             for (int i = 0; i < image.width(); ++i) {

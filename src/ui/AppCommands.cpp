@@ -1,0 +1,95 @@
+#include "ui/AppCommands.h"
+
+#include "app/AppState.h"
+#include "ui/EditorTabStrip.h"
+#include "ui/KeyText.h"
+
+#include <QAction>
+#include <QMainWindow>
+#include <QMenuBar>
+
+namespace Korvane {
+
+AppCommands::AppCommands(AppState &state, EditorTabStrip &tabs, QMainWindow &window)
+    : QObject(&window)
+    , m_state(state)
+    , m_tabs(tabs)
+    , m_window(window)
+{
+    addFileMenu();
+    addEditMenu();
+    addTabKeys();
+}
+
+void AppCommands::addFileMenu()
+{
+    QMenu *menu = m_window.menuBar()->addMenu(tr("&File"));
+    add(menu, tr("&New File"), KeyText::sequence(u"⌘N"), [this] { m_state.documents().newFile(); });
+    menu->addSeparator();
+    add(menu, tr("&Save"), KeyText::sequence(u"⌘S"), [this] { m_state.saving().save(); });
+    add(menu, tr("Save &As…"), KeyText::sequence(u"⇧⌘S"), [this] { m_state.saving().saveAs(); });
+    menu->addSeparator();
+    add(menu, tr("Send to &Device"), KeyText::sequence(u"⌘U"),
+        [this] { m_state.boardDocuments().sendCurrentFileToDevice(); });
+    menu->addSeparator();
+    add(menu, tr("&Close"), KeyText::sequence(u"⌘W"), [this] { m_tabs.closeSelected(); });
+    add(menu, tr("&Quit"), KeyText::sequence(u"⌘Q"), [this] { m_window.close(); });
+}
+
+void AppCommands::addEditMenu()
+{
+    QMenu *menu = m_window.menuBar()->addMenu(tr("&Edit"));
+    addEdit(menu, tr("&Undo"), QKeySequence::Undo, "undo");
+    addEdit(menu, tr("&Redo"), QKeySequence::Redo, "redo");
+    menu->addSeparator();
+    addEdit(menu, tr("Cu&t"), QKeySequence::Cut, "cut");
+    addEdit(menu, tr("&Copy"), QKeySequence::Copy, "copy");
+    addEdit(menu, tr("&Paste"), QKeySequence::Paste, "paste");
+    menu->addSeparator();
+    addEdit(menu, tr("Select &All"), QKeySequence::SelectAll, "selectAll");
+}
+
+void AppCommands::addTabKeys()
+{
+    const std::pair<int, QList<QKeySequence>> ways[] = {
+        {1, {QKeySequence(Qt::CTRL | Qt::Key_Tab), QKeySequence(Qt::CTRL | Qt::Key_PageDown)}},
+        // With Shift held, the Tab key is another one.
+        {-1,
+         {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab),
+          QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backtab),
+          QKeySequence(Qt::CTRL | Qt::Key_PageUp)}},
+    };
+    for (const auto &[tabs, keys] : ways) {
+        auto *action = new QAction(&m_window);
+        action->setShortcuts(keys);
+        m_window.addAction(action);
+        connect(action, &QAction::triggered, this, [this, tabs = tabs] { m_tabs.step(tabs); });
+    }
+}
+
+QAction *AppCommands::add(QMenu *menu, const QString &title, const QKeySequence &keys,
+                          std::function<void()> run)
+{
+    QAction *action = menu->addAction(title);
+    action->setShortcut(keys);
+    connect(action, &QAction::triggered, this, std::move(run));
+    return action;
+}
+
+void AppCommands::addEdit(QMenu *menu, const QString &title, QKeySequence::StandardKey keys,
+                          const char *slot)
+{
+    QAction *action = menu->addAction(title);
+    // The text itself knows these keys; here they are only shown.
+    action->setShortcutContext(Qt::WidgetShortcut);
+    action->setShortcuts(keys);
+    connect(action, &QAction::triggered, this, [this, slot] {
+        QWidget *focused = m_window.focusWidget();
+        const QByteArray signature = QByteArray(slot) + "()";
+        // A list or a button has nothing to undo or to copy.
+        if (focused && focused->metaObject()->indexOfSlot(signature.constData()) >= 0)
+            QMetaObject::invokeMethod(focused, slot);
+    });
+}
+
+} // namespace Korvane

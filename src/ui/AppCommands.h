@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QKeySequence>
+#include <QObject>
+
+#include <functional>
+
+class QAction;
+class QMainWindow;
+class QMenu;
+
+namespace Korvane {
+
+class AppState;
+class EditorTabStrip;
+
+/// The program's own menus in the menu bar, and the keys that go from tab to tab.
+class AppCommands final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Fills the menu bar of \p window, which owns this. All must outlive this.
+    AppCommands(AppState &state, EditorTabStrip &tabs, QMainWindow &window);
+
+private:
+    void addFileMenu();
+    void addEditMenu();
+    void addTabKeys();
+    QAction *add(QMenu *menu, const QString &title, const QKeySequence &keys,
+                 std::function<void()> run);
+    /// An operation of whichever text has the focus, by the name of its slot.
+    void addEdit(QMenu *menu, const QString &title, QKeySequence::StandardKey keys,
+                 const char *slot);
+
+    AppState &m_state;
+    EditorTabStrip &m_tabs;
+    QMainWindow &m_window;
+};
+
+} // namespace Korvane

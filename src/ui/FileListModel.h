@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QAbstractListModel>
+
+#include <optional>
+
+namespace Korvane {
+
+/// The rows of a file browser, in the order in which they are given.
+class FileListModel final : public QAbstractListModel
+{
+    Q_OBJECT
+
+public:
+    struct Row
+    {
+        QString name;
+        bool isDirectory = false;
+        /// Bytes, where a browser shows sizes.
+        std::optional<qint64> size;
+    };
+    /// The text at the end of a row.
+    static constexpr int SizeTextRole = Qt::UserRole;
+
+    using QAbstractListModel::QAbstractListModel;
+
+    void setRows(QList<Row> rows);
+    [[nodiscard]] const QList<Row> &rows() const { return m_rows; }
+
+    [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
+    [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
+
+    /// "1023 B", "1.5 KB", "3072.0 KB".
+    [[nodiscard]] static QString sizeText(qint64 bytes);
+    /// The symbol that stands for a file or folder of that name.
+    [[nodiscard]] static QString symbol(const Row &row);
+
+private:
+    QList<Row> m_rows;
+};
+
+} // namespace Korvane

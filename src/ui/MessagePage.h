@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QWidget>
+
+class QLabel;
+
+namespace Korvane {
+
+/// What a pane shows when it has nothing to show: a symbol, a title and a text below it.
+class MessagePage final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit MessagePage(const QString &symbol, QWidget *parent = nullptr);
+
+    void setTexts(const QString &title, const QString &text);
+
+private:
+    QLabel *m_title;
+    QLabel *m_text;
+};
+
+} // namespace Korvane

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QBasicTimer>
+#include <QWidget>
+
+namespace Korvane {
+
+/// Turns for as long as it can be seen: something is going on whose end is not known.
+class ProgressIndicator final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// \p size is in points.
+    explicit ProgressIndicator(int size, QWidget *parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
+    void timerEvent(QTimerEvent *event) override;
+
+private:
+    QBasicTimer m_timer;
+    int m_step = 0;
+};
+
+} // namespace Korvane

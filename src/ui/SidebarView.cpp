@@ -1,0 +1,122 @@
+#include "ui/SidebarView.h"
+
+#include "app/AppState.h"
+#include "ui/DeviceFileBrowserView.h"
+#include "ui/Divider.h"
+#include "ui/ElidedLabel.h"
+#include "ui/FileBrowserView.h"
+#include "ui/Icons.h"
+#include "ui/PlainText.h"
+#include "ui/ProgressIndicator.h"
+
+#include <QHBoxLayout>
+#include <QStackedWidget>
+#include <QToolButton>
+
+namespace Korvane {
+
+namespace {
+
+QToolButton *makeTab(const QString &symbol, const QString &title)
+{
+    auto *tab = new QToolButton;
+    tab->setObjectName(symbol);
+    tab->setText(title);
+    tab->setIcon(Icons::icon(symbol));
+    tab->setIconSize(QSize(16, 16));
+    tab->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    tab->setCheckable(true);
+    tab->setAutoExclusive(true);
+    tab->setAutoRaise(true);
+    tab->setFocusPolicy(Qt::TabFocus);
+    tab->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    return tab;
+}
+
+} // namespace
+
+SidebarView::SidebarView(AppState &state, QWidget *parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_localTab(makeTab(QStringLiteral("laptopcomputer"), tr("Local")))
+    , m_deviceTab(makeTab(QStringLiteral("cpu"), tr("Device")))
+    , m_body(new QStackedWidget)
+    , m_localBrowser(new FileBrowserView(state))
+    , m_deviceBrowser(new DeviceFileBrowserView(state))
+{
+    setObjectName(QStringLiteral("sidebar"));
+    m_localBrowser->setObjectName(QStringLiteral("localBrowser"));
+    m_deviceBrowser->setObjectName(QStringLiteral("deviceBrowser"));
+    m_body->addWidget(m_localBrowser);
+    m_body->addWidget(m_deviceBrowser);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(makePicker());
+    column->addWidget(new Divider);
+    column->addWidget(m_body, 1);
+    column->addWidget(makeTransferRow());
+    setMinimumWidth(170);
+
+    connect(m_localTab, &QToolButton::clicked, this,
+            [this] { m_state.setSidebarTab(AppState::SidebarTab::Local); });
+    connect(m_deviceTab, &QToolButton::clicked, this,
+            [this] { m_state.setSidebarTab(AppState::SidebarTab::Device); });
+    connect(&state, &AppState::sidebarTabChanged, this, &SidebarView::showTab);
+    showTab();
+}
+
+void SidebarView::focusPane()
+{
+    static_cast<BrowserPane *>(m_body->currentWidget())->focusEntries();
+}
+
+QWidget *SidebarView::makePicker()
+{
+    auto *picker = new QWidget;
+    auto *row = new QHBoxLayout(picker);
+    row->setContentsMargins(8, 4, 8, 4);
+    row->setSpacing(4);
+    row->addWidget(m_localTab, 1);
+    row->addWidget(m_deviceTab, 1);
+    return picker;
+}
+
+QWidget *SidebarView::makeTransferRow()
+{
+    auto *transfer = new QWidget;
+    transfer->setObjectName(QStringLiteral("transfer"));
+    auto *status = new ElidedLabel(Qt::ElideMiddle);
+    status->setObjectName(QStringLiteral("transferStatus"));
+    status->setFont(Theme::captionFont(font()));
+    auto *row = new QHBoxLayout;
+    row->setContentsMargins(8, 5, 8, 5);
+    row->setSpacing(6);
+    row->addWidget(new ProgressIndicator(14));
+    row->addWidget(status, 1);
+    auto *column = new QVBoxLayout(transfer);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(new Divider);
+    column->addLayout(row);
+
+    const auto show = [this, transfer, status] {
+        const QString &text = m_state.transfer().status();
+        status->setText(text);
+        transfer->setToolTip(PlainText::toolTip(text));
+        transfer->setVisible(m_state.transfer().isSendingToDevice());
+    };
+    connect(&m_state.transfer(), &Transfer::statusChanged, transfer, show);
+    connect(&m_state.transfer(), &Transfer::isSendingToDeviceChanged, transfer, show);
+    show();
+    return transfer;
+}
+
+void SidebarView::showTab()
+{
+    const bool isLocal = m_state.sidebarTab() == AppState::SidebarTab::Local;
+    (isLocal ? m_localTab : m_deviceTab)->setChecked(true);
+    m_body->setCurrentWidget(isLocal ? m_localBrowser : m_deviceBrowser);
+}
+
+} // namespace Korvane
