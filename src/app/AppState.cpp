@@ -70,6 +70,13 @@ void AppState::stopRun()
     setRunning(false);
 }
 
+QCoro::Task<void> AppState::startDebugRun()
+{
+    const EditorFile *file = m_documents.selectedFile();
+    return file ? m_debugSession.startDebugRun(file->name, file->content, file->breakpoints)
+                : m_debugSession.startDebugRun({}, {}, {});
+}
+
 void AppState::submitShell(const QString &command)
 {
     if (command.isEmpty())
@@ -171,6 +178,8 @@ void AppState::wireBoard()
         m_variablesFlow.refreshVariables();
     });
     connect(&m_programRun, &ProgramRun::gaveUp, &m_wiring, [this] { setRunning(false); });
+    connect(&m_debugSession, &DebugSession::began, &m_wiring,
+            [this] { setBottomTab(BottomTab::Variables); });
     connect(&m_debugSession, &DebugSession::paused, &m_wiring, [this](const DebugPause &pause) {
         m_variablesFlow.setVariables(pause.variables);
         setBottomTab(BottomTab::Variables);
@@ -201,13 +210,16 @@ void AppState::warnWithoutPython()
 QCoro::Task<void> AppState::runLocally(EditorFile file)
 {
     const auto life = m_life.watch();
+    const int run = ++m_lastLocalRun;
     m_shell.appendInfo(QStringLiteral("▶ Running %1…").arg(file.name));
     const RunResult result = co_await m_runner.run(file.content, file.path, true);
     if (!life)
         co_return;
     finishLocally(result);
     m_shell.appendInfo(QStringLiteral("▶ Done."));
-    setRunning(false);
+    // After a Stop the next run may wait for the end of this one, which is not its own.
+    if (run == m_lastLocalRun)
+        setRunning(false);
 }
 
 QCoro::Task<void> AppState::runShellLocally(QString command)

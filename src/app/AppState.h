@@ -85,6 +85,9 @@ public:
     QCoro::Task<void> runCurrentFile();
     /// Interrupts the local run, or the program on the board.
     void stopRun();
+    /// Debugs the selected document, saved or not, on the board. The task may be dropped. How the
+    /// run goes on, and what makes it go on, is the debug session's.
+    QCoro::Task<void> startDebugRun();
     /// Echoes \p command (trimmed by the caller) and gives it to the interpreter in charge,
     /// one line or several.
     void submitShell(const QString &command);
@@ -131,6 +134,7 @@ private:
     void setRunning(bool isRunning);
 
     bool m_isRunning = false;
+    int m_lastLocalRun = 0;
     BottomTab m_bottomTab = BottomTab::Shell;
     SidebarTab m_sidebarTab = SidebarTab::Local;
     bool m_mcpRunning = false;
@@ -143,7 +147,7 @@ private:
     PythonRunner m_runner;
     DeviceLink m_link;
     ProgramRun m_programRun{m_link, m_shell};
-    DebugSession m_debugSession{m_programRun, m_shell};
+    DebugSession m_debugSession{m_link, m_programRun, m_shell};
     VariablesFlow m_variablesFlow{m_runner, m_link, m_programRun, m_shell};
     Transfer m_transfer;
     LocalFiles m_localFiles{m_shell, m_questions};

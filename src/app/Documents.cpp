@@ -90,6 +90,25 @@ void Documents::updateSelectedContent(const QString &text)
         emit fileChanged(id);
 }
 
+void Documents::toggleBreakpoint(int line)
+{
+    EditorFile *marked = editableFile(m_selectedFileID);
+    if (!marked)
+        return;
+    if (!marked->breakpoints.remove(line))
+        marked->breakpoints.insert(line);
+    emit breakpointsChanged(m_selectedFileID);
+}
+
+void Documents::clearBreakpoints()
+{
+    EditorFile *marked = editableFile(m_selectedFileID);
+    if (!marked || marked->breakpoints.isEmpty())
+        return;
+    marked->breakpoints.clear();
+    emit breakpointsChanged(m_selectedFileID);
+}
+
 void Documents::markSaved(const QUuid &id, const QString &content)
 {
     EditorFile *saved = editableFile(id);

@@ -39,6 +39,10 @@ public:
     void select(const QUuid &id);
     /// The text of the selected document was edited. Without a selected document nothing happens.
     void updateSelectedContent(const QString &text);
+    /// Sets the selected document's breakpoint on \p line (from 1), or takes it away.
+    void toggleBreakpoint(int line);
+    /// Takes away all breakpoints of the selected document.
+    void clearBreakpoints();
     /// The document was saved with that \p content: it counts as unmodified, unless it was edited
     /// since. One that is not open any more changes nothing, here and below.
     void markSaved(const QUuid &id, const QString &content);
@@ -66,6 +70,7 @@ signals:
     /// edits that are not saved. A keystroke after the first does not.
     void fileChanged(const QUuid &id);
     void contentChanged(const QUuid &id);
+    void breakpointsChanged(const QUuid &id);
 
 private:
     void append(EditorFile file);

@@ -1,18 +1,148 @@
 #include "debugger/DebugSession.h"
 
+#include "base/DeviceError.h"
 #include "base/ShellSink.h"
+#include "debugger/DebugHelper.h"
 #include "debugger/DebugPause.h"
+#include "debugger/InstrumentedRun.h"
 #include "debugger/ProgramRun.h"
+#include "device/DeviceLink.h"
+
+#include <utility>
 
 namespace Korvane {
 
-DebugSession::DebugSession(ProgramRun &programRun, ShellSink &shell, QObject *parent)
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto installTimeout = 10s;
+constexpr auto startPollInterval = 50ms;
+
+} // namespace
+
+DebugSession::DebugSession(DeviceLink &link, ProgramRun &programRun, ShellSink &shell,
+                           QObject *parent)
     : QObject(parent)
+    , m_link(link)
+    , m_programRun(programRun)
     , m_shell(shell)
 {
     connect(&programRun, &ProgramRun::paused, this, &DebugSession::pause);
     connect(&programRun, &ProgramRun::programEnded, this, &DebugSession::finish);
     connect(&programRun, &ProgramRun::gaveUp, this, &DebugSession::reset);
+    connect(&link, &DeviceLink::connectionStateChanged, this, [this] {
+        if (m_link.connectionState().isConnected())
+            return;
+        ++m_connection;
+        m_isInstalling = false;
+    });
+}
+
+QCoro::Task<void> DebugSession::startDebugRun(QString name, QString source, QSet<int> breakpoints)
+{
+    const auto life = m_life.watch();
+    if (!m_link.connectionState().isConnected()) {
+        m_shell.appendError(QStringLiteral("Connect a device to debug on it."));
+        co_return;
+    }
+    if (source.isEmpty())
+        co_return;
+    if (m_isDebugging) {
+        m_shell.appendError(QStringLiteral("A debug run is already in progress."));
+        co_return;
+    }
+    const InstrumentedRun run(source, breakpoints);
+    for (const QString &note : run.notes)
+        m_shell.appendInfo(note);
+    if (run.steppableLines.isEmpty()) {
+        m_shell.appendError(QStringLiteral("Nothing to debug in %1.").arg(name));
+        co_return;
+    }
+    const auto installed = co_await installHelper(run.activeLines);
+    if (!life)
+        co_return;
+    if (installed)
+        launch(name, run);
+    else
+        m_shell.appendError(QStringLiteral("Could not install the breakpoint helper: ")
+                            + installed.error().message);
+}
+
+bool DebugSession::isStarting() const
+{
+    return m_isInstalling || m_programRun.isEntering();
+}
+
+QCoro::Task<Result<void>> DebugSession::installHelper(QSet<int> activeLines)
+{
+    const auto life = m_life.watch();
+    // After the first of two starts in a row has installed its helper, it sends its program. A
+    // helper that waited for the line meanwhile would be typed into that program, and take what the
+    // program says for its own reply. Once the program is sent, the link refuses.
+    while (isStarting()) {
+        const bool elapsed = co_await m_sleeper.sleep(startPollInterval);
+        if (!elapsed || !life)
+            co_return Error{ErrorCode::Closed, {}};
+    }
+    const int connection = m_connection;
+    m_isInstalling = true;
+    const auto output =
+        co_await m_link.executeOnDevice(DebugHelper::installCode(activeLines), installTimeout);
+    if (!life)
+        co_return Error{ErrorCode::Closed, {}};
+    if (connection == m_connection)
+        m_isInstalling = false;
+    if (!output)
+        co_return output.error();
+    // Its reply was the last that came before the board went.
+    if (connection != m_connection)
+        co_return DeviceError::notConnected();
+    co_return Result<void>();
+}
+
+void DebugSession::launch(const QString &name, const InstrumentedRun &run)
+{
+    begin(run.activeLines);
+    const qsizetype count = run.activeLines.size();
+    const QString summary = count == 0
+        ? QStringLiteral("stopping at the first statement")
+        : QStringLiteral("%1 breakpoint%2 armed")
+              .arg(QString::number(count), count == 1 ? QString() : QStringLiteral("s"));
+    m_shell.appendInfo(QStringLiteral("▶ Debugging %1 — %2.").arg(name, summary));
+    m_shell.appendInfo(QStringLiteral("   %1 steppable lines; %2 → %3 bytes to compile.")
+                           .arg(run.steppableLines.size())
+                           .arg(run.originalBytes)
+                           .arg(run.instrumentedBytes));
+    m_programRun.runOnDeviceStreamed(run.source);
+}
+
+void DebugSession::debugContinue()
+{
+    resume(DebugHelper::continueCommand);
+}
+
+void DebugSession::debugStep()
+{
+    resume(DebugHelper::stepCommand);
+}
+
+void DebugSession::resume(const char *command)
+{
+    if (!m_pausedAt)
+        return;
+    m_pausedAt.reset();
+    m_link.serial().write(command);
+    emit changed();
+}
+
+void DebugSession::debugStop()
+{
+    if (!m_isDebugging)
+        return;
+    m_link.serial().write(m_pausedAt ? DebugHelper::quitCommand : "\x03");
+    m_programRun.abandon();
+    reset();
 }
 
 void DebugSession::begin(const QSet<int> &activeBreakpointLines)
@@ -21,6 +151,7 @@ void DebugSession::begin(const QSet<int> &activeBreakpointLines)
     m_pausedAt.reset();
     m_activeBreakpointLines = activeBreakpointLines;
     emit changed();
+    emit began();
 }
 
 void DebugSession::pause(const DebugPause &pause)

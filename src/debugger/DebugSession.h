@@ -1,26 +1,47 @@
 #pragma once
 
+#include "base/Lifetime.h"
+#include "base/Result.h"
+#include "base/Sleeper.h"
+
+#include <QCoro/QCoroTask>
 #include <QObject>
 #include <QSet>
+#include <QString>
 
 #include <optional>
 
 namespace Korvane {
 
+class DeviceLink;
 class ProgramRun;
 class ShellSink;
 struct DebugPause;
+struct InstrumentedRun;
 
-/// Whether a program is being debugged on the board, where it stands, and which breakpoints are
-/// armed in it. Follows the program run by itself; whoever ends the link calls `reset`. Main
-/// thread only.
+/// Debugs programs on the board: starts them, follows them from stop to stop, and tells them to go
+/// on (docs/debugger.md). Follows the program run by itself; whoever ends the link calls `reset`.
+/// Main thread only.
 class DebugSession final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Borrows \p programRun and \p shell, which must outlive this.
-    DebugSession(ProgramRun &programRun, ShellSink &shell, QObject *parent = nullptr);
+    /// Borrows all three, which must outlive this.
+    DebugSession(DeviceLink &link, ProgramRun &programRun, ShellSink &shell,
+                 QObject *parent = nullptr);
+
+    /// Sends \p source, instrumented, to the board; \p name is for the person. Why nothing is
+    /// started, if so, is in the Shell; for an empty source not even that. What is edited or
+    /// selected after the call no longer matters. The task may be dropped.
+    QCoro::Task<void> startDebugRun(QString name, QString source, QSet<int> breakpoints);
+    /// Lets the paused program run to the next breakpoint. Nothing while it is not paused.
+    void debugContinue();
+    /// Lets the paused program run one statement. Nothing while it is not paused.
+    void debugStep();
+    /// Ends the program. Debugging is over at once; what the board still has to say goes to the
+    /// Shell. Nothing while nothing is debugged.
+    void debugStop();
 
     /// A debug run is about to be sent, with breakpoints armed on these lines.
     void begin(const QSet<int> &activeBreakpointLines);
@@ -38,16 +59,31 @@ public:
 signals:
     /// Any of the three above.
     void changed();
+    /// After the state, before the Shell says so: time to make room for the variables.
+    void began();
     /// After the state, before the Shell says so: time to show the variables.
     void paused(const DebugPause &pause);
 
 private:
+    [[nodiscard]] bool isStarting() const;
+    QCoro::Task<Result<void>> installHelper(QSet<int> activeLines);
+    void launch(const QString &name, const InstrumentedRun &run);
+    void resume(const char *command);
     void finish();
 
+    DeviceLink &m_link;
+    ProgramRun &m_programRun;
     ShellSink &m_shell;
     bool m_isDebugging = false;
     std::optional<int> m_pausedAt;
     QSet<int> m_activeBreakpointLines;
+
+    /// A start has the helper installed on this connection, and has not come to its result.
+    bool m_isInstalling = false;
+    /// Changes with each end of the link. What was installed then is gone.
+    int m_connection = 0;
+    Sleeper m_sleeper;
+    Lifetime m_life;
 };
 
 } // namespace Korvane

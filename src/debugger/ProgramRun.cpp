@@ -122,6 +122,7 @@ void ProgramRun::notePause(const DebugPause &pause)
     // A program that stops goes on: an end mark before this was printed by the program.
     m_reply = Reply::Awaited;
     m_lateReply.stop();
+    setDeviceProgramRunning(true);
     emit paused(pause);
 }
 
@@ -156,6 +157,15 @@ void ProgramRun::flushStream()
     const QString rest = m_deviceStream.flush();
     if (!rest.isEmpty())
         m_shell.appendOutput(rest);
+}
+
+void ProgramRun::abandon()
+{
+    if (m_isEntering) {
+        leaveEntry();
+        m_link.serial().write("\x02");
+    }
+    setDeviceProgramRunning(false);
 }
 
 void ProgramRun::reset()

@@ -36,12 +36,18 @@ public:
     void clearStream();
     /// No more bytes will come: what waits for them is shown as it is.
     void flushStream();
+    /// The program is being stopped by somebody who waits no longer: from now on it does not count
+    /// as running. Its reply is awaited as ever, since only then the board is free. A run that is
+    /// still being started is called off, and the board goes back to its prompt.
+    void abandon();
     /// The link has ended, and with it the run, in whatever phase it is: nothing more is sent,
     /// said or signalled for it.
     void reset();
 
     /// A program was sent, and its end has not come.
     [[nodiscard]] bool deviceProgramRunning() const { return m_deviceProgramRunning; }
+    /// A program is about to be sent, unless the board stays out of the raw REPL.
+    [[nodiscard]] bool isEntering() const { return m_isEntering; }
 
 signals:
     void deviceProgramRunningChanged();

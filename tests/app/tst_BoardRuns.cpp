@@ -65,6 +65,45 @@ private slots:
         QVERIFY2(shop.table().contains(u"i:int="_s), qPrintable(shop.table()));
     }
 
+    void isFreeAfterADebugRunIsStopped_data()
+    {
+        QTest::addColumn<QSet<int>>("breakpoints");
+        QTest::newRow("paused") << QSet<int>{3};
+        QTest::newRow("running") << QSet<int>{5};
+    }
+
+    void isFreeAfterADebugRunIsStopped()
+    {
+        QFETCH(QSet<int>, breakpoints);
+        Workshop shop;
+        DebugSession &session = shop.state->debugSession();
+        shop.state->link().connectDevice(m_board.port());
+        shop.write(u"print('on')\nwhile True:\n    i = 1\ndef f():\n    pass\n"_s);
+        for (const int line : breakpoints)
+            shop.state->documents().toggleBreakpoint(line);
+        shop.state->startDebugRun();
+        shop.state->documents().newFile(); // and what is selected later does not matter
+        shop.write(u"other"_s);
+        const bool isToPause = breakpoints.contains(3);
+        QTRY_VERIFY2(isToPause ? session.pausedAt() == 3 : shop.text().contains(u"OKon\n"_s),
+                     qPrintable(shop.text()));
+        QCOMPARE(shop.state->bottomTab(), AppState::BottomTab::Variables);
+        if (isToPause) {
+            QCOMPARE(shop.state->variablesCaption(), u"stopped at line 3"_s);
+            session.debugStep();
+            QTRY_COMPARE(session.pausedAt(), 3);
+            QVERIFY2(shop.table().contains(u"i:int=1"_s), qPrintable(shop.table()));
+        }
+        session.debugStop();
+        QVERIFY(!session.isDebugging() && shop.isBoardIdle());
+        // The variables are read when the board is done, and the Shell is heard again.
+        QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
+        QCOMPARE(shop.text().contains(u"KeyboardInterrupt"_s), !isToPause);
+        shop.state->submitShell(u"print(6 * 7)"_s);
+        QTRY_VERIFY2(shop.text().contains(u"\n42\n>>> "_s), qPrintable(shop.text()));
+        QCOMPARE(shop.lines().filter(u"error"_s), QStringList());
+    }
+
     void comesBackAfterTheBoardDied()
     {
         Workshop shop;

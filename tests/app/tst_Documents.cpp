@@ -94,6 +94,29 @@ private slots:
         QCOMPARE(tabs.size(), 0);
     }
 
+    void marksLinesOfTheSelectedDocumentOnly()
+    {
+        Desk desk(2);
+        const QSignalSpy changes(&desk.documents, &Documents::breakpointsChanged);
+        const QSignalSpy tab(&desk.documents, &Documents::fileChanged);
+        const auto lines = [&desk](int i) { return desk.documents.openFiles()[i].breakpoints; };
+        desk.documents.toggleBreakpoint(3);
+        desk.documents.toggleBreakpoint(5);
+        desk.documents.toggleBreakpoint(3);
+        desk.documents.updateSelectedContent(u"a\nb"_s);
+        QCOMPARE(lines(1), QSet<int>{5});
+        desk.documents.select(desk.id(0));
+        desk.documents.clearBreakpoints();
+        QCOMPARE(changes.size(), 3);
+        desk.documents.toggleBreakpoint(7);
+        desk.documents.clearBreakpoints();
+        QCOMPARE(changes.size(), 5);
+        QCOMPARE(changes.last().first().toUuid(), desk.id(0));
+        QCOMPARE(lines(0), QSet<int>());
+        QCOMPARE(lines(1), QSet<int>{5});
+        QCOMPARE(tab.size(), 1); // the edit's: marks are no edit
+    }
+
     void opensTheSameTextTwice()
     {
         Desk desk(0);

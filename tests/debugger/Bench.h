@@ -17,7 +17,7 @@ struct Bench final : DeviceLinkClient
     RecordingShell shell;
     DeviceLink link{shell};
     std::unique_ptr<ProgramRun> run = std::make_unique<ProgramRun>(link, shell);
-    DebugSession session{*run, shell};
+    DebugSession session{link, *run, shell};
     /// What the run has signalled, in order, with "running" and "free" for the flag.
     QStringList events;
     /// The bytes that no command or entry has taken.

@@ -1,0 +1,232 @@
+#include "Bench.h"
+#include "support/Awaited.h"
+#include "support/VirtualBoard.h"
+
+#include <QDir>
+#include <QRegularExpression>
+
+#include <malloc.h>
+
+using namespace Korvane;
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+
+// Of the address sanitizer, whose heap mallinfo2 does not know.
+extern "C" __attribute__((weak)) size_t __sanitizer_get_current_allocated_bytes();
+
+namespace {
+
+qint64 heapBytes()
+{
+    return static_cast<qint64>(__sanitizer_get_current_allocated_bytes
+                                   ? __sanitizer_get_current_allocated_bytes()
+                                   : mallinfo2().uordblks);
+}
+
+/// What a program's own last lines say of it: its breakpoints, and one line for each stop:
+///
+///     #! breakpoints 3 7
+///     #> 3 s  n=2  text='a b'  !later
+///
+/// The program stops at line 3, where n and text have these values and there is no `later`, and is
+/// told to step.
+struct Story
+{
+    struct Stop
+    {
+        int line;
+        QString command;
+        QStringList variables;
+    };
+    QString source;
+    QSet<int> breakpoints;
+    QList<Stop> stops;
+
+    explicit Story(const QString &path)
+    {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            qFatal("no program %s", qPrintable(path));
+        source = QString::fromUtf8(file.readAll());
+        for (const QString &line : source.split(u'\n')) {
+            if (line.startsWith(u"#! breakpoints ")) {
+                for (const QString &number : line.split(u' ').mid(2))
+                    breakpoints << number.toInt();
+            } else if (line.startsWith(u"#> ")) {
+                const QStringList parts = line.mid(3).split(u"  "_s);
+                stops.append({parts[0].section(u' ', 0, 0).toInt(), parts[0].section(u' ', 1),
+                              parts.mid(1)});
+            }
+        }
+    }
+};
+
+/// What is not at \p pause as \p stop has it.
+QStringList differences(const Story::Stop &stop, const DebugPause &pause)
+{
+    QStringList found;
+    if (stop.line != pause.line)
+        found << u"line %1"_s.arg(pause.line);
+    QHash<QString, QString> values;
+    for (const PythonVariable &variable : pause.variables)
+        values[variable.name] = variable.value;
+    for (const QString &expected : stop.variables) {
+        const bool isAbsent = expected.startsWith(u'!');
+        const QString name = isAbsent ? expected.mid(1) : expected.section(u'=', 0, 0);
+        const bool isAsExpected =
+            isAbsent ? !values.contains(name) : values.value(name) == expected.section(u'=', 1);
+        if (!isAsExpected)
+            found << name + u'=' + values.value(name, u"(none)"_s);
+    }
+    return found;
+}
+
+} // namespace
+
+/// Debugs whole programs on a real MicroPython.
+class tst_DebugPrograms final : public QObject
+{
+    Q_OBJECT
+
+private:
+    using Command = std::function<QString(const DebugPause &)>;
+
+    VirtualBoard m_board;
+    std::unique_ptr<Bench> m_bench;
+    Command m_command;
+
+    DebugSession &session() { return m_bench->session; }
+    bool isWhole() const { return m_bench->events.value(m_bench->events.size() - 1) == u"whole"_s; }
+
+    void resetBoard()
+    {
+        QVERIFY(awaited(m_bench->link.executeOnDevice(u"pass"_s, 20s)));
+        m_bench->shell.clear();
+        m_bench->link.softReset();
+        QTRY_VERIFY(m_bench->shell.output().contains(u"soft reboot"));
+        QTRY_VERIFY(m_bench->shell.output().endsWith(u">>> "));
+        m_bench->shell.clear();
+        m_bench->events.clear();
+    }
+
+    /// What the program printed, from a board that knows nothing of programs before.
+    QString output(const QString &source, const std::optional<QSet<int>> &breakpoints,
+                   const Command &command)
+    {
+        resetBoard();
+        m_command = command;
+        if (breakpoints)
+            session().startDebugRun(u"program.py"_s, source, *breakpoints);
+        else
+            m_bench->run->runOnDeviceStreamed(source);
+        if (!QTest::qWaitFor([this] { return isWhole(); }, 100'000))
+            return u"(no end) "_s + m_bench->shell.lines().join(u'\n');
+        QString printed;
+        const QStringList &lines = m_bench->shell.lines();
+        for (const QString &line : lines.mid(lines.indexOf(u"info: ▶ Sent to device."_s) + 1)) {
+            if (line.startsWith(u"output: "))
+                printed += line.mid(8);
+        }
+        return printed.remove(u'\r').section(u"OK"_s, 1);
+    }
+
+    static void addPrograms()
+    {
+        QTest::addColumn<QString>("path");
+        const QDir folder(qEnvironmentVariable("KORVANE_SOURCE_DIR")
+                          + u"/tests/debugger/programs"_s);
+        for (const QFileInfo &file : folder.entryInfoList({u"*.py"_s}))
+            QTest::newRow(qPrintable(file.baseName())) << file.filePath();
+    }
+
+private slots:
+    void initTestCase() { QVERIFY2(m_board.start(), qPrintable(m_board.errorText())); }
+
+    void init()
+    {
+        m_bench = std::make_unique<Bench>();
+        connect(&session(), &DebugSession::paused, this, [this](const DebugPause &pause) {
+            // As a person does: after the session has said where it is.
+            QTimer::singleShot(0, m_bench->run.get(), [this, command = m_command(pause)] {
+                if (command == u"s")
+                    session().debugStep();
+                else if (command == u"c")
+                    session().debugContinue();
+                else
+                    session().debugStop();
+            });
+        });
+        m_bench->link.connectDevice(m_board.port());
+    }
+
+    void printsTheSameWhenDebugged_data() { addPrograms(); }
+
+    void printsTheSameWhenDebugged()
+    {
+        QFETCH(QString, path);
+        const QString source = Story(path).source + u"\nif False:\n    pass\n"_s;
+        const int unreached = static_cast<int>(source.count(u'\n'));
+        int stops = 0;
+        const Command step = [&stops](const DebugPause &) {
+            ++stops;
+            return u"s"_s;
+        };
+        const QString plain = output(source, std::nullopt, step);
+        QVERIFY2(plain.size() > 5 && !plain.startsWith(u"(no"), qPrintable(plain));
+        QCOMPARE(output(source, QSet<int>{unreached}, step), plain);
+        QCOMPARE(stops, 0);
+        QCOMPARE(output(source, QSet<int>(), step), plain);
+        QVERIFY2(stops >= 5, qPrintable(QString::number(stops)));
+    }
+
+    void stopsWhereAPersonExpects_data() { addPrograms(); }
+
+    void stopsWhereAPersonExpects()
+    {
+        QFETCH(QString, path);
+        const Story story(path);
+        QVERIFY(!story.stops.isEmpty());
+        QStringList problems;
+        qsizetype count = 0;
+        output(story.source, story.breakpoints, [&](const DebugPause &pause) {
+            const qsizetype i = count++;
+            if (i >= story.stops.size()) {
+                problems << u"stop %1: line %2, unexpected"_s.arg(i + 1).arg(pause.line);
+                return u"c"_s;
+            }
+            const QStringList found = differences(story.stops[i], pause);
+            if (!found.isEmpty())
+                problems << u"stop %1 (line %2): "_s.arg(i + 1).arg(story.stops[i].line)
+                        + found.join(u", "_s);
+            return story.stops[i].command;
+        });
+        QVERIFY2(problems.isEmpty(), qPrintable(u'\n' + problems.join(u'\n')));
+        QCOMPARE(count, story.stops.size());
+        QVERIFY(isWhole() && !session().isDebugging());
+        QCOMPARE(*awaited(m_bench->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
+    }
+
+    void stepsThroughTwoThousandTurnsWithoutGrowing()
+    {
+        const QString source = u"total = 0\nfor i in range(2000):\n    total += i\n"_s;
+        int stops = 0;
+        qint64 early = 0;
+        qint64 late = 0;
+        output(source, QSet<int>(), [&](const DebugPause &) {
+            m_bench->shell.clear();
+            m_bench->events.clear();
+            m_bench->data.clear();
+            if (++stops == 200)
+                early = heapBytes();
+            else if (stops == 2000)
+                late = heapBytes();
+            return u"s"_s;
+        });
+        QCOMPARE(stops, 2001);
+        QVERIFY2(late - early < 16 * 1024, qPrintable(QString::number(late - early)));
+        QCOMPARE(*awaited(m_bench->link.executeOnDevice(u"print(total)"_s, 20s)), u"1999000\n"_s);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_DebugPrograms)
+#include "tst_DebugPrograms.moc"

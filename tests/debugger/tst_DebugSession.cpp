@@ -1,0 +1,428 @@
+#include "debugger/DebugSession.h"
+
+#include "Bench.h"
+#include "debugger/DebugHelper.h"
+#include "debugger/InstrumentedRun.h"
+#include "support/Awaited.h"
+#include "support/ScriptedBoard.h"
+
+#include <QCryptographicHash>
+
+using namespace Korvane;
+using namespace std::chrono_literals;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString program = u"x = 1\nif x:\n    x = 2\n"_s;
+const QString couldNot = u"error: Could not install the breakpoint helper: "_s;
+const QString armed = u"info: ▶ Debugging main.py — 1 breakpoint armed."_s;
+const QString sent = u"info: ▶ Sent to device."_s;
+const QByteArray pauseAt3 = "\x1E{\"line\": 3, \"vars\": []}\x1E\r\n"_ba;
+
+/// A session with a board that takes the helper and answers the program as told.
+struct Connection
+{
+    ScriptedBoard board;
+    Bench bench;
+    QByteArray answer = ScriptedBoard::reply("");
+    QByteArray helperAnswer = ScriptedBoard::reply("");
+    QByteArrayList programs;
+
+    Connection()
+    {
+        connectBoard();
+        board.onProgram = [this](const QByteArray &code) {
+            programs << code;
+            return code.contains("def _bp") ? helperAnswer : answer;
+        };
+    }
+    void connectBoard()
+    {
+        QVERIFY(bench.connectTo(board.port(), u">>> "_s));
+        board.forget();
+    }
+    DebugSession &session() { return bench.session; }
+    QStringList lines() const { return bench.shell.lines(); }
+    QString lastLine() const { return lines().isEmpty() ? QString() : lines().constLast(); }
+    void start(const QString &source = program, const QSet<int> &breakpoints = {3})
+    {
+        session().startDebugRun(u"main.py"_s, source, breakpoints);
+    }
+    /// "debugging 3 [3]": whether, where it is paused, and what is armed.
+    QString state()
+    {
+        QStringList armedLines;
+        for (const int line : session().activeBreakpointLines())
+            armedLines << QString::number(line);
+        armedLines.sort();
+        return (session().isDebugging() ? u"debugging "_s : u"idle "_s)
+            + QString::number(session().pausedAt().value_or(0)) + u" ["_s + armedLines.join(u',')
+            + u']';
+    }
+    /// Goes on until the program is where the test wants it; true when it got there.
+    bool reach(const QString &phase)
+    {
+        helperAnswer = phase == u"installing" ? QByteArray() : helperAnswer;
+        answer = phase == u"paused" ? pauseAt3 : QByteArray("on");
+        if (phase == u"entering") {
+            // The helper is the last that the board answers.
+            board.onProgram = [this](const QByteArray &) {
+                QTimer::singleShot(0, &board, [this] { board.setMute(true); });
+                return ScriptedBoard::reply("");
+            };
+        }
+        start();
+        return QTest::qWaitFor([&] {
+            if (phase == u"installing")
+                return board.received().endsWith("\n\x04");
+            if (phase == u"entering")
+                return bench.run->isEntering();
+            return phase == u"paused" ? session().pausedAt().has_value()
+                                      : bench.shell.output().endsWith(u"on");
+        });
+    }
+};
+
+const QString idle = u"idle 0 []"_s;
+
+} // namespace
+
+class tst_DebugSession final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void sendsTheHelperAsItIs()
+    {
+        const QByteArray code = DebugHelper::installCode({9, 4, 30}).toUtf8();
+        const QByteArray tail = "\n_dbrk = {4, 9, 30}\n_dstep = 0\n"_ba;
+        QVERIFY2(code.endsWith(tail), code.constData());
+        QCOMPARE(
+            QCryptographicHash::hash(code.chopped(tail.size()), QCryptographicHash::Sha256).toHex(),
+            "806272cf004750a8d4b099beb8d171de6a46a7c14576ac7d35f7ea1761e7afac"_ba);
+        QVERIFY(DebugHelper::installCode({}).endsWith(u"\n_dbrk = set()\n_dstep = 1\n"_s));
+    }
+
+    void refusesToStart_data()
+    {
+        QTest::addColumn<QString>("source");
+        QTest::addColumn<QString>("phase");
+        QTest::addColumn<QStringList>("lines");
+        const QStringList unconnected{u"error: Connect a device to debug on it."_s};
+        QTest::newRow("no board") << program << u"unplugged"_s << unconnected;
+        QTest::newRow("no board, no text") << QString() << u"unplugged"_s << unconnected;
+        QTest::newRow("no text") << QString() << QString() << QStringList();
+        QTest::newRow("no statement")
+            << u"# 1\n"_s << QString()
+            << QStringList{u"info: Breakpoint on line 3 ignored: line 3 is outside the file."_s,
+                           u"info: Nothing to run: the file has no statements."_s,
+                           u"error: Nothing to debug in main.py."_s};
+        for (const auto &phase : {u"entering"_s, u"running"_s, u"paused"_s})
+            QTest::addRow("while %s", qPrintable(phase))
+                << program << phase << QStringList{u"error: A debug run is already in progress."_s};
+    }
+
+    void refusesToStart()
+    {
+        QFETCH(QString, source);
+        QFETCH(QString, phase);
+        Connection c;
+        if (phase == u"unplugged")
+            c.bench.link.disconnectDevice();
+        else if (!phase.isEmpty())
+            QVERIFY(c.reach(phase));
+        c.bench.shell.clear();
+        c.board.forget();
+        const QString before = c.state();
+        c.start(source);
+        QTEST(c.lines(), "lines");
+        QCOMPARE(c.state(), before);
+        QCOMPARE(c.board.transcript(), QString());
+    }
+
+    void startsInOrder_data()
+    {
+        QTest::addColumn<QSet<int>>("breakpoints");
+        QTest::addColumn<QString>("note");
+        QTest::addColumn<QString>("summary");
+        QTest::addColumn<QByteArray>("tail");
+        QTest::newRow("none") << QSet<int>() << QString() << u"stopping at the first statement"_s
+                              << "_dbrk = set()\n_dstep = 1\n"_ba;
+        QTest::newRow("one, moved")
+            << QSet<int>{2}
+            << u"Breakpoint on line 2 moved to line 3 — a statement can't be placed before a "
+               "block header."_s
+            << u"1 breakpoint armed"_s << "_dbrk = {3}\n_dstep = 0\n"_ba;
+        QTest::newRow("two") << QSet<int>{3, 1} << QString() << u"2 breakpoints armed"_s
+                             << "_dbrk = {1, 3}\n_dstep = 0\n"_ba;
+    }
+
+    void startsInOrder()
+    {
+        QFETCH(QSet<int>, breakpoints);
+        QFETCH(QString, note);
+        QFETCH(QString, summary);
+        QFETCH(QByteArray, tail);
+        Connection c;
+        QStringList expected = note.isEmpty() ? QStringList() : QStringList{u"info: "_s + note};
+        QStringList whenBegun;
+        QString stateWhenBegun;
+        connect(&c.session(), &DebugSession::began, this, [&] {
+            whenBegun = c.lines();
+            stateWhenBegun = c.state();
+        });
+        c.start(program, breakpoints);
+        QCOMPARE(c.lines(), expected);
+        QCOMPARE(c.state(), idle); // until the helper is there
+        QTRY_COMPARE(c.bench.events, u"running free ended whole"_s.split(u' '));
+        QCOMPARE(whenBegun, expected);
+        QVERIFY2(stateWhenBegun.startsWith(u"debugging 0 ["), qPrintable(stateWhenBegun));
+        QCOMPARE(stateWhenBegun.count(u','), summary.startsWith(u'2') ? 1 : 0);
+        const InstrumentedRun run(program, breakpoints);
+        expected << u"info: ▶ Debugging main.py — %1."_s.arg(summary)
+                 << u"info:    2 steppable lines; %1 → %2 bytes to compile."_s.arg(program.size())
+                        .arg(run.source.size())
+                 << sent << u"output: OK>"_s << u"info: ▶ Program finished."_s;
+        // The prompt may come with the reply's first mark or behind it.
+        QStringList shown = c.lines();
+        if (shown.last() == u"output: >")
+            shown.removeLast();
+        shown.replaceInStrings(u"output: OK"_s, u"output: OK>"_s);
+        shown.replaceInStrings(u"OK>>"_s, u"OK>"_s);
+        QCOMPARE(shown, expected);
+        QCOMPARE(c.state(), idle);
+        QCOMPARE(c.programs.size(), 2);
+        QVERIFY2(c.programs[0].endsWith(tail), c.programs[0].constData());
+        QCOMPARE(c.programs[1], run.source.toUtf8());
+    }
+
+    void saysWhyTheHelperIsNotThere_data()
+    {
+        QTest::addColumn<QString>("phase");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("it raised") << u"raise"_s << u"MemoryError: no room"_s;
+        QTest::newRow("busy") << u"mute"_s
+                              << u"The board never entered the raw REPL — try disconnecting and "
+                                 "reconnecting"_s;
+        QTest::newRow("running") << u"running"_s
+                                 << u"The device is running a program — stop it first"_s;
+    }
+
+    void saysWhyTheHelperIsNotThere()
+    {
+        QFETCH(QString, phase);
+        QFETCH(QString, message);
+        Connection c;
+        if (phase == u"running") {
+            // As for a plain run: nothing is debugged, but a program is on the board.
+            QVERIFY(c.reach(phase));
+            c.session().reset();
+        }
+        c.helperAnswer = ScriptedBoard::reply("", "Traceback\r\nMemoryError: no room\r\n");
+        c.board.setMute(phase == u"mute");
+        c.bench.shell.clear();
+        c.programs.clear();
+        c.start();
+        QTRY_COMPARE(c.lines().filter(u"error"_s), QStringList{couldNot + message});
+        QCOMPARE(c.lines().filter(u"info"_s), QStringList());
+        QCOMPARE(c.state(), idle);
+        QVERIFY(c.programs.size() <= 1);
+    }
+
+    void startsTwiceInARow_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<QString>("message"); // none: the second runs, too
+        QTest::newRow("running") << "on"_ba << u"The device is running a program — stop it first"_s;
+        QTest::newRow("paused")
+            << pauseAt3
+            << u"The device is stopped at a breakpoint — continue or stop the program first"_s;
+        QTest::newRow("over") << ScriptedBoard::reply("") << QString();
+    }
+
+    void startsTwiceInARow()
+    {
+        QFETCH(QByteArray, answer);
+        QFETCH(QString, message);
+        Connection c;
+        c.answer = answer;
+        c.start();
+        c.start();
+        if (message.isEmpty()) {
+            QTRY_COMPARE(c.programs.size(), 4);
+            QTRY_COMPARE(c.state(), idle);
+            QCOMPARE(c.lines().filter(u"Program finished"_s).size(), 2);
+            return;
+        }
+        QTRY_COMPARE(c.lastLine(), couldNot + message);
+        QCOMPARE(c.programs.size(), 2);
+        QVERIFY(c.session().isDebugging());
+        QCOMPARE(c.board.received().count('\x01'), 2);
+    }
+
+    void showsAPauseHoweverItArrives()
+    {
+        const QString one = u"{\"n\": \"v%1\", \"t\": \"str\", \"v\": \"Grüße "_s
+            + QString(500, u'x') + u"...\"}"_s;
+        QByteArray names;
+        for (int i = 0; i < 500; ++i)
+            names += (i == 0 ? "" : ", ") + one.arg(i).toUtf8();
+        for (const bool isSplit : {false, true}) {
+            Connection c;
+            c.answer = "a\x1E{\"line\": 3, \"vars\": [" + (isSplit ? one.arg(0).toUtf8() : names)
+                + "]}\x1E\r\n";
+            QList<PythonVariable> variables;
+            QStringList seen;
+            connect(&c.session(), &DebugSession::paused, this, [&](const DebugPause &pause) {
+                variables = pause.variables;
+                seen << c.state() << c.lastLine();
+            });
+            c.start();
+            QTRY_VERIFY(c.bench.run->deviceProgramRunning());
+            c.board.setSplitAtEveryByte(isSplit);
+            QTRY_COMPARE(c.state(), u"debugging 3 [3]"_s);
+            QCOMPARE(seen, (QStringList{u"debugging 3 [3]"_s, u"output: OKa"_s}));
+            QCOMPARE(c.lastLine(), u"info: ⏸ Paused at line 3."_s);
+            QCOMPARE(variables.size(), isSplit ? 1 : 500);
+            QVERIFY(isSplit || variables[499].value.startsWith(u"Grüße xxx"));
+        }
+    }
+
+    void sendsItsCommandsOnlyToAPausedProgram()
+    {
+        Connection c;
+        c.session().debugContinue();
+        c.session().debugStep();
+        c.session().debugStop();
+        QVERIFY(c.reach(u"paused"_s));
+        c.board.forget();
+        c.session().debugStep();
+        QCOMPARE(c.state(), u"debugging 0 [3]"_s);
+        c.session().debugStep();
+        c.session().debugContinue();
+        QTRY_COMPARE(c.board.received(), "s\n"_ba);
+        c.board.send(pauseAt3);
+        QTRY_COMPARE(c.state(), u"debugging 3 [3]"_s);
+        c.session().debugContinue();
+        QCOMPARE(c.state(), u"debugging 0 [3]"_s);
+        QTRY_COMPARE(c.board.received(), "s\nc\n"_ba);
+        c.board.send("\x04\x04>");
+        QTRY_COMPARE(c.state(), idle);
+        QTRY_COMPARE(c.bench.events.last(), u"whole"_s);
+        QCOMPARE(c.lines().filter(u"finished"_s).size(), 1);
+    }
+
+    void stops_data()
+    {
+        QTest::addColumn<QString>("phase");
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("paused") << u"paused"_s << "q\n"_ba;
+        QTest::newRow("running") << u"running"_s << "\x03"_ba;
+        QTest::newRow("entering") << u"entering"_s << "\x03\x02"_ba;
+    }
+
+    void stops()
+    {
+        QFETCH(QString, phase);
+        QFETCH(QByteArray, bytes);
+        Connection c;
+        QVERIFY(c.reach(phase));
+        if (phase == u"entering")
+            QTRY_VERIFY(c.board.received().endsWith("\x02\x01")); // behind the helper
+        c.board.forget();
+        c.bench.events.clear();
+        const qsizetype linesBefore = c.lines().size();
+        c.session().debugStop();
+        QCOMPARE(c.state(), idle);
+        QVERIFY(!c.bench.run->deviceProgramRunning() && !c.bench.link.deviceCommandInFlight());
+        c.session().debugStop();
+        QTRY_COMPARE(c.board.received(), bytes);
+        if (phase == u"entering") {
+            // Nothing follows, though the board wakes up in time.
+            c.board.send(ScriptedBoard::banner);
+            QVERIFY(!QTest::qWaitFor([&] { return c.board.received() != bytes; }, 2000));
+            QCOMPARE(c.lines().filter(u"error"_s), QStringList());
+            return;
+        }
+        // Its end is no end of debugging any more, but the board is told to be free.
+        c.board.send("\x04KeyboardInterrupt\r\n\x04>");
+        QTRY_COMPARE(c.bench.events, u"free ended whole"_s.split(u' '));
+        QCOMPARE(c.lines().mid(linesBefore).filter(u"info"_s), QStringList());
+        QCOMPARE(c.state(), idle);
+    }
+
+    // The stop crossed the program's own: it has been seen paused again, and so can be told again.
+    void debugsOnAfterAPauseBehindTheStop()
+    {
+        Connection c;
+        QVERIFY(c.reach(u"running"_s));
+        c.session().debugStop();
+        c.board.send(pauseAt3);
+        QTRY_COMPARE(c.state(), u"debugging 3 []"_s);
+        QVERIFY(c.bench.run->deviceProgramRunning());
+        QCOMPARE(awaited(c.bench.link.executeOnDevice(u"x"_s, 1s)).error().code,
+                 ErrorCode::PausedAtBreakpoint);
+        c.session().debugStop();
+        QTRY_VERIFY(c.board.received().endsWith("q\n"));
+        c.board.send("\x04\x04>");
+        QTRY_COMPARE(c.bench.events.last(), u"whole"_s);
+        QCOMPARE(c.state(), idle);
+    }
+
+    void losesTheBoard_data()
+    {
+        QTest::addColumn<bool>("isPulled");
+        for (const char *phase : {"installing", "entering", "running", "paused"}) {
+            QTest::addRow("%s, pulled", phase) << true;
+            if (phase != "installing"_ba) // whose time-out takes ten seconds
+                QTest::addRow("%s, disconnected", phase) << false;
+        }
+    }
+
+    void losesTheBoard()
+    {
+        QFETCH(bool, isPulled);
+        const QString phase = QString::fromLatin1(QTest::currentDataTag()).section(u',', 0, 0);
+        Connection c;
+        QVERIFY(c.reach(phase));
+        if (isPulled)
+            c.board.vanish();
+        else
+            c.bench.link.disconnectDevice();
+        const QString notice =
+            isPulled ? u"info: Device disconnected."_s : u"info: Disconnected."_s;
+        QTRY_COMPARE(c.lastLine(), notice);
+        QCOMPARE(c.state(), idle);
+        const bool isInstalling = phase == u"installing";
+        // The old install's wait does not keep the next start waiting, nor end it.
+        c.board.setMute(false);
+        c.board.plugIn();
+        c.connectBoard();
+        c.helperAnswer = ScriptedBoard::reply("");
+        c.answer = pauseAt3;
+        c.board.onProgram = [&c](const QByteArray &code) {
+            return code.contains("def _bp") ? c.helperAnswer : c.answer;
+        };
+        if (isInstalling) {
+            QTRY_COMPARE_WITH_TIMEOUT(c.bench.link.deviceCommandInFlight(), false, 12'000);
+            QCOMPARE(c.lines(), QStringList{couldNot + u"Command timed out after 10s"_s});
+        }
+        c.start();
+        QTRY_COMPARE(c.state(), u"debugging 3 [3]"_s);
+    }
+
+    void goesInTheMiddleOfAStart()
+    {
+        auto c = std::make_unique<Connection>();
+        c->helperAnswer.clear();
+        c->start();
+        c->start();
+        QTRY_VERIFY(c->board.received().endsWith("\n\x04"));
+        c.reset();
+        QCoreApplication::processEvents();
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_DebugSession)
+#include "tst_DebugSession.moc"
