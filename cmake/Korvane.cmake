@@ -25,7 +25,9 @@ target_compile_options(korvane_flags INTERFACE
 target_compile_definitions(korvane_flags INTERFACE
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_NARROWING_CONVERSIONS_IN_CONNECT
     QT_NO_FOREACH QT_STRICT_ITERATORS QT_DISABLE_DEPRECATED_BEFORE=0x060400
-    KORVANE_VERSION="${PROJECT_VERSION}")
+    KORVANE_VERSION="${PROJECT_VERSION}"
+    # An index or an optional that is out of bounds stops a test at the line that did it.
+    $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 if(KORVANE_SANITIZE)
     target_compile_options(korvane_flags INTERFACE
         -fsanitize=${KORVANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
