@@ -28,6 +28,10 @@ constexpr qsizetype lineCost = 64;           // what even an empty line costs, i
 constexpr qsizetype floodCharacters = 65'536;
 constexpr int manyBlocks = 20'000;
 
+// A line starts in a block that has room for so much of it. It may come in several pieces, and
+// where a block ends inside a line a row breaks that the program did not break.
+constexpr qsizetype roomForLine = 500;
+
 // Laid-out blocks behind the end that keep their layout; the rest is laid out again when seen.
 constexpr int keptLayouts = 200;
 
@@ -107,7 +111,7 @@ public:
             const auto end = std::find_if(text.cbegin(), text.cend(), endsLine);
             const auto length = static_cast<qsizetype>(end - text.cbegin());
             if (m_view.m_owesLineEnd)
-                writeLineEnd();
+                writeLineEnd(length);
             appendWithinLine(text.first(length));
             m_view.m_owesLineEnd = length < text.size();
             text = text.sliced(std::min(length + 1, text.size()));
@@ -131,10 +135,12 @@ private:
         }
     }
 
-    void writeLineEnd()
+    /// Before a line of which \p nextLength characters are at hand.
+    void writeLineEnd(qsizetype nextLength)
     {
         m_view.m_owesLineEnd = false;
-        if (!m_sharesBlocks || m_view.m_blockLength >= maxBlockLength) {
+        const qsizetype room = maxBlockLength - m_view.m_blockLength - 1;
+        if (!m_sharesBlocks || room < std::max(nextLength, roomForLine)) {
             startBlock(false);
             return;
         }

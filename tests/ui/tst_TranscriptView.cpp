@@ -56,6 +56,7 @@ private slots:
     void copiesWhatWasPrinted();
     void showsNoRowForALineEndThatNothingFollows();
     void splitsALongLineButNoCharacter();
+    void cutsNoShortLineInAFlood();
     void takesAFloodPieceByPiece();
     void followsTheEndUnlessThePersonScrolledAway();
     void keepsItsPlaceWhenItsWidthChanges();
@@ -136,6 +137,19 @@ void tst_TranscriptView::splitsALongLineButNoCharacter()
     for (QTextBlock block = pane.view->document()->begin(); block.isValid(); block = block.next()) {
         QVERIFY(block.length() <= TranscriptView::maxBlockLength + 1);
         QVERIFY(block.text().isValidUtf16());
+    }
+}
+
+void tst_TranscriptView::cutsNoShortLineInAFlood()
+{
+    Pane pane;
+    const QString line = QStringLiteral("y").repeated(100);
+    pane.print((line + u'\n').repeated(5'000)); // shares blocks, and comes in several pieces
+    QTRY_VERIFY(pane.view->isCaughtUp());
+    QVERIFY(pane.view->blockCount() < 1'000);
+    for (QTextBlock block = pane.view->document()->begin(); block.isValid(); block = block.next()) {
+        for (const QString &row : block.text().split(QChar::LineSeparator))
+            QCOMPARE(row, line);
     }
 }
 
