@@ -129,7 +129,9 @@ QCoro::Task<Result<DeviceExecution>> DeviceLink::executeOnDeviceRaw(
         co_return m_client->isPausedAtBreakpoint() ? DeviceError::pausedAtBreakpoint()
                                                    : DeviceError::programRunning();
     }
-    while (m_deviceCommandInFlight) {
+    // A program that was started while this waited has the line as much as a command would: taking
+    // it now would swallow what the program prints, and its end.
+    while (m_deviceCommandInFlight || m_client->deviceProgramRunning()) {
         const bool elapsed = co_await m_sleeper.sleep(busyPollInterval);
         if (!elapsed || !life)
             co_return closedError();

@@ -58,10 +58,11 @@ public:
     /// Ctrl-D, whatever the board is doing; nothing while not connected.
     void softReset();
 
-    /// Waits until the line is free, then runs \p code on the board. Errors: `NotConnected`,
-    /// `ProgramRunning`, `PausedAtBreakpoint` (nothing was written), `NoRawREPL`, `TimedOut` (the
-    /// board may still be busy), `Closed` (this object has gone). \p timeout counts from when the
-    /// line is free; its whole seconds are named in the error.
+    /// Waits until the line is free, also of a program that was started meanwhile, then runs \p
+    /// code on the board. Errors: `NotConnected`, `ProgramRunning`, `PausedAtBreakpoint` (nothing
+    /// was written), `NoRawREPL`, `TimedOut` (the board may still be busy), `Closed` (this object
+    /// has gone). \p timeout counts from when the line is free; its whole seconds are named in the
+    /// error.
     [[nodiscard]] QCoro::Task<Result<DeviceExecution>> executeOnDeviceRaw(
         QString code, std::chrono::duration<double> timeout);
     /// The same, yielding the output alone; a traceback is an error of code `Remote`.

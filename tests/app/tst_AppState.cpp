@@ -313,7 +313,8 @@ private slots:
         shop.state->link().connectDevice(shop.board.port());
         QVERIFY(shop.isConnected());
         shop.run();
-        QTRY_VERIFY(shop.lines(before).join(u'\n').contains(u"OKdone\n>"_s));
+        QTRY_VERIFY2(shop.lines(before).join(u'\n').contains(u"OKdone\n>"_s),
+                     qPrintable(shop.text()));
         QCOMPARE(shop.lines(before).filter(u"error: "_s), QStringList());
         QCOMPARE(shop.lines().count(u"info: Device disconnected."_s), 1);
     }

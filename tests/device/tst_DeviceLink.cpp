@@ -274,8 +274,16 @@ private slots:
         QTRY_COMPARE(watched, "for the run");
         QCOMPARE(c.board.transcript(), u"^Ax^D"_s);
 
+        // The run is on the board now: the line is free of commands, but not of it.
         c.desk.link->serial().setDataInterceptor({});
+        c.desk.isProgramRunning = true;
         c.desk.link->setDeviceCommandInFlight(false);
+        c.desk.data.clear();
+        QTest::qWait(150); // three times the interval at which a waiting command looks
+        c.board.send("printed");
+        QTRY_COMPARE(c.desk.data, "printed");
+        QCOMPARE(c.board.transcript(), u"^Ax^D"_s);
+        c.desk.isProgramRunning = false;
         QCOMPARE(told(awaited(std::move(queued))), u"y|"_s);
     }
 
