@@ -1,13 +1,32 @@
 #include "editor/CodeEditorView.h"
 
-#include <QEvent>
+#include "editor/EditorColours.h"
+#include "editor/EditorSearch.h"
+#include "editor/GoToLineBar.h"
+#include "editor/LineNumberRulerView.h"
+#include "editor/PythonTextStorage.h"
+
+#include <QAction>
+#include <QContextMenuEvent>
+#include <QFontDatabase>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QMimeData>
 #include <QScopedValueRollback>
+#include <QScrollBar>
+#include <QTextBlock>
 
 #include <algorithm>
 
 namespace Korvane {
+
+namespace {
+
+constexpr int codePixelSize = 13;
+constexpr int textMargin = 5;
+constexpr int tabWidthInBlanks = 4;
+
+} // namespace
 
 CodeEditorView::CodeEditorView(QWidget *parent)
     : QPlainTextEdit(parent)
@@ -16,41 +35,296 @@ CodeEditorView::CodeEditorView(QWidget *parent)
     setFrameShape(QFrame::NoFrame);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    document()->setDocumentMargin(8);
-    setTabWidth();
-    // Not textChanged, which also tells of formats.
-    connect(document(), &QTextDocument::contentsChange, this,
-            [this](int, int charactersRemoved, int charactersAdded) {
-                if (!m_isSetting && (charactersRemoved > 0 || charactersAdded > 0))
-                    emit textEdited(text());
-            });
+    setFont(codeFont());
+
+    m_findAction = makeAction(tr("Find…"), QKeySequence::Find);
+    m_findNextAction = makeAction(tr("Find Next"), Qt::Key_F3);
+    m_findPreviousAction = makeAction(tr("Find Previous"), Qt::SHIFT | Qt::Key_F3);
+    m_goToLineAction = makeAction(tr("Go to Line…"), Qt::CTRL | Qt::Key_G);
+    m_toggleBreakpointAction = makeAction(tr("Toggle Breakpoint"), Qt::Key_F9);
+
+    m_storage = makeStorage();
+    setDocument(m_storage);
+    m_places[m_shownID].storage = m_storage;
+
+    m_ruler = new LineNumberRulerView(*this);
+    m_ruler->onToggleBreakpoint = [this](int line) { emit onToggleBreakpoint(line); };
+    m_search = new EditorSearch(*this);
+    m_goToLineBar = new GoToLineBar(this);
+
+    connect(m_findAction, &QAction::triggered, m_search, &EditorSearch::open);
+    connect(m_findNextAction, &QAction::triggered, m_search, &EditorSearch::findNext);
+    connect(m_findPreviousAction, &QAction::triggered, m_search, &EditorSearch::findPrevious);
+    connect(m_goToLineAction, &QAction::triggered, this, [this] {
+        m_goToLineBar->setLine(currentLine(), blockCount());
+        setBar(m_goToLineBar);
+    });
+    connect(m_toggleBreakpointAction, &QAction::triggered, this,
+            [this] { emit onToggleBreakpoint(currentLine()); });
+    connect(m_goToLineBar, &EditorBar::closeRequested, this, [this] { setBar(nullptr); });
+    connect(m_goToLineBar, &GoToLineBar::lineChosen, this, [this](int line) {
+        setBar(nullptr);
+        goToLine(line);
+    });
+
+    connect(this, &QPlainTextEdit::updateRequest, m_ruler, [this](const QRect &rect, int scrolled) {
+        if (scrolled != 0)
+            m_ruler->scroll(0, scrolled);
+        else
+            m_ruler->update(0, rect.y(), m_ruler->width(), rect.height());
+    });
+    connect(this, &QPlainTextEdit::blockCountChanged, this, &CodeEditorView::layOut);
+    connect(this, &QPlainTextEdit::cursorPositionChanged, this, [this] {
+        if (!m_isSwitching)
+            m_places[m_shownID].isCaretPlaced = true;
+    });
+    layOut();
 }
 
-QString CodeEditorView::text() const
+const QFont &CodeEditorView::codeFont()
 {
-    // toPlainText would turn no-break spaces into blanks.
-    QString text = document()->toRawText();
-    return text.replace(QChar::ParagraphSeparator, u'\n');
+    static const QFont font = [] {
+        QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+        fixed.setStyleHint(QFont::Monospace); // where the desktop names a font that is not there
+        fixed.setFixedPitch(true);
+        fixed.setWeight(QFont::Normal);
+        fixed.setPixelSize(codePixelSize);
+        return fixed;
+    }();
+    return font;
+}
+
+QAction *CodeEditorView::makeAction(const QString &text, const QKeySequence &key)
+{
+    auto *action = new QAction(text, this);
+    action->setShortcut(key);
+    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    addAction(action);
+    return action;
+}
+
+PythonTextStorage *CodeEditorView::makeStorage()
+{
+    auto *storage = new PythonTextStorage(EditorColours::of(palette()), this);
+    storage->setDocumentMargin(textMargin);
+    // A line that begins with a word in a right-to-left script is a line of code all the same.
+    QTextOption option = storage->defaultTextOption();
+    option.setTextDirection(Qt::LeftToRight);
+    option.setWrapMode(wordWrapMode());
+    storage->setDefaultTextOption(option);
+    setCodeFont(*storage);
+
+    connect(storage, &PythonTextStorage::coloured, this, [this, storage] {
+        if (storage == m_storage)
+            showColours();
+    });
+    connect(storage, &PythonTextStorage::edited, this,
+            [this, storage] { emit textEdited(storage->text()); });
+    connect(storage, &QTextDocument::contentsChanged, this, &CodeEditorView::contentShown);
+    return storage;
+}
+
+void CodeEditorView::showDocument(const QUuid &id, const QString &text)
+{
+    if (id == m_shownID && !m_isShownClosed) {
+        setText(text);
+        return;
+    }
+    const QScopedValueRollback guard(m_isSwitching, true);
+    const int position = textCursor().selectionStart();
+    leaveDocument();
+
+    Place &place = m_places[id];
+    if (!place.storage)
+        place.storage = makeStorage();
+    if (place.storage->text() != text) {
+        place.storage->setText(text);
+        place.isCaretPlaced = false;
+    }
+    m_shownID = id;
+    m_isShownClosed = false;
+    PythonTextStorage *left = std::exchange(m_storage, place.storage);
+    setDocument(m_storage);
+    if (m_places.value(id).isCaretPlaced)
+        setTextCursor(place.caret);
+    else
+        putCaret(position);
+    verticalScrollBar()->setValue(
+        m_storage->findBlockByNumber(place.firstVisibleLine - 1).firstLineNumber());
+    if (std::none_of(m_places.cbegin(), m_places.cend(),
+                     [&](const Place &other) { return other.storage == left; }))
+        delete left;
+    layOut();
+    m_ruler->update();
+    emit contentShown();
+}
+
+/// Notes how the shown document is left, or that it need not be kept.
+void CodeEditorView::leaveDocument()
+{
+    if (m_isShownClosed) {
+        m_places.remove(m_shownID);
+        return;
+    }
+    Place &place = m_places[m_shownID];
+    place.caret = textCursor();
+    place.firstVisibleLine = firstVisibleBlock().blockNumber() + 1;
+}
+
+void CodeEditorView::keepDocuments(const QSet<QUuid> &ids)
+{
+    m_isShownClosed = !ids.contains(m_shownID);
+    for (auto place = m_places.begin(); place != m_places.end();) {
+        if (ids.contains(place.key()) || place.key() == m_shownID) {
+            ++place;
+        } else {
+            delete place->storage;
+            place = m_places.erase(place);
+        }
+    }
+}
+
+const QString &CodeEditorView::text() const
+{
+    return m_storage->text();
 }
 
 void CodeEditorView::setText(const QString &text)
 {
-    if (text == this->text())
+    if (text == m_storage->text())
         return;
-    const QScopedValueRollback guard(m_isSetting, true);
     const int position = textCursor().selectionStart();
-    setPlainText(text);
-    QTextCursor cursor = textCursor();
-    cursor.setPosition(std::min(position, document()->characterCount() - 1));
-    setTextCursor(cursor);
+    m_storage->setText(text);
+    putCaret(position);
 }
 
-void CodeEditorView::insertFromMimeData(const QMimeData *source)
+void CodeEditorView::putCaret(int position)
 {
-    // Qt 6.4 takes the first of the formats without a look at whether there is one: pasting from
-    // an empty clipboard would crash.
-    if (source->hasText())
-        insertPlainText(source->text());
+    QTextCursor caret(m_storage);
+    caret.setPosition(std::min(position, m_storage->characterCount() - 1));
+    setTextCursor(caret);
+}
+
+void CodeEditorView::setBreakpoints(const QSet<int> &lines)
+{
+    m_ruler->setBreakpoints(lines);
+}
+
+void CodeEditorView::setActiveBreakpoints(const QSet<int> &lines)
+{
+    m_ruler->setActiveBreakpoints(lines);
+}
+
+void CodeEditorView::setPausedLine(std::optional<int> line)
+{
+    if (line == m_ruler->pausedLine())
+        return;
+    m_ruler->setPausedLine(line);
+    if (line)
+        scrollTo(*line <= blockCount() ? *line : 1);
+}
+
+/// Shows the line, in the middle unless it is in view already. The caret stays.
+void CodeEditorView::scrollTo(int line)
+{
+    for (const LineRows &rows : visibleLines()) {
+        if (rows.line == line && rows.top >= 0
+            && rows.top + rows.firstRowHeight <= viewport()->height())
+            return;
+    }
+    const QTextBlock block = m_storage->findBlockByNumber(line - 1);
+    const int half = viewport()->height() / fontMetrics().lineSpacing() / 2;
+    verticalScrollBar()->setValue(std::max(0, block.firstLineNumber() - half));
+    // Wrapped lines above it may have pushed it out of view again.
+    const QList<LineRows> shown = visibleLines();
+    if (!shown.isEmpty() && shown.last().line <= line)
+        verticalScrollBar()->setValue(block.firstLineNumber());
+}
+
+int CodeEditorView::currentLine() const
+{
+    return textCursor().blockNumber() + 1;
+}
+
+void CodeEditorView::goToLine(int line)
+{
+    const int number = std::clamp(line, 1, blockCount());
+    const QTextBlock block = m_storage->findBlockByNumber(number - 1);
+    scrollTo(number);
+    setTextCursor(QTextCursor(block));
+}
+
+void CodeEditorView::select(int position, int length)
+{
+    QTextCursor selection(m_storage);
+    selection.setPosition(position);
+    scrollTo(selection.blockNumber() + 1);
+    selection.setPosition(position + length, QTextCursor::KeepAnchor);
+    setTextCursor(selection);
+}
+
+QList<CodeEditorView::LineRows> CodeEditorView::visibleLines() const
+{
+    QList<LineRows> lines;
+    for (QTextBlock block = firstVisibleBlock(); block.isValid(); block = block.next()) {
+        const qreal top = blockBoundingGeometry(block).translated(contentOffset()).top();
+        if (top >= viewport()->height())
+            break;
+        const QTextLayout *layout = block.layout();
+        if (layout->lineCount() == 0)
+            continue;
+        const QRectF first = layout->lineAt(0).rect();
+        const QRectF last = layout->lineAt(layout->lineCount() - 1).rect();
+        lines.append({block.blockNumber() + 1, top + first.top(), first.height(),
+                      last.bottom() - first.top()});
+    }
+    return lines;
+}
+
+std::pair<int, int> CodeEditorView::visibleRange() const
+{
+    const QTextBlock first = firstVisibleBlock();
+    QTextBlock last = first;
+    for (int rows = viewport()->height() / fontMetrics().lineSpacing(); rows >= 0; --rows) {
+        if (last.next().isValid())
+            last = last.next();
+    }
+    return {first.position(), last.position() + last.length() - 1};
+}
+
+/// As many lines as fit if none is wrapped; at most a few below the viewport are coloured in vain.
+void CodeEditorView::showColours()
+{
+    const int rows = viewport()->height() / fontMetrics().lineSpacing();
+    m_storage->showColours(firstVisibleBlock(), rows + 2);
+}
+
+void CodeEditorView::setBar(EditorBar *bar)
+{
+    EditorBar *old = std::exchange(m_bar, bar);
+    if (old && old != bar)
+        old->hide();
+    layOut();
+    if (bar) {
+        bar->show();
+        bar->takeFocus();
+    } else {
+        setFocus();
+    }
+    emit barChanged();
+}
+
+void CodeEditorView::layOut()
+{
+    const int thickness = m_ruler->thickness();
+    const int barHeight = m_bar ? m_bar->sizeHint().height() : 0;
+    if (const QMargins margins(thickness, barHeight, 0, 0); margins != viewportMargins())
+        setViewportMargins(margins);
+    const QRect area = viewport()->geometry();
+    m_ruler->setGeometry(area.left() - thickness, area.top(), thickness, area.height());
+    if (m_bar)
+        m_bar->setGeometry(area.left() - thickness, area.top() - barHeight,
+                           area.width() + thickness, barHeight);
 }
 
 bool CodeEditorView::focusNextPrevChild(bool next)
@@ -64,22 +338,87 @@ bool CodeEditorView::focusNextPrevChild(bool next)
 
 void CodeEditorView::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_Tab && event->modifiers() == Qt::NoModifier)
-        textCursor().insertText(QStringLiteral("    "));
-    else
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (event->key() == Qt::Key_Tab && event->modifiers() == Qt::NoModifier) {
+        textCursor().insertText(QString(tabWidthInBlanks, u' '));
+        ensureCursorVisible();
+    } else if (event->key() == Qt::Key_Escape && m_bar) {
+        setBar(nullptr);
+    } else if (isReturn && (event->modifiers() & Qt::ShiftModifier)) {
+        // The toolkit would insert a line separator, which Python does not take for a line end.
+        textCursor().insertText(QStringLiteral("\n"));
+        ensureCursorVisible();
+    } else {
         QPlainTextEdit::keyPressEvent(event);
+    }
+}
+
+void CodeEditorView::paintEvent(QPaintEvent *event)
+{
+    showColours(); // of lines that came into view
+    QPlainTextEdit::paintEvent(event);
+}
+
+void CodeEditorView::resizeEvent(QResizeEvent *event)
+{
+    QPlainTextEdit::resizeEvent(event);
+    layOut();
+    emit contentShown();
 }
 
 void CodeEditorView::changeEvent(QEvent *event)
 {
     QPlainTextEdit::changeEvent(event);
-    if (event->type() == QEvent::FontChange)
-        setTabWidth();
+    if (!m_storage)
+        return;
+    if (event->type() == QEvent::FontChange) {
+        for (const Place &place : std::as_const(m_places))
+            setCodeFont(*place.storage);
+    } else if (event->type() == QEvent::PaletteChange) {
+        for (const Place &place : std::as_const(m_places))
+            place.storage->setColours(EditorColours::of(palette()));
+        m_ruler->update();
+        emit contentShown();
+    }
 }
 
-void CodeEditorView::setTabWidth()
+void CodeEditorView::setCodeFont(PythonTextStorage &storage) const
 {
-    setTabStopDistance(4 * fontMetrics().horizontalAdvance(u' '));
+    storage.setDefaultFont(font());
+    QTextOption option = storage.defaultTextOption();
+    option.setTabStopDistance(tabWidthInBlanks * QFontMetricsF(font()).horizontalAdvance(u' '));
+    storage.setDefaultTextOption(option);
+}
+
+void CodeEditorView::contextMenuEvent(QContextMenuEvent *event)
+{
+    QMenu *menu = createStandardContextMenu(event->pos());
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addSeparator();
+    menu->addActions({m_findAction, m_goToLineAction});
+    menu->addSeparator();
+    menu->addAction(m_toggleBreakpointAction);
+    menu->popup(event->globalPos());
+}
+
+QMimeData *CodeEditorView::createMimeDataFromSelection() const
+{
+    // The toolkit's own text of a selection has blanks for no-break spaces.
+    const QTextCursor selection = textCursor();
+    auto *copied = new QMimeData;
+    copied->setText(text().mid(selection.selectionStart(),
+                               selection.selectionEnd() - selection.selectionStart()));
+    return copied;
+}
+
+void CodeEditorView::insertFromMimeData(const QMimeData *source)
+{
+    // The toolkit takes the first of the formats without a look at whether there is one: pasting
+    // from an empty clipboard would crash.
+    if (!source->hasText())
+        return;
+    textCursor().insertText(source->text());
+    ensureCursorVisible();
 }
 
 } // namespace Korvane

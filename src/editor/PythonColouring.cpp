@@ -22,12 +22,10 @@ public:
         add(PythonColouring::keywords(), PythonToken::Keyword);
     }
 
-    /// Plain when \p word, which starts with an ASCII letter or underscore, is none of them.
+    /// Plain when \p word is none of them.
     [[nodiscard]] PythonToken find(QStringView word) const
     {
-        if (word.size() > m_longest)
-            return PythonToken::Plain;
-        for (const auto &[entry, token] : m_byFirst[word.front().unicode()]) {
+        for (const auto &[entry, token] : m_buckets[bucket(word)]) {
             if (entry == word)
                 return token;
         }
@@ -41,16 +39,20 @@ private:
         PythonToken token;
     };
 
+    static size_t bucket(QStringView word)
+    {
+        // Tells nearly all of them apart, and most other words from them.
+        const auto size = static_cast<size_t>(word.size());
+        return (word.front().unicode() * 37U + word.back().unicode() * 5U + size) % bucketCount;
+    }
     void add(const Words &words, PythonToken token)
     {
-        for (const QStringView word : words) {
-            m_byFirst[word.front().unicode()].push_back({word, token});
-            m_longest = std::max(m_longest, word.size());
-        }
+        for (const QStringView word : words)
+            m_buckets[bucket(word)].push_back({word, token});
     }
 
-    std::array<std::vector<Entry>, 128> m_byFirst;
-    qsizetype m_longest = 0;
+    static constexpr size_t bucketCount = 1024;
+    std::array<std::vector<Entry>, bucketCount> m_buckets;
 };
 
 /// What an ASCII character may begin.

@@ -1,0 +1,72 @@
+#include "editor/EditorBar.h"
+
+#include "editor/EditorColours.h"
+
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QPainter>
+#include <QToolButton>
+
+namespace Korvane {
+
+EditorBar::EditorBar(QWidget *parent)
+    : QWidget(parent)
+    , m_controls(new QHBoxLayout)
+    , m_field(new QLineEdit)
+{
+    hide();
+    // Otherwise a click beside the field would go on to the text below.
+    setAttribute(Qt::WA_NoMousePropagation);
+    setFocusPolicy(Qt::ClickFocus);
+    setFocusProxy(m_field);
+    setAutoFillBackground(true);
+    setBackgroundRole(QPalette::Window);
+    setFont(QGuiApplication::font()); // not the code's
+
+    auto *row = new QHBoxLayout(this);
+    row->setContentsMargins(8, 4, 6, 5);
+    row->setSpacing(4);
+    m_controls->setSpacing(4);
+    row->addLayout(m_controls, 1);
+    QToolButton *close = makeButton(QStringLiteral("×"), tr("Close (Esc)"));
+    close->setObjectName(QStringLiteral("closeBar"));
+    row->addWidget(close);
+    connect(close, &QToolButton::clicked, this, &EditorBar::closeRequested);
+}
+
+void EditorBar::takeFocus()
+{
+    m_field->setFocus(Qt::ShortcutFocusReason);
+    m_field->selectAll();
+}
+
+QToolButton *EditorBar::makeButton(const QString &sign, const QString &toolTip)
+{
+    auto *button = new QToolButton(this);
+    button->setText(sign);
+    button->setToolTip(toolTip);
+    button->setAccessibleName(toolTip);
+    button->setAutoRaise(true);
+    button->setCursor(Qt::ArrowCursor);
+    return button;
+}
+
+void EditorBar::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape)
+        emit closeRequested();
+    else
+        event->accept(); // nothing that is typed here is meant for the text
+}
+
+void EditorBar::paintEvent(QPaintEvent *event)
+{
+    QWidget::paintEvent(event);
+    QPainter painter(this);
+    painter.fillRect(0, height() - 1, width(), 1,
+                     EditorColours::of(palette()).color(EditorColours::Role::Separator));
+}
+
+} // namespace Korvane

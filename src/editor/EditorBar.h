@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QWidget>
+
+class QHBoxLayout;
+class QLineEdit;
+class QToolButton;
+
+namespace Korvane {
+
+/// A row of controls above the text, with a field first. Escape and its button at the right ask to
+/// close it. A click on anything in it puts the focus into the field.
+class EditorBar : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit EditorBar(QWidget *parent);
+
+    /// Puts the focus into the field and selects what is there.
+    void takeFocus();
+
+signals:
+    void closeRequested();
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+    [[nodiscard]] QLineEdit *field() const { return m_field; }
+    /// Where controls go, from the left, ahead of the button that closes.
+    [[nodiscard]] QHBoxLayout *controls() const { return m_controls; }
+    /// A flat button whose whole meaning is in its tooltip, which is read out as well.
+    QToolButton *makeButton(const QString &sign, const QString &toolTip);
+
+private:
+    QHBoxLayout *m_controls;
+    QLineEdit *m_field;
+};
+
+} // namespace Korvane

@@ -1,0 +1,88 @@
+#include "editor/EditorColours.h"
+
+namespace Korvane {
+
+EditorColours::EditorColours(const Colours &colours)
+    : m_colours(colours)
+{
+}
+
+const EditorColours &EditorColours::light()
+{
+    static const EditorColours colours({
+        QColor(0x1c, 0x1c, 0x20), // Label
+        QColor(0x5b, 0x5c, 0x64), // SecondaryLabel
+        QColor(0x67, 0x68, 0x70), // SystemGray
+        QColor(0x1b, 0x75, 0x38), // SystemGreen
+        QColor(0x98, 0x2e, 0xb4), // SystemPurple
+        QColor(0x54, 0x3f, 0xd0), // SystemIndigo
+        QColor(0x00, 0x5f, 0xc9), // SystemBlue
+        QColor(0xa8, 0x50, 0x00), // SystemOrange
+        QColor(0x00, 0x70, 0x7d), // SystemTeal
+        QColor(0xd3, 0xd4, 0xda), // Separator
+        QColor(0xff, 0xc4, 0x00), // SystemYellow
+        QColor(0xe0, 0x2b, 0x35), // SystemRed
+        QColor(0xff, 0xe3, 0x8a), // FoundText
+    });
+    return colours;
+}
+
+const EditorColours &EditorColours::dark()
+{
+    static const EditorColours colours({
+        QColor(0xec, 0xed, 0xf1), // Label
+        QColor(0xad, 0xaf, 0xb9), // SecondaryLabel
+        QColor(0xa0, 0xa2, 0xab), // SystemGray
+        QColor(0x5f, 0xcb, 0x7e), // SystemGreen
+        QColor(0xdb, 0x93, 0xf2), // SystemPurple
+        QColor(0xa8, 0xa0, 0xff), // SystemIndigo
+        QColor(0x6c, 0xb2, 0xff), // SystemBlue
+        QColor(0xf2, 0xa3, 0x52), // SystemOrange
+        QColor(0x55, 0xd0, 0xd8), // SystemTeal
+        QColor(0x3c, 0x3e, 0x46), // Separator
+        QColor(0xff, 0xd6, 0x0a), // SystemYellow
+        QColor(0xff, 0x5a, 0x52), // SystemRed
+        QColor(0x5f, 0x50, 0x14), // FoundText
+    });
+    return colours;
+}
+
+const EditorColours &EditorColours::of(const QPalette &palette)
+{
+    const bool isDark =
+        palette.color(QPalette::Base).lightness() < palette.color(QPalette::Text).lightness();
+    return isDark ? dark() : light();
+}
+
+EditorColours::Role EditorColours::role(PythonToken token)
+{
+    switch (token) {
+    case PythonToken::Plain:
+        return Role::Label;
+    case PythonToken::Comment:
+        return Role::SystemGray;
+    case PythonToken::String:
+        return Role::SystemGreen;
+    case PythonToken::Number:
+        return Role::SystemPurple;
+    case PythonToken::BuiltInName:
+        return Role::SystemIndigo;
+    case PythonToken::Keyword:
+    case PythonToken::FunctionName:
+        return Role::SystemBlue;
+    case PythonToken::Decorator:
+        return Role::SystemOrange;
+    case PythonToken::ClassName:
+        return Role::SystemTeal;
+    }
+    Q_UNREACHABLE();
+}
+
+QColor EditorColours::pausedBand() const
+{
+    QColor band = color(Role::SystemYellow);
+    band.setAlphaF(pausedBandOpacity);
+    return band;
+}
+
+} // namespace Korvane

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "editor/TextSearch.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <vector>
+
+namespace Korvane {
+
+class CodeEditorView;
+class FindBar;
+
+/// Finds text in the editor: owns the find bar and knows all places where the document that is
+/// shown has what is looked for.
+class EditorSearch final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit EditorSearch(CodeEditorView &view);
+
+    /// Shows the bar with the selected text, if that is part of one line.
+    void open();
+    /// Select the next or previous place from the caret on, and begin again at the other end of the
+    /// text; without a query they open the bar.
+    void findNext();
+    void findPrevious();
+
+private:
+    using Places = std::vector<int>;
+
+    void searchFromOrigin();
+    void searchAgain();
+    void refresh();
+    void select(int position);
+    void showCount();
+    void showFound();
+    [[nodiscard]] Places::const_iterator firstFrom(int position) const;
+
+    CodeEditorView &m_view;
+    FindBar *m_bar;
+    QTimer m_delay;
+    TextSearch m_search;
+    Places m_found;
+    bool m_isStale = true;
+    /// Where the caret was when the person began to type: each key in the query looks from there.
+    int m_origin = 0;
+    bool m_isSelecting = false;
+};
+
+} // namespace Korvane

@@ -1,0 +1,170 @@
+#include "editor/LineNumberRulerView.h"
+
+#include "editor/CodeEditorView.h"
+#include "editor/EditorColours.h"
+
+#include <QFontMetricsF>
+#include <QGuiApplication>
+#include <QMouseEvent>
+#include <QPainter>
+
+#include <algorithm>
+#include <cmath>
+
+namespace Korvane {
+
+namespace {
+
+constexpr int numberPixelSize = 11;
+
+QString listed(const QSet<int> &lines)
+{
+    QList<int> sorted(lines.cbegin(), lines.cend());
+    std::sort(sorted.begin(), sorted.end());
+    QStringList numbers;
+    for (const int line : std::as_const(sorted))
+        numbers << QString::number(line);
+    return numbers.join(QStringLiteral(", "));
+}
+
+} // namespace
+
+LineNumberRulerView::LineNumberRulerView(CodeEditorView &textView)
+    : QWidget(&textView)
+    , m_textView(&textView)
+{
+    setObjectName(QStringLiteral("gutter"));
+    setCursor(Qt::PointingHandCursor);
+    setContextMenuPolicy(Qt::PreventContextMenu); // the editor's would speak of another line
+    setAccessibleName(tr("Line numbers and breakpoints"));
+    describe();
+}
+
+void LineNumberRulerView::setBreakpoints(const QSet<int> &lines)
+{
+    if (lines == m_breakpoints)
+        return;
+    m_breakpoints = lines;
+    describe();
+    update();
+}
+
+void LineNumberRulerView::setActiveBreakpoints(const QSet<int> &lines)
+{
+    if (lines == m_activeBreakpoints)
+        return;
+    m_activeBreakpoints = lines;
+    describe();
+    update();
+}
+
+void LineNumberRulerView::setPausedLine(std::optional<int> line)
+{
+    if (line == m_pausedLine)
+        return;
+    m_pausedLine = line;
+    describe();
+    update();
+}
+
+int LineNumberRulerView::thickness() const
+{
+    const int lineCount = m_textView->blockCount();
+    if (lineCount < 1000)
+        return standardThickness;
+    constexpr qreal gap = 3;
+    const QString widest(QString::number(lineCount).size(), u'9');
+    const qreal number = QFontMetricsF(numberFont(QFont::Bold)).horizontalAdvance(widest);
+    const qreal needed = markerColumn + markerDiameter / 2 + gap + number + numberMargin;
+    return std::max(standardThickness, static_cast<int>(std::ceil(needed)));
+}
+
+void LineNumberRulerView::paintEvent(QPaintEvent *event)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillRect(event->rect(), palette().color(QPalette::Window));
+    const EditorColours &colours = EditorColours::of(palette());
+    const QFont font = numberFont(QFont::Normal);
+    const QFont pausedFont = numberFont(QFont::Bold);
+    const QColor red = colours.color(EditorColours::Role::SystemRed);
+
+    for (const CodeEditorView::LineRows &row : m_textView->visibleLines()) {
+        const QRectF rows(0, row.top, width(), row.height);
+        if (!rows.intersects(event->rect()))
+            continue;
+        const bool isPaused = row.line == m_pausedLine;
+        if (isPaused)
+            painter.fillRect(rows, colours.pausedBand());
+
+        const bool hasBreakpoint = m_breakpoints.contains(row.line);
+        if (hasBreakpoint || m_activeBreakpoints.contains(row.line)) {
+            const QPointF centre(markerColumn, row.top + row.firstRowHeight / 2);
+            painter.setPen(hasBreakpoint ? QPen(Qt::NoPen) : QPen(red, activeMarkerWidth));
+            painter.setBrush(hasBreakpoint ? QBrush(red) : QBrush(Qt::NoBrush));
+            painter.drawEllipse(centre, markerDiameter / 2, markerDiameter / 2);
+        }
+
+        painter.setFont(isPaused ? pausedFont : font);
+        painter.setPen(colours.color(isPaused ? EditorColours::Role::Label
+                                              : EditorColours::Role::SecondaryLabel));
+        painter.drawText(QRectF(0, row.top, width() - numberMargin, row.firstRowHeight),
+                         Qt::AlignRight | Qt::AlignTop | Qt::TextDontClip,
+                         QString::number(row.line));
+    }
+    painter.fillRect(QRectF(width() - 1, 0, 1, height()),
+                     colours.color(EditorColours::Role::Separator));
+}
+
+void LineNumberRulerView::mousePressEvent(QMouseEvent *event)
+{
+    event->accept(); // wherever it is, it is not meant for the text
+    if (event->button() != Qt::LeftButton)
+        return;
+    for (const CodeEditorView::LineRows &row : m_textView->visibleLines()) {
+        const qreal y = event->position().y() - row.top;
+        if (y >= 0 && y < row.height) {
+            if (onToggleBreakpoint)
+                onToggleBreakpoint(row.line);
+            return;
+        }
+    }
+}
+
+void LineNumberRulerView::mouseMoveEvent(QMouseEvent *event)
+{
+    event->accept();
+}
+
+void LineNumberRulerView::mouseReleaseEvent(QMouseEvent *event)
+{
+    event->accept();
+}
+
+void LineNumberRulerView::describe()
+{
+    QStringList parts;
+    if (!m_breakpoints.isEmpty())
+        parts << (m_breakpoints.size() == 1 ? tr("Breakpoint on line %1")
+                                            : tr("Breakpoints on lines %1"))
+                     .arg(listed(m_breakpoints));
+    if (const QSet<int> rest = m_activeBreakpoints - m_breakpoints; !rest.isEmpty())
+        parts << (rest.size() == 1 ? tr("still armed on line %1") : tr("still armed on lines %1"))
+                     .arg(listed(rest));
+    if (m_pausedLine)
+        parts << tr("paused at line %1").arg(*m_pausedLine);
+    QString description = parts.isEmpty() ? tr("No breakpoints") : parts.join(tr("; "));
+    description[0] = description[0].toUpper();
+    setAccessibleDescription(description);
+}
+
+QFont LineNumberRulerView::numberFont(QFont::Weight weight) const
+{
+    // The desktop's own font: the digits of nearly all such fonts are of one width.
+    QFont font = QGuiApplication::font();
+    font.setPixelSize(numberPixelSize);
+    font.setWeight(weight);
+    return font;
+}
+
+} // namespace Korvane

@@ -1,0 +1,448 @@
+#include "editor/CodeEditorView.h"
+#include "editor/EditorColours.h"
+#include "editor/LineNumberRulerView.h"
+#include "editor/PythonTextStorage.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMimeData>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTextBlock>
+#include <QToolButton>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A text of numbered lines.
+QString numbered(int lineCount)
+{
+    QString text;
+    for (int line = 1; line <= lineCount; ++line)
+        text += u"line_%1 = 'text'\n"_s.arg(line);
+    return text;
+}
+
+/// The editor on the screen, with the focus.
+struct Desk
+{
+    explicit Desk(const QString &text = {})
+        : document(QUuid::createUuid())
+    {
+        editor.resize(400, 300);
+        editor.showDocument(document, text);
+        editor.show();
+        editor.activateWindow();
+        if (!QTest::qWaitForWindowActive(&editor))
+            qFatal("the editor never became active");
+    }
+
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        QTest::keyClick(editor.windowHandle(), key, modifiers);
+    }
+    void type(const QString &text) { QTest::keyClicks(QApplication::focusWidget(), text); }
+    void putCaret(int position, int anchor = -1)
+    {
+        QTextCursor caret = editor.textCursor();
+        caret.setPosition(anchor < 0 ? position : anchor);
+        caret.setPosition(position, QTextCursor::KeepAnchor);
+        editor.setTextCursor(caret);
+    }
+    int caret() { return editor.textCursor().position(); }
+    template <typename T> T *find(const char *name)
+    {
+        return editor.findChild<T *>(QString::fromLatin1(name));
+    }
+    LineNumberRulerView *gutter() { return find<LineNumberRulerView>("gutter"); }
+    bool shows(int line)
+    {
+        for (const CodeEditorView::LineRows &rows : editor.visibleLines()) {
+            if (rows.line == line)
+                return rows.top >= 0 && rows.top + rows.height <= editor.viewport()->height();
+        }
+        return false;
+    }
+    /// The colour of the gutter at that x, in the middle of the line's first row.
+    QColor pixel(double x, int line)
+    {
+        const QImage image = gutter()->grab().toImage();
+        const CodeEditorView::LineRows rows = editor.visibleLines().at(line - 1);
+        const double ratio = image.devicePixelRatio();
+        return image.pixelColor(int(x * ratio), int((rows.top + rows.firstRowHeight / 2) * ratio));
+    }
+    QString found() { return find<QLabel>("findCount")->text(); }
+
+    QUuid document;
+    CodeEditorView editor;
+};
+
+} // namespace
+
+class tst_CodeEditorView final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void typesBlanksForTabs()
+    {
+        Desk desk(u"abc\n"_s);
+        QSignalSpy edited(&desk.editor, &CodeEditorView::textEdited);
+        desk.press(Qt::Key_Tab);
+        QCOMPARE(edited.takeLast(), QVariantList{u"    abc\n"_s});
+        desk.putCaret(6, 4);
+        desk.press(Qt::Key_Tab);
+        QCOMPARE(desk.editor.text(), u"        c\n"_s);
+        desk.press(Qt::Key_Return, Qt::ShiftModifier);
+        QCOMPARE(desk.editor.text(), u"        \nc\n"_s);
+        const QTextOption option = desk.editor.document()->defaultTextOption();
+        QCOMPARE(option.tabStopDistance(),
+                 4 * QFontMetricsF(desk.editor.font()).horizontalAdvance(u' '));
+    }
+
+    void copiesAndPastesExactly()
+    {
+        const QString odd = u"a\u00A0\u2028b\tשלום\ne\u0301🐍"_s;
+        Desk desk(odd);
+        desk.press(Qt::Key_A, Qt::ControlModifier);
+        desk.press(Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(QApplication::clipboard()->text(), odd);
+        desk.press(Qt::Key_End, Qt::ControlModifier);
+        desk.press(Qt::Key_V, Qt::ControlModifier);
+        QCOMPARE(desk.editor.text(), odd + odd);
+        QApplication::clipboard()->setText(u"x\r\ny"_s);
+        desk.press(Qt::Key_A, Qt::ControlModifier);
+        desk.press(Qt::Key_V, Qt::ControlModifier);
+        QCOMPARE(desk.editor.text(), u"x\ny"_s);
+    }
+
+    void keepsEachDocumentToItself()
+    {
+        Desk desk(numbered(200));
+        QSignalSpy edited(&desk.editor, &CodeEditorView::textEdited);
+        desk.press(Qt::Key_End, Qt::ControlModifier);
+        desk.type(u"first"_s);
+        const QString first = desk.editor.text();
+        const int firstCaret = desk.caret();
+        const int firstScroll = desk.editor.verticalScrollBar()->value();
+        edited.clear();
+
+        const QUuid other = QUuid::createUuid();
+        desk.editor.showDocument(other, u"short"_s);
+        QCOMPARE(desk.caret(), 5); // the caret stays, as far as the text goes
+        QVERIFY(!desk.editor.document()->isUndoAvailable());
+        desk.press(Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(desk.editor.text(), u"short"_s);
+        QVERIFY(edited.isEmpty()); // being shown is no edit
+        desk.press(Qt::Key_Home);
+        desk.type(u"a "_s);
+
+        desk.editor.showDocument(desk.document, first);
+        QCOMPARE(desk.caret(), firstCaret);
+        QCOMPARE(desk.editor.verticalScrollBar()->value(), firstScroll);
+        desk.press(Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(desk.editor.text(), numbered(200));
+        desk.press(Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(desk.editor.text(), numbered(200));
+
+        desk.editor.showDocument(other, u"a short"_s);
+        QCOMPARE(desk.caret(), 2);
+        desk.press(Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(desk.editor.text(), u"short"_s);
+        desk.press(Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(desk.editor.text(), u"a short"_s);
+
+        desk.editor.keepDocuments({desk.document}); // the other was closed
+        desk.editor.showDocument(desk.document, numbered(200));
+        QVERIFY(desk.editor.document()->isRedoAvailable());
+        desk.editor.showDocument(other, u"a short"_s);
+        QVERIFY(!desk.editor.document()->isUndoAvailable());
+        QCOMPARE(desk.editor.findChildren<PythonTextStorage *>().size(), 2);
+    }
+
+    void takesTextFromOutside()
+    {
+        Desk desk(u"some text"_s);
+        QSignalSpy edited(&desk.editor, &CodeEditorView::textEdited);
+        desk.putCaret(7, 5);
+        desk.editor.setText(u"another text"_s);
+        QCOMPARE(desk.caret(), 5);
+        QVERIFY(!desk.editor.textCursor().hasSelection());
+        desk.editor.showDocument(desk.document, u"abc"_s);
+        QCOMPARE(desk.caret(), 3);
+        desk.press(Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(desk.editor.text(), u"abc"_s);
+        QVERIFY(edited.isEmpty());
+    }
+
+    void showsThePausedLineOncePerPause()
+    {
+        Desk desk(numbered(50) + u"x = '%1'\n"_s.arg(QString(3000, u'x')) + numbered(200));
+        QScrollBar *scroll = desk.editor.verticalScrollBar();
+        desk.editor.setPausedLine(120);
+        QVERIFY(desk.shows(120));
+        QCOMPARE(desk.caret(), 0);
+        scroll->setValue(0);
+        desk.editor.setPausedLine(120);
+        QCOMPARE(scroll->value(), 0);
+        desk.editor.setPausedLine(std::nullopt);
+        desk.editor.setPausedLine(120);
+        QVERIFY(desk.shows(120));
+        const int before = scroll->value();
+        desk.editor.setPausedLine(121); // in view already
+        QCOMPARE(scroll->value(), before);
+        desk.editor.setPausedLine(3);
+        QVERIFY(desk.shows(3));
+        scroll->setValue(100);
+        desk.editor.setPausedLine(10'000);
+        QCOMPARE(scroll->value(), 0);
+        scroll->setValue(100);
+        desk.editor.setPausedLine(252);
+        QVERIFY(desk.shows(252));
+    }
+
+    void drawsTheGutter_data()
+    {
+        QTest::addColumn<const EditorColours *>("colours");
+        QTest::newRow("light") << &EditorColours::light();
+        QTest::newRow("dark") << &EditorColours::dark();
+    }
+    void drawsTheGutter()
+    {
+        QFETCH(const EditorColours *, colours);
+        Desk desk(u"a\nb\n"_s + QString(100, u'c') + u"\nd\ne\n"_s);
+        QPalette palette = desk.editor.palette();
+        const bool isDark = colours == &EditorColours::dark();
+        palette.setColor(QPalette::Base, isDark ? Qt::black : Qt::white);
+        palette.setColor(QPalette::Text, isDark ? Qt::white : Qt::black);
+        palette.setColor(QPalette::Window, isDark ? Qt::darkGray : Qt::lightGray);
+        desk.editor.setPalette(palette);
+        const QColor background = palette.color(QPalette::Window);
+        const QColor red = colours->color(EditorColours::Role::SystemRed);
+        const auto hasBand = [&](int line) {
+            const QColor band = desk.pixel(2, line);
+            return band.red() - band.blue() > background.red() - background.blue() + 20;
+        };
+
+        QCOMPARE(desk.gutter()->geometry(), QRect(0, 0, 44, desk.editor.viewport()->height()));
+        QCOMPARE(desk.editor.viewport()->x(), 44);
+        QCOMPARE(desk.gutter()->cursor().shape(), Qt::PointingHandCursor);
+        QCOMPARE(desk.pixel(14, 1), background);
+        QCOMPARE(desk.pixel(43, 1), colours->color(EditorColours::Role::Separator));
+
+        desk.editor.setBreakpoints({1, 3});
+        desk.editor.setActiveBreakpoints({3, 4});
+        desk.editor.setPausedLine(3);
+        for (const int line : {1, 3}) {
+            QCOMPARE(desk.pixel(14, line), red);
+            QCOMPARE(desk.pixel(11, line), red);
+            QCOMPARE(desk.pixel(17, line), red);
+        }
+        QCOMPARE(desk.pixel(8, 1), background);
+        QCOMPARE(desk.pixel(20, 1), background);
+        QCOMPARE(desk.pixel(14, 2), background);
+        QCOMPARE(desk.pixel(14, 4), background); // a ring
+        QVERIFY(desk.pixel(9.5, 4) != background);
+        QVERIFY(!hasBand(2) && hasBand(3) && !hasBand(4));
+        // All rows of a wrapped line carry the band, only the first its number.
+        const QList<CodeEditorView::LineRows> lines = desk.editor.visibleLines();
+        QVERIFY(lines[2].height > 1.9 * lines[2].firstRowHeight);
+        QCOMPARE(lines[3].line, 4);
+        const QImage image = desk.gutter()->grab().toImage();
+        const int secondRow = int(lines[2].top + 1.5 * lines[2].firstRowHeight);
+        const QColor band = image.pixelColor(2, secondRow);
+        for (int x = 0; x < 43; ++x)
+            QCOMPARE(image.pixelColor(x, secondRow), band);
+        QVERIFY(band != background);
+    }
+
+    void asksToToggleBreakpoints()
+    {
+        Desk desk(u"a\n"_s + QString(100, u'b') + u"\nc\n"_s);
+        QSignalSpy toggled(&desk.editor, &CodeEditorView::onToggleBreakpoint);
+        const auto lineAt = [&](double x, double y, Qt::MouseButton button = Qt::LeftButton) {
+            QTest::mouseClick(desk.gutter(), button, {}, QPoint(int(x), int(y)));
+            return toggled.isEmpty() ? 0 : toggled.takeFirst().first().toInt();
+        };
+        const QList<CodeEditorView::LineRows> lines = desk.editor.visibleLines();
+        QCOMPARE(lineAt(14, lines[0].top), 1);
+        QCOMPARE(lineAt(0, lines[1].top - 1), 1);
+        QCOMPARE(lineAt(43, lines[1].top), 2);
+        QCOMPARE(lineAt(30, lines[2].top - 1), 2); // its last row
+        QCOMPARE(lineAt(30, lines[2].top + 1), 3);
+        QCOMPARE(lineAt(30, lines[3].top + lines[3].height + 1), 0);
+        QCOMPARE(lineAt(30, lines[0].top, Qt::RightButton), 0);
+
+        desk.putCaret(50);
+        desk.press(Qt::Key_F9);
+        QCOMPARE(toggled.takeFirst(), QVariantList{2});
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(60, 10), QPoint(60, 10));
+        QApplication::sendEvent(desk.editor.viewport(), &event);
+        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        QVERIFY(menu && menu->actions().contains(desk.editor.toggleBreakpointAction()));
+        menu->close();
+    }
+
+    void describesTheGutter()
+    {
+        Desk desk(u"a\n"_s);
+        const auto description = [&] { return desk.gutter()->accessibleDescription(); };
+        QCOMPARE(description(), u"No breakpoints"_s);
+        desk.editor.setPausedLine(5);
+        QCOMPARE(description(), u"Paused at line 5"_s);
+        desk.editor.setBreakpoints({5, 3});
+        QCOMPARE(description(), u"Breakpoints on lines 3, 5; paused at line 5"_s);
+        desk.editor.setActiveBreakpoints({3, 9});
+        desk.editor.setBreakpoints({3});
+        QCOMPARE(description(), u"Breakpoint on line 3; still armed on line 9; paused at line 5"_s);
+    }
+
+    void growsTheGutterWithTheNumbers()
+    {
+        Desk desk(numbered(998)); // and an empty one
+        QCOMPARE(desk.gutter()->width(), 44);
+        desk.press(Qt::Key_Return);
+        QVERIFY(desk.gutter()->width() > 44);
+        QCOMPARE(desk.editor.viewport()->x(), desk.gutter()->width());
+        desk.press(Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(desk.gutter()->width(), 44);
+    }
+
+    void findsText()
+    {
+        Desk desk(u"Spam, spam\nspammer egg spam\n"_s + numbered(300) + u"SPAM\n"_s);
+        const auto selection = [&] { return desk.editor.textCursor().selectionStart(); };
+        desk.press(Qt::Key_F, Qt::ControlModifier);
+        QVERIFY(desk.find<QWidget>("findBar")->isVisible());
+        QCOMPARE(desk.editor.viewport()->y(), desk.find<QWidget>("findBar")->height());
+        QCOMPARE(desk.gutter()->y(), desk.editor.viewport()->y());
+        desk.type(u"spam"_s);
+        QCOMPARE(desk.found(), u"1 of 5"_s);
+        QCOMPARE(desk.editor.extraSelections().size(), 4); // those in view
+        desk.press(Qt::Key_Return);
+        QCOMPARE(desk.found(), u"2 of 5"_s);
+        desk.press(Qt::Key_F3);
+        QCOMPARE(selection(), 11);
+        desk.press(Qt::Key_Return, Qt::ShiftModifier);
+        desk.press(Qt::Key_F3, Qt::ShiftModifier);
+        desk.press(Qt::Key_Return, Qt::ShiftModifier); // round the start
+        QCOMPARE(desk.found(), u"5 of 5"_s);
+        QVERIFY(desk.shows(303));
+        QCOMPARE(desk.editor.extraSelections().size(), 1);
+        QTest::mouseClick(desk.find<QToolButton>("findNext"), Qt::LeftButton);
+        QCOMPARE(desk.found(), u"1 of 5"_s);
+
+        desk.find<QToolButton>("matchCase")->click();
+        QCOMPARE(desk.found(), u"1 of 3"_s);
+        QCOMPARE(selection(), 6);
+        desk.find<QToolButton>("wholeWords")->click();
+        QCOMPARE(desk.found(), u"1 of 2"_s);
+        desk.type(u"!"_s);
+        QCOMPARE(desk.found(), u"Not found"_s);
+        desk.press(Qt::Key_Backspace);
+        QCOMPARE(selection(), 6); // from where the search began
+
+        desk.press(Qt::Key_Escape);
+        QVERIFY(desk.find<QWidget>("findBar")->isHidden() && desk.editor.hasFocus());
+        QVERIFY(desk.editor.extraSelections().isEmpty());
+        QCOMPARE(desk.editor.textCursor().selectedText(), u"spam"_s);
+        desk.press(Qt::Key_F3); // without the bar
+        QCOMPARE(selection(), 23);
+    }
+
+    void keepsCountWhileTheTextChanges()
+    {
+        Desk desk(u"one two one"_s);
+        desk.putCaret(3, 0);
+        desk.press(Qt::Key_F, Qt::ControlModifier); // for what is selected
+        QCOMPARE(desk.found(), u"1 of 2"_s);
+        desk.editor.setFocus();
+        desk.press(Qt::Key_End);
+        desk.type(u" one"_s);
+        QTRY_COMPARE(desk.found(), u"3 found"_s);
+        desk.press(Qt::Key_F3);
+        QCOMPARE(desk.found(), u"1 of 3"_s);
+        desk.editor.showDocument(QUuid::createUuid(), u"only one"_s);
+        QTRY_COMPARE(desk.found(), u"1 found"_s);
+        desk.press(Qt::Key_Escape); // in the text as well
+        QVERIFY(desk.find<QWidget>("findBar")->isHidden());
+    }
+
+    void goesToALine()
+    {
+        Desk desk(numbered(300));
+        const auto go = [&](const QString &line) {
+            desk.press(Qt::Key_G, Qt::ControlModifier);
+            desk.type(line);
+            desk.press(Qt::Key_Return);
+            return desk.editor.currentLine();
+        };
+        QCOMPARE(go(u"250"_s), 250);
+        QVERIFY(desk.shows(250) && desk.editor.hasFocus());
+        QCOMPARE(go(u"0"_s), 1);
+        QCOMPARE(go(u"9999"_s), 301);
+        QCOMPARE(go(u"x7"_s), 7);
+        desk.press(Qt::Key_G, Qt::ControlModifier);
+        desk.press(Qt::Key_F, Qt::ControlModifier); // takes its place
+        QVERIFY(desk.find<QWidget>("goToLineBar")->isHidden());
+        desk.press(Qt::Key_G, Qt::ControlModifier);
+        desk.press(Qt::Key_Escape);
+        QCOMPARE(desk.editor.currentLine(), 7);
+        QVERIFY(desk.find<QWidget>("goToLineBar")->isHidden() && desk.editor.hasFocus());
+    }
+
+    void coloursWhatIsInView()
+    {
+        Desk desk(numbered(2000));
+        const auto formats = [&](int line) {
+            return desk.editor.document()->findBlockByNumber(line - 1).layout()->formats();
+        };
+        desk.editor.viewport()->repaint();
+        QCOMPARE(formats(1).size(), 1);
+        QCOMPARE(formats(1000).size(), 0);
+        desk.editor.verticalScrollBar()->setValue(999);
+        desk.editor.viewport()->repaint();
+        QCOMPARE(formats(1000).size(), 1);
+        QPalette dark = desk.editor.palette();
+        dark.setColor(QPalette::Base, Qt::black);
+        dark.setColor(QPalette::Text, Qt::white);
+        desk.editor.setPalette(dark);
+        QCOMPARE(formats(1000).first().format.foreground().color(),
+                 EditorColours::dark().color(PythonToken::String));
+    }
+
+    // A text that an input method is composing is neither an edit nor in the way of the colours.
+    void letsInputMethodsCompose()
+    {
+        Desk desk(u"x = 'a' if"_s);
+        QSignalSpy edited(&desk.editor, &CodeEditorView::textEdited);
+        desk.putCaret(6);
+        QTextCharFormat underlined;
+        underlined.setFontUnderline(true);
+        QInputMethodEvent composing(u"にほ"_s, {{QInputMethodEvent::TextFormat, 0, 2, underlined}});
+        QApplication::sendEvent(&desk.editor, &composing);
+        QVERIFY(edited.isEmpty());
+        QCOMPARE(desk.editor.text(), u"x = 'a' if"_s);
+        QStringList ranges;
+        for (const auto &range : desk.editor.document()->firstBlock().layout()->formats())
+            ranges << u"%1+%2%3"_s.arg(range.start)
+                          .arg(range.length)
+                          .arg(range.format.fontUnderline() ? u"u"_s : QString());
+        QCOMPARE(ranges.join(u' '), u"4+2 8+1 10+2 6+2u"_s);
+        QInputMethodEvent committed;
+        committed.setCommitString(u"日本"_s);
+        QApplication::sendEvent(&desk.editor, &committed);
+        QCOMPARE(edited.takeLast(), QVariantList{u"x = 'a日本' if"_s});
+        QCOMPARE(desk.editor.document()->firstBlock().layout()->formats().size(), 2);
+    }
+};
+
+QTEST_MAIN(tst_CodeEditorView)
+#include "tst_CodeEditorView.moc"

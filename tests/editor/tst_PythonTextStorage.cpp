@@ -1,0 +1,187 @@
+#include "editor/EditorColours.h"
+#include "editor/PythonSamples.h"
+#include "editor/PythonTextStorage.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTextBlock>
+#include <QTextCursor>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QTextCursor cursorAt(PythonTextStorage &storage, qsizetype start, qsizetype end)
+{
+    QTextCursor cursor(&storage);
+    cursor.setPosition(static_cast<int>(start));
+    cursor.setPosition(static_cast<int>(end), QTextCursor::KeepAnchor);
+    return cursor;
+}
+
+void showAll(PythonTextStorage &storage)
+{
+    storage.showColours(storage.firstBlock(), storage.blockCount());
+}
+
+/// Empty when tokens and formats of the whole text are what its characters ask for.
+QString wrongColour(PythonTextStorage &storage)
+{
+    std::vector<PythonToken> tokens;
+    PythonColouring::colour(storage.text(), tokens);
+    const EditorColours &colours = EditorColours::light();
+    for (QTextBlock block = storage.firstBlock(); block.isValid(); block = block.next()) {
+        QList<QColor> painted(block.length() - 1, colours.color(PythonToken::Plain));
+        for (const QTextLayout::FormatRange &range : block.layout()->formats())
+            std::fill_n(painted.begin() + range.start, range.length,
+                        range.format.foreground().color());
+        for (int i = 0; i < painted.size(); ++i) {
+            const PythonToken token = tokens[static_cast<size_t>(block.position() + i)];
+            if (storage.tokenAt(block.position() + i) != token)
+                return u"token at %1"_s.arg(block.position() + i);
+            if (painted[i] != colours.color(token))
+                return u"format at %1"_s.arg(block.position() + i);
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+class tst_PythonTextStorage final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void holdsExactlyWhatWasSetAndEdited_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("empty") << QString();
+        QTest::newRow("no final line end") << u"a\nb"_s;
+        QTest::newRow("only line ends") << u"\n\n\n"_s;
+        QTest::newRow("tabs and trailing blanks") << u"\ta \t\n  \n"_s;
+        QTest::newRow("no-break space, line separator") << u"a\u00A0b\u2028c\u0085d\u000Ce\n"_s;
+        QTest::newRow("NUL and control characters") << u"a\0b\x01\x1E\x7F\n"_s;
+        QTest::newRow("right to left") << u"# שלום\nx = 'عربي'\u200F\u202B\n"_s;
+        QTest::newRow("combining") << u"e\u0301\u0301\n\u0301\n"_s;
+        QTest::newRow("beyond 16 bits, half a pair") << u"🐍\xD800 \xDC00\n"_s;
+        QTest::newRow("noncharacters") << u"\uFFFC\uFEFF\uFFFE\uFFFF\n"_s;
+        QTest::newRow("long line") << u"x = '1' ; "_s.repeated(3000) + u"\nif"_s;
+    }
+    void holdsExactlyWhatWasSetAndEdited()
+    {
+        QFETCH(QString, text);
+        PythonTextStorage storage(EditorColours::light());
+        QSignalSpy edited(&storage, &PythonTextStorage::edited);
+        storage.setText(text);
+        QCOMPARE(storage.text(), text);
+        QVERIFY(!storage.isUndoAvailable());
+        QVERIFY(edited.isEmpty());
+        QTextCursor(&storage).insertText(u"if "_s);
+        QCOMPARE(storage.text(), u"if "_s + text);
+        QCOMPARE(edited.size(), 1);
+        storage.undo();
+        QCOMPARE(storage.text(), text);
+        QCOMPARE(edited.size(), 2);
+        showAll(storage);
+        QCOMPARE(wrongColour(storage), QString());
+    }
+
+    void followsRandomEditsUndoneAndRedone()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        for (QString text : installedPythonFiles(12, 4'000)) {
+            PythonTextStorage storage(EditorColours::light());
+            storage.setText(text);
+            for (int step = 0; step < 80; ++step) {
+                if (const int kind = random.bounded(8); kind == 0) {
+                    storage.undo();
+                } else if (kind == 1) {
+                    storage.redo();
+                } else {
+                    QTextCursor block(&storage);
+                    block.beginEditBlock();
+                    for (int edits = kind == 2 ? 3 : 1; edits > 0; --edits) {
+                        const QString current = storage.toRawText();
+                        const RandomEdit edit(current, random);
+                        cursorAt(storage, edit.position, edit.position + edit.removed)
+                            .insertText(edit.added);
+                        showAll(storage); // not now
+                    }
+                    block.endEditBlock();
+                }
+                QCOMPARE(storage.text(),
+                         storage.toRawText().replace(QChar::ParagraphSeparator, u'\n'));
+                showAll(storage);
+                QCOMPARE(wrongColour(storage), QString());
+            }
+        }
+    }
+
+    void coloursAreNoEdits()
+    {
+        PythonTextStorage storage(EditorColours::light());
+        storage.setText(u"if x:\n    pass\n"_s);
+        QSignalSpy changes(&storage, &QTextDocument::contentsChange);
+        QSignalSpy undo(&storage, &QTextDocument::undoCommandAdded);
+        showAll(storage);
+        storage.setColours(EditorColours::dark());
+        showAll(storage);
+        QCOMPARE(storage.firstBlock().layout()->formats().first().format.foreground().color(),
+                 EditorColours::dark().color(PythonToken::Keyword));
+        QVERIFY(changes.isEmpty());
+        QVERIFY(undo.isEmpty());
+        QVERIFY(!storage.isModified());
+
+        QTextCursor(&storage).insertText(u"#"_s); // one change of its own size
+        showAll(storage);
+        QCOMPARE(changes.takeFirst(), (QVariantList{0, 0, 1}));
+        QTextCursor(&storage).insertText(u"#"_s);
+        QCOMPARE(changes.takeFirst(), (QVariantList{0, 0, 1}));
+    }
+
+    void laysOutOnlyWhatChangedColour()
+    {
+        PythonTextStorage storage(EditorColours::light());
+        storage.setText(u"a\n'''b\nc = 1\nd\n'''\ne\n'''\n"_s + u"f = 'x'\n"_s.repeated(100));
+        QAbstractTextDocumentLayout *layout = storage.documentLayout();
+        showAll(storage);
+        for (QTextBlock block = storage.firstBlock(); block.isValid(); block = block.next())
+            layout->blockBoundingRect(block);
+        connect(&storage, &PythonTextStorage::coloured, &storage, [&] { showAll(storage); });
+
+        QSet<int> lines;
+        connect(layout, &QAbstractTextDocumentLayout::updateBlock, &storage,
+                [&](const QTextBlock &block) { lines << block.blockNumber() + 1; });
+        QSignalSpy everything(layout, &QAbstractTextDocumentLayout::update);
+        QTextCursor(&storage).insertText(u"if "_s);
+        QCOMPARE(lines, QSet<int>{1});
+        lines.clear();
+        QTextCursor(storage.findBlockByNumber(3)).insertText(u"'''"_s); // turns strings inside out
+        QCOMPARE(lines, (QSet<int>{4, 6, 7}));
+        QVERIFY(everything.isEmpty());
+        QCOMPARE(wrongColour(storage), QString());
+
+        QTextCursor(&storage).insertText(u"\u2028"_s); // another row moves all that are below it
+        QCOMPARE(everything.size(), 1);
+    }
+
+    void leavesVeryLongLinesPlain()
+    {
+        PythonTextStorage storage(EditorColours::light());
+        storage.setText(QString(PythonTextStorage::longestColouredLine, u'1') + u"\nif"_s);
+        showAll(storage);
+        QCOMPARE(storage.firstBlock().layout()->formats().size(), 1);
+        QTextCursor(&storage).insertText(u"1"_s);
+        showAll(storage);
+        QCOMPARE(storage.firstBlock().layout()->formats().size(), 0);
+        QCOMPARE(storage.lastBlock().layout()->formats().size(), 1);
+    }
+};
+
+QTEST_MAIN(tst_PythonTextStorage)
+#include "tst_PythonTextStorage.moc"
