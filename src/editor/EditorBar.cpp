@@ -11,12 +11,13 @@
 
 namespace Korvane {
 
-EditorBar::EditorBar(QWidget *parent)
+EditorBar::EditorBar(const QString &name, QWidget *parent)
     : QWidget(parent)
     , m_controls(new QHBoxLayout)
     , m_field(new QLineEdit)
 {
     hide();
+    setAccessibleName(name);
     // Otherwise a click beside the field would go on to the text below.
     setAttribute(Qt::WA_NoMousePropagation);
     setFocusPolicy(Qt::ClickFocus);
@@ -30,7 +31,7 @@ EditorBar::EditorBar(QWidget *parent)
     row->setSpacing(4);
     m_controls->setSpacing(4);
     row->addLayout(m_controls, 1);
-    QToolButton *close = makeButton(QStringLiteral("×"), tr("Close (Esc)"));
+    QToolButton *close = makeButton(QStringLiteral("×"), tr("Close “%1” (Esc)").arg(name));
     close->setObjectName(QStringLiteral("closeBar"));
     row->addWidget(close);
     connect(close, &QToolButton::clicked, this, &EditorBar::closeRequested);

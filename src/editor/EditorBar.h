@@ -15,7 +15,8 @@ class EditorBar : public QWidget
     Q_OBJECT
 
 public:
-    explicit EditorBar(QWidget *parent);
+    /// \p name says what the bar is for.
+    EditorBar(const QString &name, QWidget *parent);
 
     /// Puts the focus into the field and selects what is there.
     void takeFocus();

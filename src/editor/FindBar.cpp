@@ -11,7 +11,7 @@
 namespace Korvane {
 
 FindBar::FindBar(QWidget *parent)
-    : EditorBar(parent)
+    : EditorBar(tr("Find"), parent)
     , m_count(new QLabel)
     , m_matchCase(makeButton(QStringLiteral("Aa"), tr("Match case")))
     , m_wholeWords(makeButton(QStringLiteral("“ab”"), tr("Whole words")))
@@ -20,7 +20,6 @@ FindBar::FindBar(QWidget *parent)
     field()->setObjectName(QStringLiteral("findField"));
     field()->setPlaceholderText(tr("Find"));
     field()->setAccessibleName(tr("Find"));
-    field()->setClearButtonEnabled(true);
     field()->setMinimumWidth(120);
     field()->setMaximumWidth(360);
     m_count->setObjectName(QStringLiteral("findCount"));
@@ -29,12 +28,10 @@ FindBar::FindBar(QWidget *parent)
     m_matchCase->setCheckable(true);
     m_wholeWords->setObjectName(QStringLiteral("wholeWords"));
     m_wholeWords->setCheckable(true);
-    QToolButton *previous = makeButton({}, tr("Previous (Shift+Return)"));
+    QToolButton *previous = makeButton(QStringLiteral("↑"), tr("Previous (Shift+Return)"));
     previous->setObjectName(QStringLiteral("findPrevious"));
-    previous->setArrowType(Qt::UpArrow);
-    QToolButton *next = makeButton({}, tr("Next (Return)"));
+    QToolButton *next = makeButton(QStringLiteral("↓"), tr("Next (Return)"));
     next->setObjectName(QStringLiteral("findNext"));
-    next->setArrowType(Qt::DownArrow);
 
     controls()->addWidget(field(), 1);
     for (QToolButton *button : {m_matchCase, m_wholeWords, previous, next})

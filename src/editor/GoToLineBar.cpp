@@ -9,7 +9,7 @@
 namespace Korvane {
 
 GoToLineBar::GoToLineBar(QWidget *parent)
-    : EditorBar(parent)
+    : EditorBar(tr("Go to line"), parent)
     , m_range(new QLabel)
 {
     setObjectName(QStringLiteral("goToLineBar"));

@@ -4,7 +4,6 @@
 #include "editor/CodeEditorView.h"
 #include "ui/Divider.h"
 #include "ui/EditorTabStrip.h"
-#include "ui/Theme.h"
 
 #include <QLabel>
 #include <QScopedValueRollback>
@@ -24,7 +23,6 @@ EditorArea::EditorArea(AppState &state, QWidget *parent)
     noFile->setAlignment(Qt::AlignCenter);
     noFile->setWordWrap(true);
     m_noFile = noFile;
-    m_editor->setFont(Theme::monospacedFont());
     m_body->addWidget(m_editor);
     m_body->addWidget(m_noFile);
     auto *column = new QVBoxLayout(this);
@@ -39,6 +37,7 @@ EditorArea::EditorArea(AppState &state, QWidget *parent)
         const QScopedValueRollback guard(m_isTakingEdit, true);
         m_state.documents().updateSelectedContent(text);
     });
+    connect(&documents, &Documents::openFilesChanged, this, &EditorArea::forgetClosed);
     connect(&documents, &Documents::selectedFileChanged, this, &EditorArea::showSelected);
     connect(&documents, &Documents::fileChanged, this, [this](const QUuid &id) {
         if (id == m_state.documents().selectedFileID())
@@ -48,7 +47,9 @@ EditorArea::EditorArea(AppState &state, QWidget *parent)
         if (id == m_state.documents().selectedFileID())
             showContent();
     });
+    connect(&state.debugSession(), &DebugSession::changed, this, &EditorArea::showDebugState);
     showSelected();
+    showDebugState();
 }
 
 void EditorArea::showSelected()
@@ -59,13 +60,29 @@ void EditorArea::showSelected()
         return;
     m_editor->setAccessibleName(tr("Editor %1").arg(file->name));
     showContent();
+    m_editor->setBreakpoints(file->breakpoints);
 }
 
 void EditorArea::showContent()
 {
     const EditorFile *file = m_state.documents().selectedFile();
     if (file && !m_isTakingEdit) // the editor has its own edits already
-        m_editor->setText(file->content);
+        m_editor->showDocument(file->id, file->content);
+}
+
+void EditorArea::showDebugState()
+{
+    const DebugSession &session = m_state.debugSession();
+    m_editor->setActiveBreakpoints(session.activeBreakpointLines());
+    m_editor->setPausedLine(session.pausedAt());
+}
+
+void EditorArea::forgetClosed()
+{
+    QSet<QUuid> open;
+    for (const EditorFile &file : m_state.documents().openFiles())
+        open << file.id;
+    m_editor->keepDocuments(open);
 }
 
 } // namespace Korvane

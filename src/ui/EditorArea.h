@@ -25,6 +25,8 @@ public:
 private:
     void showSelected();
     void showContent();
+    void showDebugState();
+    void forgetClosed();
 
     AppState &m_state;
     EditorTabStrip *m_tabs;

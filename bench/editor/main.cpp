@@ -1,0 +1,200 @@
+// How long the editor takes from a key to the painted frame, beside a plain text edit of the same
+// toolkit without colours and gutter, which is the machine's own floor.
+//
+//   editor        10,000 and 50,000 lines, 5 MB, and one line of 1 MB
+//
+// Types, deletes, breaks and joins lines, opens and closes strings that turn the colours of the
+// rest of the file around, and undoes it all, at the start, in the middle and at the end. Exits
+// with 1 when the worst key takes more than 16 ms in 10,000 lines or 80 ms in 50,000. That is the
+// processor's time, which nothing here waits beyond: on a machine that is busy with other things
+// the clock shows how long those took.
+
+#include "Measure.h"
+#include "editor/CodeEditorView.h"
+
+#include <QApplication>
+#include <QDirIterator>
+#include <QKeyEvent>
+#include <QTextBlock>
+
+#include <cstdio>
+#include <ctime>
+#include <vector>
+
+using namespace Korvane;
+
+namespace {
+
+struct Measured
+{
+    double openMilliseconds = 0;
+    double medianMilliseconds = 0;
+    double worstMilliseconds = 0;
+    /// Of the processor alone, without what other programs took of the worst key's time.
+    double worstProcessorMilliseconds = 0;
+};
+
+double processorMilliseconds()
+{
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+}
+
+/// The sources of the installed Python's library, one after the other.
+QString pythonText()
+{
+    QString text;
+    QDirIterator folders(QStringLiteral("/usr/lib"), {QStringLiteral("python3.*")}, QDir::Dirs);
+    while (folders.hasNext()) {
+        const QDir folder(folders.next());
+        for (const QString &name : folder.entryList({QStringLiteral("*.py")}, QDir::Files)) {
+            QFile file(folder.filePath(name));
+            if (file.open(QIODevice::ReadOnly))
+                text += QString::fromUtf8(file.readAll());
+        }
+    }
+    return text;
+}
+
+QString lines(const QString &source, int count)
+{
+    QString text;
+    while (text.count(u'\n') < count)
+        text += source;
+    qsizetype end = 0;
+    for (int line = 0; line < count; ++line)
+        end = text.indexOf(u'\n', end) + 1;
+    return text.first(end);
+}
+
+/// Sends keys as a window gets them, and lets the event loop paint after each.
+class Typist final : public QObject
+{
+public:
+    explicit Typist(QPlainTextEdit &edit)
+        : m_edit(edit)
+    {
+        edit.viewport()->installEventFilter(this);
+    }
+
+    void press(int key, const QString &text = {}, Qt::KeyboardModifiers modifiers = {})
+    {
+        m_isPainted = false;
+        QElapsedTimer time;
+        time.start();
+        const double processor = processorMilliseconds();
+        QKeyEvent down(QEvent::KeyPress, key, modifiers, text);
+        QCoreApplication::sendEvent(&m_edit, &down);
+        while (!m_isPainted && time.elapsed() < 1000)
+            QCoreApplication::processEvents();
+        m_milliseconds.push_back(static_cast<double>(time.nsecsElapsed()) / 1e6);
+        m_processor.push_back(processorMilliseconds() - processor);
+    }
+    void type(const QString &text)
+    {
+        for (const QChar c : text)
+            press(c == u'\n' ? Qt::Key_Return : Qt::Key_unknown, c == u'\n' ? QString() : c);
+    }
+    void goTo(int position)
+    {
+        QTextCursor caret(m_edit.document());
+        caret.setPosition(position);
+        m_edit.setTextCursor(caret);
+        QCoreApplication::processEvents();
+    }
+    [[nodiscard]] Measured result()
+    {
+        Measured measured;
+        measured.worstMilliseconds =
+            *std::max_element(m_milliseconds.begin(), m_milliseconds.end());
+        measured.worstProcessorMilliseconds =
+            *std::max_element(m_processor.begin(), m_processor.end());
+        const auto middle =
+            m_milliseconds.begin() + static_cast<std::ptrdiff_t>(m_milliseconds.size() / 2);
+        std::nth_element(m_milliseconds.begin(), middle, m_milliseconds.end());
+        measured.medianMilliseconds = *middle;
+        return measured;
+    }
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        m_isPainted = m_isPainted || event->type() == QEvent::Paint;
+        return false;
+    }
+
+private:
+    QPlainTextEdit &m_edit;
+    std::vector<double> m_milliseconds;
+    std::vector<double> m_processor;
+    bool m_isPainted = false;
+};
+
+template <typename Edit, typename Open>
+Measured measure(const char *name, const QString &text, int rounds, Open open)
+{
+    Edit edit;
+    edit.setFont(CodeEditorView::codeFont());
+    edit.resize(1080, 740);
+    edit.show();
+    edit.activateWindow();
+    edit.setFocus();
+    QCoreApplication::processEvents();
+    const double before = Bench::statusMegabytes("VmRSS:");
+    QElapsedTimer time;
+    time.start();
+    open(edit, text);
+    QCoreApplication::processEvents();
+    const double opened = static_cast<double>(time.nsecsElapsed()) / 1e6;
+
+    Typist typist(edit);
+    const int size = edit.document()->characterCount() - 1;
+    for (int round = 0; round < rounds; ++round) {
+        for (const int position : {0, size / 2, size}) {
+            typist.goTo(position);
+            typist.type(QStringLiteral("if x == '1': # \"\"\"\n'''doc\n'''"));
+            for (int i = 0; i < 8; ++i)
+                typist.press(Qt::Key_Backspace, QStringLiteral("\b"));
+            for (int i = 0; i < 6; ++i)
+                typist.press(Qt::Key_Z, {}, Qt::ControlModifier);
+        }
+    }
+    Measured measured = typist.result();
+    measured.openMilliseconds = opened;
+    std::printf("  %-8s opened in %6.1f ms, %6.1f MB more; key to frame: median %6.2f ms, worst "
+                "%6.2f ms (processor %6.2f ms)\n",
+                name, opened, Bench::statusMegabytes("VmRSS:") - before,
+                measured.medianMilliseconds, measured.worstMilliseconds,
+                measured.worstProcessorMilliseconds);
+    return measured;
+}
+
+/// Whether the worst key stayed within \p allowedMilliseconds, where that is not 0.
+bool compare(const char *what, const QString &text, int rounds, double allowedMilliseconds)
+{
+    std::printf("%s\n", what);
+    measure<QPlainTextEdit>("floor", text, rounds,
+                            [](auto &edit, const QString &shown) { edit.setPlainText(shown); });
+    const Measured own =
+        measure<CodeEditorView>("editor", text, rounds, [](auto &edit, const QString &shown) {
+            edit.showDocument(QUuid::createUuid(), shown);
+        });
+    return allowedMilliseconds == 0 || own.worstProcessorMilliseconds <= allowedMilliseconds;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    const QString source = pythonText();
+    if (source.isEmpty()) {
+        std::printf("no Python sources found\n");
+        return 1;
+    }
+    bool isGood = compare("10,000 lines (16 ms allowed)", lines(source, 10'000), 5, 16);
+    isGood = compare("50,000 lines (80 ms allowed)", lines(source, 50'000), 3, 80) && isGood;
+    compare("5 MB", source.first(5'000'000), 1, 0);
+    compare("one line of 1 MB", QStringLiteral("x = [1, 'a'] ; ").repeated(66'667), 1, 0);
+    return isGood ? 0 : 1;
+}
