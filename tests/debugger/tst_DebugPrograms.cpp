@@ -206,6 +206,59 @@ private slots:
         QCOMPARE(*awaited(m_bench->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
     }
 
+    void leavesTheBoardFreeAfterProgramsItCannotFollow_data()
+    {
+        QTest::addColumn<QString>("source");
+        QTest::addColumn<int>("stops");
+        QTest::addColumn<QString>("printed"); // its end
+        const auto row = [](const char *name, const QString &source, int stops,
+                            const QString &printed) {
+            QTest::newRow(name) << source << stops << printed;
+        };
+        const QString uncallable = u"in _bp\nTypeError: 'int' object isn't callable\n>"_s;
+        row("one that does not compile", u"x = 1\nmatch x:\n    case 1:\n        pass\n"_s, 0,
+            u"line 2\nSyntaxError: invalid syntax\n>"_s);
+        row("names that the helper needs", u"type = 5\nx = 1\n"_s, 1, uncallable);
+        row("a string that hides a stop", u"s = 'a\\\n( b'\nprint(s)\n"_s, 1, u"a( b\n>"_s);
+        row("a repr with stops", // which stop while the variables are listed
+            u"class A:\n    def __repr__(self):\n        return 'A'\na = A()\nx = 1\n"_s, 30,
+            u"soft reboot\nraw REPL; CTRL-B to exit\n>"_s);
+        row("an end mark of its own", u"print('a\\x04b')\nprint('c')\n"_s, 2, u"ab\nc\n>"_s);
+        row("exit", u"import sys\nsys.exit()\n"_s, 2, u"raw REPL; CTRL-B to exit\n>"_s);
+        QString large = u"def f(x):\n    while x:\n        x = 0\n"_s;
+        for (int i = 0; i < 900; ++i)
+            large += u"        v%1 = x\n"_s.arg(i);
+        row("a very large function", large, 0, u"RuntimeError: bytecode overflow\n>"_s);
+    }
+
+    void leavesTheBoardFreeAfterProgramsItCannotFollow()
+    {
+        QFETCH(QString, source);
+        int stops = 0;
+        const QString shown = output(source, QSet<int>(), [&stops](const DebugPause &) {
+            return ++stops < 30 ? u"s"_s : u"q"_s;
+        });
+        QTEST(stops, "stops");
+        QFETCH(QString, printed);
+        QVERIFY2(shown.endsWith(printed), qPrintable(shown));
+        QVERIFY(!session().isDebugging() && !m_bench->run->deviceProgramRunning());
+        QCOMPARE(*awaited(m_bench->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
+    }
+
+    // Its mark and the next stop's make a record of what is none, and the stop is not seen.
+    void canBeStoppedAfterAMarkOfItsOwn()
+    {
+        resetBoard();
+        m_command = [](const DebugPause &) { return u"s"_s; };
+        session().startDebugRun(u"program.py"_s, u"print('a\\x1eb')\nprint('c')\n"_s, {});
+        QTRY_VERIFY(m_bench->shell.output().contains(u"\"line\": 2"));
+        QVERIFY(session().isDebugging() && !session().pausedAt());
+        session().debugStop();
+        QTRY_VERIFY(isWhole());
+        QVERIFY(m_bench->shell.output().contains(u"KeyboardInterrupt"));
+        QCOMPARE(*awaited(m_bench->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
+    }
+
     void stepsThroughTwoThousandTurnsWithoutGrowing()
     {
         const QString source = u"total = 0\nfor i in range(2000):\n    total += i\n"_s;
