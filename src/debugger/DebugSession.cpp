@@ -77,9 +77,8 @@ bool DebugSession::isStarting() const
 QCoro::Task<Result<void>> DebugSession::installHelper(QSet<int> activeLines)
 {
     const auto life = m_life.watch();
-    // After the first of two starts in a row has installed its helper, it sends its program. A
-    // helper that waited for the line meanwhile would be typed into that program, and take what the
-    // program says for its own reply. Once the program is sent, the link refuses.
+    // Of two starts in a row the second must find the first one's program on the board, and be
+    // refused. Waiting for the line, it would wait for that program's end, and start it once more.
     while (isStarting()) {
         const bool elapsed = co_await m_sleeper.sleep(startPollInterval);
         if (!elapsed || !life)

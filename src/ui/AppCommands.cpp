@@ -18,6 +18,7 @@ AppCommands::AppCommands(AppState &state, EditorTabStrip &tabs, QMainWindow &win
 {
     addFileMenu();
     addEditMenu();
+    addDebugMenu();
     addTabKeys();
 }
 
@@ -47,6 +48,20 @@ void AppCommands::addEditMenu()
     addEdit(menu, tr("&Paste"), QKeySequence::Paste, "paste");
     menu->addSeparator();
     addEdit(menu, tr("Select &All"), QKeySequence::SelectAll, "selectAll");
+}
+
+void AppCommands::addDebugMenu()
+{
+    QMenu *menu = m_window.menuBar()->addMenu(tr("&Debug"));
+    DebugSession &session = m_state.debugSession();
+    // Their keys belong to the toolbar's and the debug bar's buttons.
+    add(menu, tr("&Debug on Device"), {}, [this] { m_state.startDebugRun(); });
+    add(menu, tr("&Step"), {}, [&session] { session.debugStep(); });
+    add(menu, tr("&Continue"), {}, [&session] { session.debugContinue(); });
+    add(menu, tr("S&top Debugging"), {}, [&session] { session.debugStop(); });
+    menu->addSeparator();
+    add(menu, tr("C&lear Breakpoints in This File"), {},
+        [this] { m_state.documents().clearBreakpoints(); });
 }
 
 void AppCommands::addTabKeys()

@@ -26,6 +26,7 @@ public:
 private:
     void addFileMenu();
     void addEditMenu();
+    void addDebugMenu();
     void addTabKeys();
     QAction *add(QMenu *menu, const QString &title, const QKeySequence &keys,
                  std::function<void()> run);

@@ -2,6 +2,7 @@
 
 #include "app/AppState.h"
 #include "editor/CodeEditorView.h"
+#include "ui/DebugBar.h"
 #include "ui/Divider.h"
 #include "ui/EditorTabStrip.h"
 
@@ -16,6 +17,7 @@ EditorArea::EditorArea(AppState &state, QWidget *parent)
     : QWidget(parent)
     , m_state(state)
     , m_tabs(new EditorTabStrip(state))
+    , m_debugBar(new DebugBar(state)) // here in the order of the Tab key, too
     , m_body(new QStackedWidget)
     , m_editor(new CodeEditorView)
 {
@@ -30,12 +32,20 @@ EditorArea::EditorArea(AppState &state, QWidget *parent)
     column->setSpacing(0);
     column->addWidget(m_tabs);
     column->addWidget(new Divider);
+    connect(m_debugBar, &DebugBar::wentWithFocus, m_editor, qOverload<>(&QWidget::setFocus));
+    column->addWidget(m_debugBar);
     column->addWidget(m_body, 1);
 
     Documents &documents = state.documents();
     connect(m_editor, &CodeEditorView::textEdited, this, [this](const QString &text) {
         const QScopedValueRollback guard(m_isTakingEdit, true);
         m_state.documents().updateSelectedContent(text);
+    });
+    connect(m_editor, &CodeEditorView::onToggleBreakpoint, &documents,
+            &Documents::toggleBreakpoint);
+    connect(&documents, &Documents::breakpointsChanged, this, [this](const QUuid &id) {
+        if (id == m_state.documents().selectedFileID())
+            showSelected();
     });
     connect(&documents, &Documents::openFilesChanged, this, &EditorArea::forgetClosed);
     connect(&documents, &Documents::selectedFileChanged, this, &EditorArea::showSelected);

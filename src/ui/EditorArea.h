@@ -8,6 +8,7 @@ namespace Korvane {
 
 class AppState;
 class CodeEditorView;
+class DebugBar;
 class EditorTabStrip;
 
 /// The upper part of the window: the tabs of the open documents and the editor on the selected one.
@@ -30,6 +31,7 @@ private:
 
     AppState &m_state;
     EditorTabStrip *m_tabs;
+    DebugBar *m_debugBar;
     QStackedWidget *m_body;
     CodeEditorView *m_editor;
     QWidget *m_noFile;

@@ -32,6 +32,12 @@ IDEToolbar::IDEToolbar(AppState &state, QWidget *parent)
     connect(m_stop, &QAction::triggered, this, [this] { m_state.stopRun(); });
     connect(&state, &AppState::isRunningChanged, this, &IDEToolbar::showRunning);
 
+    m_debug = addCommand(QStringLiteral("ladybug.fill"), Theme::Role::SecondaryLabel, tr("Debug"),
+                         {}, Label::Shown);
+    m_debug->setShortcut(KeyText::sequence(u"⌘Y"));
+    connect(m_debug, &QAction::triggered, this, [this] { m_state.startDebugRun(); });
+    connect(&state.link(), &DeviceLink::connectionStateChanged, this, &IDEToolbar::showConnection);
+
     addWidget(new SendToDeviceButton(state));
     addSpace();
     addWidget(new DeviceConnectButton(state));
@@ -42,6 +48,7 @@ IDEToolbar::IDEToolbar(AppState &state, QWidget *parent)
         more->setFocusPolicy(Qt::TabFocus);
     }
     showRunning();
+    showConnection();
 }
 
 void IDEToolbar::addFileCommands()
@@ -88,6 +95,16 @@ void IDEToolbar::addSpace()
     auto *space = new QWidget;
     space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     addWidget(space);
+}
+
+void IDEToolbar::showConnection()
+{
+    const bool isConnected = m_state.link().connectionState().isConnected();
+    m_debug->setIcon(Icons::icon(QStringLiteral("ladybug.fill"),
+                                 isConnected ? Theme::Role::Orange : Theme::Role::SecondaryLabel));
+    m_debug->setToolTip(
+        KeyText::rendered(isConnected ? tr("Run on the device, stopping at each breakpoint (⌘Y)")
+                                      : tr("Connect a device to debug on it")));
 }
 
 void IDEToolbar::showRunning()

@@ -30,10 +30,12 @@ private:
     void addSpace();
     QCoro::Task<void> openFile();
     void showRunning();
+    void showConnection();
 
     AppState &m_state;
     QAction *m_run;
     QAction *m_stop;
+    QAction *m_debug;
     Lifetime m_life;
 };
 

@@ -35,6 +35,7 @@ public:
         Hover,
         Pressed,
         AccentTint,
+        YellowTint, // on WindowBackground
         Selection,
         SelectedText, // on Selection
     };

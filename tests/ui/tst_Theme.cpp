@@ -64,9 +64,11 @@ void tst_Theme::everyTextCanBeRead()
             check(QStringLiteral("role %1").arg(role), theme.color(static_cast<Role>(role)),
                   theme.color(background));
     }
-    for (const Role background : {Role::Hover, Role::Pressed, Role::AccentTint})
+    for (const Role background : {Role::Hover, Role::Pressed, Role::AccentTint, Role::YellowTint})
         check(QStringLiteral("label of a button"), theme.color(Role::Label),
               theme.color(background));
+    for (const Role text : {Role::Yellow, Role::SecondaryLabel, Role::Placeholder})
+        check(QStringLiteral("debug bar"), theme.color(text), theme.color(Role::YellowTint));
     check(QStringLiteral("selection"), theme.color(Role::SelectedText),
           theme.color(Role::Selection));
 
