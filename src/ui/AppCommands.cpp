@@ -41,7 +41,8 @@ void AppCommands::addEditMenu()
 {
     QMenu *menu = m_window.menuBar()->addMenu(tr("&Edit"));
     addEdit(menu, tr("&Undo"), QKeySequence::Undo, "undo");
-    addEdit(menu, tr("&Redo"), QKeySequence::Redo, "redo");
+    // Not the key that some platforms have for it: Ctrl+Y starts the debugger here.
+    addEdit(menu, tr("&Redo"), KeyText::sequence(u"⇧⌘Z"), "redo");
     menu->addSeparator();
     addEdit(menu, tr("Cu&t"), QKeySequence::Cut, "cut");
     addEdit(menu, tr("&Copy"), QKeySequence::Copy, "copy");
@@ -91,13 +92,13 @@ QAction *AppCommands::add(QMenu *menu, const QString &title, const QKeySequence 
     return action;
 }
 
-void AppCommands::addEdit(QMenu *menu, const QString &title, QKeySequence::StandardKey keys,
+void AppCommands::addEdit(QMenu *menu, const QString &title, const QKeySequence &keys,
                           const char *slot)
 {
     QAction *action = menu->addAction(title);
     // The text itself knows these keys; here they are only shown.
     action->setShortcutContext(Qt::WidgetShortcut);
-    action->setShortcuts(keys);
+    action->setShortcut(keys);
     connect(action, &QAction::triggered, this, [this, slot] {
         QWidget *focused = m_window.focusWidget();
         const QByteArray signature = QByteArray(slot) + "()";

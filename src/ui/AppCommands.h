@@ -31,8 +31,7 @@ private:
     QAction *add(QMenu *menu, const QString &title, const QKeySequence &keys,
                  std::function<void()> run);
     /// An operation of whichever text has the focus, by the name of its slot.
-    void addEdit(QMenu *menu, const QString &title, QKeySequence::StandardKey keys,
-                 const char *slot);
+    void addEdit(QMenu *menu, const QString &title, const QKeySequence &keys, const char *slot);
 
     AppState &m_state;
     EditorTabStrip &m_tabs;

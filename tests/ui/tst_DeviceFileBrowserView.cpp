@@ -1,0 +1,237 @@
+#include "Desk.h"
+#include "support/ScriptedBoard.h"
+#include "ui/DeviceFileBrowserView.h"
+#include "ui/ElidedLabel.h"
+#include "ui/FileListView.h"
+
+#include <QDir>
+#include <QLabel>
+#include <QMenu>
+#include <QToolButton>
+
+using namespace Korvane;
+
+/// A person who looks through a board that has what its listing says.
+class tst_DeviceFileBrowserView final : public QObject
+{
+    Q_OBJECT
+
+private:
+    QByteArray m_listing;
+    QStringList m_programs;
+    std::unique_ptr<ScriptedBoard> m_board;
+    std::unique_ptr<Desk> m_desk;
+    DeviceFileBrowserView *m_view = nullptr;
+
+    FileListView &list() const { return m_view->list(); }
+    QString shown() const
+    {
+        QStringList rows;
+        for (int row = 0; row < list().model()->rowCount(); ++row) {
+            const QModelIndex index = list().model()->index(row, 0);
+            rows << (index.data().toString() + u' '
+                     + index.data(FileListModel::SizeTextRole).toString())
+                        .trimmed();
+        }
+        return rows.join(u'|');
+    }
+    /// The page in place of the entries: "title|text".
+    QString message() const
+    {
+        QStringList texts;
+        for (const QLabel *label : m_view->findChildren<QLabel *>()) {
+            if (label->isVisible() && !label->text().isEmpty())
+                texts << label->text();
+        }
+        return texts.join(u'|');
+    }
+    DeviceFiles &files() const { return m_desk->state().deviceFiles(); }
+    bool isIdle() const
+    {
+        return !files().isLoadingDeviceFiles() && !m_desk->state().link().deviceCommandInFlight();
+    }
+    void connectBoard()
+    {
+        m_desk->state().link().connectDevice(m_board->port());
+        QTRY_VERIFY(m_desk->state().link().connectionState().isConnected() && isIdle());
+    }
+    void click(const char *name)
+    {
+        QTest::mouseClick(m_view->findChild<QWidget *>(QString::fromLatin1(name)), Qt::LeftButton);
+    }
+    void choose(int row)
+    {
+        list().setFocus();
+        list().setCurrentIndex(list().model()->index(row, 0));
+    }
+    QStringList openMenu(int row)
+    {
+        choose(row);
+        m_desk->press(Qt::Key_F10, Qt::ShiftModifier);
+        QStringList items;
+        if (const auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())) {
+            for (const QAction *action : menu->actions())
+                items << action->text();
+        }
+        return items;
+    }
+    static void pick(const QString &item)
+    {
+        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        for (QAction *action : menu->actions()) {
+            if (action->text() == item)
+                QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+        }
+    }
+
+private slots:
+    void init()
+    {
+        m_listing = R"([{"n":"main.py","p":"/main.py","d":false,"s":1023},
+            {"n":"b.bin","p":"/b.bin","d":false,"s":1536},
+            {"n":"large.hex","p":"/large.hex","d":false,"s":3145728},
+            {"n":"lib","p":"/lib","d":true,"s":0,"c":[
+                {"n":"deep","p":"/lib/deep","d":true,"s":0,"c":[]},
+                {"n":"x.txt","p":"/lib/x.txt","d":false,"s":0}]}])";
+        m_programs.clear();
+        m_board = std::make_unique<ScriptedBoard>();
+        m_board->onProgram = [this](const QByteArray &program) {
+            if (program.contains("__LS__"))
+                return ScriptedBoard::reply("__LS__" + m_listing.simplified());
+            m_programs << QString::fromUtf8(program);
+            if (program.contains("__FILE__"))
+                return ScriptedBoard::reply("__FILE__cHJpbnQoMSkK");
+            return ScriptedBoard::reply(program.contains("__EXISTS__") ? "__EXISTS__0" : "__OK__");
+        };
+        m_desk = std::make_unique<Desk>(Desk::Python::None, m_board->port());
+        m_view = m_desk->find<DeviceFileBrowserView>("deviceBrowser");
+        m_desk->state().setSidebarTab(AppState::SidebarTab::Device);
+    }
+    void cleanup()
+    {
+        m_desk.reset();
+        m_board.reset();
+    }
+
+    void showsEveryState()
+    {
+        const QString noBoard =
+            QStringLiteral("No device connected|Use the toolbar to connect a MicroPython device");
+        QCOMPARE(message(), noBoard);
+        QStringList seen;
+        connect(&files(), &DeviceFiles::isLoadingDeviceFilesChanged, m_view, [&] {
+            if (files().isLoadingDeviceFiles())
+                QTimer::singleShot(0, m_view, [&] { seen << message(); });
+        });
+        connectBoard();
+        QCOMPARE(seen.join(u';'), QStringLiteral("Loading files…"));
+        QCOMPARE(shown(), QStringLiteral("lib|b.bin 1.5 KB|large.hex 3072.0 KB|main.py 1023 B"));
+        QCOMPARE(list().accessibleName(), QStringLiteral("Device files"));
+        QCOMPARE(list().model()->index(3, 0).data(Qt::AccessibleTextRole).toString(),
+                 QStringLiteral("main.py, 1023 B"));
+        QStringList symbols;
+        for (const auto &row : static_cast<FileListModel *>(list().model())->rows())
+            symbols << FileListModel::symbol(row);
+        QCOMPARE(symbols.join(u' '), QStringLiteral("folder doc.zipper doc.zipper doc.plaintext"));
+        QVERIFY(list().isVisible());
+
+        files().setDeviceWorkingDir(QStringLiteral("/lib/deep"));
+        QCOMPARE(message(), QStringLiteral("Empty folder|/lib/deep"));
+        m_listing = "[]";
+        click("refreshDevice");
+        QTRY_COMPARE(message(),
+                     QStringLiteral("No files found|The device filesystem appears empty"));
+        m_board->vanish();
+        QTRY_COMPARE(message(), noBoard);
+    }
+
+    void goesIntoFoldersAndOutAgainByKeys()
+    {
+        connectBoard();
+        choose(0);
+        m_desk->press(Qt::Key_Return);
+        QCOMPARE(shown(), QStringLiteral("deep|x.txt 0 B"));
+        const auto *label = m_view->findChild<ElidedLabel *>();
+        QCOMPARE(label->text() + u' ' + label->toolTip(), QStringLiteral("/lib /lib"));
+        m_desk->press(Qt::Key_Down);
+        click("refreshDevice");
+        QTRY_COMPARE(message(), QStringLiteral("Loading files…"));
+        QTRY_VERIFY(list().isVisible());
+        QVERIFY(list().hasFocus()); // the listing neither took the focus nor the place
+        QCOMPARE(list().currentIndex().data().toString(), QStringLiteral("x.txt"));
+        click("goUp");
+        QCOMPARE(list().currentIndex().data().toString(), QStringLiteral("lib"));
+        m_desk->press(Qt::Key_Up, Qt::AltModifier);
+        QCOMPARE(files().deviceWorkingDir(), QStringLiteral("/"));
+        list().setCurrentIndex(list().model()->index(3, 0));
+        const QPoint point = list().visualRect(list().currentIndex()).center();
+        QTest::mouseClick(list().viewport(), Qt::LeftButton, {}, point);
+        QTest::mouseDClick(list().viewport(), Qt::LeftButton, {}, point);
+        QTRY_COMPARE(m_desk->state().documents().selectedFile()->devicePath,
+                     QStringLiteral("/main.py"));
+    }
+
+    void offersWhatCanBeDoneWithARow()
+    {
+        QVERIFY(QDir(m_desk->folder.path()).mkdir(QStringLiteral("R&D")));
+        m_desk->state().localFiles().setLocalWorkingDir(
+            m_desk->folder.filePath(QStringLiteral("R&D")));
+        connectBoard();
+        QCOMPARE(openMenu(0).join(u'|'), QStringLiteral("Copy Folder to R&&D|Delete"));
+        QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
+        m_desk->state().localFiles().setLocalWorkingDir(QStringLiteral("/"));
+        QCOMPARE(openMenu(3).join(u'|'), QStringLiteral("Open in Editor|Copy to /|Delete"));
+        pick(QStringLiteral("Open in Editor"));
+        QTRY_COMPARE(m_desk->state().documents().selectedFile()->name, QStringLiteral("main.py"));
+        m_desk->state().localFiles().setLocalWorkingDir(
+            m_desk->folder.filePath(QStringLiteral("R&D")));
+        openMenu(3);
+        pick(QStringLiteral("Copy to R&&D"));
+        QTRY_VERIFY(QFile::exists(m_desk->folder.filePath(QStringLiteral("R&D/main.py"))));
+        QTRY_VERIFY(isIdle() && !m_desk->state().transfer().isSendingToDevice());
+
+        m_desk->questions.confirmation.confirmed = false;
+        m_programs.clear();
+        openMenu(1);
+        pick(QStringLiteral("Delete"));
+        QTRY_COMPARE(m_desk->questions.asked.size(), 1);
+        QCOMPARE(m_desk->questions.takeAsked(),
+                 u"Delete “b.bin” from the device? | Removes /b.bin (1536 bytes) from %1. This "
+                 "cannot be undone. | Delete"_qs.arg(m_board->port()));
+        QCOMPARE(m_programs, QStringList());
+        m_desk->questions.confirmation.confirmed = true;
+        m_listing = R"([{"n":"main.py","p":"/main.py","d":false,"s":1023}])";
+        openMenu(1);
+        pick(QStringLiteral("Delete"));
+        QTRY_COMPARE(shown(), QStringLiteral("main.py 1023 B"));
+        QVERIFY(m_programs.join(u' ').contains(u"'/b.bin'"));
+        QTRY_VERIFY(list().hasFocus());
+    }
+
+    void tellsWhatIsBeingSent()
+    {
+        auto *send = m_view->findChild<QToolButton *>(QStringLiteral("sendCurrentFile"));
+        auto *toolbarSend = m_desk->find<QToolButton>("arrow.up.doc");
+        QCOMPARE(send->toolTip(), QStringLiteral("Send untitled.py to device"));
+        QCOMPARE(toolbarSend->toolTip(), QStringLiteral("Connect a device to send files"));
+        auto *transfer = m_desk->find<QWidget>("transfer");
+        QVERIFY(!transfer->isVisible());
+        connectBoard();
+        QCOMPARE(toolbarSend->toolTip(), QStringLiteral("Send untitled.py to device (Ctrl+U)"));
+        m_desk->state().documents().openTextInEditor(QStringLiteral("<b>&⌘S.py"), u"x"_qs);
+        QCOMPARE(send->toolTip(),
+                 QStringLiteral("<span>Send &lt;b&gt;&amp;⌘S.py to device</span>"));
+        QCOMPARE(send->accessibleName(), QStringLiteral("Send <b>&⌘S.py to device"));
+        m_desk->press(Qt::Key_U, Qt::ControlModifier);
+        QTRY_VERIFY(transfer->isVisible());
+        QCOMPARE(m_desk->find<ElidedLabel>("transferStatus")->text(),
+                 QStringLiteral("Sending <b>&⌘S.py…"));
+        QVERIFY(toolbarSend->icon().isNull());
+        QTRY_VERIFY(!transfer->isVisible());
+        QVERIFY(!toolbarSend->icon().isNull());
+        QVERIFY(m_desk->lines().contains(u"info: ↑ Sent <b>&⌘S.py to device as /<b>&⌘S.py."_qs));
+    }
+};
+
+QTEST_MAIN(tst_DeviceFileBrowserView)
+#include "tst_DeviceFileBrowserView.moc"

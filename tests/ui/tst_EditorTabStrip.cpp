@@ -1,0 +1,234 @@
+#include "Desk.h"
+#include "editor/CodeEditorView.h"
+#include "support/Files.h"
+#include "ui/EditorTabStrip.h"
+
+#include <QClipboard>
+#include <QDropEvent>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QPainter>
+#include <QToolButton>
+
+using namespace Korvane;
+
+/// The tabs, the menus and the keys of the window, as a person uses them.
+class tst_EditorTabStrip final : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<Desk> m_desk;
+    EditorTabStrip *m_tabs = nullptr;
+
+    Documents &documents() const { return m_desk->state().documents(); }
+    /// "a.py [b.py*]": the second is chosen and not saved. Says "!" for a tab that is wrong.
+    QString shown() const
+    {
+        QStringList result;
+        for (int i = 0; i < m_tabs->count(); ++i) {
+            const EditorFile &file = documents().openFiles().at(i);
+            const QWidget *end = m_tabs->tabButton(i, QTabBar::RightSide);
+            const bool isDot = end->objectName() == u"modifiedDot";
+            QString text = m_tabs->tabText(i) + (isDot ? u"*"_qs : QString());
+            if (isDot != file.isModified || m_tabs->tabData(i).toUuid() != file.id)
+                text += u'!';
+            result << (i == m_tabs->currentIndex() ? u'[' + text + u']' : text);
+        }
+        return result.join(u' ');
+    }
+    void open(const QString &names)
+    {
+        for (const QString &name : names.split(u' '))
+            documents().openTextInEditor(name, QString());
+        documents().closeFile(documents().openFiles().constFirst().id);
+    }
+    QToolButton *closeButton(int tab) const
+    {
+        return qobject_cast<QToolButton *>(m_tabs->tabButton(tab, QTabBar::RightSide));
+    }
+    QStringList menu(int index) const
+    {
+        QStringList items;
+        for (const QAction *action :
+             m_desk->window().menuBar()->actions()[index]->menu()->actions())
+            items << (action->isSeparator()
+                          ? QStringLiteral("-")
+                          : (action->text().remove(u'&') + u' ' + action->shortcut().toString()));
+        return items;
+    }
+
+private slots:
+    void init()
+    {
+        m_desk = std::make_unique<Desk>();
+        m_tabs = m_desk->find<EditorTabStrip>("tabs");
+    }
+    void cleanup() { m_desk.reset(); }
+
+    void followsTheDocuments()
+    {
+        QCOMPARE(m_tabs->accessibleName(), QStringLiteral("Open files"));
+        QCOMPARE(m_tabs->height(), 34);
+        QCOMPARE(shown(), QStringLiteral("[untitled.py]"));
+        open(QStringLiteral("a.py b.py c.py"));
+        QCOMPARE(shown(), QStringLiteral("a.py b.py [c.py]"));
+        m_desk->find<CodeEditorView>("editor")->setFocus();
+        QTest::keyClicks(m_desk->find<QWidget>("editor"), QStringLiteral("x = 1"));
+        QCOMPARE(shown(), QStringLiteral("a.py b.py [c.py*]"));
+        QTest::mouseClick(m_tabs, Qt::LeftButton, {}, m_tabs->tabRect(1).center());
+        QCOMPARE(shown(), QStringLiteral("a.py [b.py] c.py*"));
+        QCOMPARE(m_desk->find<CodeEditorView>("editor")->text(), QString());
+        const EditorFile last = documents().openFiles().last();
+        documents().markSaved(last.id, last.content);
+        documents().setPath(last.id, QStringLiteral("/tmp/R&D.py"), QStringLiteral("R&D.py"));
+        QCOMPARE(shown(), QStringLiteral("a.py [b.py] R&&D.py"));
+        QCOMPARE(m_tabs->tabToolTip(2), QStringLiteral("/tmp/R&D.py"));
+
+        QTest::mouseClick(closeButton(2), Qt::LeftButton);
+        QCOMPARE(shown(), QStringLiteral("a.py [b.py]"));
+        QTest::mouseClick(closeButton(1), Qt::LeftButton); // the chosen one: the first follows
+        QCOMPARE(shown(), QStringLiteral("[a.py]"));
+        QTest::mouseClick(closeButton(0), Qt::LeftButton);
+        QCOMPARE(shown(), QStringLiteral("[untitled.py]"));
+    }
+
+    void goesFromTabToTabAndClosesThemByKeys_data()
+    {
+        QTest::addColumn<QString>("focus");
+        for (const char *focus : {"editor", "shellInput", "localFiles", "tabs", "Shell"})
+            QTest::newRow(focus) << QString::fromLatin1(focus);
+    }
+    void goesFromTabToTabAndClosesThemByKeys()
+    {
+        QFETCH(QString, focus);
+        put(m_desk->folder.filePath(QStringLiteral("f")), "");
+        m_desk->state().localFiles().setLocalWorkingDir(m_desk->folder.path());
+        QTRY_VERIFY(m_desk->find<QWidget>("localFiles")->isVisible());
+        open(QStringLiteral("a b c"));
+        auto *focused = m_desk->find<QWidget>(focus.toLatin1().constData());
+        focused->setFocus();
+        QVERIFY(focused->hasFocus());
+        const Qt::KeyboardModifiers backwards = Qt::ControlModifier | Qt::ShiftModifier;
+        m_desk->press(Qt::Key_Tab, Qt::ControlModifier);
+        QCOMPARE(shown(), QStringLiteral("[a] b c"));
+        m_desk->press(Qt::Key_PageDown, Qt::ControlModifier);
+        QCOMPARE(shown(), QStringLiteral("a [b] c"));
+        m_desk->press(Qt::Key_Backtab, backwards);
+        m_desk->press(Qt::Key_PageUp, Qt::ControlModifier);
+        QCOMPARE(shown(), QStringLiteral("a b [c]"));
+        m_desk->press(Qt::Key_W, Qt::ControlModifier);
+        QCOMPARE(shown(), QStringLiteral("[a] b"));
+        m_desk->press(Qt::Key_N, Qt::ControlModifier);
+        QCOMPARE(shown(), QStringLiteral("a b [untitled3.py]"));
+        documents().updateSelectedContent(QStringLiteral("edited"));
+        m_desk->press(Qt::Key_W, Qt::ControlModifier); // has no close button either
+        QTest::mouseClick(m_tabs, Qt::MiddleButton, {}, m_tabs->tabRect(2).center());
+        QCOMPARE(shown(), QStringLiteral("a b [untitled3.py*]"));
+        QTest::mouseClick(m_tabs, Qt::MiddleButton, {}, m_tabs->tabRect(0).center());
+        QCOMPARE(shown(), QStringLiteral("b [untitled3.py*]"));
+        m_desk->questions.name.clear();
+        m_desk->press(Qt::Key_S, Qt::ControlModifier);
+        m_desk->press(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
+        QTRY_COMPARE(m_desk->questions.asked.size(), 2);
+        QVERIFY(m_desk->questions.asked.constFirst().startsWith(u"Save File | Save to "_qs));
+        QCOMPARE(m_desk->questions.asked.last(), QStringLiteral("save | untitled3.py"));
+        m_desk->press(Qt::Key_U, Qt::ControlModifier);
+        QCOMPARE(m_desk->lines().last(),
+                 QStringLiteral("error: Connect a device before sending untitled3.py."));
+        QVERIFY(focused->hasFocus());
+    }
+
+    void scrollsWhatDoesNotFit()
+    {
+        QStringList names;
+        for (int i = 0; i < 60; ++i)
+            names << QStringLiteral("document%1.py").arg(i);
+        names << QString(255, u'n');
+        open(names.join(u' '));
+        QCOMPARE(m_tabs->count(), 61);
+        QVERIFY(m_tabs->width() < m_desk->window().width());
+        const QRect last = m_tabs->tabRect(60);
+        QVERIFY(last.width() < 400 && m_tabs->rect().contains(last.center()));
+        documents().select(documents().openFiles().constFirst().id);
+        QVERIFY(m_tabs->rect().contains(m_tabs->tabRect(0).center()));
+    }
+
+    void hasTheMenusOfTheProgram()
+    {
+        QCOMPARE(menu(0).join(u'|'),
+                 QStringLiteral("New File Ctrl+N|-|Save Ctrl+S|Save As… Ctrl+Shift+S|-|"
+                                "Send to Device Ctrl+U|-|Close Ctrl+W|Quit Ctrl+Q"));
+        QCOMPARE(menu(1).join(u'|'),
+                 QStringLiteral("Undo Ctrl+Z|Redo Ctrl+Shift+Z|-|Cut Ctrl+X|"
+                                "Copy Ctrl+C|Paste Ctrl+V|-|Select All Ctrl+A"));
+        auto *editor = m_desk->find<CodeEditorView>("editor");
+        editor->setFocus();
+        QTest::keyClicks(editor, QStringLiteral("abc"));
+        // By keys alone: the menu takes the focus and gives it back before the entry acts.
+        const auto choose = [this](const QString &item) {
+            QMenu *edit = m_desk->window().menuBar()->actions().at(1)->menu();
+            m_desk->press(Qt::Key_E, Qt::AltModifier);
+            QTRY_VERIFY(edit->isVisible());
+            for (QAction *action : edit->actions()) {
+                if (action->text().remove(u'&') == item)
+                    edit->setActiveAction(action);
+            }
+            QTest::keyClick(edit, Qt::Key_Return);
+        };
+        choose(QStringLiteral("Select All"));
+        choose(QStringLiteral("Cut"));
+        QCOMPARE(editor->text(), QString());
+        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("abc"));
+        choose(QStringLiteral("Undo"));
+        QCOMPARE(editor->text(), QStringLiteral("abc"));
+        m_desk->find<QWidget>("Shell")->setFocus();
+        choose(QStringLiteral("Undo")); // a button has nothing to undo
+        QCOMPARE(editor->text(), QStringLiteral("abc"));
+        m_desk->press(Qt::Key_Q, Qt::ControlModifier);
+        QVERIFY(!m_desk->window().isVisible());
+    }
+
+    void opensFilesFromTheDialogAndWhatIsDropped()
+    {
+        const QString good = m_desk->folder.filePath(QStringLiteral("good.py"));
+        const QString bad = m_desk->folder.filePath(QStringLiteral("bad.py"));
+        put(good, "1\n");
+        put(bad, "\xff");
+        m_desk->questions.name = bad; // drops the failure silently
+        m_desk->click("folder");
+        m_desk->questions.name = good;
+        m_desk->click("folder");
+        QTRY_COMPARE(shown(), QStringLiteral("untitled.py [good.py]"));
+        QCOMPARE(m_desk->questions.asked, (QStringList{u"open"_qs, u"open"_qs}));
+        QCOMPARE(m_desk->lines(), QStringList());
+        documents().closeFile(documents().selectedFileID());
+
+        const auto drop = [this](const QStringList &paths, QWidget *onto) {
+            QMimeData data;
+            QList<QUrl> urls;
+            for (const QString &path : paths)
+                urls << QUrl::fromLocalFile(path);
+            data.setUrls(urls);
+            data.setText(QStringLiteral("as text"));
+            QDragEnterEvent enter({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
+            QCoreApplication::sendEvent(onto, &enter);
+            QVERIFY(enter.isAccepted());
+            QDropEvent event({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
+            QCoreApplication::sendEvent(onto, &event);
+        };
+        auto *editor = m_desk->find<CodeEditorView>("editor");
+        drop({good, bad}, editor->viewport());
+        QTRY_COMPARE(shown(), QStringLiteral("untitled.py [good.py]"));
+        QTRY_COMPARE(m_desk->lines().size(), 1);
+        QVERIFY(m_desk->lines().constFirst().startsWith(u"error: Cannot open bad.py: "_qs));
+        QCOMPARE(editor->text(), QStringLiteral("1\n")); // and not the dropped words
+        m_desk->state().setSidebarTab(AppState::SidebarTab::Device);
+        drop({m_desk->folder.path()}, &m_desk->window());
+        QCOMPARE(m_desk->state().localFiles().localWorkingDir(), m_desk->folder.path());
+        QCOMPARE(m_desk->state().sidebarTab(), AppState::SidebarTab::Local);
+    }
+};
+
+QTEST_MAIN(tst_EditorTabStrip)
+#include "tst_EditorTabStrip.moc"
