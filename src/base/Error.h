@@ -24,6 +24,8 @@ enum class ErrorCode {
     Closed,
     // Listening for the assistant
     Network,
+    // What a tool tells the assistant (made by MCPToolError)
+    Tool,
 };
 
 /// A failure as a value: a code for programs, a message for a person, detail for whoever digs.

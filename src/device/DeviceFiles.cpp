@@ -139,7 +139,7 @@ QCoro::Task<bool> DeviceFiles::writeTextToDevice(QString text, QString path, QSt
     co_return co_await writeDeviceFile(text.toUtf8(), path, label);
 }
 
-QCoro::Task<void> DeviceFiles::deleteDeviceNode(DeviceFileNode node)
+QCoro::Task<bool> DeviceFiles::deleteDeviceNode(DeviceFileNode node)
 {
     const auto life = m_life.watch();
     const auto kind =
@@ -147,13 +147,16 @@ QCoro::Task<void> DeviceFiles::deleteDeviceNode(DeviceFileNode node)
     const auto output =
         co_await m_link.executeOnDevice(BoardScripts::remove(node.path, kind), quickTimeout);
     if (!life)
-        co_return;
+        co_return false;
+    if (output && output->contains(okMarker)) {
+        co_await refreshDeviceFiles();
+        co_return true;
+    }
     if (!output)
         m_shell.appendError(QStringLiteral("Delete failed: ") + output.error().message);
-    else if (output->contains(okMarker))
-        co_await refreshDeviceFiles();
     else if (const auto reason = textAfter(*output, QLatin1StringView("__ERR__")))
         m_shell.appendError(QStringLiteral("Delete failed: ") + reason->toString());
+    co_return false;
 }
 
 QCoro::Task<bool> DeviceFiles::makeDeviceFolders(QStringList paths)

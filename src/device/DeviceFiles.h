@@ -39,8 +39,9 @@ public:
     /// Creates or replaces the file, without asking.
     [[nodiscard]] QCoro::Task<bool> writeDeviceFile(QByteArray bytes, QString path, QString label);
     [[nodiscard]] QCoro::Task<bool> writeTextToDevice(QString text, QString path, QString label);
-    /// Deletes a file or an empty folder, without asking, and lists the board again.
-    QCoro::Task<void> deleteDeviceNode(DeviceFileNode node);
+    /// Deletes a file or an empty folder, without asking, and lists the board again. False when the
+    /// board did not say that it has.
+    QCoro::Task<bool> deleteDeviceNode(DeviceFileNode node);
     /// Makes each folder, parents first; those that exist are left alone.
     [[nodiscard]] QCoro::Task<bool> makeDeviceFolders(QStringList paths);
 

@@ -1,0 +1,435 @@
+#include "mcp/BoardTools.h"
+
+#include "app/AppState.h"
+#include "app/Settings.h"
+#include "base/Utf8.h"
+#include "device/BoardScripts.h"
+#include "mcp/MCPToolError.h"
+#include "mcp/ToolDefinitions.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <iterator>
+#include <sys/stat.h>
+#include <utility>
+
+static void initializeResources()
+{
+    Q_INIT_RESOURCE(tool_scripts);
+}
+
+namespace Korvane {
+
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+constexpr auto statusTimeout = 5s;
+constexpr double runCodeTimeoutSeconds = 10;
+constexpr double runFileTimeoutSeconds = 30;
+constexpr auto resetPause = 1500ms; // until boot.py and main.py have run, on most boards
+
+const QString pathKey = u"path"_s;
+const QString portKey = u"port"_s;
+const QString nameKey = u"name"_s;
+const QString contentKey = u"content"_s;
+const QString codeKey = u"code"_s;
+const QString timeoutKey = u"timeout"_s;
+
+QString logLine(const QString &tool, const ToolArguments &arguments)
+{
+    QStringList shown;
+    for (const QString &key : {pathKey, portKey, nameKey}) {
+        if (const auto value = arguments.text(key))
+            shown << key + u": "_s + *value;
+    }
+    const QString line = u"🤖 "_s + tool;
+    return shown.isEmpty() ? line : line + u" ("_s + shown.join(u", "_s) + u')';
+}
+
+Result<QString> required(const ToolArguments &arguments, const QString &key)
+{
+    const auto text = arguments.text(key);
+    if (!text || (text->isEmpty() && key != contentKey))
+        return MCPToolError::missingArgument(key);
+    return *text;
+}
+
+QString optional(const ToolArguments &arguments, const QString &key, const QString &otherwise = {})
+{
+    const QString text = arguments.text(key).value_or(QString());
+    return text.isEmpty() ? otherwise : text;
+}
+
+QString statusScript()
+{
+    [[maybe_unused]] static const bool initialized = (initializeResources(), true);
+    QFile file(u":/korvane/mcp/scripts/status.py"_s);
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("The status script is not part of this build.");
+    return QString::fromUtf8(file.readAll());
+}
+
+/// An assistant may name any path, and what is opened is also written to: an ordinary file must
+/// not be taken for a board.
+bool isDevice(const QString &path)
+{
+    struct stat status = {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISCHR(status.st_mode);
+}
+
+QString describe(const QString &folder, const QList<DeviceFileNode> &children)
+{
+    if (children.isEmpty())
+        return folder + u" is empty."_s;
+    QStringList lines{folder + u':'};
+    for (const DeviceFileNode &child : children) {
+        lines << (child.isDirectory ? child.path + u'/'
+                                    : u"%1  %2 bytes"_s.arg(child.path).arg(child.size));
+    }
+    return lines.join(u'\n');
+}
+
+QString describe(const DeviceExecution &execution)
+{
+    const QString &output = execution.stdout;
+    const QString &error = execution.stderr;
+    if (error.isEmpty())
+        return output.isEmpty() ? u"(no output)"_s : output;
+    if (output.isEmpty())
+        return u"The code raised:\n"_s + error;
+    return u"Output before the failure:\n"_s + output + u"\nThen it raised:\n"_s + error;
+}
+
+} // namespace
+
+struct BoardTools::Tool
+{
+    QString name;
+    bool needsBoard;
+    Answer (BoardTools::*run)(ToolArguments);
+};
+
+BoardTools::BoardTools(AppState &state)
+    : m_state(state)
+{
+    QObject::connect(&state.link(), &DeviceLink::connectionStateChanged, &m_wiring,
+                     [this] { ++m_linkNumber; });
+}
+
+QByteArray BoardTools::definitions() const
+{
+    return toolDefinitions();
+}
+
+const BoardTools::Tool *BoardTools::find(const QString &name)
+{
+    static const Tool tools[] = {
+        {u"device_status"_s, false, &BoardTools::deviceStatus},
+        {u"connect_device"_s, false, &BoardTools::connectDevice},
+        {u"list_device_files"_s, true, &BoardTools::listDeviceFiles},
+        {u"read_device_file"_s, true, &BoardTools::readDeviceFile},
+        {u"write_device_file"_s, true, &BoardTools::writeDeviceFile},
+        {u"delete_device_file"_s, true, &BoardTools::deleteDeviceFile},
+        {u"run_code"_s, true, &BoardTools::runCode},
+        {u"run_file"_s, true, &BoardTools::runFile},
+        {u"soft_reset"_s, true, &BoardTools::softReset},
+        {u"open_in_editor"_s, false, &BoardTools::openInEditor},
+    };
+    const auto found = std::find_if(std::begin(tools), std::end(tools),
+                                    [&](const Tool &tool) { return tool.name == name; });
+    return found == std::end(tools) ? nullptr : found;
+}
+
+QCoro::Task<Result<QString>> BoardTools::call(QString name, ToolArguments arguments)
+{
+    m_state.shell().appendInfo(logLine(name, arguments));
+    const Tool *tool = find(name);
+    if (!tool)
+        co_return MCPToolError::unknownTool(name);
+    if (tool->needsBoard && !isConnected())
+        co_return MCPToolError::notConnected();
+
+    OneShot<Result<QString>> &shot = m_calls.emplace_back();
+    const auto position = std::prev(m_calls.end());
+    work(tool, std::move(arguments), position);
+    auto answer = co_await shot.wait();
+    if (!answer)
+        co_return MCPToolError::closed();
+    m_calls.erase(position);
+    co_return *std::move(answer);
+}
+
+/// May end long after this has gone, when the board or the person answers: nobody waits then.
+QCoro::Task<void> BoardTools::work(const Tool *tool, ToolArguments arguments, Calls::iterator call)
+{
+    const auto life = m_life.watch();
+    auto answer = co_await (this->*tool->run)(std::move(arguments));
+    if (life)
+        call->deliver(std::move(answer));
+}
+
+BoardTools::Answer BoardTools::deviceStatus(ToolArguments)
+{
+    const auto life = m_life.watch();
+    DeviceLink &link = m_state.link();
+    QString connection = u"Not Connected"_s;
+    if (isConnected())
+        connection = link.connectionState().port();
+    else if (link.connectionState().kind() == DeviceConnectionState::Kind::Connecting)
+        connection = u"Connecting…"_s;
+    const QStringList &ports = link.availablePorts();
+    QStringList lines{
+        u"Connection: "_s + connection,
+        u"Available ports: "_s + (ports.isEmpty() ? u"none"_s : ports.join(u", "_s)),
+        u"Device directory: "_s + m_state.deviceFiles().deviceWorkingDir(),
+        u"Local directory: "_s + m_state.localFiles().localWorkingDir(),
+    };
+    if (const EditorFile *file = m_state.documents().selectedFile())
+        lines << u"Editor: "_s + file->name + (file->isModified ? u" (unsaved changes)"_s : u""_s);
+    if (isConnected()) {
+        const auto version = co_await link.executeOnDevice(statusScript(), statusTimeout);
+        if (!life)
+            co_return MCPToolError::closed();
+        if (version)
+            lines << u"MicroPython: "_s + version->trimmed().replace(u'\n', u" — "_s);
+    }
+    co_return lines.join(u'\n');
+}
+
+BoardTools::Answer BoardTools::connectDevice(ToolArguments arguments)
+{
+    const auto life = m_life.watch();
+    DeviceLink &link = m_state.link();
+    if (isConnected())
+        co_return u"Already connected to "_s + link.connectionState().port() + u'.';
+    link.refreshPorts();
+    QString port = optional(arguments, portKey);
+    if (port.isEmpty()) {
+        const QStringList &ports = link.availablePorts();
+        if (ports.isEmpty())
+            co_return MCPToolError::noPorts();
+        if (ports.size() > 1)
+            co_return MCPToolError::severalPorts(ports);
+        port = ports.first();
+    }
+    if (QFile::exists(port) && !isDevice(port)) {
+        m_state.shell().appendError(u"Connection failed: Not a serial port"_s);
+        co_return MCPToolError::notOpened(port);
+    }
+    link.connectDevice(port);
+    if (!isConnected())
+        co_return MCPToolError::notOpened(port);
+    co_await m_state.deviceFiles().refreshDeviceFiles();
+    if (!life)
+        co_return MCPToolError::closed();
+    co_return u"Connected to "_s + port + u'.';
+}
+
+BoardTools::Answer BoardTools::listDeviceFiles(ToolArguments arguments)
+{
+    const auto life = m_life.watch();
+    const QString folder = optional(arguments, pathKey, u"/"_s);
+    co_await m_state.deviceFiles().refreshDeviceFiles();
+    if (!life)
+        co_return MCPToolError::closed();
+    if (!isConnected()) // or a board that went would pass for an empty one
+        co_return MCPToolError::notConnected();
+    const auto *children = m_state.deviceFiles().deviceChildren(folder);
+    if (!children)
+        co_return MCPToolError::notADirectory(folder);
+    co_return describe(folder, *children);
+}
+
+BoardTools::Answer BoardTools::readDeviceFile(ToolArguments arguments)
+{
+    const auto life = m_life.watch();
+    const auto path = required(arguments, pathKey);
+    if (!path)
+        co_return path.error();
+    const auto bytes = co_await m_state.deviceFiles().readDeviceFile(*path, *path);
+    if (!life)
+        co_return MCPToolError::closed();
+    if (!bytes)
+        co_return lastError(MCPToolError::notRead(*path));
+    if (const auto text = Utf8::decodeStrict(*bytes))
+        co_return *text;
+    co_return *path + u" is %1 bytes of binary data (not valid UTF-8)."_s.arg(bytes->size());
+}
+
+BoardTools::Answer BoardTools::writeDeviceFile(ToolArguments arguments)
+{
+    const auto life = m_life.watch();
+    const auto path = required(arguments, pathKey);
+    if (!path)
+        co_return path.error();
+    const auto content = required(arguments, contentKey);
+    if (!content)
+        co_return content.error();
+    const QString size = QString::number(content->toUtf8().size());
+    DeviceFiles &files = m_state.deviceFiles();
+
+    if (asksFirst()) {
+        const bool exists = co_await files.deviceFileExists(*path);
+        if (!life)
+            co_return MCPToolError::closed();
+        Questions::Confirmation question;
+        question.title = u"Let Claude write “"_s + *path + u"”?"_s;
+        question.message = size
+            + (exists ? u" bytes, replacing the file already at "_s + *path + u" on "_s
+                      : u" bytes, creating a new file on "_s)
+            + deviceName() + u'.';
+        question.confirmTitle = exists ? u"Replace"_s : u"Write"_s;
+        Error declined = MCPToolError::writeDeclined(*path);
+        const auto refusal = co_await askFor(std::move(question), std::move(declined));
+        if (!life)
+            co_return MCPToolError::closed();
+        if (refusal)
+            co_return *refusal;
+    }
+    const bool isWritten = co_await files.writeTextToDevice(*content, *path, *path);
+    if (!life)
+        co_return MCPToolError::closed();
+    if (!isWritten)
+        co_return lastError(MCPToolError::notWritten(*path));
+    co_await files.refreshDeviceFiles();
+    if (!life)
+        co_return MCPToolError::closed();
+    co_return u"Wrote "_s + size + u" bytes to "_s + *path + u'.';
+}
+
+BoardTools::Answer BoardTools::deleteDeviceFile(ToolArguments arguments)
+{
+    const auto life = m_life.watch();
+    const auto path = required(arguments, pathKey);
+    if (!path)
+        co_return path.error();
+    DeviceFiles &files = m_state.deviceFiles();
+    co_await files.refreshDeviceFiles();
+    if (!life)
+        co_return MCPToolError::closed();
+    if (!isConnected())
+        co_return MCPToolError::notConnected();
+    const DeviceFileNode *found = files.deviceNode(*path);
+    if (!found)
+        co_return MCPToolError::notThere(*path);
+    const DeviceFileNode node = *found; // the next listing takes it away
+
+    if (asksFirst()) {
+        Questions::Confirmation question;
+        question.title = u"Let Claude delete “"_s + *path + u"”?"_s;
+        question.message = node.isDirectory
+            ? u"Removes the directory from "_s + deviceName() + u". It must be empty."_s
+            : u"Removes %1 bytes from "_s.arg(node.size) + deviceName()
+                + u". This cannot be undone."_s;
+        question.confirmTitle = u"Delete"_s;
+        Error declined = MCPToolError::deletionDeclined(*path);
+        const auto refusal = co_await askFor(std::move(question), std::move(declined));
+        if (!life)
+            co_return MCPToolError::closed();
+        if (refusal)
+            co_return *refusal;
+    }
+    const bool isDeleted = co_await files.deleteDeviceNode(node);
+    if (!life)
+        co_return MCPToolError::closed();
+    // Before others add a line of theirs.
+    const Error failure = lastError(MCPToolError::notDeleted(*path));
+    const bool exists = co_await files.deviceFileExists(*path);
+    if (!life)
+        co_return MCPToolError::closed();
+    if (exists || !isDeleted) // a board that is gone, or busy, cannot tell what exists
+        co_return failure;
+    co_return u"Deleted "_s + *path + u'.';
+}
+
+BoardTools::Answer BoardTools::runCode(ToolArguments arguments)
+{
+    const auto code = required(arguments, codeKey);
+    if (!code)
+        co_return code.error();
+    co_return co_await run(*code, arguments.number(timeoutKey).value_or(runCodeTimeoutSeconds));
+}
+
+BoardTools::Answer BoardTools::runFile(ToolArguments arguments)
+{
+    const auto path = required(arguments, pathKey);
+    if (!path)
+        co_return path.error();
+    const QString code = u"exec(open("_s + BoardScripts::pathLiteral(*path) + u").read())"_s;
+    co_return co_await run(code, arguments.number(timeoutKey).value_or(runFileTimeoutSeconds));
+}
+
+BoardTools::Answer BoardTools::run(QString code, double timeoutSeconds)
+{
+    const std::chrono::duration<double> timeout(timeoutSeconds);
+    const auto execution = co_await m_state.link().executeOnDeviceRaw(std::move(code), timeout);
+    if (!execution)
+        co_return execution.error();
+    co_return describe(*execution);
+}
+
+BoardTools::Answer BoardTools::softReset(ToolArguments)
+{
+    m_state.link().softReset();
+    if (!co_await m_sleeper.sleep(resetPause))
+        co_return MCPToolError::closed();
+    co_return u"Soft reset sent. boot.py and main.py have run again."_s;
+}
+
+BoardTools::Answer BoardTools::openInEditor(ToolArguments arguments)
+{
+    const auto name = required(arguments, nameKey);
+    if (!name)
+        co_return name.error();
+    const auto content = required(arguments, contentKey);
+    if (!content)
+        co_return content.error();
+    m_state.documents().openTextInEditor(*name, *content);
+    co_return u"Opened "_s + *name
+        + u" in the editor. It is not on the device until you write it there."_s;
+}
+
+QCoro::Task<std::optional<Error>> BoardTools::askFor(Questions::Confirmation question,
+                                                     Error declined)
+{
+    const auto life = m_life.watch();
+    const int linkNumber = m_linkNumber;
+    const bool isConfirmed = co_await m_state.deviceFiles().confirmAction(std::move(question));
+    if (!life)
+        co_return MCPToolError::closed();
+    if (!isConfirmed)
+        co_return declined;
+    // The yes was for the board of the question, not for one that took its place since.
+    if (isConnected() && linkNumber != m_linkNumber) {
+        m_state.shell().appendError(
+            u"Nothing was changed: the board was connected anew while the question was open."_s);
+        co_return lastError(declined);
+    }
+    co_return std::nullopt;
+}
+
+bool BoardTools::isConnected() const
+{
+    return m_state.link().connectionState().isConnected();
+}
+
+bool BoardTools::asksFirst() const
+{
+    return !m_state.settings().flag(Settings::autoApproveWrites);
+}
+
+QString BoardTools::deviceName() const
+{
+    return isConnected() ? m_state.link().connectionState().port() : u"the device"_s;
+}
+
+Error BoardTools::lastError(const Error &otherwise) const
+{
+    const auto line = m_state.shell().lastErrorLine();
+    return line ? MCPToolError::because(*line) : otherwise;
+}
+
+} // namespace Korvane

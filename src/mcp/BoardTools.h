@@ -1,0 +1,69 @@
+#pragma once
+
+#include "base/Lifetime.h"
+#include "base/OneShot.h"
+#include "base/Questions.h"
+#include "base/Sleeper.h"
+#include "mcp/ToolSet.h"
+
+#include <QObject>
+
+#include <list>
+
+namespace Korvane {
+
+class AppState;
+struct DeviceExecution;
+
+/// The tools with which an assistant sees and works with the board. They go through the same
+/// operations as the window, so that the Shell shows what the assistant does, and what cannot be
+/// taken back waits for the person's yes.
+class BoardTools final : public ToolSet
+{
+public:
+    /// \p state must outlive this.
+    explicit BoardTools(AppState &state);
+
+    [[nodiscard]] QByteArray definitions() const override;
+    /// A question to the person holds its own call up, for as long as they take, and no other.
+    [[nodiscard]] QCoro::Task<Result<QString>> call(QString name,
+                                                    ToolArguments arguments) override;
+
+private:
+    using Answer = QCoro::Task<Result<QString>>;
+    using Calls = std::list<OneShot<Result<QString>>>;
+    struct Tool;
+
+    [[nodiscard]] static const Tool *find(const QString &name);
+    QCoro::Task<void> work(const Tool *tool, ToolArguments arguments, Calls::iterator call);
+
+    [[nodiscard]] Answer deviceStatus(ToolArguments arguments);
+    [[nodiscard]] Answer connectDevice(ToolArguments arguments);
+    [[nodiscard]] Answer listDeviceFiles(ToolArguments arguments);
+    [[nodiscard]] Answer readDeviceFile(ToolArguments arguments);
+    [[nodiscard]] Answer writeDeviceFile(ToolArguments arguments);
+    [[nodiscard]] Answer deleteDeviceFile(ToolArguments arguments);
+    [[nodiscard]] Answer runCode(ToolArguments arguments);
+    [[nodiscard]] Answer runFile(ToolArguments arguments);
+    [[nodiscard]] Answer softReset(ToolArguments arguments);
+    [[nodiscard]] Answer openInEditor(ToolArguments arguments);
+
+    [[nodiscard]] Answer run(QString code, double timeoutSeconds);
+    /// Nothing when the person, or their standing order, says yes.
+    [[nodiscard]] QCoro::Task<std::optional<Error>> askFor(Questions::Confirmation question,
+                                                           Error declined);
+    [[nodiscard]] bool isConnected() const;
+    [[nodiscard]] bool asksFirst() const;
+    [[nodiscard]] QString deviceName() const;
+    /// Why an operation has just failed, as the Shell tells it.
+    [[nodiscard]] Error lastError(const Error &otherwise) const;
+
+    AppState &m_state;
+    int m_linkNumber = 0; // counts the changes of the link
+    Calls m_calls;        // without an answer yet
+    Sleeper m_sleeper;
+    QObject m_wiring; // context of the connections to the state
+    Lifetime m_life;
+};
+
+} // namespace Korvane

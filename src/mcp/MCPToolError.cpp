@@ -1,0 +1,82 @@
+#include "mcp/MCPToolError.h"
+
+namespace Korvane::MCPToolError {
+
+using namespace Qt::StringLiterals;
+
+Error because(const QString &reason)
+{
+    return {ErrorCode::Tool, reason};
+}
+
+Error unknownTool(const QString &name)
+{
+    return because(u"Unknown tool: "_s + name);
+}
+
+Error missingArgument(const QString &key)
+{
+    return because(u"Missing required argument “"_s + key + u"”."_s);
+}
+
+Error notConnected()
+{
+    return because(u"No device connected. Use connect_device first."_s);
+}
+
+Error noPorts()
+{
+    return because(u"No serial ports found. Is the board plugged in?"_s);
+}
+
+Error severalPorts(const QStringList &ports)
+{
+    return because(u"Several ports available — name one: "_s + ports.join(u", "_s));
+}
+
+Error notOpened(const QString &port)
+{
+    return because(u"Could not open "_s + port + u'.');
+}
+
+Error notADirectory(const QString &path)
+{
+    return because(path + u" is not a directory on the device."_s);
+}
+
+Error notRead(const QString &path)
+{
+    return because(u"Could not read "_s + path + u'.');
+}
+
+Error writeDeclined(const QString &path)
+{
+    return because(u"The user declined the write to "_s + path + u'.');
+}
+
+Error notWritten(const QString &path)
+{
+    return because(u"Write to "_s + path + u" failed."_s);
+}
+
+Error notThere(const QString &path)
+{
+    return because(path + u" is not on the device."_s);
+}
+
+Error deletionDeclined(const QString &path)
+{
+    return because(u"The user declined deleting "_s + path + u'.');
+}
+
+Error notDeleted(const QString &path)
+{
+    return because(u"Could not delete "_s + path + u'.');
+}
+
+Error closed()
+{
+    return {ErrorCode::Closed, u"The IDE is shutting down."_s};
+}
+
+} // namespace Korvane::MCPToolError

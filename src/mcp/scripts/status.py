@@ -1,0 +1,3 @@
+import sys,os
+print(sys.version)
+print(os.uname().machine)
