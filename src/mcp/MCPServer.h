@@ -61,9 +61,14 @@ public:
     /// The line for a terminal that makes an assistant know this server. Holds the token.
     [[nodiscard]] QString connectionCommand() const;
 
+    /// To be called by whoever has changed a setting that concerns the assistant.
+    void announceSettingsChange() { emit settingsChanged(); }
+
 signals:
     void isRunningChanged();
     void lastErrorChanged();
+    /// All who show such a setting read it again.
+    void settingsChanged();
 
 private:
     [[nodiscard]] Result<void> listen();

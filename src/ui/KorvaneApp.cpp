@@ -1,7 +1,10 @@
 #include "ui/KorvaneApp.h"
 
 #include "app/FileSettings.h"
+#include "mcp/BoardTools.h"
+#include "mcp/MCPServer.h"
 #include "ui/Appearance.h"
+#include "ui/ClaudeCommands.h"
 #include "ui/ContentView.h"
 #include "ui/ThemeStyle.h"
 
@@ -24,19 +27,41 @@ void KorvaneApp::setUp(QApplication &application)
 
 KorvaneApp::KorvaneApp()
     : m_settings(std::make_unique<FileSettings>())
-    , m_state(AppState::Dependencies{.settings = *m_settings, .questions = m_questions})
-    , m_window(std::make_unique<ContentView>(m_state))
+    , m_state(withServer(AppState::Dependencies{.settings = *m_settings, .questions = m_questions}))
 {
+    makeWindow();
     m_questions.setWindow(m_window.get());
 }
 
 KorvaneApp::KorvaneApp(AppState::Dependencies dependencies)
-    : m_state(std::move(dependencies))
-    , m_window(std::make_unique<ContentView>(m_state))
+    : m_state(withServer(std::move(dependencies)))
 {
+    makeWindow();
 }
 
 KorvaneApp::~KorvaneApp() = default;
+
+AppState::Dependencies KorvaneApp::withServer(AppState::Dependencies dependencies)
+{
+    dependencies.makeServer = [this](AppState &state) -> std::unique_ptr<AssistantServer> {
+        auto server = std::make_unique<MCPServer>(MCPServer::Dependencies{
+            .shell = state.shell(),
+            .settings = state.settings(),
+            .setRunning = [&state](bool isRunning) { state.setMcpRunning(isRunning); },
+            .tools = std::make_unique<BoardTools>(state),
+            .state = &state,
+        });
+        m_server = server.get();
+        return server;
+    };
+    return dependencies;
+}
+
+void KorvaneApp::makeWindow()
+{
+    m_window = std::make_unique<ContentView>(m_state);
+    new ClaudeCommands(m_state, *m_server, *m_window); // the window's own
+}
 
 void KorvaneApp::show()
 {

@@ -11,6 +11,7 @@ namespace Korvane {
 
 class Appearance;
 class ContentView;
+class MCPServer;
 
 /// The program: its settings, its one state and its window, in the order in which they need each
 /// other.
@@ -22,7 +23,8 @@ public:
 
     /// With the person's own settings, the usual interpreters and the computer's serial ports.
     KorvaneApp();
-    /// With \p dependencies, whose settings and questions must outlive this.
+    /// With \p dependencies, whose settings and questions must outlive this. The server is made
+    /// here.
     explicit KorvaneApp(AppState::Dependencies dependencies);
     ~KorvaneApp();
     KorvaneApp(const KorvaneApp &) = delete;
@@ -32,10 +34,15 @@ public:
 
     [[nodiscard]] AppState &state() { return m_state; }
     [[nodiscard]] ContentView &window() { return *m_window; }
+    [[nodiscard]] MCPServer &server() { return *m_server; }
 
 private:
+    [[nodiscard]] AppState::Dependencies withServer(AppState::Dependencies dependencies);
+    void makeWindow();
+
     std::unique_ptr<Settings> m_settings; // null when they came from outside
     WindowQuestions m_questions;
+    MCPServer *m_server = nullptr; // the state's own
     AppState m_state;
     std::unique_ptr<ContentView> m_window; // goes first: it shows the state
 };
