@@ -374,7 +374,8 @@ BoardTools::Answer BoardTools::run(QString code, double timeoutSeconds)
 BoardTools::Answer BoardTools::softReset(ToolArguments)
 {
     m_state.link().softReset();
-    if (!co_await m_sleeper.sleep(resetPause))
+    const bool isOver = co_await m_sleeper.sleep(resetPause);
+    if (!isOver)
         co_return MCPToolError::closed();
     co_return u"Soft reset sent. boot.py and main.py have run again."_s;
 }
