@@ -218,6 +218,8 @@ private slots:
         const QString uncallable = u"in _bp\nTypeError: 'int' object isn't callable\n>"_s;
         row("one that does not compile", u"x = 1\nmatch x:\n    case 1:\n        pass\n"_s, 0,
             u"line 2\nSyntaxError: invalid syntax\n>"_s);
+        row("a future import", u"from __future__ import division\n"_s, 1,
+            u"ImportError: no module named '__future__'\n>"_s);
         row("names that the helper needs", u"type = 5\nx = 1\n"_s, 1, uncallable);
         row("a string that hides a stop", u"s = 'a\\\n( b'\nprint(s)\n"_s, 1, u"a( b\n>"_s);
         row("a repr with stops", // which stop while the variables are listed

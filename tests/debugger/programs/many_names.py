@@ -8,7 +8,7 @@ def many(self_made, a: int = 1, *args, key=(1, 2), **kw):
     for i in range(1):
         with open('/many', 'w') as out:
             out.write('x')
-    text = ' as class in lambda'
+    text = 'keep as is, or change'
     del b
     return locals
 
@@ -18,7 +18,7 @@ shown = many
 import os
 os.remove('/many')
 #! breakpoints 13 16
-#> 13 c  self_made=0  a=1  args=(2,)  key=3  kw={'more': 4}  c=1  e=1  f=2  i=0  box=[1]  text=' as class in lambda'  !lost  !d  !g
+#> 13 c  self_made=0  a=1  args=(2,)  key=3  kw={'more': 4}  c=1  e=1  f=2  i=0  box=[1]  text='keep as is, or change'  !lost  !d  !g
 #> 16 s
 #> 17 s  !_hidden
 #> 18 s  !shown  !many
