@@ -36,12 +36,15 @@ CodeEditorView::CodeEditorView(QWidget *parent)
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFont(codeFont());
+    setInputMethodHints(Qt::ImhMultiLine | Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText);
 
     m_findAction = makeAction(tr("Find…"), QKeySequence::Find);
     m_findNextAction = makeAction(tr("Find Next"), Qt::Key_F3);
     m_findPreviousAction = makeAction(tr("Find Previous"), Qt::SHIFT | Qt::Key_F3);
     m_goToLineAction = makeAction(tr("Go to Line…"), Qt::CTRL | Qt::Key_G);
     m_toggleBreakpointAction = makeAction(tr("Toggle Breakpoint"), Qt::Key_F9);
+    // It means the line of a caret that should be in sight; the others look for a place themselves.
+    m_toggleBreakpointAction->setShortcutContext(Qt::WidgetWithChildrenShortcut);
 
     m_storage = makeStorage();
     setDocument(m_storage);
@@ -98,7 +101,6 @@ QAction *CodeEditorView::makeAction(const QString &text, const QKeySequence &key
 {
     auto *action = new QAction(text, this);
     action->setShortcut(key);
-    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
     addAction(action);
     return action;
 }
@@ -363,7 +365,6 @@ void CodeEditorView::resizeEvent(QResizeEvent *event)
 {
     QPlainTextEdit::resizeEvent(event);
     layOut();
-    emit contentShown();
 }
 
 void CodeEditorView::changeEvent(QEvent *event)

@@ -77,7 +77,8 @@ public:
     /// goes along.
     void setBar(EditorBar *bar);
 
-    /// What the editor offers, with keys, for menus.
+    /// What the editor offers, for menus. The keys of all but the last work wherever in the window
+    /// the focus is.
     [[nodiscard]] QAction *findAction() const { return m_findAction; }
     [[nodiscard]] QAction *findNextAction() const { return m_findNextAction; }
     [[nodiscard]] QAction *findPreviousAction() const { return m_findPreviousAction; }
@@ -89,7 +90,7 @@ signals:
     void textEdited(const QString &text);
     /// The person asks to set or remove a breakpoint.
     void onToggleBreakpoint(int line);
-    /// Another document is shown, or the shown one has other characters or another size.
+    /// Another document is shown, or the shown one has other characters or colours.
     void contentShown();
     void barChanged();
 

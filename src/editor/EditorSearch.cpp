@@ -19,6 +19,9 @@ using namespace std::chrono_literals;
 /// Counting again in a long text takes longer than a key may.
 constexpr auto recountDelay = 100ms;
 
+/// More than a screen holds; only in a line that is many screens long there may be more.
+constexpr qsizetype mostShown = 2000;
+
 } // namespace
 
 EditorSearch::EditorSearch(CodeEditorView &view)
@@ -143,11 +146,14 @@ void EditorSearch::showFound()
         QTextCharFormat format;
         format.setBackground(
             EditorColours::of(m_view.palette()).color(EditorColours::Role::FoundText));
-        for (auto place = firstFrom(start); place != m_found.cend() && *place < end; ++place) {
+        const int length = static_cast<int>(m_search.query.size());
+        // In the middle of an edit the text may be shorter than it was.
+        const int last = std::min(end, m_view.document()->characterCount() - 1 - length);
+        for (auto place = firstFrom(start);
+             place != m_found.cend() && *place <= last && shown.size() < mostShown; ++place) {
             QTextCursor cursor(m_view.document());
             cursor.setPosition(*place);
-            cursor.setPosition(*place + static_cast<int>(m_search.query.size()),
-                               QTextCursor::KeepAnchor);
+            cursor.setPosition(*place + length, QTextCursor::KeepAnchor);
             shown.append({cursor, format});
         }
     }

@@ -1,6 +1,7 @@
 #include "ui/AppCommands.h"
 
 #include "app/AppState.h"
+#include "editor/CodeEditorView.h"
 #include "ui/EditorTabStrip.h"
 #include "ui/KeyText.h"
 
@@ -10,10 +11,12 @@
 
 namespace Korvane {
 
-AppCommands::AppCommands(AppState &state, EditorTabStrip &tabs, QMainWindow &window)
+AppCommands::AppCommands(AppState &state, EditorTabStrip &tabs, CodeEditorView &editor,
+                         QMainWindow &window)
     : QObject(&window)
     , m_state(state)
     , m_tabs(tabs)
+    , m_editor(editor)
     , m_window(window)
 {
     addFileMenu();
@@ -49,6 +52,9 @@ void AppCommands::addEditMenu()
     addEdit(menu, tr("&Paste"), QKeySequence::Paste, "paste");
     menu->addSeparator();
     addEdit(menu, tr("Select &All"), QKeySequence::SelectAll, "selectAll");
+    menu->addSeparator();
+    menu->addActions({m_editor.findAction(), m_editor.findNextAction(),
+                      m_editor.findPreviousAction(), m_editor.goToLineAction()});
 }
 
 void AppCommands::addDebugMenu()

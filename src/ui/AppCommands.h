@@ -12,6 +12,7 @@ class QMenu;
 namespace Korvane {
 
 class AppState;
+class CodeEditorView;
 class EditorTabStrip;
 
 /// The program's own menus in the menu bar, and the keys that go from tab to tab.
@@ -21,7 +22,7 @@ class AppCommands final : public QObject
 
 public:
     /// Fills the menu bar of \p window, which owns this. All must outlive this.
-    AppCommands(AppState &state, EditorTabStrip &tabs, QMainWindow &window);
+    AppCommands(AppState &state, EditorTabStrip &tabs, CodeEditorView &editor, QMainWindow &window);
 
 private:
     void addFileMenu();
@@ -35,6 +36,7 @@ private:
 
     AppState &m_state;
     EditorTabStrip &m_tabs;
+    CodeEditorView &m_editor;
     QMainWindow &m_window;
 };
 

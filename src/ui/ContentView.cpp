@@ -51,7 +51,7 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     setObjectName(QStringLiteral("contentView"));
     setAccessibleName(QGuiApplication::applicationDisplayName()); // in place of the title
     addToolBar(m_toolbar);
-    new AppCommands(state, m_editorArea->tabs(), *this);
+    new AppCommands(state, m_editorArea->tabs(), m_editorArea->editor(), *this);
     setAcceptDrops(true);
 
     // The sidebar is the column to the left of the detail column.

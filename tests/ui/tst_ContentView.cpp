@@ -34,6 +34,7 @@ class tst_ContentView final : public QObject
 private slots:
     void everyControlHasAName();
     void editsTheSelectedDocument();
+    void searchesFromWhereverTheFocusIs();
     void pastesFromAnEmptyClipboard();
     void runsAndStopsWithKeysAndButtons();
     void keepsTheFocusWhereThePersonIs();
@@ -114,6 +115,34 @@ void tst_ContentView::editsTheSelectedDocument()
     desk.press(Qt::Key_End);
     desk.press(Qt::Key_Backspace);
     QCOMPARE(documents.selectedFile()->content, QStringLiteral("from outsid"));
+}
+
+void tst_ContentView::searchesFromWhereverTheFocusIs()
+{
+    Desk desk;
+    desk.state().documents().updateSelectedContent(QStringLiteral("a\nb a\na\n"));
+    auto *editor = desk.find<CodeEditorView>("editor");
+    for (const char *name : {"editor", "shellInput", "shellOutput", "localFiles", "tabs"}) {
+        const auto focus = [&] { desk.find<QWidget>(name)->setFocus(); };
+        focus();
+        desk.press(Qt::Key_F, Qt::ControlModifier);
+        QVERIFY2(desk.find<QWidget>("findField")->hasFocus(), name);
+        QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("a"));
+        desk.press(Qt::Key_Escape);
+        QVERIFY2(editor->hasFocus(), name);
+        editor->moveCursor(QTextCursor::Start);
+        focus();
+        desk.press(Qt::Key_F3);
+        desk.press(Qt::Key_F3);
+        QCOMPARE(editor->currentLine(), 2);
+        desk.press(Qt::Key_F3, Qt::ShiftModifier);
+        QCOMPARE(editor->currentLine(), 1);
+        desk.press(Qt::Key_G, Qt::ControlModifier);
+        QTest::keyClicks(QApplication::focusWidget(), QStringLiteral("3"));
+        desk.press(Qt::Key_Return);
+        QCOMPARE(editor->currentLine(), 3);
+        QVERIFY(editor->hasFocus());
+    }
 }
 
 void tst_ContentView::pastesFromAnEmptyClipboard()
