@@ -74,7 +74,7 @@ DeviceStreamScanner::Scan DeviceStreamScanner::feed(QByteArrayView chunk)
 
 QString DeviceStreamScanner::flush()
 {
-    const QString text = Utf8::decodeLossy(m_buffer);
+    QString text = Utf8::decodeLossy(m_buffer);
     clear();
     return text;
 }
