@@ -14,6 +14,7 @@
 
 #include <QApplication>
 #include <QDirIterator>
+#include <QElapsedTimer>
 #include <QKeyEvent>
 #include <QTextBlock>
 
