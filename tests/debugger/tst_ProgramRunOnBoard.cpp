@@ -1,5 +1,4 @@
 #include "Bench.h"
-#include "debugger/InstrumentedRun.h"
 #include "support/Awaited.h"
 #include "support/VirtualBoard.h"
 
@@ -42,25 +41,19 @@ private slots:
     {
         QTest::addColumn<QString>("source");
         QTest::addColumn<QString>("output");
-        const auto row = [](const char *name, const QString &source, const QString &output) {
-            QTest::newRow(name) << source << output;
-        };
-        row("output", u"print('Grüße, 世界 😀')\nprint('OK >')"_s, u"Grüße, 世界 😀\r\nOK >\r\n>"_s);
-        row("nothing", u"x = 1"_s, u">"_s);
-        row("a traceback", u"print(1)\nundefined"_s,
-            u"1\r\nTraceback (most recent call last):\r\n  File \"<stdin>\", line 2, in "
-            u"<module>\r\n"
-            "NameError: name 'undefined' isn't defined\r\n>"_s);
-        row("no program at all", u"x = = 1"_s,
-            u"Traceback (most recent call last):\r\n  File \"<stdin>\", line 1\r\nSyntaxError: "
-            "invalid syntax\r\n>"_s);
-        row("an end mark of its own", u"print('a\\x04b')\nundefined"_s,
-            u"ab\r\nTraceback (most recent call last):\r\n  File \"<stdin>\", line 2, in "
-            u"<module>\r\n"
-            "NameError: name 'undefined' isn't defined\r\n>"_s);
-        row("a record mark of its own", u"print('a\\x1eb')"_s, u"a\u001Eb\r\n>"_s);
-        row("bytes that are no text", u"import sys\nsys.stdout.buffer.write(b'ab\\xff')"_s,
-            u"ab\uFFFD>"_s);
+        const QString line = u"Traceback (most recent call last):\r\n  File \"<stdin>\", line "_s;
+        const QString undefined =
+            line + u"2, in <module>\r\nNameError: name 'undefined' isn't defined\r\n>"_s;
+        QTest::newRow("output") << u"print('Grüße, 世界 😀')\nprint('OK >')"_s
+                                << u"Grüße, 世界 😀\r\nOK >\r\n>"_s;
+        QTest::newRow("a traceback") << u"print(1)\nundefined"_s << u"1\r\n"_s + undefined;
+        QTest::newRow("no program at all")
+            << u"x = = 1"_s << line + u"1\r\nSyntaxError: invalid syntax\r\n>"_s;
+        QTest::newRow("an end mark of its own")
+            << u"print('a\\x04b')\nundefined"_s << u"ab\r\n"_s + undefined;
+        QTest::newRow("a record mark of its own") << u"print('a\\x1eb')"_s << u"a\u001Eb\r\n>"_s;
+        QTest::newRow("bytes that are no text")
+            << u"import sys\nsys.stdout.buffer.write(b'ab\\xff')"_s << u"ab\uFFFD>"_s;
     }
 
     void runsPrograms()
@@ -83,14 +76,6 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(isWhole(), 60'000);
         QCOMPARE(output().size(), qsizetype(1024 * 1024 + 1));
         QVERIFY(output().endsWith(u"0016383\r\n>"));
-    }
-
-    void isDoneAfterAnExitToo()
-    {
-        start(u"print('bye')\nraise SystemExit"_s);
-        QTRY_VERIFY(isWhole());
-        QVERIFY2(output().startsWith(u"bye\r\n"), qPrintable(output()));
-        QCOMPARE(*awaited(m_bench->link.executeOnDevice(u"print(1)"_s, 20s)), u"1\n"_s);
     }
 
     void stopsAnEndlessLoopWhichNoOtherRunInterrupts()
@@ -117,41 +102,6 @@ private slots:
         init();
         start(u"print('again')"_s);
         QTRY_COMPARE(output(), u"again\r\n>"_s);
-    }
-
-    // With a helper that reports each stop and lets the program go on.
-    void instrumentsWhatTheBoardUnderstands()
-    {
-        const QString program = u"def fact(n):\n"
-                                "    if n < 2:\n"
-                                "        return 1\n"
-                                "    below = fact(\n"
-                                "        n - 1)\n"
-                                "    return n * below\n"
-                                "# done\n"
-                                "for i in range(2):\n"
-                                "    print(i,\n"
-                                "        fact(i + 1))\n"_s;
-        const QString helper = u"import json\n"
-                               "_dstep, _dbrk = 1, set()\n"
-                               "def _bp(line, names, thunks):\n"
-                               "    vars = [{'n': n, 't': '', 'v': ''} for n in sorted(thunks)]\n"
-                               "    for n in thunks:\n"
-                               "        try: thunks[n]()\n"
-                               "        except NameError: vars.pop()\n"
-                               "    print('\\x1e' + json.dumps({'line': line, 'vars': vars}) + "
-                               "'\\x1e')\n"_s;
-        QStringList pauses;
-        connect(&m_bench->session, &DebugSession::paused, this, [&pauses](const DebugPause &pause) {
-            pauses << u"%1:%2"_s.arg(pause.line).arg(pause.variables.size());
-        });
-        const InstrumentedRun run(program, {8});
-        QCOMPARE(run.activeLines, QSet<int>{9});
-        start(helper + run.source);
-        QTRY_VERIFY(isWhole());
-        QCOMPARE(output().remove(u"\r"_s), u"0 1\n1 2\n>"_s);
-        QCOMPARE(pauses.join(u' '), u"9:0 3:1 9:0 4:1 3:1 6:2"_s);
-        QVERIFY(m_bench->shell.lines().contains(u"info: ▶ Program finished."_s));
     }
 };
 
