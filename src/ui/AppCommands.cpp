@@ -4,6 +4,7 @@
 #include "editor/CodeEditorView.h"
 #include "ui/EditorTabStrip.h"
 #include "ui/KeyText.h"
+#include "ui/ViewCommands.h"
 
 #include <QAction>
 #include <QMainWindow>
@@ -21,8 +22,8 @@ AppCommands::AppCommands(AppState &state, EditorTabStrip &tabs, CodeEditorView &
 {
     addFileMenu();
     addEditMenu();
+    new ViewCommands(state, tabs, window);
     addDebugMenu();
-    addTabKeys();
 }
 
 void AppCommands::addFileMenu()
@@ -69,24 +70,6 @@ void AppCommands::addDebugMenu()
     menu->addSeparator();
     add(menu, tr("C&lear Breakpoints in This File"), {},
         [this] { m_state.documents().clearBreakpoints(); });
-}
-
-void AppCommands::addTabKeys()
-{
-    const std::pair<int, QList<QKeySequence>> ways[] = {
-        {1, {QKeySequence(Qt::CTRL | Qt::Key_Tab), QKeySequence(Qt::CTRL | Qt::Key_PageDown)}},
-        // With Shift held, the Tab key is another one.
-        {-1,
-         {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab),
-          QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backtab),
-          QKeySequence(Qt::CTRL | Qt::Key_PageUp)}},
-    };
-    for (const auto &[tabs, keys] : ways) {
-        auto *action = new QAction(&m_window);
-        action->setShortcuts(keys);
-        m_window.addAction(action);
-        connect(action, &QAction::triggered, this, [this, tabs = tabs] { m_tabs.step(tabs); });
-    }
 }
 
 QAction *AppCommands::add(QMenu *menu, const QString &title, const QKeySequence &keys,

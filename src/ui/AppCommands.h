@@ -28,7 +28,6 @@ private:
     void addFileMenu();
     void addEditMenu();
     void addDebugMenu();
-    void addTabKeys();
     QAction *add(QMenu *menu, const QString &title, const QKeySequence &keys,
                  std::function<void()> run);
     /// An operation of whichever text has the focus, by the name of its slot.

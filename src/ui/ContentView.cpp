@@ -2,6 +2,7 @@
 
 #include "app/AppState.h"
 #include "editor/CodeEditorView.h"
+#include "ui/Announcer.h"
 #include "ui/AppCommands.h"
 #include "ui/BottomPane.h"
 #include "ui/EditorArea.h"
@@ -52,11 +53,14 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     setAccessibleName(QGuiApplication::applicationDisplayName()); // in place of the title
     addToolBar(m_toolbar);
     new AppCommands(state, m_editorArea->tabs(), m_editorArea->editor(), *this);
+    new Announcer(state, this);
     setAcceptDrops(true);
 
     // The sidebar is the column to the left of the detail column.
     auto *columns = new QSplitter(Qt::Horizontal);
     auto *detail = new QSplitter(Qt::Vertical);
+    columns->setObjectName(QStringLiteral("columns"));
+    detail->setObjectName(QStringLiteral("detail"));
     detail->setChildrenCollapsible(false);
     detail->addWidget(m_editorArea);
     detail->addWidget(m_bottomPane);

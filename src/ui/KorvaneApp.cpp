@@ -3,14 +3,24 @@
 #include "app/FileSettings.h"
 #include "mcp/BoardTools.h"
 #include "mcp/MCPServer.h"
+#include "ui/Accessibility.h"
 #include "ui/Appearance.h"
 #include "ui/ClaudeCommands.h"
 #include "ui/ContentView.h"
+#include "ui/HelpCommands.h"
 #include "ui/ThemeStyle.h"
+#include "ui/WindowState.h"
 
 #include <QApplication>
 
 #include <utility>
+
+// Outside of all namespaces, as the macro demands.
+static QIcon applicationIcon()
+{
+    Q_INIT_RESOURCE(application); // of a static library
+    return QIcon(QStringLiteral(":/application/korvane.svg"));
+}
 
 namespace Korvane {
 
@@ -21,6 +31,8 @@ void KorvaneApp::setUp(QApplication &application)
     QApplication::setApplicationVersion(QStringLiteral(KORVANE_VERSION));
     QApplication::setOrganizationName(QStringLiteral("Korvane"));
     QApplication::setDesktopFileName(QStringLiteral("korvane"));
+    QApplication::setWindowIcon(applicationIcon());
+    Accessibility::install();
     QApplication::setStyle(new ThemeStyle);
     new Appearance(&application);
 }
@@ -31,6 +43,7 @@ KorvaneApp::KorvaneApp()
 {
     makeWindow();
     m_questions.setWindow(m_window.get());
+    new WindowState(WindowState::defaultPath(), *m_window); // the window's own
 }
 
 KorvaneApp::KorvaneApp(AppState::Dependencies dependencies)
@@ -61,6 +74,7 @@ void KorvaneApp::makeWindow()
 {
     m_window = std::make_unique<ContentView>(m_state);
     new ClaudeCommands(m_state, *m_server, *m_window); // the window's own
+    new HelpCommands(*m_window);
 }
 
 void KorvaneApp::show()

@@ -265,6 +265,8 @@ int ThemeStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWid
                           QStyleHintReturn *returnData) const
 {
     // No desktop decides which button of a dialog has focus, or how selections fade.
+    if (hint == SH_DialogButtonBox_ButtonsHaveIcons)
+        return 0; // words are enough, and no other button of ours has both
     if (hint == SH_ItemView_ChangeHighlightOnFocus)
         return 0;
     return QProxyStyle::styleHint(hint, option, widget, returnData);

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QWidget>
+
+namespace Korvane {
+
+class AppState;
+
+/// Says to assistive programs what happened elsewhere than where the person is: that the board is
+/// connected or gone, that the program stopped at a line or finished. Nothing of it can be seen;
+/// what can be seen of these events stands at its own place in the window.
+///
+/// To them it is a notification that shows up with a new text each time.
+class Announcer final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// \p state must outlive this.
+    Announcer(AppState &state, QWidget *parent);
+
+private:
+    void say(const QString &text);
+    void sayConnection();
+    void sayPause();
+    void sayEndOfRun(bool isRunning);
+
+    AppState &m_state;
+    bool m_wasConnected = false;
+    bool m_wasPaused = false;
+};
+
+} // namespace Korvane
