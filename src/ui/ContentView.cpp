@@ -75,7 +75,7 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     columns->setSizes({240, 840});
     setCentralWidget(columns);
 
-    setMinimumSize(560, 400);
+    setMinimumSize(QSize(560, 400).expandedTo(minimumSizeHint()));
     resize(QSize(1080, 740).boundedTo(screen()->availableSize() * 9 / 10));
     for (QPlainTextEdit *edit : findChildren<QPlainTextEdit *>()) {
         edit->installEventFilter(this);

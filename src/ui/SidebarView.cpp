@@ -13,6 +13,8 @@
 #include <QStackedWidget>
 #include <QToolButton>
 
+#include <algorithm>
+
 namespace Korvane {
 
 namespace {
@@ -56,7 +58,7 @@ SidebarView::SidebarView(AppState &state, QWidget *parent)
     column->addWidget(new Divider);
     column->addWidget(m_body, 1);
     column->addWidget(makeTransferRow());
-    setMinimumWidth(170);
+    setMinimumWidth(std::max(170, minimumSizeHint().width())); // words may be longer elsewhere
 
     connect(m_localTab, &QToolButton::clicked, this,
             [this] { m_state.setSidebarTab(AppState::SidebarTab::Local); });

@@ -14,35 +14,37 @@ ViewCommands::ViewCommands(AppState &state, EditorTabStrip &tabs, QMainWindow &w
     : QObject(&window)
     , m_state(state)
     , m_tabs(tabs)
-    , m_window(window)
 {
-    using Sidebar = AppState::SidebarTab;
-    using Bottom = AppState::BottomTab;
     QMenu *menu = window.menuBar()->addMenu(tr("&View"));
-    addChoice<Sidebar>(
-        menu, {{tr("&Local Files"), Sidebar::Local}, {tr("&Device Files"), Sidebar::Device}},
-        &AppState::sidebarTab, &AppState::setSidebarTab, &AppState::sidebarTabChanged);
-    addChoice<Bottom>(menu, {{tr("&Shell"), Bottom::Shell}, {tr("&Variables"), Bottom::Variables}},
-                      &AppState::bottomTab, &AppState::setBottomTab, &AppState::bottomTabChanged);
+    const auto sidebar = [&state](const QString &title, AppState::SidebarTab tab) {
+        return Pane{title, [&state, tab] { return state.sidebarTab() == tab; },
+                    [&state, tab] { state.setSidebarTab(tab); }};
+    };
+    const auto bottom = [&state](const QString &title, AppState::BottomTab tab) {
+        return Pane{title, [&state, tab] { return state.bottomTab() == tab; },
+                    [&state, tab] { state.setBottomTab(tab); }};
+    };
+    addPanes(menu,
+             {sidebar(tr("&Local Files"), AppState::SidebarTab::Local),
+              sidebar(tr("&Device Files"), AppState::SidebarTab::Device)},
+             &AppState::sidebarTabChanged);
+    addPanes(menu,
+             {bottom(tr("&Shell"), AppState::BottomTab::Shell),
+              bottom(tr("&Variables"), AppState::BottomTab::Variables)},
+             &AppState::bottomTabChanged);
     addTabKeys(menu);
     QMenu *files = menu->addMenu(tr("&Open Files"));
     connect(files, &QMenu::aboutToShow, this, [this, files] { listOpenFiles(files); });
 }
 
-template <typename Tab>
-void ViewCommands::addChoice(QMenu *menu, const QList<std::pair<QString, Tab>> &tabs,
-                             Tab (AppState::*current)() const, void (AppState::*choose)(Tab),
-                             void (AppState::*changed)())
+void ViewCommands::addPanes(QMenu *menu, const QList<Pane> &panes, void (AppState::*changed)())
 {
     auto *group = new QActionGroup(this);
-    for (const auto &[title, tab] : tabs) {
-        QAction *action = group->addAction(title);
+    for (const Pane &pane : panes) {
+        QAction *action = group->addAction(pane.title);
         action->setCheckable(true);
-        connect(action, &QAction::triggered, this,
-                [this, choose, tab = tab] { (m_state.*choose)(tab); });
-        const auto follow = [this, action, current, tab = tab] {
-            action->setChecked((m_state.*current)() == tab);
-        };
+        connect(action, &QAction::triggered, this, pane.show);
+        const auto follow = [action, isShown = pane.isShown] { action->setChecked(isShown()); };
         connect(&m_state, changed, action, follow);
         follow();
     }

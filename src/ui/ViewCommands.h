@@ -2,6 +2,8 @@
 
 #include <QObject>
 
+#include <functional>
+
 class QMainWindow;
 class QMenu;
 
@@ -21,17 +23,20 @@ public:
     ViewCommands(AppState &state, EditorTabStrip &tabs, QMainWindow &window);
 
 private:
-    /// A group of which one is checked, by what \p current tells whenever \p changed is emitted.
-    template <typename Tab>
-    void addChoice(QMenu *menu, const QList<std::pair<QString, Tab>> &tabs,
-                   Tab (AppState::*current)() const, void (AppState::*choose)(Tab),
-                   void (AppState::*changed)());
+    struct Pane
+    {
+        QString title;
+        std::function<bool()> isShown;
+        std::function<void()> show;
+    };
+
+    /// Adds \p panes, of which one is shown at a time; \p changed tells when that is another one.
+    void addPanes(QMenu *menu, const QList<Pane> &panes, void (AppState::*changed)());
     void addTabKeys(QMenu *menu);
     void listOpenFiles(QMenu *menu);
 
     AppState &m_state;
     EditorTabStrip &m_tabs;
-    QMainWindow &m_window;
 };
 
 } // namespace Korvane

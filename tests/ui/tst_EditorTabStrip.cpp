@@ -54,7 +54,8 @@ private:
              m_desk->window().menuBar()->actions()[index]->menu()->actions())
             items << (action->isSeparator()
                           ? QStringLiteral("-")
-                          : (action->text().remove(u'&') + u' ' + action->shortcut().toString()));
+                          : (action->text().remove(u'&') + u' ' + action->shortcut().toString())
+                                .trimmed());
         return items;
     }
 
@@ -161,7 +162,12 @@ private slots:
                                 "Send to Device Ctrl+U|-|Close Ctrl+W|Quit Ctrl+Q"));
         QCOMPARE(menu(1).join(u'|'),
                  QStringLiteral("Undo Ctrl+Z|Redo Ctrl+Shift+Z|-|Cut Ctrl+X|"
-                                "Copy Ctrl+C|Paste Ctrl+V|-|Select All Ctrl+A"));
+                                "Copy Ctrl+C|Paste Ctrl+V|-|Select All Ctrl+A|-|"
+                                "Find… Ctrl+F|Find Next F3|Find Previous Shift+F3|"
+                                "Go to Line… Ctrl+G"));
+        QCOMPARE(menu(2).join(u'|'),
+                 QStringLiteral("Local Files|Device Files|-|Shell|Variables|-|"
+                                "Next File Ctrl+Tab|Previous File Ctrl+PgUp|Open Files"));
         auto *editor = m_desk->find<CodeEditorView>("editor");
         editor->setFocus();
         QTest::keyClicks(editor, QStringLiteral("abc"));

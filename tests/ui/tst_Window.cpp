@@ -1,0 +1,195 @@
+#include "Desk.h"
+#include "support/ScriptedBoard.h"
+#include "ui/WindowState.h"
+
+#include <QAccessible>
+#include <QLabel>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QSplitter>
+#include <QTest>
+#include <QToolButton>
+#include <QTranslator>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// Texts as long as other languages make them.
+class Lengthener final : public QTranslator
+{
+public:
+    bool isEmpty() const override { return false; }
+    QString translate(const char *, const char *text, const char *, int) const override
+    {
+        const QString source = QString::fromUtf8(text);
+        return source + source.first(source.size() / 2);
+    }
+};
+
+QAction *item(const QMainWindow &window, const QString &path)
+{
+    QList<QAction *> level = window.menuBar()->actions();
+    QAction *found = nullptr;
+    for (const QString &name : path.split(u'/')) {
+        if (found) {
+            emit found->menu()->aboutToShow();
+            level = found->menu()->actions();
+        }
+        const auto match = std::find_if(level.begin(), level.end(), [&](const QAction *action) {
+            return action->text().remove(u'&') == name;
+        });
+        if (match == level.end())
+            qFatal("no menu has %s", qPrintable(path));
+        found = *match;
+    }
+    return found;
+}
+
+} // namespace
+
+/// The window as a whole: its place, what it tells to assistive programs, and its menus.
+class tst_Window final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void comesBackWhereItWas()
+    {
+        QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("state/korvane/window.ini"));
+        const auto open = [&path](const std::function<void(QMainWindow &)> &use) {
+            QMainWindow window;
+            auto *splitter = new QSplitter;
+            splitter->setObjectName(QStringLiteral("columns"));
+            splitter->addWidget(new QWidget);
+            splitter->addWidget(new QWidget);
+            window.setCentralWidget(splitter);
+            window.resize(500, 300);
+            splitter->setSizes({100, 400});
+            new WindowState(path, window);
+            window.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&window));
+            use(window);
+        };
+        open([&path](QMainWindow &window) {
+            QCOMPARE(window.size(), QSize(500, 300)); // there is no file yet
+            window.resize(640, 400);
+            QTRY_VERIFY(QFile::exists(path)); // without being closed
+        });
+        open([](QMainWindow &window) {
+            QCOMPARE(window.size(), QSize(640, 400));
+            auto *splitter = window.findChild<QSplitter *>();
+            splitter->setSizes({300, 340});
+            emit splitter->splitterMoved(300, 1); // as a person's hand does
+            window.close();
+        });
+        open([](QMainWindow &window) {
+            QVERIFY(std::abs(window.findChild<QSplitter *>()->sizes().first() - 300) < 10);
+        });
+        QFile damaged(path);
+        QVERIFY(damaged.open(QFile::WriteOnly));
+        damaged.write("[General]\ngeometry=@ByteArray(\\x1\\xd9)\ncolumns=7\n\0\xff");
+        damaged.close();
+        open([](QMainWindow &window) { QCOMPARE(window.size(), QSize(500, 300)); });
+    }
+
+    void tellsWhatHappensElsewhere()
+    {
+        ScriptedBoard board;
+        Desk desk(Desk::Python::Real, board.port());
+        QWidget *announcer = desk.find<QWidget>("announcer");
+        desk.state().link().connectDevice(board.port());
+        QTRY_COMPARE(announcer->accessibleName(), u"Connected to "_s + board.port());
+        board.vanish();
+        QTRY_COMPARE(announcer->accessibleName(), u"Disconnected"_s);
+        desk.state().documents().updateSelectedContent(QStringLiteral("x = 1"));
+        desk.click("play.circle.fill");
+        QCOMPARE(announcer->accessibleName(), u"Disconnected"_s);
+        QTRY_COMPARE(announcer->accessibleName(), u"Run finished"_s);
+        DebugPause pause;
+        pause.line = 5;
+        desk.state().debugSession().pause(pause);
+        QCOMPARE(announcer->accessibleName(), u"Paused at line 5"_s);
+        desk.state().debugSession().reset();
+        QCOMPARE(announcer->accessibleName(), u"Paused at line 5"_s);
+        QCOMPARE(QAccessible::queryAccessibleInterface(announcer)->role(),
+                 QAccessible::Notification);
+    }
+
+    void showsThePortsBelowTheirButton()
+    {
+        ScriptedBoard board;
+        Desk desk(Desk::Python::None, board.port());
+        QAccessibleInterface *button =
+            QAccessible::queryAccessibleInterface(desk.find<QToolButton>("deviceConnect"));
+        QCOMPARE(button->role(), QAccessible::ButtonMenu);
+        QCOMPARE(button->text(QAccessible::Name), u"Connect Device"_s);
+        QCOMPARE(button->childCount(), 1);
+        QCOMPARE(button->child(0)->child(0)->text(QAccessible::Name), board.port());
+        QCOMPARE(button->indexOfChild(button->child(0)), 0);
+        button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QTimer::singleShot(0, this, [] { // the menu has an event loop of its own
+            QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Down);
+            QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Return);
+        });
+        QTRY_COMPARE(button->text(QAccessible::Name), u"Disconnect"_s);
+        QCOMPARE(button->childCount(), 0);
+        button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QTRY_COMPARE(button->text(QAccessible::Name), u"Connect Device"_s);
+    }
+
+    void goesToEveryPaneByMenu()
+    {
+        Desk desk;
+        item(desk.window(), u"View/Device Files"_s)->trigger();
+        QVERIFY(desk.find<QWidget>("deviceBrowser")->isVisible());
+        desk.click("laptopcomputer");
+        QVERIFY(item(desk.window(), u"View/Local Files"_s)->isChecked());
+        QVERIFY(!item(desk.window(), u"View/Device Files"_s)->isChecked());
+        item(desk.window(), u"View/Variables"_s)->trigger();
+        QVERIFY(desk.find<QWidget>("variablesCaption")->isVisible());
+        desk.state().documents().openTextInEditor(u"R&D.py"_s, u"x"_s);
+        QVERIFY(item(desk.window(), u"View/Open Files/RD.py"_s)->isChecked());
+        item(desk.window(), u"View/Open Files/untitled.py"_s)->trigger();
+        QCOMPARE(desk.state().documents().selectedFile()->name, u"untitled.py"_s);
+    }
+
+    void tellsAboutItself()
+    {
+        Desk desk;
+        item(desk.window(), u"Help/About Korvane"_s)->trigger();
+        auto *about = desk.window().findChild<QMessageBox *>();
+        QVERIFY(about && about->isVisible() && about->windowModality() == Qt::WindowModal);
+        QVERIFY(about->text().contains(QApplication::applicationVersion()));
+        QTest::keyClick(about, Qt::Key_Escape);
+        QTRY_VERIFY(!desk.window().findChild<QMessageBox *>());
+    }
+
+    void hasRoomForLongerLanguages()
+    {
+        Lengthener lengthener;
+        QApplication::installTranslator(&lengthener);
+        Desk desk;
+        for (const QSize size : {QSize(1080, 740), desk.window().minimumSize()}) {
+            desk.window().resize(size);
+            QTRY_COMPARE(desk.window().size(), size);
+            QCoreApplication::processEvents();
+            for (const QToolButton *button : desk.window().findChildren<QToolButton *>()) {
+                if (button->isVisible() && !button->text().isEmpty())
+                    QVERIFY2(button->width() >= button->minimumSizeHint().width(),
+                             qPrintable(button->text()));
+            }
+            for (const QLabel *label : desk.window().findChildren<QLabel *>()) {
+                if (label->isVisible() && !label->wordWrap())
+                    QVERIFY2(label->width() >= label->sizeHint().width(),
+                             qPrintable(label->text()));
+            }
+        }
+        QApplication::removeTranslator(&lengthener);
+    }
+};
+
+QTEST_MAIN(tst_Window)
+#include "tst_Window.moc"
