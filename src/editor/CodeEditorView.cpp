@@ -50,6 +50,8 @@ CodeEditorView::CodeEditorView(QWidget *parent)
     setDocument(m_storage);
     m_places[m_shownID].storage = m_storage;
 
+    m_besideBar = new QWidget;
+    addScrollBarWidget(m_besideBar, Qt::AlignTop);
     m_ruler = new LineNumberRulerView(*this);
     m_ruler->onToggleBreakpoint = [this](int line) { emit onToggleBreakpoint(line); };
     m_search = new EditorSearch(*this);
@@ -324,9 +326,12 @@ void CodeEditorView::layOut()
         setViewportMargins(margins);
     const QRect area = viewport()->geometry();
     m_ruler->setGeometry(area.left() - thickness, area.top(), thickness, area.height());
-    if (m_bar)
-        m_bar->setGeometry(area.left() - thickness, area.top() - barHeight,
-                           area.width() + thickness, barHeight);
+    // The bar goes over the whole width, and the scroll bar begins below it.
+    m_besideBar->setFixedHeight(barHeight);
+    if (m_bar) {
+        m_bar->setGeometry(0, area.top() - barHeight, width(), barHeight);
+        m_bar->raise();
+    }
 }
 
 bool CodeEditorView::focusNextPrevChild(bool next)

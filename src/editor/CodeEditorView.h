@@ -127,6 +127,7 @@ private:
     QUuid m_shownID;
     bool m_isShownClosed = true; // a stand-in, until a document is shown
     PythonTextStorage *m_storage = nullptr;
+    QWidget *m_besideBar = nullptr; // keeps the scroll bar out of the bar's rows
     LineNumberRulerView *m_ruler = nullptr;
     EditorSearch *m_search = nullptr;
     GoToLineBar *m_goToLineBar = nullptr;

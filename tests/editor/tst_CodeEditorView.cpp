@@ -321,8 +321,11 @@ private slots:
         const auto selection = [&] { return desk.editor.textCursor().selectionStart(); };
         desk.press(Qt::Key_F, Qt::ControlModifier);
         QVERIFY(desk.find<QWidget>("findBar")->isVisible());
-        QCOMPARE(desk.editor.viewport()->y(), desk.find<QWidget>("findBar")->height());
-        QCOMPARE(desk.gutter()->y(), desk.editor.viewport()->y());
+        const auto *bar = desk.find<QWidget>("findBar");
+        QCOMPARE(bar->geometry(), QRect(0, 0, desk.editor.width(), desk.editor.viewport()->y()));
+        QCOMPARE(desk.gutter()->y(), bar->height());
+        const QScrollBar *scroll = desk.editor.verticalScrollBar();
+        QTRY_COMPARE(scroll->mapTo(&desk.editor, QPoint()).y(), bar->height());
         desk.type(u"spam"_s);
         QCOMPARE(desk.found(), u"1 of 5"_s);
         QCOMPARE(desk.editor.extraSelections().size(), 4); // those in view
