@@ -11,9 +11,6 @@ namespace Korvane {
 namespace {
 
 constexpr qsizetype maxLocals = 30;
-// A function takes over what is bound in the functions inside it. It may know up to maxLocals of
-// the names already, and has room for as many more: twice as many are all that it can ask for.
-constexpr qsizetype maxBound = 2 * maxLocals;
 
 QStringView upTo(QStringView text, QChar end)
 {
@@ -140,7 +137,9 @@ void FunctionScopes::Function::addLocal(QStringView name)
 
 void FunctionScopes::Function::bind(QStringView name)
 {
-    if (bound.size() >= maxBound || bound.contains(name) || !isShown(name))
+    // The function around this one takes these over. However many it knows already, with the first
+    // maxLocals of them it has as many as it may have.
+    if (bound.size() >= maxLocals || bound.contains(name) || !isShown(name))
         return;
     bound.append(name);
     addLocal(name);

@@ -55,20 +55,15 @@ class tst_PythonTextStorage final : public QObject
     Q_OBJECT
 
 private slots:
+    // What a file can hold is tested with files; this is what else there may be.
     void holdsExactlyWhatWasSetAndEdited_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::newRow("empty") << QString();
-        QTest::newRow("no final line end") << u"a\nb"_s;
-        QTest::newRow("only line ends") << u"\n\n\n"_s;
-        QTest::newRow("tabs and trailing blanks") << u"\ta \t\n  \n"_s;
-        QTest::newRow("no-break space, line separator") << u"a\u00A0b\u2028c\u0085d\u000Ce\n"_s;
-        QTest::newRow("NUL and control characters") << u"a\0b\x01\x1E\x7F\n"_s;
-        QTest::newRow("right to left") << u"# שלום\nx = 'عربي'\u200F\u202B\n"_s;
-        QTest::newRow("combining") << u"e\u0301\u0301\n\u0301\n"_s;
-        QTest::newRow("beyond 16 bits, half a pair") << u"🐍\xD800 \xDC00\n"_s;
-        QTest::newRow("noncharacters") << u"\uFFFC\uFEFF\uFFFE\uFFFF\n"_s;
-        QTest::newRow("long line") << u"x = '1' ; "_s.repeated(3000) + u"\nif"_s;
+        for (const QString &text :
+             {QString(), u"\n\n\n"_s, u"a\u00A0b\u2028c\u0085d\u000Ce\n"_s, u"a\0b\x01\x1E\x7F\n"_s,
+              u"🐍\xD800 \xDC00\n"_s, u"\uFFFC\uFEFF\uFFFE\uFFFF\n"_s,
+              u"x = '1' ; "_s.repeated(3000) + u"\nif"_s})
+            QTest::addRow("%s", qPrintable(QDebug::toString(text.left(20)))) << text;
     }
     void holdsExactlyWhatWasSetAndEdited()
     {
