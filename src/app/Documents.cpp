@@ -68,6 +68,19 @@ void Documents::openDeviceText(const QString &name, const QString &devicePath,
     append(std::move(file));
 }
 
+QUuid Documents::openUnsaved(const QString &name, const QString &path, const QString &devicePath,
+                             const QString &fileText)
+{
+    EditorFile file;
+    file.name = name;
+    file.path = path;
+    file.devicePath = devicePath;
+    file.content = file.format.detach(fileText);
+    file.isModified = true;
+    append(std::move(file));
+    return m_selectedFileID;
+}
+
 void Documents::select(const QUuid &id)
 {
     if (id == m_selectedFileID || !file(id))

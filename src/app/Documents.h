@@ -35,6 +35,10 @@ public:
     bool selectDeviceFile(const QString &devicePath);
     /// Appends a document that lives on the board and selects it.
     void openDeviceText(const QString &name, const QString &devicePath, const QString &fileText);
+    /// Appends a document with unsaved edits, selects it and returns its id. It lives where the
+    /// paths say; both may be empty.
+    QUuid openUnsaved(const QString &name, const QString &path, const QString &devicePath,
+                      const QString &fileText);
     /// Selects the document; one that is not open changes nothing.
     void select(const QUuid &id);
     /// The text of the selected document was edited. Without a selected document nothing happens.

@@ -1,6 +1,7 @@
 #include "ui/KorvaneApp.h"
 
 #include "app/FileSettings.h"
+#include "app/UnsavedCopies.h"
 #include "mcp/BoardTools.h"
 #include "mcp/MCPServer.h"
 #include "ui/Accessibility.h"
@@ -9,9 +10,11 @@
 #include "ui/ContentView.h"
 #include "ui/HelpCommands.h"
 #include "ui/ThemeStyle.h"
+#include "ui/UnsavedFilesMenu.h"
 #include "ui/WindowState.h"
 
 #include <QApplication>
+#include <QMenu>
 
 #include <utility>
 
@@ -41,8 +44,12 @@ KorvaneApp::KorvaneApp()
     : m_settings(std::make_unique<FileSettings>())
     , m_state(withServer(AppState::Dependencies{.settings = *m_settings, .questions = m_questions}))
 {
+    m_unsavedCopies = std::make_unique<UnsavedCopies>(m_state.documents(), m_state.shell(),
+                                                      UnsavedCopies::defaultFolder());
     makeWindow();
     m_questions.setWindow(m_window.get());
+    new UnsavedFilesMenu(*m_unsavedCopies,
+                         *m_window->findChild<QMenu *>(QStringLiteral("viewMenu")));
     new WindowState(WindowState::defaultPath(), *m_window); // the window's own
 }
 

@@ -12,6 +12,7 @@ namespace Korvane {
 class Appearance;
 class ContentView;
 class MCPServer;
+class UnsavedCopies;
 
 /// The program: its settings, its one state and its window, in the order in which they need each
 /// other.
@@ -44,7 +45,8 @@ private:
     WindowQuestions m_questions;
     MCPServer *m_server = nullptr; // the state's own
     AppState m_state;
-    std::unique_ptr<ContentView> m_window; // goes first: it shows the state
+    std::unique_ptr<UnsavedCopies> m_unsavedCopies; // null with dependencies from outside
+    std::unique_ptr<ContentView> m_window;          // goes first: it shows the state
 };
 
 } // namespace Korvane

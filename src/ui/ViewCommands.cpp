@@ -16,6 +16,7 @@ ViewCommands::ViewCommands(AppState &state, EditorTabStrip &tabs, QMainWindow &w
     , m_tabs(tabs)
 {
     QMenu *menu = window.menuBar()->addMenu(tr("&View"));
+    menu->setObjectName(QStringLiteral("viewMenu"));
     const auto sidebar = [&state](const QString &title, AppState::SidebarTab tab) {
         return Pane{title, [&state, tab] { return state.sidebarTab() == tab; },
                     [&state, tab] { state.setSidebarTab(tab); }};

@@ -1,6 +1,7 @@
 #include "ui/WindowState.h"
 
-#include <QDir>
+#include "base/StateFolder.h"
+
 #include <QEvent>
 #include <QMainWindow>
 #include <QSettings>
@@ -20,10 +21,7 @@ const QString geometryKey = QStringLiteral("geometry");
 
 QString WindowState::defaultPath()
 {
-    QString folder = qEnvironmentVariable("XDG_STATE_HOME");
-    if (!QDir::isAbsolutePath(folder)) // a relative one is to be ignored
-        folder = QDir::homePath() + QStringLiteral("/.local/state");
-    return folder + QStringLiteral("/korvane/window.ini");
+    return stateFolder() + QStringLiteral("/window.ini");
 }
 
 WindowState::WindowState(const QString &path, QMainWindow &window)

@@ -1,0 +1,152 @@
+#include "app/Documents.h"
+#include "app/UnsavedCopies.h"
+#include "base/LocalFile.h"
+#include "support/RecordingShell.h"
+
+#include <QDirIterator>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// One program after another, on the same disk.
+struct Session
+{
+    explicit Session(const QString &folder)
+        : copies(documents, shell, folder)
+    {
+        documents.newFile();
+    }
+
+    RecordingShell shell;
+    Documents documents{shell};
+    UnsavedCopies copies;
+};
+
+} // namespace
+
+class tst_UnsavedCopies final : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<QTemporaryDir> m_disk;
+
+    QString folder() const { return m_disk->filePath(u"state/unsaved"_s); }
+    QStringList copies() const
+    {
+        QStringList files;
+        QDirIterator all(folder(), {u"*.json"_s}, QDir::Files, QDirIterator::Subdirectories);
+        while (all.hasNext())
+            files << all.next();
+        return files;
+    }
+    QByteArray everything() const
+    {
+        QByteArray bytes;
+        for (const QString &file : copies())
+            bytes += *LocalFile::read(file);
+        return bytes;
+    }
+
+private slots:
+    void init() { m_disk = std::make_unique<QTemporaryDir>(); }
+
+    void bringsBackWhatAnEndedProgramLeft()
+    {
+        const QString source = u"\uFEFFprint('ü')\r\nnul \0 end\nlast"_s;
+        {
+            Session first(folder());
+            first.documents.openUnsaved(u"main.py"_s, u"/home/me/main.py"_s, {}, source);
+            first.documents.openUnsaved(u"boot.py"_s, {}, u"/boot.py"_s, u"x"_s);
+            QTRY_COMPARE(copies().size(), 2);
+            first.documents.updateSelectedContent(u"xyz"_s);
+            QTRY_VERIFY(everything().contains("xyz"));
+        }
+        Session second(folder());
+        QTRY_COMPARE(second.copies.leftovers().size(), 2);
+        QVERIFY(second.shell.lines().join(u'\n').contains(u"2 files with unsaved edits"_s));
+        QCOMPARE(QDir(folder()).entryList(QDir::Dirs | QDir::NoDotAndDotDot), QStringList());
+        const auto leftovers = second.copies.leftovers();
+        for (const UnsavedCopies::Leftover &leftover : leftovers)
+            second.copies.open(leftover);
+        QTRY_COMPARE(second.documents.openFiles().size(), 3);
+        QVERIFY(second.copies.leftovers().isEmpty());
+        for (const EditorFile &file : second.documents.openFiles().mid(1)) {
+            QVERIFY(file.isModified);
+            QCOMPARE(file.fileText(), file.name == u"main.py" ? source : u"xyz"_s);
+            QCOMPARE(file.path + file.devicePath,
+                     file.name == u"main.py" ? u"/home/me/main.py"_s : u"/boot.py"_s);
+        }
+        // It is looked after by its document now, and only once.
+        QTRY_VERIFY(!QDir(folder()).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty()
+                    && QDir(folder()).entryList({u"*.json"_s}).isEmpty());
+        QCOMPARE(copies().size(), 2);
+    }
+
+    void keepsNothingThatIsSavedOrClosed()
+    {
+        Session session(folder());
+        session.documents.updateSelectedContent(u"one"_s);
+        session.documents.openTextInEditor(u"two.py"_s, u"two"_s); // unsaved without an edit
+        const QUuid two = session.documents.selectedFileID();
+        QTRY_COMPARE(copies().size(), 2);
+        QVERIFY(!(QFile::permissions(QFileInfo(copies().first()).path())
+                  & (QFile::ReadGroup | QFile::ReadOther)));
+        session.documents.closeFile(two);
+        QTRY_COMPARE(copies().size(), 1);
+        const EditorFile one = session.documents.openFiles().constFirst();
+        session.documents.setPath(one.id, m_disk->filePath(u"one.py"_s), u"one.py"_s);
+        session.documents.markSaved(one.id, u"one"_s);
+        QTRY_COMPARE(copies().size(), 0);
+    }
+
+    void leavesALivingProgramAlone()
+    {
+        Session first(folder());
+        first.documents.updateSelectedContent(u"mine"_s);
+        QTRY_COMPARE(copies().size(), 1);
+        const QString copy = copies().constFirst();
+        Session second(folder());
+        second.documents.updateSelectedContent(u"another's"_s);
+        QTRY_COMPARE(copies().size(), 2);
+        QVERIFY(copies().contains(copy));
+        QVERIFY(second.copies.leftovers().isEmpty() && second.shell.lines().join(u'\n').isEmpty());
+    }
+
+    void bearsADamagedDisk()
+    {
+        QVERIFY(QDir().mkpath(folder()));
+        QFile damaged(folder() + u"/a.json"_s);
+        QVERIFY(damaged.open(QFile::WriteOnly));
+        damaged.write("{\"name\": \"x");
+        damaged.close();
+        QFile blocked(folder() + u"/b.json"_s);
+        QVERIFY(blocked.open(QFile::WriteOnly));
+        blocked.write("{\"name\": \"b.py\", \"text\": \"b\"}");
+        blocked.close();
+        Session session(folder());
+        QTRY_COMPARE(session.copies.leftovers().size(), 1);
+        QVERIFY(QFile::exists(damaged.fileName())); // perhaps a person can read it
+        QVERIFY(blocked.remove());
+        session.copies.open(session.copies.leftovers().constFirst());
+        QTRY_VERIFY(session.shell.lines().join(u'\n').contains(u"Cannot open b.py"_s));
+
+        QVERIFY(QDir(folder()).removeRecursively());
+        QFile inTheWay(folder());
+        QVERIFY(inTheWay.open(QFile::WriteOnly));
+        session.documents.updateSelectedContent(u"1"_s);
+        QTRY_VERIFY(
+            session.shell.lines().join(u'\n').contains(u"can’t be kept safe in "_s + folder()));
+        QVERIFY(inTheWay.remove());
+        session.documents.updateSelectedContent(u"3"_s);
+        QTRY_COMPARE(copies().size(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_UnsavedCopies)
+#include "tst_UnsavedCopies.moc"
