@@ -1,0 +1,81 @@
+// How long the window takes to show a folder of this computer with very many files.
+//
+//   local-folder [FILES]    20,000 by default
+//
+// Prints the median time from entering the folder until its rows are painted, and the longest time
+// in which the event loop did not turn. Exits with 1 when the rows take more than 300 ms, or the
+// window's own work at one go more than 50 ms.
+
+#include "Measure.h"
+#include "app/FileSettings.h"
+#include "ui/ContentView.h"
+#include "ui/FileListView.h"
+#include "ui/KorvaneApp.h"
+#include "ui/WindowQuestions.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <vector>
+
+using namespace Korvane;
+
+namespace {
+
+constexpr double allowedMilliseconds = 300;
+constexpr double allowedWorkMilliseconds = 50;
+constexpr int rounds = 9;
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QApplication application(argc, argv);
+    KorvaneApp::setUp(application);
+    const int files = argc > 1 ? atoi(argv[1]) : 20'000;
+    QTemporaryDir large;
+    for (int i = 0; i < files; ++i) {
+        QFile file(large.filePath(QStringLiteral("Entry %1.py").arg(i)));
+        if (!file.open(QIODevice::WriteOnly))
+            return 2;
+    }
+    QTemporaryDir empty;
+    QTemporaryDir own;
+    FileSettings settings(own.filePath(QStringLiteral("settings.ini")));
+    WindowQuestions questions;
+    KorvaneApp korvane(
+        AppState::Dependencies{.settings = settings, .questions = questions, .interpreters = {}});
+    korvane.show();
+    auto *list = korvane.window().findChild<FileListView *>(QStringLiteral("localFiles"));
+    LocalFiles &local = korvane.state().localFiles();
+
+    const auto enter = [&](const QString &folder, int rows) {
+        QElapsedTimer time;
+        time.start();
+        local.setLocalWorkingDir(folder);
+        while (list->model()->rowCount() != rows)
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        list->viewport()->repaint();
+        return static_cast<double>(time.nsecsElapsed()) / 1e6;
+    };
+    std::vector<double> times;
+    double longestGap = 0;
+    double longestWork = 0;
+    for (int round = 0; round < rounds; ++round) {
+        enter(empty.path(), 0);
+        Bench::Heartbeat heart;
+        heart.start();
+        times.push_back(enter(large.path(), files));
+        heart.stop();
+        longestGap = std::max(longestGap, heart.longestGapMilliseconds());
+        longestWork = std::max(longestWork, heart.longestWorkMilliseconds());
+    }
+    std::sort(times.begin(), times.end());
+    const double shown = times[times.size() / 2];
+    std::printf("%d files: shown after %.0f ms, longest gap %.1f ms (own work %.1f ms)\n", files,
+                shown, longestGap, longestWork);
+    return shown > allowedMilliseconds || longestWork > allowedWorkMilliseconds ? 1 : 0;
+}
