@@ -50,7 +50,8 @@ QToolButton *BrowserPane::addButton(const QString &symbol, const QString &help, 
     auto *button = new IconButton(symbol, Theme::Role::SecondaryLabel, help);
     button->setObjectName(QString::fromLatin1(name));
     m_header->addWidget(button);
-    setTabOrder(button, m_list); // what is added later stands before the entries too
+    if (m_list->window() == window()) // what is added later stands before the entries too
+        setTabOrder(button, m_list);
     return button;
 }
 

@@ -31,7 +31,6 @@ QToolButton *makeTab(const QString &symbol, const QString &title)
     tab->setAutoExclusive(true);
     tab->setAutoRaise(true);
     tab->setFocusPolicy(Qt::TabFocus);
-    tab->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     return tab;
 }
 
@@ -79,8 +78,10 @@ QWidget *SidebarView::makePicker()
     auto *row = new QHBoxLayout(picker);
     row->setContentsMargins(8, 4, 8, 4);
     row->setSpacing(4);
-    row->addWidget(m_localTab, 1);
-    row->addWidget(m_deviceTab, 1);
+    row->addStretch();
+    row->addWidget(m_localTab);
+    row->addWidget(m_deviceTab);
+    row->addStretch();
     return picker;
 }
 

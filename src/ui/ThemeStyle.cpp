@@ -113,6 +113,12 @@ void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *opt
         painter->fillRect(option->rect.adjusted(1, 1, -1, -1),
                           option->palette.brush(QPalette::ToolTipBase));
         return;
+    case PE_FrameMenu: // on a dark desktop Fusion's own cannot be seen
+        painter->save();
+        painter->setPen(theme.color(Theme::Role::Separator));
+        painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+        painter->restore();
+        return;
     case PE_FrameFocusRect:
         if (qobject_cast<const QAbstractItemView *>(widget))
             break;

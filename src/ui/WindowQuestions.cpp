@@ -1,5 +1,7 @@
 #include "ui/WindowQuestions.h"
 
+#include "ui/Theme.h"
+
 #include <QCheckBox>
 #include <QCoreApplication>
 #include <QDialogButtonBox>
@@ -17,6 +19,8 @@
 namespace Korvane {
 
 namespace {
+
+constexpr int messageWidth = 320;
 
 QString tr(const char *text)
 {
@@ -51,6 +55,11 @@ QCoro::Task<Questions::ConfirmationAnswer> WindowQuestions::confirm(Confirmation
     box->setTextFormat(Qt::PlainText);
     box->setText(question.title);
     box->setInformativeText(question.message);
+    // The title stands out, and a short message is not squeezed into a column.
+    if (auto *title = box->findChild<QLabel *>(QStringLiteral("qt_msgbox_label")))
+        title->setFont(Theme::headlineFont(title->font()));
+    if (auto *text = box->findChild<QLabel *>(QStringLiteral("qt_msgbox_informativelabel")))
+        text->setMinimumWidth(messageWidth);
     QPushButton *confirm = box->addButton(question.confirmTitle, QMessageBox::AcceptRole);
     QPushButton *cancel = box->addButton(tr("Cancel"), QMessageBox::RejectRole);
     confirm->setAutoDefault(false);
