@@ -69,6 +69,9 @@ int FileSettings::number(const QString &key) const
 
 QString FileSettings::text(const QString &key) const
 {
+    // What another instance or an editor has written since counts: one of the flags lets the
+    // assistant write without asking. Costs a look at the file's time unless that has changed.
+    m_file.sync();
     return m_file.value(key).toString();
 }
 

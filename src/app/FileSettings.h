@@ -29,7 +29,7 @@ public:
 private:
     void store(const QString &key, const QVariant &value);
 
-    QSettings m_file;
+    mutable QSettings m_file; // reads the file again where that has changed
 };
 
 } // namespace Korvane

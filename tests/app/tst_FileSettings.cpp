@@ -76,6 +76,18 @@ private slots:
         QCOMPARE(second.text(Settings::serverToken), odd);
     }
 
+    void hearsWhatOthersWrite()
+    {
+        const Place place("[General]\nMCPAutoApproveWrites=true\n");
+        const FileSettings settings(place.path);
+        QVERIFY(settings.flag(Settings::autoApproveWrites));
+        QFile file(place.path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("[General]\nMCPAutoApproveWrites=false\n");
+        file.close();
+        QVERIFY(!settings.flag(Settings::autoApproveWrites));
+    }
+
     void readsOnlyWhatItUnderstands_data()
     {
         QTest::addColumn<QByteArray>("value");
