@@ -38,11 +38,12 @@ QString wrongColour(PythonTextStorage &storage)
             std::fill_n(painted.begin() + range.start, range.length,
                         range.format.foreground().color());
         for (int i = 0; i < painted.size(); ++i) {
-            const PythonToken token = tokens[static_cast<size_t>(block.position() + i)];
-            if (storage.tokenAt(block.position() + i) != token)
-                return u"token at %1"_s.arg(block.position() + i);
+            const int position = block.position() + i;
+            const PythonToken token = tokens[static_cast<size_t>(position)];
+            if (storage.tokenAt(position) != token)
+                return u"token at %1"_s.arg(position);
             if (painted[i] != colours.color(token))
-                return u"format at %1"_s.arg(block.position() + i);
+                return u"format at %1"_s.arg(position);
         }
     }
     return {};
@@ -89,7 +90,7 @@ private slots:
         const quint32 seed = QRandomGenerator::global()->generate();
         qInfo("seed %u", seed);
         QRandomGenerator random(seed);
-        for (QString text : installedPythonFiles(12, 4'000)) {
+        for (const QString &text : installedPythonFiles(12, 4'000)) {
             PythonTextStorage storage(EditorColours::light());
             storage.setText(text);
             for (int step = 0; step < 80; ++step) {
