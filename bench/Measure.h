@@ -23,6 +23,14 @@ inline double statusMegabytes(const QByteArray &name)
     return -1;
 }
 
+/// What this thread has taken of the processor's time, which other programs do not add to.
+inline double processorMilliseconds()
+{
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+}
+
 /// Beats each millisecond in the event loop and notes the longest time between two beats: for so
 /// long the window could not have answered. On a busy machine part of it is not the program's own,
 /// so the longest work of this thread between two beats is noted beside it.

@@ -25,7 +25,6 @@
 #include <QTextBlock>
 
 #include <cstdio>
-#include <ctime>
 #include <functional>
 #include <vector>
 
@@ -41,13 +40,6 @@ struct Measured
     /// Of the processor alone, without what other programs took of the worst key's time.
     double worstProcessorMilliseconds = 0;
 };
-
-double processorMilliseconds()
-{
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
-}
 
 /// The sources of the installed Python's library, one after the other.
 QString pythonText()
@@ -91,13 +83,13 @@ public:
         m_isPainted = false;
         QElapsedTimer time;
         time.start();
-        const double processor = processorMilliseconds();
+        const double processor = Bench::processorMilliseconds();
         QKeyEvent down(QEvent::KeyPress, key, modifiers, text);
         QCoreApplication::sendEvent(&m_edit, &down);
         while (!m_isPainted && time.elapsed() < 1000)
             QCoreApplication::processEvents();
         m_milliseconds.push_back(static_cast<double>(time.nsecsElapsed()) / 1e6);
-        m_processor.push_back(processorMilliseconds() - processor);
+        m_processor.push_back(Bench::processorMilliseconds() - processor);
     }
     void type(const QString &text)
     {

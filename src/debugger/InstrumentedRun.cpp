@@ -78,49 +78,29 @@ private:
     QList<qsizetype> m_starts;
 };
 
-/// The thunk map of each line that can be stopped at, in order. Lines of one function share theirs
-/// as long as it stays the same.
-QStringList thunkMaps(const PythonSource &source)
-{
-    QStringList maps;
-    FunctionScopes scopes(source);
-    for (qsizetype i = 0; i < source.lines.size(); ++i) {
-        if (!source.isStart(i))
-            continue;
-        scopes.enter(i);
-        if (source.roles[i] == Role::Statement)
-            maps << scopes.thunkMap();
-        scopes.leave(i);
-    }
-    return maps;
-}
-
 QString rewritten(const PythonSource &source)
 {
-    constexpr qsizetype fixedLength = 64; // of a stop, at least, with its numbers
-    const QStringList maps = thunkMaps(source);
-    qsizetype length = 0;
-    for (const QString &line : source.lines)
-        length += line.size() + 1;
-    for (const QString &map : maps)
-        length += map.size() + fixedLength;
-
     QString text;
-    text.reserve(length);
-    auto map = maps.begin();
+    FunctionScopes scopes(source);
     for (qsizetype i = 0; i < source.lines.size(); ++i) {
         if (i > 0)
             text += u'\n';
         const QStringView line = source.lines[i];
-        if (source.roles[i] != Role::Statement) {
+        if (!source.isStart(i)) {
             text += line;
             continue;
         }
-        const qsizetype indent = source.indents[i];
-        const QString number = QString::number(i + 1);
-        text += line.first(indent) % QLatin1String("(_dstep or ") % number
-            % QLatin1String(" in _dbrk) and _bp(") % number % QLatin1String(", locals(), ") % *map++
-            % QLatin1String("); ") % line.sliced(indent);
+        scopes.enter(i);
+        if (source.roles[i] == Role::Statement) {
+            const qsizetype indent = source.indents[i];
+            const QString number = QString::number(i + 1);
+            text += line.first(indent) % QLatin1String("(_dstep or ") % number
+                % QLatin1String(" in _dbrk) and _bp(") % number % QLatin1String(", locals(), ")
+                % scopes.thunkMap() % QLatin1String("); ") % line.sliced(indent);
+        } else {
+            text += line;
+        }
+        scopes.leave(i);
     }
     return text;
 }
