@@ -179,31 +179,24 @@ private slots:
         QCOMPARE(scanner.feed("\x82\xAC").text, u"€"_s);
     }
 
-    void handsOverWhatWaitsAndStartsAfresh_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QString>("rest");
-        QTest::newRow("nothing") << QByteArray("done") << QString();
-        QTest::newRow("an open record") << QByteArray("a\x1E{\"é") << u"\u001E{\"é"_s;
-        QTest::newRow("half a character") << QByteArray("a\xE2") << u"\uFFFD"_s;
-        QTest::newRow("half a line end") << wire("®\r") << u"\r"_s;
-    }
-
     void handsOverWhatWaitsAndStartsAfresh()
     {
-        QFETCH(QByteArray, bytes);
-        QFETCH(QString, rest);
-        for (const bool flushes : {true, false}) {
-            DeviceStreamScanner scanner;
-            (void)scanner.feed("\x04\x04" + bytes);
-            if (flushes)
-                QCOMPARE(scanner.flush(), rest);
-            else
-                scanner.clear();
-            QCOMPARE(scanner.flush(), QString());
-            Outcome outcome;
-            outcome.add(scanner.feed("\nOK" + record + "\x04>"));
-            QCOMPARE(outcome, (Outcome{u"\nOK>"_s, {stop}, u"ended"_s}));
+        for (const auto &[bytes, rest] : {std::pair{"done"_ba, u""_s},
+                                          {"a\x1E{\"é"_ba, u"\u001E{\"é"_s},
+                                          {"a\xE2"_ba, u"\uFFFD"_s},
+                                          {wire("®\r"), u"\r"_s}}) {
+            for (const bool flushes : {true, false}) {
+                DeviceStreamScanner scanner;
+                (void)scanner.feed("\x04\x04" + bytes);
+                if (flushes)
+                    QCOMPARE(scanner.flush(), rest);
+                else
+                    scanner.clear();
+                QCOMPARE(scanner.flush(), QString());
+                Outcome outcome;
+                outcome.add(scanner.feed("\nOK" + record + "\x04>"));
+                QCOMPARE(outcome, (Outcome{u"\nOK>"_s, {stop}, u"ended"_s}));
+            }
         }
     }
 

@@ -87,54 +87,44 @@ private slots:
 
     void sendsWhatIsAskedFor_data()
     {
-        QTest::addColumn<QString>("way");
+        QTest::addColumn<QString>("ask"); // a button, an entry of the menu or Y with modifiers
         QTest::addColumn<QByteArray>("bytes");
-        for (const char *way : {"key", "click", "menu"}) {
-            QTest::addRow("step by %s", way) << u"step"_s << "s\n"_ba;
-            QTest::addRow("continue by %s", way) << u"continue"_s << "c\n"_ba;
-            if (way != "key"_ba)
-                QTest::addRow("stop by %s", way) << u"stop"_s << "q\n"_ba;
-        }
+        QTest::newRow("step by click") << u"arrow.turn.down.right"_s << "s\n"_ba;
+        QTest::newRow("step by menu") << u"&Step"_s << "s\n"_ba;
+        QTest::newRow("step by key") << u"Ctrl+Alt+Y"_s << "s\n"_ba;
+        QTest::newRow("continue by click") << u"play.fill"_s << "c\n"_ba;
+        QTest::newRow("continue by menu") << u"&Continue"_s << "c\n"_ba;
+        QTest::newRow("continue by key") << u"Ctrl+Shift+Y"_s << "c\n"_ba;
+        QTest::newRow("stop by click") << u"stop.fill"_s << "q\n"_ba;
+        QTest::newRow("stop by menu") << u"S&top Debugging"_s << "q\n"_ba;
     }
 
     void sendsWhatIsAskedFor()
     {
-        QFETCH(QString, way);
+        QFETCH(QString, ask);
         QFETCH(QByteArray, bytes);
-        const QString by = QString::fromLatin1(QTest::currentDataTag()).section(u' ', 2);
         DebugDesk desk;
         desk.find<QWidget>("editor")->setFocus();
-        const auto ask = [&] {
-            if (by == u"key") {
-                desk.press(Qt::Key_Y,
-                           Qt::ControlModifier
-                               | (way == u"step" ? Qt::AltModifier : Qt::ShiftModifier));
-            } else if (by == u"click") {
-                const auto buttons =
-                    QHash<QString, const char *>{{u"step"_s, "arrow.turn.down.right"},
-                                                 {u"continue"_s, "play.fill"},
-                                                 {u"stop"_s, "stop.fill"}};
-                desk.click(buttons[way]);
-            } else {
-                const QString title = way == u"stop" ? u"S&top Debugging"_s
-                    : way == u"step"                 ? u"&Step"_s
-                                                     : u"&Continue"_s;
-                for (QAction *action : desk.window().findChildren<QAction *>()) {
-                    if (action->text() == title)
-                        action->trigger();
-                }
+        const auto asked = [&] {
+            if (ask.startsWith(u"Ctrl+"))
+                desk.press(Qt::Key_Y, QKeySequence(ask)[0].keyboardModifiers());
+            else if (ask.contains(u'.'))
+                desk.click(qPrintable(ask));
+            for (QAction *action : desk.window().findChildren<QAction *>()) {
+                if (action->text() == ask)
+                    action->trigger();
             }
         };
-        if (by != u"click")
-            ask(); // while there is nothing to tell, nothing is told
+        if (!ask.contains(u'.'))
+            asked(); // while there is nothing to tell, nothing is told
         desk.debugToPause();
-        ask();
+        asked();
         QTRY_COMPARE(desk.board.received(), bytes);
-        QCOMPARE(desk.bar(), way == u"stop" ? QString() : running);
-        if (way == u"stop")
+        QCOMPARE(desk.bar(), bytes == "q\n" ? QString() : running);
+        if (bytes == "q\n")
             return;
         desk.board.forget();
-        ask();
+        asked();
         desk.board.send(pauseAt(3));
         QTRY_COMPARE(desk.bar(), u"Paused at line 3 | locals are in the Variables tab"_s);
         QCOMPARE(desk.board.received(), QByteArray());
