@@ -1,7 +1,8 @@
 // The JSON reader against another one.
 
 #include "mcp/JSONChecker.h"
-#include "mcp/JSONValue.h"
+#include "mcp/JSONItems.h"
+#include "mcp/JSONText.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,5 +1,7 @@
 #include "mcp/JSONChecker.h"
 
+#include "mcp/JSONText.h"
+
 #include <algorithm>
 
 namespace Korvane {
@@ -44,12 +46,8 @@ JSONChecker::Verdict JSONChecker::advance(qsizetype bytes)
 
 void JSONChecker::skipWhiteSpace()
 {
-    while (m_position < m_text.size()) {
-        const char c = m_text[m_position];
-        if (c != ' ' && c != '\n' && c != '\r' && c != '\t')
-            return;
+    while (m_position < m_text.size() && isJSONSpace(m_text[m_position]))
         ++m_position;
-    }
 }
 
 /// Takes the token at the position, a string only as far as its first quotation mark.

@@ -1,6 +1,7 @@
 #include "mcp/JSONValue.h"
 
 #include "base/Utf8.h"
+#include "mcp/JSONText.h"
 
 #include <algorithm>
 #include <charconv>
@@ -10,19 +11,6 @@
 namespace Korvane {
 
 namespace {
-
-bool isWhiteSpace(char c)
-{
-    return c == ' ' || c == '\n' || c == '\r' || c == '\t';
-}
-
-QByteArrayView withoutLeadingSpace(QByteArrayView text)
-{
-    qsizetype start = 0;
-    while (start < text.size() && isWhiteSpace(text[start]))
-        ++start;
-    return text.sliced(start);
-}
 
 /// The length of the string at the front, with both quotation marks.
 qsizetype stringLength(QByteArrayView text)
@@ -68,7 +56,7 @@ qsizetype valueLength(QByteArrayView text)
     if (text[0] == '[' || text[0] == '{')
         return containerLength(text);
     const auto end = std::find_if(text.begin(), text.end(), [](char c) {
-        return c == ',' || c == ']' || c == '}' || isWhiteSpace(c);
+        return c == ',' || c == ']' || c == '}' || isJSONSpace(c);
     });
     return end - text.begin();
 }
@@ -140,11 +128,6 @@ QByteArray withoutEscapes(QByteArrayView text)
     return bytes;
 }
 
-QByteArrayView inner(QByteArrayView text)
-{
-    return text.size() < 2 ? QByteArrayView() : text.sliced(1, text.size() - 2);
-}
-
 } // namespace
 
 JSONValue::JSONValue(QByteArrayView text)
@@ -176,7 +159,7 @@ QString JSONValue::string() const
 {
     if (!isString())
         return {};
-    const auto raw = inner(m_text);
+    const auto raw = innerText(m_text);
     return raw.contains('\\') ? Utf8::decodeLossy(withoutEscapes(raw)) : Utf8::decodeLossy(raw);
 }
 
@@ -196,78 +179,10 @@ bool JSONValue::says(QLatin1StringView ascii) const
 {
     if (!isString())
         return false;
-    const auto raw = inner(m_text);
+    const auto raw = innerText(m_text);
     if (!raw.contains('\\'))
         return raw == QByteArrayView(ascii.data(), ascii.size());
     return string() == ascii;
-}
-
-JSONItems::JSONItems(const JSONValue &container)
-    : m_rest(inner(container.text()))
-    , m_hasNames(container.isObject())
-    , m_name(QByteArrayView())
-    , m_value(QByteArrayView())
-{
-    if (!m_hasNames && container.kind() != JSONValue::Kind::Array)
-        m_rest = {};
-}
-
-bool JSONItems::next()
-{
-    m_rest = withoutLeadingSpace(m_rest);
-    if (m_rest.isEmpty())
-        return false;
-    if (m_hasNames)
-        m_name = take();
-    m_value = take();
-    return true;
-}
-
-/// Takes one value and the comma or colon behind it.
-JSONValue JSONItems::take()
-{
-    const JSONValue value(m_rest);
-    m_rest = withoutLeadingSpace(m_rest);
-    m_rest = withoutLeadingSpace(m_rest.sliced(value.text().size()));
-    if (!m_rest.isEmpty())
-        m_rest = m_rest.sliced(1);
-    return value;
-}
-
-void appendJSONString(QByteArray &json, const QString &text)
-{
-    const QByteArray bytes = text.toUtf8();
-    json.reserve(json.size() + bytes.size() + bytes.size() / 16 + 2);
-    json += '"';
-    for (const char c : bytes) {
-        switch (c) {
-        case '"':
-            json += "\\\"";
-            break;
-        case '\\':
-            json += "\\\\";
-            break;
-        case '\n':
-            json += "\\n";
-            break;
-        case '\r':
-            json += "\\r";
-            break;
-        case '\t':
-            json += "\\t";
-            break;
-        default:
-            if (static_cast<unsigned char>(c) < 0x20) {
-                static constexpr char digits[] = "0123456789abcdef";
-                json += "\\u00";
-                json += digits[c >> 4];
-                json += digits[c & 15];
-            } else {
-                json += c;
-            }
-        }
-    }
-    json += '"';
 }
 
 } // namespace Korvane

@@ -1,6 +1,8 @@
 #include "mcp/MCPEndpoint.h"
 
 #include "mcp/JSONChecker.h"
+#include "mcp/JSONItems.h"
+#include "mcp/JSONText.h"
 
 #include <QElapsedTimer>
 

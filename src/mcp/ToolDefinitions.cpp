@@ -1,6 +1,6 @@
 #include "mcp/ToolDefinitions.h"
 
-#include "mcp/JSONValue.h"
+#include "mcp/JSONText.h"
 
 #include <QStringList>
 

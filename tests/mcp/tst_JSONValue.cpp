@@ -1,4 +1,5 @@
-#include "mcp/JSONValue.h"
+#include "mcp/JSONItems.h"
+#include "mcp/JSONText.h"
 
 #include <QTest>
 
