@@ -15,7 +15,7 @@ public:
     QByteArray definitions() const override
     {
         ++definitionsCount;
-        return R"([{"name":"echo"}])";
+        return definitionsText;
     }
 
     QCoro::Task<Result<QString>> call(QString name, ToolArguments arguments) override
@@ -44,6 +44,7 @@ public:
     }
     [[nodiscard]] size_t waiting() const { return m_waiting.size(); }
 
+    QByteArray definitionsText = R"([{"name":"echo"}])";
     mutable int definitionsCount = 0;
     QStringList calls;
 

@@ -270,19 +270,13 @@ private slots:
     {
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<int>("status");
-        QByteArray batch = "[{}";
-        for (int i = 0; i < 200000; ++i)
-            batch += R"(,{"id":1,"method":"ping"})";
-        QTest::newRow("a long batch") << batch + ']' << 200;
+        QTest::newRow("a long batch")
+            << '[' + QByteArray(R"({"id":1,"method":"ping"},)").repeated(30'000) + "{}]" << 200;
         QTest::newRow("a long batch of notifications")
-            << '[' + QByteArray("{},").repeated(1'000'000) + "{}]" << 202;
+            << '[' + QByteArray("{},").repeated(300'000) + "{}]" << 202;
         QTest::newRow("a long text")
-            << "{\"id\":1,\"method\":\"x\",\"params\":\"" + QByteArray(40'000'000, 'x') + "\"}"
+            << "{\"id\":1,\"method\":\"x\",\"params\":\"" + QByteArray(8'000'000, 'x') + "\"}"
             << 200;
-        QTest::newRow("a batch with replies beyond all bounds")
-            << QByteArray("[{\"id\":\"" + QByteArray(60'000'000, 'x') + "\",\"method\":\"ping\"}")
-                + QByteArray(R"(,{"id":1})").repeated(100'000) + ']'
-            << 400;
     }
     void keepsTheWindowGoingDuringLongRequests()
     {
@@ -293,7 +287,26 @@ private slots:
         connect(&ticker, &QTimer::timeout, this, [&] { ++ticks; });
         ticker.start(0);
         QCOMPARE(awaited(m_endpoint.answer(request(body))).status, status);
-        QCOMPARE_GT(ticks, 10);
+        QCOMPARE_GT(ticks, 3);
+    }
+
+    void refusesABatchThatAsksForMoreThanItMay()
+    {
+        FakeTools tools;
+        tools.definitionsText = QByteArray(8 * 1024 * 1024, ' ');
+        MCPEndpoint endpoint(MCPAccess("0123abcd"), tools, this);
+        const QByteArray list = R"({"id":1,"method":"tools/list"},)";
+        const QByteArray call = toolCall(R"({"name":"echo"})");
+        const auto ask = [&](int lists) {
+            return awaited(endpoint.answer(request('[' + list.repeated(lists) + call + ']')));
+        };
+        QCOMPARE(ask(7).status, 200);
+        QCOMPARE(tools.calls.size(), 1);
+        QCOMPARE(told(ask(8)),
+                 badJson
+                     + R"({"error":{"code":-32600,"message":"Invalid request"},"id":null,)"
+                       R"("jsonrpc":"2.0"})");
+        QCOMPARE(tools.calls.size(), 1);
     }
 };
 

@@ -285,9 +285,9 @@ private slots:
             isServed = meanwhile([&] {
                 SocketClient client(served.server->port());
                 int answered = 0;
-                while (answered < 50 && isAnswered(client, Served::asked(ping)))
+                while (answered < 20 && isAnswered(client, Served::asked(ping)))
                     ++answered;
-                return answered == 50;
+                return answered == 20;
             });
         }
         QVERIFY(isServed);
