@@ -55,10 +55,14 @@ std::optional<QString> ChunkDecoder::feed(QByteArrayView chunk)
     QByteArray joined = std::exchange(m_tail, {});
     joined.append(chunk);
     const qsizetype tailLength = unfinishedTailLength(joined);
-    auto text = decodeStrict(QByteArrayView(joined).chopped(tailLength));
-    if (text)
+    const auto text = decodeStrict(QByteArrayView(joined).chopped(tailLength));
+    if (text) {
         m_tail = joined.right(tailLength);
-    return text;
+        return text;
+    }
+    // Perhaps only the tail was ill-formed, a character that nothing continues. The chunk itself
+    // must not go with it: the end of a reply may be in it.
+    return joined.size() > chunk.size() ? feed(chunk) : std::nullopt;
 }
 
 } // namespace Korvane::Utf8

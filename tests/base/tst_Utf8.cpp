@@ -52,6 +52,9 @@ private slots:
         QCOMPARE(decoder.feed("a\xE2\x82"), QStringLiteral("a"));
         QVERIFY(!decoder.feed("b\xFF"));
         QCOMPARE(decoder.feed("c\xE2\x82\xAC"), QStringLiteral("c€"));
+        // Nothing continues this character, but what follows it is whole.
+        QCOMPARE(decoder.feed("d\xC3"), QStringLiteral("d"));
+        QCOMPARE(decoder.feed("\x04\x04>"), QStringLiteral("\x04\x04>"));
     }
 
     void keepsAByteOrderMark()
