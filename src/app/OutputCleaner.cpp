@@ -47,7 +47,7 @@ std::pair<Match, qsizetype> matchEscape(QStringView text)
 QString OutputCleaner::feed(const QString &chunk)
 {
     // The usual case costs two fast searches and no copy.
-    if (m_escapeStart.isEmpty() && !m_lineEndWaits && !chunk.contains(escape)
+    if (m_escapeStart.isEmpty() && m_lineEnd == LineEnd::None && !chunk.contains(escape)
         && !chunk.contains(u'\r'))
         return chunk;
 
@@ -57,7 +57,10 @@ QString OutputCleaner::feed(const QString &chunk)
     const auto take = [&](QStringView piece) {
         if (piece.isEmpty())
             return;
-        if (std::exchange(m_lineEndWaits, false) && piece.front() != u'\n')
+        const LineEnd before = std::exchange(m_lineEnd, LineEnd::None);
+        if (before == LineEnd::Settled && piece.front() == u'\n')
+            piece = piece.sliced(1);
+        else if (before == LineEnd::Waits && piece.front() != u'\n')
             result += u'\n';
         result += piece;
     };
@@ -68,7 +71,7 @@ QString OutputCleaner::feed(const QString &chunk)
     while (at < view.size()) {
         if (view[at] == u'\r') {
             take(view.sliced(from, at - from));
-            if (std::exchange(m_lineEndWaits, true))
+            if (std::exchange(m_lineEnd, LineEnd::Waits) == LineEnd::Waits)
                 result += u'\n';
             from = ++at;
         } else if (view[at] == escape) {
@@ -92,8 +95,24 @@ QString OutputCleaner::feed(const QString &chunk)
 
 QString OutputCleaner::finish()
 {
-    const QString lineEnd = std::exchange(m_lineEndWaits, false) ? QStringLiteral("\n") : QString();
+    const bool isLineEndDue = std::exchange(m_lineEnd, LineEnd::None) == LineEnd::Waits;
+    const QString lineEnd = isLineEndDue ? QStringLiteral("\n") : QString();
     return lineEnd + std::exchange(m_escapeStart, {});
+}
+
+QString OutputCleaner::pause()
+{
+    const bool mayGoOn = m_lineEnd != LineEnd::None && m_escapeStart.isEmpty();
+    const QString text = finish();
+    if (mayGoOn)
+        m_lineEnd = LineEnd::Settled;
+    return text;
+}
+
+void OutputCleaner::dropLineEnd()
+{
+    if (m_lineEnd == LineEnd::Waits)
+        m_lineEnd = LineEnd::Settled;
 }
 
 } // namespace Korvane

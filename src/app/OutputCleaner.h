@@ -20,12 +20,18 @@ public:
     [[nodiscard]] QString feed(const QString &chunk);
     /// What waits, as the text it is when nothing follows; afterwards nothing waits.
     [[nodiscard]] QString finish();
-    /// Drops a line end that waits; the start of an escape sequence stays.
-    void dropLineEnd() { m_lineEndWaits = false; }
+    /// The same in the middle of the text: a "\n" that comes next still belongs to a "\r" that is
+    /// given out here.
+    [[nodiscard]] QString pause();
+    /// Drops a line end that waits, also its "\n" to come; the start of an escape sequence stays.
+    void dropLineEnd();
 
 private:
+    /// What became of a "\r" that was the last thing before m_escapeStart.
+    enum class LineEnd { None, Waits, Settled };
+
     QString m_escapeStart;
-    bool m_lineEndWaits = false; // came before m_escapeStart
+    LineEnd m_lineEnd = LineEnd::None;
 };
 
 } // namespace Korvane

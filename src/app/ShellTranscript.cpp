@@ -11,7 +11,7 @@ ShellTranscript::ShellTranscript(QObject *parent)
 
 void ShellTranscript::appendLine(const QString &text, REPLLine::Kind kind)
 {
-    flushOutput();
+    addOutput(m_cleaner.pause());
     addLine(text, kind);
 }
 

@@ -126,16 +126,19 @@ private slots:
     {
         QTest::addColumn<QStringList>("printed");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("line end") << QStringList{u"50%\r"_s} << u"output: 50%\n"_s;
-        QTest::newRow("line end alone") << QStringList{u"\r"_s} << u"output: \n"_s;
+        QTest::addColumn<QString>("later");
+        // The "\n" that comes after the other line is the second half of a line end shown before.
+        QTest::newRow("line end") << QStringList{u"50%\r"_s} << u"output: 50%\n"_s << u"m"_s;
+        QTest::newRow("line end alone") << QStringList{u"\r"_s} << u"output: \n"_s << u"m"_s;
         QTest::newRow("line end and escape")
-            << QStringList{u"a\r\x1b"_s, u"[3"_s} << u"output: a\n\x1b[3"_s;
+            << QStringList{u"a\r\x1b"_s, u"[3"_s} << u"output: a\n\x1b[3"_s << u"\nm"_s;
     }
 
     void showsWhatWaitsBeforeTheNextLine()
     {
         QFETCH(QStringList, printed);
         QFETCH(QString, expected);
+        QFETCH(QString, later);
         ShellTranscript shell;
         for (const QString &chunk : printed)
             shell.appendOutput(chunk);
@@ -143,7 +146,7 @@ private slots:
         shell.appendOutput(u"\nm"_s);
         QCOMPARE(shell.lastErrorLine().value_or(QString()), u"end"_s);
         QCOMPARE(describe(shell.replLines()),
-                 QStringList({expected, u"error: end"_s, u"output: \nm"_s}));
+                 QStringList({expected, u"error: end"_s, u"output: "_s + later}));
     }
 
     void clearsAllButTheStartOfAnEscape()
@@ -157,6 +160,12 @@ private slots:
         QVERIFY(shell.replLines().isEmpty());
         QVERIFY(!shell.lastErrorLine());
         shell.appendOutput(u"1mnew"_s);
+        QCOMPARE(describe(shell.replLines()), QStringList{u"output: new"_s});
+
+        // Half of a line end goes with its other half.
+        shell.appendOutput(u"text\r"_s);
+        shell.clear();
+        shell.appendOutput(u"\nnew"_s);
         QCOMPARE(describe(shell.replLines()), QStringList{u"output: new"_s});
     }
 
