@@ -1,7 +1,7 @@
 #include "app/VariablesFlow.h"
 
 #include "base/ShellSink.h"
-#include "base/Utf8.h"
+#include "base/VariableRows.h"
 #include "debugger/ProgramRun.h"
 #include "device/DeviceLink.h"
 #include "session/PythonRunner.h"
@@ -10,7 +10,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <chrono>
 #include <optional>
 #include <utility>
@@ -27,7 +26,6 @@ namespace Korvane {
 namespace {
 
 using namespace std::chrono_literals;
-using Json = nlohmann::json;
 
 constexpr auto variablesTimeout = 10s;
 
@@ -41,20 +39,6 @@ QString variablesScript()
     return isThere ? QString::fromUtf8(file.readAll()) : QString();
 }
 
-QString member(const Json &row, const char *key)
-{
-    const auto found = row.find(key);
-    if (found == row.end())
-        return QStringLiteral("?");
-    return Utf8::decodeLossy(found->get_ref<const std::string &>());
-}
-
-bool isObjectOfStrings(const Json &row)
-{
-    return row.is_object()
-        && std::ranges::all_of(row, [](const Json &value) { return value.is_string(); });
-}
-
 /// Reads what the program above printed; nothing when that is not as it should be.
 std::optional<QList<PythonVariable>> parseVariables(const QString &output)
 {
@@ -63,13 +47,8 @@ std::optional<QList<PythonVariable>> parseVariables(const QString &output)
     if (found < 0)
         return std::nullopt;
     const QByteArray text = QStringView(output).sliced(found + marker.size()).trimmed().toUtf8();
-    const Json rows = Json::parse(text.begin(), text.end(), nullptr, false);
-    if (!rows.is_array() || !std::ranges::all_of(rows, isObjectOfStrings))
-        return std::nullopt;
-    QList<PythonVariable> variables;
-    for (const Json &row : rows)
-        variables.append({member(row, "n"), member(row, "t"), member(row, "v")});
-    return variables;
+    const auto rows = nlohmann::json::parse(text.begin(), text.end(), nullptr, false);
+    return VariableRows::parse(rows, VariableRows::boardKeys);
 }
 
 } // namespace

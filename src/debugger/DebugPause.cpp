@@ -1,5 +1,7 @@
 #include "debugger/DebugPause.h"
 
+#include "base/VariableRows.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -7,41 +9,9 @@
 
 namespace Korvane {
 
-namespace {
-
-using Json = nlohmann::json;
-
-/// The member \p key of \p object, which holds strings only; "?" when it is missing.
-QString member(const Json &object, const char *key)
-{
-    const auto found = object.find(key);
-    if (found == object.end())
-        return QStringLiteral("?");
-    return QString::fromStdString(found->get_ref<const std::string &>());
-}
-
-bool isObjectOfStrings(const Json &value)
-{
-    return value.is_object()
-        && std::ranges::all_of(value, [](const Json &item) { return item.is_string(); });
-}
-
-QList<PythonVariable> variablesFrom(const Json &list)
-{
-    if (!list.is_array() || !std::ranges::all_of(list, isObjectOfStrings))
-        return {};
-    QList<PythonVariable> variables;
-    variables.reserve(static_cast<qsizetype>(list.size()));
-    for (const Json &row : list)
-        variables.append(
-            {.name = member(row, "n"), .type = member(row, "t"), .value = member(row, "v")});
-    return variables;
-}
-
-} // namespace
-
 std::optional<DebugPause> DebugPause::fromRecord(QByteArrayView json)
 {
+    using Json = nlohmann::json;
     const Json record = Json::parse(json.begin(), json.end(), nullptr, false);
     if (!record.is_object())
         return std::nullopt;
@@ -56,7 +26,8 @@ std::optional<DebugPause> DebugPause::fromRecord(QByteArrayView json)
     DebugPause pause;
     pause.line = line->get<int>();
     if (const auto variables = record.find("vars"); variables != record.end())
-        pause.variables = variablesFrom(*variables);
+        pause.variables = VariableRows::parse(*variables, VariableRows::boardKeys)
+                              .value_or(QList<PythonVariable>());
     return pause;
 }
 

@@ -1,12 +1,12 @@
 #include "session/SessionProtocol.h"
 
 #include "base/Utf8.h"
+#include "base/VariableRows.h"
 
 #include <QFile>
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
 #include <cstring>
 
 // Outside of all namespaces, as the macro demands. Without it the linker would leave the resource
@@ -30,11 +30,6 @@ std::optional<QByteArray> line(Json request, const char *member = nullptr,
     if (member)
         request[member] = text.toStdString();
     return QByteArray::fromStdString(request.dump()) + '\n';
-}
-
-QString text(const Json &value)
-{
-    return Utf8::decodeLossy(QByteArrayView(value.get_ref<const std::string &>()));
 }
 
 constexpr qsizetype escapeLength = 6;
@@ -70,25 +65,6 @@ QByteArray withoutLoneSurrogates(QByteArray body)
         i += escapeLength;
     }
     return body;
-}
-
-QList<PythonVariable> variables(const Json &reply)
-{
-    const auto rows = reply.find("vars");
-    if (rows == reply.end() || !rows->is_array())
-        return {};
-    QList<PythonVariable> variables;
-    for (const Json &row : *rows) {
-        const auto isString = [](const Json &member) { return member.is_string(); };
-        if (!row.is_object() || !std::all_of(row.begin(), row.end(), isString))
-            return {};
-        const auto member = [&row](const char *name) {
-            const auto found = row.find(name);
-            return found == row.end() ? QStringLiteral("?") : text(*found);
-        };
-        variables.append({member("name"), member("type"), member("value")});
-    }
-    return variables;
 }
 
 } // namespace
@@ -127,9 +103,13 @@ RunResult parseReply(const QByteArray &body)
     const Json reply = Json::parse(strict.begin(), strict.end(), nullptr, false);
     if (!reply.is_object())
         return {QStringLiteral("Unreadable reply from the Python session"), {}};
-    const auto error = reply.find("error");
-    const bool hasError = error != reply.end() && error->is_string();
-    return {hasError ? text(*error) : QString(), variables(reply)};
+    RunResult result;
+    if (const auto error = reply.find("error"); error != reply.end() && error->is_string())
+        result.error = Utf8::decodeLossy(error->get_ref<const std::string &>());
+    constexpr VariableRows::Keys keys{"name", "type", "value"};
+    if (const auto rows = reply.find("vars"); rows != reply.end())
+        result.variables = VariableRows::parse(*rows, keys).value_or(QList<PythonVariable>());
+    return result;
 }
 
 } // namespace Korvane::SessionProtocol
