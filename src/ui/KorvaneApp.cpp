@@ -15,6 +15,7 @@
 
 #include <QApplication>
 #include <QMenu>
+#include <QTimer>
 
 #include <utility>
 
@@ -34,7 +35,6 @@ void KorvaneApp::setUp(QApplication &application)
     QApplication::setApplicationVersion(QStringLiteral(KORVANE_VERSION));
     QApplication::setOrganizationName(QStringLiteral("Korvane"));
     QApplication::setDesktopFileName(QStringLiteral("korvane"));
-    QApplication::setWindowIcon(applicationIcon());
     Accessibility::install();
     QApplication::setStyle(new ThemeStyle);
     new Appearance(&application);
@@ -87,6 +87,8 @@ void KorvaneApp::makeWindow()
 void KorvaneApp::show()
 {
     m_window->show();
+    // Drawn in many sizes, for which nobody should wait.
+    QTimer::singleShot(0, m_window.get(), [] { QApplication::setWindowIcon(applicationIcon()); });
 }
 
 } // namespace Korvane
