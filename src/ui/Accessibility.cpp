@@ -1,7 +1,9 @@
 #include "ui/Accessibility.h"
 
+#include "ui/AccessibleTabStrip.h"
 #include "ui/Announcer.h"
 #include "ui/DeviceConnectButton.h"
+#include "ui/EditorTabStrip.h"
 #include "ui/ElidedLabel.h"
 
 #include <QAccessibleWidget>
@@ -68,6 +70,8 @@ QAccessibleInterface *makeInterface(const QString &, QObject *object)
 {
     if (auto *button = qobject_cast<DeviceConnectButton *>(object))
         return new ConnectButton(button);
+    if (auto *strip = qobject_cast<EditorTabStrip *>(object))
+        return new AccessibleTabStrip(strip);
     if (auto *label = qobject_cast<ElidedLabel *>(object))
         return new QAccessibleWidget(label, QAccessible::StaticText);
     if (auto *announcer = qobject_cast<Announcer *>(object))

@@ -3,6 +3,7 @@
 #include "support/Files.h"
 #include "ui/EditorTabStrip.h"
 
+#include <QAccessible>
 #include <QClipboard>
 #include <QDropEvent>
 #include <QMenuBar>
@@ -69,7 +70,6 @@ private slots:
 
     void followsTheDocuments()
     {
-        QCOMPARE(m_tabs->accessibleName(), QStringLiteral("Open files"));
         QCOMPARE(m_tabs->height(), 34);
         QCOMPARE(shown(), QStringLiteral("[untitled.py]"));
         open(QStringLiteral("a.py b.py c.py"));
@@ -92,6 +92,35 @@ private slots:
         QCOMPARE(shown(), QStringLiteral("[a.py]"));
         QTest::mouseClick(closeButton(0), Qt::LeftButton);
         QCOMPARE(shown(), QStringLiteral("[untitled.py]"));
+    }
+
+    void showsTabsAndTheirButtonsToAssistivePrograms()
+    {
+        QAccessibleInterface *strip = QAccessible::queryAccessibleInterface(m_tabs);
+        const auto children = [strip] {
+            QStringList names;
+            for (int i = 0; i < strip->childCount(); ++i) {
+                QAccessibleInterface *child = strip->child(i);
+                if (strip->indexOfChild(child) != i || child->parent() != strip)
+                    names << QStringLiteral("misplaced");
+                names << child->text(QAccessible::Name)
+                        + (child->state().selected ? QStringLiteral("*") : QString());
+            }
+            return names.join(u'|');
+        };
+        QCOMPARE(strip->text(QAccessible::Name), QStringLiteral("Open files"));
+        open(QStringLiteral("R&D.py b.py"));
+        QCOMPARE(children(), QStringLiteral("R&D.py|b.py*|Close R&D.py|Close b.py"));
+        strip->child(0)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QCOMPARE(documents().selectedFile()->name, QStringLiteral("R&D.py"));
+        QTest::keyClicks(m_desk->find<QWidget>("editor"), QStringLiteral("x"));
+        QCOMPARE(children(), QStringLiteral("R&D.py, edited*|b.py|Close b.py"));
+        const QPoint second = strip->child(1)->rect().center();
+        QCOMPARE(strip->childAt(second.x(), second.y()), strip->child(1));
+        QAccessibleInterface *last = strip->child(1);
+        strip->child(2)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QCOMPARE(children(), QStringLiteral("R&D.py, edited*"));
+        QVERIFY(!last->isValid());
     }
 
     void goesFromTabToTabAndClosesThemByKeys_data()
