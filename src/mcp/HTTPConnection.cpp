@@ -13,7 +13,7 @@ namespace {
 
 // What one turn takes from one socket before the others have theirs.
 constexpr int readsPerTurn = 16;
-constexpr qsizetype keptCapacityBytes = 64 * 1024;
+constexpr qsizetype keptCapacityBytes = qsizetype{64} * 1024;
 
 // What a request costs while it waits, beyond its body: about its head and the map of its headers.
 constexpr qsizetype requestCostBytes = 1024;

@@ -12,8 +12,8 @@ namespace Korvane {
 /// on for connections that have gone, since their requests are still waiting somewhere.
 struct HTTPLoad
 {
-    static constexpr qsizetype maxRequests = 2 * 1024;
-    static constexpr qsizetype maxBytes = 256 * 1024 * 1024;
+    static constexpr qsizetype maxRequests = 2048;
+    static constexpr qsizetype maxBytes = qsizetype{256} * 1024 * 1024;
 
     qsizetype requests = 0;
     qsizetype bytes = 0;
@@ -38,9 +38,9 @@ public:
     /// Handed over and not yet answered; one of any size always may be. The answers to these may
     /// come on top of the next bound.
     static constexpr qsizetype maxUnanswered = 128;
-    static constexpr qsizetype maxUnansweredBytes = 1024 * 1024;
+    static constexpr qsizetype maxUnansweredBytes = qsizetype{1024} * 1024;
     /// Answers that the client has not taken.
-    static constexpr qsizetype maxUnsentBytes = 1024 * 1024;
+    static constexpr qsizetype maxUnsentBytes = qsizetype{1024} * 1024;
 
     using Handler = std::function<void(HTTPRequest, HTTPReply)>;
 

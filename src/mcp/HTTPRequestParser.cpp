@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view headEnd = "\r\n\r\n";
 // A buffer that grew beyond this is given back when it is empty.
-constexpr qsizetype keptCapacityBytes = 64 * 1024;
+constexpr qsizetype keptCapacityBytes = qsizetype{64} * 1024;
 
 bool isAscii(QByteArrayView bytes)
 {
@@ -123,7 +123,7 @@ bool HTTPRequestParser::readHead()
 
     m_hasHead = true;
     m_isBodyKept = m_bodyLeft == 0 || !m_keepsBody || m_keepsBody(m_request);
-    const auto behindHead = rest.sliced(qsizetype(end + headEnd.size()));
+    const auto behindHead = rest.sliced(qsizetype(end) + qsizetype(headEnd.size()));
     const auto part = behindHead.first(std::min(m_bodyLeft, behindHead.size()));
     takeBody(part);
     m_start = m_buffer.size() - (behindHead.size() - part.size());

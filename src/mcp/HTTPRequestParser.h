@@ -14,8 +14,8 @@ namespace Korvane {
 class HTTPRequestParser final
 {
 public:
-    static constexpr qsizetype maxHeadBytes = 64 * 1024;
-    static constexpr qsizetype maxBodyBytes = 64 * 1024 * 1024;
+    static constexpr qsizetype maxHeadBytes = qsizetype{64} * 1024;
+    static constexpr qsizetype maxBodyBytes = qsizetype{64} * 1024 * 1024;
 
     /// Asked once for each request with a body, when only its head is there.
     using BodyFilter = std::function<bool(const HTTPRequest &head)>;

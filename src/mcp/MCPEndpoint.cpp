@@ -15,11 +15,11 @@ namespace {
 using namespace Qt::StringLiterals;
 
 // What is done in one go before the window has its turn.
-constexpr qsizetype checkedBytesPerTurn = 1024 * 1024;
+constexpr qsizetype checkedBytesPerTurn = qsizetype{1024} * 1024;
 constexpr qint64 batchTurnMs = 4;
 
 // A batch asks for far more than it says: without a bound a few megabytes could ask for gigabytes.
-constexpr qsizetype maxBatchReplyBytes = 64 * 1024 * 1024;
+constexpr qsizetype maxBatchReplyBytes = qsizetype{64} * 1024 * 1024;
 
 const QString defaultProtocolVersion = u"2025-06-18"_s;
 

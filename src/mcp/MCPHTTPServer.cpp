@@ -24,7 +24,7 @@ constexpr quint64 wakeKey = 0;
 constexpr quint64 listenerKey = 1;
 constexpr quint64 firstConnectionId = 2;
 
-constexpr size_t scratchBytes = 64 * 1024;
+constexpr size_t scratchBytes = size_t{64} * 1024;
 constexpr int acceptsPerTurn = 64;
 // How long a refused client may go on sending before its connection is cut off.
 constexpr auto leavingTime = 1s;
@@ -59,7 +59,7 @@ void MCPHTTPServer::setOnFailure(std::function<void(const QString &)> onFailure)
 Result<void> MCPHTTPServer::start()
 {
     Q_ASSERT(!m_queue.joinable());
-    if (const auto listening = listenOnLoopback(); !listening) {
+    if (auto listening = listenOnLoopback(); !listening) {
         closeDescriptors();
         return listening;
     }

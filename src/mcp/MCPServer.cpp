@@ -125,7 +125,10 @@ void MCPServer::serveWaiting()
     handover->beginTurn();
     QElapsedTimer turn;
     turn.start();
-    while (auto item = handover->take()) {
+    for (;;) {
+        auto item = handover->take();
+        if (!item)
+            break;
         QCoro::Task<void> task =
             serve(*m_endpoint, std::move(item->request), std::move(item->reply));
         if (turn.hasExpired(turnMs)) {
