@@ -91,7 +91,7 @@ QByteArray SocketClient::response()
         if (!receiveMore())
             return {};
     }
-    const QByteArray response = m_received.first(end);
+    QByteArray response = m_received.first(end);
     m_received.remove(0, end);
     return response;
 }
@@ -132,7 +132,7 @@ QList<int> openDescriptors()
     return descriptors;
 }
 
-std::optional<int> listenerOn(quint16 port)
+int listenerOn(quint16 port)
 {
     for (const int descriptor : openDescriptors()) {
         int isListening = 0;
@@ -141,7 +141,7 @@ std::optional<int> listenerOn(quint16 port)
             && isListening && portOf(descriptor) == port)
             return descriptor;
     }
-    return std::nullopt;
+    return -1;
 }
 
 quint16 freePort()

@@ -4,8 +4,6 @@
 #include <QList>
 #include <QString>
 
-#include <optional>
-
 // A client of the server under test on a blocking socket, for tests and the threads they start.
 // Nothing blocks for longer than half a minute.
 
@@ -48,8 +46,8 @@ private:
 
 /// This process's descriptors, sorted; the one that the list was read through may be among them.
 [[nodiscard]] QList<int> openDescriptors();
-/// The socket of this process that listens on \p port.
-[[nodiscard]] std::optional<int> listenerOn(quint16 port);
+/// The socket of this process that listens on \p port; -1 when none does.
+[[nodiscard]] int listenerOn(quint16 port);
 /// A port that nobody listens on just now.
 [[nodiscard]] quint16 freePort();
 

@@ -84,13 +84,13 @@ private slots:
         // That writer sorts keys and adds no blanks.
         QCOMPARE(document.toJson(QJsonDocument::Compact), json);
         QStringList tools;
-        for (const QJsonValue &tool : document.array()) {
+        for (const auto &tool : document.array()) {
             const QJsonObject schema = tool[u"inputSchema"].toObject();
             QStringList parts{tool[u"name"].toString()};
             const QJsonObject properties = schema[u"properties"].toObject();
             for (auto property = properties.begin(); property != properties.end(); ++property)
                 parts << property.key() + u':' + property.value()[u"type"].toString();
-            for (const QJsonValue &name : schema[u"required"].toArray())
+            for (const auto &name : schema[u"required"].toArray())
                 parts << u'!' + name.toString();
             tools << parts.join(u' ');
             QCOMPARE(schema[u"type"].toString(), u"object"_s);

@@ -257,7 +257,7 @@ private slots:
         auto tools = std::make_unique<FakeTools>();
         auto endpoint = std::make_unique<MCPEndpoint>(MCPAccess("0123abcd"), *tools, this);
         auto call = endpoint->answer(request('[' + toolCall(R"({"name":"wait"})") + ",{}]"));
-        auto longOne = endpoint->answer(request(QByteArray(3 * 1024 * 1024, ' ') + "{}"));
+        auto longOne = endpoint->answer(request(QByteArray(3'000'000, ' ') + "{}"));
         QVERIFY(!call.isReady());
         QVERIFY(!longOne.isReady());
         endpoint.reset();
@@ -293,7 +293,7 @@ private slots:
     void refusesABatchThatAsksForMoreThanItMay()
     {
         FakeTools tools;
-        tools.definitionsText = QByteArray(8 * 1024 * 1024, ' ');
+        tools.definitionsText = QByteArray(1 << 23, ' ');
         MCPEndpoint endpoint(MCPAccess("0123abcd"), tools, this);
         const QByteArray list = R"({"id":1,"method":"tools/list"},)";
         const QByteArray call = toolCall(R"({"name":"echo"})");

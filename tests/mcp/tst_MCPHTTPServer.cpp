@@ -227,13 +227,13 @@ private slots:
 
         // The answer arrives although the client is still sending, and then the line is cut.
         SocketClient flood(server.port());
-        const QByteArray junk(1024 * 1024, 'x');
+        const QByteArray junk(1'000'000, 'x');
         while (flood.send(junk)) { }
     }
 
     void holdsBackOnlyWhoReadsSlowly()
     {
-        const QByteArray answer(64 * 1024, 'a');
+        const QByteArray answer(64'000, 'a');
         std::atomic<qsizetype> count = 0;
         MCPHTTPServer server(0, [&](HTTPRequest request, HTTPReply reply) {
             count += request.path == "/big";
@@ -262,9 +262,9 @@ private slots:
         QTest::addColumn<qsizetype>("most");
         QTest::newRow("small ones") << get("/") << qsizetype(5000) << HTTPConnection::maxUnanswered;
         QTest::newRow("large ones")
-            << post(QByteArray(300 * 1024, 'b')) << qsizetype(20) << qsizetype(4);
+            << post(QByteArray(300'000, 'b')) << qsizetype(20) << qsizetype(4);
         QTest::newRow("a very large one")
-            << post(QByteArray(5 * 1024 * 1024, 'b')) << qsizetype(3) << qsizetype(1);
+            << post(QByteArray(5'000'000, 'b')) << qsizetype(3) << qsizetype(1);
     }
     void handsOverOnlySoManyUnansweredRequests()
     {
