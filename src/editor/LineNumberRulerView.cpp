@@ -7,6 +7,7 @@
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -139,6 +140,12 @@ void LineNumberRulerView::mouseMoveEvent(QMouseEvent *event)
 void LineNumberRulerView::mouseReleaseEvent(QMouseEvent *event)
 {
     event->accept();
+}
+
+void LineNumberRulerView::wheelEvent(QWheelEvent *event)
+{
+    // The editor scrolls for its viewport alone.
+    QCoreApplication::sendEvent(m_textView->viewport(), event);
 }
 
 void LineNumberRulerView::describe()

@@ -290,6 +290,15 @@ private slots:
         menu->close();
     }
 
+    void scrollsByTheWheelOverTheGutter()
+    {
+        Desk desk(numbered(100));
+        QWheelEvent down(QPointF(20, 50), desk.gutter()->mapToGlobal(QPointF(20, 50)), {},
+                         QPoint(0, -120), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(desk.gutter(), &down);
+        QCOMPARE(desk.editor.verticalScrollBar()->value(), QApplication::wheelScrollLines());
+    }
+
     void describesTheGutter()
     {
         Desk desk(u"a\n"_s);
