@@ -114,6 +114,7 @@ void DebugSession::launch(const QString &name, const InstrumentedRun &run)
                            .arg(run.originalBytes)
                            .arg(run.instrumentedBytes));
     m_programRun.runOnDeviceStreamed(run.source);
+    emit began();
 }
 
 void DebugSession::debugContinue()
@@ -150,7 +151,6 @@ void DebugSession::begin(const QSet<int> &activeBreakpointLines)
     m_pausedAt.reset();
     m_activeBreakpointLines = activeBreakpointLines;
     emit changed();
-    emit began();
 }
 
 void DebugSession::pause(const DebugPause &pause)

@@ -59,7 +59,8 @@ public:
 signals:
     /// Any of the three above.
     void changed();
-    /// After the state, before the Shell says so: time to make room for the variables.
+    /// A run is being sent: time to make room for the variables. The line is taken already, so that
+    /// nobody who is shown asks the board for what it has now.
     void began();
     /// After the state, before the Shell says so: time to show the variables.
     void paused(const DebugPause &pause);

@@ -162,17 +162,18 @@ private slots:
         QFETCH(QSet<int>, breakpoints);
         QFETCH(QString, note);
         QFETCH(QString, summary);
-        QFETCH(QString, begun);
         Connection c;
         QStringList expected = note.isEmpty() ? QStringList() : QStringList{u"info: "_s + note};
-        QStringList whenBegun;
-        connect(&c.session(), &DebugSession::began, this,
-                [&] { whenBegun = QStringList{c.state()} + c.lines(); });
+        QString whenBegun;
+        connect(&c.session(), &DebugSession::began, this, [&] {
+            whenBegun = c.state();
+            QVERIFY(c.bench.link.deviceCommandInFlight());
+        });
         c.start(program, breakpoints);
         QCOMPARE(c.lines(), expected);
         QCOMPARE(c.state(), idle); // until the helper is there
         QTRY_COMPARE(c.bench.events, u"running free ended whole"_s.split(u' '));
-        QCOMPARE(whenBegun, QStringList{begun} + expected);
+        QTEST(whenBegun, "begun");
         const InstrumentedRun run(program, breakpoints);
         expected << u"info: ▶ Debugging main.py — %1."_s.arg(summary)
                  << u"info:    2 steppable lines; %1 → %2 bytes to compile."_s.arg(program.size())
@@ -222,32 +223,33 @@ private slots:
     void startsTwiceInARow_data()
     {
         QTest::addColumn<QByteArray>("answer");
-        QTest::addColumn<QString>("message"); // none: the second runs, too
-        QTest::newRow("running") << "on"_ba << u"The device is running a program — stop it first"_s;
-        QTest::newRow("paused")
-            << pauseAt3
-            << u"The device is stopped at a breakpoint — continue or stop the program first"_s;
-        QTest::newRow("over") << ScriptedBoard::reply("") << QString();
+        QTest::addColumn<QStringList>("messages"); // none: the second runs, too
+        const QString running = u"The device is running a program — stop it first"_s;
+        const QString paused =
+            u"The device is stopped at a breakpoint — continue or stop the program first"_s;
+        // The second looks now and then, and may find the first before it is where it gets to.
+        QTest::newRow("running") << "on"_ba << QStringList{running};
+        QTest::newRow("paused") << pauseAt3 << QStringList{running, paused};
+        QTest::newRow("over") << ScriptedBoard::reply("") << QStringList{running, u""_s};
     }
 
     void startsTwiceInARow()
     {
         QFETCH(QByteArray, answer);
-        QFETCH(QString, message);
+        QFETCH(QStringList, messages);
         Connection c;
         c.answer = answer;
         c.start();
         c.start();
-        if (message.isEmpty()) {
-            QTRY_COMPARE(c.programs.size(), 4);
-            QTRY_COMPARE(c.state(), idle);
-            QCOMPARE(c.lines().filter(u"Program finished"_s).size(), 2);
-            return;
-        }
-        QTRY_COMPARE(c.lastLine(), couldNot + message);
-        QCOMPARE(c.programs.size(), 2);
-        QVERIFY(c.session().isDebugging());
-        QCOMPARE(c.board.received().count('\x01'), 2);
+        const auto errors = [&c] { return c.lines().filter(u"error"_s); };
+        QTRY_VERIFY(!errors().isEmpty() || c.programs.size() == 4);
+        const QString message = errors().value(0).mid(couldNot.size());
+        QVERIFY2(messages.contains(message), qPrintable(message));
+        QCOMPARE(c.board.received().count('\x01'), message.isEmpty() ? 4 : 2);
+        QTRY_COMPARE(c.state(),
+                     messages.contains(u""_s) ? idle
+                         : answer == pauseAt3 ? u"debugging 3 [3]"_s
+                                              : u"debugging 0 [3]"_s);
     }
 
     void showsAPauseHoweverItArrives()

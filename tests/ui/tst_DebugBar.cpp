@@ -85,6 +85,18 @@ private slots:
         QTRY_VERIFY(!bar->isVisible());
     }
 
+    // The Variables tab asks the board for its variables when it is shown, and must find it taken.
+    void startsNothingBesideTheRun()
+    {
+        DebugDesk desk;
+        desk.board.forget();
+        desk.press(Qt::Key_Y, Qt::ControlModifier);
+        QTRY_COMPARE(desk.session().pausedAt(), 2);
+        QVERIFY(desk.find<QWidget>("Variables")->property("checked").toBool());
+        QCOMPARE(desk.board.received().count('\x01'), 2); // for the helper and the program
+        QVERIFY(!desk.state().link().deviceCommandInFlight());
+    }
+
     void sendsWhatIsAskedFor_data()
     {
         QTest::addColumn<QString>("ask"); // a button, an entry of the menu or Y with modifiers
