@@ -2,6 +2,7 @@
 
 #include "app/AppState.h"
 #include "ui/Divider.h"
+#include "ui/ElidedLabel.h"
 #include "ui/Icons.h"
 #include "ui/KeyText.h"
 #include "ui/ProgressIndicator.h"
@@ -29,12 +30,13 @@ DebugBar::DebugBar(AppState &state, QWidget *parent)
     , m_pauseSymbol(
           new SymbolView(QStringLiteral("pause.circle.fill"), Theme::Role::Yellow, symbolSize))
     , m_status(new QLabel)
-    , m_hint(new QLabel(tr("locals are in the Variables tab")))
+    , m_hint(new ElidedLabel(Qt::ElideRight))
 {
     setObjectName(QStringLiteral("debugBar"));
     setAccessibleName(tr("Debugger"));
     m_status->setObjectName(QStringLiteral("debugStatus"));
     m_hint->setObjectName(QStringLiteral("debugHint"));
+    m_hint->setText(tr("locals are in the Variables tab"));
     m_hint->setFont(Theme::captionFont(font()));
     m_hint->setForegroundRole(QPalette::PlaceholderText);
 

@@ -9,6 +9,7 @@ namespace Korvane {
 
 class AppState;
 class DebugSession;
+class ElidedLabel;
 class ProgressIndicator;
 class SymbolView;
 
@@ -38,7 +39,7 @@ private:
     ProgressIndicator *m_progress;
     SymbolView *m_pauseSymbol;
     QLabel *m_status;
-    QLabel *m_hint;
+    ElidedLabel *m_hint; // gives way where there is little room
 };
 
 } // namespace Korvane

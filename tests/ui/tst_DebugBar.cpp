@@ -2,6 +2,7 @@
 #include "editor/CodeEditorView.h"
 #include "editor/LineNumberRulerView.h"
 #include "support/ScriptedBoard.h"
+#include "ui/ElidedLabel.h"
 
 #include <QLabel>
 #include <QMenu>
@@ -51,6 +52,8 @@ struct DebugDesk : Desk
             if (label->isVisible())
                 texts << label->text();
         }
+        if (const auto *hint = find<ElidedLabel>("debugHint"); hint->isVisible())
+            texts << hint->text();
         return bar->isVisible() ? texts.join(u" | ") : QString();
     }
 };
@@ -74,6 +77,9 @@ private slots:
         const int top = editor->mapTo(&desk.window(), QPoint()).y();
         desk.debugToPause();
         QCOMPARE(desk.bar(), paused);
+        // Where there is no room for all, what matters stays.
+        QVERIFY(bar->sizeHint().width() - bar->minimumSizeHint().width()
+                >= desk.find<ElidedLabel>("debugHint")->sizeHint().width());
         const int pausedHeight = bar->height();
         QVERIFY(desk.find<QWidget>("Variables")->property("checked").toBool());
         desk.session().debugContinue();
