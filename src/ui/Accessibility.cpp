@@ -5,6 +5,7 @@
 #include "ui/DeviceConnectButton.h"
 #include "ui/EditorTabStrip.h"
 #include "ui/ElidedLabel.h"
+#include "ui/PaneTab.h"
 
 #include <QAccessibleWidget>
 #include <QMenu>
@@ -66,12 +67,51 @@ private:
     DeviceConnectButton *m_button;
 };
 
+/// For the toolkit a check box, which would promise that it can be taken back.
+class PaneTabInterface final : public QAccessibleWidget
+{
+public:
+    explicit PaneTabInterface(PaneTab *tab)
+        : QAccessibleWidget(tab, QAccessible::RadioButton)
+        , m_tab(tab)
+    {
+    }
+
+    QAccessible::State state() const override
+    {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.checkable = true;
+        state.checked = m_tab->isChecked();
+        return state;
+    }
+    QString text(QAccessible::Text type) const override
+    {
+        return type == QAccessible::Name ? m_tab->text() : QAccessibleWidget::text(type);
+    }
+    QStringList actionNames() const override
+    {
+        return QStringList{pressAction()} + QAccessibleWidget::actionNames();
+    }
+    void doAction(const QString &name) override
+    {
+        if (name == pressAction())
+            m_tab->click();
+        else
+            QAccessibleWidget::doAction(name);
+    }
+
+private:
+    PaneTab *m_tab;
+};
+
 QAccessibleInterface *makeInterface(const QString &, QObject *object)
 {
     if (auto *button = qobject_cast<DeviceConnectButton *>(object))
         return new ConnectButton(button);
     if (auto *strip = qobject_cast<EditorTabStrip *>(object))
         return new AccessibleTabStrip(strip);
+    if (auto *tab = qobject_cast<PaneTab *>(object))
+        return new PaneTabInterface(tab);
     if (auto *label = qobject_cast<ElidedLabel *>(object))
         return new QAccessibleWidget(label, QAccessible::StaticText);
     if (auto *announcer = qobject_cast<Announcer *>(object))

@@ -3,6 +3,7 @@
 #include "app/AppState.h"
 #include "ui/ConnectionIndicator.h"
 #include "ui/Divider.h"
+#include "ui/PaneTab.h"
 #include "ui/REPLView.h"
 #include "ui/SymbolView.h"
 #include "ui/VariablesView.h"
@@ -11,7 +12,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QStackedWidget>
-#include <QToolButton>
 #include <QVBoxLayout>
 
 namespace Korvane {
@@ -21,14 +21,9 @@ namespace {
 /// A tab of the pane, as wide as its text in semibold, which it has while it is the chosen one.
 QToolButton *makeTab(const QString &title)
 {
-    auto *tab = new QToolButton;
+    auto *tab = new PaneTab(title);
     tab->setObjectName(title);
-    tab->setText(title);
     tab->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    tab->setCheckable(true);
-    tab->setAutoExclusive(true);
-    tab->setAutoRaise(true);
-    tab->setFocusPolicy(Qt::TabFocus);
     const QFont regular = tab->font();
     const QFont chosen = Theme::headlineFont(regular);
     tab->setMinimumWidth(QFontMetrics(chosen).horizontalAdvance(title) + 20);

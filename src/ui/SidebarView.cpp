@@ -6,12 +6,12 @@
 #include "ui/ElidedLabel.h"
 #include "ui/FileBrowserView.h"
 #include "ui/Icons.h"
+#include "ui/PaneTab.h"
 #include "ui/PlainText.h"
 #include "ui/ProgressIndicator.h"
 
 #include <QHBoxLayout>
 #include <QStackedWidget>
-#include <QToolButton>
 
 #include <algorithm>
 
@@ -21,16 +21,11 @@ namespace {
 
 QToolButton *makeTab(const QString &symbol, const QString &title)
 {
-    auto *tab = new QToolButton;
+    auto *tab = new PaneTab(title);
     tab->setObjectName(symbol);
-    tab->setText(title);
     tab->setIcon(Icons::icon(symbol));
     tab->setIconSize(QSize(16, 16));
     tab->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    tab->setCheckable(true);
-    tab->setAutoExclusive(true);
-    tab->setAutoRaise(true);
-    tab->setFocusPolicy(Qt::TabFocus);
     return tab;
 }
 

@@ -140,6 +140,21 @@ private slots:
         QTRY_COMPARE(button->text(QAccessible::Name), u"Connect Device"_s);
     }
 
+    void showsPanesToChooseFrom()
+    {
+        Desk desk;
+        QAccessibleInterface *shell =
+            QAccessible::queryAccessibleInterface(desk.find<QToolButton>("Shell"));
+        QAccessibleInterface *variables =
+            QAccessible::queryAccessibleInterface(desk.find<QToolButton>("Variables"));
+        QCOMPARE(variables->role(), QAccessible::RadioButton);
+        QCOMPARE(variables->text(QAccessible::Name), u"Variables"_s);
+        QVERIFY(shell->state().checked && !variables->state().checked);
+        variables->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QVERIFY(!shell->state().checked && variables->state().checked);
+        QCOMPARE(desk.state().bottomTab(), AppState::BottomTab::Variables);
+    }
+
     void goesToEveryPaneByMenu()
     {
         Desk desk;
