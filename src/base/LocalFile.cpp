@@ -36,8 +36,12 @@ qsizetype wellFormedLength(const QByteArray &bytes)
 Result<QByteArray> read(const QString &path)
 {
     // Opening a folder for reading succeeds on Linux and fails only later, with a stranger message.
-    if (QFileInfo(path).isDir())
+    const QFileInfo info(path);
+    if (info.isDir())
         return fileError(QStringLiteral("Is a directory"));
+    // A pipe may never be opened, and a device may never end.
+    if (info.exists() && !info.isFile())
+        return fileError(QStringLiteral("Not a regular file"));
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return fileError(file.errorString());

@@ -89,9 +89,11 @@ QCoro::Task<std::optional<QByteArray>> DeviceFiles::readDeviceFile(QString path,
         co_return std::nullopt;
     }
     if (const auto base64 = textAfter(*output, QLatin1StringView("__FILE__"))) {
-        const auto decoded = QByteArray::fromBase64Encoding(
-            base64->trimmed().toUtf8(), QByteArray::AbortOnBase64DecodingErrors);
-        if (decoded)
+        const QByteArray encoded = base64->trimmed().toUtf8();
+        const auto decoded =
+            QByteArray::fromBase64Encoding(encoded, QByteArray::AbortOnBase64DecodingErrors);
+        // The decoder takes a text that was cut off for one without padding.
+        if (decoded && encoded.size() % 4 == 0)
             co_return *decoded;
     }
     m_shell.appendError(QStringLiteral("Cannot decode ") + label);

@@ -8,6 +8,7 @@
 #include "ui/ProgressIndicator.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QStackedWidget>
 #include <QVBoxLayout>
@@ -41,8 +42,6 @@ BrowserPane::BrowserPane(const QString &listName, QWidget *parent)
     column->addWidget(m_body, 1);
 
     connect(up, &QToolButton::clicked, this, &BrowserPane::enclosingFolderRequested);
-    connect(m_list, &FileListView::enclosingFolderRequested, this,
-            &BrowserPane::enclosingFolderRequested);
 }
 
 QToolButton *BrowserPane::addButton(const QString &symbol, const QString &help, const char *name)
@@ -81,6 +80,21 @@ void BrowserPane::showPage(QWidget *page)
 void BrowserPane::focusEntries()
 {
     m_body->currentWidget()->setFocus();
+}
+
+bool BrowserPane::isUpKey(const QKeyEvent &event)
+{
+    return event.key() == Qt::Key_Backspace
+        || (event.key() == Qt::Key_Up && event.modifiers() == Qt::AltModifier);
+}
+
+void BrowserPane::keyPressEvent(QKeyEvent *event)
+{
+    // From the entries, or from the page in their place: an empty folder is left by keys too.
+    if (isUpKey(*event))
+        emit enclosingFolderRequested();
+    else
+        QWidget::keyPressEvent(event);
 }
 
 QWidget *BrowserPane::makeLoadingPage()

@@ -26,6 +26,8 @@ public:
     /// Also while a page stands in their place.
     void focusEntries();
     [[nodiscard]] FileListView &list() { return *m_list; }
+    /// Backspace and Alt+Up lead to the enclosing folder.
+    [[nodiscard]] static bool isUpKey(const QKeyEvent &event);
 
 signals:
     void enclosingFolderRequested();
@@ -39,6 +41,7 @@ protected:
     /// Null shows the entries. The keyboard's focus stays in the pane.
     void showPage(QWidget *page);
     [[nodiscard]] QWidget *makeLoadingPage();
+    void keyPressEvent(QKeyEvent *event) override;
 
 private:
     QHBoxLayout *m_header;

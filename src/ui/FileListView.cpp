@@ -1,5 +1,6 @@
 #include "ui/FileListView.h"
 
+#include "ui/BrowserPane.h"
 #include "ui/FileRowDelegate.h"
 
 #include <QContextMenuEvent>
@@ -81,8 +82,6 @@ void FileListView::keyPressEvent(QKeyEvent *event)
     const bool isMenuKey = event->key() == Qt::Key_Menu
         || (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier);
     const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    const bool isUp = event->key() == Qt::Key_Backspace
-        || (event->key() == Qt::Key_Up && event->modifiers() == Qt::AltModifier);
     if (isMenuKey && current.isValid()) {
         scrollTo(current);
         const QRect row = visualRect(current);
@@ -90,8 +89,8 @@ void FileListView::keyPressEvent(QKeyEvent *event)
         emit menuRequested(current.row());
     } else if (isEnter && current.isValid()) {
         emit opened(current.row());
-    } else if (isUp) {
-        emit enclosingFolderRequested();
+    } else if (BrowserPane::isUpKey(*event)) {
+        event->ignore(); // the pane's
     } else {
         QListView::keyPressEvent(event);
     }

@@ -28,7 +28,6 @@ signals:
     void opened(int row);
     /// By mouse, menu key or Shift+F10: the owner calls openMenu.
     void menuRequested(int row);
-    void enclosingFolderRequested();
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;

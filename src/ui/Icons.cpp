@@ -55,7 +55,9 @@ public:
 private:
     [[nodiscard]] QColor color(QIcon::Mode mode) const
     {
-        return Theme::current().color(mode == QIcon::Selected ? Theme::Role::SelectedText : m_role);
+        return Theme::current().color(mode == QIcon::Selected       ? Theme::Role::SelectedText
+                                          : mode == QIcon::Disabled ? Theme::Role::TertiaryLabel
+                                                                    : m_role);
     }
 
     QString m_symbol;

@@ -1,5 +1,6 @@
 #include "ui/ThemeStyle.h"
 
+#include "ui/Icons.h"
 #include "ui/Theme.h"
 
 #include <QAbstractItemView>
@@ -276,6 +277,38 @@ int ThemeStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWid
     if (hint == SH_ItemView_ChangeHighlightOnFocus)
         return 0;
     return QProxyStyle::styleHint(hint, option, widget, returnData);
+}
+
+QIcon ThemeStyle::standardIcon(StandardPixmap icon, const QStyleOption *option,
+                               const QWidget *widget) const
+{
+    switch (icon) { // those of the file dialogs and of the alerts
+    case SP_MessageBoxWarning:
+        return Icons::icon(QStringLiteral("exclamationmark.triangle"), Theme::Role::Orange);
+    case SP_ArrowBack:
+        return Icons::icon(QStringLiteral("chevron.left"));
+    case SP_ArrowForward:
+        return Icons::icon(QStringLiteral("chevron.right"));
+    case SP_FileDialogToParent:
+        return Icons::icon(QStringLiteral("chevron.up"));
+    case SP_FileDialogNewFolder:
+        return Icons::icon(QStringLiteral("folder.badge.plus"));
+    case SP_FileDialogListView:
+        return Icons::icon(QStringLiteral("list.bullet"));
+    case SP_FileDialogDetailedView:
+        return Icons::icon(QStringLiteral("tablecells"));
+    case SP_ComputerIcon:
+        return Icons::icon(QStringLiteral("laptopcomputer"), Theme::Role::SecondaryLabel);
+    case SP_DirIcon:
+    case SP_DirOpenIcon:
+    case SP_DirClosedIcon:
+    case SP_DirHomeIcon:
+        return Icons::icon(QStringLiteral("folder"), Theme::Role::Accent);
+    case SP_FileIcon:
+        return Icons::icon(QStringLiteral("doc"), Theme::Role::SecondaryLabel);
+    default:
+        return QProxyStyle::standardIcon(icon, option, widget);
+    }
 }
 
 } // namespace Korvane

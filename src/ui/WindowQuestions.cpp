@@ -6,10 +6,12 @@
 #include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QFileDialog>
+#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTreeView>
 #include <QVBoxLayout>
 
 #include <functional>
@@ -20,7 +22,8 @@ namespace Korvane {
 
 namespace {
 
-constexpr int messageWidth = 320;
+constexpr int messageWidth = 380;
+constexpr QSize fileDialogSize(760, 460);
 
 QString tr(const char *text)
 {
@@ -34,6 +37,13 @@ QFileDialog *makeFileDialog(QWidget *window, const QString &title, const QString
     dialog->setOption(QFileDialog::DontUseNativeDialog);
     dialog->setNameFilters({tr("Python and text files (*.py *.pyi *.txt *.md *.json *.toml *.csv)"),
                             tr("All files (*)")});
+    dialog->resize(fileDialogSize);
+    // Sizes, kinds and dates are there to be read whole.
+    if (auto *list = dialog->findChild<QTreeView *>(QStringLiteral("treeView"))) {
+        list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+        list->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+        list->header()->setStretchLastSection(false);
+    }
     return dialog;
 }
 
@@ -109,6 +119,8 @@ QCoro::Task<QString> WindowQuestions::askName(NamePrompt prompt)
 
 QCoro::Task<QString> WindowQuestions::askSavePath(QString folder, QString proposedName)
 {
+    if (!m_window || !m_window->isVisible())
+        co_return QString();
     QFileDialog *dialog = makeFileDialog(m_window, tr("Save As"), folder);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);

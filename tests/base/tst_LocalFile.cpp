@@ -14,6 +14,7 @@
 #include <csignal>
 
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 using namespace Korvane;
 
@@ -86,6 +87,9 @@ private slots:
         QTemporaryDir folder;
         QVERIFY(!LocalFile::read(folder.filePath(QStringLiteral("missing"))));
         QCOMPARE(LocalFile::read(folder.path()).error().message, QStringLiteral("Is a directory"));
+        const QString pipe = folder.filePath(QStringLiteral("pipe"));
+        QCOMPARE(::mkfifo(qPrintable(pipe), 0600), 0);
+        QCOMPARE(LocalFile::read(pipe).error().message, QStringLiteral("Not a regular file"));
     }
 
     void replacesAFileInOneStep()

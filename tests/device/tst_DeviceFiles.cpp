@@ -61,7 +61,7 @@ private slots:
         QTest::newRow("backslashes") << u"/a\\b\\'c"_qs << 300;
         QTest::newRow("blanks and percent") << u"/ 100 %s %1 "_qs << 300;
         QTest::newRow("beyond ASCII") << u"/Grüße 😀.txt"_qs << 300;
-        QTest::newRow("a long name") << QString(u'/' + QString(250, u'n') + u".bin"_qs) << 300;
+        QTest::newRow("a long name") << QString(u'/' + QString(251, u'n') + u".bin"_qs) << 300;
     }
 
     void writesAndReadsBack()
@@ -120,6 +120,19 @@ private slots:
         QCOMPARE(files().deviceWorkingDir(), u"/gone"_qs);
         awaited(files().deleteDeviceNode(node(u"/gone"_qs, true)));
         QCOMPARE(files().deviceWorkingDir(), u"/"_qs);
+    }
+
+    void listsFiveThousandEntries()
+    {
+        QVERIFY(awaited(m_desk.desk.link->executeOnDevice(
+            u"import os\nos.mkdir('/many')\n"
+            "for i in range(50):\n d='/many/d%d'%i\n os.mkdir(d)\n"
+            " for j in range(99): open('%s/f%d'%(d,j),'w').close()"_qs,
+            std::chrono::seconds(15))));
+        awaited(files().refreshDeviceFiles());
+        QCOMPARE(m_desk.said(), QString());
+        QCOMPARE(m_desk.paths().filter(u"/many/"_qs).size(), 5000);
+        QCOMPARE(files().deviceChildren(u"/many/d9"_qs)->at(10).name, u"f10"_qs);
     }
 
     void asksBeforeReplacing()
@@ -182,6 +195,9 @@ private slots:
         row("bad base64", ScriptedBoard::reply("__FILE__!!!!\r\n"),
             u"error: Could not parse device file listing"_qs, u"error: Cannot decode f"_qs,
             u"error: Device write failed for f: __FILE__!!!!"_qs, QString());
+        row("base64 cut off", ScriptedBoard::reply("__FILE__aGVsbG8\r\n"),
+            u"error: Could not parse device file listing"_qs, u"error: Cannot decode f"_qs,
+            u"error: Device write failed for f: __FILE__aGVsbG8"_qs, QString());
         row("refused", ScriptedBoard::reply("__ERR__39\r\n__FILEERR__[Errno 5] EIO\r\n"),
             u"error: Could not parse device file listing"_qs,
             u"error: Cannot read f: [Errno 5] EIO"_qs,

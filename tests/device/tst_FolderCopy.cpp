@@ -145,6 +145,11 @@ private slots:
         QVERIFY2(stopped.contains(u"error: Device write failed: OSError"), qPrintable(stopped));
         QVERIFY2(stopped.endsWith(u"\nerror: Copy stopped at b."), qPrintable(stopped));
         QCOMPARE(awaited(m_desk.files.readDeviceFile(u"/clash/a"_qs, {})), QByteArray("1"));
+        put(local(u"taken/f"_qs), "1");
+        QVERIFY(awaited(m_desk.files.writeDeviceFile("a file", u"/taken"_qs, {})));
+        awaited(m_desk.copies.copyFolderToDevice(local(u"taken"_qs)));
+        QVERIFY(m_desk.said().endsWith(u"\nerror: Copy stopped at f."_qs));
+        QCOMPARE(awaited(m_desk.files.readDeviceFile(u"/taken"_qs, {})), QByteArray("a file"));
 
         awaited(m_desk.files.refreshDeviceFiles());
         put(local(u"into/clash"_qs), "a file");
@@ -173,46 +178,79 @@ private slots:
                  "error: Connect a device before copying f."_qs);
     }
 
-    void stopsWhereTheBoardVanishedAndCompletesLater()
+    void stopsWhereTheBoardFailsAndCompletesLater_data()
     {
+        QTest::addColumn<QByteArray>("reply"); // to the twentieth file; none: the board vanishes
+        QTest::addColumn<QString>("reason");   // none: it goes on
+        QTest::newRow("vanishes") << QByteArray() << u"Command timed out after 15s"_qs;
+        QTest::newRow("out of memory")
+            << ScriptedBoard::reply({}, "Traceback (most recent call last):\r\nMemoryError: \r\n")
+            << u"MemoryError:"_qs;
+        QTest::newRow("resets") << QByteArray(
+            "\r\nMPY: soft reboot\r\nraw REPL; CTRL-B to exit\r\n>\x04\x04>")
+                                << u"MPY: soft reboot\nraw REPL; CTRL-B to exit\n>"_qs;
+        QTest::newRow("says more than it should")
+            << ScriptedBoard::reply("WLAN up\r\n__OK__\r\nWLAN down\r\n") << QString();
+    }
+
+    void stopsWhereTheBoardFailsAndCompletesLater()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(QString, reason);
         for (int i = 0; i < 50; ++i)
             put(local(u"many/f%1"_qs.arg(i)), QByteArray::number(i));
         ScriptedBoard board;
         BoardDesk desk;
         QVERIFY(desk.connectTo(board.port()));
         QStringList written;
+        bool isSound = false;
         board.onProgram = [&](const QByteArray &program) {
-            if (program.contains("'wb'")) {
+            if (program.contains("'wb'"))
                 written << QString::fromUtf8(program).section(u'\'', 1, 1);
-                if (written.size() == 20)
-                    board.vanish();
-            }
-            return ScriptedBoard::reply(program.contains("__LS__") ? "__LS__[]" : "__OK__");
+            const bool fails = !isSound && written.size() == 20;
+            if (fails && reply.isEmpty())
+                board.vanish();
+            return fails ? reply
+                         : ScriptedBoard::reply(program.contains("__LS__") ? "__LS__[]" : "__OK__");
         };
         QStringList status;
         connect(&desk.transfer, &Transfer::statusChanged, this,
                 [&] { status << desk.transfer.status(); });
 
         awaited(desk.copies.copyFolderToDevice(local(u"many"_qs)));
-        QVERIFY2(desk.said().endsWith(u"error: Device write failed: Command timed out after 15s\n"
-                                      "error: Copy stopped at f19."),
-                 "the message names the file");
-        QCOMPARE(written.size(), 20);
+        QCOMPARE(desk.said().split(u'\n').last(),
+                 reason.isEmpty() ? u"info: ↑ Copied 50 files to /many."_qs
+                                  : u"error: Copy stopped at f19."_qs);
+        QCOMPARE(written.size(), reason.isEmpty() ? 50 : 20);
         QVERIFY(!desk.transfer.isSendingToDevice());
         QVERIFY(status.contains(u"Copying f19 (20 of 50)…"_qs));
         QCOMPARE(desk.transfer.status(), QString());
 
-        board.plugIn();
-        QVERIFY(desk.connectTo(board.port()));
+        isSound = true;
+        if (reply.isEmpty()) {
+            board.plugIn();
+            QVERIFY(desk.connectTo(board.port()));
+        }
         written.clear();
-        board.onProgram = [&](const QByteArray &program) {
-            if (program.contains("'wb'"))
-                written << QString::fromUtf8(program).section(u'\'', 1, 1);
-            return ScriptedBoard::reply(program.contains("__LS__") ? "__LS__[]" : "__OK__");
-        };
         awaited(desk.copies.copyFolderToDevice(local(u"many"_qs)));
         QCOMPARE(written.size(), 50);
         QVERIFY(desk.said().endsWith(u"info: ↑ Copied 50 files to /many."));
+    }
+
+    void stopsWhereTheDiskIsFull()
+    {
+        VirtualBoard small({u"--disk"_qs, u"50000"_qs});
+        QVERIFY2(small.start(), qPrintable(small.errorText()));
+        BoardDesk desk;
+        QVERIFY(desk.connectTo(small.port()));
+        for (const char *name : {"a", "b", "c"})
+            put(local(u"full/"_qs + QString::fromLatin1(name)), QByteArray(20'000, name[0]));
+        awaited(desk.copies.copyFolderToDevice(local(u"full"_qs)));
+        QCOMPARE(desk.said(),
+                 u"info: ↑ Copying full → /full…\n"
+                 "error: Device write failed: OSError: 28\n"
+                 "error: Copy stopped at c."_qs);
+        QCOMPARE(awaited(desk.files.readDeviceFile(u"/full/b"_qs, {})), QByteArray(20'000, 'b'));
     }
 
     void endsQuietlyWhenEverythingGoesInTheMiddle()

@@ -105,7 +105,10 @@ private slots:
         QTRY_COMPARE(shown(), QStringLiteral("two"));
         m_desk->press(Qt::Key_Return); // the first row is the chosen one
         QTRY_COMPARE(shown(), QStringLiteral("deep.py"));
-        m_desk->press(Qt::Key_Backspace);
+        QVERIFY(QFile::remove(at(QStringLiteral("one/two/deep.py"))));
+        click("refreshLocal");
+        QTRY_VERIFY(list().isHidden());
+        m_desk->press(Qt::Key_Backspace); // an empty folder is left by keys too
         QTRY_COMPARE(shown(), QStringLiteral("two"));
         click("goUp");
         QTRY_COMPARE(shown(), QStringLiteral("one other"));

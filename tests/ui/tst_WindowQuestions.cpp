@@ -253,6 +253,9 @@ private slots:
     void standsAloneWithoutAWindow()
     {
         m_questions->setWindow(nullptr);
+        keepPath(m_questions->askSavePath(QDir::tempPath(), QStringLiteral("a.py")), m_log);
+        QCOMPARE(m_log.join(u' '), QStringLiteral("<>")); // only ever over its window
+        m_log.clear();
         askName();
         QDialog *prompt = dialog();
         QVERIFY(prompt);
