@@ -114,10 +114,21 @@ void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *opt
         painter->fillRect(option->rect.adjusted(1, 1, -1, -1),
                           option->palette.brush(QPalette::ToolTipBase));
         return;
-    case PE_FrameMenu: // on a dark desktop Fusion's own cannot be seen
+    // On a dark desktop Fusion's own edges of menus and of check boxes cannot be seen.
+    case PE_PanelMenu:
+        painter->fillRect(option->rect, theme.color(Theme::Role::Separator));
+        painter->fillRect(option->rect.adjusted(1, 1, -1, -1),
+                          theme.color(Theme::Role::WindowBackground));
+        return;
+    case PE_FrameMenu: // the panel has it
+        return;
+    case PE_IndicatorCheckBox:
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
         painter->save();
-        painter->setPen(theme.color(Theme::Role::Separator));
-        painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setPen(theme.color(Theme::Role::TertiaryLabel));
+        painter->setBrush(Qt::NoBrush);
+        painter->drawRoundedRect(QRectF(option->rect).adjusted(0.5, 0.5, -0.5, -0.5), 2, 2);
         painter->restore();
         return;
     case PE_FrameFocusRect:
