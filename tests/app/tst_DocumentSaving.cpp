@@ -308,58 +308,6 @@ private slots:
             u"info: Send cancelled — /untitled.py on the device is unchanged."));
     }
 
-    void asksBeforeDeleting()
-    {
-        Desk desk;
-        connectBoard(desk);
-        QVERIFY(awaited(desk.state->deviceFiles().writeDeviceFile("123", u"/del"_s, {})));
-        awaited(desk.state->deviceFiles().refreshDeviceFiles());
-        const DeviceFileNode node = *desk.state->deviceFiles().deviceNode(u"/del"_s);
-        desk.questions.confirmation.confirmed = false;
-        awaited(desk.state->boardDocuments().deleteDeviceFile(node));
-        QVERIFY(desk.state->deviceFiles().deviceNode(u"/del"_s));
-        QVERIFY(desk.questions.takeAsked().startsWith(
-            u"Delete “del” from the device? | Removes /del (3 bytes) from "));
-        desk.questions.confirmation.confirmed = true;
-        awaited(desk.state->boardDocuments().deleteDeviceFile(node));
-        QVERIFY(!desk.state->deviceFiles().deviceNode(u"/del"_s));
-    }
-
-    void listsAFolderAndMakesOne()
-    {
-        Desk desk;
-        for (const char *name : {"b.py", "a10.txt", "a2.txt", ".hidden"})
-            put(desk.at(QString::fromLatin1(name)), "x");
-        QVERIFY(QDir().mkpath(desk.at(u"A"_s)) && QDir().mkpath(desk.at(u".git"_s)));
-        const auto names = [&] {
-            QStringList shown;
-            const auto nodes = awaited(desk.state->localFiles().list(desk.home.path()));
-            for (const FileNode &node : *nodes)
-                shown << node.name + (node.isDirectory ? u"/"_s : QString());
-            return shown.join(u' ');
-        };
-        QCOMPARE(names(), u"A/ a2.txt a10.txt b.py"_s);
-        QVERIFY(awaited(desk.state->localFiles().list(u"/no/such"_s))->isEmpty());
-
-        for (const QString &name : {u"A"_s, u"x/y"_s, QString(), u"made"_s}) {
-            desk.questions.name = name;
-            awaited(desk.state->localFiles().createFolder());
-        }
-        QCOMPARE(desk.questions.asked.first(),
-                 u"New Folder | Create a folder in %1. | untitled folder | Create"_s.arg(
-                     desk.home.path()));
-        QCOMPARE(desk.said(),
-                 u"error: “A” already exists in %1.\n"
-                 "error: “x/y” isn't a usable folder name."_s.arg(desk.home.path()));
-        QCOMPARE(desk.state->localFiles().localFilesVersion(), 1);
-        QCOMPARE(names(), u"A/ made/ a2.txt a10.txt b.py"_s);
-
-        desk.state->localFiles().setLocalWorkingDir(u"/tmp"_s);
-        desk.state->localFiles().goToEnclosingFolder();
-        desk.state->localFiles().goToEnclosingFolder();
-        QCOMPARE(desk.state->localFiles().localWorkingDir(), u"/"_s);
-    }
-
     void listsAFolderOfTwentyThousand()
     {
         Desk desk;

@@ -10,6 +10,7 @@
 #include <QToolButton>
 
 using namespace Korvane;
+using namespace Qt::StringLiterals;
 
 /// A person who looks through a board that has what its listing says.
 class tst_DeviceFileBrowserView final : public QObject
@@ -116,7 +117,7 @@ private slots:
     void showsEveryState()
     {
         const QString noBoard =
-            QStringLiteral("No device connected|Use the toolbar to connect a MicroPython device");
+            u"No device connected|Use the toolbar to connect a MicroPython device"_s;
         QCOMPARE(message(), noBoard);
         QStringList seen;
         connect(&files(), &DeviceFiles::isLoadingDeviceFilesChanged, m_view, [&] {
@@ -124,23 +125,22 @@ private slots:
                 QTimer::singleShot(0, m_view, [&] { seen << message(); });
         });
         connectBoard();
-        QCOMPARE(seen.join(u';'), QStringLiteral("Loading files…"));
-        QCOMPARE(shown(), QStringLiteral("lib|b.bin 1.5 KB|large.hex 3072.0 KB|main.py 1023 B"));
-        QCOMPARE(list().accessibleName(), QStringLiteral("Device files"));
+        QCOMPARE(seen.join(u';'), u"Loading files…"_s);
+        QCOMPARE(shown(), u"lib|b.bin 1.5 KB|large.hex 3072.0 KB|main.py 1023 B"_s);
+        QCOMPARE(list().accessibleName(), u"Device files"_s);
         QCOMPARE(list().model()->index(3, 0).data(Qt::AccessibleTextRole).toString(),
-                 QStringLiteral("main.py, 1023 B"));
+                 u"main.py, 1023 B"_s);
         QStringList symbols;
         for (const auto &row : static_cast<FileListModel *>(list().model())->rows())
             symbols << FileListModel::symbol(row);
-        QCOMPARE(symbols.join(u' '), QStringLiteral("folder doc.zipper doc.zipper doc.plaintext"));
+        QCOMPARE(symbols.join(u' '), u"folder doc.zipper doc.zipper doc.plaintext"_s);
         QVERIFY(list().isVisible());
 
-        files().setDeviceWorkingDir(QStringLiteral("/lib/deep"));
-        QCOMPARE(message(), QStringLiteral("Empty folder|/lib/deep"));
+        files().setDeviceWorkingDir(u"/lib/deep"_s);
+        QCOMPARE(message(), u"Empty folder|/lib/deep"_s);
         m_listing = "[]";
         click("refreshDevice");
-        QTRY_COMPARE(message(),
-                     QStringLiteral("No files found|The device filesystem appears empty"));
+        QTRY_COMPARE(message(), u"No files found|The device filesystem appears empty"_s);
         m_board->vanish();
         QTRY_COMPARE(message(), noBoard);
     }
@@ -150,88 +150,83 @@ private slots:
         connectBoard();
         choose(0);
         m_desk->press(Qt::Key_Return);
-        QCOMPARE(shown(), QStringLiteral("deep|x.txt 0 B"));
+        QCOMPARE(shown(), u"deep|x.txt 0 B"_s);
         const auto *label = m_view->findChild<ElidedLabel *>();
-        QCOMPARE(label->text() + u' ' + label->toolTip(), QStringLiteral("/lib /lib"));
+        QCOMPARE(label->text() + u' ' + label->toolTip(), u"/lib /lib"_s);
         m_desk->press(Qt::Key_Down);
         click("refreshDevice");
-        QTRY_COMPARE(message(), QStringLiteral("Loading files…"));
+        QTRY_COMPARE(message(), u"Loading files…"_s);
         QTRY_VERIFY(list().isVisible());
         QVERIFY(list().hasFocus()); // the listing neither took the focus nor the place
-        QCOMPARE(list().currentIndex().data().toString(), QStringLiteral("x.txt"));
+        QCOMPARE(list().currentIndex().data().toString(), u"x.txt"_s);
         click("goUp");
-        QCOMPARE(list().currentIndex().data().toString(), QStringLiteral("lib"));
+        QCOMPARE(list().currentIndex().data().toString(), u"lib"_s);
         m_desk->press(Qt::Key_Up, Qt::AltModifier);
-        QCOMPARE(files().deviceWorkingDir(), QStringLiteral("/"));
+        QCOMPARE(files().deviceWorkingDir(), u"/"_s);
         list().setCurrentIndex(list().model()->index(3, 0));
         const QPoint point = list().visualRect(list().currentIndex()).center();
         QTest::mouseClick(list().viewport(), Qt::LeftButton, {}, point);
         QTest::mouseDClick(list().viewport(), Qt::LeftButton, {}, point);
-        QTRY_COMPARE(m_desk->state().documents().selectedFile()->devicePath,
-                     QStringLiteral("/main.py"));
+        QTRY_COMPARE(m_desk->state().documents().selectedFile()->devicePath, u"/main.py"_s);
     }
 
     void offersWhatCanBeDoneWithARow()
     {
-        QVERIFY(QDir(m_desk->folder.path()).mkdir(QStringLiteral("R&D")));
-        m_desk->state().localFiles().setLocalWorkingDir(
-            m_desk->folder.filePath(QStringLiteral("R&D")));
+        QVERIFY(QDir(m_desk->folder.path()).mkdir(u"R&D"_s));
+        m_desk->state().localFiles().setLocalWorkingDir(m_desk->folder.filePath(u"R&D"_s));
         connectBoard();
-        QCOMPARE(openMenu(0).join(u'|'), QStringLiteral("Copy Folder to R&&D|Delete"));
+        QCOMPARE(openMenu(0).join(u'|'), u"Copy Folder to R&&D|Delete"_s);
         QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
-        m_desk->state().localFiles().setLocalWorkingDir(QStringLiteral("/"));
-        QCOMPARE(openMenu(3).join(u'|'), QStringLiteral("Open in Editor|Copy to /|Delete"));
-        pick(QStringLiteral("Open in Editor"));
-        QTRY_COMPARE(m_desk->state().documents().selectedFile()->name, QStringLiteral("main.py"));
-        m_desk->state().localFiles().setLocalWorkingDir(
-            m_desk->folder.filePath(QStringLiteral("R&D")));
+        m_desk->state().localFiles().setLocalWorkingDir(u"/"_s);
+        QCOMPARE(openMenu(3).join(u'|'), u"Open in Editor|Copy to /|Delete"_s);
+        pick(u"Open in Editor"_s);
+        QTRY_COMPARE(m_desk->state().documents().selectedFile()->name, u"main.py"_s);
+        m_desk->state().localFiles().setLocalWorkingDir(m_desk->folder.filePath(u"R&D"_s));
         openMenu(3);
-        pick(QStringLiteral("Copy to R&&D"));
-        QTRY_VERIFY(QFile::exists(m_desk->folder.filePath(QStringLiteral("R&D/main.py"))));
+        pick(u"Copy to R&&D"_s);
+        QTRY_VERIFY(QFile::exists(m_desk->folder.filePath(u"R&D/main.py"_s)));
         QTRY_VERIFY(isIdle() && !m_desk->state().transfer().isSendingToDevice());
 
         m_desk->questions.confirmation.confirmed = false;
         m_programs.clear();
         openMenu(1);
-        pick(QStringLiteral("Delete"));
+        pick(u"Delete"_s);
         QTRY_COMPARE(m_desk->questions.asked.size(), 1);
         QCOMPARE(m_desk->questions.takeAsked(),
                  u"Delete “b.bin” from the device? | Removes /b.bin (1536 bytes) from %1. This "
-                 "cannot be undone. | Delete"_qs.arg(m_board->port()));
+                 "cannot be undone. | Delete"_s.arg(m_board->port()));
         QCOMPARE(m_programs, QStringList());
         m_desk->questions.confirmation.confirmed = true;
         m_listing = R"([{"n":"main.py","p":"/main.py","d":false,"s":1023}])";
         openMenu(1);
-        pick(QStringLiteral("Delete"));
-        QTRY_COMPARE(shown(), QStringLiteral("main.py 1023 B"));
+        pick(u"Delete"_s);
+        QTRY_COMPARE(shown(), u"main.py 1023 B"_s);
         QVERIFY(m_programs.join(u' ').contains(u"'/b.bin'"));
         QTRY_VERIFY(list().hasFocus());
     }
 
     void tellsWhatIsBeingSent()
     {
-        auto *send = m_view->findChild<QToolButton *>(QStringLiteral("sendCurrentFile"));
+        auto *send = m_view->findChild<QToolButton *>(u"sendCurrentFile"_s);
         auto *toolbarSend = m_desk->find<QToolButton>("arrow.up.doc");
-        QCOMPARE(send->toolTip(), QStringLiteral("Send untitled.py to device"));
-        QCOMPARE(toolbarSend->toolTip(), QStringLiteral("Connect a device to send files"));
+        QCOMPARE(send->toolTip(), u"Send untitled.py to device"_s);
+        QCOMPARE(toolbarSend->toolTip(), u"Connect a device to send files"_s);
         auto *transfer = m_desk->find<QWidget>("transfer");
         QVERIFY(!transfer->isVisible());
         connectBoard();
-        QCOMPARE(toolbarSend->toolTip(), QStringLiteral("Send untitled.py to device (Ctrl+U)"));
-        m_desk->state().documents().openTextInEditor(QStringLiteral("<b>&⌘S.py"), u"x"_qs);
-        QCOMPARE(send->toolTip(),
-                 QStringLiteral("<span>Send &lt;b&gt;&amp;⌘S.py to device</span>"));
-        QCOMPARE(send->accessibleName(), QStringLiteral("Send <b>&⌘S.py to device"));
+        QCOMPARE(toolbarSend->toolTip(), u"Send untitled.py to device (Ctrl+U)"_s);
+        m_desk->state().documents().openTextInEditor(u"<b>&⌘S.py"_s, u"x"_s);
+        QCOMPARE(send->toolTip(), u"<span>Send &lt;b&gt;&amp;⌘S.py to device</span>"_s);
+        QCOMPARE(send->accessibleName(), u"Send <b>&⌘S.py to device"_s);
         m_board->setMute(true); // so that it is not over before anybody looked
         m_desk->press(Qt::Key_U, Qt::ControlModifier);
         QTRY_VERIFY(transfer->isVisible());
-        QCOMPARE(m_desk->find<ElidedLabel>("transferStatus")->text(),
-                 QStringLiteral("Sending <b>&⌘S.py…"));
+        QCOMPARE(m_desk->find<ElidedLabel>("transferStatus")->text(), u"Sending <b>&⌘S.py…"_s);
         QVERIFY(toolbarSend->icon().isNull());
         m_board->setMute(false); // it hears one of the next attempts
         QTRY_VERIFY(!transfer->isVisible());
         QVERIFY(!toolbarSend->icon().isNull());
-        QVERIFY(m_desk->lines().contains(u"info: ↑ Sent <b>&⌘S.py to device as /<b>&⌘S.py."_qs));
+        QVERIFY(m_desk->lines().contains(u"info: ↑ Sent <b>&⌘S.py to device as /<b>&⌘S.py."_s));
     }
 };
 

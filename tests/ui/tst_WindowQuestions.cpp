@@ -15,6 +15,7 @@
 #include <QTest>
 
 using namespace Korvane;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -26,8 +27,8 @@ QCoro::Task<void> keepConfirmation(Questions &questions, Questions::Confirmation
                                    QStringList &log)
 {
     const auto answer = co_await questions.confirm(std::move(question));
-    log << (answer.confirmed ? QStringLiteral("confirmed") : QStringLiteral("cancelled"))
-            + (answer.dontAskAgain ? QStringLiteral(" for good") : QString());
+    log << (answer.confirmed ? u"confirmed"_s : u"cancelled"_s)
+            + (answer.dontAskAgain ? u" for good"_s : QString());
 }
 
 QCoro::Task<void> keepName(Questions &questions, Questions::NamePrompt prompt, QStringList &log)
@@ -57,19 +58,19 @@ private:
     void askToDelete(const QString &path = {})
     {
         Questions::Confirmation question;
-        question.title = QStringLiteral("Delete <b>?");
-        question.message = QStringLiteral("Removes <i>&.");
-        question.confirmTitle = QStringLiteral("Delete");
+        question.title = u"Delete <b>?"_s;
+        question.message = u"Removes <i>&."_s;
+        question.confirmTitle = u"Delete"_s;
         question.dontAskAgainPath = path;
         keepConfirmation(*m_questions, std::move(question), m_log);
     }
     void askName()
     {
         Questions::NamePrompt prompt;
-        prompt.title = QStringLiteral("New Folder");
-        prompt.message = QStringLiteral("Create a folder in ~.");
-        prompt.proposedName = QStringLiteral("untitled folder");
-        prompt.confirmTitle = QStringLiteral("Create");
+        prompt.title = u"New Folder"_s;
+        prompt.message = u"Create a folder in ~."_s;
+        prompt.proposedName = u"untitled folder"_s;
+        prompt.confirmTitle = u"Create"_s;
         keepName(*m_questions, std::move(prompt), m_log);
     }
     QDialog *dialog() const
@@ -117,20 +118,20 @@ private slots:
         QTest::addColumn<QString>("path");
         QTest::addColumn<QList<int>>("keys");
         QTest::addColumn<QString>("answer");
-        const QString path = QStringLiteral("/R&D.py");
-        QTest::newRow("Escape") << QString() << QList<int>{Qt::Key_Escape} << u"cancelled"_qs;
-        QTest::newRow("Return") << QString() << QList<int>{Qt::Key_Return} << u"cancelled"_qs;
-        QTest::newRow("Enter") << QString() << QList<int>{Qt::Key_Enter} << u"cancelled"_qs;
+        const QString path = u"/R&D.py"_s;
+        QTest::newRow("Escape") << QString() << QList<int>{Qt::Key_Escape} << u"cancelled"_s;
+        QTest::newRow("Return") << QString() << QList<int>{Qt::Key_Return} << u"cancelled"_s;
+        QTest::newRow("Enter") << QString() << QList<int>{Qt::Key_Enter} << u"cancelled"_s;
         QTest::newRow("Space on Cancel")
-            << QString() << QList<int>{Qt::Key_Space} << u"cancelled"_qs;
-        QTest::newRow("closed") << path << QList<int>{} << u"cancelled"_qs;
+            << QString() << QList<int>{Qt::Key_Space} << u"cancelled"_s;
+        QTest::newRow("closed") << path << QList<int>{} << u"cancelled"_s;
         QTest::newRow("Space on Delete")
-            << QString() << QList<int>{tabToDelete, Qt::Key_Space} << u"confirmed"_qs;
+            << QString() << QList<int>{tabToDelete, Qt::Key_Space} << u"confirmed"_s;
         QTest::newRow("Return with the box")
-            << path << QList<int>{Qt::Key_Return} << u"cancelled"_qs;
+            << path << QList<int>{Qt::Key_Return} << u"cancelled"_s;
         QTest::newRow("Delete for good")
             << path << QList<int>{tickTheBox, tabToDelete, Qt::Key_Space}
-            << u"confirmed for good"_qs;
+            << u"confirmed for good"_s;
     }
     void confirmsOnlyWhatWasMeant()
     {
@@ -140,22 +141,22 @@ private slots:
         auto *box = qobject_cast<QMessageBox *>(dialog());
         QVERIFY(box);
         QCOMPARE(box->windowModality(), Qt::WindowModal);
-        QCOMPARE(box->text() + box->informativeText(), QStringLiteral("Delete <b>?Removes <i>&."));
+        QCOMPARE(box->text() + box->informativeText(), u"Delete <b>?Removes <i>&."_s);
         QCOMPARE(box->textFormat(), Qt::PlainText);
         QCOMPARE(box->icon(), QMessageBox::Warning);
-        QCOMPARE(qobject_cast<QPushButton *>(box->focusWidget())->text(), QStringLiteral("Cancel"));
+        QCOMPARE(qobject_cast<QPushButton *>(box->focusWidget())->text(), u"Cancel"_s);
         for (const auto *button : box->findChildren<QPushButton *>()) {
             QCOMPARE(button->isDefault(), button->text() == u"Cancel");
         }
         QCOMPARE(box->checkBox() ? box->checkBox()->text() : QString(),
-                 path.isEmpty() ? QString() : QStringLiteral("Don't ask again for /R&&D.py"));
+                 path.isEmpty() ? QString() : u"Don't ask again for /R&&D.py"_s);
         if (keys.isEmpty())
             box->close();
         for (const int key : keys) {
             if (key == tickTheBox)
                 QTest::mouseClick(box->checkBox(), Qt::LeftButton, {}, QPoint(8, 8));
             else if (key == tabToDelete)
-                tabTo(box, QStringLiteral("Delete"));
+                tabTo(box, u"Delete"_s);
             else
                 press(box, static_cast<Qt::Key>(key));
         }
@@ -169,11 +170,11 @@ private slots:
         QTest::addColumn<QString>("typed");
         QTest::addColumn<int>("key");
         QTest::addColumn<QString>("answer");
-        QTest::newRow("as proposed") << QString() << int(Qt::Key_Return) << u"<untitled folder>"_qs;
-        QTest::newRow("typed over") << u"lib"_qs << int(Qt::Key_Enter) << u"<lib>"_qs;
-        QTest::newRow("with blanks") << u"  a b  "_qs << int(Qt::Key_Return) << u"<a b>"_qs;
-        QTest::newRow("blanks alone") << u"   "_qs << int(Qt::Key_Return) << u"<>"_qs;
-        QTest::newRow("cancelled") << u"lib"_qs << int(Qt::Key_Escape) << u"<>"_qs;
+        QTest::newRow("as proposed") << QString() << int(Qt::Key_Return) << u"<untitled folder>"_s;
+        QTest::newRow("typed over") << u"lib"_s << int(Qt::Key_Enter) << u"<lib>"_s;
+        QTest::newRow("with blanks") << u"  a b  "_s << int(Qt::Key_Return) << u"<a b>"_s;
+        QTest::newRow("blanks alone") << u"   "_s << int(Qt::Key_Return) << u"<>"_s;
+        QTest::newRow("cancelled") << u"lib"_s << int(Qt::Key_Escape) << u"<>"_s;
     }
     void asksForNames()
     {
@@ -182,12 +183,12 @@ private slots:
         askName();
         QDialog *prompt = dialog();
         QVERIFY(prompt);
-        QCOMPARE(prompt->windowTitle(), QStringLiteral("New Folder"));
+        QCOMPARE(prompt->windowTitle(), u"New Folder"_s);
         auto *field = prompt->findChild<QLineEdit *>();
         QVERIFY(field->hasFocus());
-        QCOMPARE(field->placeholderText(), QStringLiteral("untitled folder"));
+        QCOMPARE(field->placeholderText(), u"untitled folder"_s);
         QVERIFY(field->width() >= 260 && field->height() >= 24);
-        QCOMPARE(prompt->findChild<QLabel *>()->text(), QStringLiteral("Create a folder in ~."));
+        QCOMPARE(prompt->findChild<QLabel *>()->text(), u"Create a folder in ~."_s);
         for (const auto *button : prompt->findChildren<QPushButton *>())
             QCOMPARE(button->isDefault(), button->text() == u"Create");
         if (!typed.isEmpty())
@@ -200,19 +201,19 @@ private slots:
     void asksForPaths()
     {
         QTemporaryDir folder;
-        keepPath(m_questions->askSavePath(folder.path(), QStringLiteral("a.py")), m_log);
+        keepPath(m_questions->askSavePath(folder.path(), u"a.py"_s), m_log);
         auto *save = qobject_cast<QFileDialog *>(dialog());
         QVERIFY(save);
-        QCOMPARE(save->findChild<QLineEdit *>()->text(), QStringLiteral("a.py"));
+        QCOMPARE(save->findChild<QLineEdit *>()->text(), u"a.py"_s);
         QCOMPARE(save->directory().path(), folder.path());
         press(save, Qt::Key_Return);
-        QTRY_COMPARE(m_log.join(u' '), u'<' + folder.filePath(QStringLiteral("a.py")) + u'>');
+        QTRY_COMPARE(m_log.join(u' '), u'<' + folder.filePath(u"a.py"_s) + u'>');
         keepPath(m_questions->askOpenPath(folder.path()), m_log);
         auto *open = qobject_cast<QFileDialog *>(dialog());
         QVERIFY(open);
         QCOMPARE(open->fileMode(), QFileDialog::ExistingFile);
         press(open, Qt::Key_Escape);
-        QTRY_COMPARE(m_log.last(), QStringLiteral("<>"));
+        QTRY_COMPARE(m_log.last(), u"<>"_s);
     }
 
     void endsWithEveryQuestionOpen_data()
@@ -220,7 +221,7 @@ private slots:
         QTest::addColumn<QString>("what");
         QTest::addColumn<bool>("isAnswered");
         QTest::addColumn<bool>("isWindowFirst");
-        for (const QString &what : {u"confirm"_qs, u"name"_qs, u"open"_qs}) {
+        for (const QString &what : {u"confirm"_s, u"name"_s, u"open"_s}) {
             for (const bool isAnswered : {false, true}) {
                 for (const bool isWindowFirst : {false, true})
                     QTest::addRow("%s%s%s", qPrintable(what), isAnswered ? ", just answered" : "",
@@ -235,11 +236,11 @@ private slots:
         QFETCH(bool, isAnswered);
         QFETCH(bool, isWindowFirst);
         if (what == u"confirm")
-            askToDelete(QStringLiteral("/x"));
+            askToDelete(u"/x"_s);
         else if (what == u"name")
             askName();
         else
-            keepPath(m_questions->askOpenPath(QStringLiteral("/")), m_log);
+            keepPath(m_questions->askOpenPath(u"/"_s), m_log);
         QVERIFY(dialog());
         if (isAnswered)
             dialog()->accept();
@@ -247,21 +248,21 @@ private slots:
             m_window.reset();
         m_questions.reset();
         m_window.reset();
-        QCOMPARE(m_log.join(u' '), what == u"confirm" ? u"cancelled"_qs : u"<>"_qs);
+        QCOMPARE(m_log.join(u' '), what == u"confirm" ? u"cancelled"_s : u"<>"_s);
     }
 
     void standsAloneWithoutAWindow()
     {
         m_questions->setWindow(nullptr);
-        keepPath(m_questions->askSavePath(QDir::tempPath(), QStringLiteral("a.py")), m_log);
-        QCOMPARE(m_log.join(u' '), QStringLiteral("<>")); // only ever over its window
+        keepPath(m_questions->askSavePath(QDir::tempPath(), u"a.py"_s), m_log);
+        QCOMPARE(m_log.join(u' '), u"<>"_s); // only ever over its window
         m_log.clear();
         askName();
         QDialog *prompt = dialog();
         QVERIFY(prompt);
         QCOMPARE(prompt->windowModality(), Qt::ApplicationModal);
         press(prompt, Qt::Key_Escape);
-        QTRY_COMPARE(m_log.join(u' '), QStringLiteral("<>"));
+        QTRY_COMPARE(m_log.join(u' '), u"<>"_s);
     }
 };
 
