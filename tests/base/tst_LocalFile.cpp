@@ -4,8 +4,6 @@
 #include "base/Records.h"
 #include "support/Files.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -17,13 +15,15 @@
 #include <sys/stat.h>
 
 using namespace Korvane;
+using namespace Qt::StringLiterals;
 
 namespace {
 
-QCoro::Task<void> collect(Background &background, std::function<int()> work, QStringList &log)
+template <typename T>
+QCoro::Task<void> collect(Background &background, std::function<T()> work, QStringList &log)
 {
-    const auto result = co_await background.run<int>(std::move(work));
-    log << (result ? QString::number(*result) : QStringLiteral("gone"));
+    const auto result = co_await background.run(std::move(work));
+    log << (result ? u"result"_s : u"gone"_s);
 }
 
 /// Calls back when it is handed on: the result has come then, and nobody has heard of it yet.
@@ -44,139 +44,87 @@ struct Announced
     std::function<void()> announce;
 };
 
-QCoro::Task<void> collectAnnounced(Background &background, std::function<void()> announce,
-                                   QStringList &log)
-{
-    const std::function<Announced()> work = [announce] { return Announced(announce); };
-    const auto result = co_await background.run(work);
-    log << (result ? QStringLiteral("result") : QStringLiteral("gone"));
-}
-
 } // namespace
 
 class tst_LocalFile final : public QObject
 {
     Q_OBJECT
 
+    QTemporaryDir m_folder;
+    const QString m_path = m_folder.filePath(u"f"_s);
+
 private slots:
-    void refusesWhatIsNotUtf8_data()
+    void saysWhatIsNotUtf8()
     {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<int>("firstBadByte");
-        QTest::newRow("at the start") << QByteArray("\xFFZZ") << 1;
-        QTest::newRow("in the middle") << QByteArray("ab\xE2\x28zz") << 3;
-        QTest::newRow("after other characters") << QByteArray("\xE2\x82\xAC\xC3\xA9\x80") << 6;
-        QTest::newRow("cut off at the end") << QByteArray("abc\xE2\x82") << 4;
-    }
-
-    void refusesWhatIsNotUtf8()
-    {
-        QFETCH(QByteArray, bytes);
-        QFETCH(int, firstBadByte);
-        QTemporaryDir folder;
-        put(folder.filePath(QStringLiteral("f")), bytes);
-        const auto text = LocalFile::readText(folder.filePath(QStringLiteral("f")));
-        QVERIFY(!text);
-        QCOMPARE(text.error().code, ErrorCode::NotText);
-        QVERIFY2(text.error().message.contains(QStringLiteral("(byte %1)").arg(firstBadByte)),
-                 qPrintable(text.error().message));
-    }
-
-    void saysWhyAFileCannotBeRead()
-    {
-        QTemporaryDir folder;
-        QVERIFY(!LocalFile::read(folder.filePath(QStringLiteral("missing"))));
-        QCOMPARE(LocalFile::read(folder.path()).error().message, QStringLiteral("Is a directory"));
-        const QString pipe = folder.filePath(QStringLiteral("pipe"));
-        QCOMPARE(::mkfifo(qPrintable(pipe), 0600), 0);
-        QCOMPARE(LocalFile::read(pipe).error().message, QStringLiteral("Not a regular file"));
+        const QList<std::pair<QByteArray, int>> cases{{"\xFFZZ", 1},
+                                                      {"ab\xE2\x28zz", 3},
+                                                      {"\xE2\x82\xAC\xC3\xA9\x80", 6},
+                                                      {"abc\xE2\x82", 4}};
+        for (const auto &[bytes, firstBadByte] : cases) {
+            put(m_path, bytes);
+            const auto text = LocalFile::readText(m_path);
+            QVERIFY(!text && text.error().code == ErrorCode::NotText);
+            QVERIFY2(text.error().message.contains(u"(byte %1)"_s.arg(firstBadByte)),
+                     qPrintable(text.error().message));
+        }
     }
 
     void replacesAFileInOneStep()
     {
-        QTemporaryDir folder;
-        const QString target = folder.filePath(QStringLiteral("real.py"));
-        const QString link = folder.filePath(QStringLiteral("link.py"));
-        put(target, "old");
-        QVERIFY(QFile::setPermissions(
-            target, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup));
-        const auto permissions = QFile::permissions(target);
-        QVERIFY(QFile::link(QStringLiteral("real.py"), link));
-
+        const QString link = m_folder.filePath(u"link.py"_s);
+        put(m_path, "old");
+        QVERIFY(
+            QFile::setPermissions(m_path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        const auto permissions = QFile::permissions(m_path);
+        QVERIFY(QFile::link(u"f"_s, link));
         QVERIFY(LocalFile::writeAtomically(link, "new"));
-
-        QCOMPARE(bytesOf(target), QByteArray("new"));
+        QCOMPARE(bytesOf(m_path), QByteArray("new"));
         QVERIFY2(QFileInfo(link).isSymLink(), "the link was replaced by a file");
-        QCOMPARE(QFile::permissions(target), permissions);
-        QCOMPARE(QDir(folder.path()).entryList(QDir::Files).size(), 2);
+        QCOMPARE(QFile::permissions(m_path), permissions);
+        QVERIFY(QFile::remove(link));
     }
 
     void leavesTheOldFileWholeWhenItCannotWrite()
     {
-        QTemporaryDir folder;
-        const QString path = folder.filePath(QStringLiteral("f"));
-        put(path, "old");
+        put(m_path, "old");
         // A limit on file sizes fails a write in its middle, as a full disk does.
         std::signal(SIGXFSZ, SIG_IGN);
         rlimit unlimited{};
         QCOMPARE(getrlimit(RLIMIT_FSIZE, &unlimited), 0);
         const rlimit small{4096, unlimited.rlim_max};
         QCOMPARE(setrlimit(RLIMIT_FSIZE, &small), 0);
-        const auto full = LocalFile::writeAtomically(path, QByteArray(100'000, 'x'));
+        const auto full = LocalFile::writeAtomically(m_path, QByteArray(100'000, 'x'));
         QCOMPARE(setrlimit(RLIMIT_FSIZE, &unlimited), 0);
-
-        QVERIFY(!full);
-        QVERIFY(!full.error().message.isEmpty());
-        QCOMPARE(bytesOf(path), QByteArray("old"));
-        QCOMPARE(QDir(folder.path()).entryList(QDir::Files), QStringList{QStringLiteral("f")});
+        QVERIFY(!full && !full.error().message.isEmpty());
+        QCOMPARE(bytesOf(m_path), QByteArray("old"));
+        QCOMPARE(QDir(m_folder.path()).entryList(QDir::Files), QStringList{u"f"_s});
     }
 
-    void refusesTargetsThatAreNoFiles_data()
+    void refusesWhatIsNoFile()
     {
-        QTest::addColumn<QString>("path");
-        QTest::newRow("device") << QStringLiteral("/dev/null");
-        QTest::newRow("folder") << QDir::tempPath();
-        QTest::newRow("missing parent") << QStringLiteral("/no/such/folder/f");
-    }
-
-    void refusesTargetsThatAreNoFiles()
-    {
-        QFETCH(QString, path);
-        const auto written = LocalFile::writeAtomically(path, "x");
-        QVERIFY(!written);
-        QVERIFY(!written.error().message.isEmpty());
+        QCOMPARE(LocalFile::read(m_folder.path()).error().message, u"Is a directory"_s);
+        QVERIFY(!LocalFile::read(u"/no/such/folder/f"_s));
+        const QString pipe = m_folder.filePath(u"pipe"_s);
+        QCOMPARE(::mkfifo(qPrintable(pipe), 0600), 0);
+        QCOMPARE(LocalFile::read(pipe).error().message, u"Not a regular file"_s);
+        for (const QString &path : {u"/dev/null"_s, m_folder.path(), u"/no/such/folder/f"_s}) {
+            const auto written = LocalFile::writeAtomically(path, "x");
+            QVERIFY2(!written && !written.error().message.isEmpty(), qPrintable(path));
+        }
     }
 
     void sortsAsFileManagersDo()
     {
         QList<FileNode> nodes;
-        for (const char *name : {"b.py", "a10.txt", "a2.txt", "B1.py", "Äpfel.py", "zeta"})
-            nodes.append({.name = QString::fromUtf8(name), .path = {}, .isDirectory = false});
-        nodes.append({.name = QStringLiteral("z"), .path = {}, .isDirectory = true});
-        nodes.append({.name = QStringLiteral("A"), .path = {}, .isDirectory = true});
+        for (const char *name : {"b.py", "a10.txt", "a2.txt", "B1.py", "Äpfel.py", "/z", "/A"})
+            nodes.append({.name = QString::fromUtf8(name).remove(u'/'),
+                          .path = {},
+                          .isDirectory = name[0] == '/'});
         NaturalOrder().sortFoldersFirst(nodes);
         QStringList names;
         for (const FileNode &node : nodes)
             names << node.name;
-        QCOMPARE(names.join(u' '), QStringLiteral("A z a2.txt a10.txt Äpfel.py b.py B1.py zeta"));
-    }
-
-    void waitsForWorkElsewhereWithoutHoldingUpTheLoop()
-    {
-        Background background;
-        QStringList log;
-        std::atomic<bool> mayEnd = false;
-        const auto waitForPermission = [&mayEnd] {
-            while (!mayEnd)
-                std::this_thread::yield();
-            return 1;
-        };
-        auto slow = collect(background, waitForPermission, log);
-        auto quick = collect(
-            background, [] { return 2; }, log);
-        QTRY_COMPARE(log, QStringList{QStringLiteral("2")});
-        mayEnd = true;
-        QTRY_COMPARE(log.size(), 2);
+        QCOMPARE(names.join(u' '), u"A z a2.txt a10.txt Äpfel.py b.py B1.py"_s);
     }
 
     void leavesWorkBehindThatDoesNotEnd()
@@ -184,21 +132,23 @@ private slots:
         QStringList log;
         auto mayEnd = std::make_shared<std::atomic<bool>>(false);
         auto ended = std::make_shared<std::atomic<bool>>(false);
-        const auto work = [mayEnd, ended] {
+        const std::function<int()> endless = [mayEnd, ended] {
             while (!*mayEnd)
                 std::this_thread::yield();
             *ended = true;
             return 1;
         };
-        {
-            Background background;
-            auto task = collect(background, work, log);
-        }
-        QCOMPARE(log, QStringList{QStringLiteral("gone")});
+        const std::function<int()> quick = [] { return 2; };
+        auto background = std::make_unique<Background>();
+        const auto first = collect(*background, endless, log);
+        const auto second = collect(*background, quick, log);
+        QTRY_COMPARE(log, QStringList{u"result"_s}); // the loop went on meanwhile
+        background.reset();
+        QCOMPARE(log.mid(1), QStringList{u"gone"_s});
         *mayEnd = true;
         QTRY_VERIFY(*ended);
         QCoreApplication::processEvents();
-        QCOMPARE(log.size(), 1);
+        QCOMPARE(log.size(), 2);
     }
 
     void goesCleanlyWithAResultOnItsWay()
@@ -212,8 +162,9 @@ private slots:
                 QMetaObject::invokeMethod(
                     qApp, [&] { background.reset(); }, Qt::QueuedConnection);
         };
-        const auto task = collectAnnounced(*background, goBeforeTheWaiterHears, log);
-        QTRY_COMPARE(log, QStringList{QStringLiteral("gone")});
+        const std::function<Announced()> work = [=] { return Announced(goBeforeTheWaiterHears); };
+        const auto task = collect(*background, work, log);
+        QTRY_COMPARE(log, QStringList{u"gone"_s});
     }
 };
 
