@@ -37,6 +37,7 @@ struct Workshop
     }
     void write(const QString &source) { state->documents().updateSelectedContent(source); }
     void run() { state->runCurrentFile(); }
+    void stop() { state->stopRun(); }
     void refresh() { state->variablesFlow().refreshVariables(); }
 
     /// What the Shell shows since \p from, one text a line.
@@ -63,6 +64,34 @@ struct Workshop
     MemorySettings settings;
     ScriptedQuestions questions;
     std::unique_ptr<AppState> state;
+};
+
+/// A workshop with a board that knows one variable, and runs all other programs as told.
+struct BoardWorkshop : Workshop
+{
+    BoardWorkshop()
+    {
+        board.onProgram = [this](const QByteArray &program) {
+            if (program.contains("__LS__"))
+                return ScriptedBoard::answerWithoutFiles(program);
+            programs << program;
+            return program.contains("__VARS__") ? variables : answer;
+        };
+    }
+    void connectBoard() { connectTo(board); }
+    void runOnBoard()
+    {
+        if (!isConnected())
+            connectBoard();
+        write(QStringLiteral("work()"));
+        run();
+    }
+    bool isConnected() const { return state->link().connectionState().isConnected(); }
+
+    ScriptedBoard board;
+    QByteArray variables = ScriptedBoard::reply(R"(__VARS__[{"n":"a","t":"int","v":"1"}])");
+    QByteArray answer = ScriptedBoard::reply("done\r\n");
+    QByteArrayList programs;
 };
 
 } // namespace Korvane

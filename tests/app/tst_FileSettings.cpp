@@ -1,7 +1,6 @@
 #include "app/FileSettings.h"
+#include "support/Files.h"
 
-#include <QFile>
-#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -16,13 +15,7 @@ constexpr QFile::Permissions ownerOnly =
 /// A folder with a settings file in it.
 struct Place
 {
-    explicit Place(const QByteArray &content, QFile::Permissions permissions = ownerOnly)
-    {
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()
-            || !file.setPermissions(permissions))
-            qFatal("The test could not write its file.");
-    }
+    explicit Place(const QByteArray &content) { put(path, content); }
 
     QTemporaryDir folder;
     QString path = folder.filePath(u"settings.ini"_s);
@@ -37,7 +30,8 @@ class tst_FileSettings final : public QObject
 private slots:
     void keepsItsFileToItsOwner()
     {
-        const Place place("[General]\nMCPServerToken=secret\n", ownerOnly | QFile::ReadOther);
+        const Place place("[General]\nMCPServerToken=secret\n");
+        QVERIFY(QFile::setPermissions(place.path, ownerOnly | QFile::ReadOther));
         FileSettings settings(place.path);
         QCOMPARE(settings.text(Settings::serverToken), u"secret"_s);
         QCOMPARE(QFile::permissions(place.path), ownerOnly);
@@ -52,64 +46,43 @@ private slots:
         QCOMPARE(QFile::permissions(fresh), ownerOnly);
     }
 
-    void keepsValuesFromOneProgramToTheNext()
+    void keepsValuesAndHearsWhatOthersWrite()
     {
         const Place place("");
         const QString odd = u" \"ä,=;%\n\\ "_s;
-        {
-            FileSettings first(place.path);
-            QVERIFY(!first.flag(Settings::serverEnabled));
-            QCOMPARE(first.number(Settings::serverPort), 0);
-            QVERIFY(first.text(Settings::serverToken).isEmpty());
-            first.setFlag(Settings::serverEnabled, true);
-            first.setFlag(Settings::autoApproveWrites, true);
-            first.setFlag(Settings::autoApproveWrites, false);
-            first.setNumber(Settings::serverPort, 9000);
-            first.setText(Settings::serverToken, odd);
-            // Written at once: nobody has to wait for this program to end.
-            QCOMPARE(FileSettings(place.path).text(Settings::serverToken), odd);
-        }
+        FileSettings first(place.path);
+        QVERIFY(!first.flag(Settings::serverEnabled));
+        QCOMPARE(first.number(Settings::serverPort), 0);
+        QVERIFY(first.text(Settings::serverToken).isEmpty());
+        first.setFlag(Settings::serverEnabled, true);
+        first.setNumber(Settings::serverPort, 9000);
+        first.setText(Settings::serverToken, odd);
+        // Written at once: nobody has to wait for this program to end.
         const FileSettings second(place.path);
         QVERIFY(second.flag(Settings::serverEnabled));
-        QVERIFY(!second.flag(Settings::autoApproveWrites));
         QCOMPARE(second.number(Settings::serverPort), 9000);
         QCOMPARE(second.text(Settings::serverToken), odd);
-    }
-
-    void hearsWhatOthersWrite()
-    {
-        const Place place("[General]\nMCPAutoApproveWrites=true\n");
-        const FileSettings settings(place.path);
-        QVERIFY(settings.flag(Settings::autoApproveWrites));
-        QFile file(place.path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("[General]\nMCPAutoApproveWrites=false\n");
-        file.close();
-        QVERIFY(!settings.flag(Settings::autoApproveWrites));
-    }
-
-    void readsOnlyWhatItUnderstands_data()
-    {
-        QTest::addColumn<QByteArray>("value");
-        QTest::addColumn<bool>("flag");
-        QTest::addColumn<int>("number");
-        QTest::newRow("true") << "true"_ba << true << 0;
-        QTest::newRow("True") << "True"_ba << true << 0;
-        QTest::newRow("a word") << "yes"_ba << false << 0;
-        QTest::newRow("list") << "true, true"_ba << false << 0;
-        QTest::newRow("number") << "70000"_ba << false << 70000;
-        QTest::newRow("too large") << "99999999999"_ba << false << 0;
-        QTest::newRow("fraction") << "1.5"_ba << false << 0;
-        QTest::newRow("foreign type") << "@Variant(\\0\\0\\0\\xff)"_ba << false << 0;
+        put(place.path, "[General]\nMCPServerEnabled=false\n");
+        QVERIFY(!first.flag(Settings::serverEnabled));
     }
 
     void readsOnlyWhatItUnderstands()
     {
-        QFETCH(QByteArray, value);
-        const Place place("[General]\nMCPServerPort=" + value + "\n");
-        const FileSettings settings(place.path);
-        QTEST(settings.flag(Settings::serverPort), "flag");
-        QTEST(settings.number(Settings::serverPort), "number");
+        const QList<std::tuple<QByteArray, bool, int>> cases{
+            {"True", true, 0},
+            {"yes", false, 0},
+            {"true, true", false, 0},
+            {"70000", false, 70000},
+            {"1.5", false, 0},
+            {"99999999999", false, 0},
+            {"@Variant(\\0\\0\\0\\xff)", false, 0},
+        };
+        for (const auto &[value, flag, number] : cases) {
+            const Place place("[General]\nMCPServerPort=" + value + "\n");
+            const FileSettings settings(place.path);
+            QVERIFY2(settings.flag(Settings::serverPort) == flag, value);
+            QVERIFY2(settings.number(Settings::serverPort) == number, value);
+        }
     }
 
     void survivesABrokenFile()

