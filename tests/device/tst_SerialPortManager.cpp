@@ -1,10 +1,8 @@
 #include "device/SerialPortManager.h"
+#include "support/Files.h"
 #include "support/PtyPair.h"
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -298,59 +296,41 @@ private slots:
         QVERIFY2(!reading.line.read().isEmpty(), "what was taken before stays written");
     }
 
-    void listsTheSerialDevicesOfTheSystem_data()
-    {
-        QTest::addColumn<QStringList>("ttys"); // name, driver, type; "-" for none
-        QTest::addColumn<QStringList>("extra");
-        QTest::addColumn<QStringList>("ports");
-        const auto row = [](const char *name, const char *ttys, const char *extra,
-                            const char *ports) {
-            QTest::newRow(name) << QString::fromLatin1(ttys).split(u';', Qt::SkipEmptyParts)
-                                << QString::fromLatin1(extra).split(u' ', Qt::SkipEmptyParts)
-                                << QString::fromLatin1(ports).split(u' ', Qt::SkipEmptyParts);
-        };
-        row("nothing", "", "", "");
-        row("adapters, sorted", "ttyUSB1 ftdi_sio -;ttyACM0 cdc_acm -;ttyUSB0 ch341 -", "",
-            "ttyACM0 ttyUSB0 ttyUSB1");
-        row("terminals without a device", "tty0 - -;console - -;ptmx - -", "", "");
-        row("placeholders of the 8250 driver",
-            "ttyS0 serial8250 0;ttyS1 serial8250 -;ttyS2 port 0;ttyS3 serial8250 4;ttyS4 serial 4",
-            "", "ttyS3 ttyS4");
-        row("no node in the device folder", "gone cdc_acm -;ttyACM0 cdc_acm -", "", "ttyACM0");
-        row("extra ports that exist, each once", "ttyACM0 cdc_acm -", "board gone ttyACM0 board",
-            "board ttyACM0");
-    }
-
     void listsTheSerialDevicesOfTheSystem()
     {
-        QFETCH(QStringList, ttys);
-        QFETCH(QStringList, extra);
-        QFETCH(QStringList, ports);
         const QTemporaryDir folder;
-        const QDir root(folder.path());
-        const auto inDev = [&root](const QString &name) { return root.filePath(u"dev/"_s + name); };
-        const auto write = [&root](const QString &path, const QString &content = {}) {
-            QFile file(root.filePath(path));
-            return root.mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly)
-                && file.write(content.toLatin1() + '\n') > 0;
+        const QString root = folder.path() + u'/';
+        const QString dev = root + u"dev"_s;
+        SerialPortManager::Roots roots{root + u"sys"_s, dev, {}};
+        QCOMPARE(SerialPortManager::listPorts(roots), QStringList());
+
+        const char *const ttys[] = {
+            // name, driver or "-", type or "-", and whether it is a port
+            "ttyUSB1 ftdi_sio - yes", "ttyACM0 cdc_acm - yes", "tty0 - - no",
+            "ttyS0 serial8250 0 no", // a placeholder of that driver
+            "ttyS1 serial8250 - no",  "ttyS2 port 0 no",       "ttyS3 serial8250 4 yes",
+            "ttyS4 serial 4 yes",
+            "gone cdc_acm - no", // it has no node
         };
-        QVERIFY(write(u"dev/board"_s));
-        for (const QString &line : ttys) {
-            const QStringList tty = line.split(u' ');
-            const QString device = u"sys/class/tty/"_s + tty[0] + u"/device"_s;
-            const QString driver = u"sys/bus/drivers/"_s + tty[1];
-            QVERIFY(root.mkpath(device) && root.mkpath(driver));
-            QVERIFY(tty[0] == u"gone" || write(u"dev/"_s + tty[0]));
-            QVERIFY(tty[1] == u"-"
-                    || QFile::link(root.filePath(driver), root.filePath(device + u"/driver"_s)));
-            QVERIFY(tty[2] == u"-" || write(u"sys/class/tty/"_s + tty[0] + u"/type"_s, tty[2]));
+        QStringList expected{dev + u"/board"_s};
+        put(expected.first(), {});
+        for (const char *line : ttys) {
+            const QStringList tty = QString::fromLatin1(line).split(u' ', Qt::SkipEmptyParts);
+            const QString entry = root + u"sys/class/tty/"_s + tty[0];
+            const QString driver = root + u"sys/bus/drivers/"_s + tty[1];
+            QVERIFY(QDir().mkpath(entry + u"/device"_s) && QDir().mkpath(driver));
+            if (tty[0] != u"gone")
+                put(dev + u'/' + tty[0], {});
+            QVERIFY(tty[1] == u"-" || QFile::link(driver, entry + u"/device/driver"_s));
+            if (tty[2] != u"-")
+                put(entry + u"/type"_s, tty[2].toLatin1() + '\n');
+            if (tty[3] == u"yes")
+                expected << dev + u'/' + tty[0];
         }
-        SerialPortManager::Roots roots{root.filePath(u"sys"_s), root.filePath(u"dev"_s), {}};
-        for (const QString &name : extra)
-            roots.extraPorts += inDev(name) + u':';
-        QStringList expected;
-        for (const QString &name : ports)
-            expected << inDev(name);
+        // More ports, of which those that exist are offered, each once.
+        roots.extraPorts =
+            expected[0] + u':' + dev + u"/absent:"_s + expected[1] + u':' + expected[0];
+        expected.sort();
         QCOMPARE(SerialPortManager::listPorts(roots), expected);
     }
 };
