@@ -3,52 +3,37 @@
 #include <QTest>
 
 using namespace Korvane;
+using namespace Qt::StringLiterals;
 
 class tst_KeyText final : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void namesKeysAsThisKeyboardDoes_data();
-    void namesKeysAsThisKeyboardDoes();
-    void refusesSignsWithoutExactlyOneKey();
+    void namesKeysAsThisKeyboardDoes()
+    {
+        const QList<std::tuple<QString, QString, QString>> cases{
+            {u"Stop (⌘.)"_s, u"Stop (Ctrl+.)"_s, u"Stop"_s},
+            {u"Step (⌥⌘Y)"_s, u"Step (Ctrl+Alt+Y)"_s, u"Step"_s}, // in their usual order
+            {u"Go on (⇧⌘Y)"_s, u"Go on (Ctrl+Shift+Y)"_s, u"Go on"_s},
+            {u"Stop (Ctrl+C)"_s, u"Stop (Ctrl+C)"_s, u"Stop"_s},
+            {u"Send a (1).py (⌘U)"_s, u"Send a (1).py (Ctrl+U)"_s, u"Send a (1).py"_s},
+            {u"The key ⌘"_s, u"The key ⌘"_s, u"The key ⌘"_s},
+        };
+        for (const auto &[help, rendered, name] : cases) {
+            QCOMPARE(KeyText::rendered(help), rendered);
+            QCOMPARE(KeyText::withoutKey(help), name);
+        }
+    }
+
+    void refusesSignsWithoutExactlyOneKey()
+    {
+        QCOMPARE(KeyText::sequence(u"⌘R"), QKeySequence(Qt::CTRL | Qt::Key_R));
+        QCOMPARE(KeyText::sequence(u"⌥⌘y"), QKeySequence(Qt::CTRL | Qt::ALT | Qt::Key_Y));
+        for (const QStringView signs : {u"", u"⌘", u"⌘RS"})
+            QVERIFY(KeyText::sequence(signs).isEmpty());
+    }
 };
-
-void tst_KeyText::namesKeysAsThisKeyboardDoes_data()
-{
-    QTest::addColumn<QString>("help");
-    QTest::addColumn<QString>("rendered");
-    QTest::addColumn<QString>("name");
-    const auto row = [](const char *title, const char16_t *help, const char16_t *rendered,
-                        const char16_t *name) {
-        QTest::newRow(title) << QString::fromUtf16(help) << QString::fromUtf16(rendered)
-                             << QString::fromUtf16(name);
-    };
-    row("one sign", u"Save (⌘S)", u"Save (Ctrl+S)", u"Save");
-    row("a full stop as the key", u"Stop (⌘.)", u"Stop (Ctrl+.)", u"Stop");
-    row("signs in their usual order", u"Step (⌥⌘Y)", u"Step (Ctrl+Alt+Y)", u"Step");
-    row("shift", u"Go on (⇧⌘Y)", u"Go on (Ctrl+Shift+Y)", u"Go on");
-    row("a key in words", u"Stop (Ctrl+C)", u"Stop (Ctrl+C)", u"Stop");
-    row("no key", u"Clear shell", u"Clear shell", u"Clear shell");
-    row("brackets in a name", u"Send a (1).py to device (⌘U)", u"Send a (1).py to device (Ctrl+U)",
-        u"Send a (1).py to device");
-    row("a sign alone", u"The key ⌘", u"The key ⌘", u"The key ⌘");
-}
-
-void tst_KeyText::namesKeysAsThisKeyboardDoes()
-{
-    QFETCH(QString, help);
-    QTEST(KeyText::rendered(help), "rendered");
-    QTEST(KeyText::withoutKey(help), "name");
-}
-
-void tst_KeyText::refusesSignsWithoutExactlyOneKey()
-{
-    QCOMPARE(KeyText::sequence(u"⌘R"), QKeySequence(Qt::CTRL | Qt::Key_R));
-    QCOMPARE(KeyText::sequence(u"⌥⌘y"), QKeySequence(Qt::CTRL | Qt::ALT | Qt::Key_Y));
-    for (const QStringView signs : {u"", u"⌘", u"⌘RS"})
-        QVERIFY(KeyText::sequence(signs).isEmpty());
-}
 
 QTEST_GUILESS_MAIN(tst_KeyText)
 #include "tst_KeyText.moc"
