@@ -2,7 +2,6 @@
 a failure names."""
 import random
 import time
-import unittest
 
 from virtual_board import END, INTERRUPT, RAW_BANNER, BoardTest
 
@@ -39,7 +38,3 @@ class Stress(BoardTest):
             self.board.until(b"\x1eR\x1e\r\n")
             self.board.send(b"c%d\n" % count)
             self.assertEqual(self.board.finish(), (f"c{count}\r\n\r\n", ""))
-
-
-if __name__ == "__main__":
-    unittest.main()
