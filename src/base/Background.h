@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -17,6 +18,8 @@ namespace Korvane {
 
 /// Runs work that may take long, or never end (a network folder that does not answer), on a thread
 /// of its own and lets a coroutine wait for it.
+///
+/// When the system has no thread left, the work is done at once, on the thread that asks.
 ///
 /// Nobody waits for such a thread at the end of the program: it holds nothing of the program but
 /// what the work captured by value.
@@ -66,6 +69,17 @@ private:
         QObject receiver;
     };
 
+    /// Tells whether the system had a thread left.
+    static bool start(std::function<void()> work)
+    {
+        try {
+            std::thread(std::move(work)).detach();
+            return true;
+        } catch (const std::system_error &) {
+            return false;
+        }
+    }
+
     std::list<std::unique_ptr<JobBase>> m_jobs;
 };
 
@@ -78,7 +92,7 @@ template <typename T> QCoro::Task<std::optional<T>> Background::run(std::functio
     job.mailbox->receiver = &job.receiver;
     job.mailbox->shot = &job.done;
 
-    std::thread([mailbox = job.mailbox, work = std::move(work)] {
+    const bool isStarted = start([mailbox = job.mailbox, work] {
         auto result = std::make_shared<T>(work());
         const std::lock_guard lock(mailbox->mutex);
         if (!mailbox->receiver)
@@ -87,7 +101,9 @@ template <typename T> QCoro::Task<std::optional<T>> Background::run(std::functio
             mailbox->receiver,
             [shot = mailbox->shot, result] { shot->deliver(std::move(*result)); },
             Qt::QueuedConnection);
-    }).detach();
+    });
+    if (!isStarted) // late is better than never
+        job.done.deliver(work());
 
     std::optional<T> result = co_await job.done.wait();
     // A result may have come just before the Background goes: the waiter is then resumed by the
