@@ -20,36 +20,31 @@ public:
 
     QCoro::Task<Result<QString>> call(QString name, ToolArguments arguments) override
     {
+        using namespace Qt::StringLiterals;
         calls += name;
-        if (name == QStringLiteral("echo")) {
-            const auto number = arguments.number(QStringLiteral("number"));
-            co_return arguments.text(QStringLiteral("text")).value_or(QStringLiteral("no text"))
-                + QStringLiteral(", ")
-                + (number ? QString::number(*number) : QStringLiteral("no number"));
+        if (name == u"echo"_s) {
+            const auto number = arguments.number(u"number"_s);
+            co_return arguments.text(u"text"_s).value_or(u"no text"_s) + u", "_s
+                + (number ? QString::number(*number) : u"no number"_s);
         }
-        if (name == QStringLiteral("wait")) {
-            OneShot<QString> &shot = m_waiting.emplace_back();
-            const auto answer = co_await shot.wait();
-            if (answer)
-                co_return *answer;
-            co_return Error{ErrorCode::Closed, QStringLiteral("closed")};
-        }
-        co_return Error{ErrorCode::Remote, QStringLiteral("Unknown tool: ") + name};
+        if (name != u"wait"_s)
+            co_return Error{ErrorCode::Remote, u"Unknown tool: "_s + name};
+        const auto answer = co_await waiting.emplace_back().wait();
+        if (!answer)
+            co_return Error{ErrorCode::Closed, u"closed"_s};
+        co_return *answer;
     }
 
     void deliver(const QString &answer)
     {
-        for (OneShot<QString> &shot : m_waiting)
+        for (OneShot<QString> &shot : waiting)
             shot.deliver(answer);
     }
-    [[nodiscard]] size_t waiting() const { return m_waiting.size(); }
 
     QByteArray definitionsText = R"([{"name":"echo"}])";
     mutable int definitionsCount = 0;
     QStringList calls;
-
-private:
-    std::list<OneShot<QString>> m_waiting;
+    std::list<OneShot<QString>> waiting;
 };
 
 } // namespace Korvane

@@ -2,34 +2,12 @@
 
 #include <QDir>
 
-#include <algorithm>
 #include <arpa/inet.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
 
 namespace Korvane {
-
-namespace {
-
-sockaddr_in addressOf(const char *address, quint16 port)
-{
-    sockaddr_in result = {};
-    result.sin_family = AF_INET;
-    result.sin_port = htons(port);
-    inet_pton(AF_INET, address, &result.sin_addr);
-    return result;
-}
-
-quint16 portOf(int socket)
-{
-    sockaddr_in address = {};
-    socklen_t length = sizeof address;
-    const bool isKnown = getsockname(socket, reinterpret_cast<sockaddr *>(&address), &length) == 0;
-    return isKnown && address.sin_family == AF_INET ? ntohs(address.sin_port) : quint16(0);
-}
-
-} // namespace
 
 SocketClient::SocketClient()
     : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
@@ -49,7 +27,10 @@ SocketClient::SocketClient(quint16 port, int receiveBufferBytes, const char *add
 
 void SocketClient::connectTo(quint16 port, const char *address)
 {
-    const sockaddr_in target = addressOf(address, port);
+    sockaddr_in target = {};
+    target.sin_family = AF_INET;
+    target.sin_port = htons(port);
+    inet_pton(AF_INET, address, &target.sin_addr);
     m_isConnected =
         ::connect(m_socket, reinterpret_cast<const sockaddr *>(&target), sizeof target) == 0;
 }
@@ -78,22 +59,26 @@ void SocketClient::closeSending()
 
 QByteArray SocketClient::response()
 {
-    qsizetype headEnd = 0;
-    while ((headEnd = m_received.indexOf("\r\n\r\n")) < 0) {
+    for (;;) {
+        if (const auto headEnd = m_received.indexOf("\r\n\r\n"); headEnd >= 0) {
+            const auto start = m_received.indexOf("Content-Length: ") + 16;
+            const auto length = m_received.mid(start, m_received.indexOf("\r\n", start) - start);
+            const auto end = headEnd + 4 + length.toLongLong();
+            if (m_received.size() >= end) {
+                const QByteArray response = m_received.first(end);
+                m_received.remove(0, end);
+                return response;
+            }
+        }
         if (!receiveMore())
             return {};
     }
-    const auto lengthStart = m_received.indexOf("Content-Length: ") + 16;
-    const auto lengthEnd = m_received.indexOf("\r\n", lengthStart);
-    const auto end =
-        headEnd + 4 + m_received.mid(lengthStart, lengthEnd - lengthStart).toLongLong();
-    while (m_received.size() < end) {
-        if (!receiveMore())
-            return {};
-    }
-    QByteArray response = m_received.first(end);
-    m_received.remove(0, end);
-    return response;
+}
+
+QByteArray SocketClient::responseBody()
+{
+    const QByteArray whole = response();
+    return whole.mid(whole.indexOf("\r\n\r\n") + 4);
 }
 
 QByteArray SocketClient::rest()
@@ -111,16 +96,10 @@ bool SocketClient::receiveMore()
     return count > 0;
 }
 
-QByteArray post(const QByteArray &body, const QByteArray &headers, const QByteArray &path)
+QByteArray post(const QByteArray &body, const QByteArray &headers)
 {
-    return "POST " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + headers
-        + "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
-}
-
-QByteArray bodyOf(const QByteArray &response)
-{
-    const auto end = response.indexOf("\r\n\r\n");
-    return end < 0 ? QByteArray() : response.mid(end + 4);
+    return "POST /mcp HTTP/1.1\r\n" + headers + "Content-Length: " + QByteArray::number(body.size())
+        + "\r\n\r\n" + body;
 }
 
 QList<int> openDescriptors()
@@ -128,31 +107,7 @@ QList<int> openDescriptors()
     QList<int> descriptors;
     for (const QString &name : QDir(QStringLiteral("/proc/self/fd")).entryList())
         descriptors += name.toInt();
-    std::sort(descriptors.begin(), descriptors.end());
     return descriptors;
-}
-
-int listenerOn(quint16 port)
-{
-    for (const int descriptor : openDescriptors()) {
-        int isListening = 0;
-        socklen_t length = sizeof isListening;
-        if (getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &isListening, &length) == 0
-            && isListening && portOf(descriptor) == port)
-            return descriptor;
-    }
-    return -1;
-}
-
-quint16 freePort()
-{
-    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const sockaddr_in any = addressOf("127.0.0.1", 0);
-    quint16 port = 0;
-    if (::bind(socket, reinterpret_cast<const sockaddr *>(&any), sizeof any) == 0)
-        port = portOf(socket);
-    ::close(socket);
-    return port;
 }
 
 } // namespace Korvane

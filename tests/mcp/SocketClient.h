@@ -2,13 +2,11 @@
 
 #include <QByteArray>
 #include <QList>
-#include <QString>
-
-// A client of the server under test on a blocking socket, for tests and the threads they start.
-// Nothing blocks for longer than half a minute.
 
 namespace Korvane {
 
+/// A client of the server under test on a blocking socket, for tests and the threads they start.
+/// Nothing blocks for longer than half a minute.
 class SocketClient final
 {
 public:
@@ -28,6 +26,8 @@ public:
 
     /// One whole response, head and body, as it came; empty when the connection ended before.
     QByteArray response();
+    /// Only the body of that.
+    QByteArray responseBody();
     /// Everything up to the end of the stream.
     QByteArray rest();
 
@@ -40,15 +40,9 @@ private:
 };
 
 /// A request with what most tests do not care about.
-[[nodiscard]] QByteArray post(const QByteArray &body, const QByteArray &headers = {},
-                              const QByteArray &path = "/mcp");
-[[nodiscard]] QByteArray bodyOf(const QByteArray &response);
+[[nodiscard]] QByteArray post(const QByteArray &body, const QByteArray &headers = {});
 
-/// This process's descriptors, sorted; the one that the list was read through may be among them.
+/// This process's descriptors; the one that the list was read through may be among them.
 [[nodiscard]] QList<int> openDescriptors();
-/// The socket of this process that listens on \p port; -1 when none does.
-[[nodiscard]] int listenerOn(quint16 port);
-/// A port that nobody listens on just now.
-[[nodiscard]] quint16 freePort();
 
 } // namespace Korvane

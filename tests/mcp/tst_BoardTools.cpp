@@ -1,9 +1,8 @@
 #include "app/Workshop.h"
 #include "mcp/BoardTools.h"
 #include "support/Awaited.h"
+#include "support/Files.h"
 #include "support/VirtualBoard.h"
-
-#include <QFile>
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
@@ -11,6 +10,13 @@ using namespace Qt::StringLiterals;
 namespace {
 
 using Arguments = QVariantMap;
+
+const QString noBoard = u"! No device connected. Use connect_device first."_s;
+
+Arguments on(const QString &path)
+{
+    return {{u"path"_s, path}};
+}
 
 /// A workshop with the tools in it.
 struct Toolbox : Workshop
@@ -32,14 +38,26 @@ struct Toolbox : Workshop
         }
         return tools->call(name, std::move(arguments));
     }
+    static QString told(const Result<QString> &answer)
+    {
+        return answer ? *answer : u"! "_s + answer.error().message;
+    }
     /// The answer, or "! " and why there is none.
     QString call(const QString &name, const Arguments &values = {})
     {
         return told(awaited(begin(name, values)));
     }
-    static QString told(const Result<QString> &answer)
+    QString runCode(const QString &code) { return call(u"run_code"_s, {{u"code"_s, code}}); }
+    QString connectDevice(const QString &port)
     {
-        return answer ? *answer : u"! "_s + answer.error().message;
+        return call(u"connect_device"_s, {{u"port"_s, port}});
+    }
+    QString list(const QString &path) { return call(u"list_device_files"_s, on(path)); }
+    QString read(const QString &path) { return call(u"read_device_file"_s, on(path)); }
+    QString remove(const QString &path) { return call(u"delete_device_file"_s, on(path)); }
+    QString put(const QString &path, const QString &content)
+    {
+        return call(u"write_device_file"_s, {{u"path"_s, path}, {u"content"_s, content}});
     }
     QString text() const { return lines(0).join(u'\n'); }
 
@@ -54,19 +72,15 @@ class tst_BoardTools final : public QObject
 
     VirtualBoard m_board;
 
-    /// A workshop whose real board is connected and has no files but those written by `write`.
+    /// A workshop that is connected to the real board, which has no files.
     std::unique_ptr<Toolbox> connected()
     {
         auto box = std::make_unique<Toolbox>();
         box->settings.setFlag(Settings::autoApproveWrites, true);
-        const QString answer = box->call(u"connect_device"_s, {{u"port"_s, m_board.port()}});
-        if (answer != u"Connected to "_s + m_board.port() + u'.')
-            qFatal("%s", qPrintable(answer));
-        box->call(u"run_code"_s,
-                  {{u"code"_s,
-                    u"import os\nfor n in os.listdir('/'):\n try: os.remove('/' + n)\n"
-                    " except OSError: os.rmdir('/' + n)"_s}});
-        box->state->shell().clear();
+        if (box->connectDevice(m_board.port()) != u"Connected to "_s + m_board.port() + u'.')
+            qFatal("%s", qPrintable(box->text()));
+        box->runCode(u"import os\nfor n in os.listdir('/'):\n try: os.remove('/' + n)\n"
+                     " except OSError: os.rmdir('/' + n)"_s);
         return box;
     }
 
@@ -75,53 +89,38 @@ private slots:
 
     void definesItsToolsToTheByte()
     {
-        QFile file(qEnvironmentVariable("KORVANE_SOURCE_DIR") + u"/bench/mcp/tools.json"_s);
-        QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(file.fileName()));
-        QCOMPARE(Toolbox().tools->definitions(), file.readAll().trimmed());
+        const QString path =
+            qEnvironmentVariable("KORVANE_SOURCE_DIR") + u"/bench/mcp/tools.json"_s;
+        QCOMPARE(Toolbox().tools->definitions(), bytesOf(path).trimmed());
     }
 
-    void answersWithoutABoard_data()
+    void answersWithoutABoard()
     {
-        QTest::addColumn<QString>("tool");
-        QTest::addColumn<Arguments>("arguments");
-        QTest::addColumn<QString>("answer");
-        QTest::addColumn<QString>("logged");
-        const auto row = [](const char *title, const QString &tool, const Arguments &arguments,
-                            const QString &answer, const QString &logged = {}) {
-            QTest::newRow(title) << tool << arguments << answer << u"info: 🤖 "_s + tool + logged;
+        Toolbox box;
+        const auto check = [&](const QString &tool, const Arguments &arguments,
+                               const QString &answer, const QString &logged = {}) {
+            box.state->shell().clear();
+            QCOMPARE(box.call(tool, arguments), answer);
+            QCOMPARE(box.text(), u"info: 🤖 "_s + tool + logged);
         };
-        row("unknown", u"frobnicate"_s,
-            {{u"name"_s, u"c"_s}, {u"port"_s, u"b"_s}, {u"path"_s, u""_s}, {u"code"_s, u"x"_s}},
-            u"! Unknown tool: frobnicate"_s, u" (path: , port: b, name: c)"_s);
-        row("nameless", QString(), {}, u"! Unknown tool: "_s);
-        row("numbers are not logged", u"x"_s, {{u"path"_s, 1}}, u"! Unknown tool: x"_s);
+        check(u"frobnicate"_s,
+              {{u"name"_s, u"c"_s}, {u"port"_s, u"b"_s}, {u"path"_s, u""_s}, {u"code"_s, u"x"_s}},
+              u"! Unknown tool: frobnicate"_s, u" (path: , port: b, name: c)"_s);
+        check({}, {{u"path"_s, 1}}, u"! Unknown tool: "_s); // numbers are not logged
         for (const auto &name :
              {u"list_device_files"_s, u"read_device_file"_s, u"write_device_file"_s,
               u"delete_device_file"_s, u"run_code"_s, u"run_file"_s, u"soft_reset"_s})
-            row(qPrintable(name), name, {}, u"! No device connected. Use connect_device first."_s);
-        row("no port", u"connect_device"_s, {},
-            u"! No serial ports found. Is the board plugged in?"_s);
-        row("empty port", u"connect_device"_s, {{u"port"_s, u""_s}},
-            u"! No serial ports found. Is the board plugged in?"_s, u" (port: )"_s);
-        row("document without a name", u"open_in_editor"_s,
-            {{u"name"_s, u""_s}, {u"content"_s, u"x"_s}}, u"! Missing required argument “name”."_s,
-            u" (name: )"_s);
-        row("document with a number", u"open_in_editor"_s,
-            {{u"name"_s, u"a.py"_s}, {u"content"_s, 1}},
-            u"! Missing required argument “content”."_s, u" (name: a.py)"_s);
-    }
-    void answersWithoutABoard()
-    {
-        QFETCH(const QString, tool);
-        QFETCH(const Arguments, arguments);
-        QFETCH(const QString, answer);
-        QFETCH(const QString, logged);
-        Toolbox box;
-        QCOMPARE(box.call(tool, arguments), answer);
-        QCOMPARE(box.text(), logged);
+            check(name, {}, noBoard);
+        const QString noPorts = u"! No serial ports found. Is the board plugged in?"_s;
+        check(u"connect_device"_s, {}, noPorts);
+        check(u"connect_device"_s, {{u"port"_s, u""_s}}, noPorts, u" (port: )"_s);
+        check(u"open_in_editor"_s, {{u"name"_s, u""_s}, {u"content"_s, u"x"_s}},
+              u"! Missing required argument “name”."_s, u" (name: )"_s);
+        check(u"open_in_editor"_s, {{u"name"_s, u"a.py"_s}, {u"content"_s, 1}},
+              u"! Missing required argument “content”."_s, u" (name: a.py)"_s);
     }
 
-    void tellsTheStateOfTheProgram()
+    void tellsTheStateAndOpensText()
     {
         Toolbox box;
         box.state->localFiles().setLocalWorkingDir(box.folder.path());
@@ -130,11 +129,6 @@ private slots:
         QCOMPARE(box.call(u"device_status"_s), four + u"Editor: untitled.py"_s);
         box.write(u"x"_s);
         QCOMPARE(box.call(u"device_status"_s), four + u"Editor: untitled.py (unsaved changes)"_s);
-    }
-
-    void opensTextInTheEditor()
-    {
-        Toolbox box;
         QCOMPARE(
             box.call(u"open_in_editor"_s, {{u"name"_s, u"blink.py"_s}, {u"content"_s, u""_s}}),
             u"Opened blink.py in the editor. It is not on the device until you write it there."_s);
@@ -161,9 +155,8 @@ private slots:
         roots(ports.join(u':'));
         QCOMPARE(one.call(u"connect_device"_s),
                  u"! Several ports available — name one: "_s + ports.join(u", "_s));
-        QCOMPARE(one.call(u"connect_device"_s, {{u"port"_s, second.port()}}),
-                 u"Connected to "_s + second.port() + u'.');
-        QCOMPARE(one.call(u"connect_device"_s, {{u"port"_s, first.port()}}),
+        QCOMPARE(one.connectDevice(second.port()), u"Connected to "_s + second.port() + u'.');
+        QCOMPARE(one.connectDevice(first.port()),
                  u"Already connected to "_s + second.port() + u'.');
         roots(first.port());
         QCOMPARE(one.call(u"connect_device"_s), u"Connected to "_s + first.port() + u'.');
@@ -173,42 +166,33 @@ private slots:
     {
         Toolbox box;
         const QString path = box.folder.filePath(u"secret"_s);
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        file.write("secret\n");
-        file.flush();
-        for (const QString &port : {path, box.folder.path(), box.folder.filePath(u"missing"_s)}) {
-            QCOMPARE(box.call(u"connect_device"_s, {{u"port"_s, port}}),
-                     u"! Could not open "_s + port + u'.');
-        }
-        file.seek(0);
-        QCOMPARE(file.readAll(), QByteArray("secret\n"));
+        Korvane::put(path, "secret\n");
+        for (const QString &port : {path, box.folder.path(), box.folder.filePath(u"missing"_s)})
+            QCOMPARE(box.connectDevice(port), u"! Could not open "_s + port + u'.');
+        QCOMPARE(bytesOf(path), "secret\n");
         QVERIFY(!box.text().contains(u"secret\n"_s));
     }
 
-    void runsCode_data()
-    {
-        QTest::addColumn<QString>("code");
-        QTest::addColumn<QString>("answer");
-        const QString traceback = u"Traceback (most recent call last):\n"
-                                  "  File \"<stdin>\", line %1, in <module>\n%2\n"_s;
-        QTest::newRow("prints") << u"print('ä')\nprint(1)"_s << u"ä\n1\n"_s;
-        QTest::newRow("says nothing") << u"x = 1"_s << u"(no output)"_s;
-        QTest::newRow("raises") << u"1/0"_s
-                                << u"The code raised:\n"_s
-                + traceback.arg(u"1"_s, u"ZeroDivisionError: divide by zero"_s);
-        QTest::newRow("prints and raises")
-            << u"print('a')\nraise ValueError('b')"_s
-            << u"Output before the failure:\na\n\nThen it raised:\n"_s
-                + traceback.arg(u"2"_s, u"ValueError: b"_s);
-        QTest::newRow("absent") << u""_s << u"! Missing required argument “code”."_s;
-    }
     void runsCode()
     {
-        QFETCH(const QString, code);
-        QFETCH(const QString, answer);
         const auto box = connected();
-        QCOMPARE(box->call(u"run_code"_s, {{u"code"_s, code}}), answer);
+        const QString traceback = u"Traceback (most recent call last):\n"
+                                  "  File \"<stdin>\", line %1, in <module>\n%2\n"_s;
+        QCOMPARE(box->runCode(u"print('ä')\nprint(1)"_s), u"ä\n1\n"_s);
+        QCOMPARE(box->runCode(u"left = 1"_s), u"(no output)"_s);
+        QCOMPARE(box->runCode(u"1/0"_s),
+                 u"The code raised:\n"_s
+                     + traceback.arg(u"1"_s, u"ZeroDivisionError: divide by zero"_s));
+        QCOMPARE(box->runCode(u"print('a')\nraise ValueError('b')"_s),
+                 u"Output before the failure:\na\n\nThen it raised:\n"_s
+                     + traceback.arg(u"2"_s, u"ValueError: b"_s));
+        QCOMPARE(box->runCode({}), u"! Missing required argument “code”."_s);
+        const QString status = box->call(u"device_status"_s);
+        QVERIFY2(QRegularExpression(u"\nMicroPython: \\S.* — \\S.*$"_s).match(status).hasMatch(),
+                 qPrintable(status));
+        QCOMPARE(box->call(u"soft_reset"_s),
+                 u"Soft reset sent. boot.py and main.py have run again."_s);
+        QCOMPARE(box->runCode(u"print('left' in globals())"_s), u"False\n"_s);
     }
 
     void givesUpWhenTheTimeIsUp()
@@ -229,93 +213,62 @@ private slots:
     {
         const auto box = connected();
         const QString odd = u"/it's \\ odd.py"_s;
-        const auto on = [](const QString &path) { return Arguments{{u"path"_s, path}}; };
-        const auto write = [&](const QString &path, const QString &content) {
-            return box->call(u"write_device_file"_s, {{u"path"_s, path}, {u"content"_s, content}});
+        const auto failsWith = [](const QString &answer, const QString &start) {
+            QVERIFY2(answer.startsWith(u"! "_s + start), qPrintable(answer));
         };
         QCOMPARE(box->call(u"list_device_files"_s), u"/ is empty."_s);
-        QCOMPARE(write(u"/a.txt"_s, u"ä\r\n"_s), u"Wrote 4 bytes to /a.txt."_s);
-        QCOMPARE(write(u"/empty"_s, u""_s), u"Wrote 0 bytes to /empty."_s);
-        QCOMPARE(write(odd, u"print(6 * 7)"_s), u"Wrote 12 bytes to "_s + odd + u'.');
-        const QString unwritten = write(u"/none/a"_s, u"x"_s);
-        QVERIFY2(unwritten.startsWith(u"! Device write failed: "_s), qPrintable(unwritten));
-        box->call(u"run_code"_s,
-                  {{u"code"_s,
-                    u"import os\nos.mkdir('/lib')\n"
-                    "f = open('/lib/bin', 'wb')\nf.write(b'\\xff')\nf.close()"_s}});
+        QCOMPARE(box->put(u"/a.txt"_s, u"ä\r\n"_s), u"Wrote 4 bytes to /a.txt."_s);
+        QCOMPARE(box->put(u"/empty"_s, u""_s), u"Wrote 0 bytes to /empty."_s);
+        QCOMPARE(box->put(odd, u"print(6 * 7)"_s), u"Wrote 12 bytes to "_s + odd + u'.');
+        failsWith(box->put(u"/none/a"_s, u"x"_s), u"Device write failed: "_s);
+        box->runCode(u"import os\nos.mkdir('/lib')\nf = open('/lib/bin', 'wb')\n"
+                     "f.write(b'\\xff')\nf.close()"_s);
         QCOMPARE(box->call(u"list_device_files"_s),
                  u"/:\n/lib/\n/a.txt  4 bytes\n/empty  0 bytes\n"_s + odd + u"  12 bytes"_s);
-        QCOMPARE(box->call(u"list_device_files"_s, on(u"/lib"_s)), u"/lib:\n/lib/bin  1 bytes"_s);
+        QCOMPARE(box->list(u"/lib"_s), u"/lib:\n/lib/bin  1 bytes"_s);
         for (const auto &path : {u"/a.txt"_s, u"/nope"_s})
-            QCOMPARE(box->call(u"list_device_files"_s, on(path)),
-                     u"! "_s + path + u" is not a directory on the device."_s);
-        QCOMPARE(box->call(u"read_device_file"_s, on(u"/a.txt"_s)), u"ä\r\n"_s);
-        QCOMPARE(box->call(u"read_device_file"_s, on(u"/lib/bin"_s)),
+            QCOMPARE(box->list(path), u"! "_s + path + u" is not a directory on the device."_s);
+        QCOMPARE(box->read(u"/a.txt"_s), u"ä\r\n"_s);
+        QCOMPARE(box->read(u"/lib/bin"_s),
                  u"/lib/bin is 1 bytes of binary data (not valid UTF-8)."_s);
-        const QString unread = box->call(u"read_device_file"_s, on(u"/nope"_s));
-        QVERIFY2(unread.startsWith(u"! Cannot read /nope: "_s), qPrintable(unread));
+        failsWith(box->read(u"/nope"_s), u"Cannot read /nope: "_s);
         QCOMPARE(box->call(u"run_file"_s, on(odd)), u"42\n"_s);
-
-        const QString kept = box->call(u"delete_device_file"_s, on(u"/lib"_s));
-        QVERIFY2(kept.startsWith(u"! Delete failed: "_s), qPrintable(kept));
-        QCOMPARE(box->call(u"delete_device_file"_s, on(odd)), u"Deleted "_s + odd + u'.');
-        QCOMPARE(box->call(u"delete_device_file"_s, on(odd)),
-                 u"! "_s + odd + u" is not on the device."_s);
+        failsWith(box->remove(u"/lib"_s), u"Delete failed: "_s);
+        QCOMPARE(box->remove(odd), u"Deleted "_s + odd + u'.');
+        QCOMPARE(box->remove(odd), u"! "_s + odd + u" is not on the device."_s);
         QVERIFY(box->questions.asked.isEmpty());
-    }
-
-    void tellsTheVersionAndResets()
-    {
-        const auto box = connected();
-        const QString status = box->call(u"device_status"_s);
-        QVERIFY2(QRegularExpression(u"\nMicroPython: \\S.* — \\S.*$"_s).match(status).hasMatch(),
-                 qPrintable(status));
-        box->call(u"run_code"_s, {{u"code"_s, u"left = 1"_s}});
-        QCOMPARE(box->call(u"soft_reset"_s),
-                 u"Soft reset sent. boot.py and main.py have run again."_s);
-        QCOMPARE(box->call(u"run_code"_s, {{u"code"_s, u"print('left' in globals())"_s}}),
-                 u"False\n"_s);
     }
 
     void asksBeforeItChangesTheBoard()
     {
         const auto box = connected();
-        const QString port = m_board.port();
-        const auto write = [&](const QString &content) {
-            return box->call(u"write_device_file"_s,
-                             {{u"path"_s, u"/a"_s}, {u"content"_s, content}});
-        };
-        const auto remove = [&](const QString &path) {
-            return box->call(u"delete_device_file"_s, {{u"path"_s, path}});
-        };
+        const QString board = u" on "_s + m_board.port() + u". | "_s;
+        const auto answerWith = [&](bool yes) { box->questions.confirmation.confirmed = yes; };
         box->settings.setFlag(Settings::autoApproveWrites, false);
-        box->questions.confirmation.confirmed = false;
-        QCOMPARE(write(u"ä"_s), u"! The user declined the write to /a."_s);
-        QCOMPARE(box->questions.takeAsked(),
-                 u"Let Claude write “/a”? | 2 bytes, creating a new file on "_s + port
-                     + u". | Write"_s);
-        box->questions.confirmation.confirmed = true;
-        QCOMPARE(write(u"ä"_s), u"Wrote 2 bytes to /a."_s);
-        box->questions.asked.clear();
-        QCOMPARE(write(u"xyz"_s), u"Wrote 3 bytes to /a."_s);
-        QCOMPARE(box->questions.takeAsked(),
-                 u"Let Claude write “/a”? | 3 bytes, replacing the file already at /a on "_s + port
-                     + u". | Replace"_s);
+        answerWith(false);
+        QCOMPARE(box->put(u"/a"_s, u"ä"_s), u"! The user declined the write to /a."_s);
+        answerWith(true);
+        QCOMPARE(box->put(u"/a"_s, u"xyz"_s), u"Wrote 3 bytes to /a."_s);
+        QCOMPARE(box->put(u"/a"_s, u"ä"_s), u"Wrote 2 bytes to /a."_s);
+        QCOMPARE(
+            box->questions.takeAsked(),
+            u"Let Claude write “/a”? | 2 bytes, creating a new file"_s + board
+                + u"Write\nLet Claude write “/a”? | 3 bytes, creating a new file"_s + board
+                + u"Write\nLet Claude write “/a”? | 2 bytes, replacing the file already at /a"_s
+                + board + u"Replace"_s);
 
-        box->call(u"run_code"_s, {{u"code"_s, u"import os\nos.mkdir('/d')"_s}});
-        QCOMPARE(remove(u"/d"_s), u"Deleted /d."_s);
+        box->runCode(u"import os\nos.mkdir('/d')"_s);
+        QCOMPARE(box->remove(u"/d"_s), u"Deleted /d."_s);
+        answerWith(false);
+        QCOMPARE(box->remove(u"/a"_s), u"! The user declined deleting /a."_s);
         QCOMPARE(box->questions.takeAsked(),
-                 u"Let Claude delete “/d”? | Removes the directory from "_s + port
-                     + u". It must be empty. | Delete"_s);
-        box->questions.confirmation.confirmed = false;
-        QCOMPARE(remove(u"/a"_s), u"! The user declined deleting /a."_s);
-        QCOMPARE(box->questions.takeAsked(),
-                 u"Let Claude delete “/a”? | Removes 3 bytes from "_s + port
-                     + u". This cannot be undone. | Delete"_s);
-        QCOMPARE(box->call(u"read_device_file"_s, {{u"path"_s, u"/a"_s}}), u"xyz"_s);
+                 u"Let Claude delete “/d”? | Removes the directory from %1. It must be empty."
+                 " | Delete\nLet Claude delete “/a”? | Removes 2 bytes from %1."
+                 " This cannot be undone. | Delete"_s.arg(m_board.port()));
+        QCOMPARE(box->read(u"/a"_s), u"ä"_s);
 
         box->settings.setFlag(Settings::autoApproveWrites, true); // heard at once
-        QCOMPARE(remove(u"/a"_s), u"Deleted /a."_s);
+        QCOMPARE(box->remove(u"/a"_s), u"Deleted /a."_s);
         QCOMPARE(box->questions.takeAsked(), QString());
     }
 
@@ -329,15 +282,12 @@ private slots:
             box.state->link().connectDevice(board.port());
             board.forget();
         };
-        const QString answer = u"! Nothing was changed: the board was connected anew while the "
-                               "question was open."_s;
-        QCOMPARE(box.call(u"write_device_file"_s, {{u"path"_s, u"/a"_s}, {u"content"_s, u"x"_s}}),
-                 answer);
+        QCOMPARE(box.put(u"/a"_s, u"x"_s),
+                 u"! Nothing was changed: the board was connected anew while the question was "
+                 "open."_s);
         QVERIFY2(!board.transcript().contains(u"wb"_s), qPrintable(board.transcript()));
-
         box.questions.meanwhile = [&] { box.state->link().disconnectDevice(); };
-        QCOMPARE(box.call(u"write_device_file"_s, {{u"path"_s, u"/a"_s}, {u"content"_s, u"x"_s}}),
-                 u"! Device write failed: Not connected"_s);
+        QCOMPARE(box.put(u"/a"_s, u"x"_s), u"! Device write failed: Not connected"_s);
     }
 
     void hearsOfABoardThatVanishes()
@@ -346,26 +296,24 @@ private slots:
             ScriptedBoard board;
             Toolbox box;
             box.connectTo(board);
-            auto call = box.begin(tool, {{u"path"_s, u"/"_s}});
+            auto call = box.begin(tool, on(u"/"_s));
             box.state->link().disconnectDevice();
             board.vanish();
-            QCOMPARE(Toolbox::told(awaited(std::move(call))),
-                     u"! No device connected. Use connect_device first."_s);
+            QCOMPARE(Toolbox::told(awaited(std::move(call))), noBoard);
         }
     }
 
     void leavesARunningProgramAlone()
     {
         const auto box = connected();
-        box->call(u"run_code"_s, {{u"code"_s, u"import os\nos.mkdir('/d')"_s}});
-        box->call(u"list_device_files"_s);
+        box->runCode(u"import os\nos.mkdir('/d')"_s);
+        box->list(u"/"_s);
         box->write(u"print('on')\nwhile True: pass"_s);
         box->run();
         QTRY_VERIFY(box->text().contains(u"on\n"_s));
         const QString busy = u"The device is running a program — stop it first"_s;
-        QCOMPARE(box->call(u"run_code"_s, {{u"code"_s, u"1"_s}}), u"! "_s + busy);
-        QCOMPARE(box->call(u"delete_device_file"_s, {{u"path"_s, u"/d"_s}}),
-                 u"! Delete failed: "_s + busy);
+        QCOMPARE(box->runCode(u"1"_s), u"! "_s + busy);
+        QCOMPARE(box->remove(u"/d"_s), u"! Delete failed: "_s + busy);
         box->state->stopRun();
         QTRY_VERIFY(box->isBoardIdle());
     }
