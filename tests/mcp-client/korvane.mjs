@@ -1,5 +1,6 @@
 // What the tests share: a program with settings of its own, a virtual board, and clients.
 import { spawn } from 'node:child_process';
+import { once } from 'node:events';
 import { mkdir, mkdtemp, rm, writeFile } from 'node:fs/promises';
 import net from 'node:net';
 import { tmpdir } from 'node:os';
@@ -11,84 +12,76 @@ import { fileURLToPath } from 'node:url';
 import { Client } from '@modelcontextprotocol/sdk/client/index.js';
 import { StreamableHTTPClientTransport } from '@modelcontextprotocol/sdk/client/streamableHttp.js';
 
-const root = fileURLToPath(new URL('../..', import.meta.url));
+const virtualBoard = fileURLToPath(new URL('../../scripts/virtual-board', import.meta.url));
 const token = '00112233445566778899aabbccddeeff';
-const deadlineMs = 60_000;
 
 async function freePort() {
     const server = net.createServer().listen(0, '127.0.0.1');
-    await new Promise(resolve => server.once('listening', resolve));
+    await once(server, 'listening');
     const { port } = server.address();
-    await new Promise(resolve => server.close(resolve));
+    server.close();
+    await once(server, 'close');
     return port;
 }
 
-function ended(child) {
-    if (child.exitCode !== null || child.signalCode !== null)
-        return Promise.resolve();
-    return new Promise(resolve => child.once('exit', resolve));
+/** Asks until there is an answer. */
+async function eventually(ask) {
+    for (const start = Date.now(); Date.now() - start < 60_000; await sleep(20)) {
+        const answer = await ask();
+        if (answer)
+            return answer;
+    }
+    throw new Error(`waited in vain: ${ask}`);
 }
+
+const linesOf = child => readline.createInterface(child.stdout)[Symbol.asyncIterator]();
 
 /** The running program, with a virtual board in its list of ports. */
 export class Korvane {
     #folder;
-    #board;
+    #children = [];
     #program;
     #lines;
     #clients = [];
 
     /** `settings` are added to those that start the server. */
-    static async start(program, settings = {}) {
-        const korvane = new Korvane();
-        try {
-            await korvane.#start(program, settings);
-        } catch (error) {
-            await korvane.stop();
-            throw error;
-        }
-        return korvane;
-    }
-
-    async #start(program, settings) {
+    async start(program, settings = {}) {
         this.#folder = await mkdtemp(path.join(tmpdir(), 'korvane-mcp-'));
-        this.#board = spawn(path.join(root, 'scripts/virtual-board'), [],
-                            { stdio: ['ignore', 'pipe', 'inherit'] });
-        const boardLines = readline.createInterface(this.#board.stdout)[Symbol.asyncIterator]();
-        this.serialPort = (await boardLines.next()).value;
-
+        this.serialPort = (await linesOf(this.#spawn(virtualBoard)).next()).value;
         const port = await freePort();
         this.url = `http://127.0.0.1:${port}/mcp`;
         const all = { MCPServerEnabled: true, MCPServerPort: port, MCPServerToken: token, ...settings };
-        const folder = path.join(this.#folder, 'config/korvane');
-        await mkdir(folder, { recursive: true });
-        await writeFile(path.join(folder, 'settings.ini'),
+        await mkdir(path.join(this.#folder, 'korvane'));
+        await writeFile(path.join(this.#folder, 'korvane/settings.ini'),
                         '[General]\n' + Object.entries(all).map(pair => pair.join('=') + '\n').join(''));
-        this.#program = spawn(program, [], {
-            stdio: ['pipe', 'pipe', 'inherit'],
-            env: {
-                ...process.env,
-                QT_QPA_PLATFORM: 'offscreen',
-                HOME: this.#folder,
-                XDG_CONFIG_HOME: path.join(this.#folder, 'config'),
-                KORVANE_EXTRA_PORTS: this.serialPort,
-            },
+        this.#program = this.#spawn(program, {
+            QT_QPA_PLATFORM: 'offscreen',
+            HOME: this.#folder,
+            XDG_CONFIG_HOME: this.#folder,
+            KORVANE_EXTRA_PORTS: this.serialPort,
         });
-        this.#lines = readline.createInterface(this.#program.stdout)[Symbol.asyncIterator]();
-        const start = Date.now();
-        while (!await fetch(this.url).then(() => true, () => false)) {
-            if (Date.now() - start > deadlineMs || this.#program.exitCode !== null)
-                throw new Error(`nothing listens on ${this.url}`);
-            await sleep(50);
-        }
+        this.#lines = linesOf(this.#program);
+        await eventually(() => fetch(this.url).catch(() => null));
+        return this.client();
     }
 
-    async stop() {
+    #spawn(program, environment) {
+        const child = spawn(program, { stdio: ['pipe', 'pipe', 'inherit'],
+                                       env: { ...process.env, ...environment } });
+        this.#children.push(child);
+        return child;
+    }
+
+    /** Yields the exit code of a program that ends with its input, as the remote control does. */
+    async stop({ kill = true } = {}) {
         await Promise.all(this.#clients.map(client => client.close()));
+        const [board] = this.#children;
         this.#program?.stdin.end();
-        if (this.#program?.spawnfile.endsWith('korvane'))
-            this.#program.kill();
-        this.#board?.kill();
-        await Promise.all([this.#program, this.#board].filter(Boolean).map(ended));
+        if (kill)
+            this.#program?.kill();
+        board?.kill();
+        await eventually(() => this.#children.every(
+            child => child.exitCode !== null || child.signalCode !== null));
         await rm(this.#folder, { recursive: true, force: true });
         return this.#program?.exitCode;
     }
@@ -101,29 +94,17 @@ export class Korvane {
         return client;
     }
 
-    /** The open questions. Only of the program with a remote control; so is the next. */
-    async questions() {
-        return JSON.parse(await this.#ask('questions'));
-    }
-
-    async click(button) {
-        return await this.#ask(`click ${button}`) === 'clicked';
+    /** What the open question says, or null. Only of the program with a remote control. */
+    async question() {
+        return JSON.parse(await this.#ask('question'));
     }
 
     /** Waits for a question and answers it; yields what it says. */
     async answer(button) {
-        const start = Date.now();
-        for (;;) {
-            const [question] = await this.questions();
-            if (question) {
-                if (!await this.click(button))
-                    throw new Error(`${JSON.stringify(question)} has no button ${button}`);
-                return question;
-            }
-            if (Date.now() - start > deadlineMs)
-                throw new Error('no question was asked');
-            await sleep(20);
-        }
+        const question = await eventually(() => this.question());
+        if (await this.#ask(button) !== 'clicked')
+            throw new Error(`${JSON.stringify(question)} has no button ${button}`);
+        return question;
     }
 
     async #ask(line) {

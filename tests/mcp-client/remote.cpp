@@ -1,5 +1,6 @@
-// The program, with a remote control for its dialogs: commands come on standard input, one a line,
-// and each is answered by one line. It ends with its input.
+// The program, with a remote control for its dialogs: each line on standard input is answered by
+// one. "question" asks what the open question says; anything else is the button to click in it. It
+// ends with its input.
 #include "ui/KorvaneApp.h"
 
 #include <QApplication>
@@ -13,58 +14,31 @@
 #include <cstdio>
 #include <unistd.h>
 
-namespace {
-
-QList<QMessageBox *> openQuestions()
+static QByteArray answer(const QByteArray &command)
 {
-    QList<QMessageBox *> boxes;
-    for (QWidget *widget : QApplication::topLevelWidgets()) {
-        auto *box = qobject_cast<QMessageBox *>(widget);
-        if (box && box->isVisible())
-            boxes << box;
+    const QWidgetList widgets = QApplication::topLevelWidgets();
+    QMessageBox *box = nullptr;
+    for (QWidget *widget : widgets) {
+        if (widget->isVisible() && !box)
+            box = qobject_cast<QMessageBox *>(widget);
     }
-    return boxes;
-}
-
-QByteArray describeQuestions()
-{
-    QJsonArray questions;
-    for (QMessageBox *box : openQuestions()) {
-        QStringList buttons;
-        for (const QAbstractButton *button : box->buttons())
-            buttons << button->text();
-        buttons.sort();
-        questions << QJsonObject{{QStringLiteral("title"), box->text()},
-                                 {QStringLiteral("message"), box->informativeText()},
-                                 {QStringLiteral("buttons"), QJsonArray::fromStringList(buttons)},
-                                 {QStringLiteral("default"), box->defaultButton()->text()}};
-    }
-    return QJsonDocument(questions).toJson(QJsonDocument::Compact);
-}
-
-QByteArray click(const QString &text)
-{
-    for (QMessageBox *box : openQuestions()) {
-        for (QAbstractButton *button : box->buttons()) {
-            if (button->text() == text) {
-                button->click();
-                return "clicked";
-            }
+    if (!box)
+        return "null";
+    QStringList titles;
+    for (QAbstractButton *button : box->buttons()) {
+        titles << button->text();
+        if (button->text() == QString::fromUtf8(command)) {
+            button->click();
+            return "clicked";
         }
     }
-    return "nothing to click";
+    titles.sort();
+    const QJsonObject question{{QStringLiteral("title"), box->text()},
+                               {QStringLiteral("message"), box->informativeText()},
+                               {QStringLiteral("buttons"), QJsonArray::fromStringList(titles)},
+                               {QStringLiteral("default"), box->defaultButton()->text()}};
+    return QJsonDocument(question).toJson(QJsonDocument::Compact);
 }
-
-QByteArray answer(const QByteArray &command)
-{
-    if (command == "questions")
-        return describeQuestions();
-    if (command.startsWith("click "))
-        return click(QString::fromUtf8(command.sliced(6)));
-    return "unknown command";
-}
-
-} // namespace
 
 int main(int argc, char **argv)
 {
