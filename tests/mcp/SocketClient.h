@@ -1,7 +1,11 @@
 #pragma once
 
 #include <QByteArray>
-#include <QList>
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
 
 namespace Korvane {
 
@@ -10,39 +14,98 @@ namespace Korvane {
 class SocketClient final
 {
 public:
-    SocketClient();
-    /// \p receiveBufferBytes: a small one fills soon when nothing is read.
-    explicit SocketClient(quint16 port, int receiveBufferBytes = 0,
-                          const char *address = "127.0.0.1");
-    ~SocketClient();
+    SocketClient()
+    {
+        const timeval patience{30, 0};
+        ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+        ::setsockopt(m_socket, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    }
+    explicit SocketClient(quint16 port)
+        : SocketClient()
+    {
+        connectTo(port);
+    }
+    ~SocketClient() { ::close(m_socket); }
     SocketClient(const SocketClient &) = delete;
     SocketClient &operator=(const SocketClient &) = delete;
 
-    void connectTo(quint16 port, const char *address = "127.0.0.1");
-    [[nodiscard]] bool isConnected() const { return m_isConnected; }
+    /// To be called before connecting; a small one fills soon when nothing is read.
+    void setReceiveBuffer(int bytes)
+    {
+        ::setsockopt(m_socket, SOL_SOCKET, SO_RCVBUF, &bytes, sizeof bytes);
+    }
+    bool connectTo(quint16 port, const char *address = "127.0.0.1")
+    {
+        sockaddr_in target = {};
+        target.sin_family = AF_INET;
+        target.sin_port = htons(port);
+        inet_pton(AF_INET, address, &target.sin_addr);
+        return ::connect(m_socket, reinterpret_cast<sockaddr *>(&target), sizeof target) == 0;
+    }
     /// False when the server has closed.
-    bool send(const QByteArray &bytes);
-    void closeSending();
+    bool send(const QByteArray &bytes)
+    {
+        for (qsizetype sent = 0; sent < bytes.size();) {
+            const auto left = size_t(bytes.size() - sent);
+            const auto count = ::send(m_socket, bytes.constData() + sent, left, MSG_NOSIGNAL);
+            if (count <= 0)
+                return false;
+            sent += count;
+        }
+        return true;
+    }
+    void closeSending() { ::shutdown(m_socket, SHUT_WR); }
 
     /// One whole response, head and body, as it came; empty when the connection ended before.
-    QByteArray response();
+    QByteArray response()
+    {
+        do {
+            const auto headEnd = m_received.indexOf("\r\n\r\n");
+            if (headEnd < 0)
+                continue;
+            const auto start = m_received.indexOf("Content-Length: ") + 16;
+            const auto length = m_received.mid(start, m_received.indexOf("\r\n", start) - start);
+            const auto end = headEnd + 4 + length.toLongLong();
+            if (m_received.size() >= end) {
+                const QByteArray response = m_received.first(end);
+                m_received.remove(0, end);
+                return response;
+            }
+        } while (receiveMore());
+        return {};
+    }
     /// Only the body of that.
-    QByteArray responseBody();
+    QByteArray body()
+    {
+        const QByteArray whole = response();
+        return whole.mid(whole.indexOf("\r\n\r\n") + 4);
+    }
     /// Everything up to the end of the stream.
-    QByteArray rest();
+    QByteArray rest()
+    {
+        while (receiveMore()) { }
+        return std::exchange(m_received, {});
+    }
 
 private:
-    bool receiveMore();
+    bool receiveMore()
+    {
+        char buffer[64 * 1024];
+        const auto count = ::recv(m_socket, buffer, sizeof buffer, 0);
+        if (count > 0)
+            m_received.append(buffer, count);
+        return count > 0;
+    }
 
-    int m_socket;
-    bool m_isConnected = false;
+    const int m_socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     QByteArray m_received;
 };
 
 /// A request with what most tests do not care about.
-[[nodiscard]] QByteArray post(const QByteArray &body, const QByteArray &headers = {});
-
-/// This process's descriptors; the one that the list was read through may be among them.
-[[nodiscard]] QList<int> openDescriptors();
+inline QByteArray post(const QByteArray &body, const QByteArray &headers = {})
+{
+    return "POST /mcp HTTP/1.1\r\n" + headers + "Content-Length: " + QByteArray::number(body.size())
+        + "\r\n\r\n" + body;
+}
 
 } // namespace Korvane

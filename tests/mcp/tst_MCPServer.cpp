@@ -69,30 +69,18 @@ void runUntil(const std::function<bool()> &isSo)
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
-/// Threads that do the same over and over until this goes.
-class Crowd
+/// Threads that do the same over and over until these go.
+std::vector<std::jthread> crowd(const std::function<void()> &act)
 {
-public:
-    Crowd(int size, const std::function<void()> &act)
-    {
-        for (int i = 0; i < size; ++i) {
-            m_threads.emplace_back([this, act] {
-                while (!m_isOver)
-                    act();
-            });
-        }
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([act](const std::stop_token &stop) {
+            while (!stop.stop_requested())
+                act();
+        });
     }
-    ~Crowd()
-    {
-        m_isOver = true;
-        for (std::thread &thread : m_threads)
-            thread.join();
-    }
-
-private:
-    std::atomic<bool> m_isOver = false;
-    std::vector<std::thread> m_threads;
-};
+    return threads;
+}
 
 /// Runs \p work on a thread and the event loop here until that is done. Yields for how many
 /// milliseconds the loop kept a timer waiting, at the worst.
@@ -204,7 +192,7 @@ private slots:
         served.server->start();
         SocketClient before(served.server->port());
         QVERIFY(isServed(before));
-        for (const int descriptor : openDescriptors()) {
+        for (int descriptor = 3; descriptor < 100; ++descriptor) {
             int isListening = 0;
             socklen_t length = sizeof isListening;
             ::getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &isListening, &length);
@@ -257,7 +245,7 @@ private slots:
             Served served;
             served.server->start();
             const QByteArray bytes = flood.repeated(std::max(qsizetype(1), 100'000 / flood.size()));
-            const Crowd vandals(4, [&] { SocketClient(served.server->port()).send(bytes); });
+            const auto vandals = crowd([&] { SocketClient(served.server->port()).send(bytes); });
             SocketClient client(served.server->port());
             int answered = 0;
             const qint64 stall = worstStall([&] { answered = answeredPings(client, 20); });
@@ -269,23 +257,25 @@ private slots:
     void closesAllWhenItStopsOrGoesWhileACallWaits()
     {
         Served served;
-        const QByteArray call = asked(R"({"id":1,"method":"tools/call","params":{"name":"wait"}})");
-        served.server->start();
-        SocketClient first(served.server->port());
-        first.send(call);
-        QTRY_COMPARE(served.tools->waiting.size(), size_t(1));
+        const auto beginCall = [&](SocketClient &client) {
+            const auto before = served.tools->waiting.size();
+            served.server->start();
+            client.connectTo(served.server->port());
+            client.send(asked(R"({"id":1,"method":"tools/call","params":{"name":"wait"}})"));
+            QTRY_COMPARE(served.tools->waiting.size(), before + 1);
+        };
+        SocketClient first;
+        beginCall(first);
         served.server->stop();
         QCOMPARE(first.rest(), QByteArray());
         served.tools->deliver(u"too late"_s);
 
-        served.server->start();
-        SocketClient second(served.server->port());
-        second.send(call);
-        QTRY_COMPARE(served.tools->waiting.size(), size_t(2));
-        served.shell.clear();
+        SocketClient second;
+        beginCall(second);
+        const auto lines = served.shell.lines();
         served.server.reset();
         QCOMPARE(second.rest(), QByteArray());
-        QCOMPARE(served.shell.lines(), QStringList());
+        QCOMPARE(served.shell.lines(), lines);
     }
 
     void startsAndStopsUnderLoad()
@@ -293,10 +283,9 @@ private slots:
         Served served;
         std::atomic<int> answered = 0;
         {
-            const Crowd clients(4, [&] {
+            const auto clients = crowd([&] {
                 SocketClient client(served.server->port());
-                while (client.isConnected() && client.send(ping.repeated(3))
-                       && !client.response().isEmpty())
+                while (client.send(ping.repeated(3)) && !client.response().isEmpty())
                     ++answered;
             });
             for (int round = 0; round < 100; ++round) {
@@ -309,7 +298,7 @@ private slots:
             }
         }
         QCOMPARE(served.flags, u"+-"_s.repeated(100));
-        QVERIFY(!SocketClient(served.server->port()).isConnected());
+        QVERIFY(!SocketClient().connectTo(served.server->port()));
     }
 };
 

@@ -46,19 +46,6 @@ private slots:
         QCOMPARE(take(lot), "c");
         QCOMPARE(take(lot), "nothing");
     }
-
-    void answersByItselfOnceClosed()
-    {
-        RequestHandover lot;
-        put(lot, "a");
-        lot.close();
-        QCOMPARE(take(lot), "nothing");
-        put(lot, "b");
-        std::vector<HTTPReplyBox::Entry> entries;
-        QVERIFY(m_replies->take(entries));
-        QCOMPARE(entries.size(), size_t(1));
-        QCOMPARE(entries[0].response.status, 404);
-    }
 };
 
 QTEST_GUILESS_MAIN(tst_RequestHandover)
