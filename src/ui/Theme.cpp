@@ -17,7 +17,6 @@ Theme::Colors Theme::lightColors()
         QColor(0xa3, 0x50, 0x00), // Orange
         QColor(0x7a, 0x5d, 0x00), // Yellow
         QColor(0x67, 0x68, 0x70), // Gray
-        QColor(0x69, 0x6a, 0x73), // Placeholder
         QColor(0xd3, 0xd4, 0xda), // Separator
         QColor(0xff, 0xff, 0xff), // TextBackground
         QColor(0xf3, 0xf3, 0xf6), // WindowBackground
@@ -43,7 +42,6 @@ Theme::Colors Theme::darkColors()
         QColor(0xf2, 0xa3, 0x52), // Orange
         QColor(0xe8, 0xc7, 0x55), // Yellow
         QColor(0xa0, 0xa2, 0xab), // Gray
-        QColor(0xa8, 0xaa, 0xb5), // Placeholder
         QColor(0x3c, 0x3e, 0x46), // Separator
         QColor(0x1b, 0x1c, 0x20), // TextBackground
         QColor(0x26, 0x27, 0x2c), // WindowBackground
@@ -76,7 +74,8 @@ Theme::Theme(bool isDark, const Colors &colors)
         {QPalette::HighlightedText, color(Role::SelectedText)},
         {QPalette::ToolTipBase, button},
         {QPalette::ToolTipText, color(Role::Label)},
-        {QPalette::PlaceholderText, color(Role::Placeholder)},
+        // The toolkit's only role for a fainter text: captions and states are shown in it, too.
+        {QPalette::PlaceholderText, color(Role::SecondaryLabel)},
         {QPalette::Link, color(Role::Accent)},
         {QPalette::LinkVisited, color(Role::Accent)},
         {QPalette::Light, isDark ? button.lighter(130) : QColor(Qt::white)},

@@ -26,7 +26,6 @@ public:
         Orange,
         Yellow,
         Gray,
-        Placeholder,
         // From here on no text colours
         Separator,
         TextBackground,

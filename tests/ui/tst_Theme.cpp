@@ -1,4 +1,5 @@
 #include "Desk.h"
+#include "editor/EditorColours.h"
 #include "ui/Icons.h"
 #include "ui/Theme.h"
 
@@ -28,6 +29,16 @@ double contrast(const QColor &a, const QColor &b)
     const double light = std::max(luminance(a), luminance(b));
     const double dark = std::min(luminance(a), luminance(b));
     return (light + 0.05) / (dark + 0.05);
+}
+
+QColor over(const QColor &upper, const QColor &lower)
+{
+    const auto mixed = [&](float a, float b) {
+        return a * upper.alphaF() + b * (1 - upper.alphaF());
+    };
+    return QColor::fromRgbF(mixed(upper.redF(), lower.redF()),
+                            mixed(upper.greenF(), lower.greenF()),
+                            mixed(upper.blueF(), lower.blueF()));
 }
 
 } // namespace
@@ -62,11 +73,12 @@ private slots:
         for (const Role background :
              {Role::Hover, Role::Pressed, Role::AccentTint, Role::YellowTint})
             check(u"label of a button"_s, theme.color(Role::Label), theme.color(background));
-        for (const Role text : {Role::Yellow, Role::SecondaryLabel, Role::Placeholder})
+        for (const Role text : {Role::Yellow, Role::SecondaryLabel})
             check(u"debug bar"_s, theme.color(text), theme.color(Role::YellowTint));
         check(u"selection"_s, theme.color(Role::SelectedText), theme.color(Role::Selection));
 
         const QPalette &palette = theme.palette();
+        QCOMPARE(palette.color(QPalette::PlaceholderText), theme.color(Role::SecondaryLabel));
         using Pair = std::pair<QPalette::ColorRole, QPalette::ColorRole>;
         const QList<Pair> pairs{
             {QPalette::WindowText, QPalette::Window},
@@ -83,6 +95,33 @@ private slots:
                 check(u"palette %1 on %2"_s.arg(text).arg(background), palette.color(group, text),
                       palette.color(group, background));
         }
+    }
+
+    void codeCanBeReadAndToldApart_data() { everyTextCanBeRead_data(); }
+    void codeCanBeReadAndToldApart()
+    {
+        QFETCH(const Theme *, tested);
+        using Code = EditorColours::Role;
+        const QPalette &palette = tested->palette();
+        const EditorColours &colours = EditorColours::of(palette);
+        const QColor window = palette.color(QPalette::Window);
+        for (int role = 0; role < static_cast<int>(Code::Separator); ++role) {
+            const QColor color = colours.color(static_cast<Code>(role));
+            QVERIFY2(contrast(color, palette.color(QPalette::Base)) >= 4.5,
+                     qPrintable(color.name()));
+            QVERIFY2(contrast(color, colours.color(Code::FoundText)) >= 3,
+                     qPrintable(color.name()));
+            for (int other = static_cast<int>(Code::SystemGray); other < role; ++other) {
+                const QColor rival = colours.color(static_cast<Code>(other));
+                const int distance = std::abs(color.red() - rival.red())
+                    + std::abs(color.green() - rival.green())
+                    + std::abs(color.blue() - rival.blue());
+                QVERIFY2(distance >= 60, qPrintable(color.name() + rival.name()));
+            }
+        }
+        QVERIFY(contrast(colours.color(Code::SecondaryLabel), window) >= 4.5);
+        QVERIFY(contrast(colours.color(Code::Label), over(colours.pausedBand(), window)) >= 4.5);
+        QVERIFY(contrast(colours.color(Code::SystemRed), window) >= 3); // a sign, not text
     }
 
     void followsThePaletteWhileItRuns()
