@@ -10,6 +10,7 @@
 #include <QPainter>
 #include <QScopedValueRollback>
 #include <QStyleOption>
+#include <QWheelEvent>
 
 #include <algorithm>
 
@@ -21,6 +22,7 @@ constexpr int stripHeight = 34;
 constexpr int gap = 4; // between two tabs
 constexpr int padding = 10;
 constexpr int symbolSize = 11;
+constexpr int nameSize = 12;
 constexpr int spacing = 6; // between icon, name and end
 constexpr int endSize = 16;
 constexpr int dotSize = 6;
@@ -64,7 +66,9 @@ EditorTabStrip::EditorTabStrip(AppState &state, QWidget *parent)
     setElideMode(Qt::ElideNone);
     setUsesScrollButtons(true);
     setFocusPolicy(Qt::TabFocus);
-    setFont(Theme::captionFont(font()));
+    QFont nameFont = font();
+    nameFont.setPixelSize(nameSize);
+    setFont(nameFont);
     connect(this, &QTabBar::currentChanged, this, [this](int index) {
         if (!m_isFollowing)
             m_state.documents().select(idAt(index));
@@ -164,6 +168,21 @@ void EditorTabStrip::mouseReleaseEvent(QMouseEvent *event)
     const int pressed = std::exchange(m_middlePressed, -1);
     if (pressed >= 0 && tabAt(event->position().toPoint()) == pressed)
         close(pressed);
+}
+
+void EditorTabStrip::wheelEvent(QWheelEvent *event)
+{
+    event->accept();
+    // The toolkit would choose another document with each notch; this moves what does not fit.
+    const QPoint turned = event->angleDelta();
+    m_turned += std::abs(turned.x()) > std::abs(turned.y()) ? turned.x() : turned.y();
+    for (; std::abs(m_turned) >= QWheelEvent::DefaultDeltasPerStep; m_turned -=
+         m_turned > 0 ? QWheelEvent::DefaultDeltasPerStep : -QWheelEvent::DefaultDeltasPerStep) {
+        auto *arrow = findChild<QToolButton *>(m_turned > 0 ? QStringLiteral("ScrollLeftButton")
+                                                            : QStringLiteral("ScrollRightButton"));
+        if (arrow && arrow->isVisible())
+            arrow->click();
+    }
 }
 
 QSize EditorTabStrip::tabSizeHint(int index) const

@@ -27,6 +27,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
     [[nodiscard]] QSize tabSizeHint(int index) const override;
     [[nodiscard]] QSize minimumTabSizeHint(int index) const override;
 
@@ -40,6 +41,7 @@ private:
     AppState &m_state;
     bool m_isFollowing = false;
     int m_middlePressed = -1;
+    int m_turned = 0; // of the wheel's notch that is not whole yet
 };
 
 } // namespace Korvane

@@ -10,6 +10,7 @@
 #include <QMimeData>
 #include <QPainter>
 #include <QToolButton>
+#include <QWheelEvent>
 
 using namespace Korvane;
 
@@ -71,6 +72,7 @@ private slots:
     void followsTheDocuments()
     {
         QCOMPARE(m_tabs->height(), 34);
+        QCOMPARE(m_tabs->fontInfo().pixelSize(), 12);
         QCOMPARE(shown(), QStringLiteral("[untitled.py]"));
         open(QStringLiteral("a.py b.py c.py"));
         QCOMPARE(shown(), QStringLiteral("a.py b.py [c.py]"));
@@ -182,6 +184,18 @@ private slots:
         QVERIFY(last.width() < 400 && m_tabs->rect().contains(last.center()));
         documents().select(documents().openFiles().constFirst().id);
         QVERIFY(m_tabs->rect().contains(m_tabs->tabRect(0).center()));
+        // The wheel moves the strip, and leaves the chosen document alone.
+        const auto turn = [this](int by) {
+            QWheelEvent wheel({20, 10}, m_tabs->mapToGlobal(QPointF(20, 10)), {}, {0, by}, {}, {},
+                              Qt::NoScrollPhase, false);
+            QCoreApplication::sendEvent(m_tabs, &wheel);
+        };
+        const QRect first = m_tabs->tabRect(0);
+        turn(-360);
+        QVERIFY(m_tabs->tabRect(0).right() < 0);
+        QCOMPARE(m_tabs->currentIndex(), 0);
+        turn(360);
+        QCOMPARE(m_tabs->tabRect(0), first);
     }
 
     void hasTheMenusOfTheProgram()
@@ -197,6 +211,9 @@ private slots:
         QCOMPARE(menu(2).join(u'|'),
                  QStringLiteral("Local Files|Device Files|-|Shell|Variables|-|"
                                 "Next File Ctrl+Tab|Previous File Ctrl+PgUp|Open Files"));
+        QCOMPARE(menu(3).join(u'|'),
+                 QStringLiteral("Debug on Device|Step|Continue|Stop Debugging|-|"
+                                "Clear Breakpoints in This File"));
         auto *editor = m_desk->find<CodeEditorView>("editor");
         editor->setFocus();
         QTest::keyClicks(editor, QStringLiteral("abc"));
