@@ -4,7 +4,9 @@
 #include "debugger/DebugSession.h"
 #include "device/DeviceLink.h"
 #include "ui/Divider.h"
+#include "ui/ElidedLabel.h"
 #include "ui/IconButton.h"
+#include "ui/PlainText.h"
 #include "ui/SymbolView.h"
 #include "ui/VariablesModel.h"
 
@@ -27,7 +29,7 @@ VariablesView::VariablesView(AppState &state, QWidget *parent)
     , m_model(new VariablesModel(this))
     , m_table(new QTableView)
     , m_body(new QStackedWidget)
-    , m_caption(new QLabel)
+    , m_caption(new ElidedLabel(Qt::ElideMiddle))
     , m_emptyHint(new QLabel)
 {
     setBackgroundRole(QPalette::Base);
@@ -161,7 +163,9 @@ void VariablesView::showVariables()
 
 void VariablesView::showSource()
 {
-    m_caption->setText(m_state.variablesCaption());
+    const QString caption = m_state.variablesCaption();
+    m_caption->setText(caption); // a port's path may be long
+    m_caption->setToolTip(PlainText::toolTip(caption));
     m_emptyHint->setText(m_state.link().connectionState().isConnected()
                              ? tr("Run code on the device to inspect its variables")
                              : tr("Run code to inspect variables"));

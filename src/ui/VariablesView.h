@@ -9,6 +9,7 @@ class QTableView;
 namespace Korvane {
 
 class AppState;
+class ElidedLabel;
 class VariablesModel;
 
 /// The Variables pane: the table, where its rows come from, and what to do when there are none.
@@ -35,7 +36,7 @@ private:
     QTableView *m_table;
     QStackedWidget *m_body;
     QWidget *m_emptyState;
-    QLabel *m_caption;
+    ElidedLabel *m_caption;
     QLabel *m_emptyHint;
     bool m_columnsFitted = false;
 };

@@ -1,6 +1,7 @@
 #include "Desk.h"
 #include "editor/CodeEditorView.h"
 #include "support/ScriptedBoard.h"
+#include "ui/ElidedLabel.h"
 
 #include <QAccessible>
 #include <QClipboard>
@@ -299,7 +300,7 @@ void tst_ContentView::connectsAndDisconnects()
              (QStringList{QStringLiteral("Connecting…/Connecting…"),
                           QStringLiteral("Connected/Disconnect")}));
     desk.click("Variables");
-    QCOMPARE(desk.find<QLabel>("variablesCaption")->text(), board.port());
+    QCOMPARE(desk.find<ElidedLabel>("variablesCaption")->text(), board.port());
     QCOMPARE(desk.find<QLabel>("variablesHint")->text(),
              QStringLiteral("Run code on the device to inspect its variables"));
     desk.click("Shell");

@@ -1,4 +1,6 @@
 #include "Desk.h"
+#include "support/ScriptedBoard.h"
+#include "ui/ElidedLabel.h"
 
 #include <QLabel>
 #include <QPlainTextEdit>
@@ -77,7 +79,21 @@ private slots:
         QCOMPARE(desk.rows(), QStringList{u"n|T|<b>one↵two</b>"_s});
         const QModelIndex cell = desk.table().model()->index(0, 2);
         QVERIFY(cell.data(Qt::ToolTipRole).toString().contains(value.toHtmlEscaped()));
-        QCOMPARE(desk.find<QLabel>("variablesCaption")->text(), u"stopped at line 12"_s);
+        const auto *caption = desk.find<ElidedLabel>("variablesCaption");
+        QCOMPARE(caption->text(), u"stopped at line 12"_s);
+        desk.state().debugSession().reset();
+        QCOMPARE(caption->text(), u"local Python"_s);
+
+        // A long path makes the window no wider.
+        ScriptedBoard board;
+        const QString port = desk.folder.filePath(QString(200, u'p'));
+        QVERIFY(QFile::link(board.port(), port));
+        const int leastWidth = desk.window().minimumSizeHint().width();
+        desk.state().link().connectDevice(port);
+        QTRY_COMPARE(caption->text(), port);
+        QCOMPARE(caption->toolTip(), port);
+        QCoreApplication::processEvents();
+        QCOMPARE(desk.window().minimumSizeHint().width(), leastWidth);
     }
 
     void keepsTheChosenRow()
