@@ -207,6 +207,27 @@ private slots:
         QCOMPARE(*awaited(m_bench->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
     }
 
+    void printsPlainly_data()
+    {
+        QTest::addColumn<QString>("source");
+        QTest::addColumn<QString>("printed");
+        QTest::newRow("no program at all")
+            << u"x = = 1"_s
+            << u"Traceback (most recent call last):\n  File \"<stdin>\", line 1\n"
+               "SyntaxError: invalid syntax\n>"_s;
+        QTest::newRow("a record mark of its own") << u"print('a\\x1eb')"_s << u"a\u001Eb\n>"_s;
+        QTest::newRow("bytes that are no text")
+            << u"import sys\nsys.stdout.buffer.write(b'ab\\xff')"_s << u"ab\uFFFD>"_s;
+        QTest::newRow("a megabyte") << u"for i in range(16384):\n    print('é' * 32)"_s
+                                    << (QString(32, u'é') + u'\n').repeated(16384) + u'>';
+    }
+
+    void printsPlainly()
+    {
+        QFETCH(QString, source);
+        QTEST(output(source, std::nullopt, {}), "printed");
+    }
+
     void leavesTheBoardFreeAfterProgramsItCannotFollow_data()
     {
         QTest::addColumn<QString>("source");

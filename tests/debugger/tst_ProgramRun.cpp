@@ -51,12 +51,7 @@ private slots:
             QTest::newRow(name) << reply << output << events.split(u' ');
         };
         const auto reply = ScriptedBoard::reply;
-        row("output", reply("é\r\n", ""), u"OKé\r\n>"_s);
         row("a traceback", reply("a", "in <stdin>\r\nE\r\n"), u"OKain <stdin>\r\nE\r\n>"_s);
-        row("an ill-formed byte at the end", reply("abc\xFF", ""), u"OKabc\uFFFD>"_s);
-        row("a stray record mark", reply("a\x1E-", ""), u"OKa\u001E->"_s);
-        row("a stop", reply("a\x1E{\"line\":3}\x1E\r\nb", ""), u"OKab>"_s,
-            u"running paused-3 free ended whole"_s);
         row("two stops, one behind an end mark of its own",
             "\x1E{\"line\":3}\x1E\r\na\x04\x1E{\"line\":4}\x1E\r\nb", u"OKab"_s,
             u"running paused-3 free ended running paused-4"_s);
@@ -135,20 +130,13 @@ private slots:
         QVERIFY(!c.bench.link.deviceCommandInFlight() && !c.bench.session.isDebugging());
         c.board.send("seen again");
         QTRY_COMPARE(c.bench.shell.output(), u"seen again"_s);
-        // Half the banner of one run and half of the next make none.
+        // Half the banner of one run and half of the next make none, but pieces do.
         c.start(u"y"_s);
         c.board.send("L");
         QTRY_COMPARE(c.board.transcript(), u"^A^A^A^A^A^A^A^A"_s);
-    }
-
-    void knowsTheBannerInPieces()
-    {
-        Connection c;
-        c.board.setMute(true);
-        c.board.on("\1", "\xE2\x82\xAC raw REPL; and so on");
         c.board.setSplitAtEveryByte(true);
-        c.start(u"x"_s);
-        QTRY_COMPARE(c.board.transcript(), u"^Ax^D"_s);
+        c.board.send("\xE2\x82\xAC raw REPL; and so on");
+        QTRY_VERIFY(c.board.transcript().endsWith(u"^Ay^D"));
     }
 
     void startsTheLastOfTwoRuns()
@@ -262,19 +250,6 @@ private slots:
             QCOMPARE(c.board.transcript(), u"^Aagain^D"_s);
             QVERIFY(c.bench.shell.output().endsWith(u"OKnew\r\n>"));
         }
-    }
-
-    void goesInTheMiddleOfEntering()
-    {
-        Connection c;
-        c.board.setMute(true);
-        c.start(u"x"_s);
-        QTRY_COMPARE(c.board.transcript(), u"^A"_s);
-        c.bench.run.reset();
-        c.board.send("raw REPL");
-        QTRY_COMPARE(c.bench.data, "raw REPL"_ba);
-        c.bench.link.serial().write("on");
-        QTRY_COMPARE(c.board.transcript(), u"^Aon"_s);
     }
 };
 

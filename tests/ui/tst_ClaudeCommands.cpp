@@ -85,8 +85,13 @@ private slots:
                  QStringList({u"Start MCP Server"_s, u"Copy Connection Command"_s, u"-"_s,
                               u"Start Server When the IDE Opens [ ]"_s,
                               u"Write to the Device Without Asking [ ]"_s}));
+        program.app.show();
+        const auto *indicator = program.app.window().findChild<QWidget *>(u"assistantIndicator"_s);
+        QVERIFY(!indicator->isVisible());
         program.choose(0);
         QVERIFY2(program.app.state().mcpRunning(), qPrintable(program.lines().join(u'\n')));
+        QVERIFY(indicator->isVisible());
+        QCOMPARE(indicator->toolTip(), u"Claude can reach this device — Claude menu to stop"_s);
         QCOMPARE(program.items().constFirst(), u"Stop MCP Server"_s);
 
         Program second(settings); // its port is taken
@@ -95,7 +100,7 @@ private slots:
         QVERIFY(second.lines().constLast().startsWith(u"error: Could not start MCP server: "_s));
 
         program.choose(0);
-        QVERIFY(!program.app.state().mcpRunning());
+        QVERIFY(!program.app.state().mcpRunning() && !indicator->isVisible());
         QCOMPARE(program.items().constFirst(), u"Start MCP Server"_s);
     }
 

@@ -13,6 +13,7 @@
 #include <QWheelEvent>
 
 using namespace Korvane;
+using namespace Qt::StringLiterals;
 
 /// The tabs, the menus and the keys of the window, as a person uses them.
 class tst_EditorTabStrip final : public QObject
@@ -32,7 +33,7 @@ private:
             const EditorFile &file = documents().openFiles().at(i);
             const QWidget *end = m_tabs->tabButton(i, QTabBar::RightSide);
             const bool isDot = end->objectName() == u"modifiedDot";
-            QString text = m_tabs->tabText(i) + (isDot ? u"*"_qs : QString());
+            QString text = m_tabs->tabText(i) + (isDot ? u"*"_s : QString());
             if (isDot != file.isModified || m_tabs->tabData(i).toUuid() != file.id)
                 text += u'!';
             result << (i == m_tabs->currentIndex() ? u'[' + text + u']' : text);
@@ -55,7 +56,7 @@ private:
         for (const QAction *action :
              m_desk->window().menuBar()->actions()[index]->menu()->actions())
             items << (action->isSeparator()
-                          ? QStringLiteral("-")
+                          ? u"-"_s
                           : (action->text().remove(u'&') + u' ' + action->shortcut().toString())
                                 .trimmed());
         return items;
@@ -73,27 +74,27 @@ private slots:
     {
         QCOMPARE(m_tabs->height(), 34);
         QCOMPARE(m_tabs->fontInfo().pixelSize(), 12);
-        QCOMPARE(shown(), QStringLiteral("[untitled.py]"));
-        open(QStringLiteral("a.py b.py c.py"));
-        QCOMPARE(shown(), QStringLiteral("a.py b.py [c.py]"));
+        QCOMPARE(shown(), u"[untitled.py]"_s);
+        open(u"a.py b.py c.py"_s);
+        QCOMPARE(shown(), u"a.py b.py [c.py]"_s);
         m_desk->find<CodeEditorView>("editor")->setFocus();
-        QTest::keyClicks(m_desk->find<QWidget>("editor"), QStringLiteral("x = 1"));
-        QCOMPARE(shown(), QStringLiteral("a.py b.py [c.py*]"));
+        QTest::keyClicks(m_desk->find<QWidget>("editor"), u"x = 1"_s);
+        QCOMPARE(shown(), u"a.py b.py [c.py*]"_s);
         QTest::mouseClick(m_tabs, Qt::LeftButton, {}, m_tabs->tabRect(1).center());
-        QCOMPARE(shown(), QStringLiteral("a.py [b.py] c.py*"));
+        QCOMPARE(shown(), u"a.py [b.py] c.py*"_s);
         QCOMPARE(m_desk->find<CodeEditorView>("editor")->text(), QString());
         const EditorFile last = documents().openFiles().last();
         documents().markSaved(last.id, last.content);
-        documents().setPath(last.id, QStringLiteral("/tmp/R&D.py"), QStringLiteral("R&D.py"));
-        QCOMPARE(shown(), QStringLiteral("a.py [b.py] R&&D.py"));
-        QCOMPARE(m_tabs->tabToolTip(2), QStringLiteral("/tmp/R&D.py"));
+        documents().setPath(last.id, u"/tmp/R&D.py"_s, u"R&D.py"_s);
+        QCOMPARE(shown(), u"a.py [b.py] R&&D.py"_s);
+        QCOMPARE(m_tabs->tabToolTip(2), u"/tmp/R&D.py"_s);
 
         QTest::mouseClick(closeButton(2), Qt::LeftButton);
-        QCOMPARE(shown(), QStringLiteral("a.py [b.py]"));
+        QCOMPARE(shown(), u"a.py [b.py]"_s);
         QTest::mouseClick(closeButton(1), Qt::LeftButton); // the chosen one: the first follows
-        QCOMPARE(shown(), QStringLiteral("[a.py]"));
+        QCOMPARE(shown(), u"[a.py]"_s);
         QTest::mouseClick(closeButton(0), Qt::LeftButton);
-        QCOMPARE(shown(), QStringLiteral("[untitled.py]"));
+        QCOMPARE(shown(), u"[untitled.py]"_s);
     }
 
     void showsTabsAndTheirButtonsToAssistivePrograms()
@@ -104,24 +105,24 @@ private slots:
             for (int i = 0; i < strip->childCount(); ++i) {
                 QAccessibleInterface *child = strip->child(i);
                 if (strip->indexOfChild(child) != i || child->parent() != strip)
-                    names << QStringLiteral("misplaced");
+                    names << u"misplaced"_s;
                 names << child->text(QAccessible::Name)
-                        + (child->state().selected ? QStringLiteral("*") : QString());
+                        + (child->state().selected ? u"*"_s : QString());
             }
             return names.join(u'|');
         };
-        QCOMPARE(strip->text(QAccessible::Name), QStringLiteral("Open files"));
-        open(QStringLiteral("R&D.py b.py"));
-        QCOMPARE(children(), QStringLiteral("R&D.py|b.py*|Close R&D.py|Close b.py"));
+        QCOMPARE(strip->text(QAccessible::Name), u"Open files"_s);
+        open(u"R&D.py b.py"_s);
+        QCOMPARE(children(), u"R&D.py|b.py*|Close R&D.py|Close b.py"_s);
         strip->child(0)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-        QCOMPARE(documents().selectedFile()->name, QStringLiteral("R&D.py"));
-        QTest::keyClicks(m_desk->find<QWidget>("editor"), QStringLiteral("x"));
-        QCOMPARE(children(), QStringLiteral("R&D.py, edited*|b.py|Close b.py"));
+        QCOMPARE(documents().selectedFile()->name, u"R&D.py"_s);
+        QTest::keyClicks(m_desk->find<QWidget>("editor"), u"x"_s);
+        QCOMPARE(children(), u"R&D.py, edited*|b.py|Close b.py"_s);
         const QPoint second = strip->child(1)->rect().center();
         QCOMPARE(strip->childAt(second.x(), second.y()), strip->child(1));
         QAccessibleInterface *last = strip->child(1);
         strip->child(2)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-        QCOMPARE(children(), QStringLiteral("R&D.py, edited*"));
+        QCOMPARE(children(), u"R&D.py, edited*"_s);
         QVERIFY(!last->isValid());
     }
 
@@ -134,40 +135,39 @@ private slots:
     void goesFromTabToTabAndClosesThemByKeys()
     {
         QFETCH(QString, focus);
-        put(m_desk->folder.filePath(QStringLiteral("f")), "");
+        put(m_desk->folder.filePath(u"f"_s), "");
         m_desk->state().localFiles().setLocalWorkingDir(m_desk->folder.path());
         QTRY_VERIFY(m_desk->find<QWidget>("localFiles")->isVisible());
-        open(QStringLiteral("a b c"));
+        open(u"a b c"_s);
         auto *focused = m_desk->find<QWidget>(focus.toLatin1().constData());
         focused->setFocus();
         QVERIFY(focused->hasFocus());
         const Qt::KeyboardModifiers backwards = Qt::ControlModifier | Qt::ShiftModifier;
         m_desk->press(Qt::Key_Tab, Qt::ControlModifier);
-        QCOMPARE(shown(), QStringLiteral("[a] b c"));
+        QCOMPARE(shown(), u"[a] b c"_s);
         m_desk->press(Qt::Key_PageDown, Qt::ControlModifier);
-        QCOMPARE(shown(), QStringLiteral("a [b] c"));
+        QCOMPARE(shown(), u"a [b] c"_s);
         m_desk->press(Qt::Key_Backtab, backwards);
         m_desk->press(Qt::Key_PageUp, Qt::ControlModifier);
-        QCOMPARE(shown(), QStringLiteral("a b [c]"));
+        QCOMPARE(shown(), u"a b [c]"_s);
         m_desk->press(Qt::Key_W, Qt::ControlModifier);
-        QCOMPARE(shown(), QStringLiteral("[a] b"));
+        QCOMPARE(shown(), u"[a] b"_s);
         m_desk->press(Qt::Key_N, Qt::ControlModifier);
-        QCOMPARE(shown(), QStringLiteral("a b [untitled3.py]"));
-        documents().updateSelectedContent(QStringLiteral("edited"));
+        QCOMPARE(shown(), u"a b [untitled3.py]"_s);
+        documents().updateSelectedContent(u"edited"_s);
         m_desk->press(Qt::Key_W, Qt::ControlModifier); // has no close button either
         QTest::mouseClick(m_tabs, Qt::MiddleButton, {}, m_tabs->tabRect(2).center());
-        QCOMPARE(shown(), QStringLiteral("a b [untitled3.py*]"));
+        QCOMPARE(shown(), u"a b [untitled3.py*]"_s);
         QTest::mouseClick(m_tabs, Qt::MiddleButton, {}, m_tabs->tabRect(0).center());
-        QCOMPARE(shown(), QStringLiteral("b [untitled3.py*]"));
+        QCOMPARE(shown(), u"b [untitled3.py*]"_s);
         m_desk->questions.name.clear();
         m_desk->press(Qt::Key_S, Qt::ControlModifier);
         m_desk->press(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
         QTRY_COMPARE(m_desk->questions.asked.size(), 2);
-        QVERIFY(m_desk->questions.asked.constFirst().startsWith(u"Save File | Save to "_qs));
-        QCOMPARE(m_desk->questions.asked.last(), QStringLiteral("save | untitled3.py"));
+        QVERIFY(m_desk->questions.asked.constFirst().startsWith(u"Save File | Save to "_s));
+        QCOMPARE(m_desk->questions.asked.last(), u"save | untitled3.py"_s);
         m_desk->press(Qt::Key_U, Qt::ControlModifier);
-        QCOMPARE(m_desk->lines().last(),
-                 QStringLiteral("error: Connect a device before sending untitled3.py."));
+        QCOMPARE(m_desk->lines().last(), u"error: Connect a device before sending untitled3.py."_s);
         QVERIFY(focused->hasFocus());
     }
 
@@ -175,7 +175,7 @@ private slots:
     {
         QStringList names;
         for (int i = 0; i < 60; ++i)
-            names << QStringLiteral("document%1.py").arg(i);
+            names << u"document%1.py"_s.arg(i);
         names << QString(255, u'n');
         open(names.join(u' '));
         QCOMPARE(m_tabs->count(), 61);
@@ -198,6 +198,45 @@ private slots:
         QCOMPARE(m_tabs->tabRect(0), first);
     }
 
+    void savesWhatWasThereAndTheKeysThatWereTyped_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::newRow("pairs, none at the end") << "\tа = 1\r\n  \r\nb"_ba;
+        QTest::newRow("mixed") << "a\r\nb\nc\rd\xE2\x80\xA9"
+                                  "e\r\n"_ba;
+        QTest::newRow("mark") << "\xEF\xBB\xBF# a\n"_ba;
+        QTest::newRow("control characters") << "a\0b\x01\x0C\x1E\x7F\xC2\x85\n\0\n"_ba;
+        QTest::newRow("right to left") << u"# שלום\nx = 'عربي'\u200F\u202B\n"_s.toUtf8();
+        QTest::newRow("combining, beyond 16 bits")
+            << u"\u0301e\u0301\u0301\n🐍\uFEFF\uFFFC"_s.toUtf8();
+        QTest::newRow("5 MB") << "total = total + 1  # again\r\n"_ba.repeated(180'000);
+        QTest::newRow("one line of 1 MB") << "x = [1, 'a'] ; "_ba.repeated(70'000);
+    }
+
+    void savesWhatWasThereAndTheKeysThatWereTyped()
+    {
+        QFETCH(QByteArray, bytes);
+        const QString path = m_desk->folder.filePath(u"odd.py"_s);
+        put(path, bytes);
+        const bool hasMark = bytes.startsWith("\xEF\xBB\xBF");
+        const QByteArray typed = bytes.first(hasMark ? 3 : 0) + "if " + bytes.mid(hasMark ? 3 : 0);
+        documents().openFile(path);
+        const auto isModified = [&] { return documents().selectedFile()->isModified; };
+        QTRY_COMPARE(documents().selectedFile()->name, u"odd.py"_s);
+        m_desk->find<QWidget>("editor")->setFocus();
+        QVERIFY(!isModified());
+        QTest::keyClicks(m_desk->find<QWidget>("editor"), u"if "_s);
+        QVERIFY(isModified());
+        m_desk->press(Qt::Key_S, Qt::ControlModifier);
+        QTRY_VERIFY(!isModified());
+        QVERIFY(bytesOf(path) == typed);
+        for (int key = 0; key < 3; ++key)
+            m_desk->press(Qt::Key_Backspace);
+        m_desk->press(Qt::Key_S, Qt::ControlModifier);
+        QTRY_VERIFY(!isModified());
+        QVERIFY(bytesOf(path) == bytes);
+    }
+
     void hasTheMenusOfTheProgram()
     {
         QCOMPARE(menu(0).join(u'|'),
@@ -216,7 +255,7 @@ private slots:
                                 "Clear Breakpoints in This File"));
         auto *editor = m_desk->find<CodeEditorView>("editor");
         editor->setFocus();
-        QTest::keyClicks(editor, QStringLiteral("abc"));
+        QTest::keyClicks(editor, u"abc"_s);
         // By keys alone: the menu takes the focus and gives it back before the entry acts.
         const auto choose = [this](const QString &item) {
             QMenu *edit = m_desk->window().menuBar()->actions().at(1)->menu();
@@ -228,31 +267,31 @@ private slots:
             }
             QTest::keyClick(edit, Qt::Key_Return);
         };
-        choose(QStringLiteral("Select All"));
-        choose(QStringLiteral("Cut"));
+        choose(u"Select All"_s);
+        choose(u"Cut"_s);
         QCOMPARE(editor->text(), QString());
-        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("abc"));
-        choose(QStringLiteral("Undo"));
-        QCOMPARE(editor->text(), QStringLiteral("abc"));
+        QCOMPARE(QApplication::clipboard()->text(), u"abc"_s);
+        choose(u"Undo"_s);
+        QCOMPARE(editor->text(), u"abc"_s);
         m_desk->find<QWidget>("Shell")->setFocus();
-        choose(QStringLiteral("Undo")); // a button has nothing to undo
-        QCOMPARE(editor->text(), QStringLiteral("abc"));
+        choose(u"Undo"_s); // a button has nothing to undo
+        QCOMPARE(editor->text(), u"abc"_s);
         m_desk->press(Qt::Key_Q, Qt::ControlModifier);
         QVERIFY(!m_desk->window().isVisible());
     }
 
     void opensFilesFromTheDialogAndWhatIsDropped()
     {
-        const QString good = m_desk->folder.filePath(QStringLiteral("good.py"));
-        const QString bad = m_desk->folder.filePath(QStringLiteral("bad.py"));
+        const QString good = m_desk->folder.filePath(u"good.py"_s);
+        const QString bad = m_desk->folder.filePath(u"bad.py"_s);
         put(good, "1\n");
         put(bad, "\xff");
         m_desk->questions.name = bad; // drops the failure silently
         m_desk->click("folder");
         m_desk->questions.name = good;
         m_desk->click("folder");
-        QTRY_COMPARE(shown(), QStringLiteral("untitled.py [good.py]"));
-        QCOMPARE(m_desk->questions.asked, (QStringList{u"open"_qs, u"open"_qs}));
+        QTRY_COMPARE(shown(), u"untitled.py [good.py]"_s);
+        QCOMPARE(m_desk->questions.asked, (QStringList{u"open"_s, u"open"_s}));
         QCOMPARE(m_desk->lines(), QStringList());
         documents().closeFile(documents().selectedFileID());
 
@@ -262,7 +301,7 @@ private slots:
             for (const QString &path : paths)
                 urls << QUrl::fromLocalFile(path);
             data.setUrls(urls);
-            data.setText(QStringLiteral("as text"));
+            data.setText(u"as text"_s);
             QDragEnterEvent enter({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
             QCoreApplication::sendEvent(onto, &enter);
             QVERIFY(enter.isAccepted());
@@ -271,10 +310,10 @@ private slots:
         };
         auto *editor = m_desk->find<CodeEditorView>("editor");
         drop({good, bad}, editor->viewport());
-        QTRY_COMPARE(shown(), QStringLiteral("untitled.py [good.py]"));
+        QTRY_COMPARE(shown(), u"untitled.py [good.py]"_s);
         QTRY_COMPARE(m_desk->lines().size(), 1);
-        QVERIFY(m_desk->lines().constFirst().startsWith(u"error: Cannot open bad.py: "_qs));
-        QCOMPARE(editor->text(), QStringLiteral("1\n")); // and not the dropped words
+        QVERIFY(m_desk->lines().constFirst().startsWith(u"error: Cannot open bad.py: "_s));
+        QCOMPARE(editor->text(), u"1\n"_s); // and not the dropped words
         m_desk->state().setSidebarTab(AppState::SidebarTab::Device);
         drop({m_desk->folder.path()}, &m_desk->window());
         QCOMPARE(m_desk->state().localFiles().localWorkingDir(), m_desk->folder.path());

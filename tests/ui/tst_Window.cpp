@@ -118,28 +118,6 @@ private slots:
                  QAccessible::Notification);
     }
 
-    void showsThePortsBelowTheirButton()
-    {
-        ScriptedBoard board;
-        Desk desk(Desk::Python::None, board.port());
-        QAccessibleInterface *button =
-            QAccessible::queryAccessibleInterface(desk.find<QToolButton>("deviceConnect"));
-        QCOMPARE(button->role(), QAccessible::ButtonMenu);
-        QCOMPARE(button->text(QAccessible::Name), u"Connect Device"_s);
-        QCOMPARE(button->childCount(), 1);
-        QCOMPARE(button->child(0)->child(0)->text(QAccessible::Name), board.port());
-        QCOMPARE(button->indexOfChild(button->child(0)), 0);
-        button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-        QTimer::singleShot(0, this, [] { // the menu has an event loop of its own
-            QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Down);
-            QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Return);
-        });
-        QTRY_COMPARE(button->text(QAccessible::Name), u"Disconnect"_s);
-        QCOMPARE(button->childCount(), 0);
-        button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-        QTRY_COMPARE(button->text(QAccessible::Name), u"Connect Device"_s);
-    }
-
     void showsPanesToChooseFrom()
     {
         Desk desk;
