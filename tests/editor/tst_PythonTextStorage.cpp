@@ -64,7 +64,9 @@ private slots:
         for (const QString &file : installedPythonFiles(12, 4'000)) {
             PythonTextStorage storage(EditorColours::light());
             QSignalSpy edited(&storage, &PythonTextStorage::edited);
-            const QString text = QString(nastyText(random, 40) + file).remove(u'\r');
+            const QString text = QString(nastyText(random, 40) + file)
+                                     .remove(u'\r')
+                                     .replace(QChar::ParagraphSeparator, u'\n');
             storage.setText(text);
             QCOMPARE(storage.text(), text);
             QVERIFY(edited.isEmpty() && !storage.isUndoAvailable());

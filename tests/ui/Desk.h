@@ -7,10 +7,12 @@
 #include "ui/ContentView.h"
 #include "ui/KorvaneApp.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 
 namespace Korvane {
@@ -53,6 +55,17 @@ struct Desk
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
         QTest::keyClick(window().windowHandle(), key, modifiers);
+    }
+    /// The command with that text, marks of keys included.
+    QAction *command(const QString &text)
+    {
+        const QList<QAction *> actions = window().findChildren<QAction *>();
+        const auto found = std::find_if(actions.begin(), actions.end(), [&](const QAction *action) {
+            return action->text() == text;
+        });
+        if (found == actions.end())
+            qFatal("the window has no command %s", qPrintable(text));
+        return *found;
     }
     QStringList lines() { return describe(state().shell().replLines()); }
 

@@ -108,10 +108,8 @@ private slots:
                 desk.press(Qt::Key_Y, QKeySequence(ask)[0].keyboardModifiers());
             else if (ask.contains(u'.'))
                 desk.click(qPrintable(ask));
-            for (QAction *action : desk.window().findChildren<QAction *>()) {
-                if (action->text() == ask)
-                    action->trigger();
-            }
+            else
+                desk.command(ask)->trigger();
         };
         if (!ask.contains(u'.'))
             asked(); // while there is nothing to tell, nothing is told
@@ -159,10 +157,7 @@ private slots:
         QVERIFY(documents.selectedFile()->breakpoints.isEmpty());
         QVERIFY(gutter->grab().toImage() != marked);
         toggle();
-        for (QAction *action : desk.window().findChildren<QAction *>()) {
-            if (action->text() == u"C&lear Breakpoints in This File")
-                action->trigger();
-        }
+        desk.command(u"C&lear Breakpoints in This File"_s)->trigger();
         QVERIFY(documents.selectedFile()->breakpoints.isEmpty());
     }
 

@@ -4,7 +4,7 @@
 
 #include <QAccessible>
 #include <QLabel>
-#include <QMenuBar>
+#include <QMenu>
 #include <QMessageBox>
 #include <QSplitter>
 #include <QTest>
@@ -27,25 +27,6 @@ public:
         return source + source.first(source.size() / 2);
     }
 };
-
-QAction *item(const QMainWindow &window, const QString &path)
-{
-    QList<QAction *> level = window.menuBar()->actions();
-    QAction *found = nullptr;
-    for (const QString &name : path.split(u'/')) {
-        if (found) {
-            emit found->menu()->aboutToShow();
-            level = found->menu()->actions();
-        }
-        const auto match = std::find_if(level.begin(), level.end(), [&](const QAction *action) {
-            return action->text().remove(u'&') == name;
-        });
-        if (match == level.end())
-            qFatal("no menu has %s", qPrintable(path));
-        found = *match;
-    }
-    return found;
-}
 
 } // namespace
 
@@ -136,23 +117,24 @@ private slots:
     void goesToEveryPaneByMenu()
     {
         Desk desk;
-        item(desk.window(), u"View/Device Files"_s)->trigger();
+        desk.command(u"&Device Files"_s)->trigger();
         QVERIFY(desk.find<QWidget>("deviceBrowser")->isVisible());
         desk.click("laptopcomputer");
-        QVERIFY(item(desk.window(), u"View/Local Files"_s)->isChecked());
-        QVERIFY(!item(desk.window(), u"View/Device Files"_s)->isChecked());
-        item(desk.window(), u"View/Variables"_s)->trigger();
+        QVERIFY(desk.command(u"&Local Files"_s)->isChecked());
+        QVERIFY(!desk.command(u"&Device Files"_s)->isChecked());
+        desk.command(u"&Variables"_s)->trigger();
         QVERIFY(desk.find<QWidget>("variablesCaption")->isVisible());
         desk.state().documents().openTextInEditor(u"R&D.py"_s, u"x"_s);
-        QVERIFY(item(desk.window(), u"View/Open Files/RD.py"_s)->isChecked());
-        item(desk.window(), u"View/Open Files/untitled.py"_s)->trigger();
+        emit desk.command(u"&Open Files"_s)->menu()->aboutToShow();
+        QVERIFY(desk.command(u"R&&D.py"_s)->isChecked());
+        desk.command(u"untitled.py"_s)->trigger();
         QCOMPARE(desk.state().documents().selectedFile()->name, u"untitled.py"_s);
     }
 
     void tellsAboutItself()
     {
         Desk desk;
-        item(desk.window(), u"Help/About Korvane"_s)->trigger();
+        desk.command(u"&About Korvane"_s)->trigger();
         auto *about = desk.window().findChild<QMessageBox *>();
         QVERIFY(about && about->isVisible() && about->windowModality() == Qt::WindowModal);
         QVERIFY(about->text().contains(QApplication::applicationVersion()));
