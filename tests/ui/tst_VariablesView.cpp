@@ -72,6 +72,7 @@ private slots:
 
     void showsEachRowOnOneLineAndWhereItComesFrom()
     {
+        ScriptedBoard board;
         VariablesDesk desk;
         desk.open();
         const QString value = u"<b>one\ntwo</b>"_s;
@@ -85,7 +86,6 @@ private slots:
         QCOMPARE(caption->text(), u"local Python"_s);
 
         // A long path makes the window no wider.
-        ScriptedBoard board;
         const QString port = desk.folder.filePath(QString(200, u'p'));
         QVERIFY(QFile::link(board.port(), port));
         const int leastWidth = desk.window().minimumSizeHint().width();
