@@ -100,15 +100,8 @@ private slots:
                  + "Content-Length: 13\r\nContent-Type: text/plain\r\n\r\nÜnauthorized"},
             {{404}, "404 Not Found" + empty},
             // In byte order, its own ones replaced.
-            {{405,
-              {{"a", "1"},
-               {"Z", "2"},
-               {"Connection", "close"},
-               {"Content-Length", "9"},
-               {"B", "C"}},
-              "b"},
-             "405 Method Not Allowed\r\nB: C" + keepAlive
-                 + "Content-Length: 1\r\nZ: 2\r\na: 1\r\n\r\nb"},
+            {{405, {{"a", "1"}, {"Z", "2"}, {"Connection", "x"}, {"Content-Length", "9"}}, "b"},
+             "405 Method Not Allowed" + keepAlive + "Content-Length: 1\r\nZ: 2\r\na: 1\r\n\r\nb"},
             {{500}, "500 Error" + empty},
         };
         const auto server = started([&](HTTPRequest request, HTTPReply reply) {
@@ -136,13 +129,12 @@ private slots:
         QCOMPARE(kept.paths(), paths);
 
         auto replies = kept.takeReplies();
-        std::thread elsewhere([&] {
+        const std::jthread elsewhere([&] {
             for (auto i = replies.size(); i-- > 0;)
                 replies[i](HTTPResponse{200, {}, paths[qsizetype(i)]});
         });
         for (qsizetype i = 100; i-- > 0;)
             QCOMPARE(client.body(), paths[i]);
-        elsewhere.join();
     }
 
     void repliesToAClosedConnectionOrAStoppedServerDoNothing()
@@ -243,7 +235,7 @@ private slots:
         const auto check = [](const QByteArray &request, qsizetype asked, qsizetype most) {
             Kept kept;
             SocketClient client(kept.server->port());
-            std::thread sender([&] { client.send(request.repeated(asked)); });
+            const std::jthread sender([&] { client.send(request.repeated(asked)); });
             for (qsizetype answered = 0; answered < asked;) {
                 const auto expected = std::min(asked, answered + most);
                 QCOMPARE(kept.waitFor(expected), expected);
@@ -252,7 +244,6 @@ private slots:
                     ++answered;
                 }
             }
-            sender.join();
             for (qsizetype i = 0; i < asked; ++i)
                 QVERIFY(!client.response().isEmpty());
         };
@@ -288,7 +279,6 @@ private slots:
         // The sockets of this side are made before there are no descriptors left for the server's.
         SocketClient first(server->port());
         SocketClient second;
-        SocketClient third;
         first.send(get("/"));
         QCOMPARE(first.body(), "/");
         const int lowestFree = ::fcntl(0, F_DUPFD_CLOEXEC, 0);
@@ -297,10 +287,8 @@ private slots:
         getrlimit(RLIMIT_NOFILE, &limits);
         const rlimit few = {rlim_t(lowestFree), limits.rlim_max};
         setrlimit(RLIMIT_NOFILE, &few);
-        for (SocketClient *const late : {&second, &third}) {
-            late->connectTo(server->port());
-            late->send(get("/late"));
-        }
+        second.connectTo(server->port());
+        second.send(get("/late"));
         first.send(get("/"));
         QCOMPARE(first.body(), "/"); // is not held up
         const double before = processorSeconds();
@@ -309,7 +297,6 @@ private slots:
         setrlimit(RLIMIT_NOFILE, &limits);
         QCOMPARE_LT(used, 0.1);
         QCOMPARE(second.body(), "/late");
-        QCOMPARE(third.body(), "/late");
     }
 
     void keepsToItself()

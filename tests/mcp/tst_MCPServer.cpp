@@ -102,20 +102,19 @@ qint64 worstStall(const std::function<void()> &work)
     return worst;
 }
 
-/// How many of \p count pings are answered.
-int answeredPings(SocketClient &client, int count)
+/// Whether \p count pings are answered. Keeps no event loop going.
+bool isAnswered(SocketClient &client, int count)
 {
-    int answered = 0;
-    while (answered < count && client.send(ping) && client.response().contains("200 OK"))
-        ++answered;
-    return answered;
+    while (count > 0 && client.send(ping) && client.response().contains("200 OK"))
+        --count;
+    return count == 0;
 }
 
 bool isServed(SocketClient &client)
 {
-    int answered = 0;
-    worstStall([&] { answered = answeredPings(client, 1); });
-    return answered == 1;
+    bool result = false;
+    worstStall([&] { result = isAnswered(client, 1); });
+    return result;
 }
 
 } // namespace
@@ -230,11 +229,9 @@ private slots:
             for (const auto &client : clients)
                 responses += client->response();
         });
-        const QByteArray expected =
-            "HTTP/1.1 200 OK\r\nConnection: keep-alive\r\nContent-Length: 36\r\n"
-            "Content-Type: application/json\r\n\r\n"
-            "{\"id\":1,\"jsonrpc\":\"2.0\",\"result\":{}}";
-        QCOMPARE(responses, QByteArrayList(500, expected));
+        QCOMPARE(responses.count(responses.value(0)), 500);
+        QVERIFY2(responses[0].endsWith("{\"id\":1,\"jsonrpc\":\"2.0\",\"result\":{}}"),
+                 responses[0]);
         QCOMPARE_LT(stall, 2000);
     }
 
@@ -247,9 +244,9 @@ private slots:
             const QByteArray bytes = flood.repeated(std::max(qsizetype(1), 100'000 / flood.size()));
             const auto vandals = crowd([&] { SocketClient(served.server->port()).send(bytes); });
             SocketClient client(served.server->port());
-            int answered = 0;
-            const qint64 stall = worstStall([&] { answered = answeredPings(client, 20); });
-            QVERIFY2(answered == 20, flood.first(4));
+            bool isServed = false;
+            const qint64 stall = worstStall([&] { isServed = isAnswered(client, 20); });
+            QVERIFY2(isServed, flood.first(4));
             QCOMPARE_LT(stall, 2000); // a few milliseconds, but this machine may be busy
         }
     }
