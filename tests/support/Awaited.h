@@ -17,13 +17,6 @@ QCoro::Task<void> keep(QCoro::Task<T> task, std::unique_ptr<T> &result, QEventLo
     loop.quit();
 }
 
-inline QCoro::Task<void> keepVoid(QCoro::Task<void> task, bool &isDone, QEventLoop &loop)
-{
-    co_await std::move(task);
-    isDone = true;
-    loop.quit();
-}
-
 } // namespace AwaitedDetail
 
 /// Runs the event loop until \p task is done, and yields its result. QCoro::waitFor wants results
@@ -41,11 +34,7 @@ template <typename T> T awaited(QCoro::Task<T> task)
 /// The same for a task without a result.
 inline void awaited(QCoro::Task<void> task)
 {
-    bool isDone = false;
-    QEventLoop loop;
-    const auto keeper = AwaitedDetail::keepVoid(std::move(task), isDone, loop);
-    if (!isDone)
-        loop.exec();
+    QCoro::waitFor(std::move(task));
 }
 
 } // namespace Korvane

@@ -3,6 +3,7 @@
 #include "app/Settings.h"
 
 #include <QHash>
+#include <QVariant>
 
 namespace Korvane {
 
@@ -10,21 +11,15 @@ namespace Korvane {
 class MemorySettings final : public Settings
 {
 public:
-    bool flag(const QString &key) const override { return m_values[key] == QStringLiteral("true"); }
+    bool flag(const QString &key) const override { return m_values[key].toBool(); }
     int number(const QString &key) const override { return m_values[key].toInt(); }
-    QString text(const QString &key) const override { return m_values[key]; }
-    void setFlag(const QString &key, bool value) override
-    {
-        m_values[key] = value ? QStringLiteral("true") : QStringLiteral("false");
-    }
-    void setNumber(const QString &key, int value) override
-    {
-        m_values[key] = QString::number(value);
-    }
+    QString text(const QString &key) const override { return m_values[key].toString(); }
+    void setFlag(const QString &key, bool value) override { m_values[key] = value; }
+    void setNumber(const QString &key, int value) override { m_values[key] = value; }
     void setText(const QString &key, const QString &value) override { m_values[key] = value; }
 
 private:
-    QHash<QString, QString> m_values;
+    QHash<QString, QVariant> m_values;
 };
 
 } // namespace Korvane

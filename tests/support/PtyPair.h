@@ -3,10 +3,14 @@
 #include "device/FileDescriptor.h"
 
 #include <QByteArray>
-#include <QByteArrayView>
-#include <QString>
+#include <QFile>
 
+#include <fcntl.h>
+#include <sys/ioctl.h>
 #include <termios.h>
+
+#include <array>
+#include <cstdlib>
 
 namespace Korvane {
 
@@ -16,26 +20,56 @@ namespace Korvane {
 class PtyPair final
 {
 public:
-    PtyPair();
+    PtyPair()
+    {
+        std::array<char, 128> name{};
+        if (::grantpt(master()) != 0 || ::unlockpt(master()) != 0
+            || ::ptsname_r(master(), name.data(), name.size()) != 0)
+            return;
+        m_slavePath = QFile::decodeName(name.data());
+        m_slave.reset(::open(name.data(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+    }
 
     [[nodiscard]] bool isValid() const { return m_master.isValid() && m_slave.isValid(); }
     [[nodiscard]] QString slavePath() const { return m_slavePath; }
     /// Non-blocking; -1 once closed.
     [[nodiscard]] int master() const { return m_master.get(); }
     /// The settings in force, whoever made them.
-    [[nodiscard]] termios settings() const;
+    [[nodiscard]] termios settings() const
+    {
+        termios settings{};
+        ::tcgetattr(m_slave.get(), &settings);
+        return settings;
+    }
     /// How many bytes wait for the program to read them.
-    [[nodiscard]] int unreadBytes() const;
+    [[nodiscard]] int unreadBytes() const
+    {
+        int count = 0;
+        ::ioctl(m_slave.get(), FIONREAD, &count);
+        return count;
+    }
 
     /// How many of \p bytes the line took.
-    qsizetype write(QByteArrayView bytes);
+    qsizetype write(QByteArrayView bytes)
+    {
+        const auto size = static_cast<std::size_t>(bytes.size());
+        return std::max<qsizetype>(0, ::write(master(), bytes.data(), size));
+    }
     /// What the program has written until now.
-    [[nodiscard]] QByteArray read();
+    [[nodiscard]] QByteArray read()
+    {
+        QByteArray all;
+        std::array<char, 4096> buffer;
+        ssize_t count = 0;
+        while ((count = ::read(master(), buffer.data(), buffer.size())) > 0)
+            all.append(buffer.data(), count);
+        return all;
+    }
     /// Pulls the cable. The system discards what was not read until then.
     void closeMaster() { m_master.reset(); }
 
 private:
-    FileDescriptor m_master;
+    FileDescriptor m_master{::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)};
     FileDescriptor m_slave;
     QString m_slavePath;
 };

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "base/ShellSink.h"
-
-#include <QStringList>
+#include "support/ShellLines.h"
 
 namespace Korvane {
 
@@ -10,13 +9,29 @@ namespace Korvane {
 class RecordingShell final : public ShellSink
 {
 public:
-    void appendLine(const QString &text, REPLLine::Kind kind) override;
-    void appendOutput(const QString &text) override;
+    void appendLine(const QString &text, REPLLine::Kind kind) override
+    {
+        m_lines << describe(REPLLine{kind, text});
+        m_lastIsOutput = false;
+    }
+    void appendOutput(const QString &text) override
+    {
+        m_output += text;
+        if (std::exchange(m_lastIsOutput, true))
+            m_lines.last() += text;
+        else
+            m_lines << describe(REPLLine{REPLLine::Kind::Output, text});
+    }
 
     /// One string a line, led by its kind: "info: Connected to …". Output in a row is one line.
     [[nodiscard]] const QStringList &lines() const { return m_lines; }
     [[nodiscard]] QString output() const { return m_output; }
-    void clear();
+    void clear()
+    {
+        m_lines.clear();
+        m_output.clear();
+        m_lastIsOutput = false;
+    }
 
 private:
     QStringList m_lines;

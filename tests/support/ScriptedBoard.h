@@ -54,8 +54,6 @@ public:
     void setSplitAtEveryByte(bool isSplit) { m_isSplit = isSplit; }
     void vanishAfterSending(qsizetype bytes) { m_sendsLeft = bytes; }
     void vanishAfterReceiving(qsizetype bytes) { m_receivesLeft = bytes; }
-    /// Reads nothing more, like a board whose firmware hangs.
-    void stall() { m_notifier->setEnabled(false); }
     void vanish();
     void plugIn();
 
