@@ -25,19 +25,6 @@ struct BoardDesk final
         desk.log.clear();
         return connected;
     }
-    QStringList paths() const { return pathsOf(files.deviceFileNodes()); }
-
-private:
-    static QStringList pathsOf(const QList<DeviceFileNode> &nodes)
-    {
-        QStringList paths;
-        for (const DeviceFileNode &node : nodes) {
-            paths << node.path;
-            if (node.children)
-                paths << pathsOf(*node.children);
-        }
-        return paths;
-    }
 };
 
 } // namespace Korvane
