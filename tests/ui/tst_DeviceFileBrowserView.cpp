@@ -25,15 +25,12 @@ private:
     DeviceFileBrowserView *m_view = nullptr;
 
     FileListView &list() const { return m_view->list(); }
+    QModelIndex row(int number) const { return list().model()->index(number, 0); }
     QString shown() const
     {
         QStringList rows;
-        for (int row = 0; row < list().model()->rowCount(); ++row) {
-            const QModelIndex index = list().model()->index(row, 0);
-            rows << (index.data().toString() + u' '
-                     + index.data(FileListModel::SizeTextRole).toString())
-                        .trimmed();
-        }
+        for (int i = 0; i < list().model()->rowCount(); ++i)
+            rows << row(i).data(Qt::AccessibleTextRole).toString();
         return rows.join(u'|');
     }
     /// The page in place of the entries: "title|text".
@@ -47,6 +44,10 @@ private:
         return texts.join(u'|');
     }
     DeviceFiles &files() const { return m_desk->state().deviceFiles(); }
+    void browseHere(const QString &folder)
+    {
+        m_desk->state().localFiles().setLocalWorkingDir(folder);
+    }
     bool isIdle() const
     {
         return !files().isLoadingDeviceFiles() && !m_desk->state().link().deviceCommandInFlight();
@@ -56,33 +57,26 @@ private:
         m_desk->state().link().connectDevice(m_board->port());
         QTRY_VERIFY(m_desk->state().link().connectionState().isConnected() && isIdle());
     }
-    void click(const char *name)
-    {
-        QTest::mouseClick(m_view->findChild<QWidget *>(QString::fromLatin1(name)), Qt::LeftButton);
-    }
-    void choose(int row)
+    void choose(int number)
     {
         list().setFocus();
-        list().setCurrentIndex(list().model()->index(row, 0));
+        list().setCurrentIndex(row(number));
     }
-    QStringList openMenu(int row)
+    /// Picks an item of the row's menu, and tells all of them.
+    QString pick(int number, const QString &item)
     {
-        choose(row);
+        choose(number);
         m_desk->press(Qt::Key_F10, Qt::ShiftModifier);
-        QStringList items;
-        if (const auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())) {
-            for (const QAction *action : menu->actions())
-                items << action->text();
-        }
-        return items;
-    }
-    static void pick(const QString &item)
-    {
         auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-        for (QAction *action : menu->actions()) {
-            if (action->text() == item)
-                QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(action).center());
+        QStringList items;
+        QAction *picked = nullptr;
+        for (QAction *action : menu ? menu->actions() : QList<QAction *>()) {
+            items << action->text();
+            picked = items.last() == item ? action : picked;
         }
+        if (picked)
+            QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(picked).center());
+        return items.join(u'|');
     }
 
 private slots:
@@ -126,71 +120,63 @@ private slots:
         });
         connectBoard();
         QCOMPARE(seen.join(u';'), u"Loading files…"_s);
-        QCOMPARE(shown(), u"lib|b.bin 1.5 KB|large.hex 3072.0 KB|main.py 1023 B"_s);
-        QCOMPARE(list().accessibleName(), u"Device files"_s);
-        QCOMPARE(list().model()->index(3, 0).data(Qt::AccessibleTextRole).toString(),
-                 u"main.py, 1023 B"_s);
+        QCOMPARE(shown(), u"lib, folder|b.bin, 1.5 KB|large.hex, 3072.0 KB|main.py, 1023 B"_s);
+        QCOMPARE(row(3).data(FileListModel::SizeTextRole).toString(), u"1023 B"_s);
         QStringList symbols;
         for (const auto &row : static_cast<FileListModel *>(list().model())->rows())
             symbols << FileListModel::symbol(row);
         QCOMPARE(symbols.join(u' '), u"folder doc.zipper doc.zipper doc.plaintext"_s);
+        QCOMPARE(list().accessibleName(), u"Device files"_s);
         QVERIFY(list().isVisible());
 
         files().setDeviceWorkingDir(u"/lib/deep"_s);
         QCOMPARE(message(), u"Empty folder|/lib/deep"_s);
-        m_listing = "[]";
-        click("refreshDevice");
+        m_listing = "[]"; // without the folder that is being browsed
+        m_desk->click("refreshDevice");
         QTRY_COMPARE(message(), u"No files found|The device filesystem appears empty"_s);
+        QCOMPARE(files().deviceWorkingDir(), u"/"_s);
         m_board->vanish();
         QTRY_COMPARE(message(), noBoard);
     }
 
-    void goesIntoFoldersAndOutAgainByKeys()
+    void keepsThePlaceInAFolder()
     {
         connectBoard();
         choose(0);
         m_desk->press(Qt::Key_Return);
-        QCOMPARE(shown(), u"deep|x.txt 0 B"_s);
+        QCOMPARE(shown(), u"deep, folder|x.txt, 0 B"_s);
         const auto *label = m_view->findChild<ElidedLabel *>();
         QCOMPARE(label->text() + u' ' + label->toolTip(), u"/lib /lib"_s);
         m_desk->press(Qt::Key_Down);
-        click("refreshDevice");
-        QTRY_COMPARE(message(), u"Loading files…"_s);
-        QTRY_VERIFY(list().isVisible());
+        m_desk->click("refreshDevice");
+        QTRY_VERIFY(isIdle() && list().isVisible());
         QVERIFY(list().hasFocus()); // the listing neither took the focus nor the place
         QCOMPARE(list().currentIndex().data().toString(), u"x.txt"_s);
-        click("goUp");
-        QCOMPARE(list().currentIndex().data().toString(), u"lib"_s);
         m_desk->press(Qt::Key_Up, Qt::AltModifier);
         QCOMPARE(files().deviceWorkingDir(), u"/"_s);
-        list().setCurrentIndex(list().model()->index(3, 0));
-        const QPoint point = list().visualRect(list().currentIndex()).center();
-        QTest::mouseClick(list().viewport(), Qt::LeftButton, {}, point);
-        QTest::mouseDClick(list().viewport(), Qt::LeftButton, {}, point);
-        QTRY_COMPARE(m_desk->state().documents().selectedFile()->devicePath, u"/main.py"_s);
+        QCOMPARE(list().currentIndex().data().toString(), u"lib"_s);
     }
 
     void offersWhatCanBeDoneWithARow()
     {
-        QVERIFY(QDir(m_desk->folder.path()).mkdir(u"R&D"_s));
-        m_desk->state().localFiles().setLocalWorkingDir(m_desk->folder.filePath(u"R&D"_s));
+        const QString folder = m_desk->folder.filePath(u"R&D"_s);
+        QVERIFY(QDir().mkdir(folder));
         connectBoard();
-        QCOMPARE(openMenu(0).join(u'|'), u"Copy Folder to R&&D|Delete"_s);
-        QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
-        m_desk->state().localFiles().setLocalWorkingDir(u"/"_s);
-        QCOMPARE(openMenu(3).join(u'|'), u"Open in Editor|Copy to /|Delete"_s);
-        pick(u"Open in Editor"_s);
+        browseHere(u"/"_s);
+        QCOMPARE(pick(3, u"Open in Editor"_s), u"Open in Editor|Copy to /|Delete"_s);
         QTRY_COMPARE(m_desk->state().documents().selectedFile()->name, u"main.py"_s);
-        m_desk->state().localFiles().setLocalWorkingDir(m_desk->folder.filePath(u"R&D"_s));
-        openMenu(3);
-        pick(u"Copy to R&&D"_s);
-        QTRY_VERIFY(QFile::exists(m_desk->folder.filePath(u"R&D/main.py"_s)));
+        QCOMPARE(m_desk->state().documents().selectedFile()->devicePath, u"/main.py"_s);
+        browseHere(folder);
+        pick(3, u"Copy to R&&D"_s);
+        QTRY_VERIFY(QFile::exists(folder + u"/main.py"_s));
         QTRY_VERIFY(isIdle() && !m_desk->state().transfer().isSendingToDevice());
 
         m_desk->questions.confirmation.confirmed = false;
         m_programs.clear();
-        openMenu(1);
-        pick(u"Delete"_s);
+        QCOMPARE(pick(0, u"Copy Folder to R&&D"_s), u"Copy Folder to R&&D|Delete"_s);
+        QTRY_COMPARE(m_desk->questions.asked.size(), 1);
+        QVERIFY(m_desk->questions.takeAsked().startsWith(u"Copy “lib” to "));
+        pick(1, u"Delete"_s);
         QTRY_COMPARE(m_desk->questions.asked.size(), 1);
         QCOMPARE(m_desk->questions.takeAsked(),
                  u"Delete “b.bin” from the device? | Removes /b.bin (1536 bytes) from %1. This "
@@ -198,9 +184,8 @@ private slots:
         QCOMPARE(m_programs, QStringList());
         m_desk->questions.confirmation.confirmed = true;
         m_listing = R"([{"n":"main.py","p":"/main.py","d":false,"s":1023}])";
-        openMenu(1);
-        pick(u"Delete"_s);
-        QTRY_COMPARE(shown(), u"main.py 1023 B"_s);
+        pick(1, u"Delete"_s);
+        QTRY_COMPARE(shown(), u"main.py, 1023 B"_s);
         QVERIFY(m_programs.join(u' ').contains(u"'/b.bin'"));
         QTRY_VERIFY(list().hasFocus());
     }
