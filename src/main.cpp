@@ -4,6 +4,7 @@
 
 int main(int argc, char **argv)
 {
+    Korvane::KorvaneApp::begin();
     QApplication application(argc, argv);
     Korvane::KorvaneApp::setUp(application);
     Korvane::KorvaneApp korvane;

@@ -17,6 +17,10 @@
 #include <QMenu>
 #include <QTimer>
 
+#include <fontconfig/fontconfig.h>
+
+#include <system_error>
+#include <thread>
 #include <utility>
 
 // Outside of all namespaces, as the macro demands.
@@ -27,6 +31,17 @@ static QIcon applicationIcon()
 }
 
 namespace Korvane {
+
+void KorvaneApp::begin()
+{
+    // To read the system's list of fonts is a fifth of all the work until the window is there, and
+    // Qt begins it only with the first text. It may be read by two threads at once.
+    try {
+        std::thread([] { FcInit(); }).detach();
+    } catch (const std::system_error &) {
+        // Then Qt reads it when it needs it.
+    }
+}
 
 void KorvaneApp::setUp(QApplication &application)
 {

@@ -19,6 +19,9 @@ class UnsavedCopies;
 class KorvaneApp final
 {
 public:
+    /// Begins what takes long at the start and needs no QApplication. Before that is made; without
+    /// it the start takes longer, and nothing else changes.
+    static void begin();
     /// Names the program and gives it its look. Once, before anything is shown.
     static void setUp(QApplication &application);
 
