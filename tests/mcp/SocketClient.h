@@ -3,11 +3,21 @@
 #include <QByteArray>
 
 #include <arpa/inet.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
 
 namespace Korvane {
+
+/// With both ends of all connections in one process, the usual 1,024 descriptors are too few.
+inline void allowManyDescriptors()
+{
+    rlimit limits = {};
+    ::getrlimit(RLIMIT_NOFILE, &limits);
+    limits.rlim_cur = limits.rlim_max;
+    ::setrlimit(RLIMIT_NOFILE, &limits);
+}
 
 /// A client of the server under test on a blocking socket, for tests and the threads they start.
 /// Nothing blocks for longer than half a minute.

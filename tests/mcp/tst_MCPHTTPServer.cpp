@@ -87,6 +87,8 @@ class tst_MCPHTTPServer final : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase() { allowManyDescriptors(); }
+
     void writesResponsesToTheByte()
     {
         const QByteArray keepAlive = "\r\nConnection: keep-alive\r\n";

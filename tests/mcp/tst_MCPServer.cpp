@@ -124,6 +124,8 @@ class tst_MCPServer final : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase() { allowManyDescriptors(); }
+
     void takesPortAndTokenFromTheSettings()
     {
         Served served;
