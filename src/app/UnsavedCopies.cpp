@@ -101,6 +101,7 @@ struct UnsavedCopies::Change
     {
         if (file.name.isEmpty()) {
             QFile::remove(copy);
+            removeLeftover();
             return {};
         }
         const QJsonObject content{{nameKey, file.name},
@@ -109,9 +110,15 @@ struct UnsavedCopies::Change
                                   {textKey, file.fileText()}};
         auto written =
             LocalFile::writeAtomically(copy, QJsonDocument(content).toJson(QJsonDocument::Compact));
-        if (written && !leftover.isEmpty())
-            QFile::remove(leftover);
+        if (written)
+            removeLeftover();
         return written;
+    }
+
+    void removeLeftover() const
+    {
+        if (!leftover.isEmpty())
+            QFile::remove(leftover);
     }
 };
 
@@ -168,8 +175,8 @@ QList<UnsavedCopies::Change> UnsavedCopies::takeChanges()
         const EditorFile *file = m_documents.file(id);
         if (file && isUnsaved(*file))
             changes.append({copy, *file, std::exchange(m_kept[id], {})});
-        else if (m_kept.remove(id) > 0)
-            changes.append({copy, {}, {}});
+        else if (m_kept.contains(id))
+            changes.append({copy, {}, m_kept.take(id)});
     }
     return changes;
 }

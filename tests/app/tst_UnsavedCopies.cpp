@@ -85,6 +85,23 @@ private slots:
         QCOMPARE(copies().size(), 2);
     }
 
+    void forgetsALeftoverThatIsSavedAtOnce()
+    {
+        {
+            Session first(folder());
+            first.documents.updateSelectedContent(u"mine"_s);
+            QTRY_COMPARE(copies().size(), 1);
+        }
+        Session second(folder());
+        QTRY_COMPARE(second.copies.leftovers().size(), 1);
+        second.copies.open(second.copies.leftovers().constFirst());
+        QTRY_COMPARE(second.documents.openFiles().size(), 2);
+        // Before it has a copy of its own.
+        second.documents.markSaved(second.documents.selectedFileID(), u"mine"_s);
+        second.documents.setPath(second.documents.selectedFileID(), u"/home/me/a.py"_s, u"a.py"_s);
+        QTRY_COMPARE(copies().size(), 0);
+    }
+
     void keepsNothingThatIsSavedOrClosed()
     {
         Session session(folder());
