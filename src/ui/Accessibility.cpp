@@ -14,40 +14,19 @@ namespace Korvane::Accessibility {
 
 namespace {
 
-/// The toolkit shows a menu only below a menu bar. Whoever goes through the window's controls from
-/// the top would never find the ports.
-class ConnectButton final : public QAccessibleWidget
+/// A button under its text, which can be pressed from outside.
+class ButtonInterface : public QAccessibleWidget
 {
 public:
-    explicit ConnectButton(DeviceConnectButton *button)
-        : QAccessibleWidget(button, QAccessible::PushButton)
+    ButtonInterface(QToolButton *button, QAccessible::Role role)
+        : QAccessibleWidget(button, role)
         , m_button(button)
     {
     }
 
-    QAccessible::Role role() const override
-    {
-        return m_button->menu() ? QAccessible::ButtonMenu : QAccessible::PushButton;
-    }
-    QAccessible::State state() const override
-    {
-        QAccessible::State state = QAccessibleWidget::state();
-        state.hasPopup = m_button->menu() != nullptr;
-        return state;
-    }
     QString text(QAccessible::Text type) const override
     {
         return type == QAccessible::Name ? m_button->text() : QAccessibleWidget::text(type);
-    }
-    int childCount() const override { return m_button->menu() ? 1 : 0; }
-    QAccessibleInterface *child(int index) const override
-    {
-        QMenu *menu = m_button->menu();
-        return index == 0 && menu ? QAccessible::queryAccessibleInterface(menu) : nullptr;
-    }
-    int indexOfChild(const QAccessibleInterface *child) const override
-    {
-        return m_button->menu() && child->object() == m_button->menu() ? 0 : -1;
     }
     QStringList actionNames() const override
     {
@@ -63,17 +42,51 @@ public:
                 Qt::QueuedConnection);
     }
 
+protected:
+    [[nodiscard]] QToolButton &button() const { return *m_button; }
+
 private:
-    DeviceConnectButton *m_button;
+    QToolButton *m_button;
+};
+
+/// The toolkit shows a menu only below a menu bar. Whoever goes through the window's controls from
+/// the top would never find the ports.
+class ConnectButtonInterface final : public ButtonInterface
+{
+public:
+    explicit ConnectButtonInterface(DeviceConnectButton *button)
+        : ButtonInterface(button, QAccessible::PushButton)
+    {
+    }
+
+    QAccessible::Role role() const override
+    {
+        return button().menu() ? QAccessible::ButtonMenu : QAccessible::PushButton;
+    }
+    QAccessible::State state() const override
+    {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.hasPopup = button().menu() != nullptr;
+        return state;
+    }
+    int childCount() const override { return button().menu() ? 1 : 0; }
+    QAccessibleInterface *child(int index) const override
+    {
+        QMenu *menu = button().menu();
+        return index == 0 && menu ? QAccessible::queryAccessibleInterface(menu) : nullptr;
+    }
+    int indexOfChild(const QAccessibleInterface *child) const override
+    {
+        return button().menu() && child->object() == button().menu() ? 0 : -1;
+    }
 };
 
 /// For the toolkit a check box, which would promise that it can be taken back.
-class PaneTabInterface final : public QAccessibleWidget
+class PaneTabInterface final : public ButtonInterface
 {
 public:
     explicit PaneTabInterface(PaneTab *tab)
-        : QAccessibleWidget(tab, QAccessible::RadioButton)
-        , m_tab(tab)
+        : ButtonInterface(tab, QAccessible::RadioButton)
     {
     }
 
@@ -81,33 +94,15 @@ public:
     {
         QAccessible::State state = QAccessibleWidget::state();
         state.checkable = true;
-        state.checked = m_tab->isChecked();
+        state.checked = button().isChecked();
         return state;
     }
-    QString text(QAccessible::Text type) const override
-    {
-        return type == QAccessible::Name ? m_tab->text() : QAccessibleWidget::text(type);
-    }
-    QStringList actionNames() const override
-    {
-        return QStringList{pressAction()} + QAccessibleWidget::actionNames();
-    }
-    void doAction(const QString &name) override
-    {
-        if (name == pressAction())
-            m_tab->click();
-        else
-            QAccessibleWidget::doAction(name);
-    }
-
-private:
-    PaneTab *m_tab;
 };
 
 QAccessibleInterface *makeInterface(const QString &, QObject *object)
 {
     if (auto *button = qobject_cast<DeviceConnectButton *>(object))
-        return new ConnectButton(button);
+        return new ConnectButtonInterface(button);
     if (auto *strip = qobject_cast<EditorTabStrip *>(object))
         return new AccessibleTabStrip(strip);
     if (auto *tab = qobject_cast<PaneTab *>(object))

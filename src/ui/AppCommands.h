@@ -15,7 +15,7 @@ class AppState;
 class CodeEditorView;
 class EditorTabStrip;
 
-/// The program's own menus in the menu bar, and the keys that go from tab to tab.
+/// The program's own menus in the menu bar, but for the assistant's and Help.
 class AppCommands final : public QObject
 {
     Q_OBJECT

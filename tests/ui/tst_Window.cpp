@@ -110,7 +110,7 @@ private slots:
         QCOMPARE(variables->text(QAccessible::Name), u"Variables"_s);
         QVERIFY(shell->state().checked && !variables->state().checked);
         variables->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-        QVERIFY(!shell->state().checked && variables->state().checked);
+        QTRY_VERIFY(!shell->state().checked && variables->state().checked);
         QCOMPARE(desk.state().bottomTab(), AppState::BottomTab::Variables);
     }
 
