@@ -1,8 +1,8 @@
 // The three readers of what a board or the local session sends: each finds the same whether the
 // bytes come at once or in pieces.
 
-#include "debugger/DeviceStreamScanner.h"
-#include "device/RawReplReply.h"
+#include "board/DeviceStreamScanner.h"
+#include "board/RawReplResponse.h"
 #include "session/SessionStream.h"
 
 #include <algorithm>
@@ -52,7 +52,7 @@ QByteArrayView replyIn(QByteArrayView bytes)
 /// What a complete reply says.
 QString readReply(Pieces pieces)
 {
-    RawReplReply reply;
+    RawReplResponse reply;
     while (!pieces.isEmpty())
         reply.feed(QString::fromLatin1(pieces.take()));
     if (!reply.isComplete())

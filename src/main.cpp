@@ -1,10 +1,10 @@
-#include "ui/KorvaneApp.h"
+#include "ui/window/KorvaneApp.h"
 
 #include <QApplication>
 
 int main(int argc, char **argv)
 {
-    Korvane::KorvaneApp::begin();
+    Korvane::KorvaneApp::preloadFonts();
     QApplication application(argc, argv);
     Korvane::KorvaneApp::setUp(application);
     Korvane::KorvaneApp korvane;

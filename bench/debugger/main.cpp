@@ -9,10 +9,10 @@
 
 #include "Measure.h"
 #include "base/ShellSink.h"
+#include "board/DeviceLink.h"
+#include "board/ProgramRun.h"
 #include "debugger/DebugSession.h"
 #include "debugger/InstrumentedRun.h"
-#include "debugger/ProgramRun.h"
-#include "device/DeviceLink.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

@@ -5,9 +5,9 @@
 // Prints the median of parsing and sorting what the board has listed, of making the rows, and of
 // laying them out and painting them. Exits with 1 when they take more than 100 ms together.
 
-#include "device/DeviceListing.h"
-#include "ui/FileListView.h"
-#include "ui/KorvaneApp.h"
+#include "board/DeviceListing.h"
+#include "ui/browser/FileListView.h"
+#include "ui/window/KorvaneApp.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -1,10 +1,10 @@
 // How long it takes from a key to the painted frame: in a plain text edit of the toolkit without
-// colours and gutter, which is the machine's own floor; in the editor; and in the whole program,
+// colors and gutter, which is the machine's own floor; in the editor; and in the whole program,
 // which takes over each edit.
 //
 //   editor        10,000 and 50,000 lines, 5 MB, and one line of 1 MB
 //
-// Types, deletes, breaks and joins lines, opens and closes strings that turn the colours of the
+// Types, deletes, breaks and joins lines, opens and closes strings that turn the colors of the
 // rest of the file around, and undoes it all, at the start, in the middle and at the end. Exits
 // with 1 when the worst key takes more than 16 ms in 10,000 lines or 80 ms in 50,000. That is the
 // processor's time, which nothing here waits beyond: on a machine that is busy with other things
@@ -13,9 +13,9 @@
 #include "Measure.h"
 #include "app/FileSettings.h"
 #include "editor/CodeEditorView.h"
-#include "ui/ContentView.h"
-#include "ui/KorvaneApp.h"
-#include "ui/WindowQuestions.h"
+#include "ui/dialogs/PromptDialogs.h"
+#include "ui/window/ContentView.h"
+#include "ui/window/KorvaneApp.h"
 
 #include <QApplication>
 #include <QDirIterator>
@@ -188,8 +188,8 @@ bool compare(const char *what, const QString &text, int rounds, double allowedMi
     }
     const QTemporaryDir folder;
     FileSettings settings(folder.filePath(QStringLiteral("settings.ini")));
-    WindowQuestions questions;
-    KorvaneApp korvane(AppState::Dependencies{.settings = settings, .questions = questions});
+    PromptDialogs prompts;
+    KorvaneApp korvane(AppState::Dependencies{.settings = settings, .prompts = prompts});
     const Measured program =
         measure("program", *korvane.window().findChild<CodeEditorView *>(), rounds, [&] {
             korvane.state().documents().openTextInEditor(QStringLiteral("bench.py"), text);

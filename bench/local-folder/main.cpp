@@ -8,10 +8,10 @@
 
 #include "Measure.h"
 #include "app/FileSettings.h"
-#include "ui/ContentView.h"
-#include "ui/FileListView.h"
-#include "ui/KorvaneApp.h"
-#include "ui/WindowQuestions.h"
+#include "ui/browser/FileListView.h"
+#include "ui/dialogs/PromptDialogs.h"
+#include "ui/window/ContentView.h"
+#include "ui/window/KorvaneApp.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -45,9 +45,9 @@ int main(int argc, char **argv)
     QTemporaryDir empty;
     QTemporaryDir own;
     FileSettings settings(own.filePath(QStringLiteral("settings.ini")));
-    WindowQuestions questions;
+    PromptDialogs prompts;
     KorvaneApp korvane(
-        AppState::Dependencies{.settings = settings, .questions = questions, .interpreters = {}});
+        AppState::Dependencies{.settings = settings, .prompts = prompts, .interpreters = {}});
     korvane.show();
     auto *list = korvane.window().findChild<FileListView *>(QStringLiteral("localFiles"));
     LocalFiles &local = korvane.state().localFiles();

@@ -11,10 +11,10 @@
 
 #include "Measure.h"
 #include "app/FileSettings.h"
-#include "device/DeviceLink.h"
-#include "ui/ContentView.h"
-#include "ui/KorvaneApp.h"
-#include "ui/TranscriptView.h"
+#include "board/DeviceLink.h"
+#include "ui/shell/TranscriptView.h"
+#include "ui/window/ContentView.h"
+#include "ui/window/KorvaneApp.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -150,8 +150,8 @@ int main(int argc, char **argv)
 
     QTemporaryDir folder;
     FileSettings settings(folder.filePath(QStringLiteral("settings.ini")));
-    WindowQuestions questions;
-    KorvaneApp korvane(AppState::Dependencies{.settings = settings, .questions = questions});
+    PromptDialogs prompts;
+    KorvaneApp korvane(AppState::Dependencies{.settings = settings, .prompts = prompts});
     AppState &state = korvane.state();
     korvane.show();
     const auto *transcript = korvane.window().findChild<TranscriptView *>();

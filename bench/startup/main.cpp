@@ -7,8 +7,8 @@
 
 #include "Measure.h"
 #include "app/FileSettings.h"
-#include "ui/ContentView.h"
-#include "ui/KorvaneApp.h"
+#include "ui/window/ContentView.h"
+#include "ui/window/KorvaneApp.h"
 
 #include <QApplication>
 #include <QPlainTextEdit>
@@ -65,15 +65,15 @@ int show(int argc, char **argv)
 {
     const QByteArray what = argv[1];
     if (what == "korvane")
-        KorvaneApp::begin();
+        KorvaneApp::preloadFonts();
     QApplication application(argc, argv);
     Reporter reporter(atof(argv[2]));
     application.installEventFilter(&reporter);
     if (what == "korvane") {
         KorvaneApp::setUp(application);
         FileSettings settings(QString::fromLocal8Bit(argv[3]));
-        WindowQuestions questions;
-        KorvaneApp korvane(AppState::Dependencies{.settings = settings, .questions = questions});
+        PromptDialogs prompts;
+        KorvaneApp korvane(AppState::Dependencies{.settings = settings, .prompts = prompts});
         korvane.show();
         return QApplication::exec();
     }

@@ -7,8 +7,8 @@
 // times of some rounds, since what else the machine does only adds to them. Exits with 1 when
 // Korvane adds more than 5 ms to a command.
 
-#include "device/BoardDesk.h"
-#include "device/BoardScripts.h"
+#include "board/BoardDesk.h"
+#include "board/BoardScripts.h"
 #include "support/Awaited.h"
 #include "support/VirtualBoard.h"
 

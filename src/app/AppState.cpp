@@ -24,10 +24,10 @@ QByteArray forPrompt(QString command)
 AppState::AppState(Dependencies dependencies, QObject *parent)
     : QObject(parent)
     , m_settings(dependencies.settings)
-    , m_questions(dependencies.questions)
+    , m_prompts(dependencies.prompts)
     , m_runner(std::move(dependencies.interpreters))
     , m_link(m_shell, std::move(dependencies.serialRoots))
-    , m_saving({m_documents, m_boardDocuments, m_localFiles, m_deviceFiles, m_transfer, m_questions,
+    , m_saving({m_documents, m_boardDocuments, m_localFiles, m_deviceFiles, m_transfer, m_prompts,
                 m_shell, [this] { return isBoardBrowsed(); }})
 {
     m_link.setClient(this);
@@ -175,20 +175,20 @@ void AppState::wireBoard()
     connect(&m_programRun, &ProgramRun::replyWhole, &m_wiring, [this] {
         m_shell.flushOutput();
         // Also takes the board out of the raw REPL, where the Shell would get no answer.
-        m_variablesFlow.refreshVariables();
+        m_variablesStore.refreshVariables();
     });
     connect(&m_programRun, &ProgramRun::gaveUp, &m_wiring, [this] { setRunning(false); });
     connect(&m_debugSession, &DebugSession::began, &m_wiring,
             [this] { setBottomTab(BottomTab::Variables); });
     connect(&m_debugSession, &DebugSession::paused, &m_wiring, [this](const DebugPause &pause) {
-        m_variablesFlow.setVariables(pause.variables);
+        m_variablesStore.setVariables(pause.variables);
         setBottomTab(BottomTab::Variables);
     });
 }
 
 void AppState::wireFiles()
 {
-    connect(&m_folderCopy, &FolderCopy::localFilesChanged, &m_wiring,
+    connect(&m_fileTransfer, &FileTransfer::localFilesChanged, &m_wiring,
             [this] { m_localFiles.reload(); });
     connect(&m_boardDocuments, &BoardDocuments::sent, &m_wiring,
             [this] { setSidebarTab(SidebarTab::Device); });
@@ -235,7 +235,7 @@ void AppState::finishLocally(const RunResult &result)
     m_shell.flushOutput();
     if (!result.error.isEmpty())
         m_shell.appendError(result.error);
-    m_variablesFlow.setVariables(result.variables);
+    m_variablesStore.setVariables(result.variables);
 }
 
 void AppState::setRunning(bool isRunning)

@@ -2,17 +2,17 @@
 
 #include "app/BoardDocuments.h"
 #include "app/DocumentSaving.h"
-#include "app/Documents.h"
 #include "app/LocalFiles.h"
 #include "app/ShellTranscript.h"
-#include "app/VariablesFlow.h"
+#include "app/VariablesStore.h"
 #include "base/Lifetime.h"
+#include "board/DeviceFiles.h"
+#include "board/DeviceLink.h"
+#include "board/FileTransfer.h"
+#include "board/ProgramRun.h"
+#include "board/TransferStatus.h"
 #include "debugger/DebugSession.h"
-#include "debugger/ProgramRun.h"
-#include "device/DeviceFiles.h"
-#include "device/DeviceLink.h"
-#include "device/FolderCopy.h"
-#include "device/Transfer.h"
+#include "document/OpenFiles.h"
 #include "session/PythonRunner.h"
 
 #include <QCoro/QCoroTask>
@@ -46,7 +46,7 @@ public:
         /// Borrowed; must outlive the AppState.
         Settings &settings;
         /// Borrowed; must outlive the AppState.
-        Questions &questions;
+        UserPrompts &prompts;
         QStringList interpreters = PythonRunner::defaultInterpreters();
         SerialPortManager::Roots serialRoots = {};
         /// Makes the server for the assistant, which borrows the AppState. Without it there is
@@ -62,20 +62,20 @@ public:
     AppState &operator=(const AppState &) = delete;
 
     [[nodiscard]] Settings &settings() { return m_settings; }
-    [[nodiscard]] Questions &questions() { return m_questions; }
+    [[nodiscard]] UserPrompts &prompts() { return m_prompts; }
     [[nodiscard]] ShellTranscript &shell() { return m_shell; }
-    [[nodiscard]] Documents &documents() { return m_documents; }
+    [[nodiscard]] OpenFiles &documents() { return m_documents; }
     [[nodiscard]] DocumentSaving &saving() { return m_saving; }
     [[nodiscard]] BoardDocuments &boardDocuments() { return m_boardDocuments; }
     [[nodiscard]] LocalFiles &localFiles() { return m_localFiles; }
     [[nodiscard]] PythonRunner &runner() { return m_runner; }
     [[nodiscard]] DeviceLink &link() { return m_link; }
     [[nodiscard]] DeviceFiles &deviceFiles() { return m_deviceFiles; }
-    [[nodiscard]] FolderCopy &folderCopy() { return m_folderCopy; }
-    [[nodiscard]] Transfer &transfer() { return m_transfer; }
+    [[nodiscard]] FileTransfer &fileTransfer() { return m_fileTransfer; }
+    [[nodiscard]] TransferStatus &transfer() { return m_transfer; }
     [[nodiscard]] ProgramRun &programRun() { return m_programRun; }
     [[nodiscard]] DebugSession &debugSession() { return m_debugSession; }
-    [[nodiscard]] VariablesFlow &variablesFlow() { return m_variablesFlow; }
+    [[nodiscard]] VariablesStore &variablesStore() { return m_variablesStore; }
     /// Null when none is made.
     [[nodiscard]] AssistantServer *assistantServer() { return m_assistantServer.get(); }
 
@@ -141,18 +141,18 @@ private:
 
     // What is used by others stands above them, and so outlives them.
     Settings &m_settings;
-    Questions &m_questions;
+    UserPrompts &m_prompts;
     ShellTranscript m_shell;
-    Documents m_documents{m_shell};
+    OpenFiles m_documents{m_shell};
     PythonRunner m_runner;
     DeviceLink m_link;
     ProgramRun m_programRun{m_link, m_shell};
     DebugSession m_debugSession{m_link, m_programRun, m_shell};
-    VariablesFlow m_variablesFlow{m_runner, m_link, m_programRun, m_shell};
-    Transfer m_transfer;
-    LocalFiles m_localFiles{m_shell, m_questions};
-    DeviceFiles m_deviceFiles{m_link, m_shell, m_questions};
-    FolderCopy m_folderCopy{m_link, m_deviceFiles, m_transfer, m_shell};
+    VariablesStore m_variablesStore{m_runner, m_link, m_programRun, m_shell};
+    TransferStatus m_transfer;
+    LocalFiles m_localFiles{m_shell, m_prompts};
+    DeviceFiles m_deviceFiles{m_link, m_shell, m_prompts};
+    FileTransfer m_fileTransfer{m_link, m_deviceFiles, m_transfer, m_shell};
     BoardDocuments m_boardDocuments{{m_documents, m_link, m_deviceFiles, m_transfer, m_shell}};
     DocumentSaving m_saving;
     std::unique_ptr<AssistantServer> m_assistantServer;

@@ -1,11 +1,11 @@
 #include "app/BoardDocuments.h"
 
-#include "app/Documents.h"
 #include "base/ShellSink.h"
 #include "base/Utf8.h"
-#include "device/DeviceFiles.h"
-#include "device/DeviceLink.h"
-#include "device/Transfer.h"
+#include "board/DeviceFiles.h"
+#include "board/DeviceLink.h"
+#include "board/TransferStatus.h"
+#include "document/OpenFiles.h"
 
 namespace Korvane {
 
@@ -61,7 +61,7 @@ QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
         }
     }
 
-    Transfer::Running running(m_parts.transfer);
+    TransferStatus::Running running(m_parts.transfer);
     running.setStatus(QStringLiteral("Sending %1…").arg(file.name));
     m_parts.shell.appendInfo(QStringLiteral("↑ Sending %1 to %2…").arg(file.name, target));
     const bool written =
@@ -82,7 +82,7 @@ QCoro::Task<void> BoardDocuments::saveToDevice(QUuid id)
         co_return;
     const EditorFile file = *found;
     const auto life = m_life.watch();
-    Transfer::Running running(m_parts.transfer);
+    TransferStatus::Running running(m_parts.transfer);
     running.setStatus(QStringLiteral("Saving %1…").arg(file.name));
     const bool written =
         co_await m_parts.files.writeTextToDevice(file.fileText(), file.devicePath, file.name);
@@ -96,7 +96,7 @@ QCoro::Task<void> BoardDocuments::saveToDevice(QUuid id)
 QCoro::Task<void> BoardDocuments::deleteDeviceFile(DeviceFileNode node)
 {
     const auto life = m_life.watch();
-    Questions::Confirmation question;
+    UserPrompts::Confirmation question;
     question.title = QStringLiteral("Delete “%1” from the device?").arg(node.name);
     question.message = node.isDirectory
         ? QStringLiteral("Removes the directory %1 from %2. It must be empty.")

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Lifetime.h"
-#include "base/Records.h"
+#include "board/BoardRecords.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
@@ -10,9 +10,9 @@ namespace Korvane {
 
 class DeviceFiles;
 class DeviceLink;
-class Documents;
+class OpenFiles;
 class ShellSink;
-class Transfer;
+class TransferStatus;
 
 /// Documents that live on the board, and sending one there. Main thread only.
 class BoardDocuments final : public QObject
@@ -23,10 +23,10 @@ public:
     /// What BoardDocuments works with; all must outlive it.
     struct Parts
     {
-        Documents &documents;
+        OpenFiles &documents;
         DeviceLink &link;
         DeviceFiles &files;
-        Transfer &transfer;
+        TransferStatus &transfer;
         ShellSink &shell;
     };
 

@@ -1,14 +1,14 @@
 #include "app/DocumentSaving.h"
 
 #include "app/BoardDocuments.h"
-#include "app/Documents.h"
 #include "app/LocalFiles.h"
 #include "base/DisplayPath.h"
 #include "base/LocalFile.h"
 #include "base/ShellSink.h"
-#include "device/DeviceFiles.h"
-#include "device/DeviceListing.h"
-#include "device/Transfer.h"
+#include "board/DeviceFiles.h"
+#include "board/DeviceListing.h"
+#include "board/TransferStatus.h"
+#include "document/OpenFiles.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -53,14 +53,14 @@ QCoro::Task<void> DocumentSaving::saveToBrowsedFolder()
     const QString folder =
         onBoard ? m_parts.deviceFiles.deviceWorkingDir() : m_parts.localFiles.localWorkingDir();
 
-    Questions::NamePrompt prompt;
+    UserPrompts::NamePrompt prompt;
     prompt.title = QStringLiteral("Save File");
     prompt.message =
         QStringLiteral("Save to %1.")
             .arg(onBoard ? QStringLiteral("the device at ") + folder : displayPath(folder));
     prompt.proposedName = selected->name;
     prompt.confirmTitle = QStringLiteral("Save");
-    const QString name = co_await m_parts.questions.askName(std::move(prompt));
+    const QString name = co_await m_parts.prompts.askName(std::move(prompt));
     if (!life || name.isEmpty())
         co_return;
     if (!isUsableFileName(name)) {
@@ -96,7 +96,7 @@ QCoro::Task<void> DocumentSaving::saveIntoBoardFolder(QUuid id, QString folder, 
         co_return;
     const EditorFile file = *found;
     {
-        Transfer::Running running(m_parts.transfer);
+        TransferStatus::Running running(m_parts.transfer);
         running.setStatus(QStringLiteral("Saving %1…").arg(name));
         const bool written =
             co_await m_parts.deviceFiles.writeTextToDevice(file.fileText(), path, name);
@@ -118,12 +118,12 @@ QCoro::Task<void> DocumentSaving::saveIntoLocalFolder(QUuid id, QString folder, 
     if (!exists)
         co_return;
     if (*exists) {
-        Questions::Confirmation question;
+        UserPrompts::Confirmation question;
         question.title = QStringLiteral("Replace “%1”?").arg(name);
         question.message = QStringLiteral("%1 already exists in %2. Saving replaces it.")
                                .arg(name, displayPath(folder));
         question.confirmTitle = QStringLiteral("Replace");
-        const auto answer = co_await m_parts.questions.confirm(std::move(question));
+        const auto answer = co_await m_parts.prompts.confirm(std::move(question));
         if (!life)
             co_return;
         if (!answer.confirmed) {
@@ -144,7 +144,7 @@ QCoro::Task<void> DocumentSaving::saveAs()
     // A conditional inside the co_await expression is destroyed twice by this compiler.
     const QString proposed = selected ? selected->name : QStringLiteral("untitled.py");
     const QString folder = m_parts.localFiles.localWorkingDir();
-    const QString path = co_await m_parts.questions.askSavePath(folder, proposed);
+    const QString path = co_await m_parts.prompts.askSavePath(folder, proposed);
     if (life && !path.isEmpty())
         co_await saveAt(id, path);
 }

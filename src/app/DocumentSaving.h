@@ -2,9 +2,9 @@
 
 #include "base/Background.h"
 #include "base/Lifetime.h"
-#include "base/Questions.h"
-#include "base/Records.h"
 #include "base/Result.h"
+#include "base/UserPrompts.h"
+#include "document/EditorFile.h"
 
 #include <QCoro/QCoroTask>
 
@@ -14,10 +14,10 @@ namespace Korvane {
 
 class BoardDocuments;
 class DeviceFiles;
-class Documents;
+class OpenFiles;
 class LocalFiles;
 class ShellSink;
-class Transfer;
+class TransferStatus;
 
 /// Saving the selected document: where it lives, into the folder being browsed, or where a save
 /// dialog says. A document is looked up again after every wait: one that was closed before its text
@@ -28,12 +28,12 @@ public:
     /// What DocumentSaving works with; all must outlive it.
     struct Parts
     {
-        Documents &documents;
+        OpenFiles &documents;
         BoardDocuments &boardDocuments;
         LocalFiles &localFiles;
         DeviceFiles &deviceFiles;
-        Transfer &transfer;
-        Questions &questions;
+        TransferStatus &transfer;
+        UserPrompts &prompts;
         ShellSink &shell;
         /// Whether the person browses a connected board rather than this computer.
         std::function<bool()> isBoardBrowsed;

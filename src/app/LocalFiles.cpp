@@ -53,10 +53,10 @@ bool isUsableFileName(const QString &name)
         && name != u"..";
 }
 
-LocalFiles::LocalFiles(ShellSink &shell, Questions &questions, QObject *parent)
+LocalFiles::LocalFiles(ShellSink &shell, UserPrompts &prompts, QObject *parent)
     : QObject(parent)
     , m_shell(shell)
-    , m_questions(questions)
+    , m_prompts(prompts)
     , m_localWorkingDir(QDir::homePath())
 {
 }
@@ -89,12 +89,12 @@ QCoro::Task<void> LocalFiles::createFolder()
 {
     const auto life = m_life.watch();
     const QString folder = m_localWorkingDir;
-    Questions::NamePrompt prompt;
+    UserPrompts::NamePrompt prompt;
     prompt.title = QStringLiteral("New Folder");
     prompt.message = QStringLiteral("Create a folder in %1.").arg(displayPath(folder));
     prompt.proposedName = QStringLiteral("untitled folder");
     prompt.confirmTitle = QStringLiteral("Create");
-    const QString name = co_await m_questions.askName(std::move(prompt));
+    const QString name = co_await m_prompts.askName(std::move(prompt));
     if (!life || name.isEmpty())
         co_return;
     if (!isUsableFileName(name)) {

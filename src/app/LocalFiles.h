@@ -2,8 +2,8 @@
 
 #include "base/Background.h"
 #include "base/Lifetime.h"
-#include "base/Questions.h"
 #include "base/Records.h"
+#include "base/UserPrompts.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
@@ -24,7 +24,7 @@ class LocalFiles final : public QObject
 
 public:
     /// Starts at the person's home folder. Both must outlive this.
-    LocalFiles(ShellSink &shell, Questions &questions, QObject *parent = nullptr);
+    LocalFiles(ShellSink &shell, UserPrompts &prompts, QObject *parent = nullptr);
 
     [[nodiscard]] const QString &localWorkingDir() const { return m_localWorkingDir; }
     /// \p path is absolute.
@@ -49,7 +49,7 @@ signals:
 
 private:
     ShellSink &m_shell;
-    Questions &m_questions;
+    UserPrompts &m_prompts;
     QString m_localWorkingDir;
     int m_localFilesVersion = 0;
     Background m_background;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/OutputCleaner.h"
+#include "app/AnsiFilter.h"
 #include "base/ShellSink.h"
 
 #include <QObject>
@@ -23,7 +23,7 @@ public:
     explicit ShellTranscript(QObject *parent = nullptr);
 
     void appendLine(const QString &text, REPLLine::Kind kind) override;
-    /// Adds what a program printed, cleaned as OutputCleaner does and merged into the last line if
+    /// Adds what a program printed, cleaned as AnsiFilter does and merged into the last line if
     /// that is output. What has to wait for the next chunk (a "\r", the start of an escape
     /// sequence) is shown by `flushOutput` or by the next line at the latest.
     void appendOutput(const QString &text) override;
@@ -47,7 +47,7 @@ private:
     void addOutput(const QString &text);
 
     QList<REPLLine> m_replLines;
-    OutputCleaner m_cleaner;
+    AnsiFilter m_cleaner;
 };
 
 } // namespace Korvane

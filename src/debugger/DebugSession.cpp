@@ -1,12 +1,12 @@
 #include "debugger/DebugSession.h"
 
-#include "base/DeviceError.h"
 #include "base/ShellSink.h"
+#include "board/DebugPause.h"
+#include "board/DeviceError.h"
+#include "board/DeviceLink.h"
+#include "board/ProgramRun.h"
 #include "debugger/DebugHelper.h"
-#include "debugger/DebugPause.h"
 #include "debugger/InstrumentedRun.h"
-#include "debugger/ProgramRun.h"
-#include "device/DeviceLink.h"
 
 #include <utility>
 
@@ -80,7 +80,7 @@ QCoro::Task<Result<void>> DebugSession::installHelper(QSet<int> activeLines)
     // Of two starts in a row the second must find the first one's program on the board, and be
     // refused. Waiting for the line, it would wait for that program's end, and start it once more.
     while (isStarting()) {
-        const bool elapsed = co_await m_sleeper.sleep(startPollInterval);
+        const bool elapsed = co_await m_delay.sleep(startPollInterval);
         if (!elapsed || !life)
             co_return Error{ErrorCode::Closed, {}};
     }

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/Delay.h"
 #include "base/Lifetime.h"
 #include "base/Result.h"
-#include "base/Sleeper.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
@@ -83,7 +83,7 @@ private:
     bool m_isInstalling = false;
     /// Changes with each end of the link. What was installed then is gone.
     int m_connection = 0;
-    Sleeper m_sleeper;
+    Delay m_delay;
     Lifetime m_life;
 };
 

@@ -1,10 +1,10 @@
 #include "editor/CodeEditorView.h"
 
-#include "editor/EditorColours.h"
+#include "document/PythonTextStorage.h"
 #include "editor/EditorSearch.h"
 #include "editor/GoToLineBar.h"
 #include "editor/LineNumberRulerView.h"
-#include "editor/PythonTextStorage.h"
+#include "theme/CodeColors.h"
 
 #include <QAction>
 #include <QContextMenuEvent>
@@ -109,7 +109,7 @@ QAction *CodeEditorView::makeAction(const QString &text, const QKeySequence &key
 
 PythonTextStorage *CodeEditorView::makeStorage()
 {
-    auto *storage = new PythonTextStorage(EditorColours::of(palette()), this);
+    auto *storage = new PythonTextStorage(CodeColors::of(palette()), this);
     storage->setDocumentMargin(textMargin);
     // A line that begins with a word in a right-to-left script is a line of code all the same.
     QTextOption option = storage->defaultTextOption();
@@ -118,9 +118,9 @@ PythonTextStorage *CodeEditorView::makeStorage()
     storage->setDefaultTextOption(option);
     setCodeFont(*storage);
 
-    connect(storage, &PythonTextStorage::coloured, this, [this, storage] {
+    connect(storage, &PythonTextStorage::colored, this, [this, storage] {
         if (storage == m_storage)
-            showColours();
+            showColors();
     });
     connect(storage, &PythonTextStorage::edited, this,
             [this, storage] { emit textEdited(storage->text()); });
@@ -296,11 +296,11 @@ std::pair<int, int> CodeEditorView::visibleRange() const
     return {first.position(), last.position() + last.length() - 1};
 }
 
-/// As many lines as fit if none is wrapped; at most a few below the viewport are coloured in vain.
-void CodeEditorView::showColours()
+/// As many lines as fit if none is wrapped; at most a few below the viewport are colored in vain.
+void CodeEditorView::showColors()
 {
     const int rows = viewport()->height() / fontMetrics().lineSpacing();
-    m_storage->showColours(firstVisibleBlock(), rows + 2);
+    m_storage->showColors(firstVisibleBlock(), rows + 2);
 }
 
 void CodeEditorView::setBar(EditorBar *bar)
@@ -362,7 +362,7 @@ void CodeEditorView::keyPressEvent(QKeyEvent *event)
 
 void CodeEditorView::paintEvent(QPaintEvent *event)
 {
-    showColours(); // of lines that came into view
+    showColors(); // of lines that came into view
     QPlainTextEdit::paintEvent(event);
 }
 
@@ -382,7 +382,7 @@ void CodeEditorView::changeEvent(QEvent *event)
             setCodeFont(*place.storage);
     } else if (event->type() == QEvent::PaletteChange) {
         for (const Place &place : std::as_const(m_places))
-            place.storage->setColours(EditorColours::of(palette()));
+            place.storage->setColors(CodeColors::of(palette()));
         m_ruler->update();
         emit contentShown();
     }

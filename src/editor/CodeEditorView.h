@@ -18,7 +18,7 @@ class GoToLineBar;
 class LineNumberRulerView;
 class PythonTextStorage;
 
-/// The editing surface of the selected document: its text in colours, with the gutter on its left
+/// The editing surface of the selected document: its text in colors, with the gutter on its left
 /// and, when asked for, a find bar above it.
 ///
 /// Texts and breakpoints belong to somebody else, who is told what the person did. What belongs to
@@ -90,7 +90,7 @@ signals:
     void textEdited(const QString &text);
     /// The person asks to set or remove a breakpoint.
     void onToggleBreakpoint(int line);
-    /// Another document is shown, or the shown one has other characters or colours.
+    /// Another document is shown, or the shown one has other characters or colors.
     void contentShown();
     void barChanged();
 
@@ -119,7 +119,7 @@ private:
     void leaveDocument();
     void putCaret(int position);
     void scrollTo(int line);
-    void showColours();
+    void showColors();
     void layOut();
     void setCodeFont(PythonTextStorage &storage) const;
 

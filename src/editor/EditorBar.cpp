@@ -1,6 +1,6 @@
 #include "editor/EditorBar.h"
 
-#include "editor/EditorColours.h"
+#include "theme/CodeColors.h"
 
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -67,7 +67,7 @@ void EditorBar::paintEvent(QPaintEvent *event)
     QWidget::paintEvent(event);
     QPainter painter(this);
     painter.fillRect(0, height() - 1, width(), 1,
-                     EditorColours::of(palette()).color(EditorColours::Role::Separator));
+                     CodeColors::of(palette()).color(CodeColors::Role::Separator));
 }
 
 } // namespace Korvane

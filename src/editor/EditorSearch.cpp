@@ -1,9 +1,9 @@
 #include "editor/EditorSearch.h"
 
+#include "document/PythonTextStorage.h"
 #include "editor/CodeEditorView.h"
-#include "editor/EditorColours.h"
 #include "editor/FindBar.h"
-#include "editor/PythonTextStorage.h"
+#include "theme/CodeColors.h"
 
 #include <QScopedValueRollback>
 #include <QScrollBar>
@@ -137,15 +137,14 @@ void EditorSearch::showCount()
                      static_cast<qsizetype>(m_found.size()));
 }
 
-/// Puts a colour behind the places that are in view.
+/// Puts a color behind the places that are in view.
 void EditorSearch::showFound()
 {
     QList<QTextEdit::ExtraSelection> shown;
     if (!m_bar->isHidden() && !m_isStale) {
         const auto [start, end] = m_view.visibleRange();
         QTextCharFormat format;
-        format.setBackground(
-            EditorColours::of(m_view.palette()).color(EditorColours::Role::FoundText));
+        format.setBackground(CodeColors::of(m_view.palette()).color(CodeColors::Role::FoundText));
         const int length = static_cast<int>(m_search.query.size());
         // In the middle of an edit the text may be shorter than it was.
         const int last = std::min(end, m_view.document()->characterCount() - 1 - length);

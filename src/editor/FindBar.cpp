@@ -1,6 +1,6 @@
 #include "editor/FindBar.h"
 
-#include "editor/EditorColours.h"
+#include "theme/CodeColors.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>

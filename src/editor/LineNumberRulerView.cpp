@@ -1,7 +1,7 @@
 #include "editor/LineNumberRulerView.h"
 
 #include "editor/CodeEditorView.h"
-#include "editor/EditorColours.h"
+#include "theme/CodeColors.h"
 
 #include <QFontMetricsF>
 #include <QGuiApplication>
@@ -85,10 +85,10 @@ void LineNumberRulerView::paintEvent(QPaintEvent *event)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.fillRect(event->rect(), palette().color(QPalette::Window));
-    const EditorColours &colours = EditorColours::of(palette());
+    const CodeColors &colors = CodeColors::of(palette());
     const QFont font = numberFont(QFont::Normal);
     const QFont pausedFont = numberFont(QFont::Bold);
-    const QColor red = colours.color(EditorColours::Role::SystemRed);
+    const QColor red = colors.color(CodeColors::Role::SystemRed);
 
     for (const CodeEditorView::LineRows &row : m_textView->visibleLines()) {
         const QRectF rows(0, row.top, width(), row.height);
@@ -96,25 +96,25 @@ void LineNumberRulerView::paintEvent(QPaintEvent *event)
             continue;
         const bool isPaused = row.line == m_pausedLine;
         if (isPaused)
-            painter.fillRect(rows, colours.pausedBand());
+            painter.fillRect(rows, colors.pausedBand());
 
         const bool hasBreakpoint = m_breakpoints.contains(row.line);
         if (hasBreakpoint || m_activeBreakpoints.contains(row.line)) {
-            const QPointF centre(markerColumn, row.top + row.firstRowHeight / 2);
+            const QPointF center(markerColumn, row.top + row.firstRowHeight / 2);
             painter.setPen(hasBreakpoint ? QPen(Qt::NoPen) : QPen(red, activeMarkerWidth));
             painter.setBrush(hasBreakpoint ? QBrush(red) : QBrush(Qt::NoBrush));
-            painter.drawEllipse(centre, markerDiameter / 2, markerDiameter / 2);
+            painter.drawEllipse(center, markerDiameter / 2, markerDiameter / 2);
         }
 
         painter.setFont(isPaused ? pausedFont : font);
-        painter.setPen(colours.color(isPaused ? EditorColours::Role::Label
-                                              : EditorColours::Role::SecondaryLabel));
+        painter.setPen(
+            colors.color(isPaused ? CodeColors::Role::Label : CodeColors::Role::SecondaryLabel));
         painter.drawText(QRectF(0, row.top, width() - numberMargin, row.firstRowHeight),
                          Qt::AlignRight | Qt::AlignTop | Qt::TextDontClip,
                          QString::number(row.line));
     }
     painter.fillRect(QRectF(width() - 1, 0, 1, height()),
-                     colours.color(EditorColours::Role::Separator));
+                     colors.color(CodeColors::Role::Separator));
 }
 
 void LineNumberRulerView::mousePressEvent(QMouseEvent *event)

@@ -1,6 +1,6 @@
 #include "editor/TextSearch.h"
 
-#include "editor/WordCharacters.h"
+#include "document/WordCharacters.h"
 
 #include <QStringMatcher>
 

@@ -3,7 +3,7 @@
 #include "app/AppState.h"
 #include "app/Settings.h"
 #include "base/Utf8.h"
-#include "device/BoardScripts.h"
+#include "board/BoardScripts.h"
 #include "mcp/MCPToolError.h"
 #include "mcp/ToolDefinitions.h"
 
@@ -275,7 +275,7 @@ BoardTools::Answer BoardTools::writeDeviceFile(ToolArguments arguments)
         const bool exists = co_await files.deviceFileExists(*path);
         if (!life)
             co_return MCPToolError::closed();
-        Questions::Confirmation question;
+        UserPrompts::Confirmation question;
         question.title = u"Let Claude write “"_s + *path + u"”?"_s;
         question.message = size
             + (exists ? u" bytes, replacing the file already at "_s + *path + u" on "_s
@@ -318,7 +318,7 @@ BoardTools::Answer BoardTools::deleteDeviceFile(ToolArguments arguments)
     const DeviceFileNode node = *found; // the next listing takes it away
 
     if (asksFirst()) {
-        Questions::Confirmation question;
+        UserPrompts::Confirmation question;
         question.title = u"Let Claude delete “"_s + *path + u"”?"_s;
         question.message = node.isDirectory
             ? u"Removes the directory from "_s + deviceName() + u". It must be empty."_s
@@ -374,7 +374,7 @@ BoardTools::Answer BoardTools::run(QString code, double timeoutSeconds)
 BoardTools::Answer BoardTools::softReset(ToolArguments)
 {
     m_state.link().softReset();
-    const bool isOver = co_await m_sleeper.sleep(resetPause);
+    const bool isOver = co_await m_delay.sleep(resetPause);
     if (!isOver)
         co_return MCPToolError::closed();
     co_return u"Soft reset sent. boot.py and main.py have run again."_s;
@@ -393,7 +393,7 @@ BoardTools::Answer BoardTools::openInEditor(ToolArguments arguments)
         + u" in the editor. It is not on the device until you write it there."_s;
 }
 
-QCoro::Task<std::optional<Error>> BoardTools::askFor(Questions::Confirmation question,
+QCoro::Task<std::optional<Error>> BoardTools::askFor(UserPrompts::Confirmation question,
                                                      Error declined)
 {
     const auto life = m_life.watch();

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "base/Delay.h"
 #include "base/Lifetime.h"
 #include "base/OneShot.h"
-#include "base/Questions.h"
-#include "base/Sleeper.h"
+#include "base/UserPrompts.h"
 #include "mcp/ToolSet.h"
 
 #include <QObject>
@@ -49,7 +49,7 @@ private:
 
     [[nodiscard]] Answer run(QString code, double timeoutSeconds);
     /// Nothing when the person, or their standing order, says yes.
-    [[nodiscard]] QCoro::Task<std::optional<Error>> askFor(Questions::Confirmation question,
+    [[nodiscard]] QCoro::Task<std::optional<Error>> askFor(UserPrompts::Confirmation question,
                                                            Error declined);
     [[nodiscard]] bool isConnected() const;
     [[nodiscard]] bool asksFirst() const;
@@ -60,7 +60,7 @@ private:
     AppState &m_state;
     int m_linkNumber = 0; // counts the changes of the link
     Calls m_calls;        // without an answer yet
-    Sleeper m_sleeper;
+    Delay m_delay;
     QObject m_wiring; // context of the connections to the state
     Lifetime m_life;
 };

@@ -122,7 +122,7 @@ QCoro::Task<HTTPResponse> MCPEndpoint::answer(HTTPRequest request)
     JSONChecker checker(request.body);
     auto verdict = checker.advance(checkedBytesPerTurn);
     while (verdict == JSONChecker::Verdict::Unfinished) {
-        if (!co_await m_sleeper.sleep(std::chrono::milliseconds(0)) || !alive)
+        if (!co_await m_delay.sleep(std::chrono::milliseconds(0)) || !alive)
             co_return HTTPResponse{404};
         verdict = checker.advance(checkedBytesPerTurn);
     }
@@ -151,7 +151,7 @@ QCoro::Task<HTTPResponse> MCPEndpoint::answerBatch(JSONValue batch)
     turn.start();
     for (JSONItems items(batch); items.next();) {
         if (turn.hasExpired(batchTurnMs)) {
-            if (!co_await m_sleeper.sleep(std::chrono::milliseconds(0)) || !alive)
+            if (!co_await m_delay.sleep(std::chrono::milliseconds(0)) || !alive)
                 co_return HTTPResponse{404};
             turn.start();
         }

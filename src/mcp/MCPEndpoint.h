@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/Delay.h"
 #include "base/Lifetime.h"
-#include "base/Sleeper.h"
 #include "mcp/HTTPResponse.h"
 #include "mcp/JSONValue.h"
 #include "mcp/MCPAccess.h"
@@ -39,7 +39,7 @@ private:
     ToolSet &m_tools;
     QPointer<const QObject> m_state;
     QByteArray m_toolsResult; // made on first use
-    Sleeper m_sleeper;
+    Delay m_delay;
     Lifetime m_lifetime;
 };
 

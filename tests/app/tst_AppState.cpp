@@ -1,4 +1,4 @@
-#include "Workshop.h"
+#include "app/AppFixture.h"
 #include "app/AssistantServer.h"
 #include "support/ScriptedBoard.h"
 
@@ -28,7 +28,7 @@ private:
     AppState &m_state;
 };
 
-using Step = std::function<void(BoardWorkshop &)>;
+using Step = std::function<void(BoardAppFixture &)>;
 
 } // namespace
 
@@ -41,7 +41,7 @@ class tst_AppState final : public QObject
 private slots:
     void startsWithOneDocumentAndAWelcome()
     {
-        const Workshop shop({u"/nowhere"_s, u"/usr/bin/python3"_s});
+        const AppFixture shop({u"/nowhere"_s, u"/usr/bin/python3"_s});
         QCOMPARE(shop.lines(0), QStringList{welcome});
         QCOMPARE(shop.state->documents().openFiles().size(), 1);
         QCOMPARE(shop.state->documents().selectedFile()->name, u"untitled.py"_s);
@@ -49,7 +49,7 @@ private slots:
         QCOMPARE(shop.state->variablesCaption(), u"local Python"_s);
 
         QCOMPARE(
-            Workshop({u"/nowhere"_s}).lines(0),
+            AppFixture({u"/nowhere"_s}).lines(0),
             QStringList({welcome,
                          u"info: ⚠️  Python 3 not found. Install Python from python.org or "
                          "via Homebrew."_s}));
@@ -60,10 +60,10 @@ private slots:
         for (const bool enabled : {false, true}) {
             MemorySettings settings;
             settings.setFlag(Settings::serverEnabled, enabled);
-            ScriptedQuestions questions;
+            ScriptedPrompts prompts;
             AppState state({
                 .settings = settings,
-                .questions = questions,
+                .prompts = prompts,
                 .makeServer = [](AppState &app) { return std::make_unique<RecordedServer>(app); },
             });
             QVERIFY(state.assistantServer());
@@ -74,7 +74,7 @@ private slots:
 
     void runsTheDocumentInTheSession()
     {
-        Workshop shop;
+        AppFixture shop;
         shop.write(u"x = 6\nprint('h\\x1b[1mällo', end='\\r\\x1b[')\nraise SystemExit(3)"_s);
         shop.run();
         QVERIFY(shop.state->isRunning());
@@ -87,7 +87,7 @@ private slots:
 
     void runsNothingOfAnEmptyDocument()
     {
-        BoardWorkshop shop;
+        BoardAppFixture shop;
         shop.run();
         shop.connectBoard();
         shop.run();
@@ -97,7 +97,7 @@ private slots:
 
     void runsOneAfterTheOther()
     {
-        Workshop shop;
+        AppFixture shop;
         QList<qsizetype> linesAtChanges;
         connect(shop.state.get(), &AppState::isRunningChanged, this,
                 [&] { linesAtChanges << shop.lines().size(); });
@@ -112,8 +112,8 @@ private slots:
 
     void answersTheShellFromTheSession()
     {
-        Workshop shop;
-        QSignalSpy changes(&shop.state->variablesFlow(), &VariablesFlow::variablesChanged);
+        AppFixture shop;
+        QSignalSpy changes(&shop.state->variablesStore(), &VariablesStore::variablesChanged);
         for (const char *command : {"", "x = 5", "print(end='a\\r')", "exit(2)"})
             shop.state->submitShell(QString::fromLatin1(command));
         QTRY_COMPARE(changes.size(), 3);
@@ -126,7 +126,7 @@ private slots:
 
     void connectsAndGivesShellLinesToTheBoardAsTheyAre()
     {
-        BoardWorkshop shop;
+        BoardAppFixture shop;
         shop.connectBoard();
         QCOMPARE(shop.lines().constFirst(), u"info: Connected to "_s + shop.board.port());
         QCOMPARE(shop.state->sidebarTab(), AppState::SidebarTab::Device);
@@ -144,7 +144,7 @@ private slots:
 
     void runsOnTheBoardAndReadsItsVariables()
     {
-        BoardWorkshop shop;
+        BoardAppFixture shop;
         shop.answer = ScriptedBoard::reply("done\r\n", "oops\r\n");
         shop.runOnBoard();
         QVERIFY(!shop.state->isRunning());
@@ -157,7 +157,7 @@ private slots:
     void endsTheStreamAndThePauseWithTheLink()
     {
         for (const bool isLost : {true, false}) {
-            BoardWorkshop shop;
+            BoardAppFixture shop;
             shop.connectBoard();
             shop.board.setMute(true);
             shop.board.send("\036{\"line\": 3}\036\303");
@@ -187,7 +187,7 @@ private slots:
     {
         // How many bytes of ^A work() ^D ^A script ^D it takes before its cable is pulled.
         for (const int bytes : {0, 1, 4, 7, 8, 9, 200, 10 + 364}) {
-            BoardWorkshop shop;
+            BoardAppFixture shop;
             shop.connectBoard();
             shop.board.vanishAfterReceiving(bytes);
             shop.runOnBoard();
@@ -211,32 +211,32 @@ private slots:
     {
         QTest::addColumn<Step>("reach");
         const auto row = [](const char *name, Step step) { QTest::newRow(name) << step; };
-        row("at once", [](BoardWorkshop &) {});
-        const auto runLocally = [](BoardWorkshop &shop) {
+        row("at once", [](BoardAppFixture &) {});
+        const auto runLocally = [](BoardAppFixture &shop) {
             shop.write(u"print('on')\nimport time\ntime.sleep(1)"_s);
             shop.run();
             QTRY_VERIFY(shop.text().contains(u"on\n"_s));
         };
-        row("local run being stopped", [=](BoardWorkshop &shop) {
+        row("local run being stopped", [=](BoardAppFixture &shop) {
             runLocally(shop);
             shop.state->stopRun();
         });
-        row("others wait for the session", [=](BoardWorkshop &shop) {
+        row("others wait for the session", [=](BoardAppFixture &shop) {
             runLocally(shop);
             shop.state->submitShell(u"1"_s);
             shop.refresh();
         });
-        row("session restarting", [=](BoardWorkshop &shop) {
+        row("session restarting", [=](BoardAppFixture &shop) {
             runLocally(shop);
-            shop.state->variablesFlow().restartLocalSession();
+            shop.state->variablesStore().restartLocalSession();
         });
-        row("board entering", [](BoardWorkshop &shop) {
+        row("board entering", [](BoardAppFixture &shop) {
             shop.connectBoard();
             shop.board.setMute(true);
             shop.runOnBoard();
             QTRY_VERIFY(shop.board.received().contains('\x01'));
         });
-        row("board command waits behind another", [](BoardWorkshop &shop) {
+        row("board command waits behind another", [](BoardAppFixture &shop) {
             shop.connectBoard();
             shop.board.setMute(true);
             shop.refresh();
@@ -250,7 +250,7 @@ private slots:
     void quitsAtAnyMoment()
     {
         QFETCH(Step, reach);
-        BoardWorkshop shop;
+        BoardAppFixture shop;
         reach(shop);
         QVERIFY(!QTest::currentTestFailed());
         shop.state.reset();

@@ -1,4 +1,4 @@
-#include "Workshop.h"
+#include "app/AppFixture.h"
 #include "support/VirtualBoard.h"
 
 using namespace Korvane;
@@ -12,7 +12,7 @@ class tst_BoardRuns final : public QObject
     VirtualBoard m_board;
 
     /// The program has ended, the variables are read, and the prompt is back.
-    bool isOver(const Workshop &shop) const
+    bool isOver(const AppFixture &shop) const
     {
         return shop.isBoardIdle() && shop.text().endsWith(u">>> "_s);
     }
@@ -22,7 +22,7 @@ private slots:
 
     void showsOutputThenVariablesThenAnswersTheShell()
     {
-        Workshop shop;
+        AppFixture shop;
         shop.state->link().connectDevice(m_board.port());
         shop.write(u"import sys\nx = 'a' * 600\n_hidden = 1\nprint('hällo')\n"_s);
         shop.run();
@@ -45,7 +45,7 @@ private slots:
     void isFreeAfterADebugRunIsStopped()
     {
         QFETCH(int, breakpoint);
-        Workshop shop;
+        AppFixture shop;
         DebugSession &session = shop.state->debugSession();
         shop.state->link().connectDevice(m_board.port());
         shop.write(u"print('on')\nwhile True:\n    i = 1\ndef f():\n    pass\n"_s);

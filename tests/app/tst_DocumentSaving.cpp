@@ -1,4 +1,4 @@
-#include "Workshop.h"
+#include "app/AppFixture.h"
 #include "support/Awaited.h"
 #include "support/Files.h"
 #include "support/VirtualBoard.h"
@@ -8,8 +8,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A workshop with a folder being browsed.
-struct Desk : Workshop
+/// A fixture with a folder being browsed.
+struct Desk : AppFixture
 {
     Desk() { state->localFiles().setLocalWorkingDir(home.path()); }
 
@@ -47,16 +47,16 @@ class tst_DocumentSaving final : public QObject
 private:
     VirtualBoard m_board;
 
-    void connectBoard(Desk &desk)
+    void connectBoard(Desk &fixture)
     {
-        desk.state->link().connectDevice(m_board.port());
-        QTRY_VERIFY(desk.isBoardIdle());
-        desk.state->deviceFiles().setDeviceWorkingDir(u"/"_s);
-        desk.said();
+        fixture.state->link().connectDevice(m_board.port());
+        QTRY_VERIFY(fixture.isBoardIdle());
+        fixture.state->deviceFiles().setDeviceWorkingDir(u"/"_s);
+        fixture.said();
     }
-    QByteArray onBoard(Desk &desk, const QString &path)
+    QByteArray onBoard(Desk &fixture, const QString &path)
     {
-        return awaited(desk.state->deviceFiles().readDeviceFile(path, path)).value_or("none");
+        return awaited(fixture.state->deviceFiles().readDeviceFile(path, path)).value_or("none");
     }
 
 private slots:
@@ -77,71 +77,71 @@ private slots:
     void savesWhatWasThere()
     {
         QFETCH(QByteArray, bytes);
-        Desk desk;
-        const QString path = desk.at(u"f.py"_s);
+        Desk fixture;
+        const QString path = fixture.at(u"f.py"_s);
         put(path, bytes);
-        QVERIFY(desk.open(path));
-        QCOMPARE(desk.place(), path + u"||"_s);
-        desk.save();
+        QVERIFY(fixture.open(path));
+        QCOMPARE(fixture.place(), path + u"||"_s);
+        fixture.save();
         QCOMPARE(bytesOf(path), bytes);
-        desk.write(u"new\n"_s + desk.file().content);
-        QCOMPARE(desk.place(), path + u"||*"_s);
-        desk.save();
-        QCOMPARE(desk.place(), path + u"||"_s);
+        fixture.write(u"new\n"_s + fixture.file().content);
+        QCOMPARE(fixture.place(), path + u"||*"_s);
+        fixture.save();
+        QCOMPARE(fixture.place(), path + u"||"_s);
         QTEST(bytesOf(path), "saved");
-        QCOMPARE(desk.said(), QString());
+        QCOMPARE(fixture.said(), QString());
     }
 
     void keepsAnOpenDocumentsEditsWhenOpenedAgain()
     {
-        Desk desk;
-        put(desk.at(u"f.py"_s), "1");
-        QVERIFY(desk.open(desk.at(u"f.py"_s)));
-        desk.write(u"edited"_s);
-        desk.state->documents().newFile();
-        auto first = desk.state->documents().openFile(desk.at(u"f.py"_s));
-        QVERIFY(desk.open(desk.at(u"f.py"_s)));
-        QCOMPARE(desk.file().content, u"edited"_s);
-        put(desk.at(u"binary"_s), "\xFF");
-        QCOMPARE(desk.open(desk.at(u"binary"_s)).error().code, ErrorCode::NotText);
-        QCOMPARE(desk.state->documents().openFiles().size(), 3);
+        Desk fixture;
+        put(fixture.at(u"f.py"_s), "1");
+        QVERIFY(fixture.open(fixture.at(u"f.py"_s)));
+        fixture.write(u"edited"_s);
+        fixture.state->documents().newFile();
+        auto first = fixture.state->documents().openFile(fixture.at(u"f.py"_s));
+        QVERIFY(fixture.open(fixture.at(u"f.py"_s)));
+        QCOMPARE(fixture.file().content, u"edited"_s);
+        put(fixture.at(u"binary"_s), "\xFF");
+        QCOMPARE(fixture.open(fixture.at(u"binary"_s)).error().code, ErrorCode::NotText);
+        QCOMPARE(fixture.state->documents().openFiles().size(), 3);
     }
 
     void keepsTheEditsUntilTheyAreSavedSomewhere()
     {
-        Desk desk;
-        const QString path = desk.at(u"folder/f.py"_s);
+        Desk fixture;
+        const QString path = fixture.at(u"folder/f.py"_s);
         put(path, "old");
-        QVERIFY(desk.open(path));
-        desk.write(u"new"_s);
-        QVERIFY(QDir(desk.at(u"folder"_s)).removeRecursively());
-        desk.save();
-        QVERIFY(desk.said().startsWith(u"error: Save failed: "));
-        for (const QString &name : {QString(), desk.at(u"no/such/folder"_s)}) {
-            desk.questions.name = name;
-            awaited(desk.state->saving().saveAs());
-            QCOMPARE(desk.questions.takeAsked(), u"save | f.py"_s);
-            QCOMPARE(desk.said().startsWith(u"error: Save failed: "), !name.isEmpty());
-            QCOMPARE(desk.place(), path + u"||*"_s);
+        QVERIFY(fixture.open(path));
+        fixture.write(u"new"_s);
+        QVERIFY(QDir(fixture.at(u"folder"_s)).removeRecursively());
+        fixture.save();
+        QVERIFY(fixture.said().startsWith(u"error: Save failed: "));
+        for (const QString &name : {QString(), fixture.at(u"no/such/folder"_s)}) {
+            fixture.prompts.name = name;
+            awaited(fixture.state->saving().saveAs());
+            QCOMPARE(fixture.prompts.takeAsked(), u"save | f.py"_s);
+            QCOMPARE(fixture.said().startsWith(u"error: Save failed: "), !name.isEmpty());
+            QCOMPARE(fixture.place(), path + u"||*"_s);
         }
-        desk.questions.name = desk.at(u"other.py"_s);
-        awaited(desk.state->saving().saveAs());
-        QCOMPARE(desk.place(), desk.at(u"other.py"_s) + u"||"_s);
-        QCOMPARE(desk.file().name, u"other.py"_s);
-        QCOMPARE(bytesOf(desk.at(u"other.py"_s)), "new"_ba);
+        fixture.prompts.name = fixture.at(u"other.py"_s);
+        awaited(fixture.state->saving().saveAs());
+        QCOMPARE(fixture.place(), fixture.at(u"other.py"_s) + u"||"_s);
+        QCOMPARE(fixture.file().name, u"other.py"_s);
+        QCOMPARE(bytesOf(fixture.at(u"other.py"_s)), "new"_ba);
     }
 
     void doesNotCallSavedWhatWasTypedMeanwhile()
     {
-        Desk desk;
-        put(desk.at(u"f.py"_s), "old");
-        QVERIFY(desk.open(desk.at(u"f.py"_s)));
-        desk.write(u"first"_s);
-        auto saving = desk.state->saving().save();
-        desk.write(u"second"_s);
+        Desk fixture;
+        put(fixture.at(u"f.py"_s), "old");
+        QVERIFY(fixture.open(fixture.at(u"f.py"_s)));
+        fixture.write(u"first"_s);
+        auto saving = fixture.state->saving().save();
+        fixture.write(u"second"_s);
         awaited(std::move(saving));
-        QCOMPARE(bytesOf(desk.at(u"f.py"_s)), "first"_ba);
-        QVERIFY(desk.file().isModified);
+        QCOMPARE(bytesOf(fixture.at(u"f.py"_s)), "first"_ba);
+        QVERIFY(fixture.file().isModified);
     }
 
     void asksForANameInTheBrowsedFolder_data()
@@ -164,116 +164,117 @@ private slots:
         QFETCH(QString, name);
         QFETCH(bool, replace);
         QFETCH(QString, said);
-        Desk desk;
-        put(desk.at(u"there.py"_s), "old");
-        desk.write(u"text"_s);
-        desk.questions.name = name;
-        desk.questions.confirmation.confirmed = replace;
-        const int version = desk.state->localFiles().localFilesVersion();
-        desk.save();
-        const QString home = desk.home.path();
-        QCOMPARE(desk.said(), said.replace(u"%1"_s, home));
-        QCOMPARE(bytesOf(desk.at(u"there.py"_s)), replace ? "text"_ba : "old"_ba);
+        Desk fixture;
+        put(fixture.at(u"there.py"_s), "old");
+        fixture.write(u"text"_s);
+        fixture.prompts.name = name;
+        fixture.prompts.confirmation.confirmed = replace;
+        const int version = fixture.state->localFiles().localFilesVersion();
+        fixture.save();
+        const QString home = fixture.home.path();
+        QCOMPARE(fixture.said(), said.replace(u"%1"_s, home));
+        QCOMPARE(bytesOf(fixture.at(u"there.py"_s)), replace ? "text"_ba : "old"_ba);
         QStringList asked{u"Save File | Save to %1. | untitled.py | Save"_s.arg(home)};
         if (name == u"there.py") {
             asked << u"Replace “there.py”? | there.py already exists in %1. Saving replaces it. | "
                      "Replace"_s.arg(home);
         }
-        QCOMPARE(desk.questions.asked, asked);
+        QCOMPARE(fixture.prompts.asked, asked);
         const bool isSaved = said.startsWith(u"info: Saved");
-        QCOMPARE(desk.place(), isSaved ? desk.at(name) + u"||"_s : u"||*"_s);
-        QCOMPARE(desk.file().name, isSaved ? name : u"untitled.py"_s);
-        QCOMPARE(desk.state->localFiles().localFilesVersion(), version + (isSaved ? 1 : 0));
+        QCOMPARE(fixture.place(), isSaved ? fixture.at(name) + u"||"_s : u"||*"_s);
+        QCOMPARE(fixture.file().name, isSaved ? name : u"untitled.py"_s);
+        QCOMPARE(fixture.state->localFiles().localFilesVersion(), version + (isSaved ? 1 : 0));
     }
 
     void livesOnTheBoard()
     {
-        Desk desk;
-        connectBoard(desk);
-        DeviceFiles &files = desk.state->deviceFiles();
+        Desk fixture;
+        connectBoard(fixture);
+        DeviceFiles &files = fixture.state->deviceFiles();
         QVERIFY(awaited(files.makeDeviceFolders({u"/lib"_s})));
         awaited(files.refreshDeviceFiles());
         files.setDeviceWorkingDir(u"/lib"_s);
-        desk.write(u"one\n"_s);
-        desk.questions.name = u"mine.py"_s;
-        desk.save();
-        QCOMPARE(desk.questions.takeAsked(),
+        fixture.write(u"one\n"_s);
+        fixture.prompts.name = u"mine.py"_s;
+        fixture.save();
+        QCOMPARE(fixture.prompts.takeAsked(),
                  u"Save File | Save to the device at /lib. | untitled.py | Save"_s);
-        QCOMPARE(desk.said(), u"info: Saved mine.py to device as /lib/mine.py"_s);
-        QCOMPARE(desk.place(), u"|/lib/mine.py|"_s);
-        QCOMPARE(onBoard(desk, u"/lib/mine.py"_s), "one\n"_ba);
+        QCOMPARE(fixture.said(), u"info: Saved mine.py to device as /lib/mine.py"_s);
+        QCOMPARE(fixture.place(), u"|/lib/mine.py|"_s);
+        QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), "one\n"_ba);
 
-        desk.write(u"two\n"_s);
-        desk.save();
-        QVERIFY2(desk.questions.asked.isEmpty(), "its own place needs no question");
-        QCOMPARE(desk.said(), u"info: Saved mine.py to device."_s);
-        QCOMPARE(desk.place(), u"|/lib/mine.py|"_s);
+        fixture.write(u"two\n"_s);
+        fixture.save();
+        QVERIFY2(fixture.prompts.asked.isEmpty(), "its own place needs no question");
+        QCOMPARE(fixture.said(), u"info: Saved mine.py to device."_s);
+        QCOMPARE(fixture.place(), u"|/lib/mine.py|"_s);
 
         // The same place again, from another document: that is asked about.
-        desk.state->documents().newFile();
-        desk.write(u"three\n"_s);
-        desk.questions.confirmation.confirmed = false;
-        desk.save();
-        QCOMPARE(desk.said(), u"info: Send cancelled — /lib/mine.py on the device is unchanged."_s);
-        QCOMPARE(desk.place(), u"||*"_s);
-        QCOMPARE(onBoard(desk, u"/lib/mine.py"_s), "two\n"_ba);
+        fixture.state->documents().newFile();
+        fixture.write(u"three\n"_s);
+        fixture.prompts.confirmation.confirmed = false;
+        fixture.save();
+        QCOMPARE(fixture.said(),
+                 u"info: Send cancelled — /lib/mine.py on the device is unchanged."_s);
+        QCOMPARE(fixture.place(), u"||*"_s);
+        QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), "two\n"_ba);
     }
 
     void opensABoardFileOnceAndWritesItBackAsItWas()
     {
-        Desk desk;
-        connectBoard(desk);
-        DeviceFiles &files = desk.state->deviceFiles();
+        Desk fixture;
+        connectBoard(fixture);
+        DeviceFiles &files = fixture.state->deviceFiles();
         QVERIFY(awaited(files.writeDeviceFile("\uFEFFa\r\nb", u"/crlf.py"_s, {})));
         QVERIFY(awaited(files.writeDeviceFile("\xFF", u"/bin"_s, {})));
         awaited(files.refreshDeviceFiles());
         const DeviceFileNode node = *files.deviceNode(u"/crlf.py"_s);
-        auto first = desk.state->boardDocuments().openDeviceFile(node);
-        awaited(desk.state->boardDocuments().openDeviceFile(node));
+        auto first = fixture.state->boardDocuments().openDeviceFile(node);
+        awaited(fixture.state->boardDocuments().openDeviceFile(node));
         QTRY_VERIFY(first.isReady());
-        desk.write(desk.file().content + u"\nc"_s);
-        desk.save();
-        QCOMPARE(onBoard(desk, u"/crlf.py"_s), "\uFEFFa\r\nb\r\nc"_ba);
-        QCOMPARE(desk.place(), u"|/crlf.py|"_s);
-        desk.said();
-        awaited(desk.state->boardDocuments().openDeviceFile(*files.deviceNode(u"/bin"_s)));
-        QCOMPARE(desk.said(), u"error: Cannot decode bin as text"_s);
-        QCOMPARE(desk.state->documents().openFiles().size(), 2);
+        fixture.write(fixture.file().content + u"\nc"_s);
+        fixture.save();
+        QCOMPARE(onBoard(fixture, u"/crlf.py"_s), "\uFEFFa\r\nb\r\nc"_ba);
+        QCOMPARE(fixture.place(), u"|/crlf.py|"_s);
+        fixture.said();
+        awaited(fixture.state->boardDocuments().openDeviceFile(*files.deviceNode(u"/bin"_s)));
+        QCOMPARE(fixture.said(), u"error: Cannot decode bin as text"_s);
+        QCOMPARE(fixture.state->documents().openFiles().size(), 2);
     }
 
     void sendsADocument()
     {
-        Desk desk;
-        const auto send = [&desk] {
-            awaited(desk.state->boardDocuments().sendCurrentFileToDevice());
-            return desk.said();
+        Desk fixture;
+        const auto send = [&fixture] {
+            awaited(fixture.state->boardDocuments().sendCurrentFileToDevice());
+            return fixture.said();
         };
         const QString sent = u"info: ↑ Sending untitled.py to /untitled.py…\n"
                              "info: ↑ Sent untitled.py to device as /untitled.py."_s;
         const QString declined =
             u"info: Send cancelled — /untitled.py on the device is unchanged."_s;
-        desk.write(u"print(1)"_s);
+        fixture.write(u"print(1)"_s);
         QCOMPARE(send(), u"error: Connect a device before sending untitled.py."_s);
-        connectBoard(desk);
-        desk.state->setSidebarTab(AppState::SidebarTab::Local);
+        connectBoard(fixture);
+        fixture.state->setSidebarTab(AppState::SidebarTab::Local);
         QCOMPARE(send(), sent);
-        QCOMPARE(desk.state->sidebarTab(), AppState::SidebarTab::Device);
-        QVERIFY(!desk.state->transfer().isSendingToDevice());
-        QVERIFY2(desk.file().isModified, "a copy on the board is not the document's place");
+        QCOMPARE(fixture.state->sidebarTab(), AppState::SidebarTab::Device);
+        QVERIFY(!fixture.state->transfer().isSendingToDevice());
+        QVERIFY2(fixture.file().isModified, "a copy on the board is not the document's place");
 
-        desk.questions.confirmation = {false, true};
+        fixture.prompts.confirmation = {false, true};
         QCOMPARE(send(), declined);
-        QCOMPARE(desk.questions.takeAsked(),
+        QCOMPARE(fixture.prompts.takeAsked(),
                  u"Replace “untitled.py” on the device? | /untitled.py (8 bytes) already exists on "
                  "%1. Writing replaces it, and the copy on the board is lost. | Replace | "
                  "/untitled.py"_s.arg(m_board.port()));
-        desk.questions.confirmation = {true, true};
+        fixture.prompts.confirmation = {true, true};
         QCOMPARE(send(), sent); // asked: Cancel is not remembered
-        desk.questions.confirmation = {false, false};
+        fixture.prompts.confirmation = {false, false};
         QCOMPARE(send(), sent);
-        QCOMPARE(desk.questions.asked.size(), 1);
-        desk.state->link().disconnectDevice();
-        connectBoard(desk);
+        QCOMPARE(fixture.prompts.asked.size(), 1);
+        fixture.state->link().disconnectDevice();
+        connectBoard(fixture);
         QCOMPARE(send(), declined); // forgotten with the link
     }
 };

@@ -1,6 +1,6 @@
+#include "base/Delay.h"
 #include "base/Lifetime.h"
 #include "base/OneShot.h"
-#include "base/Sleeper.h"
 
 #include <QCoro/QCoroTask>
 #include <QTest>
@@ -26,12 +26,12 @@ public:
     QCoro::Task<void> nap(std::chrono::milliseconds duration, QStringList &log)
     {
         const auto life = m_life.watch();
-        const bool elapsed = co_await m_sleeper.sleep(duration);
+        const bool elapsed = co_await m_delay.sleep(duration);
         log << (elapsed ? u"elapsed"_s : u"woken"_s) + (life ? u", alive"_s : u", gone"_s);
     }
 
 private:
-    Sleeper m_sleeper;
+    Delay m_delay;
     Lifetime m_life;
 };
 

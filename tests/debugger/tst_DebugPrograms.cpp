@@ -1,4 +1,4 @@
-#include "Bench.h"
+#include "debugger/DebugFixture.h"
 #include "support/Awaited.h"
 #include "support/VirtualBoard.h"
 
@@ -93,21 +93,24 @@ private:
     using Command = std::function<QString(const DebugPause &)>;
 
     VirtualBoard m_board;
-    std::unique_ptr<Bench> m_bench;
+    std::unique_ptr<DebugFixture> m_fixture;
     Command m_command;
 
-    DebugSession &session() { return m_bench->session; }
-    bool isWhole() const { return m_bench->events.value(m_bench->events.size() - 1) == u"whole"_s; }
+    DebugSession &session() { return m_fixture->session; }
+    bool isWhole() const
+    {
+        return m_fixture->events.value(m_fixture->events.size() - 1) == u"whole"_s;
+    }
 
     void resetBoard()
     {
-        QVERIFY(awaited(m_bench->link.executeOnDevice(u"pass"_s, 20s)));
-        m_bench->shell.clear();
-        m_bench->link.softReset();
-        QTRY_VERIFY(m_bench->shell.output().contains(u"soft reboot"));
-        QTRY_VERIFY(m_bench->shell.output().endsWith(u">>> "));
-        m_bench->shell.clear();
-        m_bench->events.clear();
+        QVERIFY(awaited(m_fixture->link.executeOnDevice(u"pass"_s, 20s)));
+        m_fixture->shell.clear();
+        m_fixture->link.softReset();
+        QTRY_VERIFY(m_fixture->shell.output().contains(u"soft reboot"));
+        QTRY_VERIFY(m_fixture->shell.output().endsWith(u">>> "));
+        m_fixture->shell.clear();
+        m_fixture->events.clear();
     }
 
     /// What the program printed, from a board that knows nothing of programs before.
@@ -119,11 +122,11 @@ private:
         if (breakpoints)
             session().startDebugRun(u"program.py"_s, source, *breakpoints);
         else
-            m_bench->run->runOnDeviceStreamed(source);
+            m_fixture->run->runOnDeviceStreamed(source);
         if (!QTest::qWaitFor([this] { return isWhole(); }, 100'000))
-            return u"(no end) "_s + m_bench->shell.lines().join(u'\n');
+            return u"(no end) "_s + m_fixture->shell.lines().join(u'\n');
         QString printed;
-        const QStringList &lines = m_bench->shell.lines();
+        const QStringList &lines = m_fixture->shell.lines();
         for (const QString &line : lines.mid(lines.indexOf(u"info: ▶ Sent to device."_s) + 1)) {
             if (line.startsWith(u"output: "))
                 printed += line.mid(8);
@@ -145,10 +148,10 @@ private slots:
 
     void init()
     {
-        m_bench = std::make_unique<Bench>();
+        m_fixture = std::make_unique<DebugFixture>();
         connect(&session(), &DebugSession::paused, this, [this](const DebugPause &pause) {
             // As a person does: after the session has said where it is.
-            QTimer::singleShot(0, m_bench->run.get(), [this, command = m_command(pause)] {
+            QTimer::singleShot(0, m_fixture->run.get(), [this, command = m_command(pause)] {
                 if (command == u"s")
                     session().debugStep();
                 else if (command == u"c")
@@ -157,7 +160,7 @@ private slots:
                     session().debugStop();
             });
         });
-        m_bench->link.connectDevice(m_board.port());
+        m_fixture->link.connectDevice(m_board.port());
     }
 
     void printsTheSameWhenDebugged_data() { addPrograms(); }
@@ -204,7 +207,7 @@ private slots:
         QVERIFY2(problems.isEmpty(), qPrintable(u'\n' + problems.join(u'\n')));
         QCOMPARE(count, story.stops.size());
         QVERIFY(isWhole() && !session().isDebugging());
-        QCOMPARE(*awaited(m_bench->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
+        QCOMPARE(*awaited(m_fixture->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
     }
 
     void printsPlainly_data()
@@ -265,8 +268,8 @@ private slots:
         QTEST(stops, "stops");
         QFETCH(QString, printed);
         QVERIFY2(shown.endsWith(printed), qPrintable(shown));
-        QVERIFY(!session().isDebugging() && !m_bench->run->deviceProgramRunning());
-        QCOMPARE(*awaited(m_bench->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
+        QVERIFY(!session().isDebugging() && !m_fixture->run->deviceProgramRunning());
+        QCOMPARE(*awaited(m_fixture->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
     }
 
     // Its mark and the next stop's make a record of what is none, and the stop is not seen.
@@ -275,12 +278,12 @@ private slots:
         resetBoard();
         m_command = [](const DebugPause &) { return u"s"_s; };
         session().startDebugRun(u"program.py"_s, u"print('a\\x1eb')\nprint('c')\n"_s, {});
-        QTRY_VERIFY(m_bench->shell.output().contains(u"\"line\": 2"));
+        QTRY_VERIFY(m_fixture->shell.output().contains(u"\"line\": 2"));
         QVERIFY(session().isDebugging() && !session().pausedAt());
         session().debugStop();
         QTRY_VERIFY(isWhole());
-        QVERIFY(m_bench->shell.output().contains(u"KeyboardInterrupt"));
-        QCOMPARE(*awaited(m_bench->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
+        QVERIFY(m_fixture->shell.output().contains(u"KeyboardInterrupt"));
+        QCOMPARE(*awaited(m_fixture->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
     }
 
     void stepsThroughTwoThousandTurnsWithoutGrowing()
@@ -290,9 +293,9 @@ private slots:
         qint64 early = 0;
         qint64 late = 0;
         output(source, QSet<int>(), [&](const DebugPause &) {
-            m_bench->shell.clear();
-            m_bench->events.clear();
-            m_bench->data.clear();
+            m_fixture->shell.clear();
+            m_fixture->events.clear();
+            m_fixture->data.clear();
             if (++stops == 200)
                 early = heapBytes();
             else if (stops == 2000)
@@ -301,7 +304,7 @@ private slots:
         });
         QCOMPARE(stops, 2001);
         QVERIFY2(late - early < 16'384, qPrintable(QString::number(late - early)));
-        QCOMPARE(*awaited(m_bench->link.executeOnDevice(u"print(total)"_s, 20s)), u"1999000\n"_s);
+        QCOMPARE(*awaited(m_fixture->link.executeOnDevice(u"print(total)"_s, 20s)), u"1999000\n"_s);
     }
 };
 

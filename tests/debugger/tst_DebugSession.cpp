@@ -1,6 +1,6 @@
 #include "debugger/DebugSession.h"
 
-#include "Bench.h"
+#include "debugger/DebugFixture.h"
 #include "debugger/DebugHelper.h"
 #include "debugger/InstrumentedRun.h"
 #include "support/Awaited.h"
@@ -24,7 +24,7 @@ const QByteArray pauseAt3 = "\x1E{\"line\": 3, \"vars\": []}\x1E\r\n"_ba;
 struct Connection
 {
     ScriptedBoard board;
-    Bench bench;
+    DebugFixture fixture;
     QByteArray answer = ScriptedBoard::reply("");
     QByteArray helperAnswer = ScriptedBoard::reply("");
     QByteArrayList programs;
@@ -39,11 +39,11 @@ struct Connection
     }
     void connectBoard()
     {
-        QVERIFY(bench.connectTo(board.port(), u">>> "_s));
+        QVERIFY(fixture.connectTo(board.port(), u">>> "_s));
         board.forget();
     }
-    DebugSession &session() { return bench.session; }
-    QStringList lines() const { return bench.shell.lines(); }
+    DebugSession &session() { return fixture.session; }
+    QStringList lines() const { return fixture.shell.lines(); }
     QString lastLine() const { return lines().isEmpty() ? QString() : lines().constLast(); }
     void start(const QString &source = program, const QSet<int> &breakpoints = {3})
     {
@@ -77,9 +77,9 @@ struct Connection
             if (phase == u"installing")
                 return board.received().endsWith("\n\x04");
             if (phase == u"entering")
-                return bench.run->isEntering();
+                return fixture.run->isEntering();
             return phase == u"paused" ? session().pausedAt().has_value()
-                                      : bench.shell.output().endsWith(u"on");
+                                      : fixture.shell.output().endsWith(u"on");
         });
     }
 };
@@ -140,7 +140,7 @@ private slots:
         QFETCH(QStringList, lines);
         Connection c;
         if (phase == u"unplugged")
-            c.bench.link.disconnectDevice();
+            c.fixture.link.disconnectDevice();
         else if (phase == u"not debugged") // but a program is on the board
             QVERIFY(c.reach(u"running"_s));
         else if (phase.endsWith(u"ing") || phase == u"paused")
@@ -149,7 +149,7 @@ private slots:
             c.session().reset();
         c.helperAnswer = ScriptedBoard::reply("", "Traceback\r\nMemoryError: no room\r\n");
         c.board.setMute(phase == u"mute");
-        c.bench.shell.clear();
+        c.fixture.shell.clear();
         c.programs.clear();
         const QString before = c.state();
         c.start(source);
@@ -185,12 +185,12 @@ private slots:
         QString whenBegun;
         connect(&c.session(), &DebugSession::began, this, [&] {
             whenBegun = c.state();
-            QVERIFY(c.bench.link.deviceCommandInFlight());
+            QVERIFY(c.fixture.link.deviceCommandInFlight());
         });
         c.start(program, breakpoints);
         QCOMPARE(c.lines(), expected);
         QCOMPARE(c.state(), idle); // until the helper is there
-        QTRY_COMPARE(c.bench.events, u"running free ended whole"_s.split(u' '));
+        QTRY_COMPARE(c.fixture.events, u"running free ended whole"_s.split(u' '));
         QTEST(whenBegun, "begun");
         const InstrumentedRun run(program, breakpoints);
         expected << u"info: ▶ Debugging main.py — %1."_s.arg(summary)
@@ -198,7 +198,7 @@ private slots:
                         .arg(run.source.size())
                  << sent << u"info: ▶ Program finished."_s;
         QCOMPARE(c.lines().filter(u"info: "_s), expected);
-        QCOMPARE(c.bench.shell.output(), u"OK>"_s);
+        QCOMPARE(c.fixture.shell.output(), u"OK>"_s);
         QCOMPARE(c.state(), idle);
         const QByteArrayList programs{DebugHelper::installCode(run.activeLines).toUtf8(),
                                       run.source.toUtf8()};
@@ -255,7 +255,7 @@ private slots:
                 seen << c.state() << c.lastLine();
             });
             c.start();
-            QTRY_VERIFY(c.bench.run->deviceProgramRunning());
+            QTRY_VERIFY(c.fixture.run->deviceProgramRunning());
             c.board.setSplitAtEveryByte(isSplit);
             QTRY_COMPARE(c.state(), u"debugging 3 [3]"_s);
             QCOMPARE(seen, (QStringList{u"debugging 3 [3]"_s, u"output: OKa"_s}));
@@ -273,7 +273,7 @@ private slots:
         c.board.forget();
         c.session().debugStop();
         QCOMPARE(c.state(), idle);
-        QVERIFY(!c.bench.run->deviceProgramRunning() && !c.bench.link.deviceCommandInFlight());
+        QVERIFY(!c.fixture.run->deviceProgramRunning() && !c.fixture.link.deviceCommandInFlight());
         c.session().debugStop();
         QTRY_COMPARE(c.board.received(), "\x03\x02"_ba);
         // Nothing follows, though the board wakes up in time.
@@ -291,14 +291,14 @@ private slots:
         QTRY_VERIFY(c.board.received().endsWith("\x03"));
         c.board.send(pauseAt3);
         QTRY_COMPARE(c.state(), u"debugging 3 []"_s);
-        QCOMPARE(awaited(c.bench.link.executeOnDevice(u"x"_s, 1s)).error().code,
+        QCOMPARE(awaited(c.fixture.link.executeOnDevice(u"x"_s, 1s)).error().code,
                  ErrorCode::PausedAtBreakpoint);
-        c.bench.events.clear();
+        c.fixture.events.clear();
         c.session().debugStop();
         QTRY_VERIFY(c.board.received().endsWith("q\n"));
         // Its end is no end of debugging any more, but the board is told to be free.
         c.board.send("\x04KeyboardInterrupt\r\n\x04>");
-        QTRY_COMPARE(c.bench.events, u"free ended whole"_s.split(u' '));
+        QTRY_COMPARE(c.fixture.events, u"free ended whole"_s.split(u' '));
         QCOMPARE(c.lines().filter(u"finished"_s), QStringList());
         QCOMPARE(c.state(), idle);
     }
@@ -315,7 +315,7 @@ private slots:
         c.connectBoard();
         c.helperAnswer = ScriptedBoard::reply("");
         c.answer = pauseAt3;
-        QTRY_COMPARE_WITH_TIMEOUT(c.bench.link.deviceCommandInFlight(), false, 12'000);
+        QTRY_COMPARE_WITH_TIMEOUT(c.fixture.link.deviceCommandInFlight(), false, 12'000);
         QCOMPARE(c.lines(), QStringList{couldNot + u"Command timed out after 10s"_s});
         c.start();
         QTRY_COMPARE(c.state(), u"debugging 3 [3]"_s);

@@ -1,7 +1,7 @@
+#include "document/PythonTextStorage.h"
 #include "editor/CodeEditorView.h"
-#include "editor/EditorColours.h"
 #include "editor/LineNumberRulerView.h"
-#include "editor/PythonTextStorage.h"
+#include "theme/CodeColors.h"
 
 #include <QAction>
 #include <QApplication>
@@ -70,7 +70,7 @@ struct Desk
         }
         return false;
     }
-    /// The colour of the gutter at that x, in the middle of the line's first row.
+    /// The color of the gutter at that x, in the middle of the line's first row.
     QColor pixel(double x, int line)
     {
         const QImage image = gutter()->grab().toImage();
@@ -198,22 +198,22 @@ private slots:
 
     void drawsTheGutter_data()
     {
-        QTest::addColumn<const EditorColours *>("colours");
-        QTest::newRow("light") << &EditorColours::light();
-        QTest::newRow("dark") << &EditorColours::dark();
+        QTest::addColumn<const CodeColors *>("colors");
+        QTest::newRow("light") << &CodeColors::light();
+        QTest::newRow("dark") << &CodeColors::dark();
     }
     void drawsTheGutter()
     {
-        QFETCH(const EditorColours *, colours);
+        QFETCH(const CodeColors *, colors);
         Desk desk(u"a\nb\n"_s + QString(100, u'c') + u"\nd\ne\n"_s);
         QPalette palette = desk.editor.palette();
-        const bool isDark = colours == &EditorColours::dark();
+        const bool isDark = colors == &CodeColors::dark();
         palette.setColor(QPalette::Base, isDark ? Qt::black : Qt::white);
         palette.setColor(QPalette::Text, isDark ? Qt::white : Qt::black);
         palette.setColor(QPalette::Window, isDark ? Qt::darkGray : Qt::lightGray);
         desk.editor.setPalette(palette);
         const QColor background = palette.color(QPalette::Window);
-        const QColor red = colours->color(EditorColours::Role::SystemRed);
+        const QColor red = colors->color(CodeColors::Role::SystemRed);
         const auto hasBand = [&](int line) {
             const QColor band = desk.pixel(2, line);
             return band.red() - band.blue() > background.red() - background.blue() + 20;
@@ -223,7 +223,7 @@ private slots:
         QCOMPARE(desk.editor.viewport()->x(), 44);
         QCOMPARE(desk.gutter()->cursor().shape(), Qt::PointingHandCursor);
         QCOMPARE(desk.pixel(14, 1), background);
-        QCOMPARE(desk.pixel(43, 1), colours->color(EditorColours::Role::Separator));
+        QCOMPARE(desk.pixel(43, 1), colors->color(CodeColors::Role::Separator));
 
         desk.editor.setBreakpoints({1, 3});
         desk.editor.setActiveBreakpoints({3, 4});
@@ -390,7 +390,7 @@ private slots:
         QVERIFY(desk.find<QWidget>("findBar")->isHidden() && desk.editor.hasFocus());
     }
 
-    void coloursWhatIsInView()
+    void colorsWhatIsInView()
     {
         Desk desk(numbered(2000));
         const auto formats = [&](int line) {
@@ -407,10 +407,10 @@ private slots:
         dark.setColor(QPalette::Text, Qt::white);
         desk.editor.setPalette(dark);
         QCOMPARE(formats(1000).first().format.foreground().color(),
-                 EditorColours::dark().color(PythonToken::String));
+                 CodeColors::dark().color(PythonColoring::role(PythonToken::String)));
     }
 
-    // A text that an input method is composing is neither an edit nor in the way of the colours.
+    // A text that an input method is composing is neither an edit nor in the way of the colors.
     void letsInputMethodsCompose()
     {
         Desk desk(u"x = 'a' if"_s);

@@ -1,7 +1,7 @@
 // The program, with a remote control for its dialogs: each line on standard input is answered by
 // one. "question" asks what the open question says; anything else is the button to click in it. It
 // ends with its input.
-#include "ui/KorvaneApp.h"
+#include "ui/window/KorvaneApp.h"
 
 #include <QApplication>
 #include <QJsonArray>

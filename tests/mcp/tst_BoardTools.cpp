@@ -1,4 +1,4 @@
-#include "app/Workshop.h"
+#include "app/AppFixture.h"
 #include "mcp/BoardTools.h"
 #include "support/Awaited.h"
 #include "support/Files.h"
@@ -9,8 +9,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A workshop with the tools in it.
-struct Toolbox : Workshop
+/// A fixture with the tools in it.
+struct Toolbox : AppFixture
 {
     Toolbox()
         : tools(std::make_unique<BoardTools>(*state))
@@ -49,7 +49,7 @@ class tst_BoardTools final : public QObject
 
     VirtualBoard m_board;
 
-    /// A workshop that is connected to the real board, which has no files.
+    /// A fixture that is connected to the real board, which has no files.
     std::unique_ptr<Toolbox> connected()
     {
         auto box = std::make_unique<Toolbox>();
@@ -122,7 +122,7 @@ private slots:
             one.tools.reset();
             one.state.reset(new AppState({
                 .settings = one.settings,
-                .questions = one.questions,
+                .prompts = one.prompts,
                 .serialRoots = {one.folder.path(), one.folder.path(), QString::fromUtf8(ports)},
             }));
             one.tools = std::make_unique<BoardTools>(*one.state);
@@ -201,7 +201,7 @@ private slots:
         check("delete_device_file|path=/lib", "! Delete failed: ");
         check("delete_device_file|path=/a.txt", "Deleted /a.txt.");
         check("delete_device_file|path=/a.txt", "! /a.txt is not on the device.");
-        QVERIFY(box->questions.asked.isEmpty());
+        QVERIFY(box->prompts.asked.isEmpty());
     }
 
     void asksBeforeItChangesTheBoard()
@@ -210,9 +210,9 @@ private slots:
         box->call("run_code|code=import os\nos.mkdir('/d')");
         const auto check = [&](bool isConfirmed, const QByteArray &line, const QByteArray &answer,
                                const QString &question) {
-            box->questions.confirmation.confirmed = isConfirmed;
+            box->prompts.confirmation.confirmed = isConfirmed;
             QCOMPARE(box->call(line), answer);
-            QCOMPARE(box->questions.takeAsked(), question.arg(m_board.port()));
+            QCOMPARE(box->prompts.takeAsked(), question.arg(m_board.port()));
         };
         box->settings.setFlag(Settings::autoApproveWrites, false);
         const QString create =
@@ -232,7 +232,7 @@ private slots:
         QCOMPARE(box->call("read_device_file|path=/a"), "xyz");
         box->settings.setFlag(Settings::autoApproveWrites, true); // heard at once
         QCOMPARE(box->call("delete_device_file|path=/a"), "Deleted /a.");
-        QCOMPARE(box->questions.takeAsked(), QString());
+        QCOMPARE(box->prompts.takeAsked(), QString());
     }
 
     void leavesABoardAloneThatWasNotMeant()
@@ -240,7 +240,7 @@ private slots:
         ScriptedBoard board;
         Toolbox box;
         box.connectTo(board);
-        box.questions.meanwhile = [&] {
+        box.prompts.meanwhile = [&] {
             box.state->link().disconnectDevice();
             box.state->link().connectDevice(board.port());
             board.forget();
@@ -250,7 +250,7 @@ private slots:
             box.call(write),
             "! Nothing was changed: the board was connected anew while the question was open.");
         QVERIFY2(!board.transcript().contains(u"wb"_s), qPrintable(board.transcript()));
-        box.questions.meanwhile = [&] { box.state->link().disconnectDevice(); };
+        box.prompts.meanwhile = [&] { box.state->link().disconnectDevice(); };
         QCOMPARE(box.call(write), "! Device write failed: Not connected");
     }
 

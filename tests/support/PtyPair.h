@@ -1,6 +1,6 @@
 #pragma once
 
-#include "device/FileDescriptor.h"
+#include "base/FileDescriptor.h"
 
 #include <QByteArray>
 #include <QFile>

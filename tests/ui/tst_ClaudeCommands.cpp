@@ -1,10 +1,10 @@
 #include "app/Settings.h"
 #include "mcp/MCPServer.h"
 #include "support/MemorySettings.h"
-#include "support/ScriptedQuestions.h"
+#include "support/ScriptedPrompts.h"
 #include "support/ShellLines.h"
-#include "ui/ContentView.h"
-#include "ui/KorvaneApp.h"
+#include "ui/window/ContentView.h"
+#include "ui/window/KorvaneApp.h"
 
 #include <QAction>
 #include <QClipboard>
@@ -25,7 +25,7 @@ class Program
 public:
     explicit Program(MemorySettings &settings)
         : app(AppState::Dependencies{.settings = settings,
-                                     .questions = m_questions,
+                                     .prompts = m_prompts,
                                      .interpreters = {},
                                      .serialRoots = {m_folder.path(), m_folder.path(), {}}})
     {
@@ -55,7 +55,7 @@ public:
 
 private:
     QTemporaryDir m_folder;
-    ScriptedQuestions m_questions;
+    ScriptedPrompts m_prompts;
 
 public:
     KorvaneApp app;

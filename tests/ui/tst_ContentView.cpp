@@ -1,6 +1,6 @@
-#include "Desk.h"
 #include "editor/CodeEditorView.h"
 #include "support/ScriptedBoard.h"
+#include "ui/WindowFixture.h"
 
 #include <QAccessible>
 #include <QClipboard>
@@ -35,12 +35,12 @@ class tst_ContentView final : public QObject
 private slots:
     void everyControlHasAName()
     {
-        Desk desk;
-        QCOMPARE(desk.window().windowTitle(), QString());
-        QCOMPARE(desk.window().accessibleName(), u"Korvane"_s);
+        WindowFixture fixture;
+        QCOMPARE(fixture.window().windowTitle(), QString());
+        QCOMPARE(fixture.window().accessibleName(), u"Korvane"_s);
         QStringList names;
         QList<std::pair<QAccessible::Role, QString>> seen;
-        for (QWidget *widget : desk.window().findChildren<QWidget *>()) {
+        for (QWidget *widget : fixture.window().findChildren<QWidget *>()) {
             QVERIFY2(widget->isEnabled() || widget->isHidden(), qPrintable(widget->objectName()));
             const bool isControl =
                 qobject_cast<QToolButton *>(widget) || qobject_cast<QAbstractScrollArea *>(widget);
@@ -76,16 +76,16 @@ private slots:
 
     void editsTheSelectedDocument()
     {
-        Desk desk;
-        auto *editor = desk.find<CodeEditorView>("editor");
-        Documents &documents = desk.state().documents();
+        WindowFixture fixture;
+        auto *editor = fixture.find<CodeEditorView>("editor");
+        OpenFiles &documents = fixture.state().documents();
         QVERIFY(editor->hasFocus());
         QTest::keyClicks(editor, u"x\u00a0"_s);
         QCOMPARE(documents.selectedFile()->content, u"x\u00a0"_s);
         QVERIFY(documents.selectedFile()->isModified);
 
         const QUuid first = documents.selectedFileID();
-        desk.click("doc.badge.plus");
+        fixture.click("doc.badge.plus");
         QCOMPARE(editor->text(), QString());
         QCOMPARE(editor->accessibleName(), u"Editor untitled2.py"_s);
         QVERIFY(!documents.selectedFile()->isModified); // being shown is no edit
@@ -96,115 +96,115 @@ private slots:
 
         QGuiApplication::clipboard()->setMimeData(new QMimeData); // there is nothing to paste
         for (const char *name : {"editor", "shellInput", "shellOutput"}) {
-            desk.find<QWidget>(name)->setFocus();
-            desk.press(Qt::Key_V, Qt::ControlModifier);
+            fixture.find<QWidget>(name)->setFocus();
+            fixture.press(Qt::Key_V, Qt::ControlModifier);
         }
         QCOMPARE(documents.selectedFile()->content, u"from outside"_s);
     }
 
     void searchesFromWhereverTheFocusIs()
     {
-        Desk desk;
-        desk.state().documents().updateSelectedContent(u"a\nb a\na\n"_s);
-        auto *editor = desk.find<CodeEditorView>("editor");
+        WindowFixture fixture;
+        fixture.state().documents().updateSelectedContent(u"a\nb a\na\n"_s);
+        auto *editor = fixture.find<CodeEditorView>("editor");
         for (const char *name : {"editor", "shellInput", "shellOutput", "localFiles", "tabs"}) {
             editor->moveCursor(QTextCursor::Start);
-            desk.find<QWidget>(name)->setFocus();
-            desk.press(Qt::Key_F, Qt::ControlModifier);
+            fixture.find<QWidget>(name)->setFocus();
+            fixture.press(Qt::Key_F, Qt::ControlModifier);
             QTest::keyClicks(QApplication::focusWidget(), u"a"_s);
-            desk.press(Qt::Key_Escape);
+            fixture.press(Qt::Key_Escape);
             QVERIFY2(editor->hasFocus(), name);
-            desk.find<QWidget>(name)->setFocus();
-            desk.press(Qt::Key_F3);
+            fixture.find<QWidget>(name)->setFocus();
+            fixture.press(Qt::Key_F3);
             QCOMPARE(editor->currentLine(), 2);
-            desk.press(Qt::Key_F3, Qt::ShiftModifier);
+            fixture.press(Qt::Key_F3, Qt::ShiftModifier);
             QCOMPARE(editor->currentLine(), 1);
-            desk.press(Qt::Key_G, Qt::ControlModifier);
+            fixture.press(Qt::Key_G, Qt::ControlModifier);
             QTest::keyClicks(QApplication::focusWidget(), u"3"_s);
-            desk.press(Qt::Key_Return);
+            fixture.press(Qt::Key_Return);
             QCOMPARE(editor->currentLine(), 3);
         }
     }
 
     void runsAndStopsWithKeysAndButtons()
     {
-        Desk desk(Desk::Python::Real);
-        auto *run = desk.find<QToolButton>("play.circle.fill");
-        auto *stop = desk.find<QToolButton>("stop.circle.fill");
+        WindowFixture fixture(WindowFixture::Python::Real);
+        auto *run = fixture.find<QToolButton>("play.circle.fill");
+        auto *stop = fixture.find<QToolButton>("stop.circle.fill");
         QCOMPARE(run->toolTip(), u"Run current file (Ctrl+R)"_s);
         QCOMPARE(stop->toolTip(), u"Stop (Ctrl+.)"_s);
         QVERIFY(run->isVisible() && !stop->isVisible());
-        desk.press(Qt::Key_R, Qt::ControlModifier); // an empty document: nothing to run
+        fixture.press(Qt::Key_R, Qt::ControlModifier); // an empty document: nothing to run
         QVERIFY(run->isVisible());
 
-        desk.find<CodeEditorView>("editor")->setFocus();
-        QTest::keyClicks(desk.find<QWidget>("editor"), u"while True: print('round')"_s);
-        desk.press(Qt::Key_Period, Qt::ControlModifier); // Stop is not there
-        desk.press(Qt::Key_R, Qt::ControlModifier);
-        QVERIFY(desk.state().isRunning());
+        fixture.find<CodeEditorView>("editor")->setFocus();
+        QTest::keyClicks(fixture.find<QWidget>("editor"), u"while True: print('round')"_s);
+        fixture.press(Qt::Key_Period, Qt::ControlModifier); // Stop is not there
+        fixture.press(Qt::Key_R, Qt::ControlModifier);
+        QVERIFY(fixture.state().isRunning());
         QVERIFY(!run->isVisible() && stop->isVisible());
-        QTRY_VERIFY(desk.lines().size() >= 2);
-        const qsizetype lineCount = desk.lines().size();
-        desk.press(Qt::Key_R, Qt::ControlModifier); // Run is not there
-        QCOMPARE(desk.lines().size(), lineCount);
-        desk.press(Qt::Key_Period, Qt::ControlModifier);
-        QVERIFY(!desk.state().isRunning());
+        QTRY_VERIFY(fixture.lines().size() >= 2);
+        const qsizetype lineCount = fixture.lines().size();
+        fixture.press(Qt::Key_R, Qt::ControlModifier); // Run is not there
+        QCOMPARE(fixture.lines().size(), lineCount);
+        fixture.press(Qt::Key_Period, Qt::ControlModifier);
+        QVERIFY(!fixture.state().isRunning());
         QVERIFY(run->isVisible() && !stop->isVisible());
-        QTRY_COMPARE(desk.lines().last(), u"info: ▶ Done."_s);
+        QTRY_COMPARE(fixture.lines().last(), u"info: ▶ Done."_s);
 
         // The focus stays on the button that takes the other's place.
-        desk.state().documents().updateSelectedContent(u"import time\ntime.sleep(60)"_s);
+        fixture.state().documents().updateSelectedContent(u"import time\ntime.sleep(60)"_s);
         run->setFocus();
-        desk.press(Qt::Key_Space);
+        fixture.press(Qt::Key_Space);
         QVERIFY(stop->hasFocus());
-        desk.press(Qt::Key_Space);
+        fixture.press(Qt::Key_Space);
         QVERIFY(run->hasFocus());
-        QTRY_COMPARE(desk.lines().last(), u"info: ▶ Done."_s);
-        desk.click("play.circle.fill");
-        QVERIFY(desk.state().isRunning()); // and is closed with a program running
+        QTRY_COMPARE(fixture.lines().last(), u"info: ▶ Done."_s);
+        fixture.click("play.circle.fill");
+        QVERIFY(fixture.state().isRunning()); // and is closed with a program running
     }
 
     void keepsTheFocusWhereThePersonIs()
     {
-        Desk desk;
-        auto *input = desk.find<QWidget>("shellInput");
+        WindowFixture fixture;
+        auto *input = fixture.find<QWidget>("shellInput");
         input->setFocus();
-        desk.click("Variables");
-        QVERIFY(desk.find<QWidget>("Variables")->hasFocus());
-        desk.click("Shell");
+        fixture.click("Variables");
+        QVERIFY(fixture.find<QWidget>("Variables")->hasFocus());
+        fixture.click("Shell");
         QVERIFY(input->hasFocus());
-        desk.click("Variables");
-        desk.find<QWidget>("refreshVariables")->setFocus();
-        desk.click("Shell");
+        fixture.click("Variables");
+        fixture.find<QWidget>("refreshVariables")->setFocus();
+        fixture.click("Shell");
         QVERIFY(input->hasFocus());
-        desk.find<QWidget>("editor")->setFocus();
-        desk.click("Variables");
-        QVERIFY(desk.find<QWidget>("editor")->hasFocus());
+        fixture.find<QWidget>("editor")->setFocus();
+        fixture.click("Variables");
+        QVERIFY(fixture.find<QWidget>("editor")->hasFocus());
     }
 
     void reachesEverythingByTabInReadingOrder()
     {
-        Desk desk;
-        QVERIFY(QDir(desk.folder.path()).mkdir(u"something"_s));
-        desk.state().localFiles().setLocalWorkingDir(desk.folder.path());
-        QTRY_VERIFY(desk.find<QWidget>("localFiles")->isVisible());
-        desk.find<QWidget>("doc.badge.plus")->setFocus();
+        WindowFixture fixture;
+        QVERIFY(QDir(fixture.folder.path()).mkdir(u"something"_s));
+        fixture.state().localFiles().setLocalWorkingDir(fixture.folder.path());
+        QTRY_VERIFY(fixture.find<QWidget>("localFiles")->isVisible());
+        fixture.find<QWidget>("doc.badge.plus")->setFocus();
         QStringList reached;
         for (int i = 0; i < 19; ++i) {
             reached << QApplication::focusWidget()->objectName();
             if (reached.last() == u"editor") { // which keeps Tab for itself
-                desk.press(Qt::Key_Backtab, Qt::ShiftModifier);
+                fixture.press(Qt::Key_Backtab, Qt::ShiftModifier);
                 QCOMPARE(QApplication::focusWidget()->objectName(), reached.at(i - 1));
-                desk.press(Qt::Key_Tab);
-                desk.press(Qt::Key_F6);
+                fixture.press(Qt::Key_Tab);
+                fixture.press(Qt::Key_F6);
                 QCOMPARE(QApplication::focusWidget()->objectName(), u"shellInput"_s);
-                desk.press(Qt::Key_F6);
+                fixture.press(Qt::Key_F6);
                 QCOMPARE(QApplication::focusWidget()->objectName(), u"localFiles"_s);
-                desk.press(Qt::Key_F6);
+                fixture.press(Qt::Key_F6);
                 QCOMPARE(QApplication::focusWidget()->objectName(), u"editor"_s);
-                desk.find<QWidget>("Shell")->setFocus();
+                fixture.find<QWidget>("Shell")->setFocus();
             } else {
-                desk.press(Qt::Key_Tab);
+                fixture.press(Qt::Key_Tab);
             }
         }
         QCOMPARE(reached.join(u' '),
@@ -219,8 +219,8 @@ private slots:
     void listsThePorts()
     {
         ScriptedBoard board;
-        Desk desk(Desk::Python::None, board.port());
-        const auto *menu = desk.find<QToolButton>("deviceConnect")->menu();
+        WindowFixture fixture(WindowFixture::Python::None, board.port());
+        const auto *menu = fixture.find<QToolButton>("deviceConnect")->menu();
         QCOMPARE(entries(*menu), board.port() + u"|-|Refresh ports"_s);
         board.vanish();
         menu->actions().last()->trigger();
@@ -233,12 +233,13 @@ private slots:
     void connectsAndDisconnects()
     {
         ScriptedBoard board;
-        Desk desk(Desk::Python::None, board.port());
-        auto *connect = desk.find<QToolButton>("deviceConnect");
-        const auto *indicator = desk.find<QLabel>("connectionState");
+        WindowFixture fixture(WindowFixture::Python::None, board.port());
+        auto *connect = fixture.find<QToolButton>("deviceConnect");
+        const auto *indicator = fixture.find<QLabel>("connectionState");
         QCOMPARE(indicator->text(), u"Not Connected"_s);
         QStringList states;
-        QObject::connect(&desk.state().link(), &DeviceLink::connectionStateChanged, &desk.window(),
+        QObject::connect(&fixture.state().link(), &DeviceLink::connectionStateChanged,
+                         &fixture.window(),
                          [&] { states << indicator->text() + u'/' + connect->text(); });
 
         QAccessibleInterface *face = QAccessible::queryAccessibleInterface(connect);
@@ -255,12 +256,12 @@ private slots:
         QTRY_COMPARE(connect->text(), u"Disconnect"_s);
         QVERIFY(!connect->menu() && face->childCount() == 0);
         QCOMPARE(states, (QStringList{u"Connecting…/Connecting…"_s, u"Connected/Disconnect"_s}));
-        desk.click("Variables");
-        QCOMPARE(desk.find<QLabel>("variablesHint")->text(),
+        fixture.click("Variables");
+        QCOMPARE(fixture.find<QLabel>("variablesHint")->text(),
                  u"Run code on the device to inspect its variables"_s);
-        desk.click("Shell");
+        fixture.click("Shell");
         board.forget();
-        desk.click("shellStop");
+        fixture.click("shellStop");
         QTRY_VERIFY(board.received().contains('\x03'));
 
         QTest::mouseClick(connect, Qt::LeftButton);
@@ -281,35 +282,35 @@ private slots:
     {
         QFETCH(QString, state);
         ScriptedBoard board;
-        auto desk = std::make_unique<Desk>(Desk::Python::None, board.port());
-        desk->state().link().connectDevice(board.port());
-        QTRY_VERIFY(desk->state().link().connectionState().isConnected());
+        auto fixture = std::make_unique<WindowFixture>(WindowFixture::Python::None, board.port());
+        fixture->state().link().connectDevice(board.port());
+        QTRY_VERIFY(fixture->state().link().connectionState().isConnected());
         if (state == u"program on the board") {
             board.onProgram = [](const QByteArray &) { return QByteArray("running\r\n"); };
-            desk->state().documents().updateSelectedContent(u"pass"_s);
-            desk->press(Qt::Key_R, Qt::ControlModifier);
-            QTRY_VERIFY(desk->lines().join(u' ').contains(u"running\n"_s));
+            fixture->state().documents().updateSelectedContent(u"pass"_s);
+            fixture->press(Qt::Key_R, Qt::ControlModifier);
+            QTRY_VERIFY(fixture->lines().join(u' ').contains(u"running\n"_s));
         } else if (state == u"program being sent" || state == u"debug run starting") {
-            QTRY_VERIFY(!desk->state().link().deviceCommandInFlight());
+            QTRY_VERIFY(!fixture->state().link().deviceCommandInFlight());
             board.setMute(true);
-            desk->state().documents().updateSelectedContent(u"pass"_s);
-            desk->press(state.startsWith(u"debug") ? Qt::Key_Y : Qt::Key_R, Qt::ControlModifier);
-            QVERIFY(desk->state().link().deviceCommandInFlight());
+            fixture->state().documents().updateSelectedContent(u"pass"_s);
+            fixture->press(state.startsWith(u"debug") ? Qt::Key_Y : Qt::Key_R, Qt::ControlModifier);
+            QVERIFY(fixture->state().link().deviceCommandInFlight());
         } else if (state == u"variables asked for") {
             board.setMute(true);
-            desk->click("Variables");
-            QVERIFY(desk->state().link().deviceCommandInFlight());
+            fixture->click("Variables");
+            QVERIFY(fixture->state().link().deviceCommandInFlight());
         } else if (state == u"board lost") {
             board.vanish();
         } else if (state == u"flood waiting to be shown") {
-            desk->state().shell().appendOutput(u"flood\n"_s.repeated(1'000'000));
+            fixture->state().shell().appendOutput(u"flood\n"_s.repeated(1'000'000));
             QCoreApplication::processEvents();
         } else if (state == u"menu open") {
-            desk->state().link().disconnectDevice();
-            desk->find<QToolButton>("deviceConnect")->menu()->popup(QPoint(10, 10));
+            fixture->state().link().disconnectDevice();
+            fixture->find<QToolButton>("deviceConnect")->menu()->popup(QPoint(10, 10));
         }
-        desk->window().close();
-        desk.reset();
+        fixture->window().close();
+        fixture.reset();
         QCoreApplication::processEvents();
     }
 };

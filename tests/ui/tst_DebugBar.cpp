@@ -1,7 +1,7 @@
-#include "Desk.h"
 #include "editor/LineNumberRulerView.h"
 #include "support/ScriptedBoard.h"
-#include "ui/ElidedLabel.h"
+#include "ui/WindowFixture.h"
+#include "ui/controls/ElidedLabel.h"
 
 #include <QLabel>
 #include <QToolButton>
@@ -16,8 +16,9 @@ QByteArray pauseAt(int line)
     return "\x1E{\"line\": " + QByteArray::number(line) + ", \"vars\": []}\x1E\r\n";
 }
 
-/// A desk with a board on which a program of three lines stops at the second when it is debugged.
-struct DebugDesk : Desk
+/// A fixture with a board on which a program of three lines stops at the second when it is
+/// debugged.
+struct DebugDesk : WindowFixture
 {
     ScriptedBoard board;
 
@@ -69,18 +70,18 @@ class tst_DebugBar final : public QObject
 private slots:
     void isThereOnlyWhileDebugging()
     {
-        DebugDesk desk;
-        auto *bar = desk.find<QWidget>("debugBar");
+        DebugDesk fixture;
+        auto *bar = fixture.find<QWidget>("debugBar");
         QVERIFY(!bar->isVisible());
-        desk.debugToPause();
+        fixture.debugToPause();
         // Where there is no room for all, what matters stays.
         QVERIFY(bar->sizeHint().width() - bar->minimumSizeHint().width()
-                >= desk.find<ElidedLabel>("debugHint")->sizeHint().width());
+                >= fixture.find<ElidedLabel>("debugHint")->sizeHint().width());
         const int pausedHeight = bar->height();
-        desk.session().debugContinue();
+        fixture.session().debugContinue();
         QCoreApplication::processEvents();
         QCOMPARE(bar->height(), pausedHeight); // nothing jumps from stop to stop
-        desk.board.send("\x04\x04>");
+        fixture.board.send("\x04\x04>");
         QTRY_VERIFY(!bar->isVisible());
     }
 
@@ -100,73 +101,73 @@ private slots:
     {
         QFETCH(QString, ask);
         QFETCH(QByteArray, bytes);
-        DebugDesk desk;
-        desk.find<QWidget>("editor")->setFocus();
+        DebugDesk fixture;
+        fixture.find<QWidget>("editor")->setFocus();
         const auto asked = [&] {
             if (ask.startsWith(u"Ctrl+"))
-                desk.press(Qt::Key_Y, QKeySequence(ask)[0].keyboardModifiers());
+                fixture.press(Qt::Key_Y, QKeySequence(ask)[0].keyboardModifiers());
             else if (ask.contains(u'.'))
-                desk.click(qPrintable(ask));
+                fixture.click(qPrintable(ask));
             else
-                desk.command(ask)->trigger();
+                fixture.command(ask)->trigger();
         };
         if (!ask.contains(u'.'))
             asked(); // while there is nothing to tell, nothing is told
-        desk.debugToPause();
-        QCOMPARE(desk.bar(), u"Paused at line 2 | locals are in the Variables tab"_s);
+        fixture.debugToPause();
+        QCOMPARE(fixture.bar(), u"Paused at line 2 | locals are in the Variables tab"_s);
         asked();
-        QTRY_COMPARE(desk.board.received(), bytes);
-        QCOMPARE(desk.bar(), bytes == "q\n" ? QString() : running);
+        QTRY_COMPARE(fixture.board.received(), bytes);
+        QCOMPARE(fixture.bar(), bytes == "q\n" ? QString() : running);
         if (bytes == "q\n")
             return;
-        desk.board.forget();
+        fixture.board.forget();
         asked();
-        desk.board.send(pauseAt(3));
-        QTRY_COMPARE(desk.bar(), u"Paused at line 3 | locals are in the Variables tab"_s);
-        QCOMPARE(desk.board.received(), QByteArray());
+        fixture.board.send(pauseAt(3));
+        QTRY_COMPARE(fixture.bar(), u"Paused at line 3 | locals are in the Variables tab"_s);
+        QCOMPARE(fixture.board.received(), QByteArray());
     }
 
     void stopsByKeyboardAndGivesTheFocusBack()
     {
-        DebugDesk desk;
-        desk.debugToPause();
-        desk.find<QToolButton>("stop.fill")->setFocus();
-        desk.press(Qt::Key_Space);
-        QCOMPARE(desk.bar(), QString());
-        QVERIFY(desk.find<QWidget>("editor")->hasFocus());
-        QTRY_COMPARE(desk.board.received(), "q\n"_ba);
+        DebugDesk fixture;
+        fixture.debugToPause();
+        fixture.find<QToolButton>("stop.fill")->setFocus();
+        fixture.press(Qt::Key_Space);
+        QCOMPARE(fixture.bar(), QString());
+        QVERIFY(fixture.find<QWidget>("editor")->hasFocus());
+        QTRY_COMPARE(fixture.board.received(), "q\n"_ba);
     }
 
     void marksLines()
     {
-        Desk desk;
-        Documents &documents = desk.state().documents();
+        WindowFixture fixture;
+        OpenFiles &documents = fixture.state().documents();
         documents.updateSelectedContent(u"x = 1\nx = 2\n"_s);
-        auto *gutter = desk.find<LineNumberRulerView>("gutter");
+        auto *gutter = fixture.find<LineNumberRulerView>("gutter");
         const QImage unmarked = gutter->grab().toImage();
         QTest::mouseClick(gutter, Qt::LeftButton, {}, QPoint(10, 10));
         QCOMPARE(documents.selectedFile()->breakpoints, QSet<int>{1});
         QVERIFY(gutter->grab().toImage() != unmarked);
-        desk.command(u"C&lear Breakpoints in This File"_s)->trigger();
+        fixture.command(u"C&lear Breakpoints in This File"_s)->trigger();
         QVERIFY(documents.selectedFile()->breakpoints.isEmpty());
         QCOMPARE(gutter->grab().toImage(), unmarked);
     }
 
     void hasItsHelp()
     {
-        Desk desk;
-        desk.click("ladybug.fill");
-        QCOMPARE(desk.lines(), QStringList{u"error: Connect a device to debug on it."_s});
+        WindowFixture fixture;
+        fixture.click("ladybug.fill");
+        QCOMPARE(fixture.lines(), QStringList{u"error: Connect a device to debug on it."_s});
         DebugDesk connected;
         for (const auto &[owner, button, help] :
-             {std::tuple{&desk, "ladybug.fill", "Connect a device to debug on it"},
-              std::tuple{static_cast<Desk *>(&connected), "ladybug.fill",
+             {std::tuple{&fixture, "ladybug.fill", "Connect a device to debug on it"},
+              std::tuple{static_cast<WindowFixture *>(&connected), "ladybug.fill",
                          "Run on the device, stopping at each breakpoint (Ctrl+Y)"},
-              std::tuple{&desk, "arrow.turn.down.right",
+              std::tuple{&fixture, "arrow.turn.down.right",
                          "Run one statement and stop again, stepping into any call (Ctrl+Alt+Y)"},
-              std::tuple{&desk, "play.fill",
+              std::tuple{&fixture, "play.fill",
                          "Let the program run on to the next breakpoint (Ctrl+Shift+Y)"},
-              std::tuple{&desk, "stop.fill", "Stop the program on the device"}})
+              std::tuple{&fixture, "stop.fill", "Stop the program on the device"}})
             QCOMPARE(owner->find<QToolButton>(button)->toolTip(), QLatin1String(help));
     }
 };

@@ -1,8 +1,8 @@
-#include "Desk.h"
 #include "support/ScriptedBoard.h"
-#include "ui/DeviceFileBrowserView.h"
-#include "ui/ElidedLabel.h"
-#include "ui/FileListView.h"
+#include "ui/WindowFixture.h"
+#include "ui/browser/DeviceFileBrowserView.h"
+#include "ui/browser/FileListView.h"
+#include "ui/controls/ElidedLabel.h"
 
 #include <QDir>
 #include <QLabel>
@@ -21,7 +21,7 @@ private:
     QByteArray m_listing;
     QStringList m_programs;
     std::unique_ptr<ScriptedBoard> m_board;
-    std::unique_ptr<Desk> m_desk;
+    std::unique_ptr<WindowFixture> m_fixture;
     DeviceFileBrowserView *m_view = nullptr;
 
     FileListView &list() const { return m_view->list(); }
@@ -43,19 +43,20 @@ private:
         }
         return texts.join(u'|');
     }
-    DeviceFiles &files() const { return m_desk->state().deviceFiles(); }
+    DeviceFiles &files() const { return m_fixture->state().deviceFiles(); }
     void browseHere(const QString &folder)
     {
-        m_desk->state().localFiles().setLocalWorkingDir(folder);
+        m_fixture->state().localFiles().setLocalWorkingDir(folder);
     }
     bool isIdle() const
     {
-        return !files().isLoadingDeviceFiles() && !m_desk->state().link().deviceCommandInFlight();
+        return !files().isLoadingDeviceFiles()
+            && !m_fixture->state().link().deviceCommandInFlight();
     }
     void connectBoard()
     {
-        m_desk->state().link().connectDevice(m_board->port());
-        QTRY_VERIFY(m_desk->state().link().connectionState().isConnected() && isIdle());
+        m_fixture->state().link().connectDevice(m_board->port());
+        QTRY_VERIFY(m_fixture->state().link().connectionState().isConnected() && isIdle());
     }
     void choose(int number)
     {
@@ -66,7 +67,7 @@ private:
     QString pick(int number, const QString &item)
     {
         choose(number);
-        m_desk->press(Qt::Key_F10, Qt::ShiftModifier);
+        m_fixture->press(Qt::Key_F10, Qt::ShiftModifier);
         auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
         QStringList items;
         QAction *picked = nullptr;
@@ -98,13 +99,13 @@ private slots:
                 return ScriptedBoard::reply("__FILE__cHJpbnQoMSkK");
             return ScriptedBoard::reply(program.contains("__EXISTS__") ? "__EXISTS__0" : "__OK__");
         };
-        m_desk = std::make_unique<Desk>(Desk::Python::None, m_board->port());
-        m_view = m_desk->find<DeviceFileBrowserView>("deviceBrowser");
-        m_desk->state().setSidebarTab(AppState::SidebarTab::Device);
+        m_fixture = std::make_unique<WindowFixture>(WindowFixture::Python::None, m_board->port());
+        m_view = m_fixture->find<DeviceFileBrowserView>("deviceBrowser");
+        m_fixture->state().setSidebarTab(AppState::SidebarTab::Device);
     }
     void cleanup()
     {
-        m_desk.reset();
+        m_fixture.reset();
         m_board.reset();
     }
 
@@ -132,7 +133,7 @@ private slots:
         files().setDeviceWorkingDir(u"/lib/deep"_s);
         QCOMPARE(message(), u"Empty folder|/lib/deep"_s);
         m_listing = "[]"; // without the folder that is being browsed
-        m_desk->click("refreshDevice");
+        m_fixture->click("refreshDevice");
         QTRY_COMPARE(message(), u"No files found|The device filesystem appears empty"_s);
         QCOMPARE(files().deviceWorkingDir(), u"/"_s);
         m_board->vanish();
@@ -143,46 +144,46 @@ private slots:
     {
         connectBoard();
         choose(0);
-        m_desk->press(Qt::Key_Return);
+        m_fixture->press(Qt::Key_Return);
         QCOMPARE(shown(), u"deep, folder|x.txt, 0 B"_s);
         const auto *label = m_view->findChild<ElidedLabel *>();
         QCOMPARE(label->text() + u' ' + label->toolTip(), u"/lib /lib"_s);
-        m_desk->press(Qt::Key_Down);
-        m_desk->click("refreshDevice");
+        m_fixture->press(Qt::Key_Down);
+        m_fixture->click("refreshDevice");
         QTRY_VERIFY(isIdle() && list().isVisible());
         QVERIFY(list().hasFocus()); // the listing neither took the focus nor the place
         QCOMPARE(list().currentIndex().data().toString(), u"x.txt"_s);
-        m_desk->press(Qt::Key_Up, Qt::AltModifier);
+        m_fixture->press(Qt::Key_Up, Qt::AltModifier);
         QCOMPARE(files().deviceWorkingDir(), u"/"_s);
         QCOMPARE(list().currentIndex().data().toString(), u"lib"_s);
     }
 
     void offersWhatCanBeDoneWithARow()
     {
-        const QString folder = m_desk->folder.filePath(u"R&D"_s);
+        const QString folder = m_fixture->folder.filePath(u"R&D"_s);
         QVERIFY(QDir().mkdir(folder));
         connectBoard();
         browseHere(u"/"_s);
         QCOMPARE(pick(3, u"Open in Editor"_s), u"Open in Editor|Copy to /|Delete"_s);
-        QTRY_COMPARE(m_desk->state().documents().selectedFile()->name, u"main.py"_s);
-        QCOMPARE(m_desk->state().documents().selectedFile()->devicePath, u"/main.py"_s);
+        QTRY_COMPARE(m_fixture->state().documents().selectedFile()->name, u"main.py"_s);
+        QCOMPARE(m_fixture->state().documents().selectedFile()->devicePath, u"/main.py"_s);
         browseHere(folder);
         pick(3, u"Copy to R&&D"_s);
         QTRY_VERIFY(QFile::exists(folder + u"/main.py"_s));
-        QTRY_VERIFY(isIdle() && !m_desk->state().transfer().isSendingToDevice());
+        QTRY_VERIFY(isIdle() && !m_fixture->state().transfer().isSendingToDevice());
 
-        m_desk->questions.confirmation.confirmed = false;
+        m_fixture->prompts.confirmation.confirmed = false;
         m_programs.clear();
         QCOMPARE(pick(0, u"Copy Folder to R&&D"_s), u"Copy Folder to R&&D|Delete"_s);
-        QTRY_COMPARE(m_desk->questions.asked.size(), 1);
-        QVERIFY(m_desk->questions.takeAsked().startsWith(u"Copy “lib” to "));
+        QTRY_COMPARE(m_fixture->prompts.asked.size(), 1);
+        QVERIFY(m_fixture->prompts.takeAsked().startsWith(u"Copy “lib” to "));
         pick(1, u"Delete"_s);
-        QTRY_COMPARE(m_desk->questions.asked.size(), 1);
-        QCOMPARE(m_desk->questions.takeAsked(),
+        QTRY_COMPARE(m_fixture->prompts.asked.size(), 1);
+        QCOMPARE(m_fixture->prompts.takeAsked(),
                  u"Delete “b.bin” from the device? | Removes /b.bin (1536 bytes) from %1. This "
                  "cannot be undone. | Delete"_s.arg(m_board->port()));
         QCOMPARE(m_programs, QStringList());
-        m_desk->questions.confirmation.confirmed = true;
+        m_fixture->prompts.confirmation.confirmed = true;
         m_listing = R"([{"n":"main.py","p":"/main.py","d":false,"s":1023}])";
         pick(1, u"Delete"_s);
         QTRY_COMPARE(shown(), u"main.py, 1023 B"_s);
@@ -193,25 +194,25 @@ private slots:
     void tellsWhatIsBeingSent()
     {
         auto *send = m_view->findChild<QToolButton *>(u"sendCurrentFile"_s);
-        auto *toolbarSend = m_desk->find<QToolButton>("arrow.up.doc");
+        auto *toolbarSend = m_fixture->find<QToolButton>("arrow.up.doc");
         QCOMPARE(send->toolTip(), u"Send untitled.py to device"_s);
         QCOMPARE(toolbarSend->toolTip(), u"Connect a device to send files"_s);
-        auto *transfer = m_desk->find<QWidget>("transfer");
+        auto *transfer = m_fixture->find<QWidget>("transfer");
         QVERIFY(!transfer->isVisible());
         connectBoard();
         QCOMPARE(toolbarSend->toolTip(), u"Send untitled.py to device (Ctrl+U)"_s);
-        m_desk->state().documents().openTextInEditor(u"<b>&⌘S.py"_s, u"x"_s);
+        m_fixture->state().documents().openTextInEditor(u"<b>&⌘S.py"_s, u"x"_s);
         QCOMPARE(send->toolTip(), u"<span>Send &lt;b&gt;&amp;⌘S.py to device</span>"_s);
         QCOMPARE(send->accessibleName(), u"Send <b>&⌘S.py to device"_s);
         m_board->setMute(true); // so that it is not over before anybody looked
-        m_desk->press(Qt::Key_U, Qt::ControlModifier);
+        m_fixture->press(Qt::Key_U, Qt::ControlModifier);
         QTRY_VERIFY(transfer->isVisible());
-        QCOMPARE(m_desk->find<ElidedLabel>("transferStatus")->text(), u"Sending <b>&⌘S.py…"_s);
+        QCOMPARE(m_fixture->find<ElidedLabel>("transferStatus")->text(), u"Sending <b>&⌘S.py…"_s);
         QVERIFY(toolbarSend->icon().isNull());
         m_board->setMute(false); // it hears one of the next attempts
         QTRY_VERIFY(!transfer->isVisible());
         QVERIFY(!toolbarSend->icon().isNull());
-        QVERIFY(m_desk->lines().contains(u"info: ↑ Sent <b>&⌘S.py to device as /<b>&⌘S.py."_s));
+        QVERIFY(m_fixture->lines().contains(u"info: ↑ Sent <b>&⌘S.py to device as /<b>&⌘S.py."_s));
     }
 };
 

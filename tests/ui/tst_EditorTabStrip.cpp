@@ -1,7 +1,7 @@
-#include "Desk.h"
 #include "editor/CodeEditorView.h"
 #include "support/Files.h"
-#include "ui/EditorTabStrip.h"
+#include "ui/WindowFixture.h"
+#include "ui/window/EditorTabStrip.h"
 
 #include <QAccessible>
 #include <QClipboard>
@@ -21,10 +21,10 @@ class tst_EditorTabStrip final : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<Desk> m_desk;
+    std::unique_ptr<WindowFixture> m_fixture;
     EditorTabStrip *m_tabs = nullptr;
 
-    Documents &documents() const { return m_desk->state().documents(); }
+    OpenFiles &documents() const { return m_fixture->state().documents(); }
     /// "a.py [b.py*]": the second is chosen and not saved. Says "!" for a tab that is wrong.
     QString shown() const
     {
@@ -54,7 +54,7 @@ private:
     {
         QStringList items;
         for (const QAction *action :
-             m_desk->window().menuBar()->actions()[index]->menu()->actions())
+             m_fixture->window().menuBar()->actions()[index]->menu()->actions())
             items << (action->isSeparator()
                           ? u"-"_s
                           : (action->text().remove(u'&') + u' ' + action->shortcut().toString())
@@ -65,10 +65,10 @@ private:
 private slots:
     void init()
     {
-        m_desk = std::make_unique<Desk>();
-        m_tabs = m_desk->find<EditorTabStrip>("tabs");
+        m_fixture = std::make_unique<WindowFixture>();
+        m_tabs = m_fixture->find<EditorTabStrip>("tabs");
     }
-    void cleanup() { m_desk.reset(); }
+    void cleanup() { m_fixture.reset(); }
 
     void followsTheDocuments()
     {
@@ -77,12 +77,12 @@ private slots:
         QCOMPARE(shown(), u"[untitled.py]"_s);
         open(u"a.py b.py c.py"_s);
         QCOMPARE(shown(), u"a.py b.py [c.py]"_s);
-        m_desk->find<CodeEditorView>("editor")->setFocus();
-        QTest::keyClicks(m_desk->find<QWidget>("editor"), u"x = 1"_s);
+        m_fixture->find<CodeEditorView>("editor")->setFocus();
+        QTest::keyClicks(m_fixture->find<QWidget>("editor"), u"x = 1"_s);
         QCOMPARE(shown(), u"a.py b.py [c.py*]"_s);
         QTest::mouseClick(m_tabs, Qt::LeftButton, {}, m_tabs->tabRect(1).center());
         QCOMPARE(shown(), u"a.py [b.py] c.py*"_s);
-        QCOMPARE(m_desk->find<CodeEditorView>("editor")->text(), QString());
+        QCOMPARE(m_fixture->find<CodeEditorView>("editor")->text(), QString());
         const EditorFile last = documents().openFiles().last();
         documents().markSaved(last.id, last.content);
         documents().setPath(last.id, u"/tmp/R&D.py"_s, u"R&D.py"_s);
@@ -116,7 +116,7 @@ private slots:
         QCOMPARE(children(), u"R&D.py|b.py*|Close R&D.py|Close b.py"_s);
         strip->child(0)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
         QCOMPARE(documents().selectedFile()->name, u"R&D.py"_s);
-        QTest::keyClicks(m_desk->find<QWidget>("editor"), u"x"_s);
+        QTest::keyClicks(m_fixture->find<QWidget>("editor"), u"x"_s);
         QCOMPARE(children(), u"R&D.py, edited*|b.py|Close b.py"_s);
         const QPoint second = strip->child(1)->rect().center();
         QCOMPARE(strip->childAt(second.x(), second.y()), strip->child(1));
@@ -135,39 +135,40 @@ private slots:
     void goesFromTabToTabAndClosesThemByKeys()
     {
         QFETCH(QString, focus);
-        put(m_desk->folder.filePath(u"f"_s), "");
-        m_desk->state().localFiles().setLocalWorkingDir(m_desk->folder.path());
-        QTRY_VERIFY(m_desk->find<QWidget>("localFiles")->isVisible());
+        put(m_fixture->folder.filePath(u"f"_s), "");
+        m_fixture->state().localFiles().setLocalWorkingDir(m_fixture->folder.path());
+        QTRY_VERIFY(m_fixture->find<QWidget>("localFiles")->isVisible());
         open(u"a b c"_s);
-        auto *focused = m_desk->find<QWidget>(focus.toLatin1().constData());
+        auto *focused = m_fixture->find<QWidget>(focus.toLatin1().constData());
         focused->setFocus();
         QVERIFY(focused->hasFocus());
         const Qt::KeyboardModifiers backwards = Qt::ControlModifier | Qt::ShiftModifier;
-        m_desk->press(Qt::Key_Tab, Qt::ControlModifier);
+        m_fixture->press(Qt::Key_Tab, Qt::ControlModifier);
         QCOMPARE(shown(), u"[a] b c"_s);
-        m_desk->press(Qt::Key_PageDown, Qt::ControlModifier);
+        m_fixture->press(Qt::Key_PageDown, Qt::ControlModifier);
         QCOMPARE(shown(), u"a [b] c"_s);
-        m_desk->press(Qt::Key_Backtab, backwards);
-        m_desk->press(Qt::Key_PageUp, Qt::ControlModifier);
+        m_fixture->press(Qt::Key_Backtab, backwards);
+        m_fixture->press(Qt::Key_PageUp, Qt::ControlModifier);
         QCOMPARE(shown(), u"a b [c]"_s);
-        m_desk->press(Qt::Key_W, Qt::ControlModifier);
+        m_fixture->press(Qt::Key_W, Qt::ControlModifier);
         QCOMPARE(shown(), u"[a] b"_s);
-        m_desk->press(Qt::Key_N, Qt::ControlModifier);
+        m_fixture->press(Qt::Key_N, Qt::ControlModifier);
         QCOMPARE(shown(), u"a b [untitled3.py]"_s);
         documents().updateSelectedContent(u"edited"_s);
-        m_desk->press(Qt::Key_W, Qt::ControlModifier); // has no close button either
+        m_fixture->press(Qt::Key_W, Qt::ControlModifier); // has no close button either
         QTest::mouseClick(m_tabs, Qt::MiddleButton, {}, m_tabs->tabRect(2).center());
         QCOMPARE(shown(), u"a b [untitled3.py*]"_s);
         QTest::mouseClick(m_tabs, Qt::MiddleButton, {}, m_tabs->tabRect(0).center());
         QCOMPARE(shown(), u"b [untitled3.py*]"_s);
-        m_desk->questions.name.clear();
-        m_desk->press(Qt::Key_S, Qt::ControlModifier);
-        m_desk->press(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
-        QTRY_COMPARE(m_desk->questions.asked.size(), 2);
-        QVERIFY(m_desk->questions.asked.constFirst().startsWith(u"Save File | Save to "_s));
-        QCOMPARE(m_desk->questions.asked.last(), u"save | untitled3.py"_s);
-        m_desk->press(Qt::Key_U, Qt::ControlModifier);
-        QCOMPARE(m_desk->lines().last(), u"error: Connect a device before sending untitled3.py."_s);
+        m_fixture->prompts.name.clear();
+        m_fixture->press(Qt::Key_S, Qt::ControlModifier);
+        m_fixture->press(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
+        QTRY_COMPARE(m_fixture->prompts.asked.size(), 2);
+        QVERIFY(m_fixture->prompts.asked.constFirst().startsWith(u"Save File | Save to "_s));
+        QCOMPARE(m_fixture->prompts.asked.last(), u"save | untitled3.py"_s);
+        m_fixture->press(Qt::Key_U, Qt::ControlModifier);
+        QCOMPARE(m_fixture->lines().last(),
+                 u"error: Connect a device before sending untitled3.py."_s);
         QVERIFY(focused->hasFocus());
     }
 
@@ -179,7 +180,7 @@ private slots:
         names << QString(255, u'n');
         open(names.join(u' '));
         QCOMPARE(m_tabs->count(), 61);
-        QVERIFY(m_tabs->width() < m_desk->window().width());
+        QVERIFY(m_tabs->width() < m_fixture->window().width());
         const QRect last = m_tabs->tabRect(60);
         QVERIFY(last.width() < 400 && m_tabs->rect().contains(last.center()));
         documents().select(documents().openFiles().constFirst().id);
@@ -216,23 +217,23 @@ private slots:
     void savesWhatWasThereAndTheKeysThatWereTyped()
     {
         QFETCH(QByteArray, bytes);
-        const QString path = m_desk->folder.filePath(u"odd.py"_s);
+        const QString path = m_fixture->folder.filePath(u"odd.py"_s);
         put(path, bytes);
         const bool hasMark = bytes.startsWith("\xEF\xBB\xBF");
         const QByteArray typed = bytes.first(hasMark ? 3 : 0) + "if " + bytes.mid(hasMark ? 3 : 0);
         documents().openFile(path);
         const auto isModified = [&] { return documents().selectedFile()->isModified; };
         QTRY_COMPARE(documents().selectedFile()->name, u"odd.py"_s);
-        m_desk->find<QWidget>("editor")->setFocus();
+        m_fixture->find<QWidget>("editor")->setFocus();
         QVERIFY(!isModified());
-        QTest::keyClicks(m_desk->find<QWidget>("editor"), u"if "_s);
+        QTest::keyClicks(m_fixture->find<QWidget>("editor"), u"if "_s);
         QVERIFY(isModified());
-        m_desk->press(Qt::Key_S, Qt::ControlModifier);
+        m_fixture->press(Qt::Key_S, Qt::ControlModifier);
         QTRY_VERIFY(!isModified());
         QVERIFY(bytesOf(path) == typed);
         for (int key = 0; key < 3; ++key)
-            m_desk->press(Qt::Key_Backspace);
-        m_desk->press(Qt::Key_S, Qt::ControlModifier);
+            m_fixture->press(Qt::Key_Backspace);
+        m_fixture->press(Qt::Key_S, Qt::ControlModifier);
         QTRY_VERIFY(!isModified());
         QVERIFY(bytesOf(path) == bytes);
     }
@@ -253,13 +254,13 @@ private slots:
         QCOMPARE(menu(3).join(u'|'),
                  QStringLiteral("Debug on Device|Step|Continue|Stop Debugging|-|"
                                 "Clear Breakpoints in This File"));
-        auto *editor = m_desk->find<CodeEditorView>("editor");
+        auto *editor = m_fixture->find<CodeEditorView>("editor");
         editor->setFocus();
         QTest::keyClicks(editor, u"abc"_s);
         // By keys alone: the menu takes the focus and gives it back before the entry acts.
         const auto choose = [this](const QString &item) {
-            QMenu *edit = m_desk->window().menuBar()->actions().at(1)->menu();
-            m_desk->press(Qt::Key_E, Qt::AltModifier);
+            QMenu *edit = m_fixture->window().menuBar()->actions().at(1)->menu();
+            m_fixture->press(Qt::Key_E, Qt::AltModifier);
             QTRY_VERIFY(edit->isVisible());
             for (QAction *action : edit->actions()) {
                 if (action->text().remove(u'&') == item)
@@ -273,26 +274,26 @@ private slots:
         QCOMPARE(QApplication::clipboard()->text(), u"abc"_s);
         choose(u"Undo"_s);
         QCOMPARE(editor->text(), u"abc"_s);
-        m_desk->find<QWidget>("Shell")->setFocus();
+        m_fixture->find<QWidget>("Shell")->setFocus();
         choose(u"Undo"_s); // a button has nothing to undo
         QCOMPARE(editor->text(), u"abc"_s);
-        m_desk->press(Qt::Key_Q, Qt::ControlModifier);
-        QVERIFY(!m_desk->window().isVisible());
+        m_fixture->press(Qt::Key_Q, Qt::ControlModifier);
+        QVERIFY(!m_fixture->window().isVisible());
     }
 
     void opensFilesFromTheDialogAndWhatIsDropped()
     {
-        const QString good = m_desk->folder.filePath(u"good.py"_s);
-        const QString bad = m_desk->folder.filePath(u"bad.py"_s);
+        const QString good = m_fixture->folder.filePath(u"good.py"_s);
+        const QString bad = m_fixture->folder.filePath(u"bad.py"_s);
         put(good, "1\n");
         put(bad, "\xff");
-        m_desk->questions.name = bad; // drops the failure silently
-        m_desk->click("folder");
-        m_desk->questions.name = good;
-        m_desk->click("folder");
+        m_fixture->prompts.name = bad; // drops the failure silently
+        m_fixture->click("folder");
+        m_fixture->prompts.name = good;
+        m_fixture->click("folder");
         QTRY_COMPARE(shown(), u"untitled.py [good.py]"_s);
-        QCOMPARE(m_desk->questions.asked, (QStringList{u"open"_s, u"open"_s}));
-        QCOMPARE(m_desk->lines(), QStringList());
+        QCOMPARE(m_fixture->prompts.asked, (QStringList{u"open"_s, u"open"_s}));
+        QCOMPARE(m_fixture->lines(), QStringList());
         documents().closeFile(documents().selectedFileID());
 
         const auto drop = [this](const QStringList &paths, QWidget *onto) {
@@ -308,16 +309,16 @@ private slots:
             QDropEvent event({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
             QCoreApplication::sendEvent(onto, &event);
         };
-        auto *editor = m_desk->find<CodeEditorView>("editor");
+        auto *editor = m_fixture->find<CodeEditorView>("editor");
         drop({good, bad}, editor->viewport());
         QTRY_COMPARE(shown(), u"untitled.py [good.py]"_s);
-        QTRY_COMPARE(m_desk->lines().size(), 1);
-        QVERIFY(m_desk->lines().constFirst().startsWith(u"error: Cannot open bad.py: "_s));
+        QTRY_COMPARE(m_fixture->lines().size(), 1);
+        QVERIFY(m_fixture->lines().constFirst().startsWith(u"error: Cannot open bad.py: "_s));
         QCOMPARE(editor->text(), u"1\n"_s); // and not the dropped words
-        m_desk->state().setSidebarTab(AppState::SidebarTab::Device);
-        drop({m_desk->folder.path()}, &m_desk->window());
-        QCOMPARE(m_desk->state().localFiles().localWorkingDir(), m_desk->folder.path());
-        QCOMPARE(m_desk->state().sidebarTab(), AppState::SidebarTab::Local);
+        m_fixture->state().setSidebarTab(AppState::SidebarTab::Device);
+        drop({m_fixture->folder.path()}, &m_fixture->window());
+        QCOMPARE(m_fixture->state().localFiles().localWorkingDir(), m_fixture->folder.path());
+        QCOMPARE(m_fixture->state().sidebarTab(), AppState::SidebarTab::Local);
     }
 };
 

@@ -1,9 +1,9 @@
-#include "Desk.h"
 #include "support/Awaited.h"
 #include "support/Files.h"
-#include "ui/ElidedLabel.h"
-#include "ui/FileBrowserView.h"
-#include "ui/FileListView.h"
+#include "ui/WindowFixture.h"
+#include "ui/browser/FileBrowserView.h"
+#include "ui/browser/FileListView.h"
+#include "ui/controls/ElidedLabel.h"
 
 #include <QLabel>
 #include <QMenu>
@@ -19,12 +19,12 @@ class tst_FileBrowserView final : public QObject
 
 private:
     std::unique_ptr<QTemporaryDir> m_home;
-    std::unique_ptr<Desk> m_desk;
+    std::unique_ptr<WindowFixture> m_fixture;
     FileBrowserView *m_view = nullptr;
 
     QString at(const QString &name) const { return m_home->filePath(name); }
     FileListView &list() const { return m_view->list(); }
-    LocalFiles &files() const { return m_desk->state().localFiles(); }
+    LocalFiles &files() const { return m_fixture->state().localFiles(); }
     QStringList names() const
     {
         QStringList result;
@@ -43,7 +43,7 @@ private:
     {
         for (const QString &name : names)
             put(at(name), "x");
-        m_desk->click("refreshLocal");
+        m_fixture->click("refreshLocal");
         QTRY_VERIFY(!m_view->isLoading());
     }
     QModelIndex row(const QString &name) const
@@ -60,13 +60,13 @@ private slots:
     void init()
     {
         m_home = std::make_unique<QTemporaryDir>();
-        m_desk = std::make_unique<Desk>();
-        m_view = m_desk->find<FileBrowserView>("localBrowser");
+        m_fixture = std::make_unique<WindowFixture>();
+        m_view = m_fixture->find<FileBrowserView>("localBrowser");
         browse(m_home->path());
     }
     void cleanup()
     {
-        m_desk.reset();
+        m_fixture.reset();
         m_home.reset();
     }
 
@@ -96,12 +96,12 @@ private slots:
         QTest::mouseClick(list().viewport(), Qt::LeftButton, {}, point);
         QTest::mouseDClick(list().viewport(), Qt::LeftButton, {}, point);
         QTRY_COMPARE(shown(), u"two"_s);
-        m_desk->press(Qt::Key_Return); // the first row is the chosen one
+        m_fixture->press(Qt::Key_Return); // the first row is the chosen one
         QTRY_COMPARE(shown(), u"deep.py"_s);
         QVERIFY(QFile::remove(at(u"one/two/deep.py"_s)));
-        m_desk->click("refreshLocal");
+        m_fixture->click("refreshLocal");
         QTRY_VERIFY(list().isHidden());
-        m_desk->press(Qt::Key_Backspace); // an empty folder is left by keys too
+        m_fixture->press(Qt::Key_Backspace); // an empty folder is left by keys too
         QTRY_COMPARE(shown(), u"two"_s);
         QTest::mouseClick(m_view->findChild<QWidget *>(u"goUp"_s), Qt::LeftButton);
         QTRY_COMPARE(shown(), u"one other"_s);
@@ -121,11 +121,11 @@ private slots:
         put(at(u"bad.py"_s), "\xff\xfe");
         fill({u"good.py"_s});
         choose(u"good.py"_s);
-        m_desk->press(Qt::Key_Enter);
-        QTRY_COMPARE(m_desk->state().documents().selectedFile()->path, at(u"good.py"_s));
+        m_fixture->press(Qt::Key_Enter);
+        QTRY_COMPARE(m_fixture->state().documents().selectedFile()->path, at(u"good.py"_s));
         choose(u"bad.py"_s);
-        m_desk->press(Qt::Key_Return);
-        QTRY_VERIFY(m_desk->lines().join(u'\n').startsWith(u"error: Cannot open bad.py: "_s));
+        m_fixture->press(Qt::Key_Return);
+        QTRY_VERIFY(m_fixture->lines().join(u'\n').startsWith(u"error: Cannot open bad.py: "_s));
     }
 
     void offersWhatCanBeDoneWithARow_data()
@@ -142,7 +142,7 @@ private slots:
         fill({u"f.py"_s, u"d/x"_s});
         if (name == u"f.py") {
             choose(name);
-            m_desk->press(Qt::Key_Menu);
+            m_fixture->press(Qt::Key_Menu);
         } else {
             const QPoint point = name.isEmpty() ? QPoint(20, list().viewport()->height() - 5)
                                                 : list().visualRect(row(name)).center();
@@ -159,7 +159,7 @@ private slots:
             return;
         QTest::keyClick(menu, Qt::Key_Up);
         QTest::keyClick(menu, Qt::Key_Return);
-        QTRY_COMPARE(m_desk->lines(),
+        QTRY_COMPARE(m_fixture->lines(),
                      QStringList{u"error: Connect a device before copying %1."_s.arg(name)});
         QVERIFY(!QApplication::activePopupWidget());
     }
@@ -168,17 +168,17 @@ private slots:
     {
         fill({u"old/x"_s});
         for (const QString &answer : {QString(), u".."_s, u"old"_s, u"new"_s}) {
-            m_desk->questions.name = answer;
-            m_desk->click("createFolder");
+            m_fixture->prompts.name = answer;
+            m_fixture->click("createFolder");
         }
         QTRY_COMPARE(shown(), u"new old"_s);
         const QString home = m_home->path();
-        QTRY_COMPARE(m_desk->lines(),
+        QTRY_COMPARE(m_fixture->lines(),
                      (QStringList{u"error: “..” isn't a usable folder name."_s,
                                   u"error: “old” already exists in %1."_s.arg(home)}));
         const QString asked =
             u"New Folder | Create a folder in %1. | untitled folder | Create"_s.arg(home);
-        QCOMPARE(m_desk->questions.asked, QStringList(4, asked));
+        QCOMPARE(m_fixture->prompts.asked, QStringList(4, asked));
     }
 
     void keepsUpWithAFolderOfTwentyThousand()
@@ -197,7 +197,7 @@ private slots:
         const int scrolledTo = list().verticalScrollBar()->value();
         QVERIFY(scrolledTo > 0);
         QVERIFY(QFile::remove(at(u"large/10000"_s)));
-        m_desk->click("refreshLocal");
+        m_fixture->click("refreshLocal");
         QTRY_COMPARE_WITH_TIMEOUT(list().model()->rowCount(), 19'999, 30'000);
         QCOMPARE(list().currentIndex().row(), 10'000); // the neighbour of what has gone
         QCOMPARE(list().verticalScrollBar()->value(), scrolledTo);

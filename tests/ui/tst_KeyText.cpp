@@ -1,4 +1,4 @@
-#include "ui/KeyText.h"
+#include "ui/controls/KeyText.h"
 
 #include <QTest>
 

@@ -1,6 +1,6 @@
-#include "Desk.h"
-#include "ui/REPLView.h"
-#include "ui/TranscriptView.h"
+#include "ui/WindowFixture.h"
+#include "ui/shell/REPLView.h"
+#include "ui/shell/TranscriptView.h"
 
 #include <QClipboard>
 #include <QScrollBar>
@@ -10,10 +10,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct ShellDesk : Desk
+struct ShellDesk : WindowFixture
 {
     explicit ShellDesk(Python python = Python::None)
-        : Desk(python)
+        : WindowFixture(python)
         , input(find<ShellInput>("shellInput"))
         , view(window().findChild<REPLView *>())
     {
@@ -45,29 +45,29 @@ class tst_REPLView final : public QObject
 private slots:
     void submitsTrimmedLines()
     {
-        ShellDesk desk;
-        QVERIFY(desk.view->inputFocused());
-        desk.type({});
-        desk.type(u"  1 + 1 "_s);
-        QCOMPARE(desk.view->inputText(), QString());
-        desk.type(u"   "_s);
-        QCOMPARE(desk.view->inputText(), u"   "_s);
-        QCOMPARE(desk.lines().filter(u"input: "_s), QStringList{u"input: >>> 1 + 1"_s});
-        QCOMPARE(desk.view->inputHistory(), QStringList{u"1 + 1"_s});
-        QCOMPARE(desk.view->historyIndex(), -1);
+        ShellDesk fixture;
+        QVERIFY(fixture.view->inputFocused());
+        fixture.type({});
+        fixture.type(u"  1 + 1 "_s);
+        QCOMPARE(fixture.view->inputText(), QString());
+        fixture.type(u"   "_s);
+        QCOMPARE(fixture.view->inputText(), u"   "_s);
+        QCOMPARE(fixture.lines().filter(u"input: "_s), QStringList{u"input: >>> 1 + 1"_s});
+        QCOMPARE(fixture.view->inputHistory(), QStringList{u"1 + 1"_s});
+        QCOMPARE(fixture.view->historyIndex(), -1);
     }
 
     void browsesTheHistory()
     {
-        ShellDesk desk;
-        desk.press(Qt::Key_Up);
-        QCOMPARE(desk.view->inputText(), QString());
+        ShellDesk fixture;
+        fixture.press(Qt::Key_Up);
+        QCOMPARE(fixture.view->inputText(), QString());
         for (const char16_t *command : {u"a", u"b", u"b", u"c"})
-            desk.type(QString::fromUtf16(command));
+            fixture.type(QString::fromUtf16(command));
         const auto expect = [&](Qt::Key key, const char16_t *text, int index) {
-            desk.press(key);
-            QCOMPARE(desk.view->inputText(), QString::fromUtf16(text));
-            QCOMPARE(desk.view->historyIndex(), index);
+            fixture.press(key);
+            QCOMPARE(fixture.view->inputText(), QString::fromUtf16(text));
+            QCOMPARE(fixture.view->historyIndex(), index);
         };
         expect(Qt::Key_Up, u"c", 0);
         expect(Qt::Key_Up, u"b", 1);
@@ -75,9 +75,9 @@ private slots:
         expect(Qt::Key_Up, u"a", 3);
         expect(Qt::Key_Up, u"a", 3);
         expect(Qt::Key_Down, u"b", 2);
-        desk.press(Qt::Key_Return); // what is browsed is added again, and stays where it was
-        QCOMPARE(desk.view->inputHistory().join(u' '), u"a b b c b"_s);
-        QCOMPARE(desk.view->historyIndex(), -1);
+        fixture.press(Qt::Key_Return); // what is browsed is added again, and stays where it was
+        QCOMPARE(fixture.view->inputHistory().join(u' '), u"a b b c b"_s);
+        QCOMPARE(fixture.view->historyIndex(), -1);
         expect(Qt::Key_Up, u"b", 0);
         expect(Qt::Key_Down, u"", -1);
         expect(Qt::Key_Down, u"", -1);
@@ -92,57 +92,57 @@ private slots:
             {u"\t\tif x:\n\t\t\ty()"_s, u"if x:\n\ty()"_s},
             {u"x = 'a\u00a0b'"_s, u"x = 'a\u00a0b'"_s},
         };
-        ShellDesk desk;
+        ShellDesk fixture;
         for (const auto &[pasted, text] : cases) {
-            desk.state().shell().clear();
-            desk.paste(pasted);
-            QCOMPARE(desk.view->inputText(), text);
-            QCOMPARE(desk.lines(), QStringList()); // nothing runs before Return
-            desk.press(Qt::Key_Return);
-            QCOMPARE(desk.lastEcho(), text);
-            QCOMPARE(desk.view->inputHistory().last(), text);
+            fixture.state().shell().clear();
+            fixture.paste(pasted);
+            QCOMPARE(fixture.view->inputText(), text);
+            QCOMPARE(fixture.lines(), QStringList()); // nothing runs before Return
+            fixture.press(Qt::Key_Return);
+            QCOMPARE(fixture.lastEcho(), text);
+            QCOMPARE(fixture.view->inputHistory().last(), text);
         }
     }
 
     void movesThroughSeveralLinesBeforeTheHistory()
     {
-        ShellDesk desk;
-        desk.type(u"before"_s);
-        QTest::keyClicks(desk.input, u"first"_s);
-        desk.press(Qt::Key_Return, Qt::ShiftModifier);
-        QTest::keyClicks(desk.input, u"second"_s);
-        QCOMPARE(desk.view->inputText(), u"first\nsecond"_s);
-        desk.press(Qt::Key_Up);
-        QCOMPARE(desk.view->inputText(), u"first\nsecond"_s);
-        QCOMPARE(desk.input->textCursor().blockNumber(), 0);
-        desk.press(Qt::Key_Up);
-        QCOMPARE(desk.view->inputText(), u"before"_s);
+        ShellDesk fixture;
+        fixture.type(u"before"_s);
+        QTest::keyClicks(fixture.input, u"first"_s);
+        fixture.press(Qt::Key_Return, Qt::ShiftModifier);
+        QTest::keyClicks(fixture.input, u"second"_s);
+        QCOMPARE(fixture.view->inputText(), u"first\nsecond"_s);
+        fixture.press(Qt::Key_Up);
+        QCOMPARE(fixture.view->inputText(), u"first\nsecond"_s);
+        QCOMPARE(fixture.input->textCursor().blockNumber(), 0);
+        fixture.press(Qt::Key_Up);
+        QCOMPARE(fixture.view->inputText(), u"before"_s);
     }
 
     void growsWithItsLinesAndNoFurther()
     {
-        ShellDesk desk;
+        ShellDesk fixture;
         QCoreApplication::processEvents();
-        QCOMPARE(desk.input->parentWidget()->height(), 36);
-        const int oneLine = desk.input->height();
-        desk.paste(u"a\nb\nc"_s);
-        QTRY_VERIFY(desk.input->height() > 2 * oneLine);
-        QTest::keyClick(desk.input, Qt::Key_A, Qt::ControlModifier);
-        desk.paste(u"x\n"_s.repeated(500) + u'y');
-        QTRY_VERIFY(desk.input->height() < 10 * oneLine);
-        desk.press(Qt::Key_Return);
-        QTRY_COMPARE(desk.input->parentWidget()->height(), 36);
+        QCOMPARE(fixture.input->parentWidget()->height(), 36);
+        const int oneLine = fixture.input->height();
+        fixture.paste(u"a\nb\nc"_s);
+        QTRY_VERIFY(fixture.input->height() > 2 * oneLine);
+        QTest::keyClick(fixture.input, Qt::Key_A, Qt::ControlModifier);
+        fixture.paste(u"x\n"_s.repeated(500) + u'y');
+        QTRY_VERIFY(fixture.input->height() < 10 * oneLine);
+        fixture.press(Qt::Key_Return);
+        QTRY_COMPARE(fixture.input->parentWidget()->height(), 36);
     }
 
     void showsTheEndToWhoSubmits()
     {
-        ShellDesk desk;
-        auto *transcript = desk.find<TranscriptView>("shellOutput");
-        desk.state().shell().appendOutput(u"line\n"_s.repeated(500));
+        ShellDesk fixture;
+        auto *transcript = fixture.find<TranscriptView>("shellOutput");
+        fixture.state().shell().appendOutput(u"line\n"_s.repeated(500));
         QTRY_VERIFY(transcript->isCaughtUp());
         QTest::keyClick(transcript, Qt::Key_Home, Qt::ControlModifier);
         QVERIFY(!transcript->followsEnd());
-        desk.type(u"1"_s);
+        fixture.type(u"1"_s);
         const QScrollBar *bar = transcript->verticalScrollBar();
         QTRY_VERIFY(transcript->isCaughtUp() && bar->value() == bar->maximum());
         QVERIFY(bar->maximum() > 400);
@@ -150,26 +150,26 @@ private slots:
 
     void clearsWhileACommandRuns()
     {
-        ShellDesk desk(Desk::Python::Real);
-        desk.type(u"import time; print('early'); time.sleep(0.3); print('late')"_s);
-        QTRY_VERIFY(desk.lines().join(u' ').contains(u"output: early"_s));
-        desk.click("shellClear");
-        QCOMPARE(desk.lines(), QStringList());
-        QTRY_COMPARE(desk.lines(), QStringList{u"output: late\n"_s});
-        QTRY_COMPARE(desk.find<QPlainTextEdit>("shellOutput")->toPlainText(), u"late"_s);
+        ShellDesk fixture(WindowFixture::Python::Real);
+        fixture.type(u"import time; print('early'); time.sleep(0.3); print('late')"_s);
+        QTRY_VERIFY(fixture.lines().join(u' ').contains(u"output: early"_s));
+        fixture.click("shellClear");
+        QCOMPARE(fixture.lines(), QStringList());
+        QTRY_COMPARE(fixture.lines(), QStringList{u"output: late\n"_s});
+        QTRY_COMPARE(fixture.find<QPlainTextEdit>("shellOutput")->toPlainText(), u"late"_s);
     }
 
     void stopsWhatRuns()
     {
-        ShellDesk desk(Desk::Python::Real);
-        desk.state().documents().updateSelectedContent(
+        ShellDesk fixture(WindowFixture::Python::Real);
+        fixture.state().documents().updateSelectedContent(
             u"print('begun')\nwhile True:\n    pass\n"_s);
-        desk.press(Qt::Key_R, Qt::ControlModifier);
-        QTRY_VERIFY(desk.lines().join(u' ').contains(u"begun"_s));
-        QVERIFY(desk.state().isRunning());
-        desk.click("shellStop");
-        QVERIFY(!desk.state().isRunning());
-        QTRY_VERIFY(desk.lines().join(u' ').contains(u"error: KeyboardInterrupt"_s));
+        fixture.press(Qt::Key_R, Qt::ControlModifier);
+        QTRY_VERIFY(fixture.lines().join(u' ').contains(u"begun"_s));
+        QVERIFY(fixture.state().isRunning());
+        fixture.click("shellStop");
+        QVERIFY(!fixture.state().isRunning());
+        QTRY_VERIFY(fixture.lines().join(u' ').contains(u"error: KeyboardInterrupt"_s));
     }
 };
 

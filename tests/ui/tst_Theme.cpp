@@ -1,7 +1,7 @@
-#include "Desk.h"
-#include "editor/EditorColours.h"
-#include "ui/Icons.h"
-#include "ui/Theme.h"
+#include "theme/CodeColors.h"
+#include "theme/Icons.h"
+#include "theme/Theme.h"
+#include "ui/WindowFixture.h"
 
 #include <QDir>
 #include <QPlainTextEdit>
@@ -101,34 +101,33 @@ private slots:
     void codeCanBeReadAndToldApart()
     {
         QFETCH(const Theme *, tested);
-        using Code = EditorColours::Role;
+        using Code = CodeColors::Role;
         const QPalette &palette = tested->palette();
-        const EditorColours &colours = EditorColours::of(palette);
+        const CodeColors &colors = CodeColors::of(palette);
         const QColor window = palette.color(QPalette::Window);
         for (int role = 0; role < static_cast<int>(Code::Separator); ++role) {
-            const QColor color = colours.color(static_cast<Code>(role));
+            const QColor color = colors.color(static_cast<Code>(role));
             QVERIFY2(contrast(color, palette.color(QPalette::Base)) >= 4.5,
                      qPrintable(color.name()));
-            QVERIFY2(contrast(color, colours.color(Code::FoundText)) >= 3,
-                     qPrintable(color.name()));
+            QVERIFY2(contrast(color, colors.color(Code::FoundText)) >= 3, qPrintable(color.name()));
             for (int other = static_cast<int>(Code::SystemGray); other < role; ++other) {
-                const QColor rival = colours.color(static_cast<Code>(other));
+                const QColor rival = colors.color(static_cast<Code>(other));
                 const int distance = std::abs(color.red() - rival.red())
                     + std::abs(color.green() - rival.green())
                     + std::abs(color.blue() - rival.blue());
                 QVERIFY2(distance >= 60, qPrintable(color.name() + rival.name()));
             }
         }
-        QVERIFY(contrast(colours.color(Code::SecondaryLabel), window) >= 4.5);
-        QVERIFY(contrast(colours.color(Code::Label), over(colours.pausedBand(), window)) >= 4.5);
-        QVERIFY(contrast(colours.color(Code::SystemRed), window) >= 3); // a sign, not text
+        QVERIFY(contrast(colors.color(Code::SecondaryLabel), window) >= 4.5);
+        QVERIFY(contrast(colors.color(Code::Label), over(colors.pausedBand(), window)) >= 4.5);
+        QVERIFY(contrast(colors.color(Code::SystemRed), window) >= 3); // a sign, not text
     }
 
     void followsThePaletteWhileItRuns()
     {
-        Desk desk;
-        desk.state().shell().appendError(u"wrong"_s);
-        const auto *transcript = desk.find<QPlainTextEdit>("shellOutput");
+        WindowFixture fixture;
+        fixture.state().shell().appendError(u"wrong"_s);
+        const auto *transcript = fixture.find<QPlainTextEdit>("shellOutput");
         const auto errorColor = [&] {
             QTextCursor cursor(transcript->document());
             cursor.setPosition(1);
@@ -149,7 +148,7 @@ private slots:
         QTRY_COMPARE(errorColor(), Theme::light().color(Role::Red));
     }
 
-    void iconsTakeTheColourOfTheirRole()
+    void iconsTakeTheColorOfTheirRole()
     {
         const QIcon loaded = Icons::icon(u"trash"_s); // and with it all of them
         QVERIFY(!loaded.pixmap(16, 16).isNull());

@@ -1,5 +1,5 @@
 #include "app/ShellTranscript.h"
-#include "ui/TranscriptView.h"
+#include "ui/shell/TranscriptView.h"
 
 #include <QClipboard>
 #include <QGuiApplication>

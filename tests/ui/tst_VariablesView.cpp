@@ -1,6 +1,6 @@
-#include "Desk.h"
 #include "support/ScriptedBoard.h"
-#include "ui/ElidedLabel.h"
+#include "ui/WindowFixture.h"
+#include "ui/controls/ElidedLabel.h"
 
 #include <QLabel>
 #include <QPlainTextEdit>
@@ -11,9 +11,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct VariablesDesk : Desk
+struct VariablesDesk : WindowFixture
 {
-    using Desk::Desk;
+    using WindowFixture::WindowFixture;
 
     void open() { click("Variables"); }
     QTableView &table() { return *find<QTableView>("variables"); }
@@ -31,7 +31,7 @@ struct VariablesDesk : Desk
     }
     void set(const QList<PythonVariable> &variables)
     {
-        state().variablesFlow().setVariables(variables);
+        state().variablesStore().setVariables(variables);
     }
 };
 
@@ -44,74 +44,75 @@ class tst_VariablesView final : public QObject
 private slots:
     void showsTheVariablesOfTheSession()
     {
-        VariablesDesk desk(Desk::Python::Real);
-        desk.open();
-        QVERIFY(!desk.table().isVisible());
-        QCOMPARE(desk.find<QLabel>("variablesHint")->text(), u"Run code to inspect variables"_s);
-        desk.click("Shell");
-        QTest::mouseClick(desk.find<QPlainTextEdit>("shellInput")->viewport(), Qt::LeftButton);
-        QTest::keyClicks(desk.find<QWidget>("shellInput"), u"b = 'x'; a = [1]"_s);
-        desk.press(Qt::Key_Return);
+        VariablesDesk fixture(WindowFixture::Python::Real);
+        fixture.open();
+        QVERIFY(!fixture.table().isVisible());
+        QCOMPARE(fixture.find<QLabel>("variablesHint")->text(), u"Run code to inspect variables"_s);
+        fixture.click("Shell");
+        QTest::mouseClick(fixture.find<QPlainTextEdit>("shellInput")->viewport(), Qt::LeftButton);
+        QTest::keyClicks(fixture.find<QWidget>("shellInput"), u"b = 'x'; a = [1]"_s);
+        fixture.press(Qt::Key_Return);
         const QStringList expected{u"a|list|[1]"_s, u"b|str|'x'"_s};
-        QTRY_COMPARE(desk.rows(), expected);
+        QTRY_COMPARE(fixture.rows(), expected);
 
         // Each time it is shown it asks again, and so do its buttons.
-        desk.set({});
-        desk.open();
-        QTRY_COMPARE(desk.rows(), expected);
-        QVERIFY(desk.table().isVisible());
-        desk.set({});
-        QVERIFY(!desk.table().isVisible());
-        desk.click("refreshVariables");
-        QTRY_COMPARE(desk.rows(), expected);
-        desk.click("restartSession");
-        QTRY_COMPARE(desk.rows(), QStringList());
-        QVERIFY(desk.lines().contains(u"info: Session restarted."_s));
-        QVERIFY(!desk.table().isVisible());
+        fixture.set({});
+        fixture.open();
+        QTRY_COMPARE(fixture.rows(), expected);
+        QVERIFY(fixture.table().isVisible());
+        fixture.set({});
+        QVERIFY(!fixture.table().isVisible());
+        fixture.click("refreshVariables");
+        QTRY_COMPARE(fixture.rows(), expected);
+        fixture.click("restartSession");
+        QTRY_COMPARE(fixture.rows(), QStringList());
+        QVERIFY(fixture.lines().contains(u"info: Session restarted."_s));
+        QVERIFY(!fixture.table().isVisible());
     }
 
     void showsEachRowOnOneLineAndWhereItComesFrom()
     {
         ScriptedBoard board;
-        VariablesDesk desk;
-        desk.open();
+        VariablesDesk fixture;
+        fixture.open();
         const QString value = u"<b>one\ntwo</b>"_s;
-        desk.state().debugSession().pause(DebugPause{12, {{u"n"_s, u"T"_s, value}}});
-        QCOMPARE(desk.rows(), QStringList{u"n|T|<b>one↵two</b>"_s});
-        const QModelIndex cell = desk.table().model()->index(0, 2);
+        fixture.state().debugSession().pause(DebugPause{12, {{u"n"_s, u"T"_s, value}}});
+        QCOMPARE(fixture.rows(), QStringList{u"n|T|<b>one↵two</b>"_s});
+        const QModelIndex cell = fixture.table().model()->index(0, 2);
         QVERIFY(cell.data(Qt::ToolTipRole).toString().contains(value.toHtmlEscaped()));
-        const auto *caption = desk.find<ElidedLabel>("variablesCaption");
+        const auto *caption = fixture.find<ElidedLabel>("variablesCaption");
         QCOMPARE(caption->text(), u"stopped at line 12"_s);
-        desk.state().debugSession().reset();
+        fixture.state().debugSession().reset();
         QCOMPARE(caption->text(), u"local Python"_s);
 
         // A long path makes the window no wider.
-        const QString port = desk.folder.filePath(QString(200, u'p'));
+        const QString port = fixture.folder.filePath(QString(200, u'p'));
         QVERIFY(QFile::link(board.port(), port));
-        const int leastWidth = desk.window().minimumSizeHint().width();
-        desk.state().link().connectDevice(port);
+        const int leastWidth = fixture.window().minimumSizeHint().width();
+        fixture.state().link().connectDevice(port);
         QTRY_COMPARE(caption->text(), port);
         QCOMPARE(caption->toolTip(), port);
         QCoreApplication::processEvents();
-        QCOMPARE(desk.window().minimumSizeHint().width(), leastWidth);
+        QCOMPARE(fixture.window().minimumSizeHint().width(), leastWidth);
     }
 
     void keepsTheChosenRow()
     {
-        VariablesDesk desk;
-        desk.open();
+        VariablesDesk fixture;
+        fixture.open();
         QList<PythonVariable> variables;
         for (int i = 0; i < 200; ++i)
             variables << PythonVariable{u"v%1"_s.arg(i), u"int"_s, {}};
-        desk.set(variables);
-        desk.table().setCurrentIndex(desk.table().model()->index(150, 0));
+        fixture.set(variables);
+        fixture.table().setCurrentIndex(fixture.table().model()->index(150, 0));
         variables.removeFirst();
-        desk.table().setFocus();
-        desk.set(variables);
-        QCOMPARE(desk.table().currentIndex().data().toString(), u"v150"_s);
-        QVERIFY(desk.table().rect().contains(desk.table().visualRect(desk.table().currentIndex())));
-        desk.press(Qt::Key_Tab);
-        QVERIFY2(!desk.table().hasFocus(), "the table keeps Tab to itself");
+        fixture.table().setFocus();
+        fixture.set(variables);
+        QCOMPARE(fixture.table().currentIndex().data().toString(), u"v150"_s);
+        QVERIFY(fixture.table().rect().contains(
+            fixture.table().visualRect(fixture.table().currentIndex())));
+        fixture.press(Qt::Key_Tab);
+        QVERIFY2(!fixture.table().hasFocus(), "the table keeps Tab to itself");
     }
 };
 

@@ -1,6 +1,6 @@
-#include "Desk.h"
 #include "support/ScriptedBoard.h"
-#include "ui/WindowState.h"
+#include "ui/WindowFixture.h"
+#include "ui/window/WindowState.h"
 
 #include <QAccessible>
 #include <QLabel>
@@ -79,21 +79,21 @@ private slots:
     void tellsWhatHappensElsewhere()
     {
         ScriptedBoard board;
-        Desk desk(Desk::Python::Real, board.port());
-        QWidget *announcer = desk.find<QWidget>("announcer");
-        desk.state().link().connectDevice(board.port());
+        WindowFixture fixture(WindowFixture::Python::Real, board.port());
+        QWidget *announcer = fixture.find<QWidget>("announcer");
+        fixture.state().link().connectDevice(board.port());
         QTRY_COMPARE(announcer->accessibleName(), u"Connected to "_s + board.port());
         board.vanish();
         QTRY_COMPARE(announcer->accessibleName(), u"Disconnected"_s);
-        desk.state().documents().updateSelectedContent(QStringLiteral("x = 1"));
-        desk.click("play.circle.fill");
+        fixture.state().documents().updateSelectedContent(QStringLiteral("x = 1"));
+        fixture.click("play.circle.fill");
         QCOMPARE(announcer->accessibleName(), u"Disconnected"_s);
         QTRY_COMPARE(announcer->accessibleName(), u"Run finished"_s);
         DebugPause pause;
         pause.line = 5;
-        desk.state().debugSession().pause(pause);
+        fixture.state().debugSession().pause(pause);
         QCOMPARE(announcer->accessibleName(), u"Paused at line 5"_s);
-        desk.state().debugSession().reset();
+        fixture.state().debugSession().reset();
         QCOMPARE(announcer->accessibleName(), u"Paused at line 5"_s);
         QCOMPARE(QAccessible::queryAccessibleInterface(announcer)->role(),
                  QAccessible::Notification);
@@ -101,62 +101,62 @@ private slots:
 
     void showsPanesToChooseFrom()
     {
-        Desk desk;
+        WindowFixture fixture;
         QAccessibleInterface *shell =
-            QAccessible::queryAccessibleInterface(desk.find<QToolButton>("Shell"));
+            QAccessible::queryAccessibleInterface(fixture.find<QToolButton>("Shell"));
         QAccessibleInterface *variables =
-            QAccessible::queryAccessibleInterface(desk.find<QToolButton>("Variables"));
+            QAccessible::queryAccessibleInterface(fixture.find<QToolButton>("Variables"));
         QCOMPARE(variables->role(), QAccessible::RadioButton);
         QCOMPARE(variables->text(QAccessible::Name), u"Variables"_s);
         QVERIFY(shell->state().checked && !variables->state().checked);
         variables->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
         QTRY_VERIFY(!shell->state().checked && variables->state().checked);
-        QCOMPARE(desk.state().bottomTab(), AppState::BottomTab::Variables);
+        QCOMPARE(fixture.state().bottomTab(), AppState::BottomTab::Variables);
     }
 
     void goesToEveryPaneByMenu()
     {
-        Desk desk;
-        desk.command(u"&Device Files"_s)->trigger();
-        QVERIFY(desk.find<QWidget>("deviceBrowser")->isVisible());
-        desk.click("laptopcomputer");
-        QVERIFY(desk.command(u"&Local Files"_s)->isChecked());
-        QVERIFY(!desk.command(u"&Device Files"_s)->isChecked());
-        desk.command(u"&Variables"_s)->trigger();
-        QVERIFY(desk.find<QWidget>("variablesCaption")->isVisible());
-        desk.state().documents().openTextInEditor(u"R&D.py"_s, u"x"_s);
-        emit desk.command(u"&Open Files"_s)->menu()->aboutToShow();
-        QVERIFY(desk.command(u"R&&D.py"_s)->isChecked());
-        desk.command(u"untitled.py"_s)->trigger();
-        QCOMPARE(desk.state().documents().selectedFile()->name, u"untitled.py"_s);
+        WindowFixture fixture;
+        fixture.command(u"&Device Files"_s)->trigger();
+        QVERIFY(fixture.find<QWidget>("deviceBrowser")->isVisible());
+        fixture.click("laptopcomputer");
+        QVERIFY(fixture.command(u"&Local Files"_s)->isChecked());
+        QVERIFY(!fixture.command(u"&Device Files"_s)->isChecked());
+        fixture.command(u"&Variables"_s)->trigger();
+        QVERIFY(fixture.find<QWidget>("variablesCaption")->isVisible());
+        fixture.state().documents().openTextInEditor(u"R&D.py"_s, u"x"_s);
+        emit fixture.command(u"&Open Files"_s)->menu()->aboutToShow();
+        QVERIFY(fixture.command(u"R&&D.py"_s)->isChecked());
+        fixture.command(u"untitled.py"_s)->trigger();
+        QCOMPARE(fixture.state().documents().selectedFile()->name, u"untitled.py"_s);
     }
 
     void tellsAboutItself()
     {
-        Desk desk;
-        desk.command(u"&About Korvane"_s)->trigger();
-        auto *about = desk.window().findChild<QMessageBox *>();
+        WindowFixture fixture;
+        fixture.command(u"&About Korvane"_s)->trigger();
+        auto *about = fixture.window().findChild<QMessageBox *>();
         QVERIFY(about && about->isVisible() && about->windowModality() == Qt::WindowModal);
         QVERIFY(about->text().contains(QApplication::applicationVersion()));
         QTest::keyClick(about, Qt::Key_Escape);
-        QTRY_VERIFY(!desk.window().findChild<QMessageBox *>());
+        QTRY_VERIFY(!fixture.window().findChild<QMessageBox *>());
     }
 
     void hasRoomForLongerLanguages()
     {
         Lengthener lengthener;
         QApplication::installTranslator(&lengthener);
-        Desk desk;
-        for (const QSize size : {QSize(1080, 740), desk.window().minimumSize()}) {
-            desk.window().resize(size);
-            QTRY_COMPARE(desk.window().size(), size);
+        WindowFixture fixture;
+        for (const QSize size : {QSize(1080, 740), fixture.window().minimumSize()}) {
+            fixture.window().resize(size);
+            QTRY_COMPARE(fixture.window().size(), size);
             QCoreApplication::processEvents();
-            for (const QToolButton *button : desk.window().findChildren<QToolButton *>()) {
+            for (const QToolButton *button : fixture.window().findChildren<QToolButton *>()) {
                 if (button->isVisible() && !button->text().isEmpty())
                     QVERIFY2(button->width() >= button->minimumSizeHint().width(),
                              qPrintable(button->text()));
             }
-            for (const QLabel *label : desk.window().findChildren<QLabel *>()) {
+            for (const QLabel *label : fixture.window().findChildren<QLabel *>()) {
                 if (label->isVisible() && !label->wordWrap())
                     QVERIFY2(label->width() >= label->sizeHint().width(),
                              qPrintable(label->text()));

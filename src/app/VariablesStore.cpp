@@ -1,0 +1,118 @@
+#include "app/VariablesStore.h"
+
+#include "base/ShellSink.h"
+#include "base/VariableRows.h"
+#include "board/DeviceLink.h"
+#include "board/ProgramRun.h"
+#include "session/PythonRunner.h"
+
+#include <QFile>
+
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <optional>
+#include <utility>
+
+// Outside of all namespaces, as the macro demands. Without it the linker would leave the resource
+// of this static library behind.
+static void initializeResource()
+{
+    Q_INIT_RESOURCE(app);
+}
+
+namespace Korvane {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto variablesTimeout = 10s;
+
+/// The program that prints the board's globals, behind a marker.
+QString variablesScript()
+{
+    initializeResource();
+    QFile file(QStringLiteral(":/app/variables.py"));
+    const bool isThere = file.open(QIODevice::ReadOnly);
+    Q_ASSERT(isThere);
+    return isThere ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+/// Reads what the program above printed; nothing when that is not as it should be.
+std::optional<QList<PythonVariable>> parseVariables(const QString &output)
+{
+    static constexpr QStringView marker = u"__VARS__";
+    const qsizetype found = output.indexOf(marker);
+    if (found < 0)
+        return std::nullopt;
+    const QByteArray text = QStringView(output).sliced(found + marker.size()).trimmed().toUtf8();
+    const auto rows = nlohmann::json::parse(text.begin(), text.end(), nullptr, false);
+    return VariableRows::parse(rows, VariableRows::boardKeys);
+}
+
+} // namespace
+
+VariablesStore::VariablesStore(PythonRunner &runner, DeviceLink &link, const ProgramRun &programRun,
+                               ShellSink &shell, QObject *parent)
+    : QObject(parent)
+    , m_runner(runner)
+    , m_link(link)
+    , m_programRun(programRun)
+    , m_shell(shell)
+{
+}
+
+void VariablesStore::setVariables(const QList<PythonVariable> &variables)
+{
+    m_variables = variables;
+    emit variablesChanged();
+}
+
+QCoro::Task<void> VariablesStore::refreshVariables()
+{
+    return m_link.connectionState().isConnected() ? refreshFromBoard() : refreshFromSession();
+}
+
+QCoro::Task<void> VariablesStore::restartLocalSession()
+{
+    const auto life = m_life.watch();
+    const RunResult result = co_await m_runner.restart();
+    if (!life)
+        co_return;
+    // Without an interpreter, say, "Session restarted." would be all that the person hears.
+    if (!result.error.isEmpty())
+        m_shell.appendError(result.error);
+    setVariables(result.variables);
+}
+
+QCoro::Task<void> VariablesStore::refreshFromSession()
+{
+    const auto life = m_life.watch();
+    const RunResult result = co_await m_runner.readVariables();
+    if (life)
+        setVariables(result.variables);
+}
+
+QCoro::Task<void> VariablesStore::refreshFromBoard()
+{
+    if (m_link.deviceCommandInFlight() || m_programRun.deviceProgramRunning())
+        co_return;
+    const auto life = m_life.watch();
+    const Result<QString> output =
+        co_await m_link.executeOnDevice(variablesScript(), variablesTimeout);
+    if (!life)
+        co_return;
+    if (!output) {
+        m_shell.appendError(QStringLiteral("Could not read variables: ") + output.error().message);
+        co_return;
+    }
+    const auto variables = parseVariables(*output);
+    if (!variables) {
+        m_shell.appendError(QStringLiteral("Could not read variables from the device"));
+        co_return;
+    }
+    setVariables(*variables);
+}
+
+} // namespace Korvane

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "base/OneShot.h"
+
+#include <QCoro/QCoroTask>
+#include <QTimer>
+
+#include <chrono>
+#include <list>
+
+namespace Korvane {
+
+/// Lets the coroutines of one object sleep, and wakes them early when that object goes.
+class Delay final
+{
+public:
+    Delay() = default;
+    ~Delay();
+    Delay(const Delay &) = delete;
+    Delay &operator=(const Delay &) = delete;
+
+    /// Yields true after \p duration on a monotonic clock, false when the Delay went before: the
+    /// caller must then return without touching its object.
+    [[nodiscard]] QCoro::Task<bool> sleep(std::chrono::milliseconds duration);
+
+private:
+    struct Nap
+    {
+        QTimer timer;
+        OneShot<bool> done;
+    };
+    std::list<Nap> m_naps;
+    bool m_isGoing = false;
+};
+
+} // namespace Korvane

@@ -1,0 +1,143 @@
+#include "board/BoardScripts.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+static void initializeResources()
+{
+    Q_INIT_RESOURCE(board_scripts);
+}
+
+namespace Korvane::BoardScripts {
+
+namespace {
+
+/// Base64 characters a line, so that neither a line nor what it decodes to strains a small board.
+constexpr qsizetype pieceLength = 1024;
+
+QString script(const char *name)
+{
+    [[maybe_unused]] static const bool initialized = (initializeResources(), true);
+    QFile file(QStringLiteral(":/korvane/board/scripts/%1.py").arg(QLatin1StringView(name)));
+    if (!file.open(QIODevice::ReadOnly))
+        qFatal("The board script %s is not part of this build.", name);
+    return QString::fromUtf8(file.readAll());
+}
+
+struct Replacement
+{
+    QLatin1StringView placeholder;
+    QString text;
+};
+
+/// Puts each placeholder's text in its place, once. What was put in is not looked at again, since
+/// a path may well read like a placeholder.
+template <std::size_t count>
+QString fill(QStringView pattern, const std::array<Replacement, count> &replacements)
+{
+    QString filled;
+    while (true) {
+        qsizetype first = pattern.size();
+        const Replacement *found = nullptr;
+        for (const Replacement &replacement : replacements) {
+            const qsizetype at = pattern.indexOf(replacement.placeholder);
+            if (at >= 0 && at < first) {
+                first = at;
+                found = &replacement;
+            }
+        }
+        filled += pattern.first(first);
+        if (!found)
+            return filled;
+        filled += found->text;
+        pattern = pattern.sliced(first + found->placeholder.size());
+    }
+}
+
+QString fillPath(const char *name, const QString &path)
+{
+    return fill(script(name),
+                std::array{Replacement{QLatin1StringView("QPATH"), pathLiteral(path)}});
+}
+
+} // namespace
+
+QString pathLiteral(const QString &path)
+{
+    QString quoted = path;
+    quoted.replace(u'\\', QLatin1StringView("\\\\"));
+    quoted.replace(u'\'', QLatin1StringView("\\'"));
+    return u'\'' + quoted + u'\'';
+}
+
+QString list()
+{
+    return script("list");
+}
+
+QString read(const QString &path)
+{
+    return fillPath("read", path);
+}
+
+QString exists(const QString &path)
+{
+    return fillPath("exists", path);
+}
+
+QString write(const QString &path, const QByteArray &bytes)
+{
+    // The first and the last line frame the three that write one piece.
+    const QString whole = script("write");
+    const qsizetype bodyStart = whole.indexOf(u'\n') + 1;
+    const qsizetype bodyEnd = whole.lastIndexOf(u'\n') + 1;
+    const QStringView body = QStringView(whole).sliced(bodyStart, bodyEnd - bodyStart);
+
+    const QString base64 = QString::fromLatin1(bytes.toBase64());
+    const QString literal = pathLiteral(path);
+    const qsizetype pieces =
+        std::max<qsizetype>(1, (base64.size() + pieceLength - 1) / pieceLength);
+    QString filled = whole.first(bodyStart);
+    filled.reserve(base64.size() + pieces * (body.size() + literal.size()) + whole.size());
+    for (qsizetype piece = 0; piece < pieces; ++piece) {
+        filled +=
+            fill(body,
+                 std::array{
+                     Replacement{QLatin1StringView("QPATH"), literal},
+                     Replacement{QLatin1StringView("MODE"),
+                                 piece == 0 ? QStringLiteral("'wb'") : QStringLiteral("'ab'")},
+                     Replacement{QLatin1StringView("PIECE"),
+                                 base64.mid(piece * pieceLength, pieceLength)},
+                 });
+    }
+    return filled.append(QStringView(whole).sliced(bodyEnd));
+}
+
+QString remove(const QString &path, NodeKind kind)
+{
+    return fill(script("delete"),
+                std::array{
+                    Replacement{QLatin1StringView("FN"),
+                                kind == NodeKind::Folder ? QStringLiteral("os.rmdir")
+                                                         : QStringLiteral("os.remove")},
+                    Replacement{QLatin1StringView("QPATH"), pathLiteral(path)},
+                });
+}
+
+QString makeFolders(const QStringList &paths)
+{
+    const QString whole = script("make-folders");
+    const qsizetype callStart = whole.indexOf(QLatin1StringView("_mk(QPATH)"));
+    const qsizetype callEnd = whole.indexOf(u'\n', callStart) + 1;
+    const QStringView call = QStringView(whole).sliced(callStart, callEnd - callStart);
+    QString filled = whole.first(callStart);
+    for (const QString &path : paths)
+        filled +=
+            fill(call, std::array{Replacement{QLatin1StringView("QPATH"), pathLiteral(path)}});
+    return filled.append(QStringView(whole).sliced(callEnd));
+}
+
+} // namespace Korvane::BoardScripts

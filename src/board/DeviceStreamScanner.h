@@ -1,0 +1,53 @@
+#pragma once
+
+#include "board/DebugPause.h"
+
+#include <QByteArray>
+
+namespace Korvane {
+
+/// Splits what the board sends while a program runs into text, pauses and the program's end
+/// (docs/formats/pause-record.md). Fed with chunks as they come; every byte is looked at a fixed
+/// number of times, however long a record stays open.
+class DeviceStreamScanner final
+{
+public:
+    struct Scan
+    {
+        /// What to show: without end marks, and without records and the line end behind each.
+        QString text;
+        /// In the order of arrival.
+        QList<DebugPause> pauses;
+        /// An end mark (0x04) was among the bytes.
+        bool ended = false;
+        /// How many of the pauses, the last ones, came behind the last end mark.
+        qsizetype pausesBehindEnd = 0;
+        /// The prompt followed the second end mark, or a later one, since this was new, flushed or
+        /// cleared.
+        bool replyWhole = false;
+    };
+
+    /// Everything that \p chunk settles. The beginning of a character, of a record or of the line
+    /// end behind one waits for the next chunk.
+    [[nodiscard]] Scan feed(QByteArrayView chunk);
+
+    /// What was still waiting, as text; then everything begins anew.
+    [[nodiscard]] QString flush();
+    /// The same without the text.
+    void clear();
+
+private:
+    [[nodiscard]] bool completesReply(QByteArrayView chunk);
+    /// False when the bytes at \p position may yet become the line end behind a record.
+    [[nodiscard]] bool skipLineEnd(qsizetype &position);
+    [[nodiscard]] qsizetype takeRecord(qsizetype open, Scan &scan);
+
+    QByteArray m_buffer;
+    /// How many bytes of the open record at the front of the buffer hold no mark for certain.
+    qsizetype m_searchedBytes = 0;
+    bool m_isBehindRecord = false;
+    int m_endMarks = 0;
+    bool m_promptMayFollow = false;
+};
+
+} // namespace Korvane

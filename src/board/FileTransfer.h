@@ -1,0 +1,54 @@
+#pragma once
+
+#include "base/Background.h"
+#include "base/Lifetime.h"
+#include "board/BoardRecords.h"
+#include "board/CopyPlan.h"
+
+#include <QCoro/QCoroTask>
+#include <QObject>
+
+namespace Korvane {
+
+class DeviceFiles;
+class DeviceLink;
+class ShellSink;
+class TransferStatus;
+
+/// Copies files and whole folders between this computer and the board, in both directions.
+///
+/// A folder copy asks once, then works through its plan and stops at the first failure; what was
+/// copied before stays, and copying again merges. Local files are read and written off the main
+/// thread; everything else lives on it.
+class FileTransfer final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// All must outlive this.
+    FileTransfer(DeviceLink &link, DeviceFiles &files, TransferStatus &transfer, ShellSink &shell,
+                 QObject *parent = nullptr);
+
+    /// Into the board folder being browsed.
+    QCoro::Task<void> copyFileToDevice(QString localFile);
+    QCoro::Task<void> copyFolderToDevice(QString localFolder);
+    /// Into \p destinationFolder on this computer.
+    QCoro::Task<void> copyFileFromDevice(DeviceFileNode file, QString destinationFolder);
+    QCoro::Task<void> copyFolderFromDevice(DeviceFileNode folder, QString destinationFolder);
+
+signals:
+    /// Files on this computer came or changed.
+    void localFilesChanged();
+
+private:
+    void reportSkipped(const QStringList &skipped);
+
+    DeviceLink &m_link;
+    DeviceFiles &m_files;
+    TransferStatus &m_transfer;
+    ShellSink &m_shell;
+    Background m_background;
+    Lifetime m_life;
+};
+
+} // namespace Korvane

@@ -1,0 +1,90 @@
+#include "board/RawReplExchange.h"
+
+#include "board/DeviceError.h"
+#include "serial/SerialPortManager.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace Korvane {
+
+namespace {
+
+/// What a timer can hold, with room to spare: 23 days.
+constexpr double maxTimeoutSeconds = 2'000'000;
+
+double usableSeconds(std::chrono::duration<double> timeout)
+{
+    const double seconds = timeout.count();
+    return std::isnan(seconds) ? 0 : std::clamp(seconds, -maxTimeoutSeconds, maxTimeoutSeconds);
+}
+
+} // namespace
+
+RawReplExchange::RawReplExchange(SerialPortManager &serial, const QString &code,
+                                 std::chrono::duration<double> timeout)
+    : m_serial(serial)
+    , m_code(code.toUtf8())
+    , m_timeoutSeconds(usableSeconds(timeout))
+    , m_entry(serial)
+{
+    m_timeoutTimer.setSingleShot(true);
+    m_timeoutTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timeoutTimer, &QTimer::timeout, this,
+            [this] { finish(DeviceError::timedOut(static_cast<qint64>(m_timeoutSeconds))); });
+}
+
+void RawReplExchange::start()
+{
+    m_serial.setDataInterceptor([this](const QByteArray &chunk) { take(chunk); });
+    m_entry.start([this] { return m_result.isDone() || m_phase == Phase::Running; },
+                  [this] { finish(DeviceError::noRawREPL()); });
+    const auto milliseconds = static_cast<qint64>(std::ceil(m_timeoutSeconds * 1000));
+    m_timeoutTimer.start(std::chrono::milliseconds(std::max<qint64>(0, milliseconds)));
+}
+
+void RawReplExchange::leaveLine()
+{
+    m_hasLeftLine = true;
+    m_entry.mute();
+}
+
+void RawReplExchange::take(const QByteArray &chunk)
+{
+    const std::optional<QString> text = m_decoder.feed(chunk);
+    if (!text)
+        return;
+    if (m_phase == Phase::Running) {
+        m_reply.feed(*text);
+        if (m_reply.isComplete())
+            finish(m_reply.execution());
+        return;
+    }
+    constexpr QLatin1String banner("raw REPL");
+    m_bannerSearch += *text;
+    if (m_bannerSearch.contains(banner))
+        sendProgram();
+    else
+        m_bannerSearch = m_bannerSearch.right(banner.size() - 1);
+}
+
+void RawReplExchange::sendProgram()
+{
+    m_phase = Phase::Running;
+    m_serial.write(m_code);
+    m_serial.write("\x04");
+}
+
+void RawReplExchange::finish(Result<DeviceExecution> result)
+{
+    if (m_result.isDone())
+        return;
+    if (!m_hasLeftLine) {
+        m_serial.setDataInterceptor({});
+        m_serial.write("\x02");
+    }
+    m_result.deliver(std::move(result));
+}
+
+} // namespace Korvane

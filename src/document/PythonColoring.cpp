@@ -1,0 +1,399 @@
+#include "document/PythonColoring.h"
+
+#include "document/WordCharacters.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace Korvane {
+
+namespace {
+
+using Words = QList<QStringView>;
+
+/// Finds the words of the fourth and fifth pass.
+class WordTable final
+{
+public:
+    WordTable()
+    {
+        add(PythonColoring::builtInNames(), PythonToken::BuiltInName);
+        add(PythonColoring::keywords(), PythonToken::Keyword);
+    }
+
+    /// Plain when \p word is none of them.
+    [[nodiscard]] PythonToken find(QStringView word) const
+    {
+        for (const auto &[entry, token] : m_buckets[bucket(word)]) {
+            if (entry == word)
+                return token;
+        }
+        return PythonToken::Plain;
+    }
+
+private:
+    struct Entry
+    {
+        QStringView word;
+        PythonToken token;
+    };
+
+    static size_t bucket(QStringView word)
+    {
+        // Tells nearly all of them apart, and most other words from them.
+        const auto size = static_cast<size_t>(word.size());
+        return (word.front().unicode() * 37U + word.back().unicode() * 5U + size) % bucketCount;
+    }
+    void add(const Words &words, PythonToken token)
+    {
+        for (const QStringView word : words)
+            m_buckets[bucket(word)].push_back({word, token});
+    }
+
+    static constexpr size_t bucketCount = 1024;
+    std::array<std::vector<Entry>, bucketCount> m_buckets;
+};
+
+/// What an ASCII character may begin.
+enum class Beginning : quint8 { Nothing, Word, Number, String, Comment, Decorator };
+
+constexpr char16_t firstBeyondAscii = 0x80;
+
+constexpr std::array<Beginning, firstBeyondAscii> beginnings = [] {
+    std::array<Beginning, firstBeyondAscii> table{};
+    for (char16_t unit = 0; unit < firstBeyondAscii; ++unit) {
+        if (WordCharacters::isAsciiWord(unit))
+            table[unit] = unit >= u'0' && unit <= u'9' ? Beginning::Number : Beginning::Word;
+    }
+    table[u'"'] = table[u'\''] = Beginning::String;
+    table[u'#'] = Beginning::Comment;
+    table[u'@'] = Beginning::Decorator;
+    return table;
+}();
+
+/// One run over one text. It looks at each character once, takes the words and numbers, and notes
+/// where the other passes may find something.
+class Run final
+{
+public:
+    Run(QStringView text, std::vector<PythonToken> &tokens)
+        : m_text(text)
+        , m_tokens(tokens)
+    {
+    }
+
+    void color();
+
+private:
+    using Positions = std::vector<qsizetype>;
+
+    qsizetype number(qsizetype start);
+    qsizetype word(qsizetype start);
+    void comments();
+    void strings();
+    void decorators();
+    void names(const Positions &starts, qsizetype wordLength, PythonToken token);
+
+    [[nodiscard]] qsizetype stringEnd(qsizetype start);
+    [[nodiscard]] qsizetype decimalEnd(qsizetype start) const;
+    [[nodiscard]] qsizetype hexadecimalEnd(qsizetype start) const;
+    [[nodiscard]] bool isAt(qsizetype position, char16_t unit) const
+    {
+        return position < m_text.size() && m_text[position] == unit;
+    }
+    /// A token replaces only those of earlier passes: so the passes may run in any order.
+    void paint(qsizetype start, qsizetype end, PythonToken token)
+    {
+        PythonToken *tokens = m_tokens.data();
+        for (qsizetype i = start; i < end; ++i)
+            tokens[i] = tokens[i] < token ? token : tokens[i];
+    }
+
+    /// What a search of the string pass that failed tells of the ones to come.
+    struct Failure
+    {
+        /// No triple quote closes from here on.
+        qsizetype tripleFrom = std::numeric_limits<qsizetype>::max();
+        /// No string on one line that starts before this ends.
+        qsizetype singleUntil = 0;
+    };
+
+    QStringView m_text;
+    std::vector<PythonToken> &m_tokens;
+    Positions m_quotes;
+    Positions m_hashes;
+    Positions m_ats;
+    Positions m_functions;
+    Positions m_classes;
+    Failure m_quote;
+    Failure m_apostrophe;
+};
+
+void Run::color()
+{
+    qsizetype i = 0;
+    while (i < m_text.size()) {
+        const char16_t unit = m_text[i].unicode();
+        if (unit >= firstBeyondAscii) {
+            const auto [character, length] = WordCharacters::at(m_text, i);
+            i = WordCharacters::isDigit(character) ? number(i) : i + length;
+            continue;
+        }
+        switch (beginnings[unit]) {
+        case Beginning::Nothing:
+            break;
+        case Beginning::Word:
+            i = word(i);
+            continue;
+        case Beginning::Number:
+            i = number(i);
+            continue;
+        case Beginning::String:
+            m_quotes.push_back(i);
+            break;
+        case Beginning::Comment:
+            m_hashes.push_back(i);
+            break;
+        case Beginning::Decorator:
+            m_ats.push_back(i);
+            break;
+        }
+        ++i;
+    }
+    comments();
+    strings();
+    decorators();
+    names(m_functions, 3, PythonToken::FunctionName);
+    names(m_classes, 5, PythonToken::ClassName);
+}
+
+/// Takes the number at \p start, if one begins there; returns from where to go on.
+qsizetype Run::number(qsizetype start)
+{
+    qsizetype end = start;
+    if (!WordCharacters::isWordBefore(m_text, start))
+        end = decimalEnd(start);
+    if (end == start)
+        end = hexadecimalEnd(start);
+    if (end == start)
+        return start + WordCharacters::at(m_text, start).length;
+    paint(start, end, PythonToken::Number);
+    return end;
+}
+
+/// Of the ways in which the digits at \p start can be read, the longest that ends at the edge of a
+/// word. A shorter run of digits never does, so there are but these.
+qsizetype Run::decimalEnd(qsizetype start) const
+{
+    const qsizetype integer = WordCharacters::skipDigits(m_text, start);
+    qsizetype fraction = integer;
+    if (isAt(integer, u'.')) {
+        const qsizetype digits = WordCharacters::skipDigits(m_text, integer + 1);
+        if (digits > integer + 1)
+            fraction = digits;
+    }
+    if (isAt(fraction, u'e') || isAt(fraction, u'E')) {
+        qsizetype first = fraction + 1;
+        if (isAt(first, u'+') || isAt(first, u'-'))
+            ++first;
+        const qsizetype exponent = WordCharacters::skipDigits(m_text, first);
+        if (exponent > first && WordCharacters::isWordEnd(m_text, exponent))
+            return exponent;
+    }
+    if (WordCharacters::isWordEnd(m_text, fraction))
+        return fraction;
+    if (WordCharacters::isWordEnd(m_text, integer))
+        return integer;
+    return start;
+}
+
+qsizetype Run::hexadecimalEnd(qsizetype start) const
+{
+    if (!isAt(start, u'0') || !isAt(start + 1, u'x'))
+        return start;
+    const auto isHexadecimal = [](QChar unit) {
+        const char16_t letter = unit.unicode() | 0x20;
+        return (unit >= u'0' && unit <= u'9') || (letter >= u'a' && letter <= u'f');
+    };
+    qsizetype end = start + 2;
+    while (end < m_text.size() && isHexadecimal(m_text[end]))
+        ++end;
+    return end > start + 2 ? end : start;
+}
+
+/// Takes the ASCII part of a word from \p start on, up to a number within it; returns its end.
+qsizetype Run::word(qsizetype start)
+{
+    qsizetype end = start + 1;
+    while (end < m_text.size()) {
+        const char16_t unit = m_text[end].unicode();
+        if (unit >= firstBeyondAscii || beginnings[unit] > Beginning::Number
+            || beginnings[unit] == Beginning::Nothing)
+            break;
+        if (unit == u'0' && hexadecimalEnd(end) > end)
+            return end;
+        ++end;
+    }
+    const QStringView word = m_text.sliced(start, end - start);
+    static const WordTable table;
+    const PythonToken token = table.find(word);
+    if (token == PythonToken::Plain || WordCharacters::isWordBefore(m_text, start)
+        || !WordCharacters::isWordEnd(m_text, end))
+        return end;
+    paint(start, end, token);
+    if (word == u"def")
+        m_functions.push_back(start);
+    else if (word == u"class")
+        m_classes.push_back(start);
+    return end;
+}
+
+void Run::comments()
+{
+    qsizetype end = 0;
+    for (const qsizetype start : m_hashes) {
+        if (start < end)
+            continue;
+        end = m_text.indexOf(u'\n', start);
+        if (end < 0)
+            end = m_text.size();
+        paint(start, end, PythonToken::Comment);
+    }
+}
+
+void Run::strings()
+{
+    qsizetype end = 0;
+    for (const qsizetype start : m_quotes) {
+        if (start < end)
+            continue;
+        end = stringEnd(start);
+        paint(start, end, PythonToken::String);
+    }
+}
+
+/// The end of the string that starts at \p start, or \p start when none does.
+qsizetype Run::stringEnd(qsizetype start)
+{
+    const char16_t quote = m_text[start].unicode();
+    Failure &failure = quote == u'"' ? m_quote : m_apostrophe;
+
+    const qsizetype body = start + 3;
+    if (isAt(start + 1, quote) && isAt(start + 2, quote) && body < failure.tripleFrom) {
+        const QStringView triple = m_text.sliced(start, 3);
+        if (const qsizetype end = m_text.indexOf(triple, body); end >= 0)
+            return end + 3;
+        failure.tripleFrom = body;
+    }
+
+    // A search that starts within one that failed is bound to fail as well: its quote was passed
+    // as an escaped character, so both see the same from there on.
+    if (start < failure.singleUntil)
+        return start;
+    qsizetype i = start + 1;
+    while (i < m_text.size()) {
+        const QChar unit = m_text[i];
+        if (unit == quote)
+            return i + 1;
+        if (unit == u'\n')
+            break;
+        if (unit == u'\\') {
+            if (i + 1 == m_text.size())
+                break;
+            i += isAt(i + 1, u'\r') && isAt(i + 2, u'\n') ? 2 : 1;
+        }
+        ++i;
+    }
+    failure.singleUntil = i;
+    return start;
+}
+
+void Run::decorators()
+{
+    for (const qsizetype start : m_ats) {
+        const qsizetype end = WordCharacters::skipWord(m_text, start + 1);
+        if (end > start + 1)
+            paint(start, end, PythonToken::Decorator);
+    }
+}
+
+/// The names behind the words at \p starts.
+void Run::names(const Positions &starts, qsizetype wordLength, PythonToken token)
+{
+    qsizetype end = 0;
+    for (const qsizetype start : starts) {
+        if (start < end)
+            continue; // itself a name already: "class class"
+        const qsizetype wordEnd = start + wordLength;
+        const qsizetype name = WordCharacters::skipWhiteSpace(m_text, wordEnd);
+        const qsizetype nameEnd = WordCharacters::skipWord(m_text, name);
+        if (name == wordEnd || nameEnd == name)
+            continue;
+        paint(name, nameEnd, token);
+        end = nameEnd;
+    }
+}
+
+} // namespace
+
+void PythonColoring::color(QStringView text, std::vector<PythonToken> &tokens)
+{
+    tokens.assign(static_cast<size_t>(text.size()), PythonToken::Plain);
+    Run(text, tokens).color();
+}
+
+CodeColors::Role PythonColoring::role(PythonToken token)
+{
+    switch (token) {
+    case PythonToken::Plain:
+        return CodeColors::Role::Label;
+    case PythonToken::Comment:
+        return CodeColors::Role::SystemGray;
+    case PythonToken::String:
+        return CodeColors::Role::SystemGreen;
+    case PythonToken::Number:
+        return CodeColors::Role::SystemPurple;
+    case PythonToken::BuiltInName:
+        return CodeColors::Role::SystemIndigo;
+    case PythonToken::Keyword:
+    case PythonToken::FunctionName:
+        return CodeColors::Role::SystemBlue;
+    case PythonToken::Decorator:
+        return CodeColors::Role::SystemOrange;
+    case PythonToken::ClassName:
+        return CodeColors::Role::SystemTeal;
+    }
+    Q_UNREACHABLE();
+}
+
+const Words &PythonColoring::builtInNames()
+{
+    static const Words words{
+        u"abs",      u"all",      u"any",     u"bin",        u"bool",         u"bytes",
+        u"callable", u"chr",      u"dict",    u"dir",        u"divmod",       u"enumerate",
+        u"eval",     u"exec",     u"filter",  u"float",      u"format",       u"frozenset",
+        u"getattr",  u"globals",  u"hasattr", u"hash",       u"help",         u"hex",
+        u"id",       u"input",    u"int",     u"isinstance", u"issubclass",   u"iter",
+        u"len",      u"list",     u"locals",  u"map",        u"max",          u"min",
+        u"next",     u"object",   u"oct",     u"open",       u"ord",          u"pow",
+        u"print",    u"property", u"range",   u"repr",       u"reversed",     u"round",
+        u"set",      u"setattr",  u"slice",   u"sorted",     u"staticmethod", u"str",
+        u"sum",      u"super",    u"tuple",   u"type",       u"vars",         u"zip",
+    };
+    return words;
+}
+
+const Words &PythonColoring::keywords()
+{
+    static const Words words{
+        u"False",  u"None",   u"True",    u"and",      u"as",       u"assert", u"async",
+        u"await",  u"break",  u"class",   u"continue", u"def",      u"del",    u"elif",
+        u"else",   u"except", u"finally", u"for",      u"from",     u"global", u"if",
+        u"import", u"in",     u"is",      u"lambda",   u"nonlocal", u"not",    u"or",
+        u"pass",   u"raise",  u"return",  u"try",      u"while",    u"with",   u"yield",
+    };
+    return words;
+}
+
+} // namespace Korvane

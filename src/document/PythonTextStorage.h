@@ -1,0 +1,72 @@
+#pragma once
+
+#include "document/PythonColoring.h"
+
+#include <QTextCharFormat>
+#include <QTextDocument>
+#include <QTextLayout>
+
+#include <array>
+#include <vector>
+
+class QTextBlock;
+
+namespace Korvane {
+
+class CodeColors;
+class PythonTextLayout;
+
+/// The text of one Python source with its undo history, colored anew after each change of its
+/// characters.
+///
+/// The colors of the whole text are always known. They become formats of the toolkit's layouts
+/// only where somebody looks (`showColors`): a key in a long file then costs one scan of the text
+/// and new layouts for the few visible lines whose colors changed. Formats are neither edits nor
+/// part of the undo history.
+class PythonTextStorage final : public QTextDocument
+{
+    Q_OBJECT
+
+public:
+    /// A line with more characters than this is shown in plain color: laying out the pieces of
+    /// such a line takes several times as long as the line alone.
+    static constexpr int longestColoredLine = 100'000;
+
+    explicit PythonTextStorage(const CodeColors &colors, QObject *parent = nullptr);
+
+    /// Exactly what was set and edited, with "\n" line ends.
+    [[nodiscard]] const QString &text() const { return m_text; }
+    /// Replaces everything and forgets the undo history, which belongs to the text before.
+    void setText(const QString &text);
+    void setColors(const CodeColors &colors);
+
+    [[nodiscard]] PythonToken tokenAt(int position) const
+    {
+        return m_tokens[static_cast<size_t>(position)];
+    }
+    /// Gives the layouts of \p count blocks from \p first on the formats that go with their
+    /// colors, where they have others. Does nothing in the middle of an edit.
+    void showColors(const QTextBlock &first, int count);
+
+signals:
+    /// The colors are those of new characters or another palette. The document is not laid out
+    /// yet: time for `showColors`, and nothing else.
+    void colored();
+    /// The characters have changed, otherwise than by `setText`.
+    void edited();
+
+private:
+    void follow(int from, int removed, int added);
+    [[nodiscard]] QString characters(int from, int count) const;
+    [[nodiscard]] QList<QTextLayout::FormatRange> formats(const QTextBlock &block) const;
+
+    PythonTextLayout *m_layout;
+    std::array<QTextCharFormat, pythonTokenCount> m_formats;
+    QString m_text;
+    std::vector<PythonToken> m_tokens;
+    int m_coloredRevision = 0;
+    bool m_isSetting = false;
+    bool m_isEdited = false;
+};
+
+} // namespace Korvane

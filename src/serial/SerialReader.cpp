@@ -1,0 +1,153 @@
+#include "serial/SerialReader.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+
+#include <array>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+namespace Korvane {
+
+namespace {
+
+constexpr std::size_t maxReadBytes = 4096;
+constexpr qsizetype maxQueuedBytes = qsizetype(1) << 20;
+
+/// What a chunk counts for in the queue: single bytes take more room than their one byte.
+qsizetype weight(const QByteArray &chunk)
+{
+    constexpr qsizetype overheadBytes = 64;
+    return chunk.size() + overheadBytes;
+}
+
+} // namespace
+
+SerialReader::SerialReader(int portDescriptor, int wakeDescriptor, Chunks earlier)
+    : m_portDescriptor(portDescriptor)
+    , m_wakeDescriptor(wakeDescriptor)
+    , m_stopDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    , m_chunks(std::move(earlier))
+{
+    for (const QByteArray &chunk : m_chunks)
+        m_queuedBytes += weight(chunk);
+}
+
+SerialReader::~SerialReader()
+{
+    stop();
+}
+
+bool SerialReader::start()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_stopDescriptor.isValid() && m_wakeDescriptor != -1) {
+        try {
+            m_thread = std::thread(&SerialReader::run, this);
+        } catch (const std::system_error &) {
+            m_isLost = true;
+        }
+    } else {
+        m_isLost = true;
+    }
+    if (!m_chunks.empty())
+        signalLocked();
+    return !m_isLost;
+}
+
+SerialReader::Chunks SerialReader::stop()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isStopping = true;
+    }
+    m_hasRoom.notify_all();
+    if (m_thread.joinable()) {
+        ::eventfd_write(m_stopDescriptor.get(), 1);
+        m_thread.join();
+    }
+    m_queuedBytes = 0;
+    return std::exchange(m_chunks, {});
+}
+
+void SerialReader::acknowledge()
+{
+    const std::lock_guard lock(m_mutex);
+    eventfd_t count = 0;
+    ::eventfd_read(m_wakeDescriptor, &count);
+    m_isSignalled = false;
+}
+
+QByteArray SerialReader::takeChunk()
+{
+    QByteArray chunk;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_chunks.empty())
+            return chunk;
+        chunk = std::move(m_chunks.front());
+        m_chunks.pop_front();
+        m_queuedBytes -= weight(chunk);
+    }
+    m_hasRoom.notify_one();
+    return chunk;
+}
+
+bool SerialReader::isAtEnd()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_isLost && m_chunks.empty();
+}
+
+void SerialReader::run()
+{
+    std::array<pollfd, 2> waits{
+        {{m_portDescriptor, POLLIN, 0}, {m_stopDescriptor.get(), POLLIN, 0}}};
+    while (true) {
+        const int ready = ::poll(waits.data(), waits.size(), -1);
+        if (ready < 0 && errno == EINTR)
+            continue;
+        if (waits[1].revents != 0)
+            return;
+        if (ready < 0) { // not even waiting is possible: nothing can be read any more
+            const std::lock_guard lock(m_mutex);
+            m_isLost = true;
+            signalLocked();
+            return;
+        }
+        if (waits[0].revents != 0 && !readOnce())
+            return;
+    }
+}
+
+bool SerialReader::readOnce()
+{
+    std::array<char, maxReadBytes> buffer;
+    const ssize_t count = ::read(m_portDescriptor, buffer.data(), buffer.size());
+    if (count < 0 && (errno == EAGAIN || errno == EINTR))
+        return true;
+
+    std::unique_lock lock(m_mutex);
+    if (count <= 0) {
+        m_isLost = true;
+        signalLocked();
+        return false;
+    }
+    m_hasRoom.wait(lock, [this] { return m_isStopping || m_queuedBytes < maxQueuedBytes; });
+    QByteArray chunk(buffer.data(), count);
+    m_queuedBytes += weight(chunk);
+    m_chunks.push_back(
+        std::move(chunk)); // also while stopping: it has been read, it must not be lost
+    signalLocked();
+    return !m_isStopping;
+}
+
+void SerialReader::signalLocked()
+{
+    if (std::exchange(m_isSignalled, true) || m_wakeDescriptor == -1)
+        return;
+    ::eventfd_write(m_wakeDescriptor, 1);
+}
+
+} // namespace Korvane

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "base/FileDescriptor.h"
+
+#include <QByteArray>
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+namespace Korvane {
+
+/// A thread that is blocked on a serial port and queues what it reads for the main thread.
+///
+/// The queue is bounded: when it is full the thread stops reading, the driver's buffer fills, and
+/// the board has to wait. What is queued is announced by making an eventfd readable, never by
+/// posted events: a board that floods the line could keep Qt busy with those for good.
+class SerialReader final
+{
+public:
+    using Chunks = std::deque<QByteArray>;
+
+    /// Borrows both descriptors, which must stay open until stop(). \p earlier is what a previous
+    /// reader of the same port left undelivered; it comes first.
+    SerialReader(int portDescriptor, int wakeDescriptor, Chunks earlier);
+    ~SerialReader();
+    SerialReader(const SerialReader &) = delete;
+    SerialReader &operator=(const SerialReader &) = delete;
+
+    /// False when the system has no thread or descriptor left: the port then counts as lost.
+    [[nodiscard]] bool start();
+    /// Ends the thread, and hands out what was not taken. Nothing can be taken any more.
+    Chunks stop();
+
+    /// Makes the wake descriptor quiet until something new is queued. Call it before taking.
+    void acknowledge();
+    /// The oldest chunk, or an empty one when all have been taken.
+    [[nodiscard]] QByteArray takeChunk();
+    /// The port is lost, and every chunk read before that has been taken.
+    [[nodiscard]] bool isAtEnd();
+
+private:
+    void run();
+    /// One read. False when the thread has to end.
+    bool readOnce();
+    void signalLocked();
+
+    const int m_portDescriptor;
+    const int m_wakeDescriptor;
+    FileDescriptor m_stopDescriptor;
+
+    std::mutex m_mutex; // guards all that follows, except m_thread
+    std::condition_variable m_hasRoom;
+    Chunks m_chunks;
+    qsizetype m_queuedBytes = 0;
+    bool m_isSignalled = false;
+    bool m_isStopping = false;
+    bool m_isLost = false;
+
+    std::thread m_thread;
+};
+
+} // namespace Korvane

@@ -1,0 +1,113 @@
+#include "ui/browser/BrowserPane.h"
+
+#include "ui/browser/FileListView.h"
+#include "ui/controls/Divider.h"
+#include "ui/controls/ElidedLabel.h"
+#include "ui/controls/IconButton.h"
+#include "ui/controls/PlainText.h"
+#include "ui/controls/ProgressIndicator.h"
+
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QStackedWidget>
+#include <QVBoxLayout>
+
+namespace Korvane {
+
+BrowserPane::BrowserPane(const QString &listName, QWidget *parent)
+    : QWidget(parent)
+    , m_header(new QHBoxLayout)
+    , m_folder(new ElidedLabel(Qt::ElideMiddle))
+    , m_body(new QStackedWidget)
+    , m_list(new FileListView)
+{
+    m_list->setAccessibleName(listName);
+    m_folder->setObjectName(QStringLiteral("currentFolder"));
+    m_header->setContentsMargins(6, 4, 6, 4);
+    m_header->setSpacing(2);
+    auto *up = addButton(QStringLiteral("chevron.up"), tr("Go to enclosing folder"), "goUp");
+    m_header->addSpacing(4);
+    m_header->addWidget(m_folder, 1);
+    m_header->addSpacing(4);
+    m_body->setBackgroundRole(QPalette::Base);
+    m_body->setAutoFillBackground(true);
+    m_body->addWidget(m_list);
+
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addLayout(m_header);
+    column->addWidget(new Divider);
+    column->addWidget(m_body, 1);
+
+    connect(up, &QToolButton::clicked, this, &BrowserPane::enclosingFolderRequested);
+}
+
+QToolButton *BrowserPane::addButton(const QString &symbol, const QString &help, const char *name)
+{
+    auto *button = new IconButton(symbol, Theme::Role::SecondaryLabel, help);
+    button->setObjectName(QString::fromLatin1(name));
+    m_header->addWidget(button);
+    if (m_list->window() == window()) // what is added later stands before the entries too
+        setTabOrder(button, m_list);
+    return button;
+}
+
+void BrowserPane::setFolder(const QString &shown, const QString &path)
+{
+    m_folder->setText(shown);
+    m_folder->setToolTip(PlainText::toolTip(path));
+}
+
+void BrowserPane::addPage(QWidget *page)
+{
+    m_body->addWidget(page);
+}
+
+void BrowserPane::showPage(QWidget *page)
+{
+    QWidget *next = page ? page : m_list;
+    QWidget *previous = m_body->currentWidget();
+    const bool hadFocus = previous->hasFocus();
+    m_body->setCurrentWidget(next);
+    // Hiding who has the focus hands it to some other part of the window. While the list is away
+    // the page keeps its place.
+    if (hadFocus && next != previous)
+        next->setFocus();
+}
+
+void BrowserPane::focusEntries()
+{
+    m_body->currentWidget()->setFocus();
+}
+
+bool BrowserPane::isUpKey(const QKeyEvent &event)
+{
+    return event.key() == Qt::Key_Backspace
+        || (event.key() == Qt::Key_Up && event.modifiers() == Qt::AltModifier);
+}
+
+void BrowserPane::keyPressEvent(QKeyEvent *event)
+{
+    // From the entries, or from the page in their place: an empty folder is left by keys too.
+    if (isUpKey(*event))
+        emit enclosingFolderRequested();
+    else
+        QWidget::keyPressEvent(event);
+}
+
+QWidget *BrowserPane::makeLoadingPage()
+{
+    auto *page = new QWidget;
+    auto *text = new QLabel(tr("Loading files…"));
+    text->setForegroundRole(QPalette::PlaceholderText);
+    auto *column = new QVBoxLayout(page);
+    column->addStretch();
+    column->addWidget(new ProgressIndicator(22), 0, Qt::AlignHCenter);
+    column->addWidget(text, 0, Qt::AlignHCenter);
+    column->addStretch();
+    return page;
+}
+
+} // namespace Korvane

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "theme/Theme.h"
+
+#include <QWidget>
+
+class QHBoxLayout;
+class QStackedWidget;
+class QToolButton;
+
+namespace Korvane {
+
+class ElidedLabel;
+class FileListView;
+
+/// What both file browsers are made of: a header with the folder and its buttons, and below it
+/// the entries or a page in their place.
+class BrowserPane : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// \p listName names the entries for whoever cannot see them.
+    explicit BrowserPane(const QString &listName, QWidget *parent = nullptr);
+
+    /// Also while a page stands in their place.
+    void focusEntries();
+    [[nodiscard]] FileListView &list() { return *m_list; }
+    /// Backspace and Alt+Up lead to the enclosing folder.
+    [[nodiscard]] static bool isUpKey(const QKeyEvent &event);
+
+signals:
+    void enclosingFolderRequested();
+
+protected:
+    QToolButton *addButton(const QString &symbol, const QString &help, const char *name);
+    /// \p path in full is the label's help.
+    void setFolder(const QString &shown, const QString &path);
+    [[nodiscard]] ElidedLabel &folderLabel() { return *m_folder; }
+    void addPage(QWidget *page);
+    /// Null shows the entries. The keyboard's focus stays in the pane.
+    void showPage(QWidget *page);
+    [[nodiscard]] QWidget *makeLoadingPage();
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    QHBoxLayout *m_header;
+    ElidedLabel *m_folder;
+    QStackedWidget *m_body;
+    FileListView *m_list;
+};
+
+} // namespace Korvane

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QWidget>
+
+namespace Korvane {
+
+/// A line of one point in the separator color.
+class Divider final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit Divider(QWidget *parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+};
+
+} // namespace Korvane

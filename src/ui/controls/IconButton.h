@@ -1,0 +1,20 @@
+#pragma once
+
+#include "theme/Theme.h"
+
+#include <QToolButton>
+
+namespace Korvane {
+
+/// A plain button that shows a symbol and nothing else. Its help text, without the key, is its
+/// name for whoever cannot see the symbol.
+class IconButton final : public QToolButton
+{
+    Q_OBJECT
+
+public:
+    IconButton(const QString &symbol, Theme::Role role, const QString &help,
+               QWidget *parent = nullptr);
+};
+
+} // namespace Korvane

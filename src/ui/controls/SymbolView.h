@@ -1,0 +1,26 @@
+#pragma once
+
+#include "theme/Theme.h"
+
+#include <QIcon>
+#include <QWidget>
+
+namespace Korvane {
+
+/// Shows a symbol beside words that say the same; it has nothing of its own to tell or to do.
+class SymbolView final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// \p size in points.
+    SymbolView(const QString &symbol, Theme::Role role, int size, QWidget *parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    QIcon m_icon;
+};
+
+} // namespace Korvane

@@ -1,0 +1,126 @@
+#include "ui/shell/REPLView.h"
+
+#include "app/AppState.h"
+#include "ui/controls/Divider.h"
+#include "ui/controls/IconButton.h"
+#include "ui/shell/TranscriptView.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace Korvane {
+
+namespace {
+
+/// Without the blanks and tabs around it; line ends stay.
+QString trimmed(const QString &text)
+{
+    const auto isBlank = [](QChar character) { return character == u' ' || character == u'\t'; };
+    const auto first = std::find_if_not(text.cbegin(), text.cend(), isBlank);
+    const auto last = std::find_if_not(text.crbegin(), std::make_reverse_iterator(first), isBlank);
+    return text.sliced(first - text.cbegin(), last.base() - first);
+}
+
+} // namespace
+
+REPLView::REPLView(AppState &state, QWidget *parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_transcript(new TranscriptView(state.shell()))
+    , m_input(new ShellInput)
+{
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(m_transcript, 1);
+    column->addWidget(new Divider);
+    column->addWidget(makeInputRow());
+    setTabOrder(m_transcript, m_input);
+
+    connect(m_input, &ShellInput::submitted, this, &REPLView::submit);
+    connect(m_input, &ShellInput::historyAsked, this, &REPLView::showHistory);
+}
+
+QWidget *REPLView::makeInputRow()
+{
+    auto *row = new QWidget;
+    row->setMinimumHeight(36);
+    auto *prompt = new QLabel(QStringLiteral(">>>"));
+    prompt->setFont(m_input->font());
+    prompt->setForegroundRole(QPalette::PlaceholderText);
+    prompt->setBuddy(m_input);
+    auto *stop = new IconButton(QStringLiteral("stop.circle.fill"), Theme::Role::SecondaryLabel,
+                                tr("Stop (Ctrl+C)"));
+    stop->setObjectName(QStringLiteral("shellStop"));
+    auto *clear =
+        new IconButton(QStringLiteral("trash"), Theme::Role::SecondaryLabel, tr("Clear shell"));
+    clear->setObjectName(QStringLiteral("shellClear"));
+    connect(stop, &QToolButton::clicked, this, [this] { m_state.stopRun(); });
+    connect(clear, &QToolButton::clicked, this, [this] { m_state.shell().clear(); });
+
+    auto *layout = new QHBoxLayout(row);
+    layout->setContentsMargins(8, 4, 8, 4);
+    layout->setSpacing(6);
+    // The prompt stays beside the first of several lines.
+    prompt->setMinimumHeight(m_input->sizeHint().height());
+    auto *promptColumn = new QVBoxLayout;
+    promptColumn->addWidget(prompt);
+    promptColumn->addStretch();
+    auto *line = new QHBoxLayout;
+    line->setSpacing(6);
+    line->addLayout(promptColumn);
+    line->addWidget(m_input, 1);
+    auto *middle = new QVBoxLayout; // of the row, while there is but one line
+    middle->addStretch();
+    middle->addLayout(line);
+    middle->addStretch();
+    layout->addLayout(middle, 1);
+    layout->addWidget(stop);
+    layout->addWidget(clear);
+    setTabOrder(m_input, stop);
+    setTabOrder(stop, clear);
+    return row;
+}
+
+QString REPLView::inputText() const
+{
+    return m_input->text();
+}
+
+void REPLView::focusInput()
+{
+    m_input->setFocus();
+}
+
+bool REPLView::inputFocused() const
+{
+    return m_input->hasFocus();
+}
+
+void REPLView::submit()
+{
+    const QString command = trimmed(m_input->text());
+    if (command.isEmpty())
+        return;
+    m_inputHistory.append(command);
+    m_historyIndex = -1;
+    m_input->setText({});
+    m_transcript->followEnd(); // who asks wants to see the answer
+    m_state.submitShell(command);
+}
+
+void REPLView::showHistory(ShellInput::Step step)
+{
+    if (m_inputHistory.isEmpty())
+        return;
+    const qsizetype wanted = m_historyIndex + (step == ShellInput::Step::Back ? 1 : -1);
+    m_historyIndex = std::clamp<qsizetype>(wanted, -1, m_inputHistory.size() - 1);
+    m_input->setText(m_historyIndex < 0
+                         ? QString()
+                         : m_inputHistory[m_inputHistory.size() - 1 - m_historyIndex]);
+}
+
+} // namespace Korvane

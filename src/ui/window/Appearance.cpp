@@ -1,0 +1,50 @@
+#include "ui/window/Appearance.h"
+
+#include "theme/Theme.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QScopedValueRollback>
+
+namespace Korvane {
+
+Appearance::Appearance(QObject *parent)
+    : QObject(parent)
+{
+    follow(QApplication::palette());
+    qApp->installEventFilter(this);
+}
+
+bool Appearance::eventFilter(QObject *watched, QEvent *event)
+{
+    // Not from within the event: the palette is still being handed round.
+    if (event->type() == QEvent::ApplicationPaletteChange && watched == qApp) {
+        if (!m_isSetting)
+            QMetaObject::invokeMethod(
+                this, [this] { follow(QApplication::palette()); }, Qt::QueuedConnection);
+    } else if (event->type() == QEvent::ThemeChange && watched->isWindowType()) {
+        QMetaObject::invokeMethod(this, &Appearance::followPlatform, Qt::QueuedConnection);
+    }
+    return false;
+}
+
+void Appearance::followPlatform()
+{
+    // Our own palette hides the platform's. Taking it away for a moment shows that again.
+    const QScopedValueRollback guard(m_isSetting, true);
+    QApplication::setPalette(QPalette());
+    follow(QApplication::palette());
+}
+
+void Appearance::follow(const QPalette &palette)
+{
+    const QString wanted = qEnvironmentVariable("KORVANE_APPEARANCE");
+    const Theme &theme = wanted == u"dark" ? Theme::dark()
+        : wanted == u"light"               ? Theme::light()
+                                           : Theme::of(palette);
+    const QScopedValueRollback guard(m_isSetting, true);
+    if (QApplication::palette() != theme.palette())
+        QApplication::setPalette(theme.palette());
+}
+
+} // namespace Korvane

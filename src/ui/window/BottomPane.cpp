@@ -1,0 +1,121 @@
+#include "ui/window/BottomPane.h"
+
+#include "app/AppState.h"
+#include "ui/controls/Divider.h"
+#include "ui/controls/PaneTab.h"
+#include "ui/controls/SymbolView.h"
+#include "ui/shell/REPLView.h"
+#include "ui/variables/VariablesView.h"
+#include "ui/window/ConnectionIndicator.h"
+
+#include <QApplication>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QStackedWidget>
+#include <QVBoxLayout>
+
+namespace Korvane {
+
+namespace {
+
+/// A tab of the pane, as wide as its text in semibold, which it has while it is the chosen one.
+QToolButton *makeTab(const QString &title)
+{
+    auto *tab = new PaneTab(title);
+    tab->setObjectName(title);
+    tab->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    const QFont regular = tab->font();
+    const QFont chosen = Theme::headlineFont(regular);
+    tab->setMinimumWidth(QFontMetrics(chosen).horizontalAdvance(title) + 20);
+    QObject::connect(tab, &QToolButton::toggled, tab, [tab, regular, chosen](bool isChosen) {
+        tab->setFont(isChosen ? chosen : regular);
+    });
+    return tab;
+}
+
+} // namespace
+
+BottomPane::BottomPane(AppState &state, QWidget *parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_shell(new REPLView(state))
+    , m_variables(new VariablesView(state))
+    , m_body(new QStackedWidget)
+    , m_shellTab(makeTab(tr("Shell")))
+    , m_variablesTab(makeTab(tr("Variables")))
+{
+    m_body->addWidget(m_shell);
+    m_body->addWidget(m_variables);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(makeHeader());
+    column->addWidget(new Divider);
+    column->addWidget(m_body, 1);
+
+    connect(m_shellTab, &QToolButton::clicked, this,
+            [this] { m_state.setBottomTab(AppState::BottomTab::Shell); });
+    connect(m_variablesTab, &QToolButton::clicked, this,
+            [this] { m_state.setBottomTab(AppState::BottomTab::Variables); });
+    connect(&state, &AppState::bottomTabChanged, this, &BottomPane::showTab);
+    showTab();
+}
+
+void BottomPane::focusPane()
+{
+    if (m_state.bottomTab() == AppState::BottomTab::Shell)
+        m_shell->focusInput();
+    else
+        m_variablesTab->setFocus();
+}
+
+QWidget *BottomPane::makeHeader()
+{
+    auto *header = new QWidget;
+    auto *row = new QHBoxLayout(header);
+    row->setContentsMargins(8, 4, 10, 4);
+    row->setSpacing(4);
+    row->addWidget(m_shellTab);
+    row->addWidget(m_variablesTab);
+    row->addStretch();
+    row->addWidget(makeAssistantIndicator());
+    row->addSpacing(8);
+    row->addWidget(new ConnectionIndicator(m_state));
+    return header;
+}
+
+QWidget *BottomPane::makeAssistantIndicator()
+{
+    auto *indicator = new QWidget;
+    indicator->setObjectName(QStringLiteral("assistantIndicator"));
+    auto *caption = new QLabel(tr("MCP"));
+    caption->setFont(Theme::captionFont(font()));
+    const QString help = tr("Claude can reach this device — Claude menu to stop");
+    indicator->setToolTip(help);
+    caption->setAccessibleDescription(help);
+    auto *row = new QHBoxLayout(indicator);
+    row->setContentsMargins(0, 0, 0, 0);
+    row->setSpacing(4);
+    row->addWidget(new SymbolView(QStringLiteral("sparkles"), Theme::Role::Accent, 14));
+    row->addWidget(caption);
+
+    const auto showRunning = [this, indicator] { indicator->setVisible(m_state.mcpRunning()); };
+    connect(&m_state, &AppState::mcpRunningChanged, indicator, showRunning);
+    showRunning();
+    return indicator;
+}
+
+void BottomPane::showTab()
+{
+    const bool isShell = m_state.bottomTab() == AppState::BottomTab::Shell;
+    (isShell ? m_shellTab : m_variablesTab)->setChecked(true);
+    // A focus in the pane that goes would wander to whatever comes next.
+    const QWidget *focus = QApplication::focusWidget();
+    const bool hadFocus = m_body->currentWidget()->isAncestorOf(focus)
+        || focus == (isShell ? m_variablesTab : m_shellTab);
+    m_body->setCurrentWidget(isShell ? static_cast<QWidget *>(m_shell) : m_variables);
+    if (hadFocus)
+        focusPane();
+}
+
+} // namespace Korvane

@@ -1,0 +1,163 @@
+#include "ui/window/ContentView.h"
+
+#include "app/AppState.h"
+#include "editor/CodeEditorView.h"
+#include "ui/window/Announcer.h"
+#include "ui/window/AppCommands.h"
+#include "ui/window/BottomPane.h"
+#include "ui/window/EditorArea.h"
+#include "ui/window/IDEToolbar.h"
+#include "ui/window/LocalFileOpening.h"
+#include "ui/window/SidebarView.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDir>
+#include <QDropEvent>
+#include <QFileInfo>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QPlainTextEdit>
+#include <QScreen>
+#include <QShortcut>
+#include <QSplitter>
+
+#include <algorithm>
+
+namespace Korvane {
+
+namespace {
+
+QStringList localFiles(const QMimeData *data)
+{
+    QStringList paths;
+    for (const QUrl &url : data->urls()) {
+        if (url.isLocalFile())
+            paths << url.toLocalFile();
+    }
+    return paths;
+}
+
+} // namespace
+
+ContentView::ContentView(AppState &state, QWidget *parent)
+    : QMainWindow(parent)
+    , m_state(state)
+    , m_toolbar(new IDEToolbar(state))
+    , m_sidebar(new SidebarView(state))
+    , m_editorArea(new EditorArea(state))
+    , m_bottomPane(new BottomPane(state))
+{
+    setObjectName(QStringLiteral("contentView"));
+    setAccessibleName(QGuiApplication::applicationDisplayName()); // in place of the title
+    addToolBar(m_toolbar);
+    new AppCommands(state, m_editorArea->tabs(), m_editorArea->editor(), *this);
+    new Announcer(state, this);
+    setAcceptDrops(true);
+
+    // The sidebar is the column to the left of the detail column.
+    auto *columns = new QSplitter(Qt::Horizontal);
+    auto *detail = new QSplitter(Qt::Vertical);
+    columns->setObjectName(QStringLiteral("columns"));
+    detail->setObjectName(QStringLiteral("detail"));
+    detail->setChildrenCollapsible(false);
+    detail->addWidget(m_editorArea);
+    detail->addWidget(m_bottomPane);
+    detail->setStretchFactor(0, 3);
+    detail->setStretchFactor(1, 2);
+    detail->setSizes({420, 280});
+    columns->setChildrenCollapsible(false);
+    columns->addWidget(m_sidebar);
+    columns->addWidget(detail);
+    columns->setStretchFactor(0, 0);
+    columns->setStretchFactor(1, 1);
+    columns->setSizes({240, 840});
+    setCentralWidget(columns);
+
+    setMinimumSize(QSize(560, 400).expandedTo(minimumSizeHint()));
+    resize(QSize(1080, 740).boundedTo(screen()->availableSize() * 9 / 10));
+    for (QPlainTextEdit *edit : findChildren<QPlainTextEdit *>()) {
+        edit->installEventFilter(this);
+        edit->viewport()->installEventFilter(this);
+    }
+    for (QLineEdit *edit : findChildren<QLineEdit *>())
+        edit->installEventFilter(this);
+    m_editorArea->editor().setFocus();
+
+    // The editor keeps Tab for itself.
+    auto *nextPane = new QShortcut(Qt::Key_F6, this);
+    connect(nextPane, &QShortcut::activated, this, &ContentView::focusNextPane);
+}
+
+bool ContentView::eventFilter(QObject *watched, QEvent *event)
+{
+    // Text edits claim some keys for themselves before shortcuts are looked at. The window's own
+    // shortcuts win wherever the focus is.
+    if (event->type() == QEvent::ShortcutOverride) {
+        const auto *key = static_cast<QKeyEvent *>(event);
+        if (isOwnShortcut(QKeySequence(key->keyCombination()))) {
+            event->ignore();
+            return true;
+        }
+    }
+    // A file that is dropped on a text is opened, not written into it.
+    const bool isDrag = event->type() == QEvent::DragEnter || event->type() == QEvent::DragMove
+        || event->type() == QEvent::Drop;
+    if (isDrag) {
+        auto *drop = static_cast<QDropEvent *>(event);
+        if (!localFiles(drop->mimeData()).isEmpty()) {
+            drop->acceptProposedAction();
+            if (event->type() == QEvent::Drop)
+                openDropped(drop->mimeData());
+            return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+void ContentView::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (!localFiles(event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+}
+
+void ContentView::dropEvent(QDropEvent *event)
+{
+    event->acceptProposedAction();
+    openDropped(event->mimeData());
+}
+
+void ContentView::openDropped(const QMimeData *dropped)
+{
+    for (const QString &path : localFiles(dropped)) {
+        if (!QFileInfo(path).isDir()) {
+            openLocalFile(m_state, path);
+            continue;
+        }
+        m_state.localFiles().setLocalWorkingDir(QDir::cleanPath(path));
+        m_state.setSidebarTab(AppState::SidebarTab::Local);
+    }
+}
+
+void ContentView::focusNextPane()
+{
+    const QWidget *focused = QApplication::focusWidget();
+    if (m_editorArea->isAncestorOf(focused))
+        m_bottomPane->focusPane();
+    else if (m_bottomPane->isAncestorOf(focused))
+        m_sidebar->focusPane();
+    else
+        m_editorArea->editor().setFocus();
+}
+
+bool ContentView::isOwnShortcut(const QKeySequence &keys) const
+{
+    const QList<QAction *> actions = findChildren<QAction *>();
+    return std::any_of(actions.cbegin(), actions.cend(), [&](const QAction *action) {
+        return action->isEnabled() && action->shortcutContext() != Qt::WidgetShortcut
+            && action->shortcuts().contains(keys);
+    });
+}
+
+} // namespace Korvane

@@ -1,0 +1,115 @@
+#include "ui/window/DebugBar.h"
+
+#include "app/AppState.h"
+#include "theme/Icons.h"
+#include "ui/controls/Divider.h"
+#include "ui/controls/ElidedLabel.h"
+#include "ui/controls/KeyText.h"
+#include "ui/controls/ProgressIndicator.h"
+#include "ui/controls/SymbolView.h"
+
+#include <QAction>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace Korvane {
+
+namespace {
+
+constexpr int symbolSize = 16;
+
+} // namespace
+
+DebugBar::DebugBar(AppState &state, QWidget *parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_progress(new ProgressIndicator(symbolSize))
+    , m_pauseSymbol(
+          new SymbolView(QStringLiteral("pause.circle.fill"), Theme::Role::Yellow, symbolSize))
+    , m_status(new QLabel)
+    , m_hint(new ElidedLabel(Qt::ElideRight))
+{
+    setObjectName(QStringLiteral("debugBar"));
+    setAccessibleName(tr("Debugger"));
+    m_status->setObjectName(QStringLiteral("debugStatus"));
+    m_hint->setObjectName(QStringLiteral("debugHint"));
+    m_hint->setText(tr("locals are in the Variables tab"));
+    m_hint->setFont(Theme::captionFont(font()));
+    m_hint->setForegroundRole(QPalette::PlaceholderText);
+
+    auto *row = new QHBoxLayout;
+    row->setContentsMargins(10, 6, 10, 6);
+    row->setSpacing(10);
+    row->addWidget(m_progress);
+    row->addWidget(m_pauseSymbol);
+    row->addWidget(m_status);
+    row->addWidget(m_hint);
+    row->addStretch();
+    row->addWidget(makeButton(QStringLiteral("arrow.turn.down.right"), tr("Step"),
+                              tr("Run one statement and stop again, stepping into any call (⌥⌘Y)"),
+                              KeyText::sequence(u"⌥⌘Y"), &DebugSession::debugStep));
+    row->addWidget(makeButton(QStringLiteral("play.fill"), tr("Continue"),
+                              tr("Let the program run on to the next breakpoint (⇧⌘Y)"),
+                              KeyText::sequence(u"⇧⌘Y"), &DebugSession::debugContinue));
+    QToolButton *stop =
+        makeButton(QStringLiteral("stop.fill"), tr("Stop"), tr("Stop the program on the device"),
+                   {}, &DebugSession::debugStop);
+    stop->setAccessibleName(tr("Stop Debugging")); // not the Shell's
+    row->addWidget(stop);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addLayout(row);
+    column->addWidget(new Divider);
+
+    connect(&state.debugSession(), &DebugSession::changed, this, &DebugBar::showState);
+    showState();
+}
+
+QToolButton *DebugBar::makeButton(const QString &symbol, const QString &name, const QString &help,
+                                  const QKeySequence &keys, void (DebugSession::*operation)())
+{
+    auto *action = new QAction(Icons::icon(symbol, Theme::Role::Label), name, this);
+    action->setToolTip(KeyText::rendered(help));
+    action->setShortcut(keys);
+    connect(action, &QAction::triggered, &m_state.debugSession(), operation);
+    auto *button = new QToolButton;
+    button->setDefaultAction(action);
+    button->setObjectName(symbol);
+    button->setAccessibleDescription(KeyText::withoutKey(help));
+    button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    button->setIconSize(QSize(14, 14));
+    button->setFont(Theme::captionFont(font()));
+    button->setFocusPolicy(Qt::TabFocus);
+    return button;
+}
+
+void DebugBar::showState()
+{
+    const DebugSession &session = m_state.debugSession();
+    const std::optional<int> line = session.pausedAt();
+    m_progress->setVisible(!line);
+    m_pauseSymbol->setVisible(line.has_value());
+    m_hint->setVisible(line.has_value());
+    QFont statusFont = font();
+    if (line)
+        statusFont.setWeight(QFont::Medium);
+    m_status->setFont(statusFont);
+    m_status->setForegroundRole(line ? QPalette::WindowText : QPalette::PlaceholderText);
+    m_status->setText(line ? tr("Paused at line %1").arg(*line)
+                           : tr("Running to the next breakpoint…"));
+    const bool hadFocus = focusWidget() && focusWidget()->hasFocus();
+    setVisible(session.isDebugging());
+    if (hadFocus && !session.isDebugging())
+        emit wentWithFocus();
+}
+
+void DebugBar::paintEvent(QPaintEvent *)
+{
+    QPainter(this).fillRect(rect(), Theme::of(palette()).color(Theme::Role::YellowTint));
+}
+
+} // namespace Korvane

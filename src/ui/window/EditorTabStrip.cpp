@@ -1,0 +1,237 @@
+#include "ui/window/EditorTabStrip.h"
+
+#include "app/AppState.h"
+#include "theme/Icons.h"
+#include "theme/Theme.h"
+#include "ui/controls/PlainText.h"
+#include "ui/controls/TabCloseButton.h"
+
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScopedValueRollback>
+#include <QStyleOption>
+#include <QWheelEvent>
+
+#include <algorithm>
+
+namespace Korvane {
+
+namespace {
+
+constexpr int stripHeight = 34;
+constexpr int gap = 4; // between two tabs
+constexpr int padding = 10;
+constexpr int symbolSize = 11;
+constexpr int nameSize = 12;
+constexpr int spacing = 6; // between icon, name and end
+constexpr int endSize = 16;
+constexpr int dotSize = 6;
+constexpr int lineHeight = 2;
+constexpr int widestName = 260;
+
+/// In place of the close button while there are edits that are not saved.
+class ModifiedDot final : public QWidget
+{
+public:
+    ModifiedDot()
+    {
+        setObjectName(QStringLiteral("modifiedDot"));
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+        setFixedSize(endSize, endSize);
+    }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(Theme::of(palette()).color(Theme::Role::Accent));
+        constexpr int margin = (endSize - dotSize) / 2;
+        painter.drawEllipse(margin, margin, dotSize, dotSize);
+    }
+};
+
+} // namespace
+
+EditorTabStrip::EditorTabStrip(AppState &state, QWidget *parent)
+    : QTabBar(parent)
+    , m_state(state)
+{
+    setObjectName(QStringLiteral("tabs"));
+    setAccessibleName(tr("Open files"));
+    setFixedHeight(stripHeight);
+    setDrawBase(false);
+    setExpanding(false);
+    setElideMode(Qt::ElideNone);
+    setUsesScrollButtons(true);
+    setFocusPolicy(Qt::TabFocus);
+    QFont nameFont = font();
+    nameFont.setPixelSize(nameSize);
+    setFont(nameFont);
+    connect(this, &QTabBar::currentChanged, this, [this](int index) {
+        if (!m_isFollowing)
+            m_state.documents().select(idAt(index));
+    });
+    OpenFiles &documents = state.documents();
+    connect(&documents, &OpenFiles::openFilesChanged, this, &EditorTabStrip::follow);
+    connect(&documents, &OpenFiles::selectedFileChanged, this, &EditorTabStrip::follow);
+    connect(&documents, &OpenFiles::fileChanged, this, [this](const QUuid &id) {
+        const EditorFile *file = m_state.documents().file(id);
+        if (const int index = indexOf(id); file && index >= 0)
+            showFile(index, *file);
+    });
+    follow();
+}
+
+void EditorTabStrip::follow()
+{
+    const QScopedValueRollback guard(m_isFollowing, true);
+    const OpenFiles &documents = m_state.documents();
+    for (int index = count() - 1; index >= 0; --index) {
+        if (!documents.file(idAt(index)))
+            removeTab(index);
+    }
+    // Documents never change places: what is not there yet comes at the end.
+    const QList<EditorFile> &files = documents.openFiles();
+    for (qsizetype i = count(); i < files.size(); ++i) {
+        const int index = addTab(QString());
+        setTabData(index, files[i].id);
+        showFile(index, files[i]);
+    }
+    setCurrentIndex(indexOf(documents.selectedFileID()));
+}
+
+void EditorTabStrip::showFile(int index, const EditorFile &file)
+{
+    setTabText(index, PlainText::label(file.name));
+    const QString where = !file.path.isEmpty() ? file.path
+        : !file.devicePath.isEmpty()           ? tr("%1 on the device").arg(file.devicePath)
+                                               : file.name;
+    setTabToolTip(index, PlainText::toolTip(where));
+    setAccessibleTabName(index, file.isModified ? tr("%1, edited").arg(file.name) : file.name);
+
+    QWidget *end = nullptr;
+    if (file.isModified) {
+        end = new ModifiedDot;
+    } else {
+        auto *button = new TabCloseButton(file.name);
+        connect(button, &QToolButton::clicked, this, [this, id = file.id] { close(indexOf(id)); });
+        end = button;
+    }
+    if (QWidget *previous = tabButton(index, RightSide))
+        previous->deleteLater(); // it may be what was clicked
+    setTabButton(index, RightSide, end);
+}
+
+void EditorTabStrip::close(int index)
+{
+    const EditorFile *file = m_state.documents().file(idAt(index));
+    if (file && !file->isModified)
+        m_state.documents().closeFile(idAt(index));
+}
+
+void EditorTabStrip::closeSelected()
+{
+    close(indexOf(m_state.documents().selectedFileID()));
+}
+
+void EditorTabStrip::step(int tabs)
+{
+    if (count() > 0)
+        setCurrentIndex(((currentIndex() + tabs) % count() + count()) % count());
+}
+
+int EditorTabStrip::indexOf(const QUuid &id) const
+{
+    for (int index = 0; index < count(); ++index) {
+        if (idAt(index) == id)
+            return index;
+    }
+    return -1;
+}
+
+void EditorTabStrip::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::MiddleButton)
+        m_middlePressed = tabAt(event->position().toPoint());
+    else
+        QTabBar::mousePressEvent(event);
+}
+
+void EditorTabStrip::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (event->button() != Qt::MiddleButton) {
+        QTabBar::mouseReleaseEvent(event);
+        return;
+    }
+    const int pressed = std::exchange(m_middlePressed, -1);
+    if (pressed >= 0 && tabAt(event->position().toPoint()) == pressed)
+        close(pressed);
+}
+
+void EditorTabStrip::wheelEvent(QWheelEvent *event)
+{
+    event->accept();
+    // The toolkit would choose another document with each notch; this moves what does not fit.
+    const QPoint turned = event->angleDelta();
+    m_turned += std::abs(turned.x()) > std::abs(turned.y()) ? turned.x() : turned.y();
+    for (; std::abs(m_turned) >= QWheelEvent::DefaultDeltasPerStep; m_turned -=
+         m_turned > 0 ? QWheelEvent::DefaultDeltasPerStep : -QWheelEvent::DefaultDeltasPerStep) {
+        auto *arrow = findChild<QToolButton *>(m_turned > 0 ? QStringLiteral("ScrollLeftButton")
+                                                            : QStringLiteral("ScrollRightButton"));
+        if (arrow && arrow->isVisible())
+            arrow->click();
+    }
+}
+
+QSize EditorTabStrip::tabSizeHint(int index) const
+{
+    const EditorFile *file = m_state.documents().file(idAt(index));
+    const QString name = file ? file->name : QString();
+    const int nameWidth = std::min(fontMetrics().horizontalAdvance(name) + 1, widestName);
+    return {padding + symbolSize + spacing + nameWidth + spacing + endSize + padding + gap,
+            stripHeight};
+}
+
+QSize EditorTabStrip::minimumTabSizeHint(int index) const
+{
+    return tabSizeHint(index);
+}
+
+void EditorTabStrip::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    const Theme &theme = Theme::of(palette());
+    for (int index = 0; index < count(); ++index) {
+        const QRect tab = tabRect(index).adjusted(0, 0, -gap, 0);
+        if (!tab.intersects(rect()))
+            continue;
+        const bool isSelected = index == currentIndex();
+        const QColor color =
+            theme.color(isSelected ? Theme::Role::Accent : Theme::Role::SecondaryLabel);
+        if (isSelected) {
+            painter.fillRect(tab, theme.color(Theme::Role::TextBackground));
+            painter.fillRect(tab.adjusted(0, tab.height() - lineHeight, 0, 0), color);
+        }
+        const QPoint icon(tab.left() + padding, tab.center().y() - symbolSize / 2);
+        painter.drawPixmap(
+            icon,
+            Icons::pixmap(QStringLiteral("doc.plaintext"), symbolSize, devicePixelRatioF(), color));
+        const QRect nameRect =
+            tab.adjusted(padding + symbolSize + spacing, 0, -padding - endSize - spacing, 0);
+        const EditorFile *file = m_state.documents().file(idAt(index));
+        painter.setPen(color);
+        painter.drawText(nameRect, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+                         fontMetrics().elidedText(file ? file->name : QString(), Qt::ElideMiddle,
+                                                  nameRect.width()));
+        if (isSelected && hasFocus()) {
+            QStyleOptionFocusRect focus;
+            focus.initFrom(this);
+            focus.rect = tab.adjusted(2, 3, -2, -3);
+            style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
+        }
+    }
+}
+
+} // namespace Korvane

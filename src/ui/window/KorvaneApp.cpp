@@ -1,0 +1,109 @@
+#include "ui/window/KorvaneApp.h"
+
+#include "app/FileSettings.h"
+#include "document/RecoveryFiles.h"
+#include "mcp/BoardTools.h"
+#include "mcp/MCPServer.h"
+#include "ui/controls/Accessibility.h"
+#include "ui/controls/ThemeStyle.h"
+#include "ui/window/Appearance.h"
+#include "ui/window/ClaudeCommands.h"
+#include "ui/window/ContentView.h"
+#include "ui/window/HelpCommands.h"
+#include "ui/window/RecoveryFilesMenu.h"
+#include "ui/window/WindowState.h"
+
+#include <QApplication>
+#include <QMenu>
+#include <QTimer>
+
+#include <fontconfig/fontconfig.h>
+
+#include <system_error>
+#include <thread>
+#include <utility>
+
+// Outside of all namespaces, as the macro demands.
+static QIcon applicationIcon()
+{
+    Q_INIT_RESOURCE(application); // of a static library
+    return QIcon(QStringLiteral(":/application/korvane.svg"));
+}
+
+namespace Korvane {
+
+void KorvaneApp::preloadFonts()
+{
+    // To read the system's list of fonts is a fifth of all the work until the window is there, and
+    // Qt begins it only with the first text. It may be read by two threads at once.
+    try {
+        std::thread([] { FcInit(); }).detach();
+    } catch (const std::system_error &) {
+        // Then Qt reads it when it needs it.
+    }
+}
+
+void KorvaneApp::setUp(QApplication &application)
+{
+    QApplication::setApplicationName(QStringLiteral("Korvane"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Korvane"));
+    QApplication::setApplicationVersion(QStringLiteral(KORVANE_VERSION));
+    QApplication::setOrganizationName(QStringLiteral("Korvane"));
+    QApplication::setDesktopFileName(QStringLiteral("korvane"));
+    Accessibility::install();
+    QApplication::setStyle(new ThemeStyle);
+    new Appearance(&application);
+}
+
+KorvaneApp::KorvaneApp()
+    : m_settings(std::make_unique<FileSettings>())
+    , m_state(withServer(AppState::Dependencies{.settings = *m_settings, .prompts = m_prompts}))
+{
+    m_unsavedCopies = std::make_unique<RecoveryFiles>(m_state.documents(), m_state.shell(),
+                                                      RecoveryFiles::defaultFolder());
+    makeWindow();
+    m_prompts.setWindow(m_window.get());
+    new RecoveryFilesMenu(*m_unsavedCopies,
+                          *m_window->findChild<QMenu *>(QStringLiteral("viewMenu")));
+    new WindowState(WindowState::defaultPath(), *m_window); // the window's own
+}
+
+KorvaneApp::KorvaneApp(AppState::Dependencies dependencies)
+    : m_state(withServer(std::move(dependencies)))
+{
+    makeWindow();
+}
+
+KorvaneApp::~KorvaneApp() = default;
+
+AppState::Dependencies KorvaneApp::withServer(AppState::Dependencies dependencies)
+{
+    dependencies.makeServer = [this](AppState &state) -> std::unique_ptr<AssistantServer> {
+        auto server = std::make_unique<MCPServer>(MCPServer::Dependencies{
+            .shell = state.shell(),
+            .settings = state.settings(),
+            .setRunning = [&state](bool isRunning) { state.setMcpRunning(isRunning); },
+            .tools = std::make_unique<BoardTools>(state),
+            .state = &state,
+        });
+        m_server = server.get();
+        return server;
+    };
+    return dependencies;
+}
+
+void KorvaneApp::makeWindow()
+{
+    m_window = std::make_unique<ContentView>(m_state);
+    new ClaudeCommands(m_state, *m_server, *m_window); // the window's own
+    new HelpCommands(*m_window);
+}
+
+void KorvaneApp::show()
+{
+    m_window->show();
+    // Drawn in many sizes, for which nobody should wait.
+    QTimer::singleShot(0, m_window.get(), [] { QApplication::setWindowIcon(applicationIcon()); });
+}
+
+} // namespace Korvane

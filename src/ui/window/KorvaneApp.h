@@ -1,0 +1,55 @@
+#pragma once
+
+#include "app/AppState.h"
+#include "ui/dialogs/PromptDialogs.h"
+
+#include <memory>
+
+class QApplication;
+
+namespace Korvane {
+
+class Appearance;
+class ContentView;
+class MCPServer;
+class RecoveryFiles;
+
+/// The program: its settings, its one state and its window, in the order in which they need each
+/// other.
+class KorvaneApp final
+{
+public:
+    /// Begins what takes long at the start and needs no QApplication. Before that is made; without
+    /// it the start takes longer, and nothing else changes.
+    static void preloadFonts();
+    /// Names the program and gives it its look. Once, before anything is shown.
+    static void setUp(QApplication &application);
+
+    /// With the person's own settings, the usual interpreters and the computer's serial ports.
+    KorvaneApp();
+    /// With \p dependencies, whose settings and questions must outlive this. The server is made
+    /// here.
+    explicit KorvaneApp(AppState::Dependencies dependencies);
+    ~KorvaneApp();
+    KorvaneApp(const KorvaneApp &) = delete;
+    KorvaneApp &operator=(const KorvaneApp &) = delete;
+
+    void show();
+
+    [[nodiscard]] AppState &state() { return m_state; }
+    [[nodiscard]] ContentView &window() { return *m_window; }
+    [[nodiscard]] MCPServer &server() { return *m_server; }
+
+private:
+    [[nodiscard]] AppState::Dependencies withServer(AppState::Dependencies dependencies);
+    void makeWindow();
+
+    std::unique_ptr<Settings> m_settings; // null when they came from outside
+    PromptDialogs m_prompts;
+    MCPServer *m_server = nullptr; // the state's own
+    AppState m_state;
+    std::unique_ptr<RecoveryFiles> m_unsavedCopies; // null with dependencies from outside
+    std::unique_ptr<ContentView> m_window;          // goes first: it shows the state
+};
+
+} // namespace Korvane

@@ -1,0 +1,120 @@
+#include "ui/window/SidebarView.h"
+
+#include "app/AppState.h"
+#include "theme/Icons.h"
+#include "ui/browser/DeviceFileBrowserView.h"
+#include "ui/browser/FileBrowserView.h"
+#include "ui/controls/Divider.h"
+#include "ui/controls/ElidedLabel.h"
+#include "ui/controls/PaneTab.h"
+#include "ui/controls/PlainText.h"
+#include "ui/controls/ProgressIndicator.h"
+
+#include <QHBoxLayout>
+#include <QStackedWidget>
+
+#include <algorithm>
+
+namespace Korvane {
+
+namespace {
+
+QToolButton *makeTab(const QString &symbol, const QString &title)
+{
+    auto *tab = new PaneTab(title);
+    tab->setObjectName(symbol);
+    tab->setIcon(Icons::icon(symbol));
+    tab->setIconSize(QSize(16, 16));
+    tab->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    return tab;
+}
+
+} // namespace
+
+SidebarView::SidebarView(AppState &state, QWidget *parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_localTab(makeTab(QStringLiteral("laptopcomputer"), tr("Local")))
+    , m_deviceTab(makeTab(QStringLiteral("cpu"), tr("Device")))
+    , m_body(new QStackedWidget)
+    , m_localBrowser(new FileBrowserView(state))
+    , m_deviceBrowser(new DeviceFileBrowserView(state))
+{
+    setObjectName(QStringLiteral("sidebar"));
+    m_localBrowser->setObjectName(QStringLiteral("localBrowser"));
+    m_deviceBrowser->setObjectName(QStringLiteral("deviceBrowser"));
+    m_body->addWidget(m_localBrowser);
+    m_body->addWidget(m_deviceBrowser);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(makePicker());
+    column->addWidget(new Divider);
+    column->addWidget(m_body, 1);
+    column->addWidget(makeTransferRow());
+    setMinimumWidth(std::max(170, minimumSizeHint().width())); // words may be longer elsewhere
+
+    connect(m_localTab, &QToolButton::clicked, this,
+            [this] { m_state.setSidebarTab(AppState::SidebarTab::Local); });
+    connect(m_deviceTab, &QToolButton::clicked, this,
+            [this] { m_state.setSidebarTab(AppState::SidebarTab::Device); });
+    connect(&state, &AppState::sidebarTabChanged, this, &SidebarView::showTab);
+    showTab();
+}
+
+void SidebarView::focusPane()
+{
+    static_cast<BrowserPane *>(m_body->currentWidget())->focusEntries();
+}
+
+QWidget *SidebarView::makePicker()
+{
+    auto *picker = new QWidget;
+    auto *row = new QHBoxLayout(picker);
+    row->setContentsMargins(8, 4, 8, 4);
+    row->setSpacing(4);
+    row->addStretch();
+    row->addWidget(m_localTab);
+    row->addWidget(m_deviceTab);
+    row->addStretch();
+    return picker;
+}
+
+QWidget *SidebarView::makeTransferRow()
+{
+    auto *transfer = new QWidget;
+    transfer->setObjectName(QStringLiteral("transfer"));
+    auto *status = new ElidedLabel(Qt::ElideMiddle);
+    status->setObjectName(QStringLiteral("transferStatus"));
+    status->setFont(Theme::captionFont(font()));
+    auto *row = new QHBoxLayout;
+    row->setContentsMargins(8, 5, 8, 5);
+    row->setSpacing(6);
+    row->addWidget(new ProgressIndicator(14));
+    row->addWidget(status, 1);
+    auto *column = new QVBoxLayout(transfer);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(new Divider);
+    column->addLayout(row);
+
+    const auto show = [this, transfer, status] {
+        const QString &text = m_state.transfer().status();
+        status->setText(text);
+        transfer->setToolTip(PlainText::toolTip(text));
+        transfer->setVisible(m_state.transfer().isSendingToDevice());
+    };
+    connect(&m_state.transfer(), &TransferStatus::statusChanged, transfer, show);
+    connect(&m_state.transfer(), &TransferStatus::isSendingToDeviceChanged, transfer, show);
+    show();
+    return transfer;
+}
+
+void SidebarView::showTab()
+{
+    const bool isLocal = m_state.sidebarTab() == AppState::SidebarTab::Local;
+    (isLocal ? m_localTab : m_deviceTab)->setChecked(true);
+    m_body->setCurrentWidget(isLocal ? m_localBrowser : m_deviceBrowser);
+}
+
+} // namespace Korvane

@@ -1,0 +1,114 @@
+#include "app/AppFixture.h"
+#include "support/ScriptedBoard.h"
+
+#include <QCryptographicHash>
+#include <QSignalSpy>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QStringList errors(const AppFixture &shop)
+{
+    return shop.lines().filter(u"error: "_s);
+}
+
+} // namespace
+
+class tst_VariablesStore final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void readsWhatTheBoardReports_data()
+    {
+        QTest::addColumn<QByteArray>("output");
+        QTest::addColumn<QString>("table"); // null: an error
+        QTest::newRow("two rows") << R"(__VARS__[{"n":"a","t":"int","v":"1"},)"
+                                     R"({"n": "b", "t": "str", "v": "'\u00e4ö\"'"}])"
+                                     "\r\n"_ba
+                                  << u"a:int=1 b:str='äö\"'"_s;
+        QTest::newRow("text before")
+            << "warning\r\n__VARS__ \r\n[{\"n\":\"a\"}] \r\n"_ba << u"a:?=?"_s;
+        QTest::newRow("no marker") << "[]\r\n"_ba << QString();
+        QTest::newRow("text behind") << "__VARS__[]\r\nbye\r\n"_ba << QString();
+        QTest::newRow("first marker counts") << "__VARS__x__VARS__[]"_ba << QString();
+        QTest::newRow("no list") << R"(__VARS__{"n":"a"})"_ba << QString();
+        QTest::newRow("raw line end in a string") << "__VARS__[{\"n\":\"a\nb\"}]"_ba << QString();
+    }
+
+    void readsWhatTheBoardReports()
+    {
+        QFETCH(QByteArray, output);
+        QFETCH(QString, table);
+        BoardAppFixture shop;
+        shop.connectBoard();
+        shop.variables = ScriptedBoard::reply(output);
+        shop.refresh();
+        QTRY_VERIFY(!shop.programs.isEmpty() && shop.isBoardIdle());
+        QCOMPARE(
+            QCryptographicHash::hash(shop.programs.first(), QCryptographicHash::Sha256).toHex(),
+            "d083c2249f1f67953a0f97e07435049754f90684823a208fdc05b951a80cfdb3"_ba);
+        QCOMPARE(shop.table(), table);
+        QCOMPARE(errors(shop),
+                 table.isNull() ? QStringList{u"error: Could not read variables from the device"_s}
+                                : QStringList());
+    }
+
+    void reportsWhyTheBoardFailedAndKeepsTheTable()
+    {
+        BoardAppFixture shop;
+        shop.connectBoard();
+        shop.state->variablesStore().setVariables({{u"old"_s, u"int"_s, u"0"_s}});
+        shop.variables =
+            ScriptedBoard::reply("__VARS__[]", "Traceback\r\nMemoryError: no room\r\n");
+        shop.refresh();
+        QTRY_COMPARE(errors(shop),
+                     QStringList{u"error: Could not read variables: MemoryError: no room"_s});
+        QCOMPARE(shop.table(), u"old:int=0"_s);
+    }
+
+    void leavesABoardAloneThatExecutesACommand()
+    {
+        BoardAppFixture shop;
+        shop.connectBoard();
+        shop.variables = "working\r\n";
+        shop.refresh();
+        QTRY_COMPARE(shop.programs.size(), 1);
+        shop.refresh();
+        // Were the second refresh waiting for the line, it would have it before this one.
+        const auto last = shop.state->link().executeOnDevice(u"last"_s, std::chrono::seconds(9));
+        shop.board.send("__VARS__[]\x04\x04>");
+        QTRY_COMPARE(shop.programs.constLast(), "last"_ba);
+        QCOMPARE(shop.programs.size(), 2);
+        QTRY_VERIFY(shop.isBoardIdle());
+    }
+
+    void asksTheSessionWithoutABoard()
+    {
+        AppFixture shop;
+        QSignalSpy changes(&shop.state->variablesStore(), &VariablesStore::variablesChanged);
+        shop.state->submitShell(u"x = [5]"_s);
+        QTRY_COMPARE(shop.table(), u"x:list=[5]"_s);
+        shop.state->submitShell(u"x.append(6)"_s);
+        shop.refresh();
+        shop.refresh();
+        QTRY_COMPARE(changes.size(), 4);
+        QCOMPARE(shop.table(), u"x:list=[5, 6]"_s);
+    }
+
+    void saysWhenThereIsNoSessionToRestart()
+    {
+        AppFixture shop({u"/nowhere/python3"_s});
+        shop.state->variablesStore().restartLocalSession();
+        QTRY_COMPARE(shop.lines(2),
+                     QStringList({u"info: Session restarted."_s,
+                                  u"error: "_s + PythonRunner::notFoundMessage()}));
+        shop.refresh();
+        QTRY_COMPARE(shop.lines(2).size(), 2);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_VariablesStore)
+#include "tst_VariablesStore.moc"

@@ -1,0 +1,330 @@
+#include "board/LinkFixture.h"
+
+#include "board/DeviceError.h"
+#include "support/Awaited.h"
+#include "support/ScriptedBoard.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString noRawREPL = u"error: "_s + DeviceError::noRawREPL().message;
+
+QString timedOut(int seconds)
+{
+    return u"error: "_s + DeviceError::timedOut(seconds).message;
+}
+
+/// A fixture that is connected to a board which has answered the greeting.
+struct Connection
+{
+    ScriptedBoard board;
+    LinkFixture fixture;
+
+    explicit Connection(bool isMute = false)
+    {
+        board.setMute(isMute);
+        fixture.connectTo(board.port());
+        (void)QTest::qWaitFor([&] { return board.received() == "\3\3"; });
+        board.forget();
+    }
+};
+
+} // namespace
+
+class tst_DeviceLink final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void connectsAndDisconnectsInTheStatedOrder()
+    {
+        ScriptedBoard board;
+        LinkFixture fixture;
+        QStringList states;
+        connect(fixture.link.get(), &DeviceLink::connectionStateChanged, this, [&] {
+            static const QStringList names{u"disconnected"_s, u"connecting"_s, u"connected"_s};
+            states << names[int(fixture.link->connectionState().kind())];
+        });
+        fixture.link->softReset();
+        QVERIFY(fixture.connectTo(board.port()));
+        fixture.link->connectDevice(board.port());
+        QCOMPARE(fixture.log,
+                 QStringList({u"reader starting"_s, u"info: Connected to "_s + board.port(),
+                              u"list files"_s}));
+        fixture.link->softReset();
+        QTRY_COMPARE(board.transcript(), u"^C^C^D"_s);
+        QTRY_VERIFY(fixture.data.endsWith("soft reboot\r\n>>> "));
+
+        fixture.log.clear();
+        fixture.link->disconnectDevice();
+        QVERIFY(!fixture.link->serial().isOpen());
+        QCOMPARE(fixture.log, QStringList({u"reset"_s, u"info: Disconnected."_s}));
+
+        fixture.log.clear();
+        QVERIFY(!fixture.connectTo(u"/no/such/port"_s));
+        QCOMPARE(fixture.log,
+                 QStringList{u"error: Connection failed: No such file or directory"_s});
+        QCOMPARE(states.join(u' '), u"connecting connected disconnected connecting disconnected"_s);
+        QCOMPARE(board.transcript(), u"^C^C^D"_s);
+    }
+
+    void runsAProgram()
+    {
+        const QByteArray answer =
+            ScriptedBoard::reply("Ä😀\r\n", "Trace\r\n  x\r\nNameError: x\r\n");
+        for (const QByteArray &code : {QByteArray("print('Ä😀')\nx"), QByteArray()}) {
+            for (const bool isSplit : {false, true}) {
+                Connection c;
+                QByteArray program;
+                c.board.setSplitAtEveryByte(isSplit);
+                c.board.onProgram = [&](const QByteArray &text) { return program = text, answer; };
+                QCOMPARE(told(awaited(c.fixture.run(code))), u"Ä😀\n|Trace\n  x\nNameError: x\n"_s);
+                QCOMPARE(program, code);
+                QTRY_VERIFY2(c.board.received() == "\1" + code + "\4\2",
+                             qPrintable(c.board.transcript()));
+                QVERIFY(c.fixture.isAtRest());
+                // What comes after the end is the handler's again.
+                QTRY_VERIFY(c.fixture.data.endsWith("MicroPython\r\n>>> "));
+            }
+        }
+    }
+
+    void makesATracebackAnError()
+    {
+        Connection c;
+        const auto run = [&](const QByteArray &error) {
+            c.board.onProgram = [=](const QByteArray &) {
+                return ScriptedBoard::reply("1\r\n", error);
+            };
+            return awaited(c.fixture.link->executeOnDevice(u"x"_s, 5s));
+        };
+        const auto failed = run("Trace\r\n \tOSError: 2 \r\n\r\n");
+        QVERIFY(!failed);
+        QCOMPARE(failed.error().code, ErrorCode::Remote);
+        QCOMPARE(failed.error().message, u"OSError: 2"_s);
+        QCOMPARE(failed.error().detail, u"Trace\n \tOSError: 2 \n\n"_s);
+        QCOMPARE(run("\r\n").error().message, QString());
+        const auto fine = run({});
+        QVERIFY(fine);
+        QCOMPARE(*fine, u"1\n"_s);
+    }
+
+    void refusesACommandWithoutWriting()
+    {
+        Connection c;
+        // Not even the line being busy comes before these.
+        c.fixture.link->setDeviceCommandInFlight(true);
+        const auto refusal = [&] { return awaited(c.fixture.run("x")).error().code; };
+        c.fixture.isProgramRunning = true;
+        QCOMPARE(refusal(), ErrorCode::ProgramRunning);
+        c.fixture.isPaused = true;
+        QCOMPARE(refusal(), ErrorCode::PausedAtBreakpoint);
+        c.fixture.link->disconnectDevice();
+        QCOMPARE(refusal(), ErrorCode::NotConnected);
+        QVERIFY(c.fixture.link->deviceCommandInFlight());
+        QTest::qWait(20);
+        QCOMPARE(c.board.transcript(), QString());
+    }
+
+    void asksForTheRawReplSixTimes_data()
+    {
+        QTest::addColumn<QByteArray>("answered");
+        QTest::addColumn<int>("timeout");
+        QTest::addColumn<QString>("transcript");
+        QTest::addColumn<QString>("result");
+        QTest::addColumn<int>("milliseconds"); // until the end, at least
+        QTest::newRow("never answered")
+            << ""_ba << 5000 << u"^A^A^A^A^A^A^B"_s << noRawREPL << 1800;
+        QTest::newRow("the third is answered")
+            << "\1\1\1"_ba << 9000 << u"^A^A^Ax^D^B"_s << u"hi|"_s << 600;
+        QTest::newRow("the time-out comes first")
+            << ""_ba << 1100 << u"^A^A^A^A^B"_s << timedOut(1) << 1100;
+        QTest::newRow("no time at all") << ""_ba << 0 << u"^A^B"_s << timedOut(0) << 0;
+    }
+
+    void asksForTheRawReplSixTimes()
+    {
+        QFETCH(QByteArray, answered);
+        QFETCH(int, timeout);
+        QFETCH(int, milliseconds);
+        Connection c(true);
+        if (!answered.isEmpty())
+            c.board.on(answered, QByteArray("noise ") + ScriptedBoard::banner);
+        c.board.on("\4", "OK" + ScriptedBoard::reply("hi"));
+        QElapsedTimer sinceStart;
+        sinceStart.start();
+        QTEST(told(awaited(c.fixture.run("x", std::chrono::milliseconds(timeout)))), "result");
+        QVERIFY2(sinceStart.elapsed() >= milliseconds - 15,
+                 qPrintable(QString::number(sinceStart.elapsed())));
+        QFETCH(QString, transcript);
+        QTRY_COMPARE(c.board.transcript(), transcript);
+        QVERIFY(c.fixture.isAtRest());
+    }
+
+    void endsByTheTimeOutWhenTheReplyIsNotWhole()
+    {
+        for (const char *answer : {"", "no prompt OK\4\4", "ill-formed OK\xC3\x28\4\4>",
+                                   "within a character OK\4\4\xE2"}) {
+            Connection c(true);
+            c.board.on("\1", ScriptedBoard::banner);
+            c.board.on("x\4", answer);
+            c.board.on("y\4", "OK" + ScriptedBoard::reply("y"));
+            QCOMPARE(told(awaited(c.fixture.run("x", 600ms))), timedOut(0));
+            QVERIFY2(c.fixture.isAtRest(), answer);
+            c.board.send("late\4\4>");
+            QTRY_COMPARE(c.fixture.data.right(7), "late\4\4>");
+            QCOMPARE(told(awaited(c.fixture.run("y"))), u"y|"_s);
+            QTRY_COMPARE(c.board.transcript(), u"^Ax^D^B^Ay^D^B"_s);
+        }
+    }
+
+    void keepsTheReplyBehindACharacterThatNothingContinues()
+    {
+        Connection c(true);
+        c.board.on("\1", ScriptedBoard::banner);
+        c.board.on("x\4", "OKa\xC3");
+        auto command = c.fixture.run("x");
+        QTRY_COMPARE(c.board.transcript(), u"^Ax^D"_s);
+        QTRY_COMPARE(c.board.sentBytes(), qsizetype(sizeof ScriptedBoard::banner - 1 + 4));
+        QTRY_COMPARE(c.board.line().unreadBytes(), 0); // so that what follows is another chunk
+        c.board.send("\4\4>");
+        QCOMPARE(told(awaited(std::move(command))), u"a|"_s);
+    }
+
+    void runsOneCommandAfterTheOther()
+    {
+        Connection c;
+        c.board.setDelay(20ms);
+        c.board.onProgram = [](const QByteArray &code) { return ScriptedBoard::reply(code); };
+        auto first = c.fixture.run("a");
+        auto second = c.fixture.run("b");
+        auto third = c.fixture.run("c");
+        QVERIFY(c.fixture.link->deviceCommandInFlight());
+        QCOMPARE(told(awaited(std::move(third))), u"c|"_s);
+        QCOMPARE(told(awaited(std::move(second))), u"b|"_s);
+        QCOMPARE(told(awaited(std::move(first))), u"a|"_s);
+        const QString transcript = c.board.transcript();
+        QVERIFY2(transcript.startsWith(u"^Aa^D^B^A") && transcript.count(u'A') == 3,
+                 qPrintable(transcript));
+    }
+
+    void leavesTheLineToAStreamedRunThatTookIt()
+    {
+        Connection c(true);
+        c.board.on("\1", ScriptedBoard::banner);
+        auto command = c.fixture.run("x", 1s);
+        QTRY_COMPARE(c.board.transcript(), u"^Ax^D"_s);
+
+        QByteArray watched;
+        c.fixture.link->setDeviceCommandInFlight(true);
+        c.fixture.link->serial().setDataInterceptor(
+            [&](const QByteArray &chunk) { watched += chunk; });
+        auto queued = c.fixture.run("y");
+        c.board.on("\4", "OK" + ScriptedBoard::reply("y"));
+        QCOMPARE(told(awaited(std::move(command))), timedOut(1));
+        QVERIFY2(c.fixture.link->deviceCommandInFlight(),
+                 "the flag was not the command's any more");
+        c.board.send("for the run");
+        QTRY_COMPARE(watched, "for the run");
+        QCOMPARE(c.board.transcript(), u"^Ax^D"_s);
+
+        // The run is on the board now: the line is free of commands, but not of it.
+        c.fixture.link->serial().setDataInterceptor({});
+        c.fixture.isProgramRunning = true;
+        c.fixture.link->setDeviceCommandInFlight(false);
+        c.fixture.data.clear();
+        QTest::qWait(150); // three times the interval at which a waiting command looks
+        c.board.send("printed");
+        QTRY_COMPARE(c.fixture.data, "printed");
+        QCOMPARE(c.board.transcript(), u"^Ax^D"_s);
+        c.fixture.isProgramRunning = false;
+        QCOMPARE(told(awaited(std::move(queued))), u"y|"_s);
+    }
+
+    void comesBackFromALossAtEveryByte()
+    {
+        constexpr qsizetype most = 27 + 2 + 9 + 19; // banner, OK, reply, answer to ^B
+        Connection c;
+        c.board.onProgram = [](const QByteArray &) { return ScriptedBoard::reply("a\r\n", "€"); };
+        for (qsizetype bytes = -10; bytes <= most; ++bytes) {
+            QTRY_VERIFY(c.fixture.data.endsWith(">>> ")); // nothing of the greeting is counted
+            c.fixture.data.clear();
+            c.fixture.log.clear();
+            if (bytes >= 0)
+                c.board.vanishAfterSending(bytes);
+            else
+                c.board.vanishAfterReceiving(bytes + 10); // of ^A print() ^D ^B
+            const QString result = told(awaited(c.fixture.run("print()", 150ms)));
+            QVERIFY2(result == timedOut(0) || result == u"a\n|€", qPrintable(result));
+            QVERIFY(c.fixture.isAtRest());
+            QTRY_COMPARE(c.fixture.log,
+                         QStringList({u"flush"_s, u"reset"_s, u"info: Device disconnected."_s}));
+            c.board.plugIn();
+            QVERIFY(c.fixture.connectTo(c.board.port()));
+            QCOMPARE(told(awaited(c.fixture.run("x"))), u"a\n|€"_s);
+        }
+    }
+
+    void keepsAnUnfinishedCommandOffTheNextConnection()
+    {
+        Connection c(true);
+        c.board.on("\1", ScriptedBoard::banner);
+        QElapsedTimer sinceStart;
+        sinceStart.start();
+        auto running = c.fixture.run("x", 2s);
+        auto waiting = c.fixture.run("y");
+        QTRY_COMPARE(c.board.transcript(), u"^Ax^D"_s);
+        c.fixture.link->disconnectDevice();
+        QCOMPARE(told(awaited(std::move(waiting))), u"error: Not connected"_s);
+        QVERIFY2(c.fixture.link->deviceCommandInFlight(), "the command ends by its own time-out");
+
+        c.board.forget();
+        QVERIFY(c.fixture.connectTo(c.board.port()));
+        auto next = c.fixture.run("z");
+        c.board.on("z\4", "OK" + ScriptedBoard::reply("z"));
+        c.board.send("new");
+        QTRY_COMPARE(c.fixture.data.right(3), "new");
+        QVERIFY2(sinceStart.elapsed() < 2000, "the bytes came too late to prove anything");
+        QCOMPARE(told(awaited(std::move(running))), timedOut(2));
+        QCOMPARE(told(awaited(std::move(next))), u"z|"_s);
+        QTRY_COMPARE(c.board.transcript(), u"^C^C^Az^D^B"_s);
+    }
+
+    void givesUpInItsTimeAlsoWhenTheConnectionWasReplaced()
+    {
+        Connection c(true);
+        QElapsedTimer sinceStart;
+        sinceStart.start();
+        auto entering = c.fixture.run("x");
+        c.board.vanish();
+        QTRY_VERIFY(!c.fixture.link->connectionState().isConnected());
+        c.board.plugIn();
+        c.board.forget();
+        c.board.on("\1", ScriptedBoard::banner);
+        QVERIFY(c.fixture.connectTo(c.board.port()));
+        QCOMPARE(told(awaited(std::move(entering))), noRawREPL);
+        QVERIFY(sinceStart.elapsed() >= 1790);
+        QCOMPARE(c.board.transcript(), u"^C^C"_s);
+        QVERIFY(c.fixture.isAtRest());
+    }
+
+    void resumesEveryCallerWhenItGoes()
+    {
+        Connection c(true);
+        auto running = c.fixture.run("x");
+        auto waiting = c.fixture.link->executeOnDevice(u"y"_s, 5s);
+        c.fixture.link.reset();
+        QVERIFY(running.isReady() && waiting.isReady());
+        QCOMPARE(awaited(std::move(running)).error().code, ErrorCode::Closed);
+        QCOMPARE(awaited(std::move(waiting)).error().code, ErrorCode::Closed);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_DeviceLink)
+#include "tst_DeviceLink.moc"

@@ -1,0 +1,242 @@
+#include "board/BoardFixture.h"
+
+#include "support/Awaited.h"
+#include "support/Files.h"
+#include "support/ScriptedBoard.h"
+#include "support/VirtualBoard.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+/// Copies both ways, on a real MicroPython; and a board that goes in the middle of one.
+class tst_FileTransfer final : public QObject
+{
+    Q_OBJECT
+
+private:
+    VirtualBoard m_board;
+    BoardFixture m_fixture;
+    QTemporaryDir m_folder;
+
+    QString local(const QString &name) const { return m_folder.filePath(name); }
+    void write(const QByteArray &bytes, const QString &path)
+    {
+        QVERIFY(awaited(m_fixture.files.writeDeviceFile(bytes, path, path)));
+    }
+    QByteArray onBoard(const QString &path)
+    {
+        return awaited(m_fixture.files.readDeviceFile(path, path)).value_or("none");
+    }
+    DeviceFileNode node(const QString &path) { return *m_fixture.files.deviceNode(path); }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY2(m_board.start(), qPrintable(m_board.errorText()));
+        QVERIFY(m_fixture.connectTo(m_board.port()));
+    }
+
+    void init()
+    {
+        m_fixture.fixture.log.clear();
+        m_fixture.prompts.confirmation = {true, false};
+        m_fixture.prompts.asked.clear();
+    }
+
+    void mergesAFolderIntoWhatIsThereAndBringsItBack()
+    {
+        QVERIFY(awaited(m_fixture.files.makeDeviceFolders({u"/src"_s})));
+        write("kept", u"/src/other.py"_s);
+        write("old", u"/src/main.py"_s);
+        put(local(u"src/main.py"_s), "new");
+        put(local(u"src/lib/it's.bin"_s), QByteArray(70'000, '\xA5'));
+        put(local(u"src/lib/empty"_s), {});
+        QVERIFY(QDir().mkpath(local(u"src/no/files/here"_s)));
+        QVERIFY(QFile::link(u"/etc/passwd"_s, local(u"src/out"_s)));
+
+        awaited(m_fixture.copies.copyFolderToDevice(local(u"src"_s)));
+        QCOMPARE(m_fixture.prompts.takeAsked(),
+                 u"Copy “src” to the device? | 3 files (70.0 kB) will be written to /src on "_s
+                     + m_board.port()
+                     + u", replacing any file already there with the same name. Large folders take "
+                       "a while over serial. | Copy"_s);
+        QCOMPARE(m_fixture.said(),
+                 u"info: ↑ Copying src → /src…\n"
+                 "info: Not copied (links out of the folder and special files): out.\n"
+                 "info: ↑ Copied 3 files to /src."_s);
+
+        QVERIFY(QDir().mkpath(local(u"back"_s)));
+        QSignalSpy reloads(&m_fixture.copies, &FileTransfer::localFilesChanged);
+        awaited(m_fixture.copies.copyFolderFromDevice(node(u"/src"_s), local(u"back"_s)));
+        const QString target = local(u"back/src"_s);
+        QCOMPARE(m_fixture.prompts.takeAsked(),
+                 u"Copy “src” to %1? | 4 files (70.0 kB) will be written to %2, replacing any file "
+                 "already there with the same name. | Copy"_s.arg(local(u"back"_s), target));
+        QCOMPARE(m_fixture.said(),
+                 u"info: ↓ Copying src → %1…\ninfo: ↓ Copied 4 files to %1."_s.arg(target));
+        QCOMPARE(reloads.size(), 1);
+        QVERIFY(bytesOf(target + u"/lib/it's.bin"_s) == QByteArray(70'000, '\xA5'));
+        QCOMPARE(bytesOf(target + u"/main.py"_s), "new"_ba);
+        QCOMPARE(bytesOf(target + u"/other.py"_s), "kept"_ba);
+        QCOMPARE(bytesOf(target + u"/lib/empty"_s), ""_ba);
+        QVERIFY(QFileInfo(target + u"/no/files/here"_s).isDir());
+    }
+
+    void copiesSingleFilesIntoTheBrowsedFolder()
+    {
+        QVERIFY(awaited(m_fixture.files.makeDeviceFolders({u"/lib"_s})));
+        awaited(m_fixture.files.refreshDeviceFiles());
+        m_fixture.files.setDeviceWorkingDir(u"/lib"_s);
+        const QString file = local(u"a.txt"_s);
+        put(file, "first");
+        awaited(m_fixture.copies.copyFileToDevice(file));
+        QCOMPARE(m_fixture.said(), u"info: ↑ Copied a.txt to /lib/a.txt."_s);
+        QVERIFY2(m_fixture.prompts.asked.isEmpty(), "nothing was there to replace");
+
+        m_fixture.prompts.confirmation.confirmed = false;
+        put(file, "second");
+        awaited(m_fixture.copies.copyFileToDevice(file));
+        QCOMPARE(m_fixture.said(),
+                 u"info: Copy cancelled — /lib/a.txt on the device is unchanged."_s);
+        m_fixture.prompts.asked.clear();
+        awaited(m_fixture.copies.copyFileFromDevice(node(u"/lib/a.txt"_s), m_folder.path()));
+        QCOMPARE(m_fixture.prompts.takeAsked(),
+                 u"Replace “a.txt”? | a.txt already exists in %1. Copying from the device replaces "
+                 "it. | Replace"_s.arg(m_folder.path()));
+        QCOMPARE(m_fixture.said(), u"info: Copy cancelled — %1 is unchanged."_s.arg(file));
+        QCOMPARE(bytesOf(file), "second"_ba);
+
+        m_fixture.prompts.confirmation.confirmed = true;
+        awaited(m_fixture.copies.copyFileFromDevice(node(u"/lib/a.txt"_s), m_folder.path()));
+        QCOMPARE(m_fixture.said(), u"info: ↓ Copied a.txt to %1."_s.arg(file));
+        QCOMPARE(bytesOf(file), "first"_ba);
+        m_fixture.files.setDeviceWorkingDir(u"/"_s);
+    }
+
+    void saysWhyItStopped()
+    {
+        QVERIFY(QDir().mkpath(local(u"hollow"_s)));
+        awaited(m_fixture.copies.copyFolderToDevice(local(u"hollow"_s)));
+        QCOMPARE(m_fixture.said(), u"error: hollow is empty — nothing to copy."_s);
+        awaited(m_fixture.copies.copyFileToDevice(local(u"missing"_s)));
+        QCOMPARE(m_fixture.said(), u"error: Cannot read %1."_s.arg(local(u"missing"_s)));
+
+        // The board holds a folder where a file of that name should go, and the reverse.
+        put(local(u"clash/a"_s), "1");
+        put(local(u"clash/b"_s), "2");
+        QVERIFY(awaited(m_fixture.files.makeDeviceFolders({u"/clash"_s, u"/clash/b"_s})));
+        awaited(m_fixture.copies.copyFolderToDevice(local(u"clash"_s)));
+        const QString stopped = m_fixture.said();
+        QVERIFY2(stopped.contains(u"error: Device write failed: OSError"), qPrintable(stopped));
+        QVERIFY2(stopped.endsWith(u"\nerror: Copy stopped at b."), qPrintable(stopped));
+        QCOMPARE(onBoard(u"/clash/a"_s), "1"_ba);
+        put(local(u"taken/f"_s), "1");
+        write("a file", u"/taken"_s);
+        awaited(m_fixture.copies.copyFolderToDevice(local(u"taken"_s)));
+        QVERIFY(m_fixture.said().endsWith(u"\nerror: Copy stopped at f."_s));
+        QCOMPARE(onBoard(u"/taken"_s), "a file"_ba);
+
+        awaited(m_fixture.files.refreshDeviceFiles());
+        put(local(u"into/clash"_s), "a file");
+        awaited(m_fixture.copies.copyFolderFromDevice(node(u"/clash"_s), local(u"into"_s)));
+        QVERIFY(m_fixture.said().contains(u"error: Copy failed: "));
+        QCOMPARE(bytesOf(local(u"into/clash"_s)), "a file"_ba);
+
+        m_fixture.prompts.confirmation.confirmed = false;
+        QSignalSpy running(&m_fixture.transfer, &TransferStatus::isSendingToDeviceChanged);
+        awaited(m_fixture.copies.copyFolderToDevice(local(u"into"_s)));
+        QCOMPARE(m_fixture.said(), QString()); // who declines knows
+        QCOMPARE(running.size(), 0);
+    }
+
+    void stopsWhereTheBoardFailsAndCompletesLater_data()
+    {
+        QTest::addColumn<QByteArray>("reply"); // to the twentieth file; none: the board vanishes
+        QTest::addColumn<bool>("isFailure");
+        QTest::newRow("vanishes") << QByteArray() << true;
+        QTest::newRow("no memory") << ScriptedBoard::reply({}, "MemoryError: \r\n") << true;
+        QTest::newRow("resets")
+            << "\r\nMPY: soft reboot\r\nraw REPL; CTRL-B to exit\r\n>\x04\x04>"_ba << true;
+        QTest::newRow("says more than it should")
+            << ScriptedBoard::reply("WLAN up\r\n__OK__\r\nWLAN down\r\n") << false;
+    }
+
+    void stopsWhereTheBoardFailsAndCompletesLater()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(bool, isFailure);
+        for (int i = 0; i < 50; ++i)
+            put(local(u"many/f%1"_s.arg(i)), QByteArray::number(i));
+        ScriptedBoard board;
+        BoardFixture fixture;
+        QVERIFY(fixture.connectTo(board.port()));
+        int written = 0;
+        bool isSound = false;
+        board.onProgram = [&](const QByteArray &program) {
+            written += program.contains("'wb'") ? 1 : 0;
+            const bool fails = !isSound && written == 20;
+            if (fails && reply.isEmpty())
+                board.vanish();
+            return fails ? reply
+                         : ScriptedBoard::reply(program.contains("__LS__") ? "__LS__[]" : "__OK__");
+        };
+        QStringList status;
+        connect(&fixture.transfer, &TransferStatus::statusChanged, this,
+                [&] { status << fixture.transfer.status(); });
+
+        awaited(fixture.copies.copyFolderToDevice(local(u"many"_s)));
+        QCOMPARE(fixture.said().split(u'\n').last(),
+                 isFailure ? u"error: Copy stopped at f19."_s
+                           : u"info: ↑ Copied 50 files to /many."_s);
+        QCOMPARE(written, isFailure ? 20 : 50);
+        QVERIFY(!fixture.transfer.isSendingToDevice());
+        QVERIFY(status.contains(u"Copying f19 (20 of 50)…"_s));
+        QCOMPARE(fixture.transfer.status(), QString());
+
+        isSound = true;
+        if (reply.isEmpty()) {
+            board.plugIn();
+            QVERIFY(fixture.connectTo(board.port()));
+        }
+        written = 0;
+        awaited(fixture.copies.copyFolderToDevice(local(u"many"_s)));
+        QCOMPARE(written, 50);
+        QVERIFY(fixture.said().endsWith(u"info: ↑ Copied 50 files to /many."));
+    }
+
+    void stopsWhereTheDiskIsFull()
+    {
+        VirtualBoard small({u"--disk"_s, u"50000"_s});
+        QVERIFY2(small.start(), qPrintable(small.errorText()));
+        BoardFixture fixture;
+        QVERIFY(fixture.connectTo(small.port()));
+        for (const QString &name : {u"a"_s, u"b"_s, u"c"_s})
+            put(local(u"full/"_s + name), QByteArray(20'000, 'x'));
+        awaited(fixture.copies.copyFolderToDevice(local(u"full"_s)));
+        QCOMPARE(fixture.said(),
+                 u"info: ↑ Copying full → /full…\n"
+                 "error: Device write failed: OSError: 28\n"
+                 "error: Copy stopped at c."_s);
+        QCOMPARE(awaited(fixture.files.readDeviceFile(u"/full/b"_s, {})), QByteArray(20'000, 'x'));
+    }
+
+    void endsQuietlyWhenEverythingGoesInTheMiddle()
+    {
+        put(local(u"quit/f"_s), "1");
+        ScriptedBoard board;
+        board.onProgram = [](const QByteArray &) { return QByteArray(); };
+        auto fixture = std::make_unique<BoardFixture>();
+        QVERIFY(fixture->connectTo(board.port()));
+        auto copying = fixture->copies.copyFolderToDevice(local(u"quit"_s));
+        auto listing = fixture->files.refreshDeviceFiles();
+        QTRY_VERIFY(fixture->transfer.isSendingToDevice());
+        fixture.reset();
+        QVERIFY(copying.isReady() && listing.isReady());
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_FileTransfer)
+#include "tst_FileTransfer.moc"

@@ -1,0 +1,73 @@
+#include "board/RawReplResponse.h"
+
+#include <QRandomGenerator>
+#include <QTest>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+class tst_RawReplResponse final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void splitsReplies_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("complete");
+        QTest::addColumn<QString>("output");
+        QTest::addColumn<QString>("error");
+        const auto row = [](const char *name, const char16_t *text, bool complete,
+                            const char16_t *output, const char16_t *error) {
+            QTest::newRow(name) << QString::fromUtf16(text) << complete
+                                << QString::fromUtf16(output) << QString::fromUtf16(error);
+        };
+        row("prompt is missing", u"OKhello\4\4", false, u"hello", u"");
+        row("prompts before the end only", u"> OK>\4>\4", false, u">", u">");
+        row("only the first OK is cut", u"OKOK\r\nOK\4\4>", true, u"OK\nOK", u"");
+        row("no OK", u"hello\4\4>", true, u"hello", u"");
+        row("rest of the banner comes first", u"; CTRL-B to exit\r\n>OKa\4\4>", true, u"a", u"");
+        row("every kind of line end, blanks kept", u"OK \ra\r\r\nb\n\r \4\r\4>", true,
+            u" \na\n\nb\n\n ", u"\n");
+        row("more behind the prompt", u"OKa\4b\4>\r\n\4more", true, u"a", u"b");
+    }
+
+    void splitsReplies()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, complete);
+        QCOMPARE(RawReplResponse::isRawResponseComplete(text), complete);
+        const DeviceExecution execution = RawReplResponse::parseRawResponse(text);
+        QTEST(execution.stdout, "output");
+        QTEST(execution.stderr, "error");
+
+        const quint32 seed = QRandomGenerator::global()->generate();
+        QRandomGenerator random(seed);
+        for (int round = 0; round < 50; ++round) {
+            RawReplResponse reply;
+            bool wasComplete = false;
+            for (qsizetype from = 0, length = 0; from < text.size(); from += length) {
+                QVERIFY2(!wasComplete || text.endsWith(u"more"), "complete before its end");
+                length = round == 0 ? 1 : 1 + random.bounded(5);
+                reply.feed(QStringView(text).mid(from, length));
+                wasComplete = reply.isComplete();
+            }
+            QVERIFY2(reply.isComplete() == complete, qPrintable(QString::number(seed)));
+            QVERIFY2(reply.execution() == execution, qPrintable(QString::number(seed)));
+        }
+    }
+
+    void letsGoOfAReplyThatIsTooLong()
+    {
+        RawReplResponse reply(10);
+        reply.feed(u"OK12345678");
+        QCOMPARE(reply.execution().stdout, u"12345678"_s);
+        reply.feed(u"\4");
+        reply.feed(u"\4>");
+        QVERIFY(!reply.isComplete());
+        QVERIFY(reply.execution().stdout.isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_RawReplResponse)
+#include "tst_RawReplResponse.moc"

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "board/DebugPause.h"
+#include "board/DeviceLink.h"
+#include "board/ProgramRun.h"
+#include "debugger/DebugSession.h"
+#include "support/RecordingShell.h"
+
+#include <QObject>
+#include <QTest>
+
+namespace Korvane {
+
+/// Runs and the debug state on a link of their own, as the program puts them together.
+struct DebugFixture final : DeviceLinkClient
+{
+    RecordingShell shell;
+    DeviceLink link{shell};
+    std::unique_ptr<ProgramRun> run = std::make_unique<ProgramRun>(link, shell);
+    DebugSession session{link, *run, shell};
+    /// What the run has signalled, in order, with "running" and "free" for the flag.
+    QStringList events;
+    /// The bytes that no command or entry has taken.
+    QByteArray data;
+
+    DebugFixture()
+    {
+        link.setClient(this);
+        const auto note = [this](const QString &event) { return [=, this] { events << event; }; };
+        QObject::connect(run.get(), &ProgramRun::deviceProgramRunningChanged, &link, [this] {
+            events << (run->deviceProgramRunning() ? QStringLiteral("running")
+                                                   : QStringLiteral("free"));
+        });
+        QObject::connect(run.get(), &ProgramRun::paused, &link, [this](const DebugPause &pause) {
+            events << QStringLiteral("paused-%1").arg(pause.line);
+        });
+        QObject::connect(run.get(), &ProgramRun::programEnded, &link,
+                         note(QStringLiteral("ended")));
+        QObject::connect(run.get(), &ProgramRun::replyWhole, &link, note(QStringLiteral("whole")));
+        QObject::connect(run.get(), &ProgramRun::gaveUp, &link, note(QStringLiteral("gave up")));
+    }
+
+    bool deviceProgramRunning() const override { return run && run->deviceProgramRunning(); }
+    bool isPausedAtBreakpoint() const override { return session.pausedAt().has_value(); }
+    void deviceReaderStarting() override { run->clearStream(); }
+    void handleDeviceData(const QByteArray &chunk) override
+    {
+        data += chunk;
+        if (run)
+            run->handleDeviceData(chunk);
+    }
+    void deviceConnected() override { }
+    void flushDeviceStream() override { run->flushStream(); }
+    void deviceLinkEnded() override
+    {
+        run->reset();
+        session.reset();
+    }
+
+    /// Connects, lets the board answer the greeting with its prompt, and forgets both.
+    bool connectTo(const QString &port, const QString &greeting)
+    {
+        link.connectDevice(port);
+        const bool isGreeted = QTest::qWaitFor([&] { return shell.output().endsWith(greeting); });
+        shell.clear();
+        events.clear();
+        data.clear();
+        return isGreeted;
+    }
+};
+
+} // namespace Korvane

@@ -1,0 +1,161 @@
+#include "document/PythonSamples.h"
+#include "document/PythonTextStorage.h"
+#include "theme/CodeColors.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTextBlock>
+#include <QTextCursor>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QTextCursor cursorAt(PythonTextStorage &storage, qsizetype start, qsizetype end)
+{
+    QTextCursor cursor(&storage);
+    cursor.setPosition(static_cast<int>(start));
+    cursor.setPosition(static_cast<int>(end), QTextCursor::KeepAnchor);
+    return cursor;
+}
+
+void showAll(PythonTextStorage &storage)
+{
+    storage.showColors(storage.firstBlock(), storage.blockCount());
+}
+
+/// Empty when tokens and formats of the whole text are what its characters ask for.
+QString wrongColor(PythonTextStorage &storage)
+{
+    std::vector<PythonToken> tokens;
+    PythonColoring::color(storage.text(), tokens);
+    const CodeColors &colors = CodeColors::light();
+    for (QTextBlock block = storage.firstBlock(); block.isValid(); block = block.next()) {
+        QList<QColor> painted(block.length() - 1,
+                              colors.color(PythonColoring::role(PythonToken::Plain)));
+        for (const QTextLayout::FormatRange &range : block.layout()->formats())
+            std::fill_n(painted.begin() + range.start, range.length,
+                        range.format.foreground().color());
+        for (int i = 0; i < painted.size(); ++i) {
+            const int position = block.position() + i;
+            const PythonToken token = tokens[static_cast<size_t>(position)];
+            if (storage.tokenAt(position) != token)
+                return u"token at %1"_s.arg(position);
+            if (painted[i] != colors.color(PythonColoring::role(token)))
+                return u"format at %1"_s.arg(position);
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+class tst_PythonTextStorage final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void followsRandomEditsUndoneAndRedone()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        for (const QString &file : installedPythonFiles(12, 4'000)) {
+            PythonTextStorage storage(CodeColors::light());
+            QSignalSpy edited(&storage, &PythonTextStorage::edited);
+            const QString text = QString(nastyText(random, 40) + file)
+                                     .remove(u'\r')
+                                     .replace(QChar::ParagraphSeparator, u'\n');
+            storage.setText(text);
+            QCOMPARE(storage.text(), text);
+            QVERIFY(edited.isEmpty() && !storage.isUndoAvailable());
+            for (int step = 0; step < 80; ++step) {
+                if (const int kind = random.bounded(8); kind == 0) {
+                    storage.undo();
+                } else if (kind == 1) {
+                    storage.redo();
+                } else {
+                    QTextCursor block(&storage);
+                    block.beginEditBlock();
+                    for (int edits = kind == 2 ? 3 : 1; edits > 0; --edits) {
+                        const QString current = storage.toRawText();
+                        const RandomEdit edit(current, random);
+                        cursorAt(storage, edit.position, edit.position + edit.removed)
+                            .insertText(edit.added);
+                        showAll(storage); // not now
+                    }
+                    block.endEditBlock();
+                }
+                QCOMPARE(storage.text(),
+                         storage.toRawText().replace(QChar::ParagraphSeparator, u'\n'));
+                showAll(storage);
+                QCOMPARE(wrongColor(storage), QString());
+            }
+        }
+    }
+
+    void colorsAreNoEdits()
+    {
+        PythonTextStorage storage(CodeColors::light());
+        storage.setText(u"if x:\n    pass\n"_s);
+        QSignalSpy changes(&storage, &QTextDocument::contentsChange);
+        QSignalSpy undo(&storage, &QTextDocument::undoCommandAdded);
+        showAll(storage);
+        storage.setColors(CodeColors::dark());
+        showAll(storage);
+        QCOMPARE(storage.firstBlock().layout()->formats().first().format.foreground().color(),
+                 CodeColors::dark().color(PythonColoring::role(PythonToken::Keyword)));
+        QVERIFY(changes.isEmpty());
+        QVERIFY(undo.isEmpty());
+        QVERIFY(!storage.isModified());
+
+        QTextCursor(&storage).insertText(u"#"_s); // one change of its own size
+        showAll(storage);
+        QCOMPARE(changes.takeFirst(), (QVariantList{0, 0, 1}));
+        QTextCursor(&storage).insertText(u"#"_s);
+        QCOMPARE(changes.takeFirst(), (QVariantList{0, 0, 1}));
+    }
+
+    void laysOutOnlyWhatChangedColor()
+    {
+        PythonTextStorage storage(CodeColors::light());
+        storage.setText(u"a\n'''b\nc = 1\nd\n'''\ne\n'''\n"_s + u"f = 'x'\n"_s.repeated(100));
+        QAbstractTextDocumentLayout *layout = storage.documentLayout();
+        showAll(storage);
+        for (QTextBlock block = storage.firstBlock(); block.isValid(); block = block.next())
+            layout->blockBoundingRect(block);
+        connect(&storage, &PythonTextStorage::colored, &storage, [&] { showAll(storage); });
+
+        QSet<int> lines;
+        connect(layout, &QAbstractTextDocumentLayout::updateBlock, &storage,
+                [&](const QTextBlock &block) { lines << block.blockNumber() + 1; });
+        QSignalSpy everything(layout, &QAbstractTextDocumentLayout::update);
+        QTextCursor(&storage).insertText(u"if "_s);
+        QCOMPARE(lines, QSet<int>{1});
+        lines.clear();
+        QTextCursor(storage.findBlockByNumber(3)).insertText(u"'''"_s); // turns strings inside out
+        QCOMPARE(lines, (QSet<int>{4, 6, 7}));
+        QVERIFY(everything.isEmpty());
+        QCOMPARE(wrongColor(storage), QString());
+
+        QTextCursor(&storage).insertText(u"\u2028"_s); // another row moves all that are below it
+        QCOMPARE(everything.size(), 1);
+    }
+
+    void leavesVeryLongLinesPlain()
+    {
+        PythonTextStorage storage(CodeColors::light());
+        storage.setText(QString(PythonTextStorage::longestColoredLine, u'1') + u"\nif"_s);
+        showAll(storage);
+        QCOMPARE(storage.firstBlock().layout()->formats().size(), 1);
+        QTextCursor(&storage).insertText(u"1"_s);
+        showAll(storage);
+        QCOMPARE(storage.firstBlock().layout()->formats().size(), 0);
+        QCOMPARE(storage.lastBlock().layout()->formats().size(), 1);
+    }
+};
+
+QTEST_MAIN(tst_PythonTextStorage)
+#include "tst_PythonTextStorage.moc"

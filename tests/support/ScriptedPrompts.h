@@ -1,0 +1,57 @@
+#pragma once
+
+#include "base/OneShot.h"
+#include "base/UserPrompts.h"
+
+#include <QStringList>
+
+#include <functional>
+
+namespace Korvane {
+
+/// A person who answers as the test says, and remembers what was asked.
+class ScriptedPrompts final : public UserPrompts
+{
+public:
+    ConfirmationAnswer confirmation{true, false};
+    // (Copied by hand below: this compiler moves a member out of its object in co_return.)
+    /// What is typed into the name prompt or chosen in a file dialog; empty cancels.
+    QString name;
+    /// Runs while the question is open.
+    std::function<void()> meanwhile = [] {};
+
+    /// "title | message | confirm title | don't ask again" and the like, one for each question.
+    QStringList asked;
+    [[nodiscard]] QString takeAsked() { return std::exchange(asked, {}).join(u'\n'); }
+
+    QCoro::Task<ConfirmationAnswer> confirm(Confirmation question) override
+    {
+        QStringList parts{question.title, question.message, question.confirmTitle};
+        if (!question.dontAskAgainPath.isEmpty())
+            parts << question.dontAskAgainPath;
+        asked << parts.join(QStringLiteral(" | "));
+        meanwhile();
+        co_return confirmation;
+    }
+    QCoro::Task<QString> askName(NamePrompt prompt) override
+    {
+        asked << QStringList(
+                     {prompt.title, prompt.message, prompt.proposedName, prompt.confirmTitle})
+                     .join(QStringLiteral(" | "));
+        meanwhile();
+        co_return QString(name);
+    }
+    QCoro::Task<QString> askSavePath(QString, QString proposedName) override
+    {
+        asked << QStringLiteral("save | ") + proposedName;
+        meanwhile();
+        co_return QString(name);
+    }
+    QCoro::Task<QString> askOpenPath(QString) override
+    {
+        asked << QStringLiteral("open");
+        co_return QString(name);
+    }
+};
+
+} // namespace Korvane
