@@ -1,10 +1,17 @@
 #include "base/LocalFile.h"
 
+#include "base/SystemError.h"
 #include "base/Utf8.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+
+#include <algorithm>
+#include <cerrno>
+
+#include <sys/xattr.h>
+#include <unistd.h>
 
 namespace Korvane::LocalFile {
 
@@ -15,7 +22,15 @@ Error fileError(const QString &message)
     return {ErrorCode::File, message};
 }
 
-/// Where well-formed UTF-8 ends. Halving finds it with the library's own check.
+/// The failure of the last system call, or of \p file itself where Qt refused without calling.
+Error fileError(int systemCode, const QFileDevice &file)
+{
+    if (systemCode == 0)
+        return fileError(file.errorString());
+    return {ErrorCode::File, systemErrorText(systemCode), {}, systemCode};
+}
+
+/// The length of the well-formed UTF-8 at the start, found by bisection with Qt's own check.
 qsizetype wellFormedLength(const QByteArray &bytes)
 {
     qsizetype good = 0;
@@ -31,23 +46,66 @@ qsizetype wellFormedLength(const QByteArray &bytes)
     return good - Utf8::unfinishedTailLength(QByteArrayView(bytes).first(good));
 }
 
+/// The attribute's value; empty when it was removed meanwhile.
+QByteArray attribute(const QByteArray &file, const char *name)
+{
+    const ssize_t size = ::getxattr(file.constData(), name, nullptr, 0);
+    if (size <= 0)
+        return {};
+    QByteArray value(size, Qt::Uninitialized);
+    const ssize_t read = ::getxattr(file.constData(), name, value.data(), std::size_t(size));
+    return value.first(std::max<ssize_t>(read, 0));
+}
+
+/// Gives \p descriptor the extended attributes of \p path. Those that this user may not set, or
+/// that the file system does not know, are left out; false, with errno set, when another reason
+/// such as lack of space prevents it.
+bool copyAttributes(const QString &path, int descriptor)
+{
+    const QByteArray file = QFile::encodeName(path);
+    const ssize_t size = ::listxattr(file.constData(), nullptr, 0);
+    if (size <= 0)
+        return true; // none, no such file yet, or not supported
+    QByteArray names(size, '\0');
+    const ssize_t read = ::listxattr(file.constData(), names.data(), std::size_t(size));
+    for (const QByteArray &name : names.first(std::max<ssize_t>(read, 0)).split('\0')) {
+        if (name.isEmpty())
+            continue;
+        const QByteArray value = attribute(file, name.constData());
+        const int done = ::fsetxattr(descriptor, name.constData(), value.constData(),
+                                     std::size_t(value.size()), 0);
+        if (done != 0 && errno != EPERM && errno != EACCES && errno != ENOTSUP)
+            return false;
+    }
+    return true;
+}
+
+/// False, with errno set, when the disk could not take what was written: some file systems report
+/// lack of space only here. A file system that cannot sync is no failure.
+bool sync(int descriptor)
+{
+    return ::fsync(descriptor) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
+}
+
 } // namespace
 
 Result<QByteArray> read(const QString &path)
 {
-    // Opening a folder for reading succeeds on Linux and fails only later, with a stranger message.
+    // Opening a folder for reading succeeds on Linux; only reading fails.
     const QFileInfo info(path);
     if (info.isDir())
         return fileError(QStringLiteral("Is a directory"));
-    // A pipe may never be opened, and a device may never end.
+    // Opening a pipe may block, and reading a device may never end.
     if (info.exists() && !info.isFile())
         return fileError(QStringLiteral("Not a regular file"));
     QFile file(path);
+    errno = 0;
     if (!file.open(QIODevice::ReadOnly))
-        return fileError(file.errorString());
+        return fileError(errno, file);
+    errno = 0;
     QByteArray bytes = file.readAll();
     if (file.error() != QFileDevice::NoError)
-        return fileError(file.errorString());
+        return fileError(errno, file);
     return bytes;
 }
 
@@ -65,14 +123,31 @@ Result<QString> readText(const QString &path)
     return *std::move(text);
 }
 
-Result<void> writeAtomically(const QString &path, const QByteArray &bytes)
+Result<void> writeAtomically(const QString &path, const QByteArray &bytes, Access access)
 {
-    // A rename would put a plain file in place of a device or a pipe.
+    // A rename would replace a device or a pipe by a regular file.
     if (const QFileInfo target(path); target.exists() && !target.isFile())
         return fileError(QStringLiteral("Not a regular file"));
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
-        return fileError(file.errorString());
+    errno = 0;
+    if (!file.open(QIODevice::WriteOnly))
+        return fileError(errno, file);
+    errno = 0;
+    const auto restrictAccess = [&file, access] {
+        return access == Access::Default
+            || file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    };
+    // QSaveFile::commit ignores errors of the flush and of the sync that it does itself.
+    const bool isStored = copyAttributes(path, file.handle()) && restrictAccess()
+        && file.write(bytes) == bytes.size() && file.flush() && sync(file.handle());
+    if (!isStored) {
+        const Error error = fileError(errno, file);
+        file.cancelWriting();
+        return error;
+    }
+    errno = 0;
+    if (!file.commit())
+        return fileError(errno, file);
     return {};
 }
 

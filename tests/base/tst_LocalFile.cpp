@@ -13,6 +13,7 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
@@ -76,15 +77,20 @@ private slots:
         QVERIFY(
             QFile::setPermissions(m_path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
         const auto permissions = QFile::permissions(m_path);
+        const QByteArray file = QFile::encodeName(m_path);
+        const bool hasAttributes = ::setxattr(file, "user.note", "kept", 4, 0) == 0;
         QVERIFY(QFile::link(u"f"_s, link));
         QVERIFY(LocalFile::writeAtomically(link, "new"));
         QCOMPARE(bytesOf(m_path), QByteArray("new"));
         QVERIFY2(QFileInfo(link).isSymLink(), "the link was replaced by a file");
         QCOMPARE(QFile::permissions(m_path), permissions);
+        char note[5] = {};
+        QVERIFY(!hasAttributes || ::getxattr(file, "user.note", note, 4) == 4);
+        QCOMPARE(QByteArray(note), hasAttributes ? "kept"_ba : ""_ba);
         QVERIFY(QFile::remove(link));
     }
 
-    void leavesTheOldFileWholeWhenItCannotWrite()
+    void leavesTheOldFileUnchangedWhenTheDiskIsFull()
     {
         put(m_path, "old");
         // A limit on file sizes fails a write in its middle, as a full disk does.
@@ -92,12 +98,15 @@ private slots:
         rlimit unlimited{};
         QCOMPARE(getrlimit(RLIMIT_FSIZE, &unlimited), 0);
         const rlimit small{4096, unlimited.rlim_max};
-        QCOMPARE(setrlimit(RLIMIT_FSIZE, &small), 0);
-        const auto full = LocalFile::writeAtomically(m_path, QByteArray(100'000, 'x'));
-        QCOMPARE(setrlimit(RLIMIT_FSIZE, &unlimited), 0);
-        QVERIFY(!full && !full.error().message.isEmpty());
-        QCOMPARE(bytesOf(m_path), QByteArray("old"));
-        QCOMPARE(QDir(m_folder.path()).entryList(QDir::Files), QStringList{u"f"_s});
+        for (const int size : {5000, 16'384, 100'000}) { // Qt buffers up to 16,384 bytes
+            QCOMPARE(setrlimit(RLIMIT_FSIZE, &small), 0);
+            const auto full = LocalFile::writeAtomically(m_path, QByteArray(size, 'x'));
+            QCOMPARE(setrlimit(RLIMIT_FSIZE, &unlimited), 0);
+            QVERIFY2(!full, qPrintable(QString::number(size)));
+            QCOMPARE(full.error().message, u"File too large"_s);
+            QCOMPARE(bytesOf(m_path), "old"_ba);
+            QCOMPARE(QDir(m_folder.path()).entryList(QDir::Files), QStringList{u"f"_s});
+        }
     }
 
     void refusesWhatIsNoFile()
