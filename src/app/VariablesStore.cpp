@@ -1,25 +1,17 @@
 #include "app/VariablesStore.h"
 
+#include "base/PythonResource.h"
 #include "base/ShellSink.h"
 #include "base/VariableRows.h"
 #include "board/DeviceLink.h"
 #include "board/ProgramRun.h"
 #include "session/PythonRunner.h"
 
-#include <QFile>
-
 #include <nlohmann/json.hpp>
 
 #include <chrono>
 #include <optional>
 #include <utility>
-
-// Outside of all namespaces, as the macro demands. Without it the linker would leave the resource
-// of this static library behind.
-static void initializeResource()
-{
-    Q_INIT_RESOURCE(app);
-}
 
 namespace Korvane {
 
@@ -32,11 +24,7 @@ constexpr auto variablesTimeout = 10s;
 /// The program that prints the board's globals, behind a marker.
 QString variablesScript()
 {
-    initializeResource();
-    QFile file(QStringLiteral(":/app/variables.py"));
-    const bool isThere = file.open(QIODevice::ReadOnly);
-    Q_ASSERT(isThere);
-    return isThere ? QString::fromUtf8(file.readAll()) : QString();
+    return pythonResource(QLatin1StringView("app/variables.py"));
 }
 
 /// Reads what the program above printed; nothing when that is not as it should be.

@@ -1,15 +1,10 @@
 #include "board/BoardScripts.h"
 
-#include <QFile>
+#include "base/PythonResource.h"
 
 #include <algorithm>
 #include <array>
 #include <utility>
-
-static void initializeResources()
-{
-    Q_INIT_RESOURCE(board_scripts);
-}
 
 namespace Korvane::BoardScripts {
 
@@ -20,11 +15,8 @@ constexpr qsizetype pieceLength = 1024;
 
 QString script(const char *name)
 {
-    [[maybe_unused]] static const bool initialized = (initializeResources(), true);
-    QFile file(QStringLiteral(":/korvane/board/scripts/%1.py").arg(QLatin1StringView(name)));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("The board script %s is not part of this build.", name);
-    return QString::fromUtf8(file.readAll());
+    return pythonResource(
+        QLatin1StringView(QByteArray("board/scripts/").append(name).append(".py")));
 }
 
 struct Replacement

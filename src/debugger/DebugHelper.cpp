@@ -1,27 +1,14 @@
 #include "debugger/DebugHelper.h"
 
-#include <QFile>
+#include "base/PythonResource.h"
+
 #include <QStringList>
 
 #include <algorithm>
 
-static void initializeResources()
-{
-    Q_INIT_RESOURCE(debug_helper);
-}
-
 namespace Korvane::DebugHelper {
 
 namespace {
-
-QString helper()
-{
-    [[maybe_unused]] static const bool initialized = (initializeResources(), true);
-    QFile file(QStringLiteral(":/korvane/debugger/helper.py"));
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("The breakpoint helper is not part of this build.");
-    return QString::fromUtf8(file.readAll());
-}
 
 /// As a Python set; "{}" would be a dictionary.
 QString setOf(const QSet<int> &lines)
@@ -40,7 +27,7 @@ QString setOf(const QSet<int> &lines)
 
 QString installCode(const QSet<int> &activeLines)
 {
-    return helper()
+    return pythonResource(QLatin1StringView("debugger/helper.py"))
         + QStringLiteral("\n_dbrk = %1\n_dstep = %2\n")
               .arg(setOf(activeLines))
               .arg(activeLines.isEmpty() ? 1 : 0);

@@ -2,6 +2,7 @@
 
 #include "app/AppState.h"
 #include "app/Settings.h"
+#include "base/PythonResource.h"
 #include "base/Utf8.h"
 #include "board/BoardScripts.h"
 #include "mcp/MCPToolError.h"
@@ -13,11 +14,6 @@
 #include <iterator>
 #include <sys/stat.h>
 #include <utility>
-
-static void initializeResources()
-{
-    Q_INIT_RESOURCE(tool_scripts);
-}
 
 namespace Korvane {
 
@@ -65,11 +61,7 @@ QString optional(const ToolArguments &arguments, const QString &key, const QStri
 
 QString statusScript()
 {
-    [[maybe_unused]] static const bool initialized = (initializeResources(), true);
-    QFile file(u":/korvane/mcp/scripts/status.py"_s);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("The status script is not part of this build.");
-    return QString::fromUtf8(file.readAll());
+    return pythonResource(QLatin1StringView("mcp/scripts/status.py"));
 }
 
 /// An assistant may name any path, and what is opened is also written to: an ordinary file must

@@ -1,20 +1,12 @@
 #include "session/SessionProtocol.h"
 
+#include "base/PythonResource.h"
 #include "base/Utf8.h"
 #include "base/VariableRows.h"
-
-#include <QFile>
 
 #include <nlohmann/json.hpp>
 
 #include <cstring>
-
-// Outside of all namespaces, as the macro demands. Without it the linker would leave the resource
-// of this static library behind.
-static void initializeResource()
-{
-    Q_INIT_RESOURCE(session);
-}
 
 namespace Korvane::SessionProtocol {
 
@@ -71,11 +63,7 @@ QByteArray withoutLoneSurrogates(QByteArray body)
 
 QByteArray driverProgram()
 {
-    initializeResource();
-    QFile file(QStringLiteral(":/session/driver.py"));
-    const bool isThere = file.open(QIODevice::ReadOnly);
-    Q_ASSERT(isThere);
-    return isThere ? file.readAll() : QByteArray();
+    return pythonResource(QLatin1StringView("session/driver.py")).toUtf8();
 }
 
 std::optional<QByteArray> execRequest(const QString &code, const QString &path, bool fresh)
