@@ -12,7 +12,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr QLatin1String banner("raw REPL");
 constexpr auto longestWaitForReply = 1s;
 
 } // namespace
@@ -21,7 +20,7 @@ ProgramRun::ProgramRun(DeviceLink &link, ShellSink &shell, QObject *parent)
     : QObject(parent)
     , m_link(link)
     , m_shell(shell)
-    , m_entry(link.serial())
+    , m_handshake(link.serial())
 {
     m_lateReply.setSingleShot(true);
     m_lateReply.setInterval(longestWaitForReply);
@@ -48,23 +47,10 @@ void ProgramRun::runOnDeviceStreamed(const QString &source)
 
     m_isEntering = true;
     m_source = source;
-    m_bannerDecoder.reset();
-    m_bannerSearch.clear();
     m_link.setDeviceCommandInFlight(true);
-    m_link.serial().setDataInterceptor([this](const QByteArray &chunk) { watchForBanner(chunk); });
-    m_entry.start([this] { return !m_isEntering; }, [this] { giveUp(); });
-}
-
-void ProgramRun::watchForBanner(const QByteArray &chunk)
-{
-    const std::optional<QString> text = m_bannerDecoder.feed(chunk);
-    if (!text)
-        return;
-    m_bannerSearch += *text;
-    if (m_bannerSearch.contains(banner))
-        sendProgram();
-    else
-        m_bannerSearch = m_bannerSearch.right(banner.size() - 1);
+    m_link.serial().setDataInterceptor(
+        [this](const QByteArray &chunk) { m_handshake.feed(chunk); });
+    m_handshake.start([this] { sendProgram(); }, [this] { giveUp(); });
 }
 
 void ProgramRun::sendProgram()
@@ -95,7 +81,7 @@ void ProgramRun::giveUp()
 void ProgramRun::leaveEntry()
 {
     m_isEntering = false;
-    m_entry.stop();
+    m_handshake.stop();
     m_source.clear();
     m_link.serial().setDataInterceptor({});
     m_link.setDeviceCommandInFlight(false);

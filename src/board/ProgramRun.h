@@ -1,6 +1,5 @@
 #pragma once
 
-#include "base/Utf8.h"
 #include "board/DeviceStreamScanner.h"
 #include "board/RawReplHandshake.h"
 
@@ -63,7 +62,6 @@ signals:
 private:
     enum class Reply { None, Awaited, Ending };
 
-    void watchForBanner(const QByteArray &chunk);
     void sendProgram();
     void giveUp();
     void leaveEntry();
@@ -79,10 +77,8 @@ private:
 
     // The run that is being started, if any. There is one at most: the last one asked for.
     bool m_isEntering = false;
-    RawReplHandshake m_entry;
+    RawReplHandshake m_handshake;
     QString m_source;
-    Utf8::ChunkDecoder m_bannerDecoder;
-    QString m_bannerSearch; // what may be the beginning of the banner
 
     // The board's answer to the program that was sent last. Apart from deviceProgramRunning, since
     // that may be cleared by others while the answer is still due.

@@ -27,7 +27,7 @@ RawReplExchange::RawReplExchange(SerialPortManager &serial, const QString &code,
     : m_serial(serial)
     , m_code(code.toUtf8())
     , m_timeoutSeconds(usableSeconds(timeout))
-    , m_entry(serial)
+    , m_handshake(serial)
 {
     m_timeoutTimer.setSingleShot(true);
     m_timeoutTimer.setTimerType(Qt::PreciseTimer);
@@ -38,8 +38,7 @@ RawReplExchange::RawReplExchange(SerialPortManager &serial, const QString &code,
 void RawReplExchange::start()
 {
     m_serial.setDataInterceptor([this](const QByteArray &chunk) { take(chunk); });
-    m_entry.start([this] { return m_result.isDone() || m_phase == Phase::Running; },
-                  [this] { finish(DeviceError::noRawREPL()); });
+    m_handshake.start([this] { sendProgram(); }, [this] { finish(DeviceError::noRawREPL()); });
     const auto milliseconds = static_cast<qint64>(std::ceil(m_timeoutSeconds * 1000));
     m_timeoutTimer.start(std::chrono::milliseconds(std::max<qint64>(0, milliseconds)));
 }
@@ -47,26 +46,21 @@ void RawReplExchange::start()
 void RawReplExchange::leaveLine()
 {
     m_hasLeftLine = true;
-    m_entry.mute();
+    m_handshake.mute();
 }
 
 void RawReplExchange::take(const QByteArray &chunk)
 {
+    if (m_phase == Phase::Entering) {
+        m_handshake.feed(chunk);
+        return;
+    }
     const std::optional<QString> text = m_decoder.feed(chunk);
     if (!text)
         return;
-    if (m_phase == Phase::Running) {
-        m_reply.feed(*text);
-        if (m_reply.isComplete())
-            finish(m_reply.execution());
-        return;
-    }
-    constexpr QLatin1String banner("raw REPL");
-    m_bannerSearch += *text;
-    if (m_bannerSearch.contains(banner))
-        sendProgram();
-    else
-        m_bannerSearch = m_bannerSearch.right(banner.size() - 1);
+    m_reply.feed(*text);
+    if (m_reply.isComplete())
+        finish(m_reply.execution());
 }
 
 void RawReplExchange::sendProgram()
@@ -80,6 +74,7 @@ void RawReplExchange::finish(Result<DeviceExecution> result)
 {
     if (m_result.isDone())
         return;
+    m_handshake.stop();
     if (!m_hasLeftLine) {
         m_serial.setDataInterceptor({});
         m_serial.write("\x02");

@@ -48,11 +48,10 @@ private:
     SerialPortManager &m_serial;
     QByteArray m_code;
     double m_timeoutSeconds;
-    RawReplHandshake m_entry;
+    RawReplHandshake m_handshake;
     QTimer m_timeoutTimer;
     Utf8::ChunkDecoder m_decoder;
     Phase m_phase = Phase::Entering;
-    QString m_bannerSearch; // what may be the beginning of the banner
     RawReplResponse m_reply;
     bool m_hasLeftLine = false;
     OneShot<Result<DeviceExecution>> m_result;

@@ -10,6 +10,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
+constexpr QLatin1String banner("raw REPL");
 constexpr int maxAttempts = 6;
 constexpr auto retryInterval = 300ms;
 
@@ -19,41 +20,58 @@ RawReplHandshake::RawReplHandshake(SerialPortManager &serial, QObject *parent)
     : QObject(parent)
     , m_serial(serial)
 {
-    m_timer.setTimerType(Qt::PreciseTimer);
-    m_timer.setInterval(retryInterval);
-    connect(&m_timer, &QTimer::timeout, this, &RawReplHandshake::step);
+    m_retryTimer.setTimerType(Qt::PreciseTimer);
+    m_retryTimer.setInterval(retryInterval);
+    connect(&m_retryTimer, &QTimer::timeout, this, &RawReplHandshake::attempt);
 }
 
-void RawReplHandshake::start(std::function<bool()> isReady, std::function<void()> onGiveUp)
+void RawReplHandshake::start(std::function<void()> onEntered, std::function<void()> onGiveUp)
 {
-    m_isReady = std::move(isReady);
+    m_onEntered = std::move(onEntered);
     m_onGiveUp = std::move(onGiveUp);
+    m_decoder.reset();
+    m_bannerSearch.clear();
     m_attempts = 0;
     m_isMuted = false;
-    m_timer.start();
-    step();
+    m_retryTimer.start();
+    attempt();
+}
+
+void RawReplHandshake::feed(QByteArrayView chunk)
+{
+    if (!m_retryTimer.isActive())
+        return;
+    const std::optional<QString> text = m_decoder.feed(chunk);
+    if (!text)
+        return;
+    m_bannerSearch += *text;
+    if (m_bannerSearch.contains(banner))
+        end(m_onEntered);
+    else
+        m_bannerSearch = m_bannerSearch.right(banner.size() - 1);
 }
 
 void RawReplHandshake::stop()
 {
-    m_timer.stop();
+    m_retryTimer.stop();
 }
 
-void RawReplHandshake::step()
+void RawReplHandshake::attempt()
 {
-    if (m_isReady()) {
-        stop();
-        return;
-    }
     if (m_attempts >= maxAttempts) {
-        stop();
-        const auto giveUp = m_onGiveUp; // a copy, which outlives this object
-        giveUp();
+        end(m_onGiveUp);
         return;
     }
     ++m_attempts;
     if (!m_isMuted)
         m_serial.write("\x01");
+}
+
+void RawReplHandshake::end(const std::function<void()> &callback)
+{
+    stop();
+    const auto call = callback; // a copy, which outlives this object
+    call();
 }
 
 } // namespace Korvane
