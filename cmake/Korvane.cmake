@@ -19,7 +19,13 @@ if(KORVANE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
         CCACHE_SLOPPINESS=pch_defines,time_macros ${KORVANE_CCACHE})
 endif()
 
+# Sixty test programs are linked after each change of base.
+find_program(KORVANE_MOLD mold)
+
 add_library(korvane_flags INTERFACE)
+if(KORVANE_MOLD AND NOT CMAKE_BUILD_TYPE STREQUAL Release)
+    target_link_options(korvane_flags INTERFACE -fuse-ld=mold)
+endif()
 target_compile_options(korvane_flags INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
     $<$<BOOL:${KORVANE_WERROR}>:-Werror>)
