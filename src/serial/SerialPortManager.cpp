@@ -1,5 +1,6 @@
 #include "serial/SerialPortManager.h"
 
+#include "base/SystemError.h"
 #include "serial/SerialReader.h"
 
 #include <QDeadlineTimer>
@@ -10,10 +11,11 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 
 #include <cerrno>
-#include <cstring>
 #include <utility>
 
 namespace Korvane {
@@ -22,13 +24,13 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// How much is delivered before the rest of the program gets its turn.
+// Limits of one batch of deliveries, and the pause after it for the other events of the program.
 constexpr qsizetype maxBatchBytes = qsizetype(256) << 10;
 constexpr auto maxBatchTime = 5ms;
-constexpr auto breath = 1ms;
+constexpr auto batchPause = 1ms;
 
-/// The system's constant for a speed in baud; the number itself where it has none, which the
-/// driver then refuses.
+/// The termios constant for a speed in baud; for a speed without one the number itself, which the
+/// driver refuses.
 speed_t speedConstant(int baudRate)
 {
     switch (baudRate) {
@@ -53,7 +55,7 @@ speed_t speedConstant(int baudRate)
     }
 }
 
-/// Failures are not reported: some drivers refuse single settings and work all the same.
+/// Failures are not reported: some drivers refuse single settings and work without them.
 void makeRaw(int descriptor, int baudRate)
 {
     termios settings{};
@@ -70,16 +72,47 @@ void makeRaw(int descriptor, int baudRate)
     ::tcsetattr(descriptor, TCSANOW, &settings);
 }
 
-/// Whether a tty of sysfs stands for a port that exists: it has a driver, and is none of the
-/// placeholders that the 8250 driver keeps for ports which the machine may not have.
+/// Makes this program the only user of the port; returns 0, or the errno of the failure. TIOCEXCL
+/// keeps out later openers except those with CAP_SYS_ADMIN. The lock is the one that other serial
+/// programs take; it finds a program that opened the port earlier.
+int acquire(int descriptor)
+{
+    if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0)
+        return errno == EWOULDBLOCK ? EBUSY : errno;
+    ::ioctl(descriptor, TIOCEXCL);
+    return 0;
+}
+
+/// Undoes acquire(): both marks outlive the descriptor while another one of the same terminal is
+/// open. Discards what the driver has not sent, since closing a port waits until that is sent or
+/// for as long as the driver's limit, often 30 s.
+void release(int descriptor)
+{
+    int unsentBytes = 0;
+    // Not unconditionally: a pseudo-terminal would lose what it has already delivered.
+    if (::ioctl(descriptor, TIOCOUTQ, &unsentBytes) == 0 && unsentBytes > 0)
+        ::tcflush(descriptor, TCOFLUSH);
+    ::ioctl(descriptor, TIOCNXCL);
+    ::flock(descriptor, LOCK_UN);
+}
+
+QString firstLine(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readLine()).trimmed()
+                                          : QString();
+}
+
+/// Whether a tty in sysfs is a port that exists: it has a driver, and is not one of the
+/// placeholders that the 8250 driver registers for ports which the machine may not have.
 bool isRealPort(const QString &ttyFolder)
 {
     const QFileInfo driver(ttyFolder + QStringLiteral("/device/driver"));
     if (!driver.exists())
         return false;
-    QFile typeFile(ttyFolder + QStringLiteral("/type"));
-    if (typeFile.open(QIODevice::ReadOnly))
-        return typeFile.readAll().trimmed() != "0"; // 0: no chip was found there
+    const QString type = firstLine(ttyFolder + QStringLiteral("/type"));
+    if (!type.isEmpty())
+        return type != u'0'; // 0: no chip was found there
     return QFileInfo(driver.symLinkTarget()).fileName() != QLatin1String("serial8250");
 }
 
@@ -88,9 +121,9 @@ bool isRealPort(const QString &ttyFolder)
 SerialPortManager::SerialPortManager(QObject *parent)
     : QObject(parent)
 {
-    m_breather.setSingleShot(true);
-    m_breather.setTimerType(Qt::PreciseTimer);
-    connect(&m_breather, &QTimer::timeout, this, [this] {
+    m_batchPause.setSingleShot(true);
+    m_batchPause.setTimerType(Qt::PreciseTimer);
+    connect(&m_batchPause, &QTimer::timeout, this, [this] {
         if (m_notifier)
             m_notifier->setEnabled(true);
         deliverWaiting();
@@ -121,15 +154,35 @@ QStringList SerialPortManager::listPorts(const Roots &roots)
     return ports;
 }
 
+QString SerialPortManager::serialNumber(const QString &port, const Roots &roots)
+{
+    const QString root = QFileInfo(roots.sysfs).canonicalFilePath();
+    // The port may be a link such as those in /dev/serial/by-id.
+    const QString device = QFileInfo(port).canonicalFilePath();
+    const QString dev = QFileInfo(roots.dev).canonicalFilePath() + u'/';
+    if (root.isEmpty() || !device.startsWith(dev))
+        return {};
+    const QString entry = device.mid(dev.size()).replace(u'/', u'!');
+    // From the tty's device up to the USB device, which has the number beside its vendor.
+    QDir folder(
+        QFileInfo(roots.sysfs + QStringLiteral("/class/tty/") + entry + QStringLiteral("/device"))
+            .canonicalFilePath());
+    while (folder.path().startsWith(root + u'/')) {
+        if (folder.exists(QStringLiteral("idVendor")))
+            return firstLine(folder.filePath(QStringLiteral("serial")));
+        folder.setPath(QFileInfo(folder.path()).path());
+    }
+    return {};
+}
+
 Result<void> SerialPortManager::open(const QString &path, int baudRate)
 {
     // Children must not inherit the port: a Python program left behind would keep it busy.
     FileDescriptor port(
         ::open(QFile::encodeName(path).constData(), O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!port.isValid()) {
-        const int code = errno;
-        return Error{ErrorCode::SerialPort, QString::fromLocal8Bit(std::strerror(code)), {}, code};
-    }
+    const int code = port.isValid() ? acquire(port.get()) : errno;
+    if (code != 0)
+        return Error{ErrorCode::SerialPort, systemErrorText(code), {}, code};
     makeRaw(port.get(), baudRate);
     close();
     m_port = std::move(port);
@@ -141,7 +194,7 @@ void SerialPortManager::startReading(DataCallback onData, std::function<void()> 
     SerialReader::Chunks undelivered;
     if (const auto previous = std::exchange(m_reader, nullptr))
         undelivered = previous->stop();
-    m_breather.stop();
+    m_batchPause.stop();
     if (!isOpen())
         return;
 
@@ -159,7 +212,7 @@ void SerialPortManager::startReading(DataCallback onData, std::function<void()> 
     m_onDisconnect = std::move(onDisconnect);
     m_reader = std::make_shared<SerialReader>(m_port.get(), m_wake.get(), std::move(undelivered));
     if (!m_reader->start())
-        m_breather.start(0ms); // finds the port lost
+        m_batchPause.start(0ms); // finds the port lost
 }
 
 bool SerialPortManager::write(QByteArrayView bytes)
@@ -182,11 +235,14 @@ bool SerialPortManager::write(QByteArrayView bytes)
 
 void SerialPortManager::close()
 {
-    m_breather.stop();
+    m_batchPause.stop();
     if (const auto reader = std::exchange(m_reader, nullptr))
         reader->stop();
     m_onData = {};
     m_onDisconnect = {};
+    if (!m_port.isValid())
+        return;
+    release(m_port.get());
     m_port.reset();
 }
 
@@ -198,9 +254,9 @@ void SerialPortManager::setDataInterceptor(DataCallback interceptor)
 void SerialPortManager::deliverWaiting()
 {
     const auto life = m_life.watch();
-    const auto reader = m_reader; // lives until we are done, whatever the callbacks do
+    const auto reader = m_reader; // a callback may replace or release m_reader
     if (!reader) {
-        // The last words of a reader that was stopped.
+        // Signaled by a reader that has been stopped since.
         eventfd_t count = 0;
         ::eventfd_read(m_wake.get(), &count);
         return;
@@ -219,7 +275,7 @@ void SerialPortManager::deliverWaiting()
             // always readable would keep out whatever has a lower priority there.
             if (m_notifier)
                 m_notifier->setEnabled(false);
-            m_breather.start(breath);
+            m_batchPause.start(batchPause);
             return;
         }
     }
@@ -229,7 +285,7 @@ void SerialPortManager::deliverWaiting()
 
 void SerialPortManager::deliver(const QByteArray &chunk)
 {
-    // A copy, since the callback may replace or clear the very slot it was called from.
+    // A copy: the callback may replace or clear the slot that holds it.
     const DataCallback receive = m_dataInterceptor ? m_dataInterceptor : m_onData;
     if (receive)
         receive(chunk);

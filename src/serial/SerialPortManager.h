@@ -19,11 +19,11 @@ namespace Korvane {
 
 class SerialReader;
 
-/// The one place that touches the board's serial port: lists the ports, opens one as a raw byte
-/// pipe, hands what arrives to the main thread, and writes. Knows nothing of what the bytes mean.
+/// The board's serial port: lists the ports, opens one as a raw byte pipe, delivers what arrives
+/// on the main thread, and writes. Does not interpret the bytes.
 ///
-/// Main thread only. Callbacks run from the event loop, and may do anything in return: close the
-/// port, start reading anew, change the interceptor, even delete this object.
+/// Main thread only. Callbacks run from the event loop. They may close the port, restart reading,
+/// change the interceptor, and delete this object.
 class SerialPortManager final : public QObject
 {
     Q_OBJECT
@@ -44,17 +44,20 @@ public:
     SerialPortManager(const SerialPortManager &) = delete;
     SerialPortManager &operator=(const SerialPortManager &) = delete;
 
-    /// The serial devices of the system, sorted, each once; empty when the system can't tell.
+    /// The serial devices of the system, sorted, each once; empty when sysfs cannot be read.
     [[nodiscard]] static QStringList listPorts(const Roots &roots);
-    [[nodiscard]] static QStringList listPorts() { return listPorts(Roots()); }
+    /// The serial number of the USB device that \p port belongs to; empty for other ports and for
+    /// devices that have none.
+    [[nodiscard]] static QString serialNumber(const QString &port, const Roots &roots);
 
-    /// Opens \p path as 8-N-1 without any translation. An error of code `SerialPort` keeps errno
-    /// and its text, and leaves everything as it was; a port that was open is closed only once
-    /// the new one is.
+    /// Opens \p path as 8-N-1 without any translation, for this program alone until close(). An
+    /// error of code `SerialPort` keeps errno (EBUSY for a port that another program uses) and its
+    /// text, and leaves everything as it was; a port that was open is closed once the new one is
+    /// open.
     [[nodiscard]] Result<void> open(const QString &path, int baudRate);
 
-    /// From now on each chunk that arrives (at most 4096 bytes, in order) goes to the interceptor
-    /// set at that moment, otherwise to \p onData. When the port is lost, after all data, it is
+    /// Delivers each chunk that arrives (at most 4096 bytes, in order) to the interceptor set at
+    /// that moment, otherwise to \p onData. When the port is lost, after all data, it is
     /// closed and \p onDisconnect called, once. Does nothing while the port is closed; when called
     /// again, what has not been delivered yet goes to the new callbacks.
     void startReading(DataCallback onData, std::function<void()> onDisconnect);
@@ -63,11 +66,11 @@ public:
     /// up when it takes nothing for writeDrainTimeout.
     bool write(QByteArrayView bytes);
 
-    /// Ends reading, drops what has not been delivered, closes the port. Harmless when closed;
-    /// keeps the interceptor.
+    /// Ends reading, drops what has not been delivered and what the driver has not sent, closes the
+    /// port. Does nothing when closed; keeps the interceptor.
     void close();
 
-    /// A single slot: whoever sets it replaces the callback before. An empty one clears it.
+    /// There is one interceptor: a second call replaces the first. An empty one clears it.
     void setDataInterceptor(DataCallback interceptor);
     /// For tests, which can't wait two seconds for each stall.
     void setWriteDrainTimeout(std::chrono::milliseconds timeout) { m_writeDrainTimeout = timeout; }
@@ -84,9 +87,9 @@ private:
 
     std::chrono::milliseconds m_writeDrainTimeout{2000};
     FileDescriptor m_port;
-    FileDescriptor m_wake;                       // readable while the reader has something for us
+    FileDescriptor m_wake;                       // readable while the reader has chunks for us
     std::unique_ptr<QSocketNotifier> m_notifier; // watches m_wake
-    QTimer m_breather; // between two batches, when the board sends faster than we deliver
+    QTimer m_batchPause; // between two batches, when the board sends faster than we deliver
     std::shared_ptr<SerialReader> m_reader;
     DataCallback m_onData;
     std::function<void()> m_onDisconnect;

@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <cerrno>
@@ -14,12 +15,21 @@ namespace {
 
 constexpr std::size_t maxReadBytes = 4096;
 constexpr qsizetype maxQueuedBytes = qsizetype(1) << 20;
+constexpr short hangUpEvents = POLLHUP | POLLERR | POLLNVAL;
+constexpr int emptyReadPauseMilliseconds = 10;
 
 /// What a chunk counts for in the queue: single bytes take more room than their one byte.
 qsizetype weight(const QByteArray &chunk)
 {
     constexpr qsizetype overheadBytes = 64;
     return chunk.size() + overheadBytes;
+}
+
+/// Whether the node of the open device has been removed from the file system.
+bool isNodeRemoved(int descriptor)
+{
+    struct stat status = {};
+    return ::fstat(descriptor, &status) != 0 || status.st_nlink == 0;
 }
 
 } // namespace
@@ -110,37 +120,48 @@ void SerialReader::run()
             continue;
         if (waits[1].revents != 0)
             return;
-        if (ready < 0) { // not even waiting is possible: nothing can be read any more
+        if (ready < 0) { // without poll() nothing can be read
             const std::lock_guard lock(m_mutex);
             m_isLost = true;
             signalLocked();
             return;
         }
-        if (waits[0].revents != 0 && !readOnce())
+        if (waits[0].revents == 0)
+            continue;
+        const ReadOutcome outcome = readOnce(waits[0].revents);
+        if (outcome == ReadOutcome::Ended)
             return;
+        // A device that is always readable and always empty must not keep the processor busy.
+        if (outcome == ReadOutcome::Empty)
+            ::poll(&waits[1], 1, emptyReadPauseMilliseconds);
     }
 }
 
-bool SerialReader::readOnce()
+SerialReader::ReadOutcome SerialReader::readOnce(short events)
 {
     std::array<char, maxReadBytes> buffer;
     const ssize_t count = ::read(m_portDescriptor, buffer.data(), buffer.size());
     if (count < 0 && (errno == EAGAIN || errno == EINTR))
-        return true;
+        return ReadOutcome::GoOn;
+    // VMIN is 0, so a read returns 0 also when another process took the bytes, or when the line
+    // discipline made an end of file of them.
+    const bool isHungUp = (events & hangUpEvents) != 0;
+    if (count == 0 && !isHungUp && !isNodeRemoved(m_portDescriptor))
+        return ReadOutcome::Empty;
 
     std::unique_lock lock(m_mutex);
     if (count <= 0) {
         m_isLost = true;
         signalLocked();
-        return false;
+        return ReadOutcome::Ended;
     }
     m_hasRoom.wait(lock, [this] { return m_isStopping || m_queuedBytes < maxQueuedBytes; });
     QByteArray chunk(buffer.data(), count);
     m_queuedBytes += weight(chunk);
-    m_chunks.push_back(
-        std::move(chunk)); // also while stopping: it has been read, it must not be lost
+    // Also while stopping: stop() returns it for the next reader.
+    m_chunks.push_back(std::move(chunk));
     signalLocked();
-    return !m_isStopping;
+    return m_isStopping ? ReadOutcome::Ended : ReadOutcome::GoOn;
 }
 
 void SerialReader::signalLocked()

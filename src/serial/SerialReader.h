@@ -14,8 +14,12 @@ namespace Korvane {
 /// A thread that is blocked on a serial port and queues what it reads for the main thread.
 ///
 /// The queue is bounded: when it is full the thread stops reading, the driver's buffer fills, and
-/// the board has to wait. What is queued is announced by making an eventfd readable, never by
-/// posted events: a board that floods the line could keep Qt busy with those for good.
+/// the board has to wait. New chunks are announced by an eventfd that becomes readable, not by
+/// posted events: Qt delivers all posted events before anything else, so a board that prints
+/// without end would block all other events.
+///
+/// The port is lost when it is hung up (POLLHUP, EIO and other errors) or when its device node has
+/// been removed. A read of 0 bytes alone is not a loss.
 class SerialReader final
 {
 public:
@@ -30,10 +34,10 @@ public:
 
     /// False when the system has no thread or descriptor left: the port then counts as lost.
     [[nodiscard]] bool start();
-    /// Ends the thread, and hands out what was not taken. Nothing can be taken any more.
+    /// Ends the thread and returns the chunks that were not taken; takeChunk() then has none.
     Chunks stop();
 
-    /// Makes the wake descriptor quiet until something new is queued. Call it before taking.
+    /// Resets the wake descriptor until the next chunk is queued. Call it before takeChunk().
     void acknowledge();
     /// The oldest chunk, or an empty one when all have been taken.
     [[nodiscard]] QByteArray takeChunk();
@@ -41,9 +45,11 @@ public:
     [[nodiscard]] bool isAtEnd();
 
 private:
+    enum class ReadOutcome { GoOn, Empty, Ended };
+
     void run();
-    /// One read. False when the thread has to end.
-    bool readOnce();
+    /// One read after poll() has returned \p events. `Ended`: the thread has to end.
+    ReadOutcome readOnce(short events);
     void signalLocked();
 
     const int m_portDescriptor;

@@ -83,7 +83,6 @@ private slots:
         QVERIFY(line.isValid());
         {
             // What a port may have been left with.
-            FileDescriptor slave(::open(qPrintable(line.slavePath()), O_RDWR | O_NOCTTY));
             termios settings = line.settings();
             settings.c_iflag |= INLCR | ICRNL | IXON | IXOFF | IXANY | IGNCR | ISTRIP | BRKINT;
             settings.c_oflag |= OPOST | ONLCR;
@@ -92,7 +91,7 @@ private slots:
             settings.c_cflag &= ~static_cast<tcflag_t>(CLOCAL);
             settings.c_cc[VMIN] = 1;
             settings.c_cc[VTIME] = 5;
-            QCOMPARE(::tcsetattr(slave.get(), TCSANOW, &settings), 0);
+            line.setSettings(settings);
         }
         const termios before = line.settings();
         SerialPortManager manager;
@@ -132,9 +131,38 @@ private slots:
         const int descriptor = manager.fileDescriptor();
         QVERIFY(!manager.open(QDir::tempPath(), baudRate));
         QCOMPARE(manager.fileDescriptor(), descriptor);
-        manager.close();
-        manager.close();
-        QVERIFY(!manager.isOpen());
+
+        // One program at a time, whichever was first; also again after the first has closed it.
+        SerialPortManager other;
+        for (int round = 0; round < 2; ++round) {
+            const auto busy = other.open(line.slavePath(), baudRate);
+            QVERIFY2(!busy, "two programs have one port");
+            QCOMPARE(busy.error().systemCode, EBUSY);
+            QCOMPARE(busy.error().message, u"Device or resource busy"_s);
+            QVERIFY2(line.isExclusive(), "programs that take no lock can open it");
+            manager.close();
+            manager.close();
+            QVERIFY(!manager.isOpen());
+            QVERIFY2(!line.isExclusive(), "it stays closed to others");
+            QVERIFY(manager.open(line.slavePath(), baudRate));
+        }
+    }
+
+    void takesAReadOfNothingForNoLoss()
+    {
+        Reading reading;
+        QVERIFY(reading.start());
+        // Ctrl-D ends a file in this mode: poll() reports it, and a read returns 0 bytes.
+        termios settings = reading.line.settings();
+        settings.c_lflag |= ICANON;
+        reading.line.setSettings(settings);
+        reading.line.write("\x04");
+        QTest::qWait(50);
+        settings.c_lflag &= ~tcflag_t(ICANON);
+        reading.line.setSettings(settings);
+        reading.line.write("on");
+        QTRY_COMPARE(reading.data, "on");
+        QCOMPARE(reading.losses, 0);
     }
 
     void takesAFloodWithoutStarvingTheEventLoop()
@@ -307,6 +335,19 @@ private slots:
             expected[0] + u':' + dev + u"/absent:"_s + expected[1] + u':' + expected[0];
         expected.sort();
         QCOMPARE(SerialPortManager::listPorts(roots), expected);
+
+        // The number is the USB device's, which is some folders above that of the port.
+        const QString usb = root + u"sys/devices/usb1/1-1"_s;
+        QVERIFY(QDir().mkpath(usb + u"/1-1:1.0/ttyUSB9"_s)
+                && QDir().mkpath(root + u"sys/class/tty/ttyUSB9"_s));
+        QVERIFY(QFile::link(usb + u"/1-1:1.0/ttyUSB9"_s, root + u"sys/class/tty/ttyUSB9/device"_s));
+        put(dev + u"/ttyUSB9"_s, {});
+        put(usb + u"/idVendor"_s, "2e8a\n");
+        put(usb + u"/serial"_s, "e6616408432f\n");
+        QVERIFY(QFile::link(dev + u"/ttyUSB9"_s, dev + u"/by-id"_s));
+        QCOMPARE(SerialPortManager::serialNumber(dev + u"/by-id"_s, roots), u"e6616408432f"_s);
+        for (const QString &port : {dev + u"/ttyS4"_s, dev + u"/absent"_s, u"/dev/pts/0"_s})
+            QCOMPARE(SerialPortManager::serialNumber(port, roots), QString());
     }
 };
 

@@ -34,14 +34,23 @@ public:
     [[nodiscard]] QString slavePath() const { return m_slavePath; }
     /// Non-blocking; -1 once closed.
     [[nodiscard]] int master() const { return m_master.get(); }
-    /// The settings in force, whoever made them.
     [[nodiscard]] termios settings() const
     {
         termios settings{};
         ::tcgetattr(m_slave.get(), &settings);
         return settings;
     }
-    /// How many bytes wait for the program to read them.
+    void setSettings(const termios &settings) const
+    {
+        ::tcsetattr(m_slave.get(), TCSANOW, &settings);
+    }
+    [[nodiscard]] bool isExclusive() const
+    {
+        int isSet = 0;
+        ::ioctl(m_slave.get(), TIOCGEXCL, &isSet);
+        return isSet != 0;
+    }
+    /// How many bytes the program has not read yet.
     [[nodiscard]] int unreadBytes() const
     {
         int count = 0;
@@ -49,13 +58,13 @@ public:
         return count;
     }
 
-    /// How many of \p bytes the line took.
+    /// Returns how many of \p bytes were accepted.
     qsizetype write(QByteArrayView bytes)
     {
         const auto size = static_cast<std::size_t>(bytes.size());
         return std::max<qsizetype>(0, ::write(master(), bytes.data(), size));
     }
-    /// What the program has written until now.
+    /// What the program has written since the last call.
     [[nodiscard]] QByteArray read()
     {
         QByteArray all;
