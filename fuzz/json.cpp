@@ -1,8 +1,6 @@
-// The JSON reader against another one.
+// The reader of JSON-RPC messages against the library's tree.
 
-#include "mcp/JSONChecker.h"
-#include "mcp/JSONItems.h"
-#include "mcp/JSONText.h"
+#include "mcp/RPCReader.h"
 
 #include <nlohmann/json.hpp>
 
@@ -13,19 +11,6 @@ using namespace Korvane;
 namespace {
 
 using Json = nlohmann::json;
-using Verdict = JSONChecker::Verdict;
-
-constexpr int comparedDepth = 64;
-constexpr int numberOutOfRange = 406;
-
-Verdict check(QByteArrayView text, qsizetype step)
-{
-    JSONChecker checker(text);
-    auto verdict = Verdict::Unfinished;
-    while (verdict == Verdict::Unfinished)
-        verdict = checker.advance(step);
-    return verdict;
-}
 
 void expect(bool isTrue)
 {
@@ -33,44 +18,44 @@ void expect(bool isTrue)
         abort();
 }
 
-void compare(const JSONValue &value, const Json &other, int depth)
+std::string text(const Json &object, const char *name)
 {
-    if (depth == 0)
-        return;
-    switch (value.kind()) {
-    case JSONValue::Kind::Object: {
-        expect(other.is_object());
-        std::map<std::string, JSONValue> members; // the later of two with one name
-        for (JSONItems items(value); items.next();)
-            members.insert_or_assign(items.name().string().toStdString(), items.value());
-        expect(members.size() == other.size());
-        for (const auto &[name, member] : members)
-            compare(member, other.at(name), depth - 1);
-        break;
-    }
-    case JSONValue::Kind::Array: {
-        expect(other.is_array());
-        size_t index = 0;
-        for (JSONItems items(value); items.next(); ++index)
-            compare(items.value(), other.at(index), depth - 1);
-        expect(index == other.size());
-        break;
-    }
-    case JSONValue::Kind::String: {
-        expect(other.is_string() && value.string().toStdString() == other.get<std::string>());
-        QByteArray written;
-        appendJSONString(written, value.string());
-        expect(Json::parse(written.begin(), written.end()) == other);
-        break;
-    }
-    case JSONValue::Kind::Number:
-        expect(other.is_number() && value.number() == other.get<double>());
-        break;
-    case JSONValue::Kind::Boolean:
-        expect(other.is_boolean() && (value.text() == "true") == other.get<bool>());
-        break;
-    case JSONValue::Kind::Null:
-        expect(other.is_null() && value.text() == "null");
+    const auto found = object.find(name);
+    return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
+}
+
+Json inner(const Json &object, const char *name)
+{
+    const auto found = object.find(name);
+    return found != object.end() && found->is_object() ? *found : Json::object();
+}
+
+bool isEqual(const QByteArray &json, const Json &object, const char *name)
+{
+    const auto found = object.find(name);
+    return found == object.end() ? json.isEmpty() : Json::parse(json.begin(), json.end()) == *found;
+}
+
+void compare(const RPCMessage &message, const Json &other)
+{
+    expect(message.isRequest == other.contains("id"));
+    expect(isEqual(message.id, other, "id"));
+    expect(message.method.toStdString() == text(other, "method"));
+    const Json params = inner(other, "params");
+    expect(message.toolName.toStdString() == text(params, "name"));
+    expect(isEqual(message.requestId, params, "requestId"));
+    expect(message.protocolVersion.value_or(QString()).toStdString()
+           == text(params, "protocolVersion"));
+    const Json arguments = inner(params, "arguments");
+    for (const auto &[name, value] : arguments.items()) {
+        const QString key = QString::fromStdString(name);
+        if (key.toStdString() != name)
+            continue; // a byte-order mark
+        const auto string = message.arguments.text(key);
+        const auto number = message.arguments.number(key);
+        expect(string.has_value() == value.is_string() && number.has_value() == value.is_number());
+        expect(!string || string->toStdString() == value.get<std::string>());
+        expect(!number || *number == value.get<double>());
     }
 }
 
@@ -78,31 +63,29 @@ void compare(const JSONValue &value, const Json &other, int depth)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const QByteArray text(reinterpret_cast<const char *>(data), qsizetype(size));
-    const Verdict verdict = check(text, qsizetype(size) + 1);
-    for (const qsizetype step : {1, 5})
-        expect(check(text, step) == verdict);
+    const QByteArray body(reinterpret_cast<const char *>(data), qsizetype(size));
+    std::vector<RPCMessage> messages;
+    const RPCBody kind =
+        readMessages(body, [&](RPCMessage message) { messages.push_back(std::move(message)); });
 
-    if (verdict == Verdict::Malformed) {
-        // What is in it means nothing, but nothing may be read outside it.
-        for (JSONItems items{JSONValue(text)}; items.next();) {
-            (void)items.name().string();
-            (void)items.value().string();
-            (void)items.value().number();
-        }
-    }
-    // The other one passes over a byte-order mark, and takes a null byte for the end.
-    if (text.startsWith("\xef\xbb\xbf") || text.contains('\0')) {
-        expect(verdict == Verdict::Malformed);
+    // The library skips a byte-order mark, and takes NUL for the end.
+    if (body.startsWith("\xef\xbb\xbf") || body.contains('\0')) {
+        expect(kind == RPCBody::NotJSON);
         return 0;
     }
-    try {
-        const Json other = Json::parse(text.begin(), text.end());
-        expect(verdict == Verdict::WellFormed);
-        compare(JSONValue(text), other, comparedDepth);
-    } catch (const Json::exception &problem) {
-        // Numbers beyond a double are none for the other one.
-        expect(verdict == Verdict::Malformed || problem.id == numberOutOfRange);
+    const Json other = Json::parse(body.begin(), body.end(), nullptr, false);
+    if (other.is_discarded() || !other.is_structured()) {
+        expect(kind == RPCBody::NotJSON);
+    } else if (other.is_object()) {
+        expect(kind == RPCBody::Message && messages.size() == 1);
+        compare(messages[0], other);
+    } else if (std::any_of(other.begin(), other.end(),
+                           [](const Json &element) { return !element.is_object(); })) {
+        expect(kind == RPCBody::Invalid);
+    } else {
+        expect(kind == RPCBody::Batch && messages.size() == other.size());
+        for (size_t i = 0; i < messages.size(); ++i)
+            compare(messages[i], other[i]);
     }
     return 0;
 }

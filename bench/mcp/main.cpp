@@ -57,7 +57,10 @@ public:
     {
     }
     QByteArray definitions() const override { return m_definitions; }
-    QCoro::Task<Result<QString>> call(QString, ToolArguments) override { co_return QString(); }
+    QCoro::Task<Result<QString>> call(QString, ToolArguments, CallStop) override
+    {
+        co_return QString();
+    }
 
 private:
     QByteArray m_definitions;

@@ -135,7 +135,7 @@ const BoardTools::Tool *BoardTools::find(const QString &name)
     return found == std::end(tools) ? nullptr : found;
 }
 
-QCoro::Task<Result<QString>> BoardTools::call(QString name, ToolArguments arguments)
+QCoro::Task<Result<QString>> BoardTools::call(QString name, ToolArguments arguments, CallStop)
 {
     m_state.shell().appendInfo(logLine(name, arguments));
     const Tool *tool = find(name);

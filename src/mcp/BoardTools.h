@@ -26,7 +26,8 @@ public:
 
     [[nodiscard]] QByteArray definitions() const override;
     /// A question to the person holds its own call up, for as long as they take, and no other.
-    [[nodiscard]] QCoro::Task<Result<QString>> call(QString name, ToolArguments arguments) override;
+    [[nodiscard]] QCoro::Task<Result<QString>> call(QString name, ToolArguments arguments,
+                                                    CallStop stop) override;
 
 private:
     using Answer = QCoro::Task<Result<QString>>;

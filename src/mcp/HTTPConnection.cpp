@@ -11,24 +11,24 @@ namespace Korvane {
 
 namespace {
 
-// What one turn takes from one socket before the others have theirs.
-constexpr int readsPerTurn = 16;
+// How often one socket is read before the others are served.
+constexpr int readsPerTurn = 4;
 constexpr qsizetype keptCapacityBytes = qsizetype{64} * 1024;
 
-// What a request costs while it waits, beyond its body: about its head and the map of its headers.
+// What an unanswered request counts beyond its body: about its head and the map of its headers.
 constexpr qsizetype requestCostBytes = 1024;
 
 } // namespace
 
 HTTPConnection::HTTPConnection(quint64 id, int socket, const Handler &handler, HTTPLoad &load,
-                               HTTPRequestParser::BodyFilter keepsBody,
-                               std::shared_ptr<HTTPReplyBox> replies)
+                               HTTPRequestParser::HeadCheck isAuthorized,
+                               std::shared_ptr<HTTPReply::Mailbox> replies)
     : m_id(id)
     , m_socket(socket)
     , m_handler(handler)
     , m_load(load)
     , m_replies(std::move(replies))
-    , m_parser(std::move(keepsBody))
+    , m_parser(std::move(isAuthorized))
 {
 }
 
@@ -52,35 +52,46 @@ HTTPConnection::Outcome HTTPConnection::receive(std::span<char> scratch, bool ha
         if (m_isLeaving)
             continue;
         m_parser.append(QByteArrayView(scratch.data(), count));
-        handOver();
+        (void)handOver();
         if (m_parser.isRefusing())
             break;
-        // Less than there was room for: the socket is most likely empty, and will tell if not.
+        // Less than there was room for: the socket is most likely empty, and epoll reports if not.
         if (!hasPeerClosed && size_t(count) < scratch.size())
             break;
     }
+    // Not earlier: a request that came with the end of the stream is not answered.
+    if (!handOverAndSend())
+        return Outcome::Closed;
     return outcome();
 }
 
-void HTTPConnection::answer(const HTTPResponse &response, qsizetype requestBytes)
+void HTTPConnection::answer(const HTTPDelivery &delivery)
 {
     --m_unanswered;
-    m_unansweredBytes -= requestBytes;
-    response.appendTo(m_unsent);
+    m_unansweredBytes -= delivery.requestBytes;
+    delivery.response.appendTo(m_unsent);
+    m_lastActivity = std::chrono::steady_clock::now();
 }
 
 HTTPConnection::Outcome HTTPConnection::flush()
 {
-    if (!send())
-        return Outcome::Closed;
-    handOver();
-    return outcome();
+    return handOverAndSend() ? outcome() : Outcome::Closed;
+}
+
+/// False when the connection is closed.
+bool HTTPConnection::handOverAndSend()
+{
+    do {
+        if (!send())
+            return false;
+    } while (handOver());
+    return true;
 }
 
 unsigned HTTPConnection::wantedEvents() const
 {
     unsigned events = 0;
-    // The end of the stream counts only behind all that came before it.
+    // The end of the stream counts only after everything before it has been read.
     if (m_isLeaving || (mayHandOver() && !m_parser.isRefusing()))
         events |= EPOLLIN | EPOLLRDHUP;
     if (m_sent < m_unsent.size())
@@ -102,22 +113,31 @@ bool HTTPConnection::hasRoom() const
             && m_unansweredBytes < maxUnansweredBytes);
 }
 
-void HTTPConnection::handOver()
+/// True when there is something new to send.
+bool HTTPConnection::handOver()
 {
+    bool isAnswered = false;
     while (mayHandOver()) {
         auto request = m_parser.next();
         if (!request)
-            return;
+            break;
+        m_lastActivity = std::chrono::steady_clock::now();
         const auto bytes = requestCostBytes + request->body.size();
+        if (const auto response =
+                m_handler(std::move(*request), HTTPReply(m_replies, m_id, bytes))) {
+            response->appendTo(m_unsent);
+            isAnswered = true;
+            continue;
+        }
         ++m_unanswered;
         m_unansweredBytes += bytes;
         ++m_load.requests;
         m_load.bytes += bytes;
-        m_handler(std::move(*request), HTTPReply(m_replies, m_id, bytes));
     }
+    return isAnswered;
 }
 
-/// False when the connection is no more.
+/// False when the connection is closed.
 bool HTTPConnection::send()
 {
     while (m_sent < m_unsent.size()) {
@@ -126,7 +146,7 @@ bool HTTPConnection::send()
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0) {
-            // The rest moves to the front only when there is less of it than of what was sent.
+            // The rest is moved only when it is shorter than what was sent.
             if (m_sent > m_unsent.size() / 2) {
                 m_unsent.remove(0, m_sent);
                 m_sent = 0;
@@ -143,7 +163,7 @@ bool HTTPConnection::send()
     return true;
 }
 
-/// Answers what was beyond the bounds, once all that came before it has been answered.
+/// Refuses what is beyond the limits, once all requests before it have been answered.
 HTTPConnection::Outcome HTTPConnection::outcome()
 {
     if (!m_isLeaving && m_parser.isRefusing() && m_unanswered == 0) {

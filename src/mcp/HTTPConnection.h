@@ -3,13 +3,14 @@
 #include "mcp/HTTPReply.h"
 #include "mcp/HTTPRequestParser.h"
 
+#include <chrono>
 #include <functional>
 #include <span>
 
 namespace Korvane {
 
-/// How much has been handed over, by all connections together, and is not answered yet. It counts
-/// on for connections that have gone, since their requests are still waiting somewhere.
+/// The requests of all connections that have been handed over and not answered. Those of closed
+/// connections still count, since they still take memory.
 struct HTTPLoad
 {
     static constexpr qsizetype maxRequests = 2048;
@@ -18,81 +19,95 @@ struct HTTPLoad
     qsizetype requests = 0;
     qsizetype bytes = 0;
 
-    /// Nobody may hand over any more.
+    /// No connection may hand over more.
     [[nodiscard]] bool isFull() const { return requests >= maxRequests || bytes >= maxBytes; }
-    /// Each connection may only hand over one at a time, so that all have their turn.
+    /// Each connection may only hand over one at a time, so that all are served.
     [[nodiscard]] bool isHigh() const
     {
         return requests >= maxRequests / 2 || bytes >= maxBytes / 2;
     }
 };
 
-/// One accepted connection: cuts the requests out of what comes in, and sends the answers. Lives on
-/// the server's queue, which tells it what its socket is ready for.
+/// One accepted connection: cuts the requests out of the bytes received and sends the responses.
+/// Lives on the server's thread, which reports what the socket is ready for.
 ///
-/// Whoever asks much, or reads its answers slowly, holds back only itself: beyond the bounds below
-/// no further bytes are taken from its socket.
+/// A client that sends many requests, or reads responses slowly, delays only itself: beyond the
+/// limits below nothing more is read from its socket.
 class HTTPConnection final
 {
 public:
-    /// Handed over and not yet answered; one of any size always may be. The answers to these may
-    /// come on top of the next bound.
+    /// Handed over and not yet answered; one of any size is always allowed. The answers to these
+    /// may exceed the next limit.
     static constexpr qsizetype maxUnanswered = 128;
     static constexpr qsizetype maxUnansweredBytes = qsizetype{1024} * 1024;
-    /// Answers that the client has not taken.
+    /// Answers that the socket has not accepted.
     static constexpr qsizetype maxUnsentBytes = qsizetype{1024} * 1024;
 
-    using Handler = std::function<void(HTTPRequest, HTTPReply)>;
+    /// Returns the response, or nothing when it keeps the HTTPReply and calls that later.
+    using Handler = std::function<std::optional<HTTPResponse>(HTTPRequest, HTTPReply)>;
 
-    /// What the queue has to do about it now.
     enum class Outcome {
         Open,
-        /// It was told why, and hears nothing more: to be dropped when its client has closed too,
-        /// or after a moment. Dropped at once, what it was told might not reach it.
+        /// A refusal has been sent, and nothing more will be: close when the client has closed too,
+        /// or after a second. Closed at once, the refusal might not reach the client.
         Leaving,
         Closed,
     };
 
-    /// Takes \p socket (non-blocking) over. \p handler and \p load are borrowed.
+    /// Takes ownership of \p socket (non-blocking). \p handler and \p load are borrowed.
     HTTPConnection(quint64 id, int socket, const Handler &handler, HTTPLoad &load,
-                   HTTPRequestParser::BodyFilter keepsBody, std::shared_ptr<HTTPReplyBox> replies);
+                   HTTPRequestParser::HeadCheck isAuthorized,
+                   std::shared_ptr<HTTPReply::Mailbox> replies);
     ~HTTPConnection();
     HTTPConnection(const HTTPConnection &) = delete;
     HTTPConnection &operator=(const HTTPConnection &) = delete;
 
-    /// Takes what the socket holds, by way of \p scratch, and hands the requests over. With
-    /// \p hasPeerClosed, the client's last bytes and its end are taken in one go.
+    /// Reads what the socket holds, using \p scratch, and hands the requests over. With
+    /// \p hasPeerClosed, the client's last bytes and the end of the stream are read together.
     [[nodiscard]] Outcome receive(std::span<char> scratch, bool hasPeerClosed);
-    /// Adds the answer to a request of \p requestBytes to what `flush` sends.
-    void answer(const HTTPResponse &response, qsizetype requestBytes);
-    /// Sends what the socket takes, then goes on with requests that had to wait.
+    /// Adds the answer to what `flush` sends.
+    void answer(const HTTPDelivery &delivery);
+    /// Sends what the socket accepts, then hands over requests that were delayed.
     [[nodiscard]] Outcome flush();
 
-    /// It would take more from its client if the load of all allowed it.
+    /// It would hand over more if the load of all connections allowed it.
     [[nodiscard]] bool isHeldBackByOthers() const;
 
+    [[nodiscard]] bool isWaitingForAnswer() const { return m_unanswered > 0; }
+    /// A request with the token has begun on this connection.
+    [[nodiscard]] bool isAuthorized() const { return m_parser.hasSeenAuthorized(); }
+    /// Part of a request has arrived, and the rest has not.
+    [[nodiscard]] bool isInsideRequest() const { return m_parser.isInsideRequest(); }
+    /// When the connection was accepted, or its last request completed or answered.
+    [[nodiscard]] std::chrono::steady_clock::time_point lastActivity() const
+    {
+        return m_lastActivity;
+    }
+
     [[nodiscard]] int socket() const { return m_socket; }
-    /// The epoll events it waits for.
+    /// The epoll events to watch for.
     [[nodiscard]] unsigned wantedEvents() const;
 
 private:
     [[nodiscard]] bool mayHandOver() const { return !m_load.isFull() && hasRoom(); }
     [[nodiscard]] bool hasRoom() const;
-    void handOver();
+    [[nodiscard]] bool handOver();
     [[nodiscard]] bool send();
+    [[nodiscard]] bool handOverAndSend();
     [[nodiscard]] Outcome outcome();
 
     quint64 m_id;
     int m_socket;
     const Handler &m_handler;
     HTTPLoad &m_load;
-    std::shared_ptr<HTTPReplyBox> m_replies;
+    std::shared_ptr<HTTPReply::Mailbox> m_replies;
     HTTPRequestParser m_parser;
     qsizetype m_unanswered = 0;
     qsizetype m_unansweredBytes = 0;
     QByteArray m_unsent;
     qsizetype m_sent = 0; // of the front of m_unsent
     bool m_isLeaving = false;
+    std::chrono::steady_clock::time_point m_lastActivity = std::chrono::steady_clock::now();
 };
 
 } // namespace Korvane

@@ -1,67 +1,41 @@
 #pragma once
 
 #include "mcp/HTTPResponse.h"
+#include "mcp/Mailbox.h"
 
 #include <QtGlobal>
 
 #include <memory>
-#include <mutex>
-#include <vector>
 
 namespace Korvane {
 
-/// Where answers from any thread wait until the server's queue takes them to their connections.
-class HTTPReplyBox final
+/// The response to one request, on its way to the server's thread.
+struct HTTPDelivery
 {
-public:
-    struct Entry
-    {
-        quint64 connection;
-        qsizetype requestBytes;
-        HTTPResponse response;
-    };
-
-    HTTPReplyBox();
-    ~HTTPReplyBox();
-    HTTPReplyBox(const HTTPReplyBox &) = delete;
-    HTTPReplyBox &operator=(const HTTPReplyBox &) = delete;
-
-    /// Any thread. After `close` it does nothing.
-    void post(Entry entry);
-    /// Any thread: wakes the queue, whose next `take` then says so.
-    void requestStop();
-
-    /// Puts what has been posted into \p entries, in order. False when the queue is to stop.
-    [[nodiscard]] bool take(std::vector<Entry> &entries);
-    /// An eventfd that is written to, and never read, whenever there is something new after
-    /// nothing. -1 when the system had no descriptor left.
-    [[nodiscard]] int wakeDescriptor() const { return m_wakeDescriptor; }
-    void close();
-
-private:
-    void wake();
-
-    std::mutex m_mutex;
-    std::vector<Entry> m_entries;
-    bool m_isStopRequested = false;
-    bool m_isClosed = false;
-    int m_wakeDescriptor = -1;
+    quint64 connection = 0;
+    qsizetype requestBytes = 0;
+    HTTPResponse response;
 };
 
-/// Answers one request: once, at any time, from any thread. When the connection or the server has
-/// gone meanwhile, nothing happens.
+/// Answers one request: once, at any time, from any thread. Does nothing when called again, or when
+/// the connection or the server has been closed meanwhile.
 class HTTPReply final
 {
 public:
-    /// \p requestBytes is what the request costs while it waits.
-    HTTPReply(std::shared_ptr<HTTPReplyBox> box, quint64 connection, qsizetype requestBytes);
+    using Mailbox = Korvane::Mailbox<HTTPDelivery>;
+
+    /// \p requestBytes is what the request counts while it is unanswered.
+    HTTPReply(std::shared_ptr<Mailbox> mailbox, quint64 connection, qsizetype requestBytes);
     HTTPReply(HTTPReply &&) noexcept = default;
     HTTPReply &operator=(HTTPReply &&) noexcept = default;
 
     void operator()(HTTPResponse response);
 
+    /// The id of the connection that the request came from; unique within one server.
+    [[nodiscard]] quint64 connection() const { return m_connection; }
+
 private:
-    std::shared_ptr<HTTPReplyBox> m_box; // null once answered
+    std::shared_ptr<Mailbox> m_mailbox; // null once answered
     quint64 m_connection;
     qsizetype m_requestBytes;
 };

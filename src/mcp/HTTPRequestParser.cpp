@@ -73,8 +73,8 @@ qsizetype bodyLength(std::string_view value)
 
 } // namespace
 
-HTTPRequestParser::HTTPRequestParser(BodyFilter keepsBody)
-    : m_keepsBody(std::move(keepsBody))
+HTTPRequestParser::HTTPRequestParser(HeadCheck isAuthorized)
+    : m_isAuthorized(std::move(isAuthorized))
 {
 }
 
@@ -122,7 +122,8 @@ bool HTTPRequestParser::readHead()
         return false;
 
     m_hasHead = true;
-    m_isBodyKept = m_bodyLeft == 0 || !m_keepsBody || m_keepsBody(m_request);
+    m_isBodyKept = !m_isAuthorized || m_isAuthorized(m_request);
+    m_hasSeenAuthorized = m_hasSeenAuthorized || m_isBodyKept;
     const auto behindHead = rest.sliced(qsizetype(end) + qsizetype(headEnd.size()));
     const auto part = behindHead.first(std::min(m_bodyLeft, behindHead.size()));
     takeBody(part);

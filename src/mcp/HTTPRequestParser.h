@@ -17,17 +17,22 @@ public:
     static constexpr qsizetype maxHeadBytes = qsizetype{64} * 1024;
     static constexpr qsizetype maxBodyBytes = qsizetype{64} * 1024 * 1024;
 
-    /// Asked once for each request with a body, when only its head is there.
-    using BodyFilter = std::function<bool(const HTTPRequest &head)>;
+    /// Called once for each request, when its head is complete.
+    using HeadCheck = std::function<bool(const HTTPRequest &head)>;
 
-    /// Where \p keepsBody says no, the body is passed over as it comes and the request delivered
-    /// with an empty one. Without a filter all bodies are kept.
-    explicit HTTPRequestParser(BodyFilter keepsBody = {});
+    /// When \p isAuthorized returns false, the body is dropped as it arrives and the request is
+    /// returned with an empty one. Without a check all bodies are kept.
+    explicit HTTPRequestParser(HeadCheck isAuthorized = {});
 
     void append(QByteArrayView bytes);
 
-    /// The next request that is there completely; nothing when more bytes are needed.
+    /// The next complete request; nothing when more bytes are needed.
     [[nodiscard]] std::optional<HTTPRequest> next();
+
+    /// A part of a request has arrived that `next` has not returned yet.
+    [[nodiscard]] bool isInsideRequest() const { return m_hasHead || m_start < m_buffer.size(); }
+    /// The check has accepted at least one head.
+    [[nodiscard]] bool hasSeenAuthorized() const { return m_hasSeenAuthorized; }
 
     /// A length or size was beyond the bounds. The stream cannot be followed any further: nothing
     /// is accepted from then on.
@@ -40,7 +45,8 @@ private:
     void refuse();
     void takeBody(QByteArrayView bytes);
 
-    BodyFilter m_keepsBody;
+    HeadCheck m_isAuthorized;
+    bool m_hasSeenAuthorized = false;
     QByteArray m_buffer;      // from m_start: what has not been consumed; empty during a body
     qsizetype m_start = 0;    // of the consumed bytes at the front of m_buffer
     qsizetype m_searched = 0; // from m_start: no end of a head begins before this

@@ -1,10 +1,7 @@
 #include "mcp/MCPEndpoint.h"
 
-#include "mcp/JSONChecker.h"
-#include "mcp/JSONItems.h"
-#include "mcp/JSONText.h"
-
-#include <QElapsedTimer>
+#include "mcp/RPCReader.h"
+#include "mcp/RPCReply.h"
 
 #include <utility>
 
@@ -14,14 +11,8 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-// What is done in one go before the window has its turn.
-constexpr qsizetype checkedBytesPerTurn = qsizetype{1024} * 1024;
-constexpr qint64 batchTurnMs = 4;
-
-// A batch asks for far more than it says: without a bound a few megabytes could ask for gigabytes.
-constexpr qsizetype maxBatchReplyBytes = qsizetype{64} * 1024 * 1024;
-
-const QString defaultProtocolVersion = u"2025-06-18"_s;
+// What a call or a cancellation in a batch counts, about its size in memory without its arguments.
+constexpr qsizetype stepCostBytes = 256;
 
 HTTPResponse plainText(int status, const QByteArray &text)
 {
@@ -34,143 +25,15 @@ HTTPResponse json(int status, QByteArray body)
     return {status, headers, std::move(body)};
 }
 
-// All keys of all objects below are written in sorted order.
-
-QByteArray success(const QByteArray &id, const QByteArray &result)
-{
-    return R"({"id":)" + id + R"(,"jsonrpc":"2.0","result":)" + result + '}';
-}
-
-QByteArray failure(const QByteArray &id, int code, const QString &message)
-{
-    QByteArray reply = R"({"error":{"code":)" + QByteArray::number(code) + R"(,"message":)";
-    appendJSONString(reply, message);
-    reply += R"(},"id":)" + id + R"(,"jsonrpc":"2.0"})";
-    return reply;
-}
-
-QByteArray toolResult(const QByteArray &id, const QString &text, bool isError)
-{
-    QByteArray result = R"({"content":[{"text":)";
-    appendJSONString(result, text);
-    result += R"(,"type":"text"}],"isError":)";
-    result += isError ? "true}" : "false}";
-    return success(id, result);
-}
-
-QByteArray initializeResult(const QString &protocolVersion)
-{
-    QByteArray result = R"({"capabilities":{"tools":{"listChanged":false}},"protocolVersion":)";
-    appendJSONString(result, protocolVersion);
-    result += R"(,"serverInfo":{"name":"korvane","version":")" KORVANE_VERSION R"("}})";
-    return result;
-}
-
-/// The last member of that name; an empty value (which is none) when there is no such member.
-JSONValue member(const JSONValue &object, QLatin1StringView name)
-{
-    JSONValue value{QByteArrayView()};
-    for (JSONItems items(object); items.next();) {
-        if (items.name().says(name))
-            value = items.value();
-    }
-    return value;
-}
-
-ToolArguments readArguments(const JSONValue &object)
-{
-    ToolArguments arguments;
-    if (!object.isObject())
-        return arguments;
-    for (JSONItems items(object); items.next();) {
-        const QString name = items.name().string();
-        if (items.value().isString())
-            arguments.insert(name, items.value().string());
-        else if (items.value().kind() == JSONValue::Kind::Number)
-            arguments.insert(name, items.value().number());
-        else
-            arguments.remove(name); // of two members with one name the later counts
-    }
-    return arguments;
-}
-
 } // namespace
 
-struct MCPEndpoint::Message
-{
-    enum class Kind { Notification, Call, ToolCall };
-
-    Kind kind = Kind::Notification;
-    QString method;
-    QByteArray id; // as it was written
-    JSONValue params{QByteArrayView()};
-};
-
-MCPEndpoint::MCPEndpoint(MCPAccess access, ToolSet &tools, const QObject *state)
+MCPEndpoint::MCPEndpoint(MCPAccess access, const QByteArray &toolDefinitions)
     : m_access(std::move(access))
-    , m_tools(tools)
-    , m_state(state)
+    , m_toolsResult(R"({"tools":)" + toolDefinitions + '}')
 {
 }
 
-QCoro::Task<HTTPResponse> MCPEndpoint::answer(HTTPRequest request)
-{
-    const auto alive = m_lifetime.watch();
-    if (auto response = answerWithoutBody(request))
-        co_return std::move(*response);
-
-    JSONChecker checker(request.body);
-    auto verdict = checker.advance(checkedBytesPerTurn);
-    while (verdict == JSONChecker::Verdict::Unfinished) {
-        if (!co_await m_delay.sleep(std::chrono::milliseconds(0)) || !alive)
-            co_return HTTPResponse{404};
-        verdict = checker.advance(checkedBytesPerTurn);
-    }
-    const JSONValue root(request.body);
-    const bool isBatch = root.kind() == JSONValue::Kind::Array;
-    if (verdict == JSONChecker::Verdict::Malformed || (!isBatch && !root.isObject()))
-        co_return json(400, failure("null", -32700, u"Parse error"_s));
-    if (isBatch && !checker.isArrayOfObjects())
-        co_return json(400, failure("null", -32600, u"Invalid request"_s));
-
-    if (isBatch)
-        co_return co_await answerBatch(root);
-    Message message = read(root);
-    const QByteArray reply = co_await handle(std::move(message));
-    if (!alive)
-        co_return HTTPResponse{404};
-    co_return reply.isEmpty() ? HTTPResponse{202} : json(200, reply);
-}
-
-/// One message after the other, each to its end before the next.
-QCoro::Task<HTTPResponse> MCPEndpoint::answerBatch(JSONValue batch)
-{
-    const auto alive = m_lifetime.watch();
-    QByteArray replies;
-    QElapsedTimer turn;
-    turn.start();
-    for (JSONItems items(batch); items.next();) {
-        if (turn.hasExpired(batchTurnMs)) {
-            if (!co_await m_delay.sleep(std::chrono::milliseconds(0)) || !alive)
-                co_return HTTPResponse{404};
-            turn.start();
-        }
-        Message message = read(items.value());
-        const QByteArray reply = co_await handle(std::move(message));
-        if (!alive)
-            co_return HTTPResponse{404};
-        if (reply.isEmpty())
-            continue;
-        replies += replies.isEmpty() ? '[' : ',';
-        replies += reply;
-        if (replies.size() > maxBatchReplyBytes)
-            co_return json(400, failure("null", -32600, u"Invalid request"_s));
-    }
-    co_return replies.isEmpty() ? HTTPResponse{202} : json(200, replies + ']');
-}
-
-/// What needs no look at the body; nothing for a POST that may pass.
-std::optional<HTTPResponse> MCPEndpoint::answerWithoutBody(const HTTPRequest &request) const
+MCPEndpoint::Answer MCPEndpoint::answer(const HTTPRequest &request) const
 {
     if (!m_access.isForEndpoint(request))
         return HTTPResponse{404};
@@ -182,62 +45,78 @@ std::optional<HTTPResponse> MCPEndpoint::answerWithoutBody(const HTTPRequest &re
         return plainText(405, "This endpoint does not provide an SSE stream");
     if (request.method != "POST")
         return HTTPResponse{405};
-    return std::nullopt;
-}
 
-MCPEndpoint::Message MCPEndpoint::read(const JSONValue &object)
-{
-    Message message;
-    bool hasId = false;
-    for (JSONItems items(object); items.next();) {
-        const JSONValue &value = items.value();
-        // Of two members with one name the later counts.
-        if (items.name().says("method"_L1)) {
-            message.method = value.string();
-        } else if (items.name().says("params"_L1)) {
-            message.params = value;
-        } else if (items.name().says("id"_L1)) {
-            message.id = value.text().toByteArray();
-            hasId = true;
+    ToolRequest work;
+    QByteArray replies; // behind the last step
+    qsizetype bytes = 0;
+    const auto addStep = [&](ToolRequest::Step step) {
+        if (!replies.isEmpty())
+            work.steps.emplace_back(std::exchange(replies, {}));
+        work.steps.push_back(std::move(step));
+        bytes += stepCostBytes;
+    };
+    const RPCBody body = readMessages(request.body, [&](RPCMessage message) {
+        if (bytes > maxBatchBytes)
+            return;
+        if (message.isRequest && message.method == "tools/call"_L1) {
+            addStep(ToolRequest::Call{std::move(message.id), std::move(message.toolName),
+                                      std::move(message.arguments)});
+        } else if (message.isRequest) {
+            const QByteArray one = reply(message);
+            if (!replies.isEmpty())
+                replies += ',';
+            replies += one;
+            bytes += one.size() + 1;
+        } else if (message.method == "notifications/cancelled"_L1) {
+            addStep(ToolRequest::Cancellation{std::move(message.requestId)});
         }
+    });
+
+    switch (body) {
+    case RPCBody::NotJSON:
+        return json(400, RPCReply::failure("null", -32700, u"Parse error"_s));
+    case RPCBody::Invalid:
+        return invalidRequest();
+    case RPCBody::Message:
+        break;
+    case RPCBody::Batch:
+        if (bytes > maxBatchBytes)
+            return invalidRequest();
     }
-    if (hasId)
-        message.kind =
-            message.method == "tools/call"_L1 ? Message::Kind::ToolCall : Message::Kind::Call;
-    return message;
+    work.isBatch = body == RPCBody::Batch;
+    if (work.steps.empty())
+        return response(replies, work.isBatch);
+    if (!replies.isEmpty())
+        work.steps.emplace_back(std::move(replies));
+    return work;
 }
 
-QByteArray MCPEndpoint::answerAtOnce(const Message &message)
+QByteArray MCPEndpoint::reply(const RPCMessage &message) const
 {
+    static const QString defaultProtocolVersion = u"2025-06-18"_s;
+
     if (message.method == "ping"_L1)
-        return success(message.id, "{}");
-    if (message.method == "tools/list"_L1) {
-        if (m_toolsResult.isEmpty())
-            m_toolsResult = R"({"tools":)" + m_tools.definitions() + '}';
-        return success(message.id, m_toolsResult);
-    }
+        return RPCReply::success(message.id, "{}");
+    if (message.method == "tools/list"_L1)
+        return RPCReply::success(message.id, m_toolsResult);
     if (message.method == "initialize"_L1) {
-        const JSONValue version = member(message.params, "protocolVersion"_L1);
-        return success(
+        return RPCReply::success(
             message.id,
-            initializeResult(version.isString() ? version.string() : defaultProtocolVersion));
+            RPCReply::initializeResult(message.protocolVersion.value_or(defaultProtocolVersion)));
     }
-    return failure(message.id, -32601, u"Unknown method: "_s + message.method);
+    return RPCReply::failure(message.id, -32601, u"Unknown method: "_s + message.method);
 }
 
-/// The reply, or nothing for a notification.
-QCoro::Task<QByteArray> MCPEndpoint::handle(Message message)
+HTTPResponse MCPEndpoint::response(const QByteArray &replies, bool isBatch)
 {
-    if (message.kind == Message::Kind::Notification)
-        co_return {};
-    if (message.kind == Message::Kind::Call)
-        co_return answerAtOnce(message);
-    if (!m_state)
-        co_return toolResult(message.id, u"The IDE is shutting down."_s, true);
-    const QString name = member(message.params, "name"_L1).string();
-    ToolArguments arguments = readArguments(member(message.params, "arguments"_L1));
-    const Result<QString> result = co_await m_tools.call(name, std::move(arguments));
-    co_return toolResult(message.id, result ? *result : result.error().message, !result);
+    if (replies.isEmpty())
+        return HTTPResponse{202};
+    return json(200, isBatch ? '[' + replies + ']' : replies);
+}
+
+HTTPResponse MCPEndpoint::invalidRequest()
+{
+    return json(400, RPCReply::failure("null", -32600, u"Invalid request"_s));
 }
 
 } // namespace Korvane

@@ -1,46 +1,64 @@
 #pragma once
 
-#include "base/Delay.h"
-#include "base/Lifetime.h"
 #include "mcp/HTTPResponse.h"
-#include "mcp/JSONValue.h"
 #include "mcp/MCPAccess.h"
 #include "mcp/ToolSet.h"
 
-#include <QPointer>
+#include <variant>
+#include <vector>
 
 namespace Korvane {
 
-/// Answers the requests of an assistant: checks who asks, reads the JSON-RPC messages and hands
-/// tool calls to the tools. It keeps nothing of one request for the next. Main thread only.
+struct RPCMessage;
+
+/// What a POST asks of the main thread, in the order of its messages.
+struct ToolRequest
+{
+    struct Call
+    {
+        QByteArray id; // as JSON
+        QString name;
+        ToolArguments arguments;
+    };
+    struct Cancellation
+    {
+        QByteArray requestId; // as JSON
+    };
+    /// A QByteArray holds replies that are known already, separated by commas.
+    using Step = std::variant<QByteArray, Call, Cancellation>;
+
+    bool isBatch = false;
+    std::vector<Step> steps;
+};
+
+/// Answers the requests of an assistant as far as that needs no main thread: checks who asks, reads
+/// the JSON-RPC messages, answers all but tool calls and cancellations. Immutable and thread-safe.
 ///
 /// The messages and their answers are described in docs/formats/http-and-json-rpc.md.
 class MCPEndpoint final
 {
 public:
-    /// \p tools is borrowed. \p state is what they work on; once it has gone, they are not asked
-    /// any more.
-    MCPEndpoint(MCPAccess access, ToolSet &tools, const QObject *state);
+    using Answer = std::variant<HTTPResponse, ToolRequest>;
 
-    /// Suspends while a tool works, and in between for a long request, so that the window is never
-    /// kept waiting. When this object goes before the end, the answer is a 404 at once.
-    [[nodiscard]] QCoro::Task<HTTPResponse> answer(HTTPRequest request);
+    /// \p toolDefinitions is a JSON array.
+    MCPEndpoint(MCPAccess access, const QByteArray &toolDefinitions);
+
+    [[nodiscard]] Answer answer(const HTTPRequest &request) const;
+
+    /// The response to a POST with these replies, separated by commas; 202 when there are none.
+    [[nodiscard]] static HTTPResponse response(const QByteArray &replies, bool isBatch);
+    /// The response to a batch whose replies would be longer than `maxBatchBytes`.
+    [[nodiscard]] static HTTPResponse invalidRequest();
+
+    /// A batch asks for more than it contains: without a limit, a few megabytes could ask for
+    /// gigabytes. Limits the replies, and the memory of calls that are waiting.
+    static constexpr qsizetype maxBatchBytes = qsizetype{64} * 1024 * 1024;
 
 private:
-    struct Message;
-
-    [[nodiscard]] std::optional<HTTPResponse> answerWithoutBody(const HTTPRequest &request) const;
-    [[nodiscard]] static Message read(const JSONValue &object);
-    [[nodiscard]] QByteArray answerAtOnce(const Message &message);
-    [[nodiscard]] QCoro::Task<HTTPResponse> answerBatch(JSONValue batch);
-    [[nodiscard]] QCoro::Task<QByteArray> handle(Message message);
+    [[nodiscard]] QByteArray reply(const RPCMessage &message) const;
 
     MCPAccess m_access;
-    ToolSet &m_tools;
-    QPointer<const QObject> m_state;
-    QByteArray m_toolsResult; // made on first use
-    Delay m_delay;
-    Lifetime m_lifetime;
+    QByteArray m_toolsResult;
 };
 
 } // namespace Korvane

@@ -19,16 +19,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// What epoll says was ready: one of these, or the id of a connection.
+// The key of an epoll event: one of these, or the id of a connection.
 constexpr quint64 wakeKey = 0;
 constexpr quint64 listenerKey = 1;
 constexpr quint64 firstConnectionId = 2;
 
 constexpr size_t scratchBytes = size_t{64} * 1024;
 constexpr int acceptsPerTurn = 64;
-// How long a refused client may go on sending before its connection is cut off.
+// How long a refused client may continue to send before its connection is closed.
 constexpr auto leavingTime = 1s;
-// Descriptors may also be freed elsewhere in the program, where nobody tells.
+// Descriptors may also be freed elsewhere in the program.
 constexpr auto listenAgainTime = 100ms;
 
 Error systemError(int code)
@@ -38,10 +38,11 @@ Error systemError(int code)
 
 } // namespace
 
-MCPHTTPServer::MCPHTTPServer(quint16 port, Handler handler, HTTPRequestParser::BodyFilter keepsBody)
+MCPHTTPServer::MCPHTTPServer(quint16 port, Handler handler,
+                             HTTPRequestParser::HeadCheck isAuthorized)
     : m_port(port)
     , m_handler(std::move(handler))
-    , m_keepsBody(std::move(keepsBody))
+    , m_isAuthorized(std::move(isAuthorized))
     , m_nextId(firstConnectionId)
 {
 }
@@ -56,61 +57,63 @@ void MCPHTTPServer::setOnFailure(std::function<void(const QString &)> onFailure)
     m_onFailure = std::move(onFailure);
 }
 
+void MCPHTTPServer::setOnAbandoned(std::function<void(quint64)> onAbandoned)
+{
+    m_onAbandoned = std::move(onAbandoned);
+}
+
 Result<void> MCPHTTPServer::start()
 {
-    Q_ASSERT(!m_queue.joinable());
-    if (auto listening = listenOnLoopback(); !listening) {
-        closeDescriptors();
+    Q_ASSERT(!m_thread.joinable());
+    if (auto listening = listenOnLoopback(); !listening)
         return listening;
-    }
     m_scratch.resize(scratchBytes);
 
-    // Signals are the main thread's business: the queue's thread inherits that it takes none.
+    // Signals are handled on the main thread; the new thread inherits a mask that blocks them all.
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
     pthread_sigmask(SIG_SETMASK, &all, &before);
     Result<void> started;
     try {
-        m_queue = std::thread([this] { run(); });
+        m_thread = std::thread([this] { run(); });
     } catch (const std::system_error &problem) {
         started = systemError(problem.code().value());
     }
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    if (!started)
-        closeDescriptors();
     return started;
 }
 
 void MCPHTTPServer::stop()
 {
-    if (!m_queue.joinable())
+    if (!m_thread.joinable())
         return;
-    Q_ASSERT(m_queue.get_id() != std::this_thread::get_id());
-    m_replies->requestStop();
-    m_queue.join();
+    Q_ASSERT(m_thread.get_id() != std::this_thread::get_id());
+    m_isStopRequested = true;
+    m_replies->wake();
+    m_thread.join();
 }
 
 Result<void> MCPHTTPServer::listenOnLoopback()
 {
-    m_epoll = epoll_create1(EPOLL_CLOEXEC);
-    m_listener = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (m_replies->wakeDescriptor() < 0 || m_epoll < 0 || m_listener < 0)
+    m_epoll.reset(epoll_create1(EPOLL_CLOEXEC));
+    m_listener.reset(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    if (m_replies->descriptor() < 0 || !m_epoll.isValid() || !m_listener.isValid())
         return systemError(errno);
 
     // Connections of a server that has just stopped linger; they must not keep the port.
     const int on = 1;
-    ::setsockopt(m_listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    ::setsockopt(m_listener.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     address.sin_port = htons(m_port);
     socklen_t length = sizeof address;
     auto *const generic = reinterpret_cast<sockaddr *>(&address);
-    if (::bind(m_listener, generic, length) != 0 || ::listen(m_listener, SOMAXCONN) != 0
-        || ::getsockname(m_listener, generic, &length) != 0
-        || !watch(EPOLL_CTL_ADD, m_replies->wakeDescriptor(), EPOLLIN | EPOLLET, wakeKey)
-        || !watch(EPOLL_CTL_ADD, m_listener, EPOLLIN, listenerKey))
+    if (::bind(m_listener.get(), generic, length) != 0 || ::listen(m_listener.get(), SOMAXCONN) != 0
+        || ::getsockname(m_listener.get(), generic, &length) != 0
+        || !watch(EPOLL_CTL_ADD, m_replies->descriptor(), EPOLLIN | EPOLLET, wakeKey)
+        || !watch(EPOLL_CTL_ADD, m_listener.get(), EPOLLIN, listenerKey))
         return systemError(errno);
     m_port = ntohs(address.sin_port);
     return {};
@@ -121,15 +124,7 @@ bool MCPHTTPServer::watch(int operation, int descriptor, unsigned events, quint6
     epoll_event event = {};
     event.events = events;
     event.data.u64 = key;
-    return epoll_ctl(m_epoll, operation, descriptor, &event) == 0;
-}
-
-void MCPHTTPServer::closeDescriptors()
-{
-    for (int *const descriptor : {&m_listener, &m_epoll}) {
-        if (*descriptor >= 0)
-            ::close(std::exchange(*descriptor, -1));
-    }
+    return epoll_ctl(m_epoll.get(), operation, descriptor, &event) == 0;
 }
 
 void MCPHTTPServer::run()
@@ -137,8 +132,8 @@ void MCPHTTPServer::run()
     pthread_setname_np(pthread_self(), "mcp.http.server");
 
     std::array<epoll_event, 256> events;
-    while (m_isRunning) {
-        const int count = epoll_wait(m_epoll, events.data(), int(events.size()), timeoutMs());
+    while (!m_isStopRequested) {
+        const int count = epoll_wait(m_epoll.get(), events.data(), int(events.size()), timeoutMs());
         for (int i = 0; i < count; ++i) {
             const auto key = events[size_t(i)].data.u64;
             if (key == listenerKey)
@@ -147,11 +142,12 @@ void MCPHTTPServer::run()
                 serve(key, events[size_t(i)].events);
         }
         dropOverdue();
-        // After the sockets: a client that has closed meanwhile gets no reply.
+        // After the sockets: a client that has closed meanwhile gets no response.
         deliverReplies();
     }
     m_clients.clear();
-    closeDescriptors();
+    m_listener.reset();
+    m_epoll.reset();
     m_replies->close();
 }
 
@@ -169,7 +165,8 @@ int MCPHTTPServer::timeoutMs() const
 void MCPHTTPServer::acceptWaiting()
 {
     for (int i = 0; i < acceptsPerTurn; ++i) {
-        const int socket = ::accept4(m_listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+        const int socket =
+            ::accept4(m_listener.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (socket < 0) {
             switch (errno) {
             case EAGAIN:
@@ -185,15 +182,15 @@ void MCPHTTPServer::acceptWaiting()
             case EOPNOTSUPP:
                 return failListening(errno);
             default:
-                continue; // it was that one connection's trouble
+                continue; // concerns that one connection only
             }
         }
-        // Answers are written whole, so there is nothing to gain from waiting for more.
+        // Responses are written in one piece, so there is nothing to wait for.
         const int on = 1;
         ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         const auto id = m_nextId++;
         std::unique_ptr<Client> client(
-            new Client{{id, socket, m_handler, m_load, m_keepsBody, m_replies}});
+            new Client{{id, socket, m_handler, m_load, m_isAuthorized, m_replies}});
         if (watch(EPOLL_CTL_ADD, socket, 0, id)) {
             const auto entry = m_clients.emplace(id, std::move(client)).first;
             settle(id, *entry->second, HTTPConnection::Outcome::Open);
@@ -201,16 +198,16 @@ void MCPHTTPServer::acceptWaiting()
     }
 }
 
-/// The waiting connections keep the listener readable: without this the queue would spin.
+/// The waiting connections keep the listener readable: without this the thread would spin.
 void MCPHTTPServer::pauseListening()
 {
-    m_isListeningPaused = watch(EPOLL_CTL_MOD, m_listener, 0, listenerKey);
+    m_isListeningPaused = watch(EPOLL_CTL_MOD, m_listener.get(), 0, listenerKey);
     m_listenAgain = Clock::now() + listenAgainTime;
 }
 
 void MCPHTTPServer::failListening(int code)
 {
-    epoll_ctl(m_epoll, EPOLL_CTL_DEL, m_listener, nullptr);
+    epoll_ctl(m_epoll.get(), EPOLL_CTL_DEL, m_listener.get(), nullptr);
     if (m_onFailure)
         m_onFailure(qt_error_string(code));
 }
@@ -235,16 +232,15 @@ void MCPHTTPServer::serve(quint64 id, unsigned events)
 
 void MCPHTTPServer::deliverReplies()
 {
-    m_isRunning = m_replies->take(m_entries);
-    for (const auto &[id, requestBytes, response] : m_entries) {
+    while (const auto delivery = m_replies->take()) {
         --m_load.requests;
-        m_load.bytes -= requestBytes;
-        const auto found = m_clients.find(id);
+        m_load.bytes -= delivery->requestBytes;
+        const auto found = m_clients.find(delivery->connection);
         if (found == m_clients.end())
             continue;
-        found->second->connection.answer(response, requestBytes);
+        found->second->connection.answer(*delivery);
         if (!std::exchange(found->second->isMarked, true))
-            m_marked.push_back(id);
+            m_marked.push_back(delivery->connection);
     }
     resumeHeldBack();
     for (const auto id : m_marked) {
@@ -258,8 +254,8 @@ void MCPHTTPServer::deliverReplies()
     m_marked.clear();
 }
 
-/// Those that have waited longest come before those whose replies are there: otherwise whoever asks
-/// without end would take every place that becomes free.
+/// The connections that have waited longest come before those whose replies are ready: otherwise a
+/// client that asks without pause would take every place that becomes free.
 void MCPHTTPServer::resumeHeldBack()
 {
     while (!m_heldBack.empty() && !m_load.isFull()) {
@@ -277,11 +273,11 @@ void MCPHTTPServer::resumeHeldBack()
     }
 }
 
-/// Follows up what a connection has come to. Destroys a closed one.
+/// Acts on the outcome of an operation. Destroys a closed connection.
 void MCPHTTPServer::settle(quint64 id, Client &client, HTTPConnection::Outcome outcome)
 {
     if (outcome == HTTPConnection::Outcome::Closed) {
-        m_clients.erase(id);
+        drop(id);
         return;
     }
     if (outcome == HTTPConnection::Outcome::Leaving && !std::exchange(client.isLeaving, true))
@@ -294,17 +290,28 @@ void MCPHTTPServer::settle(quint64 id, Client &client, HTTPConnection::Outcome o
         client.watchedEvents = events;
 }
 
+void MCPHTTPServer::drop(quint64 id)
+{
+    const auto found = m_clients.find(id);
+    if (found == m_clients.end())
+        return;
+    const bool isWaiting = found->second->connection.isWaitingForAnswer();
+    m_clients.erase(found);
+    if (isWaiting && m_onAbandoned)
+        m_onAbandoned(id);
+}
+
 void MCPHTTPServer::dropOverdue()
 {
     if (m_leaving.empty() && !m_isListeningPaused)
         return;
     const auto now = Clock::now();
     while (!m_leaving.empty() && m_leaving.front().first <= now) {
-        m_clients.erase(m_leaving.front().second);
+        drop(m_leaving.front().second);
         m_leaving.pop_front();
     }
     if (m_isListeningPaused && m_listenAgain <= now)
-        m_isListeningPaused = !watch(EPOLL_CTL_MOD, m_listener, EPOLLIN, listenerKey);
+        m_isListeningPaused = !watch(EPOLL_CTL_MOD, m_listener.get(), EPOLLIN, listenerKey);
 }
 
 } // namespace Korvane

@@ -5,6 +5,7 @@
 
 #include <QString>
 
+#include <atomic>
 #include <chrono>
 #include <deque>
 #include <thread>
@@ -12,38 +13,41 @@
 
 namespace Korvane {
 
-/// A small HTTP/1.1 server on the loopback interface, on a thread of its own: its serial queue,
-/// "mcp.http.server". It accepts any number of connections, keeps them alive and hands every
-/// complete request to one handler. It knows nothing of what the requests mean.
+/// A small HTTP/1.1 server on the loopback interface with a thread of its own, "mcp.http.server".
+/// It keeps connections alive and hands every complete request to one handler.
 ///
-/// One thread owns the server; all that happens to sockets happens on the queue. Made anew for
-/// every start.
+/// One thread owns the server object; everything about sockets happens on the server's thread. A
+/// new object is made for every start.
 class MCPHTTPServer final
 {
 public:
-    /// Called on the queue, and must return quickly: the reply can be given later, from any thread.
-    /// Every request must be answered in the end, since those that wait are counted.
+    /// Called on the server's thread; must not block. It returns the response, or keeps the
+    /// HTTPReply and calls it later from any thread. Every request must be answered in the end,
+    /// since unanswered ones are counted.
     using Handler = HTTPConnection::Handler;
 
-    /// \p port 0 lets the system choose. \p keepsBody, called on the queue, declines bodies before
-    /// they come: what no handler will look at need not be held.
-    MCPHTTPServer(quint16 port, Handler handler, HTTPRequestParser::BodyFilter keepsBody = {});
+    /// \p port 0 lets the system choose. \p isAuthorized is called on the server's thread with each
+    /// head: bodies that it refuses are not kept in memory.
+    MCPHTTPServer(quint16 port, Handler handler, HTTPRequestParser::HeadCheck isAuthorized = {});
     /// Stops.
     ~MCPHTTPServer();
     MCPHTTPServer(const MCPHTTPServer &) = delete;
     MCPHTTPServer &operator=(const MCPHTTPServer &) = delete;
 
-    /// Called on the queue with the system's words when the listener fails later on. The listener
-    /// is then of no more use; connections go on until `stop`. To be set before `start`.
+    /// Called on the server's thread with the system's message when the listener fails after
+    /// `start`. Connections continue until `stop`. Must be set before `start`.
     void setOnFailure(std::function<void(const QString &)> onFailure);
+    /// Called on the server's thread with the id of a connection that was closed before all of its
+    /// requests were answered, but not by `stop`. Must be set before `start`.
+    void setOnAbandoned(std::function<void(quint64)> onAbandoned);
 
-    /// Listens when it returns, or has failed with `ErrorCode::Network` and the system's words.
+    /// Fails with `ErrorCode::Network` and the system's message.
     [[nodiscard]] Result<void> start();
-    /// Returns when the listener and all connections are closed: the port is free again. Replies
-    /// that come later do nothing. Never from the queue.
+    /// Returns when the listener and all connections are closed: the port is free again. Later
+    /// replies do nothing. Must not be called on the server's thread.
     void stop();
 
-    /// The port that is listened on; the wished one before.
+    /// The port that is listened on; before `start`, the one that was asked for.
     [[nodiscard]] quint16 port() const { return m_port; }
 
 private:
@@ -60,7 +64,6 @@ private:
 
     [[nodiscard]] Result<void> listenOnLoopback();
     [[nodiscard]] bool watch(int operation, int descriptor, unsigned events, quint64 key);
-    void closeDescriptors();
     void run();
     [[nodiscard]] int timeoutMs() const;
     void acceptWaiting();
@@ -70,26 +73,27 @@ private:
     void deliverReplies();
     void resumeHeldBack();
     void settle(quint64 id, Client &client, HTTPConnection::Outcome outcome);
+    void drop(quint64 id);
     void dropOverdue();
 
     quint16 m_port;
     Handler m_handler;
-    HTTPRequestParser::BodyFilter m_keepsBody;
+    HTTPRequestParser::HeadCheck m_isAuthorized;
     std::function<void(const QString &)> m_onFailure;
-    std::shared_ptr<HTTPReplyBox> m_replies = std::make_shared<HTTPReplyBox>();
-    int m_listener = -1;
-    int m_epoll = -1;
-    std::thread m_queue;
+    std::function<void(quint64)> m_onAbandoned;
+    std::shared_ptr<HTTPReply::Mailbox> m_replies = std::make_shared<HTTPReply::Mailbox>();
+    FileDescriptor m_listener;
+    FileDescriptor m_epoll;
+    std::thread m_thread;
+    std::atomic<bool> m_isStopRequested = false;
 
-    // The queue's own.
-    bool m_isRunning = true;
+    // Used by the server's thread only.
     std::vector<char> m_scratch;
     std::unordered_map<quint64, std::unique_ptr<Client>> m_clients;
     quint64 m_nextId;
     HTTPLoad m_load;
-    std::deque<quint64> m_heldBack; // wait for the load to shrink, the first first
-    std::vector<HTTPReplyBox::Entry> m_entries;
-    std::vector<quint64> m_marked;                               // have something to send
+    std::deque<quint64> m_heldBack; // wait for the load to shrink, in order
+    std::vector<quint64> m_marked;  // have something to send
     std::deque<std::pair<Clock::time_point, quint64>> m_leaving; // in the order of their deadlines
     Clock::time_point m_listenAgain;                             // when m_isListeningPaused
     bool m_isListeningPaused = false;

@@ -4,7 +4,7 @@
 #include "base/ShellSink.h"
 #include "mcp/MCPEndpoint.h"
 #include "mcp/MCPHTTPServer.h"
-#include "mcp/RequestHandover.h"
+#include "mcp/ToolCalls.h"
 
 #include <QElapsedTimer>
 #include <QSocketNotifier>
@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <limits>
 #include <utility>
+#include <variant>
 
 namespace Korvane {
 
@@ -20,7 +21,7 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-// How long requests are served in one go before the window has its turn.
+// How long requests are served in one go before the event loop continues.
 constexpr qint64 turnMs = 2;
 
 quint16 storedPort(const Settings &settings)
@@ -42,13 +43,32 @@ QString storedToken(Settings &settings)
 
 } // namespace
 
+/// What the server's thread reports. The load that MCPHTTPServer allows also bounds how many of
+/// these are waiting.
+struct MCPServer::Event
+{
+    struct Request
+    {
+        ToolRequest request;
+        HTTPReply reply;
+    };
+    struct Abandoned
+    {
+        quint64 connection;
+    };
+    struct Failed
+    {
+        QString message;
+    };
+    std::variant<Request, Abandoned, Failed> value;
+};
+
 MCPServer::MCPServer(Dependencies dependencies, QObject *parent)
     : QObject(parent)
     , m_dependencies(std::move(dependencies))
     , m_port(storedPort(m_dependencies.settings))
     , m_token(storedToken(m_dependencies.settings))
-    , m_endpoint(std::make_unique<MCPEndpoint>(MCPAccess(m_token.toUtf8()), *m_dependencies.tools,
-                                               m_dependencies.state))
+    , m_calls(std::make_unique<ToolCalls>(*m_dependencies.tools, m_dependencies.state))
 {
 }
 
@@ -80,74 +100,85 @@ void MCPServer::stop()
 
 Result<void> MCPServer::listen()
 {
-    m_handover = std::make_shared<RequestHandover>();
-    if (m_handover->descriptor() < 0)
-        return Error{ErrorCode::Network, qt_error_string(errno), {}, errno};
-    m_notifier = std::make_unique<QSocketNotifier>(m_handover->descriptor(), QSocketNotifier::Read);
-    connect(m_notifier.get(), &QSocketNotifier::activated, this, &MCPServer::serveWaiting);
-
-    // Both run on the server's queue, so they hold nothing of this object.
-    const std::weak_ptr<RequestHandover> handover = m_handover;
     const MCPAccess access(m_token.toUtf8());
+    if (!m_endpoint)
+        m_endpoint =
+            std::make_shared<const MCPEndpoint>(access, m_dependencies.tools->definitions());
+    m_events = std::make_shared<Events>();
+    if (m_events->descriptor() < 0)
+        return Error{ErrorCode::Network, qt_error_string(errno), {}, errno};
+    m_notifier = std::make_unique<QSocketNotifier>(m_events->descriptor(), QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &MCPServer::handleEvents);
+
+    // These run on the server's thread, so they must not use this object.
     m_http = std::make_unique<MCPHTTPServer>(
         m_port,
-        [handover](HTTPRequest request, HTTPReply reply) {
-            if (const auto alive = handover.lock())
-                alive->put(std::move(request), std::move(reply));
-            else
-                reply(HTTPResponse{404});
+        [endpoint = m_endpoint, events = m_events](const HTTPRequest &request,
+                                                   HTTPReply reply) -> std::optional<HTTPResponse> {
+            MCPEndpoint::Answer answer = endpoint->answer(request);
+            if (auto *const response = std::get_if<HTTPResponse>(&answer))
+                return std::move(*response);
+            if (events->post(
+                    {Event::Request{std::get<ToolRequest>(std::move(answer)), std::move(reply)}}))
+                return std::nullopt;
+            return HTTPResponse{404};
         },
-        // The body of a request that will be turned away is not worth holding.
         [access](const HTTPRequest &head) {
             return access.isForEndpoint(head) && access.hasToken(head);
         });
-    m_http->setOnFailure([handover](const QString &message) {
-        if (const auto alive = handover.lock())
-            alive->putFailure(message);
+    m_http->setOnFailure([events = m_events](const QString &message) {
+        (void)events->post({Event::Failed{message}});
+    });
+    m_http->setOnAbandoned([events = m_events](quint64 connection) {
+        (void)events->post({Event::Abandoned{connection}});
     });
     return m_http->start();
 }
 
-/// Lets nobody in and nobody wait. What the tools have begun goes on, but nobody hears of it.
+/// Closes the listener and all connections, and ends the calls that have not begun on the board.
 void MCPServer::close()
 {
-    if (m_handover)
-        m_handover->close();
+    if (m_events)
+        m_events->close();
     m_http.reset(); // stops
     m_notifier.reset();
-    m_handover.reset();
+    m_events.reset();
+    m_calls->abandonAll();
 }
 
-void MCPServer::serveWaiting()
+void MCPServer::handleEvents()
 {
     // A request may lead to a stop, and to another start.
-    const auto handover = m_handover;
-    handover->beginTurn();
+    const auto events = m_events;
+    events->acknowledge();
     QElapsedTimer turn;
     turn.start();
-    for (;;) {
-        auto item = handover->take();
-        if (!item)
-            break;
-        QCoro::Task<void> task =
-            serve(*m_endpoint, std::move(item->request), std::move(item->reply));
+    while (auto event = events->take()) {
+        if (auto *const asked = std::get_if<Event::Request>(&event->value)) {
+            QCoro::Task<void> task =
+                serve(*m_calls, std::move(asked->request), std::move(asked->reply));
+        } else if (const auto *const abandoned = std::get_if<Event::Abandoned>(&event->value)) {
+            m_calls->abandon(abandoned->connection);
+        } else if (events == m_events) {
+            const QString message = std::get<Event::Failed>(event->value).message;
+            change(false, message, u"MCP server stopped: "_s + message, REPLLine::Kind::Error);
+        }
         if (turn.hasExpired(turnMs)) {
-            handover->breakOff();
+            events->wake();
             break;
         }
     }
-    if (const auto failure = handover->takeFailure(); failure && handover == m_handover)
-        change(false, *failure, u"MCP server stopped: "_s + *failure, REPLLine::Kind::Error);
 }
 
-/// A task that may be dropped: its wait for the endpoint ends when that goes.
-QCoro::Task<void> MCPServer::serve(MCPEndpoint &endpoint, HTTPRequest request, HTTPReply reply)
+/// A task that may be dropped: its wait ends when the calls or the tools are destroyed.
+QCoro::Task<void> MCPServer::serve(ToolCalls &calls, ToolRequest request, HTTPReply reply)
 {
-    auto answer = endpoint.answer(std::move(request));
-    reply(co_await std::move(answer));
+    const quint64 connection = reply.connection();
+    auto response = calls.run(std::move(request), connection);
+    reply(co_await std::move(response));
 }
 
-/// Whoever hears of a change finds it made.
+/// Emits after the whole state has changed.
 void MCPServer::change(bool isRunning, const QString &lastError, const QString &line,
                        REPLLine::Kind kind)
 {

@@ -15,16 +15,18 @@ class QSocketNotifier;
 namespace Korvane {
 
 class HTTPReply;
-struct HTTPRequest;
 class MCPEndpoint;
 class MCPHTTPServer;
-class RequestHandover;
 class Settings;
 class ShellSink;
+class ToolCalls;
+struct ToolRequest;
 class ToolSet;
+template <typename T> class Mailbox;
 
-/// Makes the running program reachable by an assistant on this computer, through the Model Context
-/// Protocol. Main thread only; what happens on the network happens on a thread of its own.
+/// Makes the running program reachable for an assistant on this computer through the Model Context
+/// Protocol. Main thread only; sockets, and whatever needs no main thread, are served on a thread
+/// of their own.
 class MCPServer final : public QObject, public AssistantServer
 {
     Q_OBJECT
@@ -32,12 +34,12 @@ class MCPServer final : public QObject, public AssistantServer
 public:
     static constexpr quint16 defaultPort = 8787;
 
-    /// What it needs of the rest of the program, which outlives it.
+    /// What it needs of the rest of the program; all of it outlives the server.
     struct Dependencies
     {
         ShellSink &shell;
         Settings &settings;
-        /// Told whether the server listens.
+        /// Called with whether the server is running, when that changes.
         std::function<void(bool)> setRunning;
         std::unique_ptr<ToolSet> tools;
         /// What the tools work on.
@@ -46,35 +48,38 @@ public:
 
     /// Reads port and token from the settings, once; makes and keeps a token where there is none.
     explicit MCPServer(Dependencies dependencies, QObject *parent = nullptr);
-    /// Stops without a word in the Shell.
+    /// Stops without a Shell line.
     ~MCPServer() override;
 
     void start() override;
     void stop() override;
     [[nodiscard]] bool isRunning() const override { return m_isRunning; }
 
-    /// Why it could not start or go on; empty after a successful start.
+    /// Why starting or listening failed; empty after a successful start.
     [[nodiscard]] const QString &lastError() const { return m_lastError; }
     [[nodiscard]] quint16 port() const { return m_port; }
-    /// A secret: for the person and their assistant, never for a log.
+    /// A secret, for the user and their assistant; must not be logged.
     [[nodiscard]] const QString &token() const { return m_token; }
-    /// The line for a terminal that makes an assistant know this server. Holds the token.
+    /// The shell command that registers this server with an assistant. Contains the token.
     [[nodiscard]] QString connectionCommand() const;
 
-    /// To be called by whoever has changed a setting that concerns the assistant.
+    /// Must be called after changing a setting that concerns the assistant.
     void announceSettingsChange() { emit settingsChanged(); }
 
 signals:
     void isRunningChanged();
     void lastErrorChanged();
-    /// All who show such a setting read it again.
+    /// Views of such a setting must read it again.
     void settingsChanged();
 
 private:
+    struct Event;
+    using Events = Mailbox<Event>;
+
     [[nodiscard]] Result<void> listen();
     void close();
-    void serveWaiting();
-    [[nodiscard]] static QCoro::Task<void> serve(MCPEndpoint &endpoint, HTTPRequest request,
+    void handleEvents();
+    [[nodiscard]] static QCoro::Task<void> serve(ToolCalls &calls, ToolRequest request,
                                                  HTTPReply reply);
     void change(bool isRunning, const QString &lastError, const QString &line, REPLLine::Kind kind);
     [[nodiscard]] QString endpointUrl() const;
@@ -84,8 +89,9 @@ private:
     QString m_token;
     bool m_isRunning = false;
     QString m_lastError;
-    std::unique_ptr<MCPEndpoint> m_endpoint;
-    std::shared_ptr<RequestHandover> m_handover;
+    std::unique_ptr<ToolCalls> m_calls;
+    std::shared_ptr<const MCPEndpoint> m_endpoint; // made by the first start
+    std::shared_ptr<Events> m_events;
     std::unique_ptr<QSocketNotifier> m_notifier;
     std::unique_ptr<MCPHTTPServer> m_http;
 };

@@ -1,10 +1,10 @@
 #include "mcp/ToolDefinitions.h"
 
-#include "mcp/JSONText.h"
+#include <QString>
 
-#include <QStringList>
+#include <nlohmann/json.hpp>
 
-#include <map>
+#include <utility>
 #include <vector>
 
 namespace Korvane {
@@ -12,6 +12,7 @@ namespace Korvane {
 namespace {
 
 using namespace Qt::StringLiterals;
+using Json = nlohmann::json; // an object is a std::map: its keys are sorted
 
 enum class Need { Optional, Required };
 
@@ -75,51 +76,39 @@ std::vector<Definition> definitions()
     };
 }
 
-QByteArray quoted(const QString &text)
+Json toJSON(const Property &property)
 {
-    QByteArray json;
-    appendJSONString(json, text);
+    Json json = {{"type", property.type.data()}};
+    if (!property.description.isEmpty())
+        json["description"] = property.description.toStdString();
     return json;
 }
 
-// All keys of all objects below are written in sorted order.
-
-QByteArray toJSON(const Property &property)
+Json toJSON(const Definition &definition)
 {
-    QByteArray json = "{";
-    if (!property.description.isEmpty())
-        json += R"("description":)" + quoted(property.description) + ',';
-    return json + R"("type":)" + quoted(property.type) + '}';
-}
-
-QByteArray toJSON(const Definition &definition)
-{
-    std::map<QByteArray, QByteArray> properties;
-    QByteArrayList required;
+    Json properties = Json::object();
+    Json required = Json::array();
     for (const Property &property : definition.properties) {
-        properties[quoted(property.name)] = toJSON(property);
+        properties[property.name.data()] = toJSON(property);
         if (property.need == Need::Required)
-            required << quoted(property.name);
+            required.push_back(property.name.data());
     }
-    QByteArrayList members;
-    for (const auto &[name, value] : properties)
-        members << name + ':' + value;
-
-    QByteArray json = R"({"description":)" + quoted(definition.description)
-        + R"(,"inputSchema":{"properties":{)" + members.join(',') + '}';
-    if (!required.isEmpty())
-        json += R"(,"required":[)" + required.join(',') + ']';
-    return json + R"(,"type":"object"},"name":)" + quoted(definition.name) + '}';
+    Json schema = {{"type", "object"}, {"properties", std::move(properties)}};
+    if (!required.empty())
+        schema["required"] = std::move(required);
+    return {{"name", definition.name.toStdString()},
+            {"description", definition.description.toStdString()},
+            {"inputSchema", std::move(schema)}};
 }
 
 } // namespace
 
 QByteArray toolDefinitions()
 {
-    QByteArrayList tools;
+    Json tools = Json::array();
     for (const Definition &definition : definitions())
-        tools << toJSON(definition);
-    return '[' + tools.join(',') + ']';
+        tools.push_back(toJSON(definition));
+    return QByteArray::fromStdString(tools.dump());
 }
 
 } // namespace Korvane

@@ -7,12 +7,12 @@
 #include <QString>
 
 #include <optional>
+#include <stop_token>
 #include <variant>
 
 namespace Korvane {
 
-/// The arguments of one tool call: those that are strings or numbers. What is anything else, or
-/// absent, has neither.
+/// The arguments of one tool call: those that are strings or numbers.
 class ToolArguments final
 {
 public:
@@ -24,7 +24,6 @@ public:
     {
         return get<QString>(name);
     }
-    /// Infinite when what was written is beyond a double.
     [[nodiscard]] std::optional<double> number(const QString &name) const
     {
         return get<double>(name);
@@ -41,6 +40,16 @@ private:
     QHash<QString, std::variant<QString, double>> m_values;
 };
 
+/// Requests to end a tool call, made on the main thread. A callback must not destroy the tools.
+struct CallStop
+{
+    /// The client has closed its connection, or the server was stopped: nobody reads the answer. A
+    /// call that has not begun on the board ends; one that has begun continues.
+    std::stop_token abandoned;
+    /// The client has canceled the call: it ends, and the program that it runs is interrupted.
+    std::stop_token canceled;
+};
+
 /// What an assistant can do. Main thread only.
 class ToolSet
 {
@@ -53,8 +62,8 @@ public:
 
     /// The text with which the tool answers, or why it did not. Several calls may be under way at
     /// once. When this object goes, those must end at once (`ErrorCode::Closed`).
-    [[nodiscard]] virtual QCoro::Task<Result<QString>> call(QString name,
-                                                            ToolArguments arguments) = 0;
+    [[nodiscard]] virtual QCoro::Task<Result<QString>> call(QString name, ToolArguments arguments,
+                                                            CallStop stop) = 0;
 };
 
 } // namespace Korvane

@@ -12,13 +12,9 @@ namespace Korvane {
 class FakeTools final : public ToolSet
 {
 public:
-    QByteArray definitions() const override
-    {
-        ++definitionsCount;
-        return definitionsText;
-    }
+    QByteArray definitions() const override { return R"([{"name":"echo"}])"; }
 
-    QCoro::Task<Result<QString>> call(QString name, ToolArguments arguments) override
+    QCoro::Task<Result<QString>> call(QString name, ToolArguments arguments, CallStop) override
     {
         using namespace Qt::StringLiterals;
         calls += name;
@@ -41,8 +37,6 @@ public:
             shot.deliver(answer);
     }
 
-    QByteArray definitionsText = R"([{"name":"echo"}])";
-    mutable int definitionsCount = 0;
     QStringList calls;
     std::list<OneShot<QString>> waiting;
 };

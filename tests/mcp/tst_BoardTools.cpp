@@ -26,7 +26,7 @@ struct Toolbox : AppFixture
         ToolArguments arguments;
         for (const QString &part : parts)
             arguments.insert(part.section(u'=', 0, 0), part.section(u'=', 1));
-        return tools->call(name, std::move(arguments));
+        return tools->call(name, std::move(arguments), stop);
     }
     static QByteArray told(const Result<QString> &answer)
     {
@@ -37,6 +37,7 @@ struct Toolbox : AppFixture
     QByteArray text() const { return lines(0).join(u'\n').toUtf8(); }
 
     std::unique_ptr<BoardTools> tools;
+    CallStop stop; // for the calls that begin next
 };
 
 const QByteArray noBoard = "! No device connected. Use connect_device first.";

@@ -116,7 +116,7 @@ private slots:
         }
     }
 
-    void passesOverBodiesThatNobodyWants()
+    void dropsBodiesOfUnauthorizedRequests()
     {
         QByteArray asked;
         HTTPRequestParser parser([&](const HTTPRequest &head) {
@@ -128,7 +128,7 @@ private slots:
         parser.append("6789B /keep 1\r\nContent-Length: 2\r\n\r\nokC /none 1\r\n\r\n");
         QCOMPARE(cut(parser),
                  "A /drop [content-length=9] ()\nB /keep [content-length=2] (ok)\nC /none ()\n");
-        QCOMPARE(asked, "/drop/keep");
+        QCOMPARE(asked, "/drop/keep/none");
     }
 
     void takesTimeInProportionToTheBytes()

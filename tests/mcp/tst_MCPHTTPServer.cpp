@@ -18,9 +18,11 @@ using namespace std::chrono_literals;
 
 namespace {
 
-void echo(HTTPRequest request, HTTPReply reply)
+using Answer = std::optional<HTTPResponse>;
+
+Answer echo(const HTTPRequest &request, const HTTPReply &)
 {
-    reply(HTTPResponse{200, {}, request.path});
+    return HTTPResponse{200, {}, request.path};
 }
 
 std::unique_ptr<MCPHTTPServer> started(MCPHTTPServer::Handler handler)
@@ -60,12 +62,14 @@ private:
     std::vector<HTTPReply> m_replies;
 
 public:
-    std::unique_ptr<MCPHTTPServer> server = started([this](HTTPRequest request, HTTPReply reply) {
-        const std::lock_guard lock(m_mutex);
-        m_paths.push_back(request.path);
-        m_replies.push_back(std::move(reply));
-        m_more.notify_all();
-    });
+    std::unique_ptr<MCPHTTPServer> server =
+        started([this](const HTTPRequest &request, HTTPReply reply) -> Answer {
+            const std::lock_guard lock(m_mutex);
+            m_paths.push_back(request.path);
+            m_replies.push_back(std::move(reply));
+            m_more.notify_all();
+            return std::nullopt;
+        });
 };
 
 QByteArray get(const QByteArray &path)
@@ -106,8 +110,8 @@ private slots:
              "405 Method Not Allowed" + keepAlive + "Content-Length: 1\r\nZ: 2\r\na: 1\r\n\r\nb"},
             {{500}, "500 Error" + empty},
         };
-        const auto server = started([&](HTTPRequest request, HTTPReply reply) {
-            reply(cases[request.path.toInt()].first);
+        const auto server = started([&](const HTTPRequest &request, const HTTPReply &) -> Answer {
+            return cases[request.path.toInt()].first;
         });
         SocketClient client(server->port());
         for (size_t i = 0; i < std::size(cases); ++i) {
@@ -165,13 +169,13 @@ private slots:
         std::atomic<int> count = 0;
         QSemaphore isHeld;
         QSemaphore release;
-        const auto server = started([&](HTTPRequest request, HTTPReply reply) {
+        const auto server = started([&](const HTTPRequest &request, const HTTPReply &reply) {
             if (request.path == "/hold") {
                 isHeld.release();
                 release.acquire();
             }
             ++count;
-            echo(std::move(request), std::move(reply));
+            return echo(request, reply);
         });
         // The request and the end arrive together for certain if the queue is busy when they come.
         for (int round = 0; round < 20; ++round) {
@@ -211,9 +215,9 @@ private slots:
     {
         const QByteArray answer(64'000, 'a');
         std::atomic<qsizetype> count = 0;
-        const auto server = started([&](HTTPRequest request, HTTPReply reply) {
+        const auto server = started([&](const HTTPRequest &request, const HTTPReply &) -> Answer {
             count += request.path == "/big";
-            reply(HTTPResponse{200, {}, request.path == "/big" ? answer : "small"});
+            return HTTPResponse{200, {}, request.path == "/big" ? answer : "small"};
         });
         SocketClient slow;
         slow.setReceiveBuffer(4096);

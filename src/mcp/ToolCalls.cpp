@@ -1,0 +1,115 @@
+#include "mcp/ToolCalls.h"
+
+#include "mcp/RPCReply.h"
+
+#include <QElapsedTimer>
+
+#include <iterator>
+#include <utility>
+
+namespace Korvane {
+
+namespace {
+
+using namespace Qt::StringLiterals;
+
+// How long a batch may run in one go before the event loop continues.
+constexpr qint64 turnMs = 4;
+
+} // namespace
+
+ToolCalls::ToolCalls(ToolSet &tools, const QObject *state)
+    : m_tools(tools)
+    , m_state(state)
+{
+}
+
+QCoro::Task<HTTPResponse> ToolCalls::run(ToolRequest request, quint64 connection)
+{
+    const auto alive = m_lifetime.watch();
+    const auto running = m_running.emplace(m_running.end());
+    running->connection = connection;
+    QByteArray replies;
+    QElapsedTimer turn;
+    turn.start();
+    for (ToolRequest::Step &step : request.steps) {
+        if (turn.hasExpired(turnMs)) {
+            if (!co_await m_delay.sleep(std::chrono::milliseconds(0)) || !alive)
+                co_return HTTPResponse{404};
+            turn.start();
+        }
+        QByteArray reply;
+        if (auto *const known = std::get_if<QByteArray>(&step)) {
+            reply = std::move(*known);
+        } else if (auto *const cancellation = std::get_if<ToolRequest::Cancellation>(&step)) {
+            cancel(cancellation->requestId);
+            continue;
+        } else {
+            ToolRequest::Call next = std::move(std::get<ToolRequest::Call>(step));
+            reply = co_await call(std::move(next), *running);
+            if (!alive)
+                co_return HTTPResponse{404};
+            running->id.clear();
+        }
+        if (!replies.isEmpty())
+            replies += ',';
+        replies += reply;
+        if (request.isBatch && replies.size() > MCPEndpoint::maxBatchBytes)
+            break;
+        if (running->abandoned.stop_requested())
+            break; // nobody reads the response
+    }
+    m_running.erase(running);
+    if (request.isBatch && replies.size() > MCPEndpoint::maxBatchBytes)
+        co_return MCPEndpoint::invalidRequest();
+    co_return MCPEndpoint::response(replies, request.isBatch);
+}
+
+/// The reply to one call.
+QCoro::Task<QByteArray> ToolCalls::call(ToolRequest::Call call, Running &running)
+{
+    if (!m_state)
+        co_return RPCReply::toolResult(call.id, u"The IDE is shutting down."_s, true);
+    running.id = call.id;
+    running.canceled = std::stop_source();
+    CallStop stop;
+    stop.abandoned = running.abandoned.get_token();
+    stop.canceled = running.canceled.get_token();
+    const Result<QString> result =
+        co_await m_tools.call(std::move(call.name), std::move(call.arguments), std::move(stop));
+    co_return RPCReply::toolResult(call.id, result ? *result : result.error().message, !result);
+}
+
+void ToolCalls::abandon(quint64 connection)
+{
+    std::vector<std::stop_source> sources; // a stopped call may end at once, and leave the list
+    for (const Running &running : m_running) {
+        if (running.connection == connection)
+            sources.push_back(running.abandoned);
+    }
+    for (std::stop_source &source : sources)
+        source.request_stop();
+}
+
+void ToolCalls::abandonAll()
+{
+    std::vector<std::stop_source> sources;
+    for (const Running &running : m_running)
+        sources.push_back(running.abandoned);
+    for (std::stop_source &source : sources)
+        source.request_stop();
+}
+
+/// Clients are not told apart, and two of them may use the same id: then none is canceled.
+void ToolCalls::cancel(const QByteArray &requestId)
+{
+    std::vector<std::stop_source> sources;
+    for (const Running &running : m_running) {
+        if (running.id == requestId && !requestId.isEmpty())
+            sources.push_back(running.canceled);
+    }
+    if (sources.size() == 1)
+        sources.front().request_stop();
+}
+
+} // namespace Korvane

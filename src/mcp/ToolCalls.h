@@ -1,0 +1,51 @@
+#pragma once
+
+#include "base/Delay.h"
+#include "base/Lifetime.h"
+#include "mcp/MCPEndpoint.h"
+
+#include <QPointer>
+
+#include <list>
+#include <stop_token>
+
+namespace Korvane {
+
+/// Carries out the tool calls of requests, and ends them when their client cancels them or closes
+/// its connection. Main thread only.
+class ToolCalls final
+{
+public:
+    /// \p tools is borrowed. \p state is what they work on; once it has been destroyed, they are
+    /// not called any more.
+    ToolCalls(ToolSet &tools, const QObject *state);
+
+    /// Suspends while a tool works. The calls of a batch run one after the other. When this object
+    /// is destroyed before the end, the response is a 404 at once.
+    [[nodiscard]] QCoro::Task<HTTPResponse> run(ToolRequest request, quint64 connection);
+
+    /// Ends the calls of \p connection that have not begun on the board.
+    void abandon(quint64 connection);
+    /// The same for all connections.
+    void abandonAll();
+
+private:
+    struct Running
+    {
+        quint64 connection = 0;
+        QByteArray id; // of the call under way
+        std::stop_source abandoned;
+        std::stop_source canceled; // of that call
+    };
+
+    [[nodiscard]] QCoro::Task<QByteArray> call(ToolRequest::Call call, Running &running);
+    void cancel(const QByteArray &requestId);
+
+    ToolSet &m_tools;
+    QPointer<const QObject> m_state;
+    std::list<Running> m_running;
+    Delay m_delay;
+    Lifetime m_lifetime;
+};
+
+} // namespace Korvane
