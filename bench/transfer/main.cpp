@@ -133,11 +133,13 @@ std::vector<Command> commands(qsizetype size)
     const auto add = [&](const char *writing, const char *reading, const QByteArray &bytes) {
         result.push_back(
             {writing, size, BoardScripts::write(path, bytes), [path, bytes](DeviceFiles &files) {
-                 return awaited(files.writeDeviceFile(bytes, path, path));
+                 return static_cast<bool>(
+                     awaited(files.writeDeviceFile(bytes, files.permitWrite(path), path)));
              }});
         result.push_back(
             {reading, size, BoardScripts::read(path), [path, bytes](DeviceFiles &files) {
-                 return awaited(files.readDeviceFile(path, path)) == bytes;
+                 const auto read = awaited(files.readDeviceFile(path, path));
+                 return read && *read == bytes;
              }});
     };
     add("write text", "read text", text(size));

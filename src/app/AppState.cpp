@@ -28,7 +28,7 @@ AppState::AppState(Dependencies dependencies, QObject *parent)
     , m_runner(std::move(dependencies.interpreters))
     , m_link(m_shell, std::move(dependencies.serialRoots))
     , m_saving({m_documents, m_boardDocuments, m_localFiles, m_deviceFiles, m_transfer, m_prompts,
-                m_shell, [this] { return isBoardBrowsed(); }})
+                m_shell, m_errors, [this] { return isBoardBrowsed(); }})
 {
     m_link.setClient(this);
     wireBoard();
@@ -175,9 +175,11 @@ void AppState::wireBoard()
     connect(&m_programRun, &ProgramRun::replyWhole, &m_wiring, [this] {
         m_shell.flushOutput();
         // Also takes the board out of the raw REPL, where the Shell would get no answer.
-        m_variablesStore.refreshVariables();
+        m_errors.reportFailureOf(m_variablesStore.refreshVariables());
     });
     connect(&m_programRun, &ProgramRun::gaveUp, &m_wiring, [this] { setRunning(false); });
+    connect(&m_deviceFiles, &DeviceFiles::listingFailed, &m_wiring,
+            [this](const Error &error) { m_errors.report(error); });
     connect(&m_debugSession, &DebugSession::began, &m_wiring,
             [this] { setBottomTab(BottomTab::Variables); });
     connect(&m_debugSession, &DebugSession::paused, &m_wiring, [this](const DebugPause &pause) {

@@ -2,6 +2,7 @@
 
 #include "app/BoardDocuments.h"
 #include "app/DocumentSaving.h"
+#include "app/ErrorReporter.h"
 #include "app/LocalFiles.h"
 #include "app/ShellTranscript.h"
 #include "app/VariablesStore.h"
@@ -64,6 +65,7 @@ public:
     [[nodiscard]] Settings &settings() { return m_settings; }
     [[nodiscard]] UserPrompts &prompts() { return m_prompts; }
     [[nodiscard]] ShellTranscript &shell() { return m_shell; }
+    [[nodiscard]] ErrorReporter &errors() { return m_errors; }
     [[nodiscard]] OpenFiles &documents() { return m_documents; }
     [[nodiscard]] DocumentSaving &saving() { return m_saving; }
     [[nodiscard]] BoardDocuments &boardDocuments() { return m_boardDocuments; }
@@ -143,17 +145,19 @@ private:
     Settings &m_settings;
     UserPrompts &m_prompts;
     ShellTranscript m_shell;
+    ErrorReporter m_errors{m_shell};
     OpenFiles m_documents{m_shell};
     PythonRunner m_runner;
     DeviceLink m_link;
     ProgramRun m_programRun{m_link, m_shell};
     DebugSession m_debugSession{m_link, m_programRun, m_shell};
-    VariablesStore m_variablesStore{m_runner, m_link, m_programRun, m_shell};
+    VariablesStore m_variablesStore{m_runner, m_link, m_programRun};
     TransferStatus m_transfer;
     LocalFiles m_localFiles{m_shell, m_prompts};
-    DeviceFiles m_deviceFiles{m_link, m_shell, m_prompts};
+    DeviceFiles m_deviceFiles{m_link, m_prompts};
     FileTransfer m_fileTransfer{m_link, m_deviceFiles, m_transfer, m_shell};
-    BoardDocuments m_boardDocuments{{m_documents, m_link, m_deviceFiles, m_transfer, m_shell}};
+    BoardDocuments m_boardDocuments{
+        {m_documents, m_link, m_deviceFiles, m_transfer, m_shell, m_errors}};
     DocumentSaving m_saving;
     std::unique_ptr<AssistantServer> m_assistantServer;
     QObject m_wiring; // context of the connections to the parts: none fires while they are going

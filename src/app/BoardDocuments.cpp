@@ -1,5 +1,6 @@
 #include "app/BoardDocuments.h"
 
+#include "app/ErrorReporter.h"
 #include "base/ShellSink.h"
 #include "base/Utf8.h"
 #include "board/DeviceFiles.h"
@@ -21,8 +22,14 @@ QCoro::Task<void> BoardDocuments::openDeviceFile(DeviceFileNode node)
         co_return;
     const auto life = m_life.watch();
     const auto bytes = co_await m_parts.files.readDeviceFile(node.path, node.name);
+    if (!life)
+        co_return;
+    if (!bytes) {
+        m_parts.errors.report(bytes.error());
+        co_return;
+    }
     // Asked for twice, the file may have been opened while this read it.
-    if (!life || !bytes || m_parts.documents.selectDeviceFile(node.path))
+    if (m_parts.documents.selectDeviceFile(node.path))
         co_return;
     const auto text = Utf8::decodeStrict(*bytes);
     if (!text) {
@@ -46,28 +53,32 @@ QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
     const auto life = m_life.watch();
     const bool livesOnBoard = !file.devicePath.isEmpty();
     const QString target = livesOnBoard ? file.devicePath : u'/' + file.name;
-    if (!livesOnBoard && !m_parts.files.isOverwriteConfirmed(target)) {
-        const bool exists = co_await m_parts.files.deviceFileExists(target);
-        if (!life)
-            co_return;
-        const bool mayReplace =
-            !exists || co_await m_parts.files.confirmOverwrite(file.name, target);
-        if (!life)
-            co_return;
-        if (!mayReplace) {
-            m_parts.shell.appendInfo(
-                QStringLiteral("Send cancelled — %1 on the device is unchanged.").arg(target));
-            co_return;
-        }
+    DeviceFiles::WriteRequest request;
+    request.path = target;
+    if (!livesOnBoard) {
+        request = m_parts.files.replaceRequest(
+            file.name, target,
+            QStringLiteral("Send cancelled — %1 on the device is unchanged.").arg(target));
+    }
+    const auto permit = co_await m_parts.files.requestWrite(std::move(request));
+    if (!life)
+        co_return;
+    if (!permit) {
+        m_parts.errors.report(permit.error());
+        co_return;
     }
 
     TransferStatus::Running running(m_parts.transfer);
     running.setStatus(QStringLiteral("Sending %1…").arg(file.name));
     m_parts.shell.appendInfo(QStringLiteral("↑ Sending %1 to %2…").arg(file.name, target));
-    const bool written =
-        co_await m_parts.files.writeTextToDevice(file.fileText(), target, file.name);
-    if (!life || !written)
+    const auto written =
+        co_await m_parts.files.writeTextToDevice(file.fileText(), *permit, file.name);
+    if (!life)
         co_return;
+    if (!written) {
+        m_parts.errors.report(written.error());
+        co_return;
+    }
     if (livesOnBoard)
         m_parts.documents.markSaved(file.id, file.content);
     m_parts.shell.appendInfo(QStringLiteral("↑ Sent %1 to device as %2.").arg(file.name, target));
@@ -84,10 +95,15 @@ QCoro::Task<void> BoardDocuments::saveToDevice(QUuid id)
     const auto life = m_life.watch();
     TransferStatus::Running running(m_parts.transfer);
     running.setStatus(QStringLiteral("Saving %1…").arg(file.name));
-    const bool written =
-        co_await m_parts.files.writeTextToDevice(file.fileText(), file.devicePath, file.name);
-    if (!life || !written)
+    const WritePermit permit = m_parts.files.permitWrite(file.devicePath);
+    const auto written =
+        co_await m_parts.files.writeTextToDevice(file.fileText(), permit, file.name);
+    if (!life)
         co_return;
+    if (!written) {
+        m_parts.errors.report(written.error());
+        co_return;
+    }
     m_parts.documents.markSaved(id, file.content);
     m_parts.shell.appendInfo(QStringLiteral("Saved %1 to device.").arg(file.name));
     co_await m_parts.files.refreshDeviceFiles();
@@ -102,13 +118,16 @@ QCoro::Task<void> BoardDocuments::deleteDeviceFile(DeviceFileNode node)
         ? QStringLiteral("Removes the directory %1 from %2. It must be empty.")
               .arg(node.path, m_parts.files.portLabel())
         : QStringLiteral("Removes %1 (%2 bytes) from %3. This cannot be undone.")
-              .arg(node.path)
-              .arg(node.size)
-              .arg(m_parts.files.portLabel());
+              .arg(node.path, QString::number(node.size), m_parts.files.portLabel());
     question.confirmTitle = QStringLiteral("Delete");
-    const bool confirmed = co_await m_parts.files.confirmAction(std::move(question));
-    if (life && confirmed)
-        co_await m_parts.files.deleteDeviceNode(node);
+    const auto confirmed = co_await m_parts.files.confirmAction(std::move(question));
+    if (!life)
+        co_return;
+    if (!confirmed) {
+        m_parts.errors.report(confirmed.error());
+        co_return;
+    }
+    co_await m_parts.errors.reportFailureOf(m_parts.files.deleteDeviceNode(node));
 }
 
 } // namespace Korvane

@@ -10,6 +10,7 @@ namespace Korvane {
 
 class DeviceFiles;
 class DeviceLink;
+class ErrorReporter;
 class OpenFiles;
 class ShellSink;
 class TransferStatus;
@@ -28,6 +29,7 @@ public:
         DeviceFiles &files;
         TransferStatus &transfer;
         ShellSink &shell;
+        ErrorReporter &errors;
     };
 
     explicit BoardDocuments(Parts parts, QObject *parent = nullptr);

@@ -1,6 +1,7 @@
 #include "app/DocumentSaving.h"
 
 #include "app/BoardDocuments.h"
+#include "app/ErrorReporter.h"
 #include "app/LocalFiles.h"
 #include "base/DisplayPath.h"
 #include "base/LocalFile.h"
@@ -77,19 +78,14 @@ QCoro::Task<void> DocumentSaving::saveIntoBoardFolder(QUuid id, QString folder, 
 {
     const auto life = m_life.watch();
     const QString path = DeviceListing::join(folder, name);
-    if (!m_parts.deviceFiles.isOverwriteConfirmed(path)) {
-        const bool exists = co_await m_parts.deviceFiles.deviceFileExists(path);
-        if (!life)
-            co_return;
-        const bool mayReplace =
-            !exists || co_await m_parts.deviceFiles.confirmOverwrite(name, path);
-        if (!life)
-            co_return;
-        if (!mayReplace) {
-            m_parts.shell.appendInfo(
-                QStringLiteral("Send cancelled — %1 on the device is unchanged.").arg(path));
-            co_return;
-        }
+    auto request = m_parts.deviceFiles.replaceRequest(
+        name, path, QStringLiteral("Send cancelled — %1 on the device is unchanged.").arg(path));
+    const auto permit = co_await m_parts.deviceFiles.requestWrite(std::move(request));
+    if (!life)
+        co_return;
+    if (!permit) {
+        m_parts.errors.report(permit.error());
+        co_return;
     }
     const EditorFile *found = m_parts.documents.file(id);
     if (!found)
@@ -98,10 +94,14 @@ QCoro::Task<void> DocumentSaving::saveIntoBoardFolder(QUuid id, QString folder, 
     {
         TransferStatus::Running running(m_parts.transfer);
         running.setStatus(QStringLiteral("Saving %1…").arg(name));
-        const bool written =
-            co_await m_parts.deviceFiles.writeTextToDevice(file.fileText(), path, name);
-        if (!life || !written)
+        const auto written =
+            co_await m_parts.deviceFiles.writeTextToDevice(file.fileText(), *permit, name);
+        if (!life)
             co_return;
+        if (!written) {
+            m_parts.errors.report(written.error());
+            co_return;
+        }
     }
     m_parts.documents.setDevicePath(id, path, name);
     m_parts.documents.markSaved(id, file.content);

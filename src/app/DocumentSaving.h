@@ -14,6 +14,7 @@ namespace Korvane {
 
 class BoardDocuments;
 class DeviceFiles;
+class ErrorReporter;
 class OpenFiles;
 class LocalFiles;
 class ShellSink;
@@ -35,6 +36,7 @@ public:
         TransferStatus &transfer;
         UserPrompts &prompts;
         ShellSink &shell;
+        ErrorReporter &errors;
         /// Whether the person browses a connected board rather than this computer.
         std::function<bool()> isBoardBrowsed;
     };

@@ -1,7 +1,5 @@
 #include "app/ShellTranscript.h"
 
-#include <algorithm>
-
 namespace Korvane {
 
 ShellTranscript::ShellTranscript(QObject *parent)
@@ -32,16 +30,6 @@ void ShellTranscript::clear()
     m_cleaner.dropLineEnd();
     m_replLines.clear();
     emit cleared();
-}
-
-std::optional<QString> ShellTranscript::lastErrorLine() const
-{
-    const auto found =
-        std::find_if(m_replLines.crbegin(), m_replLines.crend(),
-                     [](const REPLLine &line) { return line.kind == REPLLine::Kind::Error; });
-    if (found == m_replLines.crend())
-        return std::nullopt;
-    return found->text;
 }
 
 void ShellTranscript::addLine(const QString &text, REPLLine::Kind kind)

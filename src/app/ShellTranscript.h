@@ -5,8 +5,6 @@
 
 #include <QObject>
 
-#include <optional>
-
 namespace Korvane {
 
 /// The lines of the Shell. They are only ever added at the end, or all removed; their number has
@@ -32,8 +30,6 @@ public:
     void clear();
 
     [[nodiscard]] const QList<REPLLine> &replLines() const { return m_replLines; }
-    /// The text of the last error line, or nothing when there is none.
-    [[nodiscard]] std::optional<QString> lastErrorLine() const;
 
 signals:
     /// A new line at the end; \p index is its place in `replLines`.

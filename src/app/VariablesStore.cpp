@@ -1,8 +1,8 @@
 #include "app/VariablesStore.h"
 
 #include "base/PythonResource.h"
-#include "base/ShellSink.h"
 #include "base/VariableRows.h"
+#include "board/DeviceError.h"
 #include "board/DeviceLink.h"
 #include "board/ProgramRun.h"
 #include "session/PythonRunner.h"
@@ -42,12 +42,11 @@ std::optional<QList<PythonVariable>> parseVariables(const QString &output)
 } // namespace
 
 VariablesStore::VariablesStore(PythonRunner &runner, DeviceLink &link, const ProgramRun &programRun,
-                               ShellSink &shell, QObject *parent)
+                               QObject *parent)
     : QObject(parent)
     , m_runner(runner)
     , m_link(link)
     , m_programRun(programRun)
-    , m_shell(shell)
 {
 }
 
@@ -57,50 +56,53 @@ void VariablesStore::setVariables(const QList<PythonVariable> &variables)
     emit variablesChanged();
 }
 
-QCoro::Task<void> VariablesStore::refreshVariables()
+Async<void> VariablesStore::refreshVariables()
 {
     return m_link.connectionState().isConnected() ? refreshFromBoard() : refreshFromSession();
 }
 
-QCoro::Task<void> VariablesStore::restartLocalSession()
+Async<void> VariablesStore::restartLocalSession()
 {
     const auto life = m_life.watch();
     const RunResult result = co_await m_runner.restart();
     if (!life)
-        co_return;
-    // Without an interpreter, say, "Session restarted." would be all that the person hears.
-    if (!result.error.isEmpty())
-        m_shell.appendError(result.error);
+        co_return DeviceError::closed();
     setVariables(result.variables);
+    if (!result.error.isEmpty()) // no interpreter was found
+        co_return Error{ErrorCode::File, result.error};
+    co_return Result<void>();
 }
 
-QCoro::Task<void> VariablesStore::refreshFromSession()
+Async<void> VariablesStore::refreshFromSession()
 {
     const auto life = m_life.watch();
     const RunResult result = co_await m_runner.readVariables();
     if (life)
         setVariables(result.variables);
+    co_return Result<void>();
 }
 
-QCoro::Task<void> VariablesStore::refreshFromBoard()
+Async<void> VariablesStore::refreshFromBoard()
 {
     if (m_link.deviceCommandInFlight() || m_programRun.deviceProgramRunning())
-        co_return;
+        co_return Result<void>();
     const auto life = m_life.watch();
     const Result<QString> output =
         co_await m_link.executeOnDevice(variablesScript(), variablesTimeout);
     if (!life)
-        co_return;
+        co_return DeviceError::closed();
     if (!output) {
-        m_shell.appendError(QStringLiteral("Could not read variables: ") + output.error().message);
-        co_return;
+        Error error = output.error();
+        error.message.prepend(QStringLiteral("Could not read variables: "));
+        co_return error;
     }
     const auto variables = parseVariables(*output);
     if (!variables) {
-        m_shell.appendError(QStringLiteral("Could not read variables from the device"));
-        co_return;
+        co_return Error{ErrorCode::Remote,
+                        QStringLiteral("Could not read variables from the device")};
     }
     setVariables(*variables);
+    co_return Result<void>();
 }
 
 } // namespace Korvane

@@ -4,7 +4,7 @@
 
 namespace Korvane {
 
-/// What went wrong, for code to decide by. The text beside it is for people only.
+/// What went wrong, for code to decide by. The message beside it is for the user only.
 enum class ErrorCode {
     // The board (made by DeviceError)
     TimedOut,
@@ -18,9 +18,11 @@ enum class ErrorCode {
     // Local files
     File,
     NotText,
-    // The person said no, or closed the question
+    // The board was replaced by another connection while the operation waited
+    BoardReplaced,
+    // The user declined, or an equal operation is under way; the message, if any, is a notice
     Cancelled,
-    // The owner of the operation has gone; nobody is left to be told
+    // The owner of the operation was destroyed: nothing is reported
     Closed,
     // Listening for the assistant
     Network,
@@ -28,7 +30,7 @@ enum class ErrorCode {
     Tool,
 };
 
-/// A failure as a value: a code for programs, a message for a person, detail for whoever digs.
+/// A failure as a value: a code to decide by and a message for the user.
 struct Error
 {
     ErrorCode code;
@@ -37,6 +39,8 @@ struct Error
     QString detail = {};
     /// errno where the system refused, otherwise 0.
     int systemCode = 0;
+    /// The message of the failure that caused this one, reported before it; usually empty.
+    QString cause = {};
 };
 
 } // namespace Korvane

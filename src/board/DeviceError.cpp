@@ -1,13 +1,16 @@
 #include "board/DeviceError.h"
 
+#include "base/SystemError.h"
+
+#include <QRegularExpression>
 #include <QStringList>
 
 namespace Korvane::DeviceError {
 
 namespace {
 
-/// The exception line of a traceback: the last line that holds anything, without the blanks and
-/// tabs around it.
+/// The exception line of a traceback: its last line that is not empty, without blanks and tabs
+/// around it.
 QString lastLine(const QString &traceback)
 {
     const QStringList lines = traceback.split(u'\n', Qt::SkipEmptyParts);
@@ -31,7 +34,7 @@ Error timedOut(qint64 seconds)
 
 Error remote(const QString &traceback)
 {
-    return {ErrorCode::Remote, lastLine(traceback), traceback};
+    return {ErrorCode::Remote, withSystemErrorNamed(lastLine(traceback)), traceback};
 }
 
 Error notConnected()
@@ -57,6 +60,42 @@ Error noRawREPL()
     return {ErrorCode::NoRawREPL,
             QStringLiteral("The board never entered the raw REPL — try disconnecting and "
                            "reconnecting")};
+}
+
+Error boardReplaced()
+{
+    return {ErrorCode::BoardReplaced,
+            QStringLiteral("Nothing was changed: the board was connected anew while the question "
+                           "was open.")};
+}
+
+Error alreadyWriting(const QString &path)
+{
+    return cancelled(path + QStringLiteral(" is already being written."));
+}
+
+Error cancelled(const QString &notice)
+{
+    return {ErrorCode::Cancelled, notice};
+}
+
+Error closed()
+{
+    return {ErrorCode::Closed, QStringLiteral("The link to the board was closed")};
+}
+
+QString withSystemErrorNamed(const QString &text)
+{
+    static const QRegularExpression pattern(QStringLiteral(
+        R"(^(\s*)(?:OSError: )?(?:([1-9]\d{0,2})|\[Errno ([1-9]\d{0,2})\](?: E[A-Z0-9]+)?)(\s*)$)"));
+    const auto match = pattern.match(text);
+    if (!match.hasMatch())
+        return text;
+    const QString number = match.captured(2) + match.captured(3);
+    const QString name = systemErrorText(number.toInt());
+    if (name.contains(number)) // not a POSIX error number: the text has no name
+        return text;
+    return match.captured(1) + name + match.captured(4);
 }
 
 } // namespace Korvane::DeviceError

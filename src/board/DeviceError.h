@@ -2,7 +2,7 @@
 
 #include "base/Error.h"
 
-/// The failures of every operation on the board, each with its text for the person in one place.
+/// The failures of every operation on the board, with their user-facing texts.
 namespace Korvane::DeviceError {
 
 /// The board did not finish its reply within \p seconds whole seconds.
@@ -13,5 +13,19 @@ namespace Korvane::DeviceError {
 [[nodiscard]] Error pausedAtBreakpoint();
 [[nodiscard]] Error programRunning();
 [[nodiscard]] Error noRawREPL();
+/// Another connection took the place of the one that the user was asked about.
+[[nodiscard]] Error boardReplaced();
+/// A transfer to \p path was asked for before and has not ended.
+[[nodiscard]] Error alreadyWriting(const QString &path);
+/// The user declined; \p notice says what stays as it is, if that needs saying.
+[[nodiscard]] Error cancelled(const QString &notice = {});
+/// The object that carried out the operation was destroyed.
+[[nodiscard]] Error closed();
+
+/// Replaces what MicroPython prints for an OSError that has no text of its own ("28", "OSError:
+/// 28",
+/// "[Errno 28] ENOSPC") by the error's name; any other text is returned unchanged. White space
+/// around it is kept.
+[[nodiscard]] QString withSystemErrorNamed(const QString &text);
 
 } // namespace Korvane::DeviceError

@@ -1,8 +1,8 @@
 #include "board/DeviceFiles.h"
 
-#include "base/ShellSink.h"
 #include "base/Utf8.h"
 #include "board/BoardScripts.h"
+#include "board/DeviceError.h"
 #include "board/DeviceLink.h"
 #include "board/DeviceListing.h"
 
@@ -10,6 +10,7 @@
 
 namespace Korvane {
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
@@ -17,7 +18,7 @@ namespace {
 constexpr auto transferTimeout = 15s; // listing, reading, writing, making folders
 constexpr auto quickTimeout = 5s;     // looking for a file, deleting one
 
-const QString okMarker = QStringLiteral("__OK__");
+const QString okMarker = u"__OK__"_s;
 
 /// What follows the first \p marker, or nothing when it is missing.
 std::optional<QStringView> textAfter(const QString &output, QLatin1StringView marker)
@@ -28,12 +29,24 @@ std::optional<QStringView> textAfter(const QString &output, QLatin1StringView ma
     return QStringView(output).sliced(at + marker.size());
 }
 
+/// A command that failed, described for the user.
+Error failure(const QString &prefix, Error error)
+{
+    error.message.prepend(prefix);
+    return error;
+}
+
+/// A command whose output is not what the script prints on success.
+Error refusal(const QString &message)
+{
+    return {ErrorCode::Remote, message};
+}
+
 } // namespace
 
-DeviceFiles::DeviceFiles(DeviceLink &link, ShellSink &shell, UserPrompts &prompts, QObject *parent)
+DeviceFiles::DeviceFiles(DeviceLink &link, UserPrompts &prompts, QObject *parent)
     : QObject(parent)
     , m_link(link)
-    , m_shell(shell)
     , m_prompts(prompts)
 {
 }
@@ -43,61 +56,60 @@ QCoro::Task<void> DeviceFiles::refreshDeviceFiles()
     if (!m_link.connectionState().isConnected())
         co_return;
     const auto life = m_life.watch();
+    const int linkNumber = m_linkNumber;
     setListings(m_listings + 1);
-    co_await list(life);
-    if (life)
-        setListings(m_listings - 1);
+    const auto listed = co_await list();
+    if (!life)
+        co_return;
+    if (linkNumber == m_linkNumber)
+        m_listingError = listed ? std::nullopt : std::optional(listed.error());
+    setListings(m_listings - 1);
+    if (!listed)
+        emit listingFailed(listed.error());
 }
 
-QCoro::Task<void> DeviceFiles::list(Lifetime::Watch life)
+Async<void> DeviceFiles::list()
 {
+    const auto life = m_life.watch();
     const int linkNumber = m_linkNumber;
     const auto output = co_await m_link.executeOnDevice(BoardScripts::list(), transferTimeout);
     if (!life)
-        co_return;
-    if (!output) {
-        m_shell.appendError(QStringLiteral("Device file listing failed: ")
-                            + output.error().message);
-        co_return;
-    }
+        co_return DeviceError::closed();
+    if (!output)
+        co_return failure(u"Device file listing failed: "_s, output.error());
     if (linkNumber != m_linkNumber)
-        co_return;
+        co_return Result<void>();
     auto nodes = DeviceListing::parse(*output);
-    if (!nodes) {
-        m_shell.appendError(QStringLiteral("Could not parse device file listing"));
-        co_return;
-    }
+    if (!nodes)
+        co_return refusal(u"Could not parse device file listing"_s);
     m_deviceFileNodes = *std::move(nodes);
     if (!deviceChildren(m_deviceWorkingDir))
-        setDeviceWorkingDir(QStringLiteral("/"));
+        setDeviceWorkingDir(u"/"_s);
     emit deviceFileNodesChanged();
+    co_return Result<void>();
 }
 
-QCoro::Task<std::optional<QByteArray>> DeviceFiles::readDeviceFile(QString path, QString label)
+Async<QByteArray> DeviceFiles::readDeviceFile(QString path, QString label)
 {
     const auto life = m_life.watch();
     const auto output = co_await m_link.executeOnDevice(BoardScripts::read(path), transferTimeout);
     if (!life)
-        co_return std::nullopt;
-    if (!output) {
-        m_shell.appendError(
-            QStringLiteral("Failed to read %1: %2").arg(label, output.error().message));
-        co_return std::nullopt;
-    }
+        co_return DeviceError::closed();
+    if (!output)
+        co_return failure(u"Failed to read "_s + label + u": "_s, output.error());
     if (const auto reason = textAfter(*output, QLatin1StringView("__FILEERR__"))) {
-        m_shell.appendError(QStringLiteral("Cannot read %1: %2").arg(label, reason->trimmed()));
-        co_return std::nullopt;
+        co_return refusal(u"Cannot read "_s + label + u": "_s
+                          + DeviceError::withSystemErrorNamed(reason->trimmed().toString()));
     }
     if (const auto base64 = textAfter(*output, QLatin1StringView("__FILE__"))) {
         const QByteArray encoded = base64->trimmed().toUtf8();
         const auto decoded =
             QByteArray::fromBase64Encoding(encoded, QByteArray::AbortOnBase64DecodingErrors);
-        // The decoder takes a text that was cut off for one without padding.
+        // The decoder accepts a text that was cut off, as one without padding.
         if (decoded && encoded.size() % 4 == 0)
             co_return *decoded;
     }
-    m_shell.appendError(QStringLiteral("Cannot decode ") + label);
-    co_return std::nullopt;
+    co_return refusal(u"Cannot decode "_s + label);
 }
 
 QCoro::Task<bool> DeviceFiles::deviceFileExists(QString path)
@@ -114,34 +126,27 @@ QCoro::Task<bool> DeviceFiles::deviceFileExists(QString path)
     co_return node && !node->isDirectory;
 }
 
-QCoro::Task<bool> DeviceFiles::writeDeviceFile(QByteArray bytes, QString path, QString label)
+Async<void> DeviceFiles::writeDeviceFile(QByteArray bytes, WritePermit permit, QString label)
 {
-    const auto life = m_life.watch();
-    const auto output =
-        co_await m_link.executeOnDevice(BoardScripts::write(path, bytes), transferTimeout);
-    if (!life)
-        co_return false;
-    if (!output) {
-        m_shell.appendError(QStringLiteral("Device write failed: ") + output.error().message);
-        co_return false;
-    }
+    if (auto same = checkConnection(permit.m_connection); !same)
+        co_return same;
+    const QString script = BoardScripts::write(permit.path(), bytes);
+    const auto output = co_await m_link.executeOnDevice(script, transferTimeout);
+    if (!output)
+        co_return failure(u"Device write failed: "_s, output.error());
     if (output->contains(okMarker))
-        co_return true;
-    m_shell.appendError(
-        QStringLiteral("Device write failed for %1: %2").arg(label, output->trimmed()));
-    co_return false;
+        co_return Result<void>();
+    co_return refusal(u"Device write failed for "_s + label + u": "_s + output->trimmed());
 }
 
-QCoro::Task<bool> DeviceFiles::writeTextToDevice(QString text, QString path, QString label)
+Async<void> DeviceFiles::writeTextToDevice(QString text, WritePermit permit, QString label)
 {
-    if (!text.isValidUtf16()) {
-        m_shell.appendError(QStringLiteral("Cannot encode %1 as UTF-8").arg(label));
-        co_return false;
-    }
-    co_return co_await writeDeviceFile(text.toUtf8(), path, label);
+    if (!text.isValidUtf16())
+        co_return refusal(u"Cannot encode "_s + label + u" as UTF-8"_s);
+    co_return co_await writeDeviceFile(text.toUtf8(), permit, label);
 }
 
-QCoro::Task<bool> DeviceFiles::deleteDeviceNode(DeviceFileNode node)
+Async<void> DeviceFiles::deleteDeviceNode(DeviceFileNode node)
 {
     const auto life = m_life.watch();
     const auto kind =
@@ -149,58 +154,103 @@ QCoro::Task<bool> DeviceFiles::deleteDeviceNode(DeviceFileNode node)
     const auto output =
         co_await m_link.executeOnDevice(BoardScripts::remove(node.path, kind), quickTimeout);
     if (!life)
-        co_return false;
-    if (output && output->contains(okMarker)) {
-        co_await refreshDeviceFiles();
-        co_return true;
-    }
+        co_return DeviceError::closed();
     if (!output)
-        m_shell.appendError(QStringLiteral("Delete failed: ") + output.error().message);
-    else if (const auto reason = textAfter(*output, QLatin1StringView("__ERR__")))
-        m_shell.appendError(QStringLiteral("Delete failed: ") + reason->toString());
-    co_return false;
+        co_return failure(u"Delete failed: "_s, output.error());
+    if (output->contains(okMarker)) {
+        co_await refreshDeviceFiles();
+        co_return Result<void>();
+    }
+    if (const auto reason = textAfter(*output, QLatin1StringView("__ERR__"))) {
+        co_return refusal(u"Delete failed: "_s
+                          + DeviceError::withSystemErrorNamed(reason->toString()));
+    }
+    co_return refusal({});
 }
 
-QCoro::Task<bool> DeviceFiles::makeDeviceFolders(QStringList paths)
+Async<void> DeviceFiles::makeDeviceFolders(QStringList paths, WritePermit permit)
 {
     if (paths.isEmpty())
-        co_return true;
-    const auto life = m_life.watch();
+        co_return Result<void>();
+    if (auto same = checkConnection(permit.m_connection); !same)
+        co_return same;
     const auto output =
         co_await m_link.executeOnDevice(BoardScripts::makeFolders(paths), transferTimeout);
-    if (!life)
-        co_return false;
-    if (output && output->contains(okMarker))
-        co_return true;
-    m_shell.appendError(QStringLiteral("Could not create folders on the device: ")
-                        + (output ? output->trimmed() : output.error().message));
-    co_return false;
+    const QString prefix = u"Could not create folders on the device: "_s;
+    if (!output)
+        co_return failure(prefix, output.error());
+    if (output->contains(okMarker))
+        co_return Result<void>();
+    co_return refusal(prefix + output->trimmed());
 }
 
-QCoro::Task<bool> DeviceFiles::confirmAction(UserPrompts::Confirmation question)
+WritePermit DeviceFiles::permitWrite(const QString &path) const
+{
+    return {path, m_linkNumber};
+}
+
+Async<WritePermit> DeviceFiles::requestWrite(WriteRequest request)
+{
+    const QString path = request.path;
+    if (m_claimedPaths->contains(path))
+        co_return DeviceError::alreadyWriting(path);
+    const WritePermit permit(path, m_linkNumber,
+                             std::make_shared<WritePermit::Claim>(m_claimedPaths, path));
+    if (!request.question)
+        co_return permit;
+    const auto life = m_life.watch();
+    bool exists = false;
+    if (request.looksForPath) {
+        exists = co_await deviceFileExists(path);
+        if (!life)
+            co_return DeviceError::closed();
+    }
+    if (const auto question = request.question(exists)) {
+        const auto confirmed = co_await confirmAction(*question, request.declined);
+        if (!confirmed)
+            co_return confirmed.error();
+    }
+    co_return permit;
+}
+
+DeviceFiles::WriteRequest DeviceFiles::replaceRequest(const QString &label, const QString &path,
+                                                      const QString &declinedNotice) const
+{
+    WriteRequest request{path, {}, DeviceError::cancelled(declinedNotice)};
+    if (m_overwriteConfirmedPaths.contains(path))
+        return request;
+    request.question = [this, label,
+                        path](bool exists) -> std::optional<UserPrompts::Confirmation> {
+        if (!exists)
+            return std::nullopt;
+        const DeviceFileNode *node = deviceNode(path);
+        const QString size = node ? u" (%1 bytes)"_s.arg(node->size) : QString();
+        UserPrompts::Confirmation question;
+        question.title = u"Replace “%1” on the device?"_s.arg(label);
+        question.message = path + size + u" already exists on "_s + portLabel()
+            + u". Writing replaces it, and the copy on the board is lost."_s;
+        question.confirmTitle = u"Replace"_s;
+        question.dontAskAgainPath = path;
+        return question;
+    };
+    return request;
+}
+
+Async<void> DeviceFiles::confirmAction(UserPrompts::Confirmation question, Error declined)
 {
     const auto life = m_life.watch();
     const int linkNumber = m_linkNumber;
     const QString path = question.dontAskAgainPath;
     const auto answer = co_await m_prompts.confirm(std::move(question));
-    if (!life || !answer.confirmed)
-        co_return false;
+    if (!life)
+        co_return DeviceError::closed();
+    if (!answer.confirmed)
+        co_return declined;
+    if (auto same = checkConnection(linkNumber); !same)
+        co_return same;
     if (answer.dontAskAgain && !path.isEmpty() && linkNumber == m_linkNumber)
         m_overwriteConfirmedPaths.insert(path);
-    co_return true;
-}
-
-QCoro::Task<bool> DeviceFiles::confirmOverwrite(QString label, QString path)
-{
-    const DeviceFileNode *node = deviceNode(path);
-    const QString size = node ? QStringLiteral(" (%1 bytes)").arg(node->size) : QString();
-    UserPrompts::Confirmation question;
-    question.title = QStringLiteral("Replace “%1” on the device?").arg(label);
-    question.message = path + size + QStringLiteral(" already exists on ") + portLabel()
-        + QStringLiteral(". Writing replaces it, and the copy on the board is lost.");
-    question.confirmTitle = QStringLiteral("Replace");
-    question.dontAskAgainPath = path;
-    co_return co_await confirmAction(std::move(question));
+    co_return Result<void>();
 }
 
 const QList<DeviceFileNode> *DeviceFiles::deviceChildren(const QString &path) const
@@ -227,20 +277,30 @@ QString DeviceFiles::portLabel() const
     case DeviceConnectionState::Kind::Connected:
         return m_link.connectionState().port();
     case DeviceConnectionState::Kind::Connecting:
-        return QStringLiteral("Connecting…");
+        return u"Connecting…"_s;
     case DeviceConnectionState::Kind::Disconnected:
         break;
     }
-    return QStringLiteral("Not connected");
+    return u"Not connected"_s;
 }
 
 void DeviceFiles::linkEnded()
 {
     ++m_linkNumber;
     m_deviceFileNodes.clear();
+    m_listingError.reset();
     m_overwriteConfirmedPaths.clear();
-    setDeviceWorkingDir(QStringLiteral("/"));
+    m_claimedPaths = std::make_shared<ClaimedPaths>();
+    setDeviceWorkingDir(u"/"_s);
     emit deviceFileNodesChanged();
+}
+
+/// While not connected the command itself says so.
+Result<void> DeviceFiles::checkConnection(int linkNumber) const
+{
+    if (linkNumber != m_linkNumber && m_link.connectionState().isConnected())
+        return DeviceError::boardReplaced();
+    return {};
 }
 
 void DeviceFiles::setListings(int listings)

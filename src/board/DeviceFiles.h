@@ -1,59 +1,80 @@
 #pragma once
 
+#include "base/Async.h"
 #include "base/Lifetime.h"
 #include "base/UserPrompts.h"
 #include "board/BoardRecords.h"
+#include "board/WritePermit.h"
 
 #include <QByteArray>
-#include <QCoro/QCoroTask>
 #include <QObject>
 #include <QSet>
 
+#include <functional>
+#include <memory>
 #include <optional>
 
 namespace Korvane {
 
 class DeviceLink;
-class ShellSink;
 
 /// The board's file system: its tree as last listed, and the operations on single files.
 ///
-/// Operations report failures as error lines in the Shell and return an empty result; they raise
-/// nothing. The \p label of an operation is the name used in its messages. Main thread only; the
-/// link lets one command after the other through.
+/// Operations return errors whose message is the full text for the user. The \p label of an
+/// operation is the name used in its messages. Main thread only; the link runs one command after
+/// the other.
 class DeviceFiles final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// All three must outlive this.
-    DeviceFiles(DeviceLink &link, ShellSink &shell, UserPrompts &prompts,
-                QObject *parent = nullptr);
-
-    /// Lists the whole board. On failure the old tree stays.
-    QCoro::Task<void> refreshDeviceFiles();
-    [[nodiscard]] QCoro::Task<std::optional<QByteArray>> readDeviceFile(QString path,
-                                                                        QString label);
-    /// A folder counts as existing. When the board does not answer, the tree does, for files alone.
-    [[nodiscard]] QCoro::Task<bool> deviceFileExists(QString path);
-    /// Creates or replaces the file, without asking.
-    [[nodiscard]] QCoro::Task<bool> writeDeviceFile(QByteArray bytes, QString path, QString label);
-    [[nodiscard]] QCoro::Task<bool> writeTextToDevice(QString text, QString path, QString label);
-    /// Deletes a file or an empty folder, without asking, and lists the board again. False when the
-    /// board did not say that it has.
-    QCoro::Task<bool> deleteDeviceNode(DeviceFileNode node);
-    /// Makes each folder, parents first; those that exist are left alone.
-    [[nodiscard]] QCoro::Task<bool> makeDeviceFolders(QStringList paths);
-
-    /// Asks; remembers "Don't ask again" until the link ends.
-    [[nodiscard]] QCoro::Task<bool> confirmAction(UserPrompts::Confirmation question);
-    /// Asks whether the file at \p path may be replaced. Asks also about a confirmed path: whoever
-    /// calls looks at `isOverwriteConfirmed` first.
-    [[nodiscard]] QCoro::Task<bool> confirmOverwrite(QString label, QString path);
-    [[nodiscard]] bool isOverwriteConfirmed(const QString &path) const
+    /// What requestWrite asks before it grants a permit.
+    struct WriteRequest
     {
-        return m_overwriteConfirmedPaths.contains(path);
-    }
+        QString path;
+        /// Returns the question to ask, given whether \p path exists on the board; nothing when
+        /// none is needed. Without this function nothing is asked at all.
+        std::function<std::optional<UserPrompts::Confirmation>(bool exists)> question = {};
+        /// The result when the user declines.
+        Error declined = {ErrorCode::Cancelled, {}};
+        /// Off for a question that doesn't depend on what exists: the board isn't asked then.
+        bool looksForPath = true;
+    };
+
+    /// Both must outlive this.
+    DeviceFiles(DeviceLink &link, UserPrompts &prompts, QObject *parent = nullptr);
+
+    /// Lists the whole board; does nothing while not connected. On failure the old tree stays, and
+    /// the error is in `listingError`. The task may be dropped.
+    QCoro::Task<void> refreshDeviceFiles();
+    [[nodiscard]] Async<QByteArray> readDeviceFile(QString path, QString label);
+    /// A folder counts as existing. When the board doesn't answer, the tree is searched, for files
+    /// only.
+    [[nodiscard]] QCoro::Task<bool> deviceFileExists(QString path);
+    /// Creates or replaces the file of \p permit. Fails with `BoardReplaced` when the permit was
+    /// given for another connection.
+    [[nodiscard]] Async<void> writeDeviceFile(QByteArray bytes, WritePermit permit, QString label);
+    [[nodiscard]] Async<void> writeTextToDevice(QString text, WritePermit permit, QString label);
+    /// Deletes a file or an empty folder, without asking, and lists the board again. When the board
+    /// confirms nothing and gives no reason, the error's message is empty.
+    [[nodiscard]] Async<void> deleteDeviceNode(DeviceFileNode node);
+    /// Creates each folder, parents first; those that exist are left alone. The paths are that of
+    /// \p permit or below it.
+    [[nodiscard]] Async<void> makeDeviceFolders(QStringList paths, WritePermit permit);
+
+    /// A permit for the board that is connected now, without asking, and without holding the path.
+    [[nodiscard]] WritePermit permitWrite(const QString &path) const;
+    /// The one way to ask whether a file may be created or replaced. The permit holds the path:
+    /// meanwhile a second request for it fails with `Cancelled`.
+    [[nodiscard]] Async<WritePermit> requestWrite(WriteRequest request);
+    /// The request of a transfer by the user: asks before a file is replaced, unless "Don't ask
+    /// again" was chosen for it on this connection. \p declinedNotice is the message when declined.
+    [[nodiscard]] WriteRequest replaceRequest(const QString &label, const QString &path,
+                                              const QString &declinedNotice) const;
+    /// Asks. Fails with \p declined when the user declines, and with `BoardReplaced` when another
+    /// connection was made while the question was open.
+    [[nodiscard]] Async<void> confirmAction(UserPrompts::Confirmation question,
+                                            Error declined = {ErrorCode::Cancelled, {}});
 
     /// The top level of the last listing.
     [[nodiscard]] const QList<DeviceFileNode> &deviceFileNodes() const { return m_deviceFileNodes; }
@@ -62,6 +83,8 @@ public:
     [[nodiscard]] const QList<DeviceFileNode> *deviceChildren(const QString &path) const;
     /// Valid until the next listing.
     [[nodiscard]] const DeviceFileNode *deviceNode(const QString &path) const;
+    /// Why the last listing failed; nothing after one that succeeded.
+    [[nodiscard]] const std::optional<Error> &listingError() const { return m_listingError; }
     [[nodiscard]] bool isLoadingDeviceFiles() const { return m_listings > 0; }
     /// The board folder being browsed, "/" at first.
     [[nodiscard]] const QString &deviceWorkingDir() const { return m_deviceWorkingDir; }
@@ -74,23 +97,26 @@ public:
 
 signals:
     void deviceFileNodesChanged();
+    void listingFailed(const Korvane::Error &error);
     void isLoadingDeviceFilesChanged();
     void deviceWorkingDirChanged();
 
 private:
-    QCoro::Task<void> list(Lifetime::Watch life);
+    [[nodiscard]] Async<void> list();
+    [[nodiscard]] Result<void> checkConnection(int linkNumber) const;
     void setListings(int listings);
 
     DeviceLink &m_link;
-    ShellSink &m_shell;
     UserPrompts &m_prompts;
     QList<DeviceFileNode> m_deviceFileNodes;
+    std::optional<Error> m_listingError;
     QString m_deviceWorkingDir = QStringLiteral("/");
     QSet<QString> m_overwriteConfirmedPaths;
+    /// Replaced when the link ends; permits of the connection before share the old one.
+    std::shared_ptr<ClaimedPaths> m_claimedPaths = std::make_shared<ClaimedPaths>();
     /// Listings under way: one may start before another has ended.
     int m_listings = 0;
-    /// Counts the links that ended, so that an answer of an earlier board is not taken for this
-    /// one's.
+    /// Counts the links that ended: tells the answers of two boards apart.
     int m_linkNumber = 0;
     Lifetime m_life;
 };

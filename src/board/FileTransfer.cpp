@@ -3,6 +3,7 @@
 #include "base/DisplayPath.h"
 #include "base/LocalFile.h"
 #include "base/ShellSink.h"
+#include "board/DeviceError.h"
 #include "board/DeviceFiles.h"
 #include "board/DeviceLink.h"
 #include "board/DeviceListing.h"
@@ -14,16 +15,32 @@
 
 namespace Korvane {
 
+using namespace Qt::StringLiterals;
 namespace {
 
 QString countOfFiles(qsizetype count)
 {
-    return QStringLiteral("%1 file%2").arg(count).arg(count == 1 ? QString() : QStringLiteral("s"));
+    return u"%1 file%2"_s.arg(count).arg(count == 1 ? QString() : u"s"_s);
 }
 
 QString progress(const QString &path, qsizetype index, qsizetype count)
 {
-    return QStringLiteral("Copying %1 (%2 of %3)…").arg(path).arg(index + 1).arg(count);
+    return u"Copying %1 (%2 of %3)…"_s.arg(path, QString::number(index + 1),
+                                           QString::number(count));
+}
+
+Error notConnected(const QString &name)
+{
+    return {ErrorCode::NotConnected, u"Connect a device before copying "_s + name + u'.'};
+}
+
+/// A folder copy that ended at \p relativePath, after the failure of a step of its own.
+Error stoppedAt(const QString &relativePath, const Error &cause)
+{
+    Error error = cause;
+    error.cause = cause.message;
+    error.message = u"Copy stopped at "_s + relativePath + u'.';
+    return error;
 }
 
 /// Makes the folders, parents included; those that exist are fine. Blocks.
@@ -52,56 +69,47 @@ FileTransfer::FileTransfer(DeviceLink &link, DeviceFiles &files, TransferStatus 
 {
 }
 
-QCoro::Task<void> FileTransfer::copyFileToDevice(QString localFile)
+Async<void> FileTransfer::copyFileToDevice(QString localFile)
 {
     const QString name = QFileInfo(localFile).fileName();
-    if (!m_link.connectionState().isConnected()) {
-        m_shell.appendError(QStringLiteral("Connect a device before copying %1.").arg(name));
-        co_return;
-    }
+    if (!m_link.connectionState().isConnected())
+        co_return notConnected(name);
     const auto life = m_life.watch();
     const QString target = DeviceListing::join(m_files.deviceWorkingDir(), name);
-    if (!m_files.isOverwriteConfirmed(target)) {
-        const bool exists = co_await m_files.deviceFileExists(target);
-        if (!life)
-            co_return;
-        const bool mayReplace = !exists || co_await m_files.confirmOverwrite(name, target);
-        if (!life)
-            co_return;
-        if (!mayReplace) {
-            m_shell.appendInfo(
-                QStringLiteral("Copy cancelled — %1 on the device is unchanged.").arg(target));
-            co_return;
-        }
-    }
+    auto request = m_files.replaceRequest(
+        name, target, u"Copy cancelled — "_s + target + u" on the device is unchanged."_s);
+    const auto permit = co_await m_files.requestWrite(std::move(request));
+    if (!permit)
+        co_return permit.error();
+    if (!life)
+        co_return DeviceError::closed();
 
     const std::function<Result<QByteArray>()> read = [localFile] {
         return LocalFile::read(localFile);
     };
     auto bytes = co_await m_background.run(read);
     if (!bytes)
-        co_return;
-    if (!*bytes) {
-        m_shell.appendError(QStringLiteral("Cannot read %1.").arg(localFile));
-        co_return;
-    }
+        co_return DeviceError::closed();
+    if (!*bytes)
+        co_return Error{ErrorCode::File, u"Cannot read "_s + localFile + u'.'};
     TransferStatus::Running running(m_transfer);
     running.setStatus(progress(name, 0, 1));
     QByteArray content = **std::move(bytes);
-    const bool written = co_await m_files.writeDeviceFile(std::move(content), target, name);
-    if (!life || !written)
-        co_return;
-    m_shell.appendInfo(QStringLiteral("↑ Copied %1 to %2.").arg(name, target));
+    const auto written = co_await m_files.writeDeviceFile(std::move(content), *permit, name);
+    if (!written)
+        co_return written.error();
+    if (!life)
+        co_return DeviceError::closed();
+    m_shell.appendInfo(u"↑ Copied %1 to %2."_s.arg(name, target));
     co_await m_files.refreshDeviceFiles();
+    co_return Result<void>();
 }
 
-QCoro::Task<void> FileTransfer::copyFolderToDevice(QString localFolder)
+Async<void> FileTransfer::copyFolderToDevice(QString localFolder)
 {
     const QString name = QFileInfo(localFolder).fileName();
-    if (!m_link.connectionState().isConnected()) {
-        m_shell.appendError(QStringLiteral("Connect a device before copying %1.").arg(name));
-        co_return;
-    }
+    if (!m_link.connectionState().isConnected())
+        co_return notConnected(name);
     const auto life = m_life.watch();
     const QString target = DeviceListing::join(m_files.deviceWorkingDir(), name);
     const std::function<CopyPlan()> readTree = [localFolder] {
@@ -109,40 +117,44 @@ QCoro::Task<void> FileTransfer::copyFolderToDevice(QString localFolder)
     };
     auto plan = co_await m_background.run(readTree);
     if (!plan)
-        co_return;
+        co_return DeviceError::closed();
     if (plan->items.isEmpty()) {
-        m_shell.appendError(QStringLiteral("%1 is empty — nothing to copy.").arg(name));
         reportSkipped(plan->skipped);
-        co_return;
+        co_return Error{ErrorCode::File, name + u" is empty — nothing to copy."_s};
     }
 
     const qsizetype fileCount = plan->files().size();
     UserPrompts::Confirmation question;
-    question.title = QStringLiteral("Copy “%1” to the device?").arg(name);
-    question.message =
-        countOfFiles(fileCount) + QStringLiteral(" (") + displaySize(plan->totalSize())
-        + QStringLiteral(") will be written to ") + target + QStringLiteral(" on ")
-        + m_files.portLabel()
-        + QStringLiteral(
-            ", replacing any file already there with the same name. Large folders take "
-            "a while over serial.");
-    question.confirmTitle = QStringLiteral("Copy");
-    const bool confirmed = co_await m_files.confirmAction(std::move(question));
-    if (!life || !confirmed)
-        co_return;
+    question.title = u"Copy “%1” to the device?"_s.arg(name);
+    question.message = countOfFiles(fileCount) + u" ("_s + displaySize(plan->totalSize())
+        + u") will be written to "_s + target + u" on "_s + m_files.portLabel()
+        + u", replacing any file already there with the same name. Large folders take "
+          "a while over serial."_s;
+    question.confirmTitle = u"Copy"_s;
+    DeviceFiles::WriteRequest request;
+    request.path = target;
+    request.question = [question](bool) { return std::optional(question); };
+    request.looksForPath = false;
+    const auto permit = co_await m_files.requestWrite(std::move(request));
+    if (!permit)
+        co_return permit.error();
+    if (!life)
+        co_return DeviceError::closed();
 
     TransferStatus::Running running(m_transfer);
-    m_shell.appendInfo(QStringLiteral("↑ Copying %1 → %2…").arg(name, target));
+    m_shell.appendInfo(u"↑ Copying %1 → %2…"_s.arg(name, target));
     reportSkipped(plan->skipped);
-    running.setStatus(QStringLiteral("Copying %1…").arg(name));
+    running.setStatus(u"Copying %1…"_s.arg(name));
     QStringList folders{target};
     for (const CopyItem &item : std::as_const(plan->items)) {
         if (item.isDirectory)
             folders << target + u'/' + item.relativePath;
     }
-    const bool made = co_await m_files.makeDeviceFolders(std::move(folders));
-    if (!life || !made)
-        co_return;
+    const auto made = co_await m_files.makeDeviceFolders(std::move(folders), *permit);
+    if (!made)
+        co_return made.error();
+    if (!life)
+        co_return DeviceError::closed();
 
     const QList<CopyItem> files = plan->files();
     for (qsizetype i = 0; i < files.size(); ++i) {
@@ -152,72 +164,70 @@ QCoro::Task<void> FileTransfer::copyFolderToDevice(QString localFolder)
         const std::function<Result<QByteArray>()> read = [path] { return LocalFile::read(path); };
         auto bytes = co_await m_background.run(read);
         if (!bytes)
-            co_return;
+            co_return DeviceError::closed();
         if (!*bytes) {
-            m_shell.appendError(QStringLiteral("Copy stopped — cannot read %1.").arg(relative));
-            co_return;
+            co_return Error{ErrorCode::File, u"Copy stopped — cannot read "_s + relative + u'.'};
         }
         QByteArray content = **std::move(bytes);
-        const QString destination = target + u'/' + relative;
-        const bool written =
-            co_await m_files.writeDeviceFile(std::move(content), destination, relative);
+        const auto written = co_await m_files.writeDeviceFile(std::move(content),
+                                                              permit->forEntry(relative), relative);
+        if (!written)
+            co_return stoppedAt(relative, written.error());
         if (!life)
-            co_return;
-        if (!written) {
-            m_shell.appendError(QStringLiteral("Copy stopped at %1.").arg(relative));
-            co_return;
-        }
+            co_return DeviceError::closed();
     }
-    m_shell.appendInfo(QStringLiteral("↑ Copied %1 to %2.").arg(countOfFiles(fileCount), target));
+    m_shell.appendInfo(u"↑ Copied %1 to %2."_s.arg(countOfFiles(fileCount), target));
     co_await m_files.refreshDeviceFiles();
+    co_return Result<void>();
 }
 
-QCoro::Task<void> FileTransfer::copyFileFromDevice(DeviceFileNode file, QString destinationFolder)
+Async<void> FileTransfer::copyFileFromDevice(DeviceFileNode file, QString destinationFolder)
 {
     const auto life = m_life.watch();
     const QString target = DeviceListing::join(destinationFolder, file.name);
     const std::function<bool()> lookFor = [target] { return QFileInfo::exists(target); };
     const auto exists = co_await m_background.run(lookFor);
     if (!exists)
-        co_return;
+        co_return DeviceError::closed();
     if (*exists) {
         UserPrompts::Confirmation question;
-        question.title = QStringLiteral("Replace “%1”?").arg(file.name);
-        question.message = file.name + QStringLiteral(" already exists in ")
-            + displayPath(destinationFolder)
-            + QStringLiteral(". Copying from the device replaces it.");
-        question.confirmTitle = QStringLiteral("Replace");
-        const bool confirmed = co_await m_files.confirmAction(std::move(question));
+        question.title = u"Replace “%1”?"_s.arg(file.name);
+        question.message = file.name + u" already exists in "_s + displayPath(destinationFolder)
+            + u". Copying from the device replaces it."_s;
+        question.confirmTitle = u"Replace"_s;
+        Error declined =
+            DeviceError::cancelled(u"Copy cancelled — "_s + target + u" is unchanged."_s);
+        const auto confirmed =
+            co_await m_files.confirmAction(std::move(question), std::move(declined));
+        if (!confirmed)
+            co_return confirmed.error();
         if (!life)
-            co_return;
-        if (!confirmed) {
-            m_shell.appendInfo(QStringLiteral("Copy cancelled — %1 is unchanged.").arg(target));
-            co_return;
-        }
+            co_return DeviceError::closed();
     }
 
     TransferStatus::Running running(m_transfer);
     running.setStatus(progress(file.name, 0, 1));
     const auto bytes = co_await m_files.readDeviceFile(file.path, file.name);
-    if (!life || !bytes)
-        co_return;
+    if (!bytes)
+        co_return bytes.error();
+    if (!life)
+        co_return DeviceError::closed();
     const std::function<Result<void>()> write = [target, content = *bytes] {
         return LocalFile::writeAtomically(target, content);
     };
     const auto written = co_await m_background.run(write);
     if (!written)
-        co_return;
+        co_return DeviceError::closed();
     if (!*written) {
-        m_shell.appendError(
-            QStringLiteral("Cannot write %1: %2").arg(target, written->error().message));
-        co_return;
+        co_return Error{ErrorCode::File,
+                        u"Cannot write %1: %2"_s.arg(target, written->error().message)};
     }
     emit localFilesChanged();
-    m_shell.appendInfo(QStringLiteral("↓ Copied %1 to %2.").arg(file.name, target));
+    m_shell.appendInfo(u"↓ Copied %1 to %2."_s.arg(file.name, target));
+    co_return Result<void>();
 }
 
-QCoro::Task<void> FileTransfer::copyFolderFromDevice(DeviceFileNode folder,
-                                                     QString destinationFolder)
+Async<void> FileTransfer::copyFolderFromDevice(DeviceFileNode folder, QString destinationFolder)
 {
     const auto life = m_life.watch();
     const QString target = DeviceListing::join(destinationFolder, folder.name);
@@ -225,18 +235,19 @@ QCoro::Task<void> FileTransfer::copyFolderFromDevice(DeviceFileNode folder,
     const QList<CopyItem> files = plan.files();
 
     UserPrompts::Confirmation question;
-    question.title =
-        QStringLiteral("Copy “%1” to %2?").arg(folder.name, displayPath(destinationFolder));
-    question.message = countOfFiles(files.size()) + QStringLiteral(" (")
-        + displaySize(plan.totalSize()) + QStringLiteral(") will be written to ") + target
-        + QStringLiteral(", replacing any file already there with the same name.");
-    question.confirmTitle = QStringLiteral("Copy");
-    const bool confirmed = co_await m_files.confirmAction(std::move(question));
-    if (!life || !confirmed)
-        co_return;
+    question.title = u"Copy “%1” to %2?"_s.arg(folder.name, displayPath(destinationFolder));
+    question.message = countOfFiles(files.size()) + u" ("_s + displaySize(plan.totalSize())
+        + u") will be written to "_s + target
+        + u", replacing any file already there with the same name."_s;
+    question.confirmTitle = u"Copy"_s;
+    const auto confirmed = co_await m_files.confirmAction(std::move(question));
+    if (!confirmed)
+        co_return confirmed.error();
+    if (!life)
+        co_return DeviceError::closed();
 
     TransferStatus::Running running(m_transfer);
-    m_shell.appendInfo(QStringLiteral("↓ Copying %1 → %2…").arg(folder.name, target));
+    m_shell.appendInfo(u"↓ Copying %1 → %2…"_s.arg(folder.name, target));
     QStringList folders{target};
     for (const CopyItem &item : plan.items) {
         if (item.isDirectory)
@@ -247,39 +258,35 @@ QCoro::Task<void> FileTransfer::copyFolderFromDevice(DeviceFileNode folder,
     };
     const auto made = co_await m_background.run(makeFolders);
     if (!made)
-        co_return;
-    if (!*made) {
-        m_shell.appendError(QStringLiteral("Copy failed: ") + made->error().message);
-        co_return;
-    }
+        co_return DeviceError::closed();
+    if (!*made)
+        co_return Error{ErrorCode::File, u"Copy failed: "_s + made->error().message};
 
     for (qsizetype i = 0; i < files.size(); ++i) {
         const QString relative = files[i].relativePath;
         running.setStatus(progress(relative, i, files.size()));
         const QString source = folder.path + u'/' + relative;
         const auto bytes = co_await m_files.readDeviceFile(source, relative);
+        if (!bytes)
+            co_return stoppedAt(relative, bytes.error());
         if (!life)
-            co_return;
-        if (!bytes) {
-            m_shell.appendError(QStringLiteral("Copy stopped at %1.").arg(relative));
-            co_return;
-        }
+            co_return DeviceError::closed();
         const QString path = target + u'/' + relative;
         const std::function<Result<void>()> write = [path, content = *bytes] {
             return LocalFile::writeAtomically(path, content);
         };
         const auto written = co_await m_background.run(write);
         if (!written)
-            co_return;
+            co_return DeviceError::closed();
         if (!*written) {
-            m_shell.appendError(QStringLiteral("Copy stopped — cannot write %1: %2")
-                                    .arg(path, written->error().message));
-            co_return;
+            co_return Error{
+                ErrorCode::File,
+                u"Copy stopped — cannot write %1: %2"_s.arg(path, written->error().message)};
         }
     }
     emit localFilesChanged();
-    m_shell.appendInfo(
-        QStringLiteral("↓ Copied %1 to %2.").arg(countOfFiles(files.size()), target));
+    m_shell.appendInfo(u"↓ Copied %1 to %2."_s.arg(countOfFiles(files.size()), target));
+    co_return Result<void>();
 }
 
 void FileTransfer::reportSkipped(const QStringList &skipped)
@@ -288,10 +295,10 @@ void FileTransfer::reportSkipped(const QStringList &skipped)
         return;
     const QStringList named = skipped.first(std::min<qsizetype>(5, skipped.size()));
     const QString more = skipped.size() > named.size()
-        ? QStringLiteral(" and %1 more").arg(skipped.size() - named.size())
+        ? u" and %1 more"_s.arg(skipped.size() - named.size())
         : QString();
-    m_shell.appendInfo(QStringLiteral("Not copied (links out of the folder and special files): ")
-                       + named.join(QStringLiteral(", ")) + more + u'.');
+    m_shell.appendInfo(u"Not copied (links out of the folder and special files): "_s
+                       + named.join(u", "_s) + more + u'.');
 }
 
 } // namespace Korvane

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "base/Async.h"
 #include "base/Background.h"
 #include "base/Lifetime.h"
 #include "board/BoardRecords.h"
 #include "board/CopyPlan.h"
 
-#include <QCoro/QCoroTask>
 #include <QObject>
 
 namespace Korvane {
@@ -18,8 +18,9 @@ class TransferStatus;
 /// Copies files and whole folders between this computer and the board, in both directions.
 ///
 /// A folder copy asks once, then works through its plan and stops at the first failure; what was
-/// copied before stays, and copying again merges. Local files are read and written off the main
-/// thread; everything else lives on it.
+/// copied before stays, and copying again merges. Start and success are written to the Shell,
+/// failures are returned. Local files are read and written off the main thread; everything else
+/// happens on it.
 class FileTransfer final : public QObject
 {
     Q_OBJECT
@@ -30,11 +31,12 @@ public:
                  QObject *parent = nullptr);
 
     /// Into the board folder being browsed.
-    QCoro::Task<void> copyFileToDevice(QString localFile);
-    QCoro::Task<void> copyFolderToDevice(QString localFolder);
+    [[nodiscard]] Async<void> copyFileToDevice(QString localFile);
+    [[nodiscard]] Async<void> copyFolderToDevice(QString localFolder);
     /// Into \p destinationFolder on this computer.
-    QCoro::Task<void> copyFileFromDevice(DeviceFileNode file, QString destinationFolder);
-    QCoro::Task<void> copyFolderFromDevice(DeviceFileNode folder, QString destinationFolder);
+    [[nodiscard]] Async<void> copyFileFromDevice(DeviceFileNode file, QString destinationFolder);
+    [[nodiscard]] Async<void> copyFolderFromDevice(DeviceFileNode folder,
+                                                   QString destinationFolder);
 
 signals:
     /// Files on this computer came or changed.

@@ -79,7 +79,7 @@ QString describe(const QString &folder, const QList<DeviceFileNode> &children)
     QStringList lines{folder + u':'};
     for (const DeviceFileNode &child : children) {
         lines << (child.isDirectory ? child.path + u'/'
-                                    : u"%1  %2 bytes"_s.arg(child.path).arg(child.size));
+                                    : child.path + u"  %1 bytes"_s.arg(child.size));
     }
     return lines.join(u'\n');
 }
@@ -107,8 +107,6 @@ struct BoardTools::Tool
 BoardTools::BoardTools(AppState &state)
     : m_state(state)
 {
-    QObject::connect(&state.link(), &DeviceLink::connectionStateChanged, &m_wiring,
-                     [this] { ++m_linkNumber; });
 }
 
 QByteArray BoardTools::definitions() const
@@ -208,7 +206,7 @@ BoardTools::Answer BoardTools::connectDevice(ToolArguments arguments)
         port = ports.first();
     }
     if (QFile::exists(port) && !isDevice(port)) {
-        m_state.shell().appendError(u"Connection failed: Not a serial port"_s);
+        m_state.errors().report({ErrorCode::SerialPort, u"Connection failed: Not a serial port"_s});
         co_return MCPToolError::notOpened(port);
     }
     link.connectDevice(port);
@@ -245,7 +243,7 @@ BoardTools::Answer BoardTools::readDeviceFile(ToolArguments arguments)
     if (!life)
         co_return MCPToolError::closed();
     if (!bytes)
-        co_return lastError(MCPToolError::notRead(*path));
+        co_return failed(bytes.error());
     if (const auto text = Utf8::decodeStrict(*bytes))
         co_return *text;
     co_return *path + u" is %1 bytes of binary data (not valid UTF-8)."_s.arg(bytes->size());
@@ -263,29 +261,26 @@ BoardTools::Answer BoardTools::writeDeviceFile(ToolArguments arguments)
     const QString size = QString::number(content->toUtf8().size());
     DeviceFiles &files = m_state.deviceFiles();
 
+    WritePermit permit = files.permitWrite(*path);
     if (asksFirst()) {
-        const bool exists = co_await files.deviceFileExists(*path);
+        DeviceFiles::WriteRequest request;
+        request.path = *path;
+        request.declined = MCPToolError::writeDeclined(*path);
+        request.question = [this, path = *path, size](bool exists) {
+            return std::optional(writeQuestion(path, size, exists));
+        };
+        const auto granted = co_await files.requestWrite(std::move(request));
         if (!life)
             co_return MCPToolError::closed();
-        UserPrompts::Confirmation question;
-        question.title = u"Let Claude write “"_s + *path + u"”?"_s;
-        question.message = size
-            + (exists ? u" bytes, replacing the file already at "_s + *path + u" on "_s
-                      : u" bytes, creating a new file on "_s)
-            + deviceName() + u'.';
-        question.confirmTitle = exists ? u"Replace"_s : u"Write"_s;
-        Error declined = MCPToolError::writeDeclined(*path);
-        const auto refusal = co_await askFor(std::move(question), std::move(declined));
-        if (!life)
-            co_return MCPToolError::closed();
-        if (refusal)
-            co_return *refusal;
+        if (!granted)
+            co_return failed(granted.error());
+        permit = *granted;
     }
-    const bool isWritten = co_await files.writeTextToDevice(*content, *path, *path);
+    const auto written = co_await files.writeTextToDevice(*content, permit, *path);
     if (!life)
         co_return MCPToolError::closed();
-    if (!isWritten)
-        co_return lastError(MCPToolError::notWritten(*path));
+    if (!written)
+        co_return failed(written.error());
     co_await files.refreshDeviceFiles();
     if (!life)
         co_return MCPToolError::closed();
@@ -318,22 +313,23 @@ BoardTools::Answer BoardTools::deleteDeviceFile(ToolArguments arguments)
                 + u". This cannot be undone."_s;
         question.confirmTitle = u"Delete"_s;
         Error declined = MCPToolError::deletionDeclined(*path);
-        const auto refusal = co_await askFor(std::move(question), std::move(declined));
+        const auto confirmed =
+            co_await files.confirmAction(std::move(question), std::move(declined));
         if (!life)
             co_return MCPToolError::closed();
-        if (refusal)
-            co_return *refusal;
+        if (!confirmed)
+            co_return failed(confirmed.error());
     }
-    const bool isDeleted = co_await files.deleteDeviceNode(node);
+    const auto deleted = co_await files.deleteDeviceNode(node);
     if (!life)
         co_return MCPToolError::closed();
-    // Before others add a line of theirs.
-    const Error failure = lastError(MCPToolError::notDeleted(*path));
+    if (!deleted && !deleted.error().message.isEmpty())
+        co_return failed(deleted.error());
     const bool exists = co_await files.deviceFileExists(*path);
     if (!life)
         co_return MCPToolError::closed();
-    if (exists || !isDeleted) // a board that is gone, or busy, cannot tell what exists
-        co_return failure;
+    if (exists || !deleted)
+        co_return MCPToolError::notDeleted(*path);
     co_return u"Deleted "_s + *path + u'.';
 }
 
@@ -385,23 +381,17 @@ BoardTools::Answer BoardTools::openInEditor(ToolArguments arguments)
         + u" in the editor. It is not on the device until you write it there."_s;
 }
 
-QCoro::Task<std::optional<Error>> BoardTools::askFor(UserPrompts::Confirmation question,
-                                                     Error declined)
+UserPrompts::Confirmation BoardTools::writeQuestion(const QString &path, const QString &size,
+                                                    bool exists) const
 {
-    const auto life = m_life.watch();
-    const int linkNumber = m_linkNumber;
-    const bool isConfirmed = co_await m_state.deviceFiles().confirmAction(std::move(question));
-    if (!life)
-        co_return MCPToolError::closed();
-    if (!isConfirmed)
-        co_return declined;
-    // The yes was for the board of the question, not for one that took its place since.
-    if (isConnected() && linkNumber != m_linkNumber) {
-        m_state.shell().appendError(
-            u"Nothing was changed: the board was connected anew while the question was open."_s);
-        co_return lastError(declined);
-    }
-    co_return std::nullopt;
+    UserPrompts::Confirmation question;
+    question.title = u"Let Claude write “"_s + path + u"”?"_s;
+    question.message = size
+        + (exists ? u" bytes, replacing the file already at "_s + path + u" on "_s
+                  : u" bytes, creating a new file on "_s)
+        + deviceName() + u'.';
+    question.confirmTitle = exists ? u"Replace"_s : u"Write"_s;
+    return question;
 }
 
 bool BoardTools::isConnected() const
@@ -419,10 +409,10 @@ QString BoardTools::deviceName() const
     return isConnected() ? m_state.link().connectionState().port() : u"the device"_s;
 }
 
-Error BoardTools::lastError(const Error &otherwise) const
+Error BoardTools::failed(const Error &error)
 {
-    const auto line = m_state.shell().lastErrorLine();
-    return line ? MCPToolError::because(*line) : otherwise;
+    m_state.errors().report(error);
+    return error;
 }
 
 } // namespace Korvane

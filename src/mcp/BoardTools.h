@@ -49,20 +49,17 @@ private:
     [[nodiscard]] Answer openInEditor(ToolArguments arguments);
 
     [[nodiscard]] Answer run(QString code, double timeoutSeconds);
-    /// Nothing when the person, or their standing order, says yes.
-    [[nodiscard]] QCoro::Task<std::optional<Error>> askFor(UserPrompts::Confirmation question,
-                                                           Error declined);
+    [[nodiscard]] UserPrompts::Confirmation writeQuestion(const QString &path, const QString &size,
+                                                          bool exists) const;
     [[nodiscard]] bool isConnected() const;
     [[nodiscard]] bool asksFirst() const;
     [[nodiscard]] QString deviceName() const;
-    /// Why an operation has just failed, as the Shell tells it.
-    [[nodiscard]] Error lastError(const Error &otherwise) const;
+    /// Reports the failure of an operation in the Shell too, and returns it.
+    [[nodiscard]] Error failed(const Error &error);
 
     AppState &m_state;
-    int m_linkNumber = 0; // counts the changes of the link
-    Calls m_calls;        // without an answer yet
+    Calls m_calls; // without an answer yet
     Delay m_delay;
-    QObject m_wiring; // context of the connections to the state
     Lifetime m_life;
 };
 

@@ -4,10 +4,14 @@ namespace Korvane::MCPToolError {
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
 Error because(const QString &reason)
 {
     return {ErrorCode::Tool, reason};
 }
+
+} // namespace
 
 Error unknownTool(const QString &name)
 {
@@ -44,19 +48,9 @@ Error notADirectory(const QString &path)
     return because(path + u" is not a directory on the device."_s);
 }
 
-Error notRead(const QString &path)
-{
-    return because(u"Could not read "_s + path + u'.');
-}
-
 Error writeDeclined(const QString &path)
 {
     return because(u"The user declined the write to "_s + path + u'.');
-}
-
-Error notWritten(const QString &path)
-{
-    return because(u"Write to "_s + path + u" failed."_s);
 }
 
 Error notThere(const QString &path)

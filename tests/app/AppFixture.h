@@ -38,7 +38,7 @@ struct AppFixture
     void write(const QString &source) { state->documents().updateSelectedContent(source); }
     void run() { state->runCurrentFile(); }
     void stop() { state->stopRun(); }
-    void refresh() { state->variablesStore().refreshVariables(); }
+    void refresh() { state->errors().reportFailureOf(state->variablesStore().refreshVariables()); }
 
     /// What the Shell shows since \p from, one text a line.
     QStringList lines(qsizetype from = 1) const

@@ -228,7 +228,8 @@ private slots:
         });
         row("session restarting", [=](BoardAppFixture &shop) {
             runLocally(shop);
-            shop.state->variablesStore().restartLocalSession();
+            shop.state->errors().reportFailureOf(
+                shop.state->variablesStore().restartLocalSession());
         });
         row("board entering", [](BoardAppFixture &shop) {
             shop.connectBoard();

@@ -56,7 +56,8 @@ private:
     }
     QByteArray onBoard(Desk &fixture, const QString &path)
     {
-        return awaited(fixture.state->deviceFiles().readDeviceFile(path, path)).value_or("none");
+        const auto bytes = awaited(fixture.state->deviceFiles().readDeviceFile(path, path));
+        return bytes ? *bytes : "none"_ba;
     }
 
 private slots:
@@ -191,7 +192,7 @@ private slots:
         Desk fixture;
         connectBoard(fixture);
         DeviceFiles &files = fixture.state->deviceFiles();
-        QVERIFY(awaited(files.makeDeviceFolders({u"/lib"_s})));
+        QVERIFY(awaited(files.makeDeviceFolders({u"/lib"_s}, files.permitWrite(u"/lib"_s))));
         awaited(files.refreshDeviceFiles());
         files.setDeviceWorkingDir(u"/lib"_s);
         fixture.write(u"one\n"_s);
@@ -225,8 +226,9 @@ private slots:
         Desk fixture;
         connectBoard(fixture);
         DeviceFiles &files = fixture.state->deviceFiles();
-        QVERIFY(awaited(files.writeDeviceFile("\uFEFFa\r\nb", u"/crlf.py"_s, {})));
-        QVERIFY(awaited(files.writeDeviceFile("\xFF", u"/bin"_s, {})));
+        QVERIFY(
+            awaited(files.writeDeviceFile("\uFEFFa\r\nb", files.permitWrite(u"/crlf.py"_s), {})));
+        QVERIFY(awaited(files.writeDeviceFile("\xFF", files.permitWrite(u"/bin"_s), {})));
         awaited(files.refreshDeviceFiles());
         const DeviceFileNode node = *files.deviceNode(u"/crlf.py"_s);
         auto first = fixture.state->boardDocuments().openDeviceFile(node);

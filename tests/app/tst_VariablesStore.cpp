@@ -101,7 +101,7 @@ private slots:
     void saysWhenThereIsNoSessionToRestart()
     {
         AppFixture shop({u"/nowhere/python3"_s});
-        shop.state->variablesStore().restartLocalSession();
+        shop.state->errors().reportFailureOf(shop.state->variablesStore().restartLocalSession());
         QTRY_COMPARE(shop.lines(2),
                      QStringList({u"info: Session restarted."_s,
                                   u"error: "_s + PythonRunner::notFoundMessage()}));

@@ -21,7 +21,7 @@ private:
     DeviceFiles &files() { return m_fixture.files; }
     bool remove(const QString &path)
     {
-        return awaited(files().deleteDeviceNode(*files().deviceNode(path)));
+        return m_fixture.done(files().deleteDeviceNode(*files().deviceNode(path)));
     }
 
 private slots:
@@ -52,9 +52,9 @@ private slots:
         QByteArray bytes(size, '\0');
         for (qsizetype i = 0; i < size; ++i)
             bytes[i] = static_cast<char>((i * 31 + i / 256) & 0xFF); // each of the 256 values
-        QVERIFY(awaited(files().writeDeviceFile(bytes, path, u"it"_s)));
+        QVERIFY(m_fixture.write(bytes, path, u"it"_s));
         QVERIFY(awaited(files().deviceFileExists(path)));
-        const auto read = awaited(files().readDeviceFile(path, u"it"_s));
+        const auto read = m_fixture.done(files().readDeviceFile(path, u"it"_s));
         QVERIFY(read && *read == bytes);
 
         awaited(files().refreshDeviceFiles());
@@ -68,18 +68,19 @@ private slots:
 
     void saysWhatTheBoardRefuses()
     {
-        QVERIFY(awaited(files().makeDeviceFolders({u"/folder"_s, u"/folder/in"_s, u"/folder"_s})));
+        QVERIFY(m_fixture.makeFolders({u"/folder"_s, u"/folder/in"_s, u"/folder"_s}));
         awaited(files().refreshDeviceFiles());
-        QVERIFY(!awaited(files().readDeviceFile(u"/missing"_s, u"missing"_s)));
-        QCOMPARE(m_fixture.said(), u"error: Cannot read missing: [Errno 2] ENOENT"_s);
-        QVERIFY(!awaited(files().readDeviceFile(u"/folder"_s, u"folder"_s)));
+        QVERIFY(!m_fixture.done(files().readDeviceFile(u"/missing"_s, u"missing"_s)));
+        QCOMPARE(m_fixture.said(), u"error: Cannot read missing: No such file or directory"_s);
+        QVERIFY(!m_fixture.done(files().readDeviceFile(u"/folder"_s, u"folder"_s)));
         QVERIFY(m_fixture.said().startsWith(u"error: Cannot read folder: "));
-        QVERIFY(!awaited(files().writeDeviceFile("x", u"/no/parent"_s, u"parent"_s)));
-        QCOMPARE(m_fixture.said(), u"error: Device write failed: OSError: [Errno 2] ENOENT"_s);
+        QVERIFY(!m_fixture.write("x", u"/no/parent"_s, u"parent"_s));
+        QCOMPARE(m_fixture.said(), u"error: Device write failed: No such file or directory"_s);
         QVERIFY(!remove(u"/folder"_s)); // not empty
         QVERIFY(m_fixture.said().startsWith(u"error: Delete failed: "));
         QVERIFY(remove(u"/folder/in"_s) && remove(u"/folder"_s));
-        QVERIFY(!awaited(files().writeTextToDevice(QString(QChar(0xD800)), u"/f"_s, u"f"_s)));
+        QVERIFY(!m_fixture.done(files().writeTextToDevice(QString(QChar(0xD800)),
+                                                          files().permitWrite(u"/f"_s), u"f"_s)));
         QCOMPARE(m_fixture.said(), u"error: Cannot encode f as UTF-8"_s);
     }
 
@@ -124,7 +125,8 @@ private slots:
             {list, read, write + u"__FILE__aGVsbG8"_s, {}});
         row("refused", ScriptedBoard::reply("__FILEERR__[Errno 5] EIO\r\n__ERR__39"),
             {list, u"error: Cannot read f: [Errno 5] EIO\n__ERR__39"_s,
-             write + u"__FILEERR__[Errno 5] EIO\n__ERR__39"_s, u"error: Delete failed: 39"_s});
+             write + u"__FILEERR__[Errno 5] EIO\n__ERR__39"_s,
+             u"error: Delete failed: Directory not empty"_s});
         row("text around the markers", ScriptedBoard::reply("up\r\n__OK__\r\n__FILE__aGk=\r\n"),
             {list, u"hi"_s, {}, list});
     }
@@ -144,11 +146,11 @@ private slots:
         awaited(fixture.files.refreshDeviceFiles());
         QStringList outcome{fixture.said()};
         QVERIFY(fixture.files.deviceNode(u"/f"_s));
-        const auto bytes = awaited(fixture.files.readDeviceFile(u"/f"_s, u"f"_s));
+        const auto bytes = fixture.done(fixture.files.readDeviceFile(u"/f"_s, u"f"_s));
         outcome << fixture.said() + QString::fromUtf8(bytes.value_or(""));
-        awaited(fixture.files.writeDeviceFile("x", u"/f"_s, u"f"_s));
+        fixture.write("x", u"/f"_s, u"f"_s);
         outcome << fixture.said();
-        awaited(fixture.files.deleteDeviceNode(*fixture.files.deviceNode(u"/f"_s)));
+        fixture.done(fixture.files.deleteDeviceNode(*fixture.files.deviceNode(u"/f"_s)));
         outcome << fixture.said();
         QTEST(outcome, "outcome");
         // Without an answer the tree knows.

@@ -24,11 +24,11 @@ private:
     QString local(const QString &name) const { return m_folder.filePath(name); }
     void write(const QByteArray &bytes, const QString &path)
     {
-        QVERIFY(awaited(m_fixture.files.writeDeviceFile(bytes, path, path)));
+        QVERIFY(m_fixture.write(bytes, path, path));
     }
     QByteArray onBoard(const QString &path)
     {
-        return awaited(m_fixture.files.readDeviceFile(path, path)).value_or("none");
+        return m_fixture.done(m_fixture.files.readDeviceFile(path, path)).value_or("none");
     }
     DeviceFileNode node(const QString &path) { return *m_fixture.files.deviceNode(path); }
 
@@ -48,7 +48,7 @@ private slots:
 
     void mergesAFolderIntoWhatIsThereAndBringsItBack()
     {
-        QVERIFY(awaited(m_fixture.files.makeDeviceFolders({u"/src"_s})));
+        QVERIFY(m_fixture.makeFolders({u"/src"_s}));
         write("kept", u"/src/other.py"_s);
         write("old", u"/src/main.py"_s);
         put(local(u"src/main.py"_s), "new");
@@ -57,7 +57,7 @@ private slots:
         QVERIFY(QDir().mkpath(local(u"src/no/files/here"_s)));
         QVERIFY(QFile::link(u"/etc/passwd"_s, local(u"src/out"_s)));
 
-        awaited(m_fixture.copies.copyFolderToDevice(local(u"src"_s)));
+        m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"src"_s)));
         QCOMPARE(m_fixture.prompts.takeAsked(),
                  u"Copy “src” to the device? | 3 files (70.0 kB) will be written to /src on "_s
                      + m_board.port()
@@ -70,7 +70,7 @@ private slots:
 
         QVERIFY(QDir().mkpath(local(u"back"_s)));
         QSignalSpy reloads(&m_fixture.copies, &FileTransfer::localFilesChanged);
-        awaited(m_fixture.copies.copyFolderFromDevice(node(u"/src"_s), local(u"back"_s)));
+        m_fixture.done(m_fixture.copies.copyFolderFromDevice(node(u"/src"_s), local(u"back"_s)));
         const QString target = local(u"back/src"_s);
         QCOMPARE(m_fixture.prompts.takeAsked(),
                  u"Copy “src” to %1? | 4 files (70.0 kB) will be written to %2, replacing any file "
@@ -87,22 +87,22 @@ private slots:
 
     void copiesSingleFilesIntoTheBrowsedFolder()
     {
-        QVERIFY(awaited(m_fixture.files.makeDeviceFolders({u"/lib"_s})));
+        QVERIFY(m_fixture.makeFolders({u"/lib"_s}));
         awaited(m_fixture.files.refreshDeviceFiles());
         m_fixture.files.setDeviceWorkingDir(u"/lib"_s);
         const QString file = local(u"a.txt"_s);
         put(file, "first");
-        awaited(m_fixture.copies.copyFileToDevice(file));
+        m_fixture.done(m_fixture.copies.copyFileToDevice(file));
         QCOMPARE(m_fixture.said(), u"info: ↑ Copied a.txt to /lib/a.txt."_s);
         QVERIFY2(m_fixture.prompts.asked.isEmpty(), "nothing was there to replace");
 
         m_fixture.prompts.confirmation.confirmed = false;
         put(file, "second");
-        awaited(m_fixture.copies.copyFileToDevice(file));
+        m_fixture.done(m_fixture.copies.copyFileToDevice(file));
         QCOMPARE(m_fixture.said(),
                  u"info: Copy cancelled — /lib/a.txt on the device is unchanged."_s);
         m_fixture.prompts.asked.clear();
-        awaited(m_fixture.copies.copyFileFromDevice(node(u"/lib/a.txt"_s), m_folder.path()));
+        m_fixture.done(m_fixture.copies.copyFileFromDevice(node(u"/lib/a.txt"_s), m_folder.path()));
         QCOMPARE(m_fixture.prompts.takeAsked(),
                  u"Replace “a.txt”? | a.txt already exists in %1. Copying from the device replaces "
                  "it. | Replace"_s.arg(m_folder.path()));
@@ -110,7 +110,7 @@ private slots:
         QCOMPARE(bytesOf(file), "second"_ba);
 
         m_fixture.prompts.confirmation.confirmed = true;
-        awaited(m_fixture.copies.copyFileFromDevice(node(u"/lib/a.txt"_s), m_folder.path()));
+        m_fixture.done(m_fixture.copies.copyFileFromDevice(node(u"/lib/a.txt"_s), m_folder.path()));
         QCOMPARE(m_fixture.said(), u"info: ↓ Copied a.txt to %1."_s.arg(file));
         QCOMPARE(bytesOf(file), "first"_ba);
         m_fixture.files.setDeviceWorkingDir(u"/"_s);
@@ -119,35 +119,35 @@ private slots:
     void saysWhyItStopped()
     {
         QVERIFY(QDir().mkpath(local(u"hollow"_s)));
-        awaited(m_fixture.copies.copyFolderToDevice(local(u"hollow"_s)));
+        m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"hollow"_s)));
         QCOMPARE(m_fixture.said(), u"error: hollow is empty — nothing to copy."_s);
-        awaited(m_fixture.copies.copyFileToDevice(local(u"missing"_s)));
+        m_fixture.done(m_fixture.copies.copyFileToDevice(local(u"missing"_s)));
         QCOMPARE(m_fixture.said(), u"error: Cannot read %1."_s.arg(local(u"missing"_s)));
 
         // The board holds a folder where a file of that name should go, and the reverse.
         put(local(u"clash/a"_s), "1");
         put(local(u"clash/b"_s), "2");
-        QVERIFY(awaited(m_fixture.files.makeDeviceFolders({u"/clash"_s, u"/clash/b"_s})));
-        awaited(m_fixture.copies.copyFolderToDevice(local(u"clash"_s)));
+        QVERIFY(m_fixture.makeFolders({u"/clash"_s, u"/clash/b"_s}));
+        m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"clash"_s)));
         const QString stopped = m_fixture.said();
-        QVERIFY2(stopped.contains(u"error: Device write failed: OSError"), qPrintable(stopped));
+        QVERIFY2(stopped.contains(u"error: Device write failed: "), qPrintable(stopped));
         QVERIFY2(stopped.endsWith(u"\nerror: Copy stopped at b."), qPrintable(stopped));
         QCOMPARE(onBoard(u"/clash/a"_s), "1"_ba);
         put(local(u"taken/f"_s), "1");
         write("a file", u"/taken"_s);
-        awaited(m_fixture.copies.copyFolderToDevice(local(u"taken"_s)));
+        m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"taken"_s)));
         QVERIFY(m_fixture.said().endsWith(u"\nerror: Copy stopped at f."_s));
         QCOMPARE(onBoard(u"/taken"_s), "a file"_ba);
 
         awaited(m_fixture.files.refreshDeviceFiles());
         put(local(u"into/clash"_s), "a file");
-        awaited(m_fixture.copies.copyFolderFromDevice(node(u"/clash"_s), local(u"into"_s)));
+        m_fixture.done(m_fixture.copies.copyFolderFromDevice(node(u"/clash"_s), local(u"into"_s)));
         QVERIFY(m_fixture.said().contains(u"error: Copy failed: "));
         QCOMPARE(bytesOf(local(u"into/clash"_s)), "a file"_ba);
 
         m_fixture.prompts.confirmation.confirmed = false;
         QSignalSpy running(&m_fixture.transfer, &TransferStatus::isSendingToDeviceChanged);
-        awaited(m_fixture.copies.copyFolderToDevice(local(u"into"_s)));
+        m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"into"_s)));
         QCOMPARE(m_fixture.said(), QString()); // who declines knows
         QCOMPARE(running.size(), 0);
     }
@@ -187,7 +187,7 @@ private slots:
         connect(&fixture.transfer, &TransferStatus::statusChanged, this,
                 [&] { status << fixture.transfer.status(); });
 
-        awaited(fixture.copies.copyFolderToDevice(local(u"many"_s)));
+        fixture.done(fixture.copies.copyFolderToDevice(local(u"many"_s)));
         QCOMPARE(fixture.said().split(u'\n').last(),
                  isFailure ? u"error: Copy stopped at f19."_s
                            : u"info: ↑ Copied 50 files to /many."_s);
@@ -202,7 +202,7 @@ private slots:
             QVERIFY(fixture.connectTo(board.port()));
         }
         written = 0;
-        awaited(fixture.copies.copyFolderToDevice(local(u"many"_s)));
+        fixture.done(fixture.copies.copyFolderToDevice(local(u"many"_s)));
         QCOMPARE(written, 50);
         QVERIFY(fixture.said().endsWith(u"info: ↑ Copied 50 files to /many."));
     }
@@ -215,12 +215,13 @@ private slots:
         QVERIFY(fixture.connectTo(small.port()));
         for (const QString &name : {u"a"_s, u"b"_s, u"c"_s})
             put(local(u"full/"_s + name), QByteArray(20'000, 'x'));
-        awaited(fixture.copies.copyFolderToDevice(local(u"full"_s)));
+        fixture.done(fixture.copies.copyFolderToDevice(local(u"full"_s)));
         QCOMPARE(fixture.said(),
                  u"info: ↑ Copying full → /full…\n"
-                 "error: Device write failed: OSError: 28\n"
+                 "error: Device write failed: No space left on the device\n"
                  "error: Copy stopped at c."_s);
-        QCOMPARE(awaited(fixture.files.readDeviceFile(u"/full/b"_s, {})), QByteArray(20'000, 'x'));
+        QCOMPARE(fixture.done(fixture.files.readDeviceFile(u"/full/b"_s, {})),
+                 QByteArray(20'000, 'x'));
     }
 
     void endsQuietlyWhenEverythingGoesInTheMiddle()

@@ -116,12 +116,18 @@ void DeviceFileBrowserView::openMenu(const DeviceFileNode &node)
     auto *menu = new QMenu(this);
     if (node.isDirectory) {
         connect(menu->addAction(tr("Copy Folder to %1").arg(localName)), &QAction::triggered, this,
-                [this, node, local] { m_state.fileTransfer().copyFolderFromDevice(node, local); });
+                [this, node, local] {
+                    m_state.errors().reportFailureOf(
+                        m_state.fileTransfer().copyFolderFromDevice(node, local));
+                });
     } else {
         connect(menu->addAction(tr("Open in Editor")), &QAction::triggered, this,
                 [this, node] { open(node); });
         connect(menu->addAction(tr("Copy to %1").arg(localName)), &QAction::triggered, this,
-                [this, node, local] { m_state.fileTransfer().copyFileFromDevice(node, local); });
+                [this, node, local] {
+                    m_state.errors().reportFailureOf(
+                        m_state.fileTransfer().copyFileFromDevice(node, local));
+                });
     }
     connect(menu->addAction(tr("Delete")), &QAction::triggered, this,
             [this, node] { m_state.boardDocuments().deleteDeviceFile(node); });

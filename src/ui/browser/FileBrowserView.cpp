@@ -112,12 +112,16 @@ void FileBrowserView::openMenu(const FileNode &node)
     auto *menu = new QMenu(this);
     if (node.isDirectory) {
         connect(menu->addAction(tr("Copy Folder to Device")), &QAction::triggered, this,
-                [this, node] { m_state.fileTransfer().copyFolderToDevice(node.path); });
+                [this, node] {
+                    m_state.errors().reportFailureOf(
+                        m_state.fileTransfer().copyFolderToDevice(node.path));
+                });
     } else {
         connect(menu->addAction(tr("Open")), &QAction::triggered, this,
                 [this, node] { open(node); });
-        connect(menu->addAction(tr("Copy to Device")), &QAction::triggered, this,
-                [this, node] { m_state.fileTransfer().copyFileToDevice(node.path); });
+        connect(menu->addAction(tr("Copy to Device")), &QAction::triggered, this, [this, node] {
+            m_state.errors().reportFailureOf(m_state.fileTransfer().copyFileToDevice(node.path));
+        });
     }
     list().openMenu(menu);
 }

@@ -94,10 +94,12 @@ QWidget *VariablesView::makeHeader()
     auto *refresh = new IconButton(QStringLiteral("arrow.clockwise"), Theme::Role::SecondaryLabel,
                                    tr("Refresh variables"));
     refresh->setObjectName(QStringLiteral("refreshVariables"));
-    connect(restart, &QToolButton::clicked, this,
-            [this] { m_state.variablesStore().restartLocalSession(); });
-    connect(refresh, &QToolButton::clicked, this,
-            [this] { m_state.variablesStore().refreshVariables(); });
+    connect(restart, &QToolButton::clicked, this, [this] {
+        m_state.errors().reportFailureOf(m_state.variablesStore().restartLocalSession());
+    });
+    connect(refresh, &QToolButton::clicked, this, [this] {
+        m_state.errors().reportFailureOf(m_state.variablesStore().refreshVariables());
+    });
 
     auto *row = new QHBoxLayout(header);
     row->setContentsMargins(8, 6, 8, 6);
@@ -175,7 +177,7 @@ void VariablesView::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
     if (!event->spontaneous()) // the window only came back from being minimized
-        m_state.variablesStore().refreshVariables();
+        m_state.errors().reportFailureOf(m_state.variablesStore().refreshVariables());
 }
 
 } // namespace Korvane

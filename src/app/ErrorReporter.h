@@ -1,0 +1,29 @@
+#pragma once
+
+#include "base/Async.h"
+#include "base/Lifetime.h"
+
+namespace Korvane {
+
+class ShellSink;
+
+/// Writes the failures of operations to the Shell. Every operation that the user starts ends here,
+/// or in a tool's answer. Main thread only.
+class ErrorReporter final
+{
+public:
+    /// \p shell must outlive this.
+    explicit ErrorReporter(ShellSink &shell);
+
+    /// An error line, after one for the error's cause; an info line for `Cancelled`. Writes nothing
+    /// for an empty message, for `Closed`, and for `Tool`, which is for the assistant alone.
+    void report(const Error &error);
+    /// Awaits \p operation and reports its failure. The task may be dropped.
+    QCoro::Task<void> reportFailureOf(Async<void> operation);
+
+private:
+    ShellSink &m_shell;
+    Lifetime m_life;
+};
+
+} // namespace Korvane

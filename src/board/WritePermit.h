@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QSet>
+#include <QString>
+
+#include <memory>
+#include <utility>
+
+namespace Korvane {
+
+/// The paths to which a transfer was asked for and has not ended.
+using ClaimedPaths = QSet<QString>;
+
+/// Allows one file or folder of one connected board to be written; only DeviceFiles makes them. A
+/// permit that was asked for holds its path: until the last copy is destroyed, nobody else is
+/// granted one for it.
+class WritePermit final
+{
+public:
+    [[nodiscard]] const QString &path() const { return m_path; }
+    /// For an entry of the folder that this permit is for.
+    [[nodiscard]] WritePermit forEntry(const QString &relativePath) const
+    {
+        return {m_path + u'/' + relativePath, m_connection, m_claim};
+    }
+
+private:
+    friend class DeviceFiles;
+
+    struct Claim
+    {
+        Claim(std::shared_ptr<ClaimedPaths> claimedPaths, QString claimed)
+            : paths(std::move(claimedPaths))
+            , path(std::move(claimed))
+        {
+            paths->insert(path);
+        }
+        ~Claim() { paths->remove(path); }
+        Claim(const Claim &) = delete;
+        Claim &operator=(const Claim &) = delete;
+
+        std::shared_ptr<ClaimedPaths> paths;
+        QString path;
+    };
+
+    WritePermit(QString path, int connection, std::shared_ptr<const Claim> claim = {})
+        : m_path(std::move(path))
+        , m_connection(connection)
+        , m_claim(std::move(claim))
+    {
+    }
+
+    QString m_path;
+    int m_connection;
+    std::shared_ptr<const Claim> m_claim;
+};
+
+} // namespace Korvane
