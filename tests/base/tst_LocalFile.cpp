@@ -17,6 +17,7 @@
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -148,7 +149,7 @@ private slots:
             return 1;
         };
         const std::function<int()> quick = [] { return 2; };
-        auto background = std::make_unique<Background>();
+        auto background = std::make_unique<Background>(10ms);
         const auto first = collect(*background, endless, log);
         const auto second = collect(*background, quick, log);
         QTRY_COMPARE(log, QStringList{u"result"_s}); // the loop went on meanwhile
