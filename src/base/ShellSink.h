@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Records.h"
+#include "base/VisibleText.h"
 
 namespace Korvane {
 
@@ -17,8 +18,18 @@ public:
     /// line.
     virtual void appendOutput(const QString &text) = 0;
 
-    void appendInfo(const QString &text) { appendLine(text, REPLLine::Kind::Info); }
-    void appendError(const QString &text) { appendLine(text, REPLLine::Kind::Error); }
+    /// Adds a notice of one line. Control characters of the names in it are shown as signs, so that
+    /// no name can add a notice of its own.
+    void appendInfo(const QString &text)
+    {
+        appendLine(VisibleText::line(text), REPLLine::Kind::Info);
+    }
+    /// Adds an error, which may have several lines (a traceback). A name in it that may hold line
+    /// ends is passed through VisibleText::line first.
+    void appendError(const QString &text)
+    {
+        appendLine(VisibleText::paragraphs(text), REPLLine::Kind::Error);
+    }
 };
 
 } // namespace Korvane

@@ -1,42 +1,48 @@
 // The program, with a remote control for its dialogs: each line on standard input is answered by
 // one. "question" asks what the open question says; anything else is the button to click in it. It
 // ends with its input.
+#include "ui/dialogs/QuestionDialog.h"
 #include "ui/window/KorvaneApp.h"
 
 #include <QApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QMessageBox>
+#include <QLabel>
 #include <QPushButton>
 #include <QSocketNotifier>
 
+#include <algorithm>
 #include <cstdio>
 #include <unistd.h>
 
 static QByteArray answer(const QByteArray &command)
 {
     const QWidgetList widgets = QApplication::topLevelWidgets();
-    QMessageBox *box = nullptr;
-    for (QWidget *widget : widgets) {
-        if (widget->isVisible() && !box)
-            box = qobject_cast<QMessageBox *>(widget);
-    }
-    if (!box)
+    const auto found = std::find_if(widgets.begin(), widgets.end(), [](QWidget *widget) {
+        return widget->isVisible() && qobject_cast<Korvane::QuestionDialog *>(widget);
+    });
+    if (found == widgets.end())
         return "null";
     QStringList titles;
-    for (QAbstractButton *button : box->buttons()) {
+    QString defaultTitle;
+    for (QPushButton *button : (*found)->findChildren<QPushButton *>()) {
         titles << button->text();
+        if (button->isDefault())
+            defaultTitle = button->text();
         if (button->text() == QString::fromUtf8(command)) {
             button->click();
             return "clicked";
         }
     }
     titles.sort();
-    const QJsonObject question{{QStringLiteral("title"), box->text()},
-                               {QStringLiteral("message"), box->informativeText()},
+    const auto text = [found](const char *name) {
+        return (*found)->findChild<QLabel *>(QString::fromLatin1(name))->text();
+    };
+    const QJsonObject question{{QStringLiteral("title"), text("questionTitle")},
+                               {QStringLiteral("message"), text("questionMessage")},
                                {QStringLiteral("buttons"), QJsonArray::fromStringList(titles)},
-                               {QStringLiteral("default"), box->defaultButton()->text()}};
+                               {QStringLiteral("default"), defaultTitle}};
     return QJsonDocument(question).toJson(QJsonDocument::Compact);
 }
 

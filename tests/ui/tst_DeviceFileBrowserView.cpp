@@ -202,7 +202,7 @@ private slots:
         connectBoard();
         QCOMPARE(toolbarSend->toolTip(), u"Send untitled.py to device (Ctrl+U)"_s);
         m_fixture->state().documents().openTextInEditor(u"<b>&⌘S.py"_s, u"x"_s);
-        QCOMPARE(send->toolTip(), u"<span>Send &lt;b&gt;&amp;⌘S.py to device</span>"_s);
+        QCOMPARE(send->toolTip(), u"<p>Send &lt;b&gt;&amp;⌘S.py to device</p>"_s);
         QCOMPARE(send->accessibleName(), u"Send <b>&⌘S.py to device"_s);
         m_board->setMute(true); // so that it is not over before anybody looked
         m_fixture->press(Qt::Key_U, Qt::ControlModifier);

@@ -1,4 +1,5 @@
 #include "ui/dialogs/PromptDialogs.h"
+#include "ui/dialogs/QuestionDialog.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -7,8 +8,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMainWindow>
-#include <QMessageBox>
 #include <QPushButton>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -70,6 +71,11 @@ private:
             qFatal("no such dialog");
         return dialog;
     }
+    static QString texts(const QDialog &dialog)
+    {
+        return dialog.findChild<QLabel *>(u"questionTitle"_s)->text() + u'|'
+            + dialog.findChild<QLabel *>(u"questionMessage"_s)->text();
+    }
     static QString defaultButtons(const QDialog &dialog)
     {
         QStringList titles;
@@ -116,21 +122,20 @@ private slots:
         QFETCH(int, key);
         QFETCH(QString, answer);
         askToDelete(path);
-        auto *box = opened<QMessageBox>();
+        auto *box = opened<QuestionDialog>();
         QCOMPARE(box->windowModality(), Qt::WindowModal);
-        QCOMPARE(box->text() + box->informativeText(), u"Delete <b>?Removes <i>&."_s);
-        QCOMPARE(box->textFormat(), Qt::PlainText);
-        QCOMPARE(box->icon(), QMessageBox::Warning);
+        QCOMPARE(texts(*box), u"Delete <b>?|Removes <i>&."_s);
         QCOMPARE(defaultButtons(*box), u"Cancel"_s);
         const auto focused = [box] {
             const auto *focus = qobject_cast<QPushButton *>(box->focusWidget());
             return focus ? focus->text() : QString();
         };
         QCOMPARE(focused(), u"Cancel"_s);
-        QCOMPARE(box->checkBox() ? box->checkBox()->text() : QString(),
+        auto *option = box->findChild<QCheckBox *>();
+        QCOMPARE(option ? option->text() : QString(),
                  path.isEmpty() ? QString() : u"Don't ask again for /R&&D.py"_s);
         if (answer.endsWith(u"for good"))
-            QTest::mouseClick(box->checkBox(), Qt::LeftButton, {}, QPoint(8, 8));
+            QTest::mouseClick(option, Qt::LeftButton, {}, QPoint(8, 8));
         const QString button = answer == u"cancelled" ? u"Cancel"_s : u"Delete"_s;
         for (int i = 0; i < 5 && focused() != button; ++i)
             press(box, Qt::Key_Tab);
@@ -141,6 +146,29 @@ private slots:
             press(box, key);
         QTRY_COMPARE(m_log, QStringList{answer});
         QTRY_VERIFY(m_window->findChildren<QDialog *>().isEmpty());
+    }
+
+    void fitsOnTheScreenWhateverTheNames_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("line ends") << QString(500, u'\n');
+        QTest::newRow("one long word") << QString(4'000, u'x');
+        QTest::newRow("markup") << u"<h1>a</h1>"_s.repeated(400);
+    }
+    void fitsOnTheScreenWhateverTheNames()
+    {
+        QFETCH(QString, name);
+        keep(m_prompts->confirm({name, u"Removes "_s + name, u"Delete"_s, name}), m_log);
+        auto *box = opened<QuestionDialog>();
+        QVERIFY(!texts(*box).contains(u'\n'));
+        const QRect screen = box->screen()->availableGeometry();
+        QVERIFY(screen.contains(box->geometry()));
+        for (const auto *button : box->findChildren<QPushButton *>())
+            QVERIFY(box->rect().contains(QRect(button->mapTo(box, QPoint()), button->size())));
+        box->close();
+        keep(m_prompts->askName({u"New Folder"_s, name, name, u"Create"_s}), m_log);
+        QTRY_VERIFY(opened<QDialog>() != box);
+        QVERIFY(screen.size().width() >= opened<QDialog>()->width());
     }
 
     void asksForNames_data()

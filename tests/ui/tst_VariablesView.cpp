@@ -79,7 +79,11 @@ private slots:
         fixture.state().debugSession().pause(DebugPause{12, {{u"n"_s, u"T"_s, value}}});
         QCOMPARE(fixture.rows(), QStringList{u"n|T|<b>one↵two</b>"_s});
         const QModelIndex cell = fixture.table().model()->index(0, 2);
-        QVERIFY(cell.data(Qt::ToolTipRole).toString().contains(value.toHtmlEscaped()));
+        QCOMPARE(cell.data(Qt::ToolTipRole).toString(), u"<p>&lt;b&gt;one<br>two&lt;/b&gt;</p>"_s);
+        // Views ask with indexes of rows that have been removed.
+        fixture.set({});
+        for (const QModelIndex &gone : {cell, QModelIndex()})
+            QVERIFY(!fixture.table().model()->data(gone).isValid());
         const auto *caption = fixture.find<ElidedLabel>("variablesCaption");
         QCOMPARE(caption->text(), u"stopped at line 12"_s);
         fixture.state().debugSession().reset();
@@ -91,7 +95,6 @@ private slots:
         const int leastWidth = fixture.window().minimumSizeHint().width();
         fixture.state().link().connectDevice(port);
         QTRY_COMPARE(caption->text(), port);
-        QCOMPARE(caption->toolTip(), port);
         QCoreApplication::processEvents();
         QCOMPARE(fixture.window().minimumSizeHint().width(), leastWidth);
     }

@@ -1,6 +1,7 @@
 #include "ui/browser/DeviceFileBrowserView.h"
 
 #include "app/AppState.h"
+#include "base/VisibleText.h"
 #include "ui/browser/FileListView.h"
 #include "ui/controls/ElidedLabel.h"
 #include "ui/controls/KeyText.h"
@@ -90,7 +91,7 @@ void DeviceFileBrowserView::showSendHelp()
     const QString help =
         file ? tr("Send %1 to device").arg(file->name) : tr("Send current file to device");
     m_send->setToolTip(PlainText::toolTip(help));
-    m_send->setAccessibleName(help);
+    m_send->setAccessibleName(VisibleText::line(help));
 }
 
 void DeviceFileBrowserView::goToEnclosingFolder()

@@ -1,5 +1,6 @@
 #include "ui/browser/FileListModel.h"
 
+#include "base/VisibleText.h"
 #include "theme/Icons.h"
 #include "ui/controls/PlainText.h"
 
@@ -29,7 +30,7 @@ QVariant FileListModel::data(const QModelIndex &index, int role) const
     const QString size = row.size && !row.isDirectory ? sizeText(*row.size) : QString();
     switch (role) {
     case Qt::DisplayRole:
-        return row.name;
+        return VisibleText::line(row.name);
     case Qt::DecorationRole:
         return Icons::icon(symbol(row),
                            row.isDirectory ? Theme::Role::Accent : Theme::Role::SecondaryLabel);
@@ -37,8 +38,9 @@ QVariant FileListModel::data(const QModelIndex &index, int role) const
         return PlainText::toolTip(row.name);
     case Qt::AccessibleTextRole:
         if (row.isDirectory)
-            return tr("%1, folder").arg(row.name);
-        return size.isEmpty() ? row.name : tr("%1, %2").arg(row.name, size);
+            return tr("%1, folder").arg(VisibleText::line(row.name));
+        return size.isEmpty() ? VisibleText::line(row.name)
+                              : tr("%1, %2").arg(VisibleText::line(row.name), size);
     case SizeTextRole:
         return size;
     default:

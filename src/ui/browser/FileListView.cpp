@@ -34,7 +34,7 @@ void FileListView::showRows(QList<FileListModel::Row> rows, const QString &folde
     const bool isSameFolder = folder == m_folder;
     const QModelIndex current = currentIndex();
     if (current.isValid() || !isSameFolder) {
-        m_chosenName = current.data().toString();
+        m_chosenName = current.isValid() ? m_model->rows().at(current.row()).name : QString();
         m_chosenRow = current.row();
     }
     const int scrolledTo = isSameFolder ? verticalScrollBar()->value() : 0;

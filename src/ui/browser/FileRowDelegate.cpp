@@ -46,7 +46,6 @@ void FileRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &optio
     }
     painter->setFont(option.font);
     painter->setPen(color(Theme::Role::Label));
-    // A name may hold line ends and tabs, which are to be seen as what they are: one name.
     painter->drawText(
         nameRect, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
         option.fontMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, nameRect.width()));

@@ -1,5 +1,7 @@
 #include "ui/controls/ElidedLabel.h"
 
+#include "base/VisibleText.h"
+
 #include <QPainter>
 
 namespace Korvane {
@@ -13,8 +15,8 @@ ElidedLabel::ElidedLabel(Qt::TextElideMode mode, QWidget *parent)
 
 void ElidedLabel::setText(const QString &text)
 {
-    m_text = text;
-    setAccessibleName(text);
+    m_text = VisibleText::line(text);
+    setAccessibleName(m_text);
     updateGeometry();
     update();
 }

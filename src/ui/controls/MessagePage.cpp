@@ -1,23 +1,19 @@
 #include "ui/controls/MessagePage.h"
 
 #include "ui/controls/SymbolView.h"
+#include "ui/controls/WrappedLabel.h"
 
-#include <QLabel>
 #include <QVBoxLayout>
 
 namespace Korvane {
 
 MessagePage::MessagePage(const QString &symbol, QWidget *parent)
     : QWidget(parent)
-    , m_title(new QLabel)
-    , m_text(new QLabel)
+    , m_title(new WrappedLabel({}, Qt::AlignHCenter))
+    , m_text(new WrappedLabel({}, Qt::AlignHCenter))
 {
-    for (QLabel *label : {m_title, m_text}) {
-        label->setTextFormat(Qt::PlainText);
+    for (WrappedLabel *label : {m_title, m_text})
         label->setForegroundRole(QPalette::PlaceholderText);
-        label->setAlignment(Qt::AlignCenter);
-        label->setWordWrap(true);
-    }
     m_title->setObjectName(QStringLiteral("messageTitle"));
     m_text->setObjectName(QStringLiteral("messageText"));
     m_text->setFont(Theme::captionFont(font()));

@@ -2,9 +2,9 @@
 
 #include <QWidget>
 
-class QLabel;
-
 namespace Korvane {
+
+class WrappedLabel;
 
 /// What a pane shows when it has nothing to show: a symbol, a title and a text below it.
 class MessagePage final : public QWidget
@@ -17,8 +17,8 @@ public:
     void setTexts(const QString &title, const QString &text);
 
 private:
-    QLabel *m_title;
-    QLabel *m_text;
+    WrappedLabel *m_title;
+    WrappedLabel *m_text;
 };
 
 } // namespace Korvane

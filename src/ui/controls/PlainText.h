@@ -1,22 +1,17 @@
 #pragma once
 
 #include <QString>
-#include <QTextDocument>
 
-/// Names come from disks and boards: they are to be read as they stand, whatever they look like.
+/// Names from disks, boards, ports and assistants for those parts of Qt that read text as markup.
+/// Control characters and bidirectional marks are shown as signs, see base/VisibleText.h.
 namespace Korvane::PlainText {
 
-/// \p text for a tool tip, which would take "<b>" for markup.
-[[nodiscard]] inline QString toolTip(const QString &text)
-{
-    return Qt::mightBeRichText(text) ? QStringLiteral("<span>%1</span>").arg(text.toHtmlEscaped())
-                                     : text;
-}
+/// \p text for a tool tip, which would show "<b>" as markup. Line ends are kept; text beyond 100
+/// characters is wrapped, and beyond 1,000 shortened in the middle.
+[[nodiscard]] QString toolTip(const QString &text);
 
-/// \p text for a button or a menu entry, which would take "&" for the mark of a key.
-[[nodiscard]] inline QString label(QString text)
-{
-    return text.replace(u'&', QStringLiteral("&&"));
-}
+/// \p text for a button or a menu entry, which would show "&" as a mnemonic. One line, shortened in
+/// the middle beyond 100 characters, so that no menu is wider than the screen.
+[[nodiscard]] QString label(const QString &text);
 
 } // namespace Korvane::PlainText

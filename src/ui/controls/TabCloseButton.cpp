@@ -1,5 +1,6 @@
 #include "ui/controls/TabCloseButton.h"
 
+#include "base/VisibleText.h"
 #include "theme/Icons.h"
 #include "ui/controls/PlainText.h"
 
@@ -23,7 +24,7 @@ TabCloseButton::TabCloseButton(const QString &documentName, QWidget *parent)
     setObjectName(QStringLiteral("closeTab"));
     setIcon(Icons::icon(QStringLiteral("xmark")));
     setToolTip(PlainText::toolTip(help));
-    setAccessibleName(help);
+    setAccessibleName(VisibleText::line(help));
     setAutoRaise(true);
     // The keyboard closes the chosen tab from wherever it is; a stop per tab would be in its way.
     setFocusPolicy(Qt::NoFocus);

@@ -1,15 +1,14 @@
 #include "ui/dialogs/PromptDialogs.h"
 
-#include "theme/Theme.h"
+#include "ui/controls/WrappedLabel.h"
+#include "ui/dialogs/QuestionDialog.h"
 
 #include <QCheckBox>
 #include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QHeaderView>
-#include <QLabel>
 #include <QLineEdit>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -22,7 +21,6 @@ namespace Korvane {
 
 namespace {
 
-constexpr int messageWidth = 380;
 constexpr QSize fileDialogSize(760, 460);
 
 QString tr(const char *text)
@@ -58,42 +56,25 @@ PromptDialogs::~PromptDialogs()
 
 QCoro::Task<UserPrompts::ConfirmationAnswer> PromptDialogs::confirm(Confirmation question)
 {
-    auto *box = new QMessageBox(m_window);
-    box->setIcon(QMessageBox::Warning);
-    box->setWindowTitle(tr("Korvane"));
-    // Names come from the board and the disk: they are not to be read as markup.
-    box->setTextFormat(Qt::PlainText);
-    box->setText(question.title);
-    box->setInformativeText(question.message);
-    // The title stands out, and a short message is not squeezed into a column.
-    if (auto *title = box->findChild<QLabel *>(QStringLiteral("qt_msgbox_label")))
-        title->setFont(Theme::headlineFont(title->font()));
-    if (auto *text = box->findChild<QLabel *>(QStringLiteral("qt_msgbox_informativelabel")))
-        text->setMinimumWidth(messageWidth);
-    QPushButton *confirm = box->addButton(question.confirmTitle, QMessageBox::AcceptRole);
-    QPushButton *cancel = box->addButton(tr("Cancel"), QMessageBox::RejectRole);
-    confirm->setAutoDefault(false);
-    box->setDefaultButton(cancel);
-    box->setEscapeButton(cancel);
-    if (!question.dontAskAgainPath.isEmpty()) {
-        QString path = question.dontAskAgainPath;
-        path.replace(u'&', QStringLiteral("&&")); // not a shortcut
-        box->setCheckBox(new QCheckBox(tr("Don't ask again for %1").arg(path)));
-    }
-    const std::function<ConfirmationAnswer()> answer = [box, confirm] {
-        return ConfirmationAnswer{box->clickedButton() == confirm,
-                                  box->checkBox() && box->checkBox()->isChecked()};
+    auto *dialog = new QuestionDialog(question.title, question.message, m_window);
+    const QPushButton *confirm =
+        dialog->addAnswer(question.confirmTitle, QuestionDialog::Effect::Destructive);
+    const QCheckBox *dontAskAgain = nullptr;
+    if (!question.dontAskAgainPath.isEmpty())
+        dontAskAgain =
+            dialog->addPathOption(tr("Don't ask again for %1"), question.dontAskAgainPath);
+    const std::function<ConfirmationAnswer()> answer = [dialog, confirm, dontAskAgain] {
+        return ConfirmationAnswer{dialog->chosen() == confirm,
+                                  dontAskAgain && dontAskAgain->isChecked()};
     };
-    co_return co_await ask(box, answer);
+    co_return co_await ask(dialog, answer);
 }
 
 QCoro::Task<QString> PromptDialogs::askName(NamePrompt prompt)
 {
     auto *dialog = new QDialog(m_window);
     dialog->setWindowTitle(prompt.title);
-    auto *label = new QLabel(prompt.message);
-    label->setTextFormat(Qt::PlainText);
-    label->setWordWrap(true);
+    auto *label = new WrappedLabel(prompt.message);
     auto *field = new QLineEdit(prompt.proposedName);
     field->setObjectName(QStringLiteral("nameField"));
     field->setPlaceholderText(prompt.proposedName);
@@ -146,7 +127,7 @@ template <typename T> QCoro::Task<T> PromptDialogs::ask(QDialog *dialog, std::fu
     T given{};
     QObject::connect(dialog, &QDialog::finished, dialog,
                      [&end, &given, answer, dialog](int result) {
-                         if (result != QDialog::Rejected || qobject_cast<QMessageBox *>(dialog))
+                         if (result != QDialog::Rejected)
                              given = answer();
                          end.deliver(true);
                      });

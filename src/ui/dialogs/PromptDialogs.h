@@ -9,7 +9,6 @@
 #include <list>
 
 class QDialog;
-class QMessageBox;
 
 namespace Korvane {
 

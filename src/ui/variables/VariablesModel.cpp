@@ -1,6 +1,8 @@
 #include "ui/variables/VariablesModel.h"
 
+#include "base/VisibleText.h"
 #include "theme/Theme.h"
+#include "ui/controls/PlainText.h"
 
 namespace Korvane {
 
@@ -23,6 +25,8 @@ int VariablesModel::columnCount(const QModelIndex &parent) const
 
 QVariant VariablesModel::data(const QModelIndex &index, int role) const
 {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
+        return {};
     const PythonVariable &variable = m_variables[index.row()];
     const QString &text = index.column() == Name ? variable.name
         : index.column() == Type                 ? variable.type
@@ -31,11 +35,10 @@ QVariant VariablesModel::data(const QModelIndex &index, int role) const
     case Qt::DisplayRole: {
         // A representation may hold line ends; a row is one line.
         QString line = text;
-        return line.replace(u'\n', QStringLiteral("↵"));
+        return VisibleText::line(line.replace(u'\n', QStringLiteral("↵")));
     }
     case Qt::ToolTipRole:
-        // Escaped, since a value that looks like markup would be shown as such.
-        return QStringLiteral("<p>%1</p>").arg(text.toHtmlEscaped());
+        return PlainText::toolTip(text);
     case Qt::FontRole: {
         const QFont font = Theme::monospacedFont();
         return index.column() == Name ? Theme::headlineFont(font) : font;

@@ -1,6 +1,7 @@
 #include "ui/window/Announcer.h"
 
 #include "app/AppState.h"
+#include "base/VisibleText.h"
 
 #include <QAccessible>
 
@@ -26,7 +27,7 @@ Announcer::Announcer(AppState &state, QWidget *parent)
 
 void Announcer::say(const QString &text)
 {
-    setAccessibleName(text);
+    setAccessibleName(VisibleText::line(text));
     for (const QAccessible::Event type : {QAccessible::ObjectHide, QAccessible::ObjectShow}) {
         QAccessibleEvent event(this, type);
         QAccessible::updateAccessibility(&event);

@@ -3,6 +3,7 @@
 #include "app/AppState.h"
 #include "board/DeviceLink.h"
 #include "theme/Theme.h"
+#include "ui/controls/PlainText.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -68,7 +69,7 @@ void ConnectionIndicator::showState()
         m_caption->setText(tr("Connected"));
         break;
     }
-    setToolTip(connection.port());
+    setToolTip(PlainText::toolTip(connection.port()));
 }
 
 } // namespace Korvane

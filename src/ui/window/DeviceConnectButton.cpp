@@ -3,6 +3,7 @@
 #include "app/AppState.h"
 #include "board/DeviceLink.h"
 #include "theme/Icons.h"
+#include "ui/controls/PlainText.h"
 
 #include <QMenu>
 
@@ -38,7 +39,7 @@ void DeviceConnectButton::showState()
         m_ports->close();
         setText(tr("Disconnect"));
         setIcon(Icons::icon(QStringLiteral("cable.connector.slash"), Theme::Role::Orange));
-        setToolTip(tr("Disconnect from %1").arg(connection.port()));
+        setToolTip(PlainText::toolTip(tr("Disconnect from %1").arg(connection.port())));
     } else {
         const bool isConnecting = connection.kind() == DeviceConnectionState::Kind::Connecting;
         setText(isConnecting ? tr("Connecting…") : tr("Connect Device"));
@@ -52,9 +53,7 @@ void DeviceConnectButton::fillMenu()
 {
     m_ports->clear();
     for (const QString &port : m_state.link().availablePorts()) {
-        QString title = port;
-        title.replace(u'&', QStringLiteral("&&")); // no letter of a path is a menu's shortcut
-        connect(m_ports->addAction(title), &QAction::triggered, this,
+        connect(m_ports->addAction(PlainText::label(port)), &QAction::triggered, this,
                 [this, port] { m_state.link().connectDevice(port); });
     }
     // Words, not a command: the theme gives them the secondary color.

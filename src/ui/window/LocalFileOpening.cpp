@@ -1,6 +1,7 @@
 #include "ui/window/LocalFileOpening.h"
 
 #include "app/AppState.h"
+#include "base/VisibleText.h"
 
 #include <QFileInfo>
 
@@ -12,8 +13,9 @@ QCoro::Task<void> openLocalFile(AppState &state, QString path)
     // Closed: the state has gone, and nothing of it may be touched.
     if (opened || opened.error().code == ErrorCode::Closed)
         co_return;
-    state.shell().appendError(QStringLiteral("Cannot open %1: %2")
-                                  .arg(QFileInfo(path).fileName(), opened.error().message));
+    state.shell().appendError(
+        QStringLiteral("Cannot open %1: %2")
+            .arg(VisibleText::line(QFileInfo(path).fileName()), opened.error().message));
 }
 
 } // namespace Korvane

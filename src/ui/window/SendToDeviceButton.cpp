@@ -1,6 +1,7 @@
 #include "ui/window/SendToDeviceButton.h"
 
 #include "app/AppState.h"
+#include "base/VisibleText.h"
 #include "theme/Icons.h"
 #include "ui/controls/KeyText.h"
 #include "ui/controls/PlainText.h"
@@ -43,7 +44,7 @@ void SendToDeviceButton::showHelp()
         ? KeyText::rendered(tr("Send %1 to device (⌘U)")).arg(file->name)
         : tr("Connect a device to send files");
     setToolTip(PlainText::toolTip(help));
-    setAccessibleDescription(help);
+    setAccessibleDescription(VisibleText::line(help));
 }
 
 void SendToDeviceButton::showSending()

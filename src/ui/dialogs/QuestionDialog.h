@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QDialog>
+
+class QBoxLayout;
+class QCheckBox;
+class QPushButton;
+
+namespace Korvane {
+
+/// A question with a title, a message and Cancel, which is the default and answers Escape. All
+/// texts are plain text; long ones are wrapped and scrolled, so that the dialog fits on the screen.
+///
+/// All questions have the same width, and each kind of button has its own place: harmless answers
+/// at the left, destructive ones next to Cancel, Cancel at the right. A click meant for one kind
+/// does not hit the other kind of the next question.
+class QuestionDialog final : public QDialog
+{
+    Q_OBJECT
+
+public:
+    enum class Effect { Harmless, Destructive };
+
+    QuestionDialog(const QString &title, const QString &message, QWidget *window);
+
+    /// Adds an answer, which closes the dialog. Never the default button.
+    QPushButton *addAnswer(const QString &title, Effect effect);
+    /// Adds a check box below the message, labeled \p text with \p path in place of %1.
+    QCheckBox *addPathOption(const QString &text, const QString &path);
+
+    /// The answer that was chosen; null for Cancel and while the question is open.
+    [[nodiscard]] const QPushButton *chosen() const { return m_chosen; }
+
+private:
+    [[nodiscard]] QWidget *makeTexts(const QString &title, const QString &message, int width);
+    [[nodiscard]] QBoxLayout *makeButtons();
+
+    QBoxLayout *m_options;
+    QBoxLayout *m_harmless;
+    QBoxLayout *m_destructive;
+    const QPushButton *m_chosen = nullptr;
+};
+
+} // namespace Korvane
