@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <sys/epoll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <utility>
 
@@ -20,11 +19,11 @@ constexpr qsizetype requestCostBytes = 1024;
 
 } // namespace
 
-HTTPConnection::HTTPConnection(quint64 id, int socket, const Handler &handler, HTTPLoad &load,
-                               HTTPRequestParser::HeadCheck isAuthorized,
+HTTPConnection::HTTPConnection(quint64 id, FileDescriptor socket, const Handler &handler,
+                               HTTPLoad &load, HTTPRequestParser::HeadCheck isAuthorized,
                                std::shared_ptr<HTTPReply::Mailbox> replies)
     : m_id(id)
-    , m_socket(socket)
+    , m_socket(std::move(socket))
     , m_handler(handler)
     , m_load(load)
     , m_replies(std::move(replies))
@@ -32,17 +31,12 @@ HTTPConnection::HTTPConnection(quint64 id, int socket, const Handler &handler, H
 {
 }
 
-HTTPConnection::~HTTPConnection()
-{
-    ::close(m_socket);
-}
-
 HTTPConnection::Outcome HTTPConnection::receive(std::span<char> scratch, bool hasPeerClosed)
 {
     for (int turn = 0; hasPeerClosed || turn < readsPerTurn; ++turn) {
         if (!m_isLeaving && !mayHandOver())
             break;
-        const auto count = ::recv(m_socket, scratch.data(), scratch.size(), 0);
+        const auto count = ::recv(m_socket.get(), scratch.data(), scratch.size(), 0);
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
@@ -51,6 +45,9 @@ HTTPConnection::Outcome HTTPConnection::receive(std::span<char> scratch, bool ha
             return Outcome::Closed;
         if (m_isLeaving)
             continue;
+        // An authorized connection may have been idle for long: its time begins with the request.
+        if (isAuthorized() && !isInsideRequest())
+            m_lastActivity = std::chrono::steady_clock::now();
         m_parser.append(QByteArrayView(scratch.data(), count));
         (void)handOver();
         if (m_parser.isRefusing())
@@ -90,10 +87,9 @@ bool HTTPConnection::handOverAndSend()
 
 unsigned HTTPConnection::wantedEvents() const
 {
-    unsigned events = 0;
-    // The end of the stream counts only after everything before it has been read.
+    unsigned events = EPOLLRDHUP;
     if (m_isLeaving || (mayHandOver() && !m_parser.isRefusing()))
-        events |= EPOLLIN | EPOLLRDHUP;
+        events |= EPOLLIN;
     if (m_sent < m_unsent.size())
         events |= EPOLLOUT;
     return events;
@@ -141,7 +137,7 @@ bool HTTPConnection::handOver()
 bool HTTPConnection::send()
 {
     while (m_sent < m_unsent.size()) {
-        const auto count = ::send(m_socket, m_unsent.constData() + m_sent,
+        const auto count = ::send(m_socket.get(), m_unsent.constData() + m_sent,
                                   size_t(m_unsent.size() - m_sent), MSG_NOSIGNAL);
         if (count < 0 && errno == EINTR)
             continue;
@@ -174,7 +170,7 @@ HTTPConnection::Outcome HTTPConnection::outcome()
     }
     if (!m_isLeaving || m_sent < m_unsent.size())
         return Outcome::Open;
-    ::shutdown(m_socket, SHUT_WR);
+    ::shutdown(m_socket.get(), SHUT_WR);
     return Outcome::Leaving;
 }
 

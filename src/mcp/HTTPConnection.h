@@ -54,11 +54,10 @@ public:
         Closed,
     };
 
-    /// Takes ownership of \p socket (non-blocking). \p handler and \p load are borrowed.
-    HTTPConnection(quint64 id, int socket, const Handler &handler, HTTPLoad &load,
+    /// \p socket is non-blocking. \p handler and \p load are borrowed.
+    HTTPConnection(quint64 id, FileDescriptor socket, const Handler &handler, HTTPLoad &load,
                    HTTPRequestParser::HeadCheck isAuthorized,
                    std::shared_ptr<HTTPReply::Mailbox> replies);
-    ~HTTPConnection();
     HTTPConnection(const HTTPConnection &) = delete;
     HTTPConnection &operator=(const HTTPConnection &) = delete;
 
@@ -78,13 +77,14 @@ public:
     [[nodiscard]] bool isAuthorized() const { return m_parser.hasSeenAuthorized(); }
     /// Part of a request has arrived, and the rest has not.
     [[nodiscard]] bool isInsideRequest() const { return m_parser.isInsideRequest(); }
-    /// When the connection was accepted, or its last request completed or answered.
+    /// When the connection was accepted, or last completed or got an answer to a request; of an
+    /// authorized connection also when its current request began.
     [[nodiscard]] std::chrono::steady_clock::time_point lastActivity() const
     {
         return m_lastActivity;
     }
 
-    [[nodiscard]] int socket() const { return m_socket; }
+    [[nodiscard]] int socket() const { return m_socket.get(); }
     /// The epoll events to watch for.
     [[nodiscard]] unsigned wantedEvents() const;
 
@@ -97,7 +97,7 @@ private:
     [[nodiscard]] Outcome outcome();
 
     quint64 m_id;
-    int m_socket;
+    FileDescriptor m_socket;
     const Handler &m_handler;
     HTTPLoad &m_load;
     std::shared_ptr<HTTPReply::Mailbox> m_replies;

@@ -1,14 +1,18 @@
 #include "mcp/MCPHTTPServer.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <pthread.h>
 #include <sys/epoll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <system_error>
+#include <tuple>
 #include <unistd.h>
 
 #include <utility>
@@ -26,6 +30,8 @@ constexpr quint64 firstConnectionId = 2;
 
 constexpr size_t scratchBytes = size_t{64} * 1024;
 constexpr int acceptsPerTurn = 64;
+// Left to the rest of the program, which fails in bad ways without descriptors: it could not save.
+constexpr rlim_t reservedDescriptors = 128;
 // How long a refused client may continue to send before its connection is closed.
 constexpr auto leavingTime = 1s;
 // Descriptors may also be freed elsewhere in the program.
@@ -153,11 +159,11 @@ void MCPHTTPServer::run()
 
 int MCPHTTPServer::timeoutMs() const
 {
-    if (m_leaving.empty() && !m_isListeningPaused)
+    if (m_checks.empty() && !m_isListeningPaused)
         return -1;
     auto next = m_isListeningPaused ? m_listenAgain : Clock::time_point::max();
-    if (!m_leaving.empty())
-        next = std::min(next, m_leaving.front().first);
+    if (!m_checks.empty())
+        next = std::min(next, m_checks.top().first);
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now());
     return int(std::max(left, 0ms).count());
 }
@@ -165,9 +171,9 @@ int MCPHTTPServer::timeoutMs() const
 void MCPHTTPServer::acceptWaiting()
 {
     for (int i = 0; i < acceptsPerTurn; ++i) {
-        const int socket =
-            ::accept4(m_listener.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-        if (socket < 0) {
+        FileDescriptor socket(
+            ::accept4(m_listener.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+        if (!socket.isValid()) {
             switch (errno) {
             case EAGAIN:
                 return;
@@ -185,17 +191,46 @@ void MCPHTTPServer::acceptWaiting()
                 continue; // concerns that one connection only
             }
         }
+        if (!makeRoomFor(socket))
+            continue;
         // Responses are written in one piece, so there is nothing to wait for.
         const int on = 1;
-        ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        ::setsockopt(socket.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
         const auto id = m_nextId++;
         std::unique_ptr<Client> client(
-            new Client{{id, socket, m_handler, m_load, m_isAuthorized, m_replies}});
-        if (watch(EPOLL_CTL_ADD, socket, 0, id)) {
+            new Client{{id, std::move(socket), m_handler, m_load, m_isAuthorized, m_replies}});
+        if (watch(EPOLL_CTL_ADD, client->connection.socket(), 0, id)) {
             const auto entry = m_clients.emplace(id, std::move(client)).first;
+            m_checks.emplace(Clock::now() + m_requestTimeout, id);
             settle(id, *entry->second, HTTPConnection::Outcome::Open);
         }
     }
+}
+
+/// Closes another connection when there are too many, or when the number of \p socket, the lowest
+/// that was free, shows that only the reserve is left. False when there is none to close.
+bool MCPHTTPServer::makeRoomFor(FileDescriptor &socket)
+{
+    rlimit limits = {};
+    ::getrlimit(RLIMIT_NOFILE, &limits);
+    const rlim_t reserve = std::min(reservedDescriptors, limits.rlim_cur / 4);
+    const bool isInReserve = rlim_t(socket.get()) >= limits.rlim_cur - reserve;
+    if (m_clients.size() < maxConnections && !isInReserve)
+        return true;
+    const auto rank = [](const auto &entry) {
+        const HTTPConnection &connection = entry.second->connection;
+        return std::tuple(connection.isWaitingForAnswer(), connection.isAuthorized(),
+                          connection.lastActivity());
+    };
+    const auto idlest =
+        std::min_element(m_clients.begin(), m_clients.end(),
+                         [&](const auto &a, const auto &b) { return rank(a) < rank(b); });
+    if (idlest == m_clients.end() || idlest->second->connection.isWaitingForAnswer())
+        return false;
+    drop(idlest->first);
+    if (isInReserve) // the next number would not be the lowest free one otherwise
+        socket.reset(::fcntl(socket.get(), F_DUPFD_CLOEXEC, 0));
+    return socket.isValid();
 }
 
 /// The waiting connections keep the listener readable: without this the thread would spin.
@@ -223,9 +258,11 @@ void MCPHTTPServer::serve(quint64 id, unsigned events)
     auto outcome = HTTPConnection::Outcome::Open;
     if (events & EPOLLOUT)
         outcome = client.connection.flush();
+    const bool hasPeerClosed = isBroken || (events & EPOLLRDHUP);
     if ((events & EPOLLIN) && outcome != HTTPConnection::Outcome::Closed)
-        outcome = client.connection.receive(m_scratch, isBroken || (events & EPOLLRDHUP));
-    if (isBroken)
+        outcome = client.connection.receive(m_scratch, hasPeerClosed);
+    // Whatever the load did not allow to read is dropped: it would not be answered anyway.
+    if (hasPeerClosed)
         outcome = HTTPConnection::Outcome::Closed;
     settle(id, client, outcome);
 }
@@ -280,14 +317,30 @@ void MCPHTTPServer::settle(quint64 id, Client &client, HTTPConnection::Outcome o
         drop(id);
         return;
     }
-    if (outcome == HTTPConnection::Outcome::Leaving && !std::exchange(client.isLeaving, true))
-        m_leaving.emplace_back(Clock::now() + leavingTime, id);
+    if (outcome == HTTPConnection::Outcome::Leaving && !client.leavesAt) {
+        client.leavesAt = Clock::now() + leavingTime;
+        m_checks.emplace(*client.leavesAt, id);
+    }
     if (client.connection.isHeldBackByOthers() && !std::exchange(client.isHeldBack, true))
         m_heldBack.push_back(id);
     const auto events = client.connection.wantedEvents();
     if (events != client.watchedEvents
         && watch(EPOLL_CTL_MOD, client.connection.socket(), events, id))
         client.watchedEvents = events;
+}
+
+/// When to close a connection that does nothing until then; nothing when it may stay open. Clients
+/// with the token may keep a connection between requests as long as they like.
+std::optional<MCPHTTPServer::Clock::time_point> MCPHTTPServer::closingTime(
+    const Client &client) const
+{
+    if (client.leavesAt)
+        return client.leavesAt;
+    const HTTPConnection &connection = client.connection;
+    if (connection.isWaitingForAnswer()
+        || (connection.isAuthorized() && !connection.isInsideRequest()))
+        return std::nullopt;
+    return connection.lastActivity() + m_requestTimeout;
 }
 
 void MCPHTTPServer::drop(quint64 id)
@@ -303,12 +356,20 @@ void MCPHTTPServer::drop(quint64 id)
 
 void MCPHTTPServer::dropOverdue()
 {
-    if (m_leaving.empty() && !m_isListeningPaused)
+    if (m_checks.empty() && !m_isListeningPaused)
         return;
     const auto now = Clock::now();
-    while (!m_leaving.empty() && m_leaving.front().first <= now) {
-        drop(m_leaving.front().second);
-        m_leaving.pop_front();
+    while (!m_checks.empty() && m_checks.top().first <= now) {
+        const auto id = m_checks.top().second;
+        m_checks.pop();
+        const auto found = m_clients.find(id);
+        if (found == m_clients.end())
+            continue;
+        const auto time = closingTime(*found->second).value_or(now + m_requestTimeout);
+        if (time <= now)
+            drop(id);
+        else if (!found->second->leavesAt) // or it has a check of its own
+            m_checks.emplace(time, id);
     }
     if (m_isListeningPaused && m_listenAgain <= now)
         m_isListeningPaused = !watch(EPOLL_CTL_MOD, m_listener.get(), EPOLLIN, listenerKey);

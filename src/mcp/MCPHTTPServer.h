@@ -8,6 +8,7 @@
 #include <atomic>
 #include <chrono>
 #include <deque>
+#include <queue>
 #include <thread>
 #include <unordered_map>
 
@@ -21,6 +22,10 @@ namespace Korvane {
 class MCPHTTPServer final
 {
 public:
+    /// When there are so many, the one that has been idle longest is closed for a new one, those
+    /// without an authorized request first. The new one is closed when all have calls waiting.
+    static constexpr size_t maxConnections = 256;
+
     /// Called on the server's thread; must not block. It returns the response, or keeps the
     /// HTTPReply and calls it later from any thread. Every request must be answered in the end,
     /// since unanswered ones are counted.
@@ -41,6 +46,10 @@ public:
     /// requests were answered, but not by `stop`. Must be set before `start`.
     void setOnAbandoned(std::function<void(quint64)> onAbandoned);
 
+    /// How long a connection may take for its first or its current request; 30 s unless set. Must
+    /// be set before `start`.
+    void setRequestTimeout(std::chrono::milliseconds timeout) { m_requestTimeout = timeout; }
+
     /// Fails with `ErrorCode::Network` and the system's message.
     [[nodiscard]] Result<void> start();
     /// Returns when the listener and all connections are closed: the port is free again. Later
@@ -52,13 +61,14 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
+    using Check = std::pair<Clock::time_point, quint64>;
 
     struct Client
     {
         HTTPConnection connection;
         unsigned watchedEvents = 0;
-        bool isMarked = false;   // is in m_marked
-        bool isLeaving = false;  // is in m_leaving
+        bool isMarked = false; // is in m_marked
+        std::optional<Clock::time_point> leavesAt = {};
         bool isHeldBack = false; // is in m_heldBack
     };
 
@@ -67,12 +77,14 @@ private:
     void run();
     [[nodiscard]] int timeoutMs() const;
     void acceptWaiting();
+    [[nodiscard]] bool makeRoomFor(FileDescriptor &socket);
     void pauseListening();
     void failListening(int code);
     void serve(quint64 id, unsigned events);
     void deliverReplies();
     void resumeHeldBack();
     void settle(quint64 id, Client &client, HTTPConnection::Outcome outcome);
+    [[nodiscard]] std::optional<Clock::time_point> closingTime(const Client &client) const;
     void drop(quint64 id);
     void dropOverdue();
 
@@ -81,6 +93,7 @@ private:
     HTTPRequestParser::HeadCheck m_isAuthorized;
     std::function<void(const QString &)> m_onFailure;
     std::function<void(quint64)> m_onAbandoned;
+    std::chrono::milliseconds m_requestTimeout = std::chrono::seconds(30);
     std::shared_ptr<HTTPReply::Mailbox> m_replies = std::make_shared<HTTPReply::Mailbox>();
     FileDescriptor m_listener;
     FileDescriptor m_epoll;
@@ -94,8 +107,9 @@ private:
     HTTPLoad m_load;
     std::deque<quint64> m_heldBack; // wait for the load to shrink, in order
     std::vector<quint64> m_marked;  // have something to send
-    std::deque<std::pair<Clock::time_point, quint64>> m_leaving; // in the order of their deadlines
-    Clock::time_point m_listenAgain;                             // when m_isListeningPaused
+    /// When to look at which connection again.
+    std::priority_queue<Check, std::vector<Check>, std::greater<>> m_checks;
+    Clock::time_point m_listenAgain; // when m_isListeningPaused
     bool m_isListeningPaused = false;
 };
 

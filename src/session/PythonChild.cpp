@@ -1,5 +1,6 @@
 #include "session/PythonChild.h"
 
+#include "base/DescriptorLimit.h"
 #include "session/SessionProtocol.h"
 
 #include <QDir>
@@ -18,6 +19,7 @@ namespace {
 void prepareChild(int standardInput)
 {
     ::dup2(standardInput, STDIN_FILENO);
+    DescriptorLimit::restoreInChild();
     // A shell that starts us in the background leaves SIGINT ignored, and Python would then never
     // raise KeyboardInterrupt.
     ::signal(SIGINT, SIG_DFL);

@@ -10,6 +10,7 @@
 #include <condition_variable>
 #include <ctime>
 #include <fcntl.h>
+#include <list>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -25,9 +26,15 @@ Answer echo(const HTTPRequest &request, const HTTPReply &)
     return HTTPResponse{200, {}, request.path};
 }
 
-std::unique_ptr<MCPHTTPServer> started(MCPHTTPServer::Handler handler)
+/// Requests for paths that begin with "/in" are authorized.
+std::unique_ptr<MCPHTTPServer> started(MCPHTTPServer::Handler handler,
+                                       std::chrono::milliseconds requestTimeout = 30s)
 {
-    auto server = std::make_unique<MCPHTTPServer>(0, std::move(handler));
+    auto server =
+        std::make_unique<MCPHTTPServer>(0, std::move(handler), [](const HTTPRequest &head) {
+            return head.path.startsWith("/in") || head.method == "POST";
+        });
+    server->setRequestTimeout(requestTimeout);
     if (const auto result = server->start(); !result)
         qFatal("%s", qPrintable(result.error().message));
     return server;
@@ -37,6 +44,11 @@ std::unique_ptr<MCPHTTPServer> started(MCPHTTPServer::Handler handler)
 class Kept
 {
 public:
+    explicit Kept(std::chrono::milliseconds requestTimeout = 30s)
+        : m_requestTimeout(requestTimeout)
+    {
+    }
+
     /// Waits until \p count requests have come, and not for ever. Yields how many did.
     qsizetype waitFor(qsizetype count, std::chrono::milliseconds patience = 30s)
     {
@@ -60,21 +72,29 @@ private:
     std::condition_variable m_more;
     std::vector<QByteArray> m_paths; // a QList would share its data with the other thread
     std::vector<HTTPReply> m_replies;
+    const std::chrono::milliseconds m_requestTimeout;
 
 public:
-    std::unique_ptr<MCPHTTPServer> server =
-        started([this](const HTTPRequest &request, HTTPReply reply) -> Answer {
+    std::unique_ptr<MCPHTTPServer> server = started(
+        [this](const HTTPRequest &request, HTTPReply reply) -> Answer {
             const std::lock_guard lock(m_mutex);
             m_paths.push_back(request.path);
             m_replies.push_back(std::move(reply));
             m_more.notify_all();
             return std::nullopt;
-        });
+        },
+        m_requestTimeout);
 };
 
 QByteArray get(const QByteArray &path)
 {
     return "GET " + path + " HTTP/1.1\r\n\r\n";
+}
+
+QByteArray response(const QByteArray &body)
+{
+    return "HTTP/1.1 200 OK\r\nConnection: keep-alive\r\nContent-Length: "
+        + QByteArray::number(body.size()) + "\r\n\r\n" + body;
 }
 
 double processorSeconds()
@@ -303,6 +323,90 @@ private slots:
         setrlimit(RLIMIT_NOFILE, &limits);
         QCOMPARE_LT(used, 0.1);
         QCOMPARE(second.body(), "/late");
+    }
+
+    void closesIdleConnectionsWithoutAnAuthorizedRequestFirst()
+    {
+        const auto server = started(echo);
+        SocketClient assistant(server->port());
+        assistant.send(get("/in"));
+        QCOMPARE(assistant.body(), "/in");
+        std::list<SocketClient> silent;
+        for (size_t i = 0; i < 300; ++i)
+            silent.emplace_back(server->port()).send(i % 2 ? "GET /in" : get("/out"));
+        QCOMPARE(silent.front().rest(), response("/out")); // the longest idle one
+        assistant.send(get("/in/2"));
+        QCOMPARE(assistant.body(), "/in/2");
+        SocketClient late(server->port());
+        late.send(get("/in/3"));
+        QCOMPARE(late.body(), "/in/3");
+        silent.back().send(" 1\r\n\r\n");
+        QCOMPARE(silent.back().body(), "/in");
+    }
+
+    void refusesConnectionsWhenAllWaitForAnswers()
+    {
+        Kept kept;
+        std::list<SocketClient> waiting;
+        for (size_t i = 0; i < MCPHTTPServer::maxConnections; ++i)
+            waiting.emplace_back(kept.server->port()).send(get("/in"));
+        QCOMPARE(kept.waitFor(MCPHTTPServer::maxConnections),
+                 qsizetype(MCPHTTPServer::maxConnections));
+        QCOMPARE(SocketClient(kept.server->port()).rest(), QByteArray());
+        for (HTTPReply &reply : kept.takeReplies())
+            reply(HTTPResponse{200, {}, "/in"});
+        for (SocketClient &client : waiting)
+            QCOMPARE(client.body(), "/in");
+    }
+
+    void leavesDescriptorsToTheRestOfTheProgram()
+    {
+        const auto server = started(echo);
+        std::list<SocketClient> clients(200); // their descriptors exist before there is a limit
+        const int lowestFree = ::fcntl(0, F_DUPFD_CLOEXEC, 0);
+        ::close(lowestFree);
+        rlimit limits = {};
+        getrlimit(RLIMIT_NOFILE, &limits);
+        const rlimit few = {rlim_t(lowestFree) + 150, limits.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &few);
+        for (SocketClient &client : clients) {
+            client.connectTo(server->port());
+            client.send(get("/out"));
+        }
+        QCOMPARE(clients.back().body(), "/out"); // so all have been accepted
+        std::vector<FileDescriptor> free;
+        for (int copy = 0; (copy = ::fcntl(0, F_DUPFD_CLOEXEC, 0)) >= 0;)
+            free.emplace_back(copy);
+        setrlimit(RLIMIT_NOFILE, &limits);
+        QCOMPARE_GE(free.size(), size_t(few.rlim_cur / 4));
+    }
+
+    void closesConnectionsThatSendNoCompleteRequest()
+    {
+        Kept kept(300ms);
+        const quint16 port = kept.server->port();
+        SocketClient waiting(port);
+        waiting.send(get("/in"));
+        SocketClient idle(port);
+        idle.send(get("/in/idle"));
+        QCOMPARE(kept.waitFor(2), 2);
+        auto replies = kept.takeReplies();
+        const auto last = kept.paths().back() == "/in" ? 0 : 1;
+        replies[size_t(last)](HTTPResponse{200, {}, "idle"});
+        QCOMPARE(idle.body(), "idle");
+
+        SocketClient silent(port);
+        SocketClient half(port);
+        half.send("GET /in HTTP/1.1\r\nX: ");
+        SocketClient body(port);
+        body.send("POST /in HTTP/1.1\r\nContent-Length: 5\r\n\r\n1234");
+        for (SocketClient *const client : {&silent, &half, &body})
+            QCOMPARE(client->rest(), QByteArray());
+        // With the token, or waiting for an answer, a connection may stay.
+        replies[size_t(1 - last)](HTTPResponse{200, {}, "late"});
+        QCOMPARE(waiting.body(), "late");
+        idle.send(get("/in/again"));
+        QCOMPARE(kept.waitFor(3), 3);
     }
 
     void keepsToItself()
