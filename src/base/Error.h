@@ -13,6 +13,8 @@ enum class ErrorCode {
     PausedAtBreakpoint,
     ProgramRunning,
     NoRawREPL,
+    // A transfer whose check failed: bytes were lost or changed on the way
+    Damaged,
     // The serial port; `Error::systemCode` holds errno
     SerialPort,
     // Local files

@@ -1,0 +1,30 @@
+#include "board/BoardCapabilities.h"
+
+#include <QStringList>
+
+namespace Korvane {
+
+std::optional<BoardCapabilities> BoardCapabilities::parse(const QString &output)
+{
+    constexpr QLatin1StringView marker("__CAPS__");
+    const qsizetype at = output.indexOf(marker);
+    if (at < 0)
+        return std::nullopt;
+    const QStringList fields = output.mid(at + marker.size()).simplified().split(u' ');
+    if (fields.size() != 8)
+        return std::nullopt;
+    const auto has = [&fields](int index) { return fields[index] == u"1"; };
+    BoardCapabilities capabilities;
+    capabilities.freeHeapBytes = fields[0].toLongLong();
+    // "binascii" may be a module in Python, which is slower by two orders of magnitude.
+    const QString binascii = QStringLiteral("binascii");
+    const QString ubinascii = QStringLiteral("ubinascii");
+    capabilities.base64Module = has(1) ? ubinascii : has(2) ? binascii : QString();
+    capabilities.crc32Module = has(3) ? ubinascii : has(4) && !has(1) ? binascii : QString();
+    capabilities.hasSha256 = has(5);
+    capabilities.hasStat = has(6);
+    capabilities.hasRename = has(7);
+    return capabilities;
+}
+
+} // namespace Korvane

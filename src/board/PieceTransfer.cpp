@@ -1,0 +1,242 @@
+#include "board/PieceTransfer.h"
+
+#include "board/DeviceLink.h"
+#include "board/TransferScripts.h"
+
+#include <QElapsedTimer>
+
+#include <utility>
+
+namespace Korvane {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto pieceTimeout = 15s;
+constexpr int maxAttempts = 4;
+constexpr int hashBlocks = 128; // of 512 bytes
+
+Error canceledError()
+{
+    return {ErrorCode::Cancelled, QStringLiteral("The transfer was canceled")};
+}
+
+Error damagedError()
+{
+    return {ErrorCode::Damaged,
+            QStringLiteral("Bytes were lost on the line to the board, also when sent again")};
+}
+
+bool isOutOfMemory(const Error &error)
+{
+    return error.code == ErrorCode::Remote
+        && error.message.startsWith(QLatin1String("MemoryError"));
+}
+
+/// A command whose bytes were lost or changed on the way fails in one of these ways.
+bool isLineError(const Error &error)
+{
+    if (error.code == ErrorCode::TimedOut || error.code == ErrorCode::Damaged)
+        return true;
+    const QString &message = error.message;
+    return error.code == ErrorCode::Remote
+        && (message.contains(QLatin1String("__LOST__"))
+            || message.startsWith(QLatin1String("SyntaxError"))
+            || message.startsWith(QLatin1String("IndentationError"))
+            || message.startsWith(QLatin1String("ValueError"))
+            || message.startsWith(QLatin1String("NameError")));
+}
+
+} // namespace
+
+PieceTransfer::PieceTransfer(DeviceLink &link, const BoardCapabilities &board, Observer observer)
+    : m_link(link)
+    , m_board(board)
+    , m_observer(std::move(observer))
+    , m_pieceSize(board.freeHeapBytes)
+    , m_digest(board)
+{
+}
+
+QString PieceTransfer::temporaryPath(const QString &path)
+{
+    const qsizetype name = path.lastIndexOf(u'/') + 1;
+    return path.first(name) + u'.' + path.sliced(name) + QStringLiteral(".part");
+}
+
+Async<void> PieceTransfer::send(Source next, QString path, Target target)
+{
+    const bool isBeside = target == Target::Beside && m_board.hasRename;
+    const QString written = isBeside ? temporaryPath(path) : path;
+    auto result = co_await sendPieces(std::move(next), written);
+    if (result)
+        result = co_await check(written);
+    if (result && isBeside)
+        result = co_await expectOk(TransferScripts::replace(written, path));
+    if (!result) {
+        const QString cleanUp = TransferScripts::discard(written);
+        static_cast<void>(co_await execute(cleanUp)); // the first error is the one to report
+    }
+    co_return result;
+}
+
+Async<void> PieceTransfer::sendPieces(Source next, QString path)
+{
+    auto opened = co_await expectOk(TransferScripts::openToWrite(path, m_board));
+    if (!opened)
+        co_return opened.error();
+    while (true) {
+        auto bytes = co_await next(m_pieceSize.bytes());
+        if (!bytes)
+            co_return bytes.error();
+        if (bytes->isEmpty())
+            break;
+        // A piece that the board has no memory for is divided.
+        for (qsizetype sent = 0; sent < bytes->size();) {
+            if (m_observer.isCanceled())
+                co_return canceledError();
+            const QByteArray piece = bytes->mid(sent, m_pieceSize.bytes());
+            QElapsedTimer timer;
+            timer.start();
+            const auto done = co_await sendPiece(piece, m_digest.length());
+            if (!done && isOutOfMemory(done.error()) && m_pieceSize.shrink())
+                continue;
+            if (!done)
+                co_return done.error();
+            m_pieceSize.adapt(piece.size(), std::chrono::milliseconds(timer.elapsed()));
+            m_digest.add(piece);
+            sent += piece.size();
+            m_observer.moved(m_digest.length());
+        }
+    }
+    co_return co_await expectOk(TransferScripts::close());
+}
+
+Async<void> PieceTransfer::sendPiece(QByteArray piece, qint64 offset)
+{
+    const QString code = TransferScripts::writePiece(piece, offset, m_board);
+    for (int attempt = 1;; ++attempt) {
+        auto sent = co_await expectOk(code);
+        if (sent || !isLineError(sent.error()))
+            co_return sent;
+        if (attempt == maxAttempts)
+            co_return damagedError();
+    }
+}
+
+Async<void> PieceTransfer::receive(QString path, Sink sink)
+{
+    auto result = co_await receivePieces(path, std::move(sink));
+    const QString cleanUp = TransferScripts::close();
+    if (!result) {
+        static_cast<void>(co_await execute(cleanUp));
+        co_return result;
+    }
+    co_return co_await check(path);
+}
+
+Async<void> PieceTransfer::receivePieces(QString path, Sink sink)
+{
+    auto opened = co_await expectOk(TransferScripts::openToRead(path, m_board));
+    if (!opened)
+        co_return opened.error();
+    while (true) {
+        if (m_observer.isCanceled())
+            co_return canceledError();
+        QElapsedTimer timer;
+        timer.start();
+        auto piece = co_await receivePiece(m_digest.length());
+        if (!piece && isOutOfMemory(piece.error()) && m_pieceSize.shrink())
+            continue;
+        if (!piece)
+            co_return piece.error();
+        if (piece->isEmpty())
+            break;
+        m_pieceSize.adapt(piece->size(), std::chrono::milliseconds(timer.elapsed()));
+        m_digest.add(*piece);
+        auto taken = co_await sink(*piece);
+        if (!taken)
+            co_return taken.error();
+        m_observer.moved(m_digest.length());
+    }
+    co_return co_await expectOk(TransferScripts::close());
+}
+
+Async<QByteArray> PieceTransfer::receivePiece(qint64 offset)
+{
+    const QString code = TransferScripts::readPiece(offset, m_pieceSize.bytes(), m_board);
+    for (int attempt = 1;; ++attempt) {
+        const auto output = co_await execute(code);
+        if (!output && !isLineError(output.error()))
+            co_return output.error();
+        if (output) {
+            if (auto piece = TransferScripts::parsePiece(*output, m_board))
+                co_return *std::move(piece);
+        }
+        if (attempt == maxAttempts)
+            co_return damagedError();
+    }
+}
+
+/// Compares the board's file at \p path with what was sent or received.
+Async<void> PieceTransfer::check(QString path)
+{
+    for (int attempt = 1;; ++attempt) {
+        auto onBoard = co_await digest(path);
+        if (!onBoard && (!isLineError(onBoard.error()) || attempt == maxAttempts))
+            co_return onBoard.error();
+        if (onBoard)
+            co_return *onBoard == m_digest.hex() ? Result<void>() : damagedError();
+    }
+}
+
+Async<QByteArray> PieceTransfer::digest(QString path)
+{
+    if (!m_board.hasSha256 && !m_board.hasCrc32()) {
+        // The board can't compute one: read the file again.
+        PieceTransfer again(m_link, m_board,
+                            {.moved = [](qint64) {}, .isCanceled = m_observer.isCanceled});
+        const Sink drop = [](QByteArray) -> Async<void> { co_return Result<void>(); };
+        auto read = co_await again.receivePieces(path, drop);
+        if (!read)
+            co_return read.error();
+        co_return again.m_digest.hex();
+    }
+    auto opened = co_await expectOk(TransferScripts::openToHash(path, m_board));
+    if (!opened)
+        co_return opened.error();
+    while (true) {
+        if (m_observer.isCanceled())
+            co_return canceledError();
+        const auto output = co_await execute(TransferScripts::hashPiece(hashBlocks, m_board));
+        if (!output)
+            co_return output.error();
+        const auto state = TransferScripts::parseHash(*output);
+        if (!state)
+            co_return damagedError();
+        if (!state->isAtEnd)
+            continue;
+        auto closed = co_await expectOk(TransferScripts::close());
+        if (!closed)
+            co_return closed.error();
+        co_return state->digest;
+    }
+}
+
+Async<QString> PieceTransfer::execute(QString code)
+{
+    return m_link.executeOnDevice(std::move(code), pieceTimeout);
+}
+
+Async<void> PieceTransfer::expectOk(QString code)
+{
+    const auto output = co_await execute(std::move(code));
+    if (!output)
+        co_return output.error();
+    if (!output->contains(QLatin1String("__OK__")))
+        co_return damagedError();
+    co_return Result<void>();
+}
+
+} // namespace Korvane

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "base/Async.h"
+#include "board/BoardCapabilities.h"
+#include "board/FileDigest.h"
+#include "board/PieceSize.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <functional>
+
+namespace Korvane {
+
+class DeviceLink;
+
+/// Moves one file between this computer and the board as a sequence of short commands, each with a
+/// time-out of its own (docs/formats/file-transfer.md). Other commands of the link run in between.
+///
+/// A file that is written goes to a temporary name in the same folder, is checked by its length and
+/// digest, and replaces the old file by a rename: until then the old file is whole. A piece that
+/// the line damaged is sent again, up to three times; one that the board has no memory for is
+/// divided.
+///
+/// The object must outlive the operation, which it does as a local variable of the coroutine that
+/// awaits it. One operation at a time on one board. Main thread only.
+class PieceTransfer final
+{
+public:
+    /// Yields the next bytes of the file, \p maxBytes at most; empty at the end.
+    using Source = std::function<Async<QByteArray>(qsizetype maxBytes)>;
+    /// Takes the next bytes of the file.
+    using Sink = std::function<Async<void>(QByteArray bytes)>;
+    struct Observer
+    {
+        /// Called after each piece with the bytes moved so far.
+        std::function<void(qint64 doneBytes)> moved = [](qint64) {};
+        /// Asked before each piece: true ends the operation with an error of code `Cancelled`.
+        std::function<bool()> isCanceled = [] { return false; };
+    };
+    enum class Target {
+        /// Write to a temporary name; needs room for the old and the new file.
+        Beside,
+        /// Write over the old file, which is lost when the transfer fails.
+        InPlace,
+    };
+
+    /// Borrows \p link, which must outlive this.
+    PieceTransfer(DeviceLink &link, const BoardCapabilities &board, Observer observer);
+
+    /// Writes the file at \p path. On failure the old file is unchanged with Target::Beside, and
+    /// the temporary file is removed unless the link was lost. Errors: those of DeviceLink,
+    /// `Cancelled`, `Damaged` (the check failed), and what \p next yields.
+    [[nodiscard]] Async<void> send(Source next, QString path, Target target = Target::Beside);
+    /// Reads the file at \p path into \p sink and checks what was read. Errors as above.
+    [[nodiscard]] Async<void> receive(QString path, Sink sink);
+    /// The digest of the board's file at \p path, in hexadecimal digits.
+    [[nodiscard]] Async<QByteArray> digest(QString path);
+
+    /// Where the content of \p path is written until it is whole: "/lib/.a.py.part".
+    [[nodiscard]] static QString temporaryPath(const QString &path);
+
+private:
+    [[nodiscard]] Async<void> sendPieces(Source next, QString path);
+    [[nodiscard]] Async<void> sendPiece(QByteArray piece, qint64 offset);
+    [[nodiscard]] Async<void> receivePieces(QString path, Sink sink);
+    [[nodiscard]] Async<QByteArray> receivePiece(qint64 offset);
+    [[nodiscard]] Async<void> check(QString path);
+    [[nodiscard]] Async<QString> execute(QString code);
+    [[nodiscard]] Async<void> expectOk(QString code);
+
+    DeviceLink &m_link;
+    const BoardCapabilities m_board;
+    const Observer m_observer;
+    PieceSize m_pieceSize;
+    FileDigest m_digest;
+};
+
+} // namespace Korvane

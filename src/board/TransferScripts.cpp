@@ -1,0 +1,165 @@
+#include "board/TransferScripts.h"
+
+#include "base/PythonResource.h"
+#include "board/BoardScripts.h"
+#include "board/FileDigest.h"
+#include "board/PythonLiteral.h"
+
+#include <QStringList>
+
+namespace Korvane::TransferScripts {
+
+namespace {
+
+using namespace Qt::StringLiterals;
+using BoardScripts::pathLiteral;
+
+QString script(QLatin1StringView name)
+{
+    const QByteArray path =
+        "board/scripts/transfer/" + QByteArray(name.data(), name.size()) + ".py";
+    return pythonResource(QLatin1StringView(path));
+}
+
+/// What follows the first \p marker, split at blanks into \p count fields at most; the last field
+/// holds the rest.
+std::optional<QStringList> fieldsAfter(const QString &output, QLatin1StringView marker, int count)
+{
+    const qsizetype at = output.indexOf(marker);
+    if (at < 0)
+        return std::nullopt;
+    QStringView rest = QStringView(output).sliced(at + marker.size());
+    while (rest.endsWith(u'\n') || rest.endsWith(u'\r'))
+        rest.chop(1);
+    QStringList fields;
+    while (fields.size() < count - 1) {
+        const qsizetype blank = rest.indexOf(u' ');
+        if (blank < 0)
+            return std::nullopt;
+        fields << rest.first(blank).toString();
+        rest = rest.sliced(blank + 1);
+    }
+    fields << rest.toString();
+    return fields;
+}
+
+QString importing(const QString &name, const QString &module, const QString &alias)
+{
+    return u"from "_s + module + u" import "_s + name + u" as "_s + alias;
+}
+
+/// Imports what the pieces of a transfer need: the coder of base64 under the name `_ka` and CRC-32
+/// under `_kc`.
+QString imports(const QString &base64Function, const BoardCapabilities &board)
+{
+    QStringList lines;
+    if (!board.base64Module.isEmpty())
+        lines << importing(base64Function, board.base64Module, u"_ka"_s);
+    if (board.hasCrc32())
+        lines << importing(u"crc32"_s, board.crc32Module, u"_kc"_s);
+    return lines.isEmpty() ? u"pass"_s : lines.join(u'\n');
+}
+
+} // namespace
+
+QString capabilities()
+{
+    return script("capabilities"_L1);
+}
+
+QString openToWrite(const QString &path, const BoardCapabilities &board)
+{
+    return script("open-to-write"_L1).arg(pathLiteral(path), imports(u"a2b_base64"_s, board));
+}
+
+QString writePiece(QByteArrayView piece, qint64 offset, const BoardCapabilities &board)
+{
+    const QByteArray literal = PythonLiteral::fromBytes(piece);
+    const qsizetype base64Length = (piece.size() + 2) / 3 * 4;
+    const bool usesLiteral = board.base64Module.isEmpty() || literal.size() <= base64Length + 6;
+    const QString data = usesLiteral
+        ? QString::fromLatin1(literal)
+        : u"_ka('"_s + QString::fromLatin1(piece.toByteArray().toBase64()) + u"')"_s;
+    const QString crc = board.hasCrc32()
+        ? u" or _kc(_kd)!="_s + QString::number(FileDigest::crc32(piece))
+        : QString();
+    return script("write-piece"_L1)
+        .arg(data, QString::number(piece.size()), crc, QString::number(offset));
+}
+
+QString openToRead(const QString &path, const BoardCapabilities &board)
+{
+    return script("open-to-read"_L1).arg(pathLiteral(path), imports(u"b2a_base64"_s, board));
+}
+
+QString readPiece(qint64 offset, qsizetype maxBytes, const BoardCapabilities &board)
+{
+    const QString encoded = board.base64Module.isEmpty() ? u"repr(_kp)"_s : u"_ka(_kp).decode()"_s;
+    const QString crc = board.hasCrc32() ? u"_kc(_kp)"_s : u"0"_s;
+    return script("read-piece"_L1)
+        .arg(QString::number(offset), QString::number(maxBytes), crc, encoded);
+}
+
+std::optional<QByteArray> parsePiece(const QString &output, const BoardCapabilities &board)
+{
+    const auto fields = fieldsAfter(output, "__PIECE__"_L1, 3);
+    if (!fields)
+        return std::nullopt;
+    const QByteArray encoded = fields->at(2).toUtf8();
+    std::optional<QByteArray> bytes;
+    if (board.base64Module.isEmpty()) {
+        bytes = PythonLiteral::toBytes(encoded);
+    } else if (auto decoded = QByteArray::fromBase64Encoding(
+                   encoded, QByteArray::AbortOnBase64DecodingErrors)) {
+        bytes = *std::move(decoded);
+    }
+    if (!bytes || bytes->size() != fields->at(0).toLongLong())
+        return std::nullopt;
+    if (board.hasCrc32() && FileDigest::crc32(*bytes) != fields->at(1).toULongLong())
+        return std::nullopt;
+    return bytes;
+}
+
+QString openToHash(const QString &path, const BoardCapabilities &board)
+{
+    const QString start = board.hasSha256
+        ? importing(u"sha256"_s, u"hashlib"_s, u"_kh"_s) + u"\n_kh=_kh()"_s
+        : importing(u"crc32"_s, board.crc32Module, u"_kc"_s) + u"\n_kh=0"_s;
+    return script("open-to-read"_L1).arg(pathLiteral(path), start);
+}
+
+QString hashPiece(int blocks, const BoardCapabilities &board)
+{
+    const QString add = board.hasSha256 ? u"_kh.update(_kd)"_s : u"_kh=_kc(_kd,_kh)"_s;
+    // MicroPython's digest() ends the computation: it is asked for at the end of the file alone.
+    const QString digest = board.hasSha256
+        ? u"'' if _kd else ''.join('%02x'%_kb for _kb in _kh.digest())"_s
+        : u"'%08x'%_kh"_s;
+    return script("hash-piece"_L1).arg(QString::number(blocks), add, digest);
+}
+
+std::optional<HashState> parseHash(const QString &output)
+{
+    const auto fields = fieldsAfter(output, "__HASH__"_L1, 2);
+    if (!fields)
+        return std::nullopt;
+    const QStringList rest = fields->at(1).split(u' ');
+    return HashState{fields->at(0).toLongLong(), rest.at(0) == u"1", rest.value(1).toLatin1()};
+}
+
+QString close()
+{
+    return script("close"_L1);
+}
+
+QString discard(const QString &path)
+{
+    return script("discard"_L1).arg(pathLiteral(path));
+}
+
+QString replace(const QString &from, const QString &to)
+{
+    return script("replace"_L1).arg(pathLiteral(from), pathLiteral(to));
+}
+
+} // namespace Korvane::TransferScripts

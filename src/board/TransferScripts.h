@@ -1,0 +1,57 @@
+#pragma once
+
+#include "board/BoardCapabilities.h"
+
+#include <QByteArray>
+#include <QByteArrayView>
+
+#include <optional>
+
+/// The MicroPython programs of a transfer in pieces (docs/formats/file-transfer.md). They share the
+/// globals `_kf` (the open file), `_kn` (a position in bytes) and `_kd` (the last piece). Each
+/// prints a marker; what follows the marker is the answer. Paths are absolute paths on the board.
+namespace Korvane::TransferScripts {
+
+/// Prints "__CAPS__" and the fields that BoardCapabilities::parse reads.
+[[nodiscard]] QString capabilities();
+
+/// Creates or empties the file at \p path. Prints "__OK__".
+[[nodiscard]] QString openToWrite(const QString &path, const BoardCapabilities &board);
+/// Appends \p piece unless the position is beyond \p offset already, so that a piece whose reply
+/// was lost can be sent again. Prints "__OK__"; raises ValueError("__LOST__") before anything is
+/// written when the piece did not arrive as it was sent. The bytes travel as base64 or as a bytes
+/// literal, whichever is shorter: of text the literal, at about its own size.
+[[nodiscard]] QString writePiece(QByteArrayView piece, qint64 offset,
+                                 const BoardCapabilities &board);
+
+/// Opens the file at \p path for `readPiece`. Prints "__OK__".
+[[nodiscard]] QString openToRead(const QString &path, const BoardCapabilities &board);
+/// Yields up to \p maxBytes from \p offset on, which is where the piece before ended or began: a
+/// piece can be asked for again, also with another size. Prints "__PIECE__", the length in bytes,
+/// the CRC-32 (0 without binascii.crc32) and the bytes.
+[[nodiscard]] QString readPiece(qint64 offset, qsizetype maxBytes, const BoardCapabilities &board);
+/// One piece as `readPiece` printed it; nothing when bytes were lost or changed on the line.
+[[nodiscard]] std::optional<QByteArray> parsePiece(const QString &output,
+                                                   const BoardCapabilities &board);
+
+/// Opens the file at \p path for `hashPiece`. Prints "__OK__". For boards with SHA-256 or CRC-32.
+[[nodiscard]] QString openToHash(const QString &path, const BoardCapabilities &board);
+/// Hashes up to \p blocks blocks of 512 bytes. Prints "__HASH__", the bytes hashed so far, 1 at the
+/// end of the file (otherwise 0), and the digest as FileDigest writes it.
+[[nodiscard]] QString hashPiece(int blocks, const BoardCapabilities &board);
+struct HashState
+{
+    qint64 length = 0;
+    bool isAtEnd = false;
+    QByteArray digest;
+};
+[[nodiscard]] std::optional<HashState> parseHash(const QString &output);
+
+/// Closes the file. Prints "__OK__".
+[[nodiscard]] QString close();
+/// Closes the file and removes \p path, if it exists. Prints "__OK__".
+[[nodiscard]] QString discard(const QString &path);
+/// Renames \p from to \p to, replacing it. Prints "__OK__".
+[[nodiscard]] QString replace(const QString &from, const QString &to);
+
+} // namespace Korvane::TransferScripts

@@ -1,0 +1,6 @@
+try:
+ _kf.close()
+except NameError:
+ pass
+_kf=_kd=_kp=_kh=None
+print('__OK__')

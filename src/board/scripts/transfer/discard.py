@@ -1,0 +1,11 @@
+import os
+try:
+ _kf.close()
+except NameError:
+ pass
+_kf=_kd=_kp=_kh=None
+try:
+ os.remove(%1)
+except OSError:
+ pass
+print('__OK__')

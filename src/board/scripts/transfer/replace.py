@@ -1,0 +1,7 @@
+import os
+try:
+ os.rename(%1,%2)
+except OSError:
+ os.remove(%2)
+ os.rename(%1,%2)
+print('__OK__')

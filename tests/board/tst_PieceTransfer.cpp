@@ -1,0 +1,173 @@
+#include "board/LinkFixture.h"
+#include "board/PieceTransfer.h"
+#include "board/PythonLiteral.h"
+#include "board/TransferScripts.h"
+#include "support/Awaited.h"
+#include "support/VirtualBoard.h"
+
+#include <QRandomGenerator>
+#include <QTest>
+
+namespace Korvane {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+QByteArray text(qsizetype size)
+{
+    return QByteArray("print('one line of a program like any other')\n")
+        .repeated(size / 46 + 1)
+        .left(size);
+}
+
+QByteArray binary(qsizetype size)
+{
+    QByteArray bytes(size, '\0');
+    QRandomGenerator random(1);
+    for (char &byte : bytes)
+        byte = static_cast<char>(random.bounded(256));
+    return bytes;
+}
+
+Async<QByteArray> take(std::shared_ptr<QByteArray> rest, qsizetype maxBytes)
+{
+    QByteArray piece = rest->left(maxBytes);
+    rest->remove(0, piece.size());
+    co_return piece;
+}
+
+PieceTransfer::Source sourceOf(const QByteArray &bytes)
+{
+    const auto rest = std::make_shared<QByteArray>(bytes);
+    return [rest](qsizetype maxBytes) { return take(rest, maxBytes); };
+}
+
+Async<void> append(std::shared_ptr<QByteArray> all, QByteArray bytes)
+{
+    all->append(bytes);
+    co_return Result<void>();
+}
+
+} // namespace
+
+class tst_PieceTransfer final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY2(m_board.start(), qPrintable(m_board.errorText()));
+        QVERIFY(m_fixture.connectTo(m_board.port()));
+        const auto output =
+            awaited(m_fixture.link->executeOnDevice(TransferScripts::capabilities(), 5s));
+        QVERIFY2(output, output ? "" : qPrintable(output.error().message));
+        const auto capabilities = BoardCapabilities::parse(*output);
+        QVERIFY(capabilities);
+        m_capabilities = *capabilities;
+        QVERIFY(m_capabilities.freeHeapBytes > 0);
+    }
+
+    void copiesThereAndBack_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<BoardCapabilities>("board");
+        BoardCapabilities smallHeap = m_capabilities;
+        smallHeap.freeHeapBytes = 8 * PieceSize::smallest;
+        BoardCapabilities onlyRename;
+        onlyRename.hasRename = true;
+        BoardCapabilities onlyCrc = onlyRename;
+        onlyCrc.crc32Module = m_capabilities.crc32Module;
+
+        QTest::newRow("empty") << QByteArray() << m_capabilities;
+        QTest::newRow("text") << text(100'000) << m_capabilities;
+        QTest::newRow("binary") << binary(100'000) << m_capabilities;
+        QTest::newRow("small heap") << binary(3'000) << smallHeap;
+        QTest::newRow("no base64 and no digest") << binary(5'000) << onlyRename;
+        QTest::newRow("CRC-32 alone") << binary(5'000) << onlyCrc;
+        QTest::newRow("no rename") << text(5'000) << BoardCapabilities{};
+    }
+    void copiesThereAndBack()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(BoardCapabilities, board);
+        PieceTransfer sending(*m_fixture.link, board, {});
+        const auto sent = awaited(sending.send(sourceOf(bytes), path));
+        QVERIFY2(sent, sent ? "" : qPrintable(sent.error().message));
+        QCOMPARE(files(), u"['there.py']"_s);
+
+        PieceTransfer receiving(*m_fixture.link, board, {});
+        const auto all = std::make_shared<QByteArray>();
+        const auto received = awaited(
+            receiving.receive(path, [all](QByteArray piece) { return append(all, piece); }));
+        QVERIFY2(received, received ? "" : qPrintable(received.error().message));
+        QCOMPARE(*all, bytes);
+    }
+
+    void keepsTheOldFileUntilTheNewOneIsWhole_data()
+    {
+        QTest::addColumn<qint64>("canceledAt");
+        QTest::newRow("canceled before the first piece") << qint64(0);
+        QTest::newRow("canceled in the middle") << qint64(4'000);
+        QTest::newRow("canceled at the check") << qint64(10'000);
+    }
+    void keepsTheOldFileUntilTheNewOneIsWhole()
+    {
+        QFETCH(qint64, canceledAt);
+        PieceTransfer first(*m_fixture.link, m_capabilities, {});
+        QVERIFY(awaited(first.send(sourceOf("old"), path)));
+        qint64 done = 0;
+        PieceTransfer second(*m_fixture.link, m_capabilities,
+                             {.moved = [&](qint64 bytes) { done = bytes; },
+                              .isCanceled = [&] { return done >= canceledAt; }});
+        const auto sent = awaited(second.send(sourceOf(text(10'000)), path));
+        QVERIFY(!sent);
+        QCOMPARE(sent.error().code, ErrorCode::Cancelled);
+        QCOMPARE(files(), u"['there.py']"_s);
+        QCOMPARE(run("print(open('/there.py').read())"), u"old"_s);
+    }
+
+    void readsBytesLiterals_data()
+    {
+        QTest::addColumn<QByteArray>("literal");
+        QTest::addColumn<bool>("isValid");
+        QTest::newRow("double quotes") << QByteArray("b\"it's\"") << true;
+        QTest::newRow("escapes") << QByteArray("b'\\\\ \\x00\\xff\\n\\r\\t\\''") << true;
+        QTest::newRow("cut off") << QByteArray("b'abc") << false;
+        QTest::newRow("cut off in an escape") << QByteArray("b'a\\x0'") << false;
+        QTest::newRow("no bytes") << QByteArray("'abc'") << false;
+        QTest::newRow("two literals") << QByteArray("b'a'b'c'") << false;
+    }
+    void readsBytesLiterals()
+    {
+        QFETCH(QByteArray, literal);
+        const auto bytes = PythonLiteral::toBytes(literal);
+        QTEST(bytes.has_value(), "isValid");
+        if (bytes)
+            QCOMPARE(PythonLiteral::toBytes(PythonLiteral::fromBytes(*bytes)), bytes);
+    }
+
+private:
+    QString run(const char *code)
+    {
+        const auto output = awaited(m_fixture.link->executeOnDevice(QString::fromLatin1(code), 5s));
+        return output ? output->trimmed() : output.error().message;
+    }
+    QString files()
+    {
+        return run("import os\nprint([n for n in os.listdir('/') if 'there' in n])");
+    }
+
+    const QString path = u"/there.py"_s;
+    VirtualBoard m_board{QStringList()};
+    LinkFixture m_fixture;
+    BoardCapabilities m_capabilities;
+};
+
+} // namespace Korvane
+
+QTEST_GUILESS_MAIN(Korvane::tst_PieceTransfer)
+
+#include "tst_PieceTransfer.moc"
