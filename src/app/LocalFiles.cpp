@@ -1,9 +1,9 @@
 #include "app/LocalFiles.h"
 
 #include "base/DisplayPath.h"
-#include "base/NaturalOrder.h"
-#include "base/Result.h"
+#include "base/LocalFolder.h"
 #include "base/ShellSink.h"
+#include "base/SystemError.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -16,17 +16,15 @@ namespace Korvane {
 namespace {
 
 /// Blocks.
-QList<FileNode> readFolder(const QString &path)
+Result<QList<FileNode>> readFolder(const QString &path)
 {
+    const auto entries = LocalFolder::entries(path);
+    if (!entries)
+        return entries.error();
     QList<FileNode> nodes;
-    const auto entries = QDir(path).entryInfoList(
-        QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot, QDir::Unsorted);
-    nodes.reserve(entries.size());
-    for (const QFileInfo &entry : entries) {
-        nodes.append(
-            {.name = entry.fileName(), .path = entry.filePath(), .isDirectory = entry.isDir()});
-    }
-    NaturalOrder().sortFoldersFirst(nodes);
+    nodes.reserve(entries->size());
+    for (const LocalFolder::Entry &entry : *entries)
+        nodes.append({.name = entry.name, .path = entry.path, .isDirectory = entry.isDirectory});
     return nodes;
 }
 
@@ -41,7 +39,7 @@ Result<Creation> makeFolder(const QString &path)
     std::error_code error;
     std::filesystem::create_directory(path.toStdU16String(), error);
     if (error)
-        return Error{ErrorCode::File, QString::fromLocal8Bit(error.message().c_str())};
+        return Error{ErrorCode::File, systemErrorText(error.value()), {}, error.value()};
     return Creation::Done;
 }
 
@@ -79,10 +77,13 @@ void LocalFiles::reload()
     emit localFilesVersionChanged();
 }
 
-QCoro::Task<std::optional<QList<FileNode>>> LocalFiles::list(QString path)
+Async<QList<FileNode>> LocalFiles::list(QString path)
 {
-    const std::function<QList<FileNode>()> read = [path] { return readFolder(path); };
-    co_return co_await m_background.run(read);
+    const std::function<Result<QList<FileNode>>()> read = [path] { return readFolder(path); };
+    auto nodes = co_await m_background.run(read);
+    if (!nodes)
+        co_return Error{ErrorCode::Closed, {}};
+    co_return *std::move(nodes);
 }
 
 QCoro::Task<void> LocalFiles::createFolder()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Async.h"
 #include "base/Background.h"
 #include "base/Lifetime.h"
 #include "base/Records.h"
@@ -16,14 +17,14 @@ class ShellSink;
 /// "..".
 [[nodiscard]] bool isUsableFileName(const QString &name);
 
-/// The folder of this computer that is being browsed, and what can be done in it. Main thread;
-/// the disk is read on others.
+/// The local folder that is shown in the file browser, and operations in it. Main thread only; the
+/// disk is read and written in the background.
 class LocalFiles final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Starts at the person's home folder. Both must outlive this.
+    /// Starts at the user's home folder. Both must outlive this.
     LocalFiles(ShellSink &shell, UserPrompts &prompts, QObject *parent = nullptr);
 
     [[nodiscard]] const QString &localWorkingDir() const { return m_localWorkingDir; }
@@ -34,12 +35,13 @@ public:
 
     /// Counts the calls of `reload`.
     [[nodiscard]] int localFilesVersion() const { return m_localFilesVersion; }
-    /// Something in the folder changed: whoever shows it lists it again.
+    /// Asks the views of the folder to list it again.
     void reload();
 
     /// The entries of the folder at \p path without the hidden ones, folders first, in natural
-    /// order; an empty list when it cannot be read. Nothing when this object has gone.
-    [[nodiscard]] QCoro::Task<std::optional<QList<FileNode>>> list(QString path);
+    /// order. Fails when it cannot be read, and with ErrorCode::Closed when this object was
+    /// destroyed meanwhile.
+    [[nodiscard]] Async<QList<FileNode>> list(QString path);
     /// Asks for a name and makes a folder of that name.
     QCoro::Task<void> createFolder();
 

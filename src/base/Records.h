@@ -33,6 +33,7 @@ struct REPLLine
 struct FileNode
 {
     QString name;
+    /// Empty when the name is not UTF-8: such a file is shown, but cannot be opened or copied.
     QString path;
     bool isDirectory = false;
     QUuid id = QUuid::createUuid();

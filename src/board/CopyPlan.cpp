@@ -1,6 +1,6 @@
 #include "board/CopyPlan.h"
 
-#include "base/NaturalOrder.h"
+#include "base/LocalFolder.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -8,13 +8,6 @@
 namespace Korvane {
 
 namespace {
-
-struct LocalEntry
-{
-    QString name;
-    bool isDirectory;
-    QFileInfo info;
-};
 
 class LocalPlanner final
 {
@@ -26,31 +19,43 @@ public:
 
     CopyPlan plan(const QString &folder)
     {
-        add(folder, QString());
+        if (const auto entries = LocalFolder::entries(folder))
+            add(*entries, QString());
+        else
+            skip(QDir(folder).dirName(), entries.error().message);
         return std::move(m_plan);
     }
 
 private:
-    void add(const QString &folder, const QString &prefix)
+    void add(const QList<LocalFolder::Entry> &entries, const QString &prefix)
     {
-        QList<LocalEntry> entries;
-        const auto infos = QDir(folder).entryInfoList(
-            QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot, QDir::Unsorted);
-        for (const QFileInfo &info : infos)
-            entries.append({info.fileName(), info.isDir() && !info.isSymLink(), info});
-        m_order.sortFoldersFirst(entries);
-
-        for (const LocalEntry &entry : entries) {
+        for (const LocalFolder::Entry &entry : entries) {
             const QString relative = prefix + entry.name;
-            if (entry.isDirectory) {
-                m_plan.items.append({relative, true, 0});
-                add(entry.info.filePath(), relative + u'/');
-            } else if (isFileOfThisFolder(entry.info)) {
-                m_plan.items.append({relative, false, entry.info.size()});
-            } else {
-                m_plan.skipped.append(relative);
-            }
+            if (entry.path.isEmpty())
+                skip(relative, QStringLiteral("names that are not UTF-8"));
+            else if (entry.isDirectory && !entry.isLink)
+                addFolder(entry.path, relative);
+            else if (const QFileInfo info(entry.path); isFileOfThisFolder(info))
+                m_plan.items.append({relative, false, info.size()});
+            else
+                skip(relative, QStringLiteral("links out of the folder and special files"));
         }
+    }
+
+    void addFolder(const QString &path, const QString &relative)
+    {
+        const auto entries = LocalFolder::entries(path);
+        if (!entries) {
+            skip(relative, entries.error().message);
+            return;
+        }
+        m_plan.items.append({relative, true, 0});
+        add(*entries, relative + u'/');
+    }
+
+    void skip(const QString &relative, const QString &reason)
+    {
+        m_plan.skipped.append({relative, reason});
     }
 
     [[nodiscard]] bool isFileOfThisFolder(const QFileInfo &info) const
@@ -60,7 +65,6 @@ private:
     }
 
     QString m_realRoot;
-    NaturalOrder m_order;
     CopyPlan m_plan;
 };
 

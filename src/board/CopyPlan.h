@@ -2,7 +2,8 @@
 
 #include "board/BoardRecords.h"
 
-#include <QStringList>
+#include <QList>
+#include <QString>
 
 namespace Korvane {
 
@@ -22,18 +23,25 @@ struct CopyItem
 /// order never lacks a parent.
 struct CopyPlan
 {
+    /// An entry that is left out.
+    struct Skipped
+    {
+        /// As in CopyItem; the folder's own name when the folder itself cannot be read.
+        QString relativePath;
+        /// Why, for the user.
+        QString reason;
+    };
+
     QList<CopyItem> items;
-    /// What was left out, relative: links that lead out of the folder, and what is neither a file
-    /// nor a folder.
-    QStringList skipped;
+    QList<Skipped> skipped;
 
     [[nodiscard]] QList<CopyItem> files() const;
     [[nodiscard]] qint64 totalSize() const;
 };
 
-/// Reads the tree below \p folder; empty when it cannot be read. Leaves out hidden entries, does
-/// not descend into links to folders and takes links to files only when they lead to a file inside
-/// \p folder. Blocks, so not for the main thread.
+/// Reads the tree below \p folder. Leaves out hidden entries. Skips, with a reason each, links to
+/// folders, links to files outside of \p folder, what is neither a file nor a folder, names that
+/// are not UTF-8 and folders that cannot be read. Blocks, so not for the main thread.
 [[nodiscard]] CopyPlan planLocalFolder(const QString &folder);
 
 /// The same for the entries of a board folder, as last listed.

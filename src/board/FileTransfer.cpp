@@ -10,6 +10,7 @@
 #include "board/TransferStatus.h"
 
 #include <QFileInfo>
+#include <QMap>
 
 #include <filesystem>
 
@@ -289,16 +290,19 @@ Async<void> FileTransfer::copyFolderFromDevice(DeviceFileNode folder, QString de
     co_return Result<void>();
 }
 
-void FileTransfer::reportSkipped(const QStringList &skipped)
+void FileTransfer::reportSkipped(const QList<CopyPlan::Skipped> &skipped)
 {
-    if (skipped.isEmpty())
-        return;
-    const QStringList named = skipped.first(std::min<qsizetype>(5, skipped.size()));
-    const QString more = skipped.size() > named.size()
-        ? u" and %1 more"_s.arg(skipped.size() - named.size())
-        : QString();
-    m_shell.appendInfo(u"Not copied (links out of the folder and special files): "_s
-                       + named.join(u", "_s) + more + u'.');
+    QMap<QString, QStringList> pathsByReason;
+    for (const CopyPlan::Skipped &entry : skipped)
+        pathsByReason[entry.reason] << entry.relativePath;
+    for (auto group = pathsByReason.cbegin(); group != pathsByReason.cend(); ++group) {
+        const QStringList named = group->first(std::min<qsizetype>(5, group->size()));
+        const QString more = group->size() > named.size()
+            ? u" and %1 more"_s.arg(group->size() - named.size())
+            : QString();
+        m_shell.appendInfo(u"Not copied ("_s + group.key() + u"): "_s + named.join(u", "_s) + more
+                           + u'.');
+    }
 }
 
 } // namespace Korvane

@@ -43,7 +43,8 @@ signals:
     void localFilesChanged();
 
 private:
-    void reportSkipped(const QStringList &skipped);
+    /// One line for each reason, which names the first five entries and counts the rest.
+    void reportSkipped(const QList<CopyPlan::Skipped> &skipped);
 
     DeviceLink &m_link;
     DeviceFiles &m_files;

@@ -9,6 +9,8 @@
 #include <QMenu>
 #include <QScrollBar>
 
+#include <fstream>
+
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
@@ -114,6 +116,8 @@ private slots:
         QCOMPARE(files().localWorkingDir(), u"/"_s);
         browse(at(u"not there"_s));
         QVERIFY(list().isHidden() && names().isEmpty());
+        QCOMPARE(m_view->findChild<QLabel *>(u"messageText"_s)->text(),
+                 u"No such file or directory"_s);
     }
 
     void opensFilesAndSaysWhyNot()
@@ -126,6 +130,12 @@ private slots:
         choose(u"bad.py"_s);
         m_fixture->press(Qt::Key_Return);
         QTRY_VERIFY(m_fixture->lines().join(u'\n').startsWith(u"error: Cannot open bad.py: "_s));
+        std::ofstream(at(u"caf"_s).toStdString() + "\xe9.py") << "x";
+        m_fixture->click("refreshLocal");
+        QTRY_VERIFY(names().contains(u"caf\uFFFD.py"_s));
+        choose(u"caf\uFFFD.py"_s);
+        m_fixture->press(Qt::Key_Return);
+        QVERIFY(m_fixture->lines().last().startsWith(u"error: Cannot open caf\uFFFD.py: its name"));
     }
 
     void offersWhatCanBeDoneWithARow_data()
@@ -206,7 +216,7 @@ private slots:
         browse(m_home->path());
         files().setLocalWorkingDir(at(u"large"_s));
         files().setLocalWorkingDir(at(u"small"_s));
-        awaited(files().list(at(u"large"_s))); // as long as the earlier one takes
+        QVERIFY(awaited(files().list(at(u"large"_s)))); // as long as the earlier one takes
         QTRY_COMPARE(shown(), u"only"_s);
     }
 };

@@ -3,6 +3,7 @@
 #include "app/AppState.h"
 #include "ui/browser/FileListView.h"
 #include "ui/controls/ElidedLabel.h"
+#include "ui/controls/MessagePage.h"
 #include "ui/window/LocalFileOpening.h"
 
 #include <QFileInfo>
@@ -21,6 +22,7 @@ FileBrowserView::FileBrowserView(AppState &state, QWidget *parent)
     : BrowserPane(tr("Local files"), parent)
     , m_state(state)
     , m_loadingPage(makeLoadingPage())
+    , m_errorPage(new MessagePage(QStringLiteral("exclamationmark.triangle")))
 {
     list().setObjectName(QStringLiteral("localFiles"));
     folderLabel().setFont(Theme::headlineFont(font()));
@@ -34,10 +36,11 @@ FileBrowserView::FileBrowserView(AppState &state, QWidget *parent)
     empty->setAlignment(Qt::AlignCenter);
     m_emptyPage = empty;
     addPage(m_emptyPage);
+    addPage(m_errorPage);
     addPage(m_loadingPage);
-    m_slow.setSingleShot(true);
-    m_slow.setInterval(150ms);
-    connect(&m_slow, &QTimer::timeout, this, [this] { showPage(m_loadingPage); });
+    m_loadingPageDelay.setSingleShot(true);
+    m_loadingPageDelay.setInterval(150ms);
+    connect(&m_loadingPageDelay, &QTimer::timeout, this, [this] { showPage(m_loadingPage); });
 
     LocalFiles &files = state.localFiles();
     connect(this, &BrowserPane::enclosingFolderRequested, this,
@@ -79,14 +82,18 @@ QCoro::Task<void> FileBrowserView::load()
     const int listing = ++m_listing;
     const QString folder = m_state.localFiles().localWorkingDir();
     m_isLoading = true;
-    m_slow.start();
+    m_loadingPageDelay.start();
     auto nodes = co_await m_state.localFiles().list(folder);
-    if (!life || !nodes || listing != m_listing)
+    if (!life || listing != m_listing)
         co_return;
     m_isLoading = false;
-    m_slow.stop();
-    m_nodes = *std::move(nodes);
+    m_loadingPageDelay.stop();
+    m_nodes = nodes ? *std::move(nodes) : QList<FileNode>();
     showNodes(folder);
+    if (!nodes) {
+        m_errorPage->setTexts(tr("The folder can’t be read"), nodes.error().message);
+        showPage(m_errorPage);
+    }
 }
 
 void FileBrowserView::showNodes(const QString &folder)
@@ -101,7 +108,10 @@ void FileBrowserView::showNodes(const QString &folder)
 
 void FileBrowserView::open(const FileNode &node)
 {
-    if (node.isDirectory)
+    if (node.path.isEmpty())
+        m_state.shell().appendError(
+            tr("Cannot open %1: its name is not UTF-8. Rename it first.").arg(node.name));
+    else if (node.isDirectory)
         m_state.localFiles().setLocalWorkingDir(node.path);
     else
         openLocalFile(m_state, node.path);
@@ -123,6 +133,8 @@ void FileBrowserView::openMenu(const FileNode &node)
             m_state.errors().reportFailureOf(m_state.fileTransfer().copyFileToDevice(node.path));
         });
     }
+    for (QAction *action : menu->actions())
+        action->setEnabled(!node.path.isEmpty());
     list().openMenu(menu);
 }
 

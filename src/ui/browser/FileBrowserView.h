@@ -10,8 +10,9 @@
 namespace Korvane {
 
 class AppState;
+class MessagePage;
 
-/// The folder of this computer that is being browsed, one level at a time.
+/// Shows the entries of the browsed local folder, or why it cannot be read.
 class FileBrowserView final : public BrowserPane
 {
     Q_OBJECT
@@ -36,12 +37,13 @@ private:
     AppState &m_state;
     QWidget *m_emptyPage;
     QWidget *m_loadingPage;
+    MessagePage *m_errorPage;
     QList<FileNode> m_nodes;
     bool m_isLoading = false;
     /// Counts the listings: only the answer to the last one is shown.
     int m_listing = 0;
-    /// A listing that takes longer is worth a word.
-    QTimer m_slow;
+    /// Shows the loading page when a listing takes longer.
+    QTimer m_loadingPageDelay;
     Lifetime m_life;
 };
 
