@@ -49,16 +49,15 @@ AppState::~AppState() = default;
 QCoro::Task<void> AppState::runCurrentFile()
 {
     const EditorFile *selected = m_documents.selectedFile();
-    if (!selected || selected->content.isEmpty())
+    if (!selected || selected->content().isEmpty())
         co_return;
-    EditorFile file = *selected;
     setRunning(true);
     if (m_link.connectionState().isConnected()) {
-        m_programRun.runOnDeviceStreamed(file.content);
+        m_programRun.runOnDeviceStreamed(selected->content());
         setRunning(false);
         co_return;
     }
-    co_await runLocally(std::move(file));
+    co_await runLocally(selected->name(), selected->content(), selected->path());
 }
 
 void AppState::stopRun()
@@ -73,8 +72,16 @@ void AppState::stopRun()
 QCoro::Task<void> AppState::startDebugRun()
 {
     const EditorFile *file = m_documents.selectedFile();
-    return file ? m_debugSession.startDebugRun(file->name, file->content, file->breakpoints)
-                : m_debugSession.startDebugRun({}, {}, {});
+    if (!file)
+        co_return;
+    const auto life = m_life.watch();
+    // A second start is refused while the first one is in progress.
+    const bool isFirst = m_startingDebugFile.isNull();
+    if (isFirst)
+        m_startingDebugFile = file->id();
+    co_await m_debugSession.startDebugRun(file->name(), file->content(), file->breakpoints());
+    if (life && isFirst)
+        m_startingDebugFile = {};
 }
 
 void AppState::submitShell(const QString &command)
@@ -180,12 +187,26 @@ void AppState::wireBoard()
     connect(&m_programRun, &ProgramRun::gaveUp, &m_wiring, [this] { setRunning(false); });
     connect(&m_deviceFiles, &DeviceFiles::listingFailed, &m_wiring,
             [this](const Error &error) { m_errors.report(error); });
-    connect(&m_debugSession, &DebugSession::began, &m_wiring,
-            [this] { setBottomTab(BottomTab::Variables); });
+    connect(&m_debugSession, &DebugSession::began, &m_wiring, [this] {
+        m_debuggedFile = m_documents.file(m_startingDebugFile);
+        showDebugLines();
+        setBottomTab(BottomTab::Variables);
+    });
+    connect(&m_debugSession, &DebugSession::changed, &m_wiring, [this] { showDebugLines(); });
     connect(&m_debugSession, &DebugSession::paused, &m_wiring, [this](const DebugPause &pause) {
         m_variablesStore.setVariables(pause.variables);
         setBottomTab(BottomTab::Variables);
     });
+}
+
+void AppState::showDebugLines()
+{
+    for (EditorFile *file : m_documents.openFiles()) {
+        if (file == m_debuggedFile)
+            file->setDebugLines(m_debugSession.activeBreakpointLines(), m_debugSession.pausedAt());
+        else
+            file->setDebugLines({}, std::nullopt);
+    }
 }
 
 void AppState::wireFiles()
@@ -209,12 +230,12 @@ void AppState::warnWithoutPython()
     }
 }
 
-QCoro::Task<void> AppState::runLocally(EditorFile file)
+QCoro::Task<void> AppState::runLocally(QString name, QString source, QString path)
 {
     const auto life = m_life.watch();
     const int run = ++m_lastLocalRun;
-    m_shell.appendInfo(QStringLiteral("▶ Running %1…").arg(file.name));
-    const RunResult result = co_await m_runner.run(file.content, file.path, true);
+    m_shell.appendInfo(QStringLiteral("▶ Running %1…").arg(name));
+    const RunResult result = co_await m_runner.run(source, path, true);
     if (!life)
         co_return;
     finishLocally(result);

@@ -18,6 +18,7 @@
 
 #include <QCoro/QCoroTask>
 #include <QObject>
+#include <QPointer>
 
 #include <functional>
 #include <memory>
@@ -130,7 +131,8 @@ private:
     void wireFiles();
     [[nodiscard]] bool isBoardBrowsed() const;
     void warnWithoutPython();
-    QCoro::Task<void> runLocally(EditorFile file);
+    void showDebugLines();
+    QCoro::Task<void> runLocally(QString name, QString source, QString path);
     QCoro::Task<void> runShellLocally(QString command);
     void finishLocally(const RunResult &result);
     void setRunning(bool isRunning);
@@ -140,6 +142,9 @@ private:
     BottomTab m_bottomTab = BottomTab::Shell;
     SidebarTab m_sidebarTab = SidebarTab::Local;
     bool m_mcpRunning = false;
+    /// The documents of the debug run that is being started and of the last one that was sent.
+    QUuid m_startingDebugFile;
+    QPointer<EditorFile> m_debuggedFile;
 
     // What is used by others stands above them, and so outlives them.
     Settings &m_settings;

@@ -8,6 +8,8 @@
 #include "board/TransferStatus.h"
 #include "document/OpenFiles.h"
 
+#include <QPointer>
+
 namespace Korvane {
 
 BoardDocuments::BoardDocuments(Parts parts, QObject *parent)
@@ -18,7 +20,8 @@ BoardDocuments::BoardDocuments(Parts parts, QObject *parent)
 
 QCoro::Task<void> BoardDocuments::openDeviceFile(DeviceFileNode node)
 {
-    if (m_parts.documents.selectDeviceFile(node.path))
+    const DocumentPlace place = DocumentPlace::onBoard({}, node.path);
+    if (m_parts.documents.selectPlace(place))
         co_return;
     const auto life = m_life.watch();
     const auto bytes = co_await m_parts.files.readDeviceFile(node.path, node.name);
@@ -29,35 +32,37 @@ QCoro::Task<void> BoardDocuments::openDeviceFile(DeviceFileNode node)
         co_return;
     }
     // Asked for twice, the file may have been opened while this read it.
-    if (m_parts.documents.selectDeviceFile(node.path))
+    if (m_parts.documents.selectPlace(place))
         co_return;
     const auto text = Utf8::decodeStrict(*bytes);
     if (!text) {
         m_parts.shell.appendError(QStringLiteral("Cannot decode %1 as text").arg(node.name));
         co_return;
     }
-    m_parts.documents.openDeviceText(node.name, node.path, *text);
+    m_parts.documents.open(node.name, place, *text);
 }
 
 QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
 {
-    const EditorFile *selected = m_parts.documents.selectedFile();
+    EditorFile *selected = m_parts.documents.selectedFile();
     if (!selected)
         co_return;
-    const EditorFile file = *selected;
+    const QPointer<EditorFile> file = selected;
+    const QString name = file->name();
+    const DocumentText text = file->text();
+    const QString devicePath = file->devicePath();
     if (!m_parts.link.connectionState().isConnected()) {
-        m_parts.shell.appendError(
-            QStringLiteral("Connect a device before sending %1.").arg(file.name));
+        m_parts.shell.appendError(QStringLiteral("Connect a device before sending %1.").arg(name));
         co_return;
     }
     const auto life = m_life.watch();
-    const bool livesOnBoard = !file.devicePath.isEmpty();
-    const QString target = livesOnBoard ? file.devicePath : u'/' + file.name;
+    const bool livesOnBoard = !devicePath.isEmpty();
+    const QString target = livesOnBoard ? devicePath : u'/' + name;
     DeviceFiles::WriteRequest request;
     request.path = target;
     if (!livesOnBoard) {
         request = m_parts.files.replaceRequest(
-            file.name, target,
+            name, target,
             QStringLiteral("Send cancelled — %1 on the device is unchanged.").arg(target));
     }
     const auto permit = co_await m_parts.files.requestWrite(std::move(request));
@@ -69,43 +74,47 @@ QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
     }
 
     TransferStatus::Running running(m_parts.transfer);
-    running.setStatus(QStringLiteral("Sending %1…").arg(file.name));
-    m_parts.shell.appendInfo(QStringLiteral("↑ Sending %1 to %2…").arg(file.name, target));
+    running.setStatus(QStringLiteral("Sending %1…").arg(name));
+    m_parts.shell.appendInfo(QStringLiteral("↑ Sending %1 to %2…").arg(name, target));
     const auto written =
-        co_await m_parts.files.writeTextToDevice(file.fileText(), *permit, file.name);
+        co_await m_parts.files.writeTextToDevice(text.fileText(), *permit, name);
     if (!life)
         co_return;
     if (!written) {
         m_parts.errors.report(written.error());
         co_return;
     }
-    if (livesOnBoard)
-        m_parts.documents.markSaved(file.id, file.content);
-    m_parts.shell.appendInfo(QStringLiteral("↑ Sent %1 to device as %2.").arg(file.name, target));
+    if (livesOnBoard && file)
+        file->setSavedText(text);
+    m_parts.shell.appendInfo(QStringLiteral("↑ Sent %1 to device as %2.").arg(name, target));
     emit sent();
     co_await m_parts.files.refreshDeviceFiles();
 }
 
 QCoro::Task<void> BoardDocuments::saveToDevice(QUuid id)
 {
-    const EditorFile *found = m_parts.documents.file(id);
-    if (!found || found->devicePath.isEmpty())
+    EditorFile *found = m_parts.documents.file(id);
+    if (!found || found->devicePath().isEmpty())
         co_return;
-    const EditorFile file = *found;
+    const QPointer<EditorFile> file = found;
+    const QString name = file->name();
+    const DocumentText text = file->text();
+    const QString devicePath = file->devicePath();
     const auto life = m_life.watch();
     TransferStatus::Running running(m_parts.transfer);
-    running.setStatus(QStringLiteral("Saving %1…").arg(file.name));
-    const WritePermit permit = m_parts.files.permitWrite(file.devicePath);
+    running.setStatus(QStringLiteral("Saving %1…").arg(name));
+    const WritePermit permit = m_parts.files.permitWrite(devicePath);
     const auto written =
-        co_await m_parts.files.writeTextToDevice(file.fileText(), permit, file.name);
+        co_await m_parts.files.writeTextToDevice(text.fileText(), permit, name);
     if (!life)
         co_return;
     if (!written) {
         m_parts.errors.report(written.error());
         co_return;
     }
-    m_parts.documents.markSaved(id, file.content);
-    m_parts.shell.appendInfo(QStringLiteral("Saved %1 to device.").arg(file.name));
+    if (file)
+        file->setSavedText(text);
+    m_parts.shell.appendInfo(QStringLiteral("Saved %1 to device.").arg(name));
     co_await m_parts.files.refreshDeviceFiles();
 }
 

@@ -28,19 +28,22 @@ QCoro::Task<void> DocumentSaving::save()
     const EditorFile *selected = m_parts.documents.selectedFile();
     if (!selected)
         co_return;
-    const EditorFile file = *selected;
-    if (!file.devicePath.isEmpty()) {
-        co_await m_parts.boardDocuments.saveToDevice(file.id);
+    const QUuid id = selected->id();
+    if (!selected->devicePath().isEmpty()) {
+        co_await m_parts.boardDocuments.saveToDevice(id);
         co_return;
     }
-    if (file.path.isEmpty()) {
+    if (selected->path().isEmpty()) {
         co_await saveToBrowsedFolder();
         co_return;
     }
     const auto life = m_life.watch();
-    const bool written = co_await write(file, file.path);
-    if (life && written)
-        m_parts.documents.markSaved(file.id, file.content);
+    const DocumentText text = selected->text();
+    const bool written = co_await write(text, selected->path());
+    if (!life || !written)
+        co_return;
+    if (EditorFile *saved = m_parts.documents.file(id))
+        saved->setSavedText(text);
 }
 
 QCoro::Task<void> DocumentSaving::saveToBrowsedFolder()
@@ -48,7 +51,7 @@ QCoro::Task<void> DocumentSaving::saveToBrowsedFolder()
     const EditorFile *selected = m_parts.documents.selectedFile();
     if (!selected)
         co_return;
-    const QUuid id = selected->id;
+    const QUuid id = selected->id();
     const auto life = m_life.watch();
     const bool onBoard = m_parts.isBoardBrowsed();
     const QString folder =
@@ -59,7 +62,7 @@ QCoro::Task<void> DocumentSaving::saveToBrowsedFolder()
     prompt.message =
         QStringLiteral("Save to %1.")
             .arg(onBoard ? QStringLiteral("the device at ") + folder : displayPath(folder));
-    prompt.proposedName = selected->name;
+    prompt.proposedName = selected->name();
     prompt.confirmTitle = QStringLiteral("Save");
     const QString name = co_await m_parts.prompts.askName(std::move(prompt));
     if (!life || name.isEmpty())
@@ -90,12 +93,12 @@ QCoro::Task<void> DocumentSaving::saveIntoBoardFolder(QUuid id, QString folder, 
     const EditorFile *found = m_parts.documents.file(id);
     if (!found)
         co_return;
-    const EditorFile file = *found;
+    const DocumentText text = found->text();
     {
         TransferStatus::Running running(m_parts.transfer);
         running.setStatus(QStringLiteral("Saving %1…").arg(name));
         const auto written =
-            co_await m_parts.deviceFiles.writeTextToDevice(file.fileText(), *permit, name);
+            co_await m_parts.deviceFiles.writeTextToDevice(text.fileText(), *permit, name);
         if (!life)
             co_return;
         if (!written) {
@@ -103,8 +106,10 @@ QCoro::Task<void> DocumentSaving::saveIntoBoardFolder(QUuid id, QString folder, 
             co_return;
         }
     }
-    m_parts.documents.setDevicePath(id, path, name);
-    m_parts.documents.markSaved(id, file.content);
+    if (EditorFile *saved = m_parts.documents.file(id)) {
+        saved->moveTo(name, DocumentPlace::onBoard({}, path));
+        saved->setSavedText(text);
+    }
     m_parts.shell.appendInfo(QStringLiteral("Saved %1 to device as %2").arg(name, path));
     co_await m_parts.deviceFiles.refreshDeviceFiles();
 }
@@ -139,10 +144,10 @@ QCoro::Task<void> DocumentSaving::saveIntoLocalFolder(QUuid id, QString folder, 
 QCoro::Task<void> DocumentSaving::saveAs()
 {
     const EditorFile *selected = m_parts.documents.selectedFile();
-    const QUuid id = selected ? selected->id : QUuid();
+    const QUuid id = selected ? selected->id() : QUuid();
     const auto life = m_life.watch();
     // A conditional inside the co_await expression is destroyed twice by this compiler.
-    const QString proposed = selected ? selected->name : QStringLiteral("untitled.py");
+    const QString proposed = selected ? selected->name() : QStringLiteral("untitled.py");
     const QString folder = m_parts.localFiles.localWorkingDir();
     const QString path = co_await m_parts.prompts.askSavePath(folder, proposed);
     if (life && !path.isEmpty())
@@ -154,21 +159,23 @@ QCoro::Task<bool> DocumentSaving::saveAt(QUuid id, QString path)
     const EditorFile *found = m_parts.documents.file(id);
     if (!found)
         co_return false;
-    const EditorFile file = *found;
+    const DocumentText text = found->text();
     const auto life = m_life.watch();
-    const bool written = co_await write(file, path);
+    const bool written = co_await write(text, path);
     if (!life || !written)
         co_return false;
-    m_parts.documents.setPath(id, path, QFileInfo(path).fileName());
-    m_parts.documents.markSaved(id, file.content);
+    if (EditorFile *saved = m_parts.documents.file(id)) {
+        saved->moveTo(QFileInfo(path).fileName(), DocumentPlace::local(path));
+        saved->setSavedText(text);
+    }
     m_parts.localFiles.reload();
     co_return true;
 }
 
-QCoro::Task<bool> DocumentSaving::write(EditorFile file, QString path)
+QCoro::Task<bool> DocumentSaving::write(DocumentText document, QString path)
 {
     const std::function<Result<void>()> writeFile = [path,
-                                                     text = file.fileText()]() -> Result<void> {
+                                                     text = document.fileText()]() -> Result<void> {
         if (!text.isValidUtf16())
             return Error{ErrorCode::NotText, QStringLiteral("The text cannot be written as UTF-8")};
         return LocalFile::writeAtomically(path, text.toUtf8());

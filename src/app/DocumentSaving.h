@@ -56,7 +56,7 @@ private:
     /// Shell then says, and when this has gone.
     [[nodiscard]] QCoro::Task<bool> saveAt(QUuid id, QString path);
     /// Writes the text alone; false as above.
-    [[nodiscard]] QCoro::Task<bool> write(EditorFile file, QString path);
+    [[nodiscard]] QCoro::Task<bool> write(DocumentText document, QString path);
 
     Parts m_parts;
     Background m_background;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QCoro/QCoroTask>
+#include <QList>
 #include <QString>
 
 namespace Korvane {
@@ -26,6 +27,19 @@ public:
         bool confirmed = false;
         bool dontAskAgain = false;
     };
+    struct Answer
+    {
+        QString title;
+        /// Something is lost by this answer.
+        bool isDestructive = false;
+    };
+    /// A question with several answers, none of which is the default, and Cancel.
+    struct Choice
+    {
+        QString title;
+        QString message;
+        QList<Answer> answers;
+    };
     /// One line of text, with the confirming button as the default.
     struct NamePrompt
     {
@@ -38,6 +52,8 @@ public:
     virtual ~UserPrompts() = default;
 
     [[nodiscard]] virtual QCoro::Task<ConfirmationAnswer> confirm(Confirmation question) = 0;
+    /// The index of the chosen answer; -1 when cancelled.
+    [[nodiscard]] virtual QCoro::Task<int> choose(Choice question) = 0;
     /// The name without the white space around it; empty when cancelled.
     [[nodiscard]] virtual QCoro::Task<QString> askName(NamePrompt prompt) = 0;
     /// The chosen local path, starting in \p folder; empty when cancelled. The dialog itself asks

@@ -1,38 +1,124 @@
 #pragma once
 
+#include "document/DocumentPlace.h"
+#include "document/LineMarks.h"
 #include "document/TextFormat.h"
 
+#include <QObject>
 #include <QSet>
-#include <QString>
+#include <QTextCursor>
 #include <QUuid>
+
+#include <optional>
 
 namespace Korvane {
 
-/// One open document. Two values are equal when their ids are, whatever else differs.
-struct EditorFile
+class PythonTextStorage;
+
+/// The text of a document at one moment, with what turns it into the file's text.
+struct DocumentText
 {
-    QUuid id = QUuid::createUuid();
-    /// Tab title and file name.
-    QString name;
-    /// Where it is saved on this computer; empty when it is not.
-    QString path;
-    /// Where it lives on the board; empty when it does not.
-    QString devicePath;
-    /// As the editor shows it: every line ends in "\n".
+    /// With "\n" line ends, as the editor shows it.
     QString content;
-    /// What turns `content` into the file's text again.
     TextFormat format = {};
-    bool isModified = false;
-    /// 1-based line numbers.
-    QSet<int> breakpoints;
 
-    /// The document that File › New makes while \p number - 1 others are open.
-    [[nodiscard]] static EditorFile untitled(qsizetype number);
-
-    /// The text as it goes into the file.
+    [[nodiscard]] static DocumentText fromFile(const QString &fileText);
+    /// The text as it is written to the file.
     [[nodiscard]] QString fileText() const { return format.attach(content); }
 
-    friend bool operator==(const EditorFile &a, const EditorFile &b) { return a.id == b.id; }
+    friend bool operator==(const DocumentText &, const DocumentText &) = default;
+};
+
+/// One open document: its text with undo history, its file format, where it belongs, the text that
+/// was last read or written there, its breakpoints, and the lines that the debugger marks in it.
+/// Main thread only.
+class EditorFile final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// How an editor left the document. Kept here so that it comes back with the document.
+    struct ViewState
+    {
+        QTextCursor caret;
+        bool isCaretPlaced = false;
+        int firstVisibleLine = 1;
+        /// The paused line that the editor has scrolled to.
+        std::optional<int> shownPausedLine;
+    };
+
+    /// An unmodified document with that text.
+    explicit EditorFile(const QString &name, const DocumentPlace &place = {},
+                        const DocumentText &text = {}, QObject *parent = nullptr);
+    ~EditorFile() override;
+
+    /// "untitled.py" for 1, "untitled2.py" for 2 and so on.
+    [[nodiscard]] static QString untitledName(qsizetype number);
+
+    [[nodiscard]] const QUuid &id() const { return m_id; }
+    /// Tab title and file name.
+    [[nodiscard]] const QString &name() const { return m_name; }
+    [[nodiscard]] const DocumentPlace &place() const { return m_place; }
+    /// The local file; empty when the document does not belong to one.
+    [[nodiscard]] QString path() const;
+    /// The path on the board; empty when the document does not belong to a board.
+    [[nodiscard]] QString devicePath() const;
+    /// The document belongs to another place from now on.
+    void moveTo(const QString &name, const DocumentPlace &place);
+
+    [[nodiscard]] PythonTextStorage &storage() const { return *m_storage; }
+    /// With "\n" line ends.
+    [[nodiscard]] const QString &content() const;
+    [[nodiscard]] DocumentText text() const { return {content(), m_format}; }
+    /// Replaces the text as one edit that can be undone.
+    void setContent(const QString &content);
+    /// Replaces text and file format by \p text, which the document's place holds now.
+    void reload(const DocumentText &text);
+
+    /// The text differs from what was last read or saved, or that is not known.
+    [[nodiscard]] bool isModified() const { return m_isModified; }
+    /// What was last read or written at the document's place; nothing when that is not known.
+    [[nodiscard]] const std::optional<DocumentText> &savedText() const { return m_saved; }
+    void setSavedText(const std::optional<DocumentText> &text);
+
+    /// 1-based. They move with their lines.
+    [[nodiscard]] const QSet<int> &breakpoints() const { return m_breakpoints.lines(); }
+    /// Sets a breakpoint on \p line or removes it.
+    void toggleBreakpoint(int line);
+    void clearBreakpoints();
+
+    /// The lines on which the debug run of this document has armed breakpoints, and the one where
+    /// it is paused. 1-based, in the text that was sent.
+    [[nodiscard]] const QSet<int> &armedLines() const { return m_armedLines; }
+    [[nodiscard]] std::optional<int> pausedLine() const { return m_pausedLine; }
+    void setDebugLines(const QSet<int> &armed, std::optional<int> paused);
+
+    /// Written by the editor that shows the document.
+    ViewState viewState;
+
+signals:
+    /// Name, place or isModified have changed.
+    void changed();
+    void contentChanged();
+    void breakpointsChanged();
+    void debugLinesChanged();
+
+private:
+    void follow(const LineEdit &edit, int undoSteps, bool isHistory);
+    void handleEdited();
+    void updateModified();
+
+    const QUuid m_id = QUuid::createUuid();
+    QString m_name;
+    DocumentPlace m_place;
+    PythonTextStorage *m_storage; // a child
+    TextFormat m_format;
+    std::optional<DocumentText> m_saved;
+    bool m_isModified = false;
+    LineMarks m_breakpoints;
+    bool m_haveBreakpointsMoved = false;
+    QSet<int> m_armedLines;
+    std::optional<int> m_pausedLine;
 };
 
 } // namespace Korvane

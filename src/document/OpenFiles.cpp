@@ -10,75 +10,75 @@
 
 namespace Korvane {
 
+namespace {
+
+struct ReadFile
+{
+    DocumentPlace place;
+    Result<QString> text;
+};
+
+} // namespace
+
 OpenFiles::OpenFiles(ShellSink &shell, QObject *parent)
     : QObject(parent)
     , m_shell(shell)
 {
 }
 
+OpenFiles::~OpenFiles() = default;
+
 void OpenFiles::newFile()
 {
-    append(EditorFile::untitled(m_openFiles.size() + 1));
+    append(std::make_unique<EditorFile>(
+        EditorFile::untitledName(static_cast<qsizetype>(m_openFiles.size()) + 1)));
 }
 
 void OpenFiles::openTextInEditor(const QString &name, const QString &text)
 {
-    EditorFile file;
-    file.name = name;
-    file.content = file.format.detach(text);
-    append(std::move(file));
+    open(name, {}, text);
     m_shell.appendInfo(QStringLiteral("Opened %1 in the editor.").arg(name));
 }
 
 QCoro::Task<Result<void>> OpenFiles::openFile(QString path)
 {
-    const auto showsPath = [path](const EditorFile &open) { return open.path == path; };
-    if (selectFirst(showsPath))
+    if (selectPlace(DocumentPlace::local(path)))
         co_return Result<void>();
-    const std::function<Result<QString>()> read = [path] { return LocalFile::readText(path); };
-    const auto fileText = co_await m_background.run(read);
-    if (!fileText)
+    const std::function<ReadFile()> read = [path] {
+        return ReadFile{DocumentPlace::local(path).resolved(), LocalFile::readText(path)};
+    };
+    const auto file = co_await m_background.run(read);
+    if (!file)
         co_return Error{ErrorCode::Closed, {}};
-    if (!*fileText)
-        co_return fileText->error();
-    // Asked for twice, the file may have been opened while this read it.
-    if (selectFirst(showsPath))
+    // It may be open under another name, or may have been opened while this read it.
+    if (selectPlace(file->place))
         co_return Result<void>();
-    EditorFile file;
-    file.name = QFileInfo(path).fileName();
-    file.path = path;
-    file.content = file.format.detach(**fileText);
-    append(std::move(file));
+    if (!file->text)
+        co_return file->text.error();
+    open(QFileInfo(path).fileName(), file->place, *file->text);
     co_return Result<void>();
 }
 
-bool OpenFiles::selectDeviceFile(const QString &devicePath)
+bool OpenFiles::selectPlace(const DocumentPlace &place)
 {
-    return selectFirst(
-        [&devicePath](const EditorFile &open) { return open.devicePath == devicePath; });
+    const EditorFile *found = fileAt(place);
+    if (found)
+        select(found->id());
+    return found != nullptr;
 }
 
-void OpenFiles::openDeviceText(const QString &name, const QString &devicePath,
-                               const QString &fileText)
+EditorFile &OpenFiles::open(const QString &name, const DocumentPlace &place,
+                            const QString &fileText)
 {
-    EditorFile file;
-    file.name = name;
-    file.devicePath = devicePath;
-    file.content = file.format.detach(fileText);
-    append(std::move(file));
+    return append(std::make_unique<EditorFile>(name, place, DocumentText::fromFile(fileText)));
 }
 
-QUuid OpenFiles::openUnsaved(const QString &name, const QString &path, const QString &devicePath,
+QUuid OpenFiles::openUnsaved(const QString &name, const DocumentPlace &place,
                              const QString &fileText)
 {
-    EditorFile file;
-    file.name = name;
-    file.path = path;
-    file.devicePath = devicePath;
-    file.content = file.format.detach(fileText);
-    file.isModified = true;
-    append(std::move(file));
-    return m_selectedFileID;
+    auto file = std::make_unique<EditorFile>(name, place, DocumentText::fromFile(fileText));
+    file->setSavedText(std::nullopt);
+    return append(std::move(file)).id();
 }
 
 void OpenFiles::select(const QUuid &id)
@@ -91,107 +91,81 @@ void OpenFiles::select(const QUuid &id)
 
 void OpenFiles::updateSelectedContent(const QString &text)
 {
-    const QUuid id = m_selectedFileID;
-    EditorFile *edited = editableFile(id);
-    if (!edited)
-        return;
-    edited->format.edited(edited->content, text);
-    edited->content = text;
-    const bool wasModified = std::exchange(edited->isModified, true);
-    emit contentChanged(id);
-    if (!wasModified)
-        emit fileChanged(id);
+    if (EditorFile *edited = selectedFile())
+        edited->setContent(text);
 }
 
 void OpenFiles::toggleBreakpoint(int line)
 {
-    EditorFile *marked = editableFile(m_selectedFileID);
-    if (!marked)
-        return;
-    if (!marked->breakpoints.remove(line))
-        marked->breakpoints.insert(line);
-    emit breakpointsChanged(m_selectedFileID);
+    if (EditorFile *marked = selectedFile())
+        marked->toggleBreakpoint(line);
 }
 
 void OpenFiles::clearBreakpoints()
 {
-    EditorFile *marked = editableFile(m_selectedFileID);
-    if (!marked || marked->breakpoints.isEmpty())
-        return;
-    marked->breakpoints.clear();
-    emit breakpointsChanged(m_selectedFileID);
-}
-
-void OpenFiles::markSaved(const QUuid &id, const QString &content)
-{
-    EditorFile *saved = editableFile(id);
-    if (saved && saved->content == content && std::exchange(saved->isModified, false))
-        emit fileChanged(id);
-}
-
-void OpenFiles::setPath(const QUuid &id, const QString &path, const QString &name)
-{
-    if (EditorFile *moved = editableFile(id)) {
-        moved->path = path;
-        moved->name = name;
-        emit fileChanged(id);
-    }
-}
-
-void OpenFiles::setDevicePath(const QUuid &id, const QString &devicePath, const QString &name)
-{
-    if (EditorFile *moved = editableFile(id)) {
-        moved->devicePath = devicePath;
-        moved->name = name;
-        emit fileChanged(id);
-    }
+    if (EditorFile *marked = selectedFile())
+        marked->clearBreakpoints();
 }
 
 void OpenFiles::closeFile(const QUuid &id)
 {
-    if (m_openFiles.removeIf([&](const EditorFile &open) { return open.id == id; }) == 0)
+    const auto found = std::find_if(m_openFiles.begin(), m_openFiles.end(),
+                                    [&](const auto &open) { return open->id() == id; });
+    if (found == m_openFiles.end())
         return;
-    if (m_openFiles.isEmpty()) {
+    // Destroyed at the end: the editor shows it until it learns of another one.
+    const std::unique_ptr<EditorFile> closed = std::move(*found);
+    m_openFiles.erase(found);
+    closed->disconnect(this);
+    if (m_openFiles.empty()) {
         newFile();
         return;
     }
-    const bool wasSelected = id == m_selectedFileID;
+    const bool wasSelected = closed->id() == m_selectedFileID;
     if (wasSelected)
-        m_selectedFileID = m_openFiles.constFirst().id;
+        m_selectedFileID = m_openFiles.front()->id();
     emit openFilesChanged();
     if (wasSelected)
         emit selectedFileChanged();
 }
 
-const EditorFile *OpenFiles::file(const QUuid &id) const
+QList<EditorFile *> OpenFiles::openFiles() const
+{
+    QList<EditorFile *> files;
+    files.reserve(static_cast<qsizetype>(m_openFiles.size()));
+    for (const auto &file : m_openFiles)
+        files << file.get();
+    return files;
+}
+
+EditorFile *OpenFiles::file(const QUuid &id) const
 {
     const auto found = std::find_if(m_openFiles.cbegin(), m_openFiles.cend(),
-                                    [&](const EditorFile &open) { return open.id == id; });
-    return found == m_openFiles.cend() ? nullptr : &*found;
+                                    [&](const auto &open) { return open->id() == id; });
+    return found == m_openFiles.cend() ? nullptr : found->get();
 }
 
-EditorFile *OpenFiles::editableFile(const QUuid &id)
+EditorFile *OpenFiles::fileAt(const DocumentPlace &place) const
 {
-    const auto found = std::find_if(m_openFiles.begin(), m_openFiles.end(),
-                                    [&](const EditorFile &open) { return open.id == id; });
-    return found == m_openFiles.end() ? nullptr : &*found;
+    const auto found =
+        std::find_if(m_openFiles.cbegin(), m_openFiles.cend(),
+                     [&](const auto &open) { return open->place().isSameFile(place); });
+    return found == m_openFiles.cend() ? nullptr : found->get();
 }
 
-bool OpenFiles::selectFirst(const std::function<bool(const EditorFile &)> &matches)
+EditorFile &OpenFiles::append(std::unique_ptr<EditorFile> file)
 {
-    const auto found = std::find_if(m_openFiles.cbegin(), m_openFiles.cend(), matches);
-    if (found == m_openFiles.cend())
-        return false;
-    select(found->id);
-    return true;
-}
-
-void OpenFiles::append(EditorFile file)
-{
-    m_selectedFileID = file.id;
-    m_openFiles.append(std::move(file));
+    EditorFile &added = *file;
+    const QUuid id = added.id();
+    connect(&added, &EditorFile::changed, this, [this, id] { emit fileChanged(id); });
+    connect(&added, &EditorFile::contentChanged, this, [this, id] { emit contentChanged(id); });
+    connect(&added, &EditorFile::breakpointsChanged, this,
+            [this, id] { emit breakpointsChanged(id); });
+    m_openFiles.push_back(std::move(file));
+    m_selectedFileID = id;
     emit openFilesChanged();
     emit selectedFileChanged();
+    return added;
 }
 
 } // namespace Korvane

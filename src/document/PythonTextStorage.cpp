@@ -1,23 +1,59 @@
 #include "document/PythonTextStorage.h"
 
-#include "document/PythonTextLayout.h"
 #include "theme/CodeColors.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QScopedValueRollback>
 #include <QTextBlock>
+#include <QTextCursor>
 
 #include <algorithm>
 #include <utility>
 
 namespace Korvane {
 
+namespace {
+
+/// How many characters \p before and \p after share at their start and, behind that, at their end.
+std::pair<qsizetype, qsizetype> sharedEnds(QStringView before, QStringView after)
+{
+    const qsizetype shorter = std::min(before.size(), after.size());
+    const auto differs = std::mismatch(before.begin(), before.begin() + shorter, after.begin());
+    const qsizetype start = differs.first - before.begin();
+    qsizetype end = 0;
+    while (end < shorter - start
+           && before[before.size() - 1 - end] == after[after.size() - 1 - end])
+        ++end;
+    return {start, end};
+}
+
+/// Shows nothing. QTextDocument reports changes only while it has a layout, and its own would lay
+/// out texts that no editor shows.
+class NoLayout final : public QAbstractTextDocumentLayout
+{
+public:
+    using QAbstractTextDocumentLayout::QAbstractTextDocumentLayout;
+
+    void draw(QPainter *, const PaintContext &) override { }
+    [[nodiscard]] int hitTest(const QPointF &, Qt::HitTestAccuracy) const override { return -1; }
+    [[nodiscard]] int pageCount() const override { return 1; }
+    [[nodiscard]] QSizeF documentSize() const override { return {}; }
+    [[nodiscard]] QRectF frameBoundingRect(QTextFrame *) const override { return {}; }
+    [[nodiscard]] QRectF blockBoundingRect(const QTextBlock &) const override { return {}; }
+
+protected:
+    void documentChanged(int, int, int) override { }
+};
+
+} // namespace
+
 PythonTextStorage::PythonTextStorage(const CodeColors &colors, QObject *parent)
     : QTextDocument(parent)
-    , m_layout(new PythonTextLayout(this))
 {
-    setDocumentLayout(m_layout); // which takes it
+    setDocumentLayout(new NoLayout(this)); // which the editor replaces by its own
     setUndoRedoEnabled(true);
     connect(this, &QTextDocument::contentsChange, this, &PythonTextStorage::follow);
+    connect(this, &QTextDocument::undoCommandAdded, this, [this] { m_isNewUndoStep = true; });
     connect(this, &QTextDocument::contentsChanged, this, [this] {
         m_coloredRevision = revision(); // an edit of nothing counts as well
         if (std::exchange(m_isEdited, false))
@@ -33,6 +69,19 @@ void PythonTextStorage::setText(const QString &text)
     setModified(false);
 }
 
+void PythonTextStorage::replaceText(const QString &text)
+{
+    const auto [start, end] = sharedEnds(m_text, text);
+    if (start + end == m_text.size() && m_text.size() == text.size())
+        return;
+    emit textAboutToBeReplaced();
+    QTextCursor cursor(this);
+    cursor.setPosition(static_cast<int>(start));
+    cursor.setPosition(static_cast<int>(m_text.size() - end), QTextCursor::KeepAnchor);
+    cursor.insertText(text.sliced(start, text.size() - start - end));
+    emit textReplaced();
+}
+
 void PythonTextStorage::setColors(const CodeColors &colors)
 {
     for (int token = 0; token < pythonTokenCount; ++token)
@@ -43,8 +92,8 @@ void PythonTextStorage::setColors(const CodeColors &colors)
 
 void PythonTextStorage::follow(int from, int removed, int added)
 {
-    m_layout->expectEdit(from, removed, added);
-    // Where the whole text changes, the toolkit counts the end of the last block as a character.
+    emit charactersEdited(from, removed, added);
+    // Where the whole text changes, Qt counts the end of the last block as a character.
     const int size = characterCount() - 1;
     const int oldSize = static_cast<int>(m_text.size());
     added = std::min(added, size - from);
@@ -57,13 +106,43 @@ void PythonTextStorage::follow(int from, int removed, int added)
 
     const QString inserted = characters(from, added);
     // Text that an input method is composing changes the layout and not the characters.
-    if (QStringView(m_text).sliced(from, removed) != inserted) {
+    const QString replaced = m_text.sliced(from, removed);
+    if (replaced != inserted) {
         m_text.replace(from, removed, inserted);
         PythonColoring::color(m_text, m_tokens);
-        m_isEdited = m_isEdited || !m_isSetting;
+        publishEdit(from, replaced, inserted);
     }
     m_coloredRevision = revision();
     emit colored();
+}
+
+void PythonTextStorage::publishEdit(int from, QStringView before, QStringView after)
+{
+    const int undoSteps = availableUndoSteps();
+    const int allSteps = undoSteps + availableRedoSteps();
+    const bool isNew = m_isNewUndoStep || allSteps != m_allSteps || undoSteps == m_undoSteps;
+    m_isNewUndoStep = false;
+    m_undoSteps = undoSteps;
+    m_allSteps = allSteps;
+    if (m_isSetting)
+        return;
+    m_isEdited = true;
+
+    // An undone step of several edits is reported as one, with the text between them.
+    const auto [start, end] = sharedEnds(before, after);
+    const auto lineEnds = [start = start, end = end](QStringView text) {
+        return static_cast<int>(text.sliced(start, text.size() - start - end).count(u'\n'));
+    };
+    const int first = from + static_cast<int>(start);
+    const QTextBlock block = findBlock(first);
+    const qsizetype behind = first + after.size() - start - end;
+    emit linesEdited({.firstLine = block.blockNumber(),
+                      .removedLines = lineEnds(before),
+                      .addedLines = lineEnds(after),
+                      .removesCharacters = before.size() > start + end,
+                      .startsLine = first == block.position(),
+                      .endsLine = behind == m_text.size() || m_text[behind] == u'\n'},
+                     undoSteps, !isNew);
 }
 
 /// Line ends as "\n", and nothing else changed, as it would be in `toPlainText`.
@@ -91,7 +170,7 @@ void PythonTextStorage::showColors(const QTextBlock &first, int count)
         const QList<QTextLayout::FormatRange> wanted = formats(block);
         if (block.layout()->formats() == wanted)
             continue;
-        m_layout->expectColors(block);
+        emit formatsAboutToChange(block);
         block.layout()->setFormats(wanted);
         hasChanged = true;
     }
@@ -99,8 +178,8 @@ void PythonTextStorage::showColors(const QTextBlock &first, int count)
         markContentsDirty(first.position(), 0);
 }
 
-/// What the layout of \p block should have. Text that an input method is composing there keeps the
-/// formats that it came with, and parts what stands before and behind it.
+/// The formats that the layout of \p block should have. Text that an input method is composing
+/// there keeps its own formats, and splits the range of formats around it.
 QList<QTextLayout::FormatRange> PythonTextStorage::formats(const QTextBlock &block) const
 {
     const QTextLayout &layout = *block.layout();

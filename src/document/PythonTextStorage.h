@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/LineMarks.h"
 #include "document/PythonColoring.h"
 
 #include <QTextCharFormat>
@@ -14,13 +15,12 @@ class QTextBlock;
 namespace Korvane {
 
 class CodeColors;
-class PythonTextLayout;
 
-/// The text of one Python source with its undo history, colored anew after each change of its
+/// The text of one Python source with its undo history, colored again after each change of its
 /// characters.
 ///
-/// The colors of the whole text are always known. They become formats of the toolkit's layouts
-/// only where somebody looks (`showColors`): a key in a long file then costs one scan of the text
+/// The colors of the whole text are always known. They become formats of the text layouts only for
+/// the blocks that are shown (`showColors`): a key in a long file then costs one scan of the text
 /// and new layouts for the few visible lines whose colors changed. Formats are neither edits nor
 /// part of the undo history.
 class PythonTextStorage final : public QTextDocument
@@ -38,6 +38,8 @@ public:
     [[nodiscard]] const QString &text() const { return m_text; }
     /// Replaces everything and forgets the undo history, which belongs to the text before.
     void setText(const QString &text);
+    /// Replaces everything as one edit that can be undone. Only the part that differs is edited.
+    void replaceText(const QString &text);
     void setColors(const CodeColors &colors);
 
     [[nodiscard]] PythonToken tokenAt(int position) const
@@ -49,24 +51,39 @@ public:
     void showColors(const QTextBlock &first, int count);
 
 signals:
+    /// An edit of characters, as `contentsChange` reports it. Emitted before the document's layout
+    /// is told of it.
+    void charactersEdited(int from, int removed, int added);
+    /// The formats of \p block are replaced next, which discards its layout.
+    void formatsAboutToChange(const QTextBlock &block);
     /// The colors are those of new characters or another palette. The document is not laid out
-    /// yet: time for `showColors`, and nothing else.
+    /// yet: a slot may call `showColors`, and nothing else.
     void colored();
-    /// The characters have changed, otherwise than by `setText`.
+    /// The characters have changed, except by `setText`. \p undoSteps is the new position in the
+    /// undo history; \p isHistory tells whether the edit was undone or redone. The document is not
+    /// laid out yet.
+    void linesEdited(const LineEdit &edit, int undoSteps, bool isHistory);
+    /// The characters have changed, except by `setText`, and the document is laid out.
     void edited();
+    /// Around `replaceText`.
+    void textAboutToBeReplaced();
+    void textReplaced();
 
 private:
     void follow(int from, int removed, int added);
+    void publishEdit(int from, QStringView before, QStringView after);
     [[nodiscard]] QString characters(int from, int count) const;
     [[nodiscard]] QList<QTextLayout::FormatRange> formats(const QTextBlock &block) const;
 
-    PythonTextLayout *m_layout;
     std::array<QTextCharFormat, pythonTokenCount> m_formats;
     QString m_text;
     std::vector<PythonToken> m_tokens;
     int m_coloredRevision = 0;
     bool m_isSetting = false;
     bool m_isEdited = false;
+    bool m_isNewUndoStep = false;
+    int m_undoSteps = 0;
+    int m_allSteps = 0; // of the undo history, with those that can be redone
 };
 
 } // namespace Korvane

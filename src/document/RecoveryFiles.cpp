@@ -22,13 +22,14 @@ namespace {
 const QString nameKey = QStringLiteral("name");
 const QString pathKey = QStringLiteral("path");
 const QString devicePathKey = QStringLiteral("devicePath");
+const QString boardKey = QStringLiteral("board");
 const QString textKey = QStringLiteral("text");
 const QString suffix = QStringLiteral(".json");
 
 bool isUnsaved(const EditorFile &file)
 {
-    const bool isNowhere = file.path.isEmpty() && file.devicePath.isEmpty();
-    return file.isModified || (isNowhere && !file.content.isEmpty());
+    const bool isNowhere = file.place().kind == DocumentPlace::Kind::Nowhere;
+    return file.isModified() || (isNowhere && !file.content().isEmpty());
 }
 
 /// The copy's content, or nothing when it is damaged.
@@ -36,6 +37,15 @@ QJsonObject readCopy(const QString &file)
 {
     const auto bytes = LocalFile::read(file);
     return bytes ? QJsonDocument::fromJson(*bytes).object() : QJsonObject();
+}
+
+DocumentPlace placeIn(const QJsonObject &copy)
+{
+    if (const QString path = copy[pathKey].toString(); !path.isEmpty())
+        return DocumentPlace::local(path).resolved();
+    if (const QString path = copy[devicePathKey].toString(); !path.isEmpty())
+        return DocumentPlace::onBoard(copy[boardKey].toString(), path);
+    return {};
 }
 
 QFileInfoList copies(const QString &folder)
@@ -92,22 +102,26 @@ QList<RecoveryFiles::Leftover> readLeftovers(const QString &folder)
 struct RecoveryFiles::Change
 {
     QString copy;
-    /// The document as it is to be kept; without a name the copy goes.
-    EditorFile file;
+    /// The document as it is to be kept; without a name the copy is removed.
+    QString name;
+    DocumentPlace place;
+    DocumentText text;
     /// A leftover that the copy takes the place of; may be empty.
     QString leftover;
 
     [[nodiscard]] Result<void> carryOut() const
     {
-        if (file.name.isEmpty()) {
+        if (name.isEmpty()) {
             QFile::remove(copy);
             removeLeftover();
             return {};
         }
-        const QJsonObject content{{nameKey, file.name},
-                                  {pathKey, file.path},
-                                  {devicePathKey, file.devicePath},
-                                  {textKey, file.fileText()}};
+        const bool isOnBoard = place.kind == DocumentPlace::Kind::Board;
+        const QJsonObject content{{nameKey, name},
+                                  {pathKey, isOnBoard ? QString() : place.path},
+                                  {devicePathKey, isOnBoard ? place.path : QString()},
+                                  {boardKey, place.board},
+                                  {textKey, text.fileText()}};
         auto written =
             LocalFile::writeAtomically(copy, QJsonDocument(content).toJson(QJsonDocument::Compact));
         if (written)
@@ -150,9 +164,9 @@ RecoveryFiles::~RecoveryFiles() = default;
 
 void RecoveryFiles::follow()
 {
-    for (const EditorFile &file : m_documents.openFiles()) {
-        if (isUnsaved(file) && !m_kept.contains(file.id))
-            noteChange(file.id);
+    for (const EditorFile *file : m_documents.openFiles()) {
+        if (isUnsaved(*file) && !m_kept.contains(file->id()))
+            noteChange(file->id());
     }
     for (auto kept = m_kept.keyBegin(); kept != m_kept.keyEnd(); ++kept) {
         if (!m_documents.file(*kept))
@@ -174,9 +188,10 @@ QList<RecoveryFiles::Change> RecoveryFiles::takeChanges()
         const QString copy = m_session + u'/' + id.toString(QUuid::WithoutBraces) + suffix;
         const EditorFile *file = m_documents.file(id);
         if (file && isUnsaved(*file))
-            changes.append({copy, *file, std::exchange(m_kept[id], {})});
+            changes.append(
+                {copy, file->name(), file->place(), file->text(), std::exchange(m_kept[id], {})});
         else if (m_kept.contains(id))
-            changes.append({copy, {}, m_kept.take(id)});
+            changes.append({copy, {}, {}, {}, m_kept.take(id)});
     }
     return changes;
 }
@@ -238,19 +253,23 @@ QCoro::Task<void> RecoveryFiles::findLeftovers()
 QCoro::Task<void> RecoveryFiles::open(Leftover leftover)
 {
     const auto life = m_life.watch();
-    const std::function<QJsonObject()> work = [file = leftover.file] { return readCopy(file); };
-    const auto content = co_await m_background.run(work);
-    if (!life || !content)
+    using Copy = std::pair<QJsonObject, DocumentPlace>;
+    const std::function<Copy()> work = [file = leftover.file] {
+        const QJsonObject content = readCopy(file);
+        return Copy{content, placeIn(content)};
+    };
+    const auto copy = co_await m_background.run(work);
+    if (!life || !copy)
         co_return;
+    const auto &[content, place] = *copy;
     forget(leftover.file);
-    if (content->isEmpty()) {
+    if (content.isEmpty()) {
         m_shell.appendError(
             QStringLiteral("Cannot open %1: it is not there any more.").arg(leftover.name));
         co_return;
     }
-    const QUuid id = m_documents.openUnsaved(
-        content->value(nameKey).toString(), content->value(pathKey).toString(),
-        content->value(devicePathKey).toString(), content->value(textKey).toString());
+    const QUuid id =
+        m_documents.openUnsaved(content[nameKey].toString(), place, content[textKey].toString());
     m_kept[id] = leftover.file; // which goes when the document has its own copy
     noteChange(id);
 }

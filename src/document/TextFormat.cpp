@@ -84,8 +84,8 @@ QString TextFormat::attach(const QString &shown) const
             continue;
         }
         const LineEnd end = line < m_mixed.size() ? m_mixed[line] : m_usual;
-        // An edit may have brought a lone "\r" before a lone "\n": together they would be read as
-        // one line end, so the first becomes a pair of its own.
+        // An edit may have placed a lone "\r" before a lone "\n", which would be read as one line
+        // end. The first becomes "\r\n".
         if (end == LineEnd::Lf && fileText.endsWith(u'\r'))
             fileText += u'\n';
         fileText += text(end);
@@ -94,27 +94,12 @@ QString TextFormat::attach(const QString &shown) const
     return fileText;
 }
 
-void TextFormat::edited(const QString &before, const QString &after)
+void TextFormat::edited(int firstLine, int removedLines, int addedLines)
 {
     if (m_mixed.isEmpty())
         return;
-    const qsizetype shorter = std::min(before.size(), after.size());
-    const auto [changed, _] =
-        std::mismatch(before.begin(), before.begin() + shorter, after.begin());
-    const qsizetype sharedStart = changed - before.begin();
-    qsizetype sharedEnd = 0;
-    while (sharedEnd < shorter - sharedStart
-           && before[before.size() - 1 - sharedEnd] == after[after.size() - 1 - sharedEnd])
-        ++sharedEnd;
-
-    const auto lineEnds = [](QStringView text) { return text.count(u'\n'); };
-    const qsizetype kept = lineEnds(QStringView(before).first(sharedStart));
-    const qsizetype removed =
-        lineEnds(QStringView(before).sliced(sharedStart, before.size() - sharedStart - sharedEnd));
-    const qsizetype added =
-        lineEnds(QStringView(after).sliced(sharedStart, after.size() - sharedStart - sharedEnd));
-    m_mixed.remove(kept, removed);
-    m_mixed.insert(kept, added, m_usual);
+    m_mixed.remove(firstLine, removedLines);
+    m_mixed.insert(firstLine, addedLines, m_usual);
 }
 
 } // namespace Korvane

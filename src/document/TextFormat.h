@@ -5,34 +5,34 @@
 
 namespace Korvane {
 
-/// What of a text file the editor does not show: its byte-order mark and how each line ends.
+/// The parts of a text file that the editor does not show: its byte-order mark and its line ends.
 ///
-/// The editor knows lines that end in "\n" alone. This remembers the rest, also in files that mix
-/// line ends, so that opening and saving a file changes nothing that was not edited.
+/// The editor's text has "\n" line ends only. The original ones are kept for each line where a file
+/// mixes them, so that opening and saving a file changes nothing that was not edited.
 class TextFormat final
 {
 public:
-    /// Takes \p fileText as it stands in the file apart: returns what the editor shows.
+    /// Strips the byte-order mark from \p fileText, converts its line ends to "\n" and returns the
+    /// result. Remembers both.
     [[nodiscard]] QString detach(const QString &fileText);
-    /// Puts \p shown together again as it goes into the file.
+    /// Returns \p shown with the byte-order mark and the line ends of the file.
     [[nodiscard]] QString attach(const QString &shown) const;
-    /// Follows an edit: lines that \p before and \p after share at their start and end keep their
-    /// line ends, new ones take the kind that the file uses most. Costs nothing in a file whose
-    /// lines all end alike.
-    void edited(const QString &before, const QString &after);
+    /// Follows an edit that replaced \p removedLines line ends from line \p firstLine (from 0) on
+    /// by \p addedLines new ones. New lines end as most lines of the file do.
+    void edited(int firstLine, int removedLines, int addedLines);
 
-    [[nodiscard]] bool hasByteOrderMark() const { return m_hasByteOrderMark; }
+    friend bool operator==(const TextFormat &, const TextFormat &) = default;
 
 private:
-    // Beside the usual three, the characters that the editor's text engine takes for line ends.
+    // QTextDocument treats the last three as line ends, too.
     enum class LineEnd : quint8 { Lf, CrLf, Cr, ParagraphSeparator, FrameBegin, FrameEnd };
 
     [[nodiscard]] static QStringView text(LineEnd end);
 
     bool m_hasByteOrderMark = false;
-    /// How lines end in a file where all end alike, and how new lines end elsewhere.
+    /// The line end of all lines or, in a file that mixes them, of new lines.
     LineEnd m_usual = LineEnd::Lf;
-    /// How each line ends, in a file that mixes; otherwise empty.
+    /// The line end of each line in a file that mixes them; otherwise empty.
     QList<LineEnd> m_mixed;
 };
 

@@ -1,9 +1,11 @@
 #include "editor/CodeEditorView.h"
 
+#include "document/EditorFile.h"
 #include "document/PythonTextStorage.h"
 #include "editor/EditorSearch.h"
 #include "editor/GoToLineBar.h"
 #include "editor/LineNumberRulerView.h"
+#include "editor/PythonTextLayout.h"
 #include "theme/CodeColors.h"
 
 #include <QAction>
@@ -30,6 +32,7 @@ constexpr int tabWidthInBlanks = 4;
 
 CodeEditorView::CodeEditorView(QWidget *parent)
     : QPlainTextEdit(parent)
+    , m_noFile(new EditorFile(QString(), {}, {}, this))
 {
     setObjectName(QStringLiteral("editor"));
     setFrameShape(QFrame::NoFrame);
@@ -43,17 +46,13 @@ CodeEditorView::CodeEditorView(QWidget *parent)
     m_findPreviousAction = makeAction(tr("Find Previous"), Qt::SHIFT | Qt::Key_F3);
     m_goToLineAction = makeAction(tr("Go to Line…"), Qt::CTRL | Qt::Key_G);
     m_toggleBreakpointAction = makeAction(tr("Toggle Breakpoint"), Qt::Key_F9);
-    // It means the line of a caret that should be in sight; the others look for a place themselves.
+    // It applies to the line of the caret, so the editor must have the focus.
     m_toggleBreakpointAction->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-
-    m_storage = makeStorage();
-    setDocument(m_storage);
-    m_places[m_shownID].storage = m_storage;
 
     m_besideBar = new QWidget;
     addScrollBarWidget(m_besideBar, Qt::AlignTop);
     m_ruler = new LineNumberRulerView(*this);
-    m_ruler->onToggleBreakpoint = [this](int line) { emit onToggleBreakpoint(line); };
+    m_ruler->onToggleBreakpoint = [this](int line) { emit breakpointToggleRequested(line); };
     m_search = new EditorSearch(*this);
     m_goToLineBar = new GoToLineBar(this);
 
@@ -65,7 +64,7 @@ CodeEditorView::CodeEditorView(QWidget *parent)
         setBar(m_goToLineBar);
     });
     connect(m_toggleBreakpointAction, &QAction::triggered, this,
-            [this] { emit onToggleBreakpoint(currentLine()); });
+            [this] { emit breakpointToggleRequested(currentLine()); });
     connect(m_goToLineBar, &EditorBar::closeRequested, this, [this] { setBar(nullptr); });
     connect(m_goToLineBar, &GoToLineBar::lineChosen, this, [this](int line) {
         setBar(nullptr);
@@ -80,17 +79,17 @@ CodeEditorView::CodeEditorView(QWidget *parent)
     });
     connect(this, &QPlainTextEdit::blockCountChanged, this, &CodeEditorView::layOut);
     connect(this, &QPlainTextEdit::cursorPositionChanged, this, [this] {
-        if (!m_isSwitching)
-            m_places[m_shownID].isCaretPlaced = true;
+        if (!m_isPlacingCaret)
+            m_file->viewState.isCaretPlaced = true;
     });
-    layOut();
+    present(*m_noFile);
 }
 
 const QFont &CodeEditorView::codeFont()
 {
     static const QFont font = [] {
         QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-        fixed.setStyleHint(QFont::Monospace); // where the desktop names a font that is not there
+        fixed.setStyleHint(QFont::Monospace); // when the font that the desktop names is missing
         fixed.setFixedPitch(true);
         fixed.setWeight(QFont::Normal);
         fixed.setPixelSize(codePixelSize);
@@ -107,99 +106,71 @@ QAction *CodeEditorView::makeAction(const QString &text, const QKeySequence &key
     return action;
 }
 
-PythonTextStorage *CodeEditorView::makeStorage()
+void CodeEditorView::showDocument(EditorFile *file)
 {
-    auto *storage = new PythonTextStorage(CodeColors::of(palette()), this);
-    storage->setDocumentMargin(textMargin);
-    // A line that begins with a word in a right-to-left script is a line of code all the same.
-    QTextOption option = storage->defaultTextOption();
-    option.setTextDirection(Qt::LeftToRight);
-    option.setWrapMode(wordWrapMode());
-    storage->setDefaultTextOption(option);
-    setCodeFont(*storage);
-
-    connect(storage, &PythonTextStorage::colored, this, [this, storage] {
-        if (storage == m_storage)
-            showColors();
-    });
-    connect(storage, &PythonTextStorage::edited, this,
-            [this, storage] { emit textEdited(storage->text()); });
-    connect(storage, &QTextDocument::contentsChanged, this, &CodeEditorView::contentShown);
-    return storage;
+    if (!file)
+        file = m_noFile;
+    if (file == m_file)
+        return;
+    leaveDocument();
+    present(*file);
 }
 
-void CodeEditorView::showDocument(const QUuid &id, const QString &text)
+void CodeEditorView::present(EditorFile &file)
 {
-    if (id == m_shownID && !m_isShownClosed) {
-        setText(text);
-        return;
-    }
-    const QScopedValueRollback guard(m_isSwitching, true);
+    const QScopedValueRollback guard(m_isPlacingCaret, true);
     const int position = textCursor().selectionStart();
-    leaveDocument();
-
-    Place &place = m_places[id];
-    if (!place.storage)
-        place.storage = makeStorage();
-    if (place.storage->text() != text) {
-        place.storage->setText(text);
-        place.isCaretPlaced = false;
-    }
-    m_shownID = id;
-    m_isShownClosed = false;
-    PythonTextStorage *left = std::exchange(m_storage, place.storage);
+    m_file = &file;
+    m_storage = &file.storage();
+    prepareStorage();
     setDocument(m_storage);
-    if (m_places.value(id).isCaretPlaced)
-        setTextCursor(place.caret);
+    const EditorFile::ViewState &state = file.viewState;
+    if (state.isCaretPlaced)
+        setTextCursor(state.caret);
     else
         putCaret(position);
     verticalScrollBar()->setValue(
-        m_storage->findBlockByNumber(place.firstVisibleLine - 1).firstLineNumber());
-    if (std::none_of(m_places.cbegin(), m_places.cend(),
-                     [&](const Place &other) { return other.storage == left; }))
-        delete left;
+        m_storage->findBlockByNumber(state.firstVisibleLine - 1).firstLineNumber());
+
+    connect(m_storage, &PythonTextStorage::colored, this, &CodeEditorView::showColors);
+    connect(m_storage, &QTextDocument::contentsChanged, this, &CodeEditorView::contentShown);
+    connect(m_storage, &PythonTextStorage::textAboutToBeReplaced, this,
+            [this] { m_keptCaret = textCursor().selectionStart(); });
+    connect(m_storage, &PythonTextStorage::textReplaced, this, [this] { putCaret(m_keptCaret); });
+    connect(&file, &EditorFile::breakpointsChanged, this, &CodeEditorView::showBreakpoints);
+    connect(&file, &EditorFile::debugLinesChanged, this, &CodeEditorView::showDebugLines);
+    // The storage is destroyed after this signal. The stand-in lives as long as the view.
+    if (&file != m_noFile)
+        connect(&file, &QObject::destroyed, this, [this] { present(*m_noFile); });
     layOut();
+    showBreakpoints();
+    showDebugLines();
     m_ruler->update();
     emit contentShown();
 }
 
-/// Notes how the shown document is left, or that it need not be kept.
-void CodeEditorView::leaveDocument()
+/// Makes the shown text look like code of this view.
+void CodeEditorView::prepareStorage()
 {
-    if (m_isShownClosed) {
-        m_places.remove(m_shownID);
-        return;
-    }
-    Place &place = m_places[m_shownID];
-    place.caret = textCursor();
-    place.firstVisibleLine = firstVisibleBlock().blockNumber() + 1;
+    if (m_storage->documentMargin() != textMargin)
+        m_storage->setDocumentMargin(textMargin);
+    setCodeFont();
+    PythonTextLayout::attachTo(*m_storage);
+    m_storage->setColors(CodeColors::of(palette()));
 }
 
-void CodeEditorView::keepDocuments(const QSet<QUuid> &ids)
+/// Keeps caret and scroll position with the document.
+void CodeEditorView::leaveDocument()
 {
-    m_isShownClosed = !ids.contains(m_shownID);
-    for (auto place = m_places.begin(); place != m_places.end();) {
-        if (ids.contains(place.key()) || place.key() == m_shownID) {
-            ++place;
-        } else {
-            delete place->storage;
-            place = m_places.erase(place);
-        }
-    }
+    m_file->viewState.caret = textCursor();
+    m_file->viewState.firstVisibleLine = firstVisibleBlock().blockNumber() + 1;
+    m_file->disconnect(this);
+    m_storage->disconnect(this);
 }
 
 const QString &CodeEditorView::text() const
 {
     return m_storage->text();
-}
-
-void CodeEditorView::setText(const QString &text)
-{
-    if (text == m_storage->text())
-        return;
-    const int position = textCursor().selectionStart();
-    m_storage->setText(text);
-    putCaret(position);
 }
 
 void CodeEditorView::putCaret(int position)
@@ -209,22 +180,17 @@ void CodeEditorView::putCaret(int position)
     setTextCursor(caret);
 }
 
-void CodeEditorView::setBreakpoints(const QSet<int> &lines)
+void CodeEditorView::showBreakpoints()
 {
-    m_ruler->setBreakpoints(lines);
+    m_ruler->setBreakpoints(m_file->breakpoints());
 }
 
-void CodeEditorView::setActiveBreakpoints(const QSet<int> &lines)
+void CodeEditorView::showDebugLines()
 {
-    m_ruler->setActiveBreakpoints(lines);
-}
-
-void CodeEditorView::setPausedLine(std::optional<int> line)
-{
-    if (line == m_ruler->pausedLine())
-        return;
+    m_ruler->setActiveBreakpoints(m_file->armedLines());
+    const auto line = m_file->pausedLine();
     m_ruler->setPausedLine(line);
-    if (line)
+    if (std::exchange(m_file->viewState.shownPausedLine, line) != line && line)
         scrollTo(*line <= blockCount() ? *line : 1);
 }
 
@@ -336,9 +302,9 @@ void CodeEditorView::layOut()
 
 bool CodeEditorView::focusNextPrevChild(bool next)
 {
-    if (next) // Tab is for the text
+    if (next) // Tab inserts blanks
         return QPlainTextEdit::focusNextPrevChild(next);
-    // The plain text edit would bar Shift+Tab too, and with it the way out.
+    // QPlainTextEdit would refuse Shift+Tab, too, and the focus could not leave the editor.
     // NOLINTNEXTLINE(bugprone-parent-virtual-call)
     return QAbstractScrollArea::focusNextPrevChild(next);
 }
@@ -352,7 +318,7 @@ void CodeEditorView::keyPressEvent(QKeyEvent *event)
     } else if (event->key() == Qt::Key_Escape && m_bar) {
         setBar(nullptr);
     } else if (isReturn && (event->modifiers() & Qt::ShiftModifier)) {
-        // The toolkit would insert a line separator, which Python does not take for a line end.
+        // Qt would insert a line separator, which is no line end in Python.
         textCursor().insertText(QStringLiteral("\n"));
         ensureCursorVisible();
     } else {
@@ -378,22 +344,28 @@ void CodeEditorView::changeEvent(QEvent *event)
     if (!m_storage)
         return;
     if (event->type() == QEvent::FontChange) {
-        for (const Place &place : std::as_const(m_places))
-            setCodeFont(*place.storage);
+        setCodeFont();
     } else if (event->type() == QEvent::PaletteChange) {
-        for (const Place &place : std::as_const(m_places))
-            place.storage->setColors(CodeColors::of(palette()));
+        m_storage->setColors(CodeColors::of(palette()));
         m_ruler->update();
         emit contentShown();
     }
 }
 
-void CodeEditorView::setCodeFont(PythonTextStorage &storage) const
+void CodeEditorView::setCodeFont()
 {
-    storage.setDefaultFont(font());
-    QTextOption option = storage.defaultTextOption();
+    QTextOption option = m_storage->defaultTextOption();
+    // A line that begins with a word in a right-to-left script is a line of code nevertheless.
+    option.setTextDirection(Qt::LeftToRight);
+    option.setWrapMode(wordWrapMode());
     option.setTabStopDistance(tabWidthInBlanks * QFontMetricsF(font()).horizontalAdvance(u' '));
-    storage.setDefaultTextOption(option);
+    const QTextOption current = m_storage->defaultTextOption();
+    // Each of the two lays the whole text out again.
+    if (m_storage->defaultFont() != font())
+        m_storage->setDefaultFont(font());
+    if (current.textDirection() != option.textDirection() || current.wrapMode() != option.wrapMode()
+        || current.tabStopDistance() != option.tabStopDistance())
+        m_storage->setDefaultTextOption(option);
 }
 
 void CodeEditorView::contextMenuEvent(QContextMenuEvent *event)
@@ -409,7 +381,7 @@ void CodeEditorView::contextMenuEvent(QContextMenuEvent *event)
 
 QMimeData *CodeEditorView::createMimeDataFromSelection() const
 {
-    // The toolkit's own text of a selection has blanks for no-break spaces.
+    // QTextCursor::selectedText has blanks for no-break spaces.
     const QTextCursor selection = textCursor();
     auto *copied = new QMimeData;
     copied->setText(text().mid(selection.selectionStart(),
@@ -419,8 +391,8 @@ QMimeData *CodeEditorView::createMimeDataFromSelection() const
 
 void CodeEditorView::insertFromMimeData(const QMimeData *source)
 {
-    // The toolkit takes the first of the formats without a look at whether there is one: pasting
-    // from an empty clipboard would crash.
+    // Qt uses the first format without a check that there is one: pasting from an empty clipboard
+    // would crash.
     if (!source->hasText())
         return;
     textCursor().insertText(source->text());

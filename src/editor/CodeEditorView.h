@@ -1,11 +1,7 @@
 #pragma once
 
-#include <QHash>
 #include <QPlainTextEdit>
-#include <QSet>
-#include <QUuid>
 
-#include <optional>
 #include <utility>
 
 class QAction;
@@ -13,17 +9,15 @@ class QAction;
 namespace Korvane {
 
 class EditorBar;
+class EditorFile;
 class EditorSearch;
 class GoToLineBar;
 class LineNumberRulerView;
 class PythonTextStorage;
 
-/// The editing surface of the selected document: its text in colors, with the gutter on its left
-/// and, when asked for, a find bar above it.
-///
-/// Texts and breakpoints belong to somebody else, who is told what the person did. What belongs to
-/// the view is kept for each document as long as it is open: undo history, caret and scroll
-/// position. Lines are 1-based.
+/// Shows one document and edits its text: the text in colors, the gutter on its left and, on
+/// request, a find bar above it. Caret and scroll position are kept with the document.
+/// Lines are 1-based.
 class CodeEditorView final : public QPlainTextEdit
 {
     Q_OBJECT
@@ -43,23 +37,12 @@ public:
     /// The one font of all code: the desktop's monospaced one.
     [[nodiscard]] static const QFont &codeFont();
 
-    /// Shows the document \p id, which has that text. One that was here before comes back as it was
-    /// left; in one whose caret nobody has placed yet, the caret stays at the offset it had in the
-    /// document before, or goes to the end of a shorter text. Does not count as an edit.
-    void showDocument(const QUuid &id, const QString &text);
-    /// Forgets all documents but these and the one that is shown.
-    void keepDocuments(const QSet<QUuid> &ids);
-    /// With "\n" line ends.
+    /// Shows \p file, or nothing when it is null. A document that was shown before comes back as it
+    /// was left; in one whose caret was never placed, the caret gets the offset it had in the
+    /// document before, or goes to the end of a shorter text.
+    void showDocument(EditorFile *file);
+    /// The text of the document, with "\n" line ends.
     [[nodiscard]] const QString &text() const;
-    /// Gives the shown document that text, if it has another. The caret stays where it was, or goes
-    /// to the end of a shorter text. Does not count as an edit, and can't be undone.
-    void setText(const QString &text);
-
-    void setBreakpoints(const QSet<int> &lines);
-    void setActiveBreakpoints(const QSet<int> &lines);
-    /// Scrolls to the line when it differs from the one before; to the start of the text when there
-    /// is no such line.
-    void setPausedLine(std::optional<int> line);
 
     /// The line of the caret.
     [[nodiscard]] int currentLine() const;
@@ -73,8 +56,8 @@ public:
     [[nodiscard]] std::pair<int, int> visibleRange() const;
     [[nodiscard]] PythonTextStorage &storage() const { return *m_storage; }
 
-    /// Puts \p bar above the text, in place of another, or takes away what is there; the focus
-    /// goes along.
+    /// Shows \p bar above the text in place of the current one, or no bar when it is null. The
+    /// focus moves into the bar, or back to the text.
     void setBar(EditorBar *bar);
 
     /// What the editor offers, for menus. The keys of all but the last work wherever in the window
@@ -86,10 +69,8 @@ public:
     [[nodiscard]] QAction *toggleBreakpointAction() const { return m_toggleBreakpointAction; }
 
 signals:
-    /// The person changed the text.
-    void textEdited(const QString &text);
-    /// The person asks to set or remove a breakpoint.
-    void onToggleBreakpoint(int line);
+    /// The user asks to set or remove a breakpoint.
+    void breakpointToggleRequested(int line);
     /// Another document is shown, or the shown one has other characters or colors.
     void contentShown();
     void barChanged();
@@ -105,29 +86,23 @@ protected:
     void insertFromMimeData(const QMimeData *source) override;
 
 private:
-    /// A document that is or was shown, and how it was left.
-    struct Place
-    {
-        PythonTextStorage *storage = nullptr; // a child of the view
-        QTextCursor caret;
-        int firstVisibleLine = 1;
-        bool isCaretPlaced = false;
-    };
-
     QAction *makeAction(const QString &text, const QKeySequence &key);
-    [[nodiscard]] PythonTextStorage *makeStorage();
+    void present(EditorFile &file);
+    void prepareStorage();
     void leaveDocument();
     void putCaret(int position);
+    void showBreakpoints();
+    void showDebugLines();
     void scrollTo(int line);
     void showColors();
     void layOut();
-    void setCodeFont(PythonTextStorage &storage) const;
+    void setCodeFont();
 
-    QHash<QUuid, Place> m_places;
-    QUuid m_shownID;
-    bool m_isShownClosed = true; // a stand-in, until a document is shown
-    PythonTextStorage *m_storage = nullptr;
-    QWidget *m_besideBar = nullptr; // keeps the scroll bar out of the bar's rows
+    /// Shown until there is a document and when it is destroyed.
+    EditorFile *m_noFile;
+    EditorFile *m_file = nullptr;
+    PythonTextStorage *m_storage = nullptr; // of m_file
+    QWidget *m_besideBar = nullptr;         // keeps the scroll bar out of the bar's rows
     LineNumberRulerView *m_ruler = nullptr;
     EditorSearch *m_search = nullptr;
     GoToLineBar *m_goToLineBar = nullptr;
@@ -137,7 +112,8 @@ private:
     QAction *m_findPreviousAction;
     QAction *m_goToLineAction;
     QAction *m_toggleBreakpointAction;
-    bool m_isSwitching = false;
+    bool m_isPlacingCaret = false;
+    int m_keptCaret = 0; // while the whole text is replaced
 };
 
 } // namespace Korvane

@@ -36,7 +36,7 @@ LineNumberRulerView::LineNumberRulerView(CodeEditorView &textView)
 {
     setObjectName(QStringLiteral("gutter"));
     setCursor(Qt::PointingHandCursor);
-    setContextMenuPolicy(Qt::PreventContextMenu); // the editor's would speak of another line
+    setContextMenuPolicy(Qt::PreventContextMenu); // the editor's entries act on the caret's line
     setAccessibleName(tr("Line numbers and breakpoints"));
     describe();
 }
@@ -119,7 +119,7 @@ void LineNumberRulerView::paintEvent(QPaintEvent *event)
 
 void LineNumberRulerView::mousePressEvent(QMouseEvent *event)
 {
-    event->accept(); // wherever it is, it is not meant for the text
+    event->accept(); // the text must not get it
     if (event->button() != Qt::LeftButton)
         return;
     for (const CodeEditorView::LineRows &row : m_textView->visibleLines()) {
@@ -144,7 +144,7 @@ void LineNumberRulerView::mouseReleaseEvent(QMouseEvent *event)
 
 void LineNumberRulerView::wheelEvent(QWheelEvent *event)
 {
-    // The editor scrolls for its viewport alone.
+    // The editor handles wheel events of its viewport only.
     QCoreApplication::sendEvent(m_textView->viewport(), event);
 }
 
@@ -167,7 +167,7 @@ void LineNumberRulerView::describe()
 
 QFont LineNumberRulerView::numberFont(QFont::Weight weight) const
 {
-    // The desktop's own font: the digits of nearly all such fonts are of one width.
+    // The desktop's font: nearly all such fonts have digits of equal width.
     QFont font = QGuiApplication::font();
     font.setPixelSize(numberPixelSize);
     font.setWeight(weight);

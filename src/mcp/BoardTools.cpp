@@ -178,7 +178,8 @@ BoardTools::Answer BoardTools::deviceStatus(ToolArguments)
         u"Local directory: "_s + m_state.localFiles().localWorkingDir(),
     };
     if (const EditorFile *file = m_state.documents().selectedFile())
-        lines << u"Editor: "_s + file->name + (file->isModified ? u" (unsaved changes)"_s : u""_s);
+        lines << u"Editor: "_s + file->name()
+                + (file->isModified() ? u" (unsaved changes)"_s : u""_s);
     if (isConnected()) {
         const auto version = co_await link.executeOnDevice(statusScript(), statusTimeout);
         if (!life)

@@ -44,7 +44,7 @@ private slots:
         const AppFixture shop({u"/nowhere"_s, u"/usr/bin/python3"_s});
         QCOMPARE(shop.lines(0), QStringList{welcome});
         QCOMPARE(shop.state->documents().openFiles().size(), 1);
-        QCOMPARE(shop.state->documents().selectedFile()->name, u"untitled.py"_s);
+        QCOMPARE(shop.state->documents().selectedFile()->name(), u"untitled.py"_s);
         QCOMPARE(shop.state->localFiles().localWorkingDir(), QDir::homePath());
         QCOMPARE(shop.state->variablesCaption(), u"local Python"_s);
 

@@ -27,8 +27,8 @@ struct Desk : AppFixture
     /// Where the document lives, and whether it has edits: "/tmp/x.py|/main.py|*".
     QString place()
     {
-        return file().path + u'|' + file().devicePath + u'|'
-            + (file().isModified ? u"*"_s : QString());
+        return file().path() + u'|' + file().devicePath() + u'|'
+            + (file().isModified() ? u"*"_s : QString());
     }
 
     QTemporaryDir home;
@@ -85,7 +85,7 @@ private slots:
         QCOMPARE(fixture.place(), path + u"||"_s);
         fixture.save();
         QCOMPARE(bytesOf(path), bytes);
-        fixture.write(u"new\n"_s + fixture.file().content);
+        fixture.write(u"new\n"_s + fixture.file().content());
         QCOMPARE(fixture.place(), path + u"||*"_s);
         fixture.save();
         QCOMPARE(fixture.place(), path + u"||"_s);
@@ -102,7 +102,7 @@ private slots:
         fixture.state->documents().newFile();
         auto first = fixture.state->documents().openFile(fixture.at(u"f.py"_s));
         QVERIFY(fixture.open(fixture.at(u"f.py"_s)));
-        QCOMPARE(fixture.file().content, u"edited"_s);
+        QCOMPARE(fixture.file().content(), u"edited"_s);
         put(fixture.at(u"binary"_s), "\xFF");
         QCOMPARE(fixture.open(fixture.at(u"binary"_s)).error().code, ErrorCode::NotText);
         QCOMPARE(fixture.state->documents().openFiles().size(), 3);
@@ -128,7 +128,7 @@ private slots:
         fixture.prompts.name = fixture.at(u"other.py"_s);
         awaited(fixture.state->saving().saveAs());
         QCOMPARE(fixture.place(), fixture.at(u"other.py"_s) + u"||"_s);
-        QCOMPARE(fixture.file().name, u"other.py"_s);
+        QCOMPARE(fixture.file().name(), u"other.py"_s);
         QCOMPARE(bytesOf(fixture.at(u"other.py"_s)), "new"_ba);
     }
 
@@ -142,7 +142,7 @@ private slots:
         fixture.write(u"second"_s);
         awaited(std::move(saving));
         QCOMPARE(bytesOf(fixture.at(u"f.py"_s)), "first"_ba);
-        QVERIFY(fixture.file().isModified);
+        QVERIFY(fixture.file().isModified());
     }
 
     void asksForANameInTheBrowsedFolder_data()
@@ -183,7 +183,7 @@ private slots:
         QCOMPARE(fixture.prompts.asked, asked);
         const bool isSaved = said.startsWith(u"info: Saved");
         QCOMPARE(fixture.place(), isSaved ? fixture.at(name) + u"||"_s : u"||*"_s);
-        QCOMPARE(fixture.file().name, isSaved ? name : u"untitled.py"_s);
+        QCOMPARE(fixture.file().name(), isSaved ? name : u"untitled.py"_s);
         QCOMPARE(fixture.state->localFiles().localFilesVersion(), version + (isSaved ? 1 : 0));
     }
 
@@ -234,7 +234,7 @@ private slots:
         auto first = fixture.state->boardDocuments().openDeviceFile(node);
         awaited(fixture.state->boardDocuments().openDeviceFile(node));
         QTRY_VERIFY(first.isReady());
-        fixture.write(fixture.file().content + u"\nc"_s);
+        fixture.write(fixture.file().content() + u"\nc"_s);
         fixture.save();
         QCOMPARE(onBoard(fixture, u"/crlf.py"_s), "\uFEFFa\r\nb\r\nc"_ba);
         QCOMPARE(fixture.place(), u"|/crlf.py|"_s);
@@ -262,7 +262,7 @@ private slots:
         QCOMPARE(send(), sent);
         QCOMPARE(fixture.state->sidebarTab(), AppState::SidebarTab::Device);
         QVERIFY(!fixture.state->transfer().isSendingToDevice());
-        QVERIFY2(fixture.file().isModified, "a copy on the board is not the document's place");
+        QVERIFY2(fixture.file().isModified(), "a copy on the board is not the document's place");
 
         fixture.prompts.confirmation = {false, true};
         QCOMPARE(send(), declined);

@@ -1,8 +1,11 @@
 #include "document/OpenFiles.h"
+#include "document/PythonTextStorage.h"
 #include "support/RecordingShell.h"
 
+#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTest>
+#include <QTextBlock>
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
@@ -21,12 +24,12 @@ struct Desk
     QString names() const
     {
         QStringList result;
-        for (const EditorFile &file : documents.openFiles())
-            result << (file.id == documents.selectedFileID() ? u"[%1]"_s.arg(file.name)
-                                                             : file.name);
+        for (const EditorFile *file : documents.openFiles())
+            result << (file == documents.selectedFile() ? u"[%1]"_s.arg(file->name())
+                                                        : file->name());
         return result.join(u' ');
     }
-    QUuid id(qsizetype place) const { return documents.openFiles()[place].id; }
+    QUuid id(qsizetype place) const { return documents.openFiles()[place]->id(); }
 
     RecordingShell shell;
     OpenFiles documents{shell};
@@ -66,7 +69,7 @@ private slots:
         desk.documents.updateSelectedContent(u"edited"_s);
         desk.documents.closeFile(desk.id(0));
         QCOMPARE(desk.names(), u"[untitled.py]"_s);
-        QVERIFY(desk.documents.selectedFile()->content.isEmpty());
+        QVERIFY(desk.documents.selectedFile()->content().isEmpty());
     }
 
     void tellsAKeystrokeFromAChangedTabAndFromAMark()
@@ -82,10 +85,10 @@ private slots:
             desk.documents.updateSelectedContent(text);
         desk.documents.select(desk.id(0));
         desk.documents.clearBreakpoints(); // it has none
-        QCOMPARE(desk.documents.openFiles()[1].content, u"abc"_s);
-        QCOMPARE(desk.documents.openFiles()[1].breakpoints, QSet<int>{5});
-        QVERIFY(desk.documents.openFiles()[1].isModified);
-        QVERIFY(!desk.documents.openFiles()[0].isModified);
+        QCOMPARE(desk.documents.openFiles()[1]->content(), u"abc"_s);
+        QCOMPARE(desk.documents.openFiles()[1]->breakpoints(), QSet<int>{5});
+        QVERIFY(desk.documents.openFiles()[1]->isModified());
+        QVERIFY(!desk.documents.openFiles()[0]->isModified());
         QCOMPARE(content.size(), 3);
         QCOMPARE(marks.size(), 3);
         QCOMPARE(tab.size(), 1);
@@ -94,7 +97,102 @@ private slots:
         desk.documents.toggleBreakpoint(7);
         desk.documents.clearBreakpoints();
         QCOMPARE(marks.last().first().toUuid(), desk.id(0));
-        QCOMPARE(desk.documents.openFiles()[0].breakpoints, QSet<int>());
+        QCOMPARE(desk.documents.openFiles()[0]->breakpoints(), QSet<int>());
+    }
+
+    void isUnmodifiedAgainWhenEverythingIsUndone()
+    {
+        EditorFile file(u"f.py"_s, {}, DocumentText::fromFile(u"a\r\nb\nc"_s));
+        QTextCursor(&file.storage()).insertText(u"x"_s);
+        QVERIFY(file.isModified());
+        file.storage().undo();
+        QVERIFY(!file.isModified());
+        file.setContent(u"c"_s); // takes lines away that end differently
+        file.setSavedText(file.text());
+        QVERIFY(!file.isModified());
+        file.storage().undo();
+        QVERIFY(file.isModified());
+        file.storage().redo();
+        QVERIFY(!file.isModified());
+        file.setSavedText(std::nullopt);
+        QVERIFY(file.isModified());
+    }
+
+    void movesBreakpointsWithTheirLines_data()
+    {
+        QTest::addColumn<int>("line");   // the caret goes to its start
+        QTest::addColumn<int>("select"); // that many characters from there
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QSet<int>>("after"); // of 2 and 4
+        const auto row = [](const char *name, int line, int select, const char *type,
+                            const QSet<int> &after) {
+            QTest::newRow(name) << line << select << QString::fromLatin1(type) << after;
+        };
+        row("a line above", 1, 0, "new\n", {3, 5});
+        row("a line before the marked one", 2, 0, "\n", {3, 5});
+        row("text in the marked line", 2, 0, "x", {2, 4});
+        row("a line below", 5, 0, "\n", {2, 4});
+        row("a line between removed", 3, 3, "", {2, 3});
+        row("a marked line removed", 2, 3, "", {3});
+        row("a marked line joined with the one above", 3, 3, "", {2, 3});
+        row("everything removed", 1, 15, "", {});
+        row("lines replaced by as many", 1, 12, "1\n2\n3\n4\n", {2, 4});
+    }
+
+    void movesBreakpointsWithTheirLines()
+    {
+        QFETCH(int, line);
+        QFETCH(int, select);
+        QFETCH(QString, type);
+        EditorFile file(u"f.py"_s, {}, DocumentText::fromFile(u"l1\nl2\nl3\nl4\nl5\n"_s));
+        for (const int marked : {2, 4})
+            file.toggleBreakpoint(marked);
+        QTextCursor caret(file.storage().findBlockByNumber(line - 1));
+        caret.setPosition(caret.position() + select, QTextCursor::KeepAnchor);
+        caret.insertText(type);
+        QTEST(file.breakpoints(), "after");
+        QTextCursor(&file.storage()).insertText(u"\n"_s);
+        file.storage().undo();
+        QTEST(file.breakpoints(), "after");
+        file.storage().undo();
+        QCOMPARE(file.breakpoints(), (QSet<int>{2, 4}));
+        file.storage().redo();
+        QTEST(file.breakpoints(), "after");
+    }
+
+    void keepsBreakpointsOnTheirTextOverManyEdits()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        QRandomGenerator random(seed);
+        QString text;
+        for (int line = 1; line <= 60; ++line)
+            text += u"line %1\n"_s.arg(line);
+        EditorFile file(u"f.py"_s, {}, DocumentText::fromFile(text));
+        const auto marked = [&file] {
+            QStringList lines;
+            for (const int line : file.breakpoints())
+                lines << file.storage().findBlockByNumber(line - 1).text();
+            lines.sort();
+            return lines;
+        };
+        for (const int line : {7, 23, 24, 51})
+            file.toggleBreakpoint(line);
+        const QStringList before = marked();
+        for (int edit = 0; edit < 40; ++edit) {
+            const int block = random.bounded(file.storage().blockCount() - 1);
+            QTextCursor caret(file.storage().findBlockByNumber(block));
+            if (edit % 3 == 0 && !file.breakpoints().contains(block + 1)) {
+                caret.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
+                caret.removeSelectedText();
+            } else {
+                caret.insertText(u"# new\n"_s);
+            }
+            QVERIFY2(marked() == before, qPrintable(u"seed %1"_s.arg(seed)));
+        }
+        while (file.storage().isUndoAvailable())
+            file.storage().undo();
+        QCOMPARE(file.breakpoints(), (QSet<int>{7, 23, 24, 51}));
+        QVERIFY(!file.isModified());
     }
 
     void opensTheSameTextTwice()
@@ -103,8 +201,8 @@ private slots:
         for (int i = 0; i < 2; ++i)
             desk.documents.openTextInEditor(u"%1.py"_s, u"x = 1"_s);
         QCOMPARE(desk.names(), u"%1.py [%1.py]"_s);
-        QVERIFY(!desk.documents.selectedFile()->isModified);
-        QCOMPARE(desk.documents.selectedFile()->content, u"x = 1"_s);
+        QVERIFY(!desk.documents.selectedFile()->isModified());
+        QCOMPARE(desk.documents.selectedFile()->content(), u"x = 1"_s);
         QCOMPARE(desk.shell.lines(), QStringList(2, u"info: Opened %1.py in the editor."_s));
     }
 };

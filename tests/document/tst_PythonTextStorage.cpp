@@ -2,7 +2,6 @@
 #include "document/PythonTextStorage.h"
 #include "theme/CodeColors.h"
 
-#include <QAbstractTextDocumentLayout>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTextBlock>
@@ -118,32 +117,6 @@ private slots:
         QCOMPARE(changes.takeFirst(), (QVariantList{0, 0, 1}));
     }
 
-    void laysOutOnlyWhatChangedColor()
-    {
-        PythonTextStorage storage(CodeColors::light());
-        storage.setText(u"a\n'''b\nc = 1\nd\n'''\ne\n'''\n"_s + u"f = 'x'\n"_s.repeated(100));
-        QAbstractTextDocumentLayout *layout = storage.documentLayout();
-        showAll(storage);
-        for (QTextBlock block = storage.firstBlock(); block.isValid(); block = block.next())
-            layout->blockBoundingRect(block);
-        connect(&storage, &PythonTextStorage::colored, &storage, [&] { showAll(storage); });
-
-        QSet<int> lines;
-        connect(layout, &QAbstractTextDocumentLayout::updateBlock, &storage,
-                [&](const QTextBlock &block) { lines << block.blockNumber() + 1; });
-        QSignalSpy everything(layout, &QAbstractTextDocumentLayout::update);
-        QTextCursor(&storage).insertText(u"if "_s);
-        QCOMPARE(lines, QSet<int>{1});
-        lines.clear();
-        QTextCursor(storage.findBlockByNumber(3)).insertText(u"'''"_s); // turns strings inside out
-        QCOMPARE(lines, (QSet<int>{4, 6, 7}));
-        QVERIFY(everything.isEmpty());
-        QCOMPARE(wrongColor(storage), QString());
-
-        QTextCursor(&storage).insertText(u"\u2028"_s); // another row moves all that are below it
-        QCOMPARE(everything.size(), 1);
-    }
-
     void leavesVeryLongLinesPlain()
     {
         PythonTextStorage storage(CodeColors::light());
@@ -157,5 +130,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(tst_PythonTextStorage)
+QTEST_GUILESS_MAIN(tst_PythonTextStorage)
 #include "tst_PythonTextStorage.moc"

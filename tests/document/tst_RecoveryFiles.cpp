@@ -58,8 +58,10 @@ private slots:
         const QString source = u"\uFEFFprint('ü')\r\nnul \0 end\nlast"_s;
         {
             Session first(folder());
-            first.documents.openUnsaved(u"main.py"_s, u"/home/me/main.py"_s, {}, source);
-            first.documents.openUnsaved(u"boot.py"_s, {}, u"/boot.py"_s, u"x"_s);
+            first.documents.openUnsaved(u"main.py"_s, DocumentPlace::local(u"/home/me/main.py"_s),
+                                        source);
+            first.documents.openUnsaved(u"boot.py"_s,
+                                        DocumentPlace::onBoard(u"b1"_s, u"/boot.py"_s), u"x"_s);
             QTRY_COMPARE(copies().size(), 2);
             first.documents.updateSelectedContent(u"xyz"_s);
             QTRY_VERIFY(bytesOf(copies()[0]).contains("xyz")
@@ -74,11 +76,12 @@ private slots:
             second.copies.open(leftover);
         QTRY_COMPARE(second.documents.openFiles().size(), 3);
         QVERIFY(second.copies.leftovers().isEmpty());
-        for (const EditorFile &file : second.documents.openFiles().mid(1)) {
-            const bool isMain = file.name == u"main.py";
-            QVERIFY(file.isModified);
-            QCOMPARE(file.fileText(), isMain ? source : u"xyz"_s);
-            QCOMPARE(file.path + file.devicePath, isMain ? u"/home/me/main.py"_s : u"/boot.py"_s);
+        for (const EditorFile *file : second.documents.openFiles().mid(1)) {
+            const bool isMain = file->name() == u"main.py";
+            QVERIFY(file->isModified());
+            QCOMPARE(file->text().fileText(), isMain ? source : u"xyz"_s);
+            QCOMPARE(file->place().board + file->place().path,
+                     isMain ? u"/home/me/main.py"_s : u"b1/boot.py"_s);
         }
         // It is looked after by its document now, and only once.
         QTRY_VERIFY(!programs().isEmpty() && QDir(folder()).entryList({u"*.json"_s}).isEmpty());
@@ -97,8 +100,9 @@ private slots:
         second.copies.open(second.copies.leftovers().constFirst());
         QTRY_COMPARE(second.documents.openFiles().size(), 2);
         // Before it has a copy of its own.
-        second.documents.markSaved(second.documents.selectedFileID(), u"mine"_s);
-        second.documents.setPath(second.documents.selectedFileID(), u"/home/me/a.py"_s, u"a.py"_s);
+        EditorFile &file = *second.documents.selectedFile();
+        file.moveTo(u"a.py"_s, DocumentPlace::local(u"/home/me/a.py"_s));
+        file.setSavedText(file.text());
         QTRY_COMPARE(copies().size(), 0);
     }
 
@@ -112,9 +116,9 @@ private slots:
                   & (QFile::ReadGroup | QFile::ReadOther)));
         session.documents.closeFile(session.documents.selectedFileID());
         QTRY_COMPARE(copies().size(), 1);
-        const QUuid one = session.documents.openFiles().constFirst().id;
-        session.documents.setPath(one, m_disk->filePath(u"one.py"_s), u"one.py"_s);
-        session.documents.markSaved(one, u"one"_s);
+        EditorFile &one = *session.documents.openFiles().constFirst();
+        one.moveTo(u"one.py"_s, DocumentPlace::local(m_disk->filePath(u"one.py"_s)));
+        one.setSavedText(one.text());
         QTRY_COMPARE(copies().size(), 0);
     }
 

@@ -1,4 +1,5 @@
-#include "document/TextFormat.h"
+#include "document/EditorFile.h"
+#include "document/PythonTextStorage.h"
 
 #include <QRandomGenerator>
 #include <QTest>
@@ -58,27 +59,25 @@ private slots:
     {
         QFETCH(QString, fileText);
         QFETCH(QString, after);
-        TextFormat format;
-        const QString before = format.detach(fileText);
-        format.edited(before, after);
-        QTEST(format.attach(after), "saved");
+        EditorFile file(u"f.py"_s, {}, DocumentText::fromFile(fileText));
+        file.setContent(after);
+        QTEST(file.text().fileText(), "saved");
+        file.storage().undo();
+        QCOMPARE(file.text().fileText(), fileText);
     }
 
     void neverLosesALineOverManyEdits()
     {
         const quint32 seed = QRandomGenerator::global()->generate();
         QRandomGenerator random(seed);
-        TextFormat format;
-        QString text = format.detach(u"1\r\n2\n3\r4\r\n5\n6"_s);
+        EditorFile file(u"f.py"_s, {}, DocumentText::fromFile(u"1\r\n2\n3\r4\r\n5\n6"_s));
         for (int i = 0; i < 500; ++i) {
-            const int at = random.bounded(int(text.size()) + 1);
-            QString after = text;
+            QString after = file.content();
+            const int at = random.bounded(int(after.size()) + 1);
             after.replace(at, random.bounded(4), u"\n\na"_s.first(random.bounded(4)));
-            format.edited(text, after);
-            text = after;
-            TextFormat reread;
-            QVERIFY2(reread.detach(format.attach(text)) == text,
-                     qPrintable(u"seed %1"_s.arg(seed)));
+            file.setContent(after);
+            const DocumentText reread = DocumentText::fromFile(file.text().fileText());
+            QVERIFY2(reread.content == after, qPrintable(u"seed %1"_s.arg(seed)));
         }
     }
 };

@@ -1,8 +1,11 @@
+#include "document/EditorFile.h"
 #include "document/PythonTextStorage.h"
 #include "editor/CodeEditorView.h"
 #include "editor/LineNumberRulerView.h"
+#include "editor/PythonTextLayout.h"
 #include "theme/CodeColors.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
@@ -34,10 +37,10 @@ QString numbered(int lineCount)
 struct Desk
 {
     explicit Desk(const QString &text = {})
-        : document(QUuid::createUuid())
+        : file(u"f.py"_s, {}, DocumentText{text})
     {
         editor.resize(400, 300);
-        editor.showDocument(document, text);
+        editor.showDocument(&file);
         editor.show();
         editor.activateWindow();
         if (!QTest::qWaitForWindowActive(&editor))
@@ -80,7 +83,7 @@ struct Desk
     }
     QString found() { return find<QLabel>("findCount")->text(); }
 
-    QUuid document;
+    EditorFile file;
     CodeEditorView editor;
 };
 
@@ -133,66 +136,63 @@ private slots:
         const int firstCaret = desk.caret();
         const int firstScroll = desk.editor.verticalScrollBar()->value();
 
-        QSignalSpy edited(&desk.editor, &CodeEditorView::textEdited);
-        const QUuid other = QUuid::createUuid();
-        desk.editor.showDocument(other, u"short"_s);
+        auto other =
+            std::make_unique<EditorFile>(u"o.py"_s, DocumentPlace(), DocumentText{u"short"_s});
+        desk.editor.showDocument(other.get());
         QCOMPARE(desk.caret(), 5); // the caret stays, as far as the text goes
         QCOMPARE(undo(), u"short"_s);
-        QVERIFY(edited.isEmpty()); // being shown is no edit
+        QVERIFY(!other->isModified()); // being shown is no edit
         desk.press(Qt::Key_Home);
         desk.type(u"a "_s);
 
-        desk.editor.showDocument(desk.document, first);
+        desk.editor.showDocument(&desk.file);
+        QCOMPARE(desk.editor.text(), first);
         QCOMPARE(desk.caret(), firstCaret);
         QCOMPARE(desk.editor.verticalScrollBar()->value(), firstScroll);
         QCOMPARE(undo(), numbered(200));
         QCOMPARE(undo(), numbered(200));
-        desk.editor.showDocument(other, u"a short"_s);
+        desk.editor.showDocument(other.get());
         QCOMPARE(desk.caret(), 2);
         QCOMPARE(undo(), u"short"_s);
         QCOMPARE(undo(Qt::ShiftModifier), u"a short"_s);
 
-        desk.editor.keepDocuments({desk.document}); // the other was closed
-        desk.editor.showDocument(desk.document, numbered(200));
-        QVERIFY(desk.editor.document()->isRedoAvailable());
-        desk.editor.showDocument(other, u"a short"_s);
-        QVERIFY(!desk.editor.document()->isUndoAvailable());
-        QCOMPARE(desk.editor.findChildren<PythonTextStorage *>().size(), 2);
-        // A text from outside is neither an edit, nor can it be taken back.
-        edited.clear();
+        // A text from outside moves the caret only if it is too short, and can be undone.
         desk.putCaret(7, 5);
-        desk.editor.showDocument(other, u"another text"_s);
+        other->setContent(u"another text"_s);
         QCOMPARE(desk.caret(), 5);
         QVERIFY(!desk.editor.textCursor().hasSelection());
-        desk.editor.showDocument(other, u"abc"_s);
+        other->setContent(u"abc"_s);
         QCOMPARE(desk.caret(), 3);
-        QCOMPARE(undo(), u"abc"_s);
-        QVERIFY(edited.isEmpty());
+        QCOMPARE(undo(), u"another text"_s);
+        other.reset(); // closed while it is shown
+        QCOMPARE(desk.editor.text(), QString());
+        desk.editor.showDocument(&desk.file);
+        QVERIFY(desk.editor.document()->isRedoAvailable());
     }
 
     void showsThePausedLineOncePerPause()
     {
         Desk desk(numbered(50) + u"x = '%1'\n"_s.arg(QString(3000, u'x')) + numbered(200));
         QScrollBar *scroll = desk.editor.verticalScrollBar();
-        desk.editor.setPausedLine(120);
+        desk.file.setDebugLines({}, 120);
         QVERIFY(desk.shows(120));
         QCOMPARE(desk.caret(), 0);
         scroll->setValue(0);
-        desk.editor.setPausedLine(120);
+        desk.file.setDebugLines({}, 120);
         QCOMPARE(scroll->value(), 0);
-        desk.editor.setPausedLine(std::nullopt);
-        desk.editor.setPausedLine(120);
+        desk.file.setDebugLines({}, std::nullopt);
+        desk.file.setDebugLines({}, 120);
         QVERIFY(desk.shows(120));
         const int before = scroll->value();
-        desk.editor.setPausedLine(121); // in view already
+        desk.file.setDebugLines({}, 121); // in view already
         QCOMPARE(scroll->value(), before);
-        desk.editor.setPausedLine(3);
+        desk.file.setDebugLines({}, 3);
         QVERIFY(desk.shows(3));
         scroll->setValue(100);
-        desk.editor.setPausedLine(10'000);
+        desk.file.setDebugLines({}, 10'000);
         QCOMPARE(scroll->value(), 0);
         scroll->setValue(100);
-        desk.editor.setPausedLine(252);
+        desk.file.setDebugLines({}, 252);
         QVERIFY(desk.shows(252));
     }
 
@@ -225,9 +225,9 @@ private slots:
         QCOMPARE(desk.pixel(14, 1), background);
         QCOMPARE(desk.pixel(43, 1), colors->color(CodeColors::Role::Separator));
 
-        desk.editor.setBreakpoints({1, 3});
-        desk.editor.setActiveBreakpoints({3, 4});
-        desk.editor.setPausedLine(3);
+        for (const int line : {1, 3})
+            desk.file.toggleBreakpoint(line);
+        desk.file.setDebugLines({3, 4}, 3);
         for (const int line : {1, 3}) {
             QCOMPARE(desk.pixel(14, line), red);
             QCOMPARE(desk.pixel(11, line), red);
@@ -254,7 +254,7 @@ private slots:
     void asksToToggleBreakpoints()
     {
         Desk desk(u"a\n"_s + QString(100, u'b') + u"\nc\n"_s);
-        QSignalSpy toggled(&desk.editor, &CodeEditorView::onToggleBreakpoint);
+        QSignalSpy toggled(&desk.editor, &CodeEditorView::breakpointToggleRequested);
         const auto lineAt = [&](double x, double y, Qt::MouseButton button = Qt::LeftButton) {
             QTest::mouseClick(desk.gutter(), button, {}, QPoint(int(x), int(y)));
             return toggled.isEmpty() ? 0 : toggled.takeFirst().first().toInt();
@@ -288,9 +288,10 @@ private slots:
               std::tuple{Lines{5, 3}, Lines{}, 5, "Breakpoints on lines 3, 5; paused at line 5"},
               std::tuple{Lines{3}, Lines{3, 9}, 5,
                          "Breakpoint on line 3; still armed on line 9; paused at line 5"}}) {
-            desk.editor.setPausedLine(paused ? std::optional(paused) : std::nullopt);
-            desk.editor.setBreakpoints(breakpoints);
-            desk.editor.setActiveBreakpoints(active);
+            desk.file.clearBreakpoints();
+            for (const int line : breakpoints)
+                desk.file.toggleBreakpoint(line);
+            desk.file.setDebugLines(active, paused ? std::optional(paused) : std::nullopt);
             QCOMPARE(desk.gutter()->accessibleDescription(), QLatin1String(description));
         }
     }
@@ -366,7 +367,8 @@ private slots:
         QTRY_COMPARE(desk.found(), u"3 found"_s);
         desk.press(Qt::Key_F3);
         QCOMPARE(desk.found(), u"1 of 3"_s);
-        desk.editor.showDocument(QUuid::createUuid(), u"only one"_s);
+        EditorFile other(u"o.py"_s, {}, DocumentText{u"only one"_s});
+        desk.editor.showDocument(&other);
         QTRY_COMPARE(desk.found(), u"1 found"_s);
         desk.press(Qt::Key_Escape); // in the text as well
         QVERIFY(desk.find<QWidget>("findBar")->isHidden());
@@ -410,17 +412,43 @@ private slots:
                  CodeColors::dark().color(PythonColoring::role(PythonToken::String)));
     }
 
+    void laysOutOnlyWhatChangedColor()
+    {
+        PythonTextStorage storage(CodeColors::light());
+        PythonTextLayout::attachTo(storage);
+        storage.setText(u"a\n'''b\nc = 1\nd\n'''\ne\n'''\n"_s + u"f = 'x'\n"_s.repeated(100));
+        QAbstractTextDocumentLayout *layout = storage.documentLayout();
+        storage.showColors(storage.firstBlock(), storage.blockCount());
+        for (QTextBlock block = storage.firstBlock(); block.isValid(); block = block.next())
+            layout->blockBoundingRect(block);
+        connect(&storage, &PythonTextStorage::colored, &storage,
+                [&] { storage.showColors(storage.firstBlock(), storage.blockCount()); });
+
+        QSet<int> lines;
+        connect(layout, &QAbstractTextDocumentLayout::updateBlock, &storage,
+                [&](const QTextBlock &block) { lines << block.blockNumber() + 1; });
+        QSignalSpy everything(layout, &QAbstractTextDocumentLayout::update);
+        QTextCursor(&storage).insertText(u"if "_s);
+        QCOMPARE(lines, QSet<int>{1});
+        lines.clear();
+        QTextCursor(storage.findBlockByNumber(3)).insertText(u"'''"_s); // turns strings inside out
+        QCOMPARE(lines, (QSet<int>{4, 6, 7}));
+        QVERIFY(everything.isEmpty());
+
+        QTextCursor(&storage).insertText(u"\u2028"_s); // another row moves all that are below it
+        QCOMPARE(everything.size(), 1);
+    }
+
     // A text that an input method is composing is neither an edit nor in the way of the colors.
     void letsInputMethodsCompose()
     {
         Desk desk(u"x = 'a' if"_s);
-        QSignalSpy edited(&desk.editor, &CodeEditorView::textEdited);
         desk.putCaret(6);
         QTextCharFormat underlined;
         underlined.setFontUnderline(true);
         QInputMethodEvent composing(u"にほ"_s, {{QInputMethodEvent::TextFormat, 0, 2, underlined}});
         QApplication::sendEvent(&desk.editor, &composing);
-        QVERIFY(edited.isEmpty());
+        QVERIFY(!desk.file.isModified());
         QCOMPARE(desk.editor.text(), u"x = 'a' if"_s);
         QStringList ranges;
         for (const auto &range : desk.editor.document()->firstBlock().layout()->formats())
@@ -431,7 +459,7 @@ private slots:
         QInputMethodEvent committed;
         committed.setCommitString(u"日本"_s);
         QApplication::sendEvent(&desk.editor, &committed);
-        QCOMPARE(edited.takeLast(), QVariantList{u"x = 'a日本' if"_s});
+        QCOMPARE(desk.file.content(), u"x = 'a日本' if"_s);
         QCOMPARE(desk.editor.document()->firstBlock().layout()->formats().size(), 2);
     }
 };

@@ -110,7 +110,7 @@ private slots:
         QCOMPARE(
             box.call("open_in_editor|name=blink.py|content="),
             "Opened blink.py in the editor. It is not on the device until you write it there.");
-        QCOMPARE(box.state->documents().selectedFile()->name, u"blink.py"_s);
+        QCOMPARE(box.state->documents().selectedFile()->name(), u"blink.py"_s);
         QCOMPARE(box.lines(0).constLast(), u"info: Opened blink.py in the editor."_s);
     }
 

@@ -17,6 +17,8 @@ public:
     // (Copied by hand below: this compiler moves a member out of its object in co_return.)
     /// What is typed into the name prompt or chosen in a file dialog; empty cancels.
     QString name;
+    /// The answer that is chosen where there are several; another one cancels.
+    QString choice;
     /// Runs while the question is open.
     std::function<void()> meanwhile = [] {};
 
@@ -32,6 +34,16 @@ public:
         asked << parts.join(QStringLiteral(" | "));
         meanwhile();
         co_return confirmation;
+    }
+    QCoro::Task<int> choose(Choice question) override
+    {
+        QStringList answers;
+        for (const Answer &answer : question.answers)
+            answers << answer.title;
+        asked << QStringList({question.title, question.message, answers.join(u'/')})
+                     .join(QStringLiteral(" | "));
+        meanwhile();
+        co_return int(answers.indexOf(choice));
     }
     QCoro::Task<QString> askName(NamePrompt prompt) override
     {

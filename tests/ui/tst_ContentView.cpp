@@ -81,14 +81,14 @@ private slots:
         OpenFiles &documents = fixture.state().documents();
         QVERIFY(editor->hasFocus());
         QTest::keyClicks(editor, u"x\u00a0"_s);
-        QCOMPARE(documents.selectedFile()->content, u"x\u00a0"_s);
-        QVERIFY(documents.selectedFile()->isModified);
+        QCOMPARE(documents.selectedFile()->content(), u"x\u00a0"_s);
+        QVERIFY(documents.selectedFile()->isModified());
 
         const QUuid first = documents.selectedFileID();
         fixture.click("doc.badge.plus");
         QCOMPARE(editor->text(), QString());
         QCOMPARE(editor->accessibleName(), u"Editor untitled2.py"_s);
-        QVERIFY(!documents.selectedFile()->isModified); // being shown is no edit
+        QVERIFY(!documents.selectedFile()->isModified()); // being shown is no edit
         documents.select(first);
         QCOMPARE(editor->text(), u"x\u00a0"_s);
         documents.updateSelectedContent(u"from outside"_s);
@@ -99,7 +99,7 @@ private slots:
             fixture.find<QWidget>(name)->setFocus();
             fixture.press(Qt::Key_V, Qt::ControlModifier);
         }
-        QCOMPARE(documents.selectedFile()->content, u"from outside"_s);
+        QCOMPARE(documents.selectedFile()->content(), u"from outside"_s);
     }
 
     void searchesFromWhereverTheFocusIs()

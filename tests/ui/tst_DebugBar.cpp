@@ -78,6 +78,13 @@ private slots:
         QVERIFY(bar->sizeHint().width() - bar->minimumSizeHint().width()
                 >= fixture.find<ElidedLabel>("debugHint")->sizeHint().width());
         const int pausedHeight = bar->height();
+        OpenFiles &documents = fixture.state().documents();
+        const QUuid sent = documents.selectedFileID();
+        const auto *gutter = fixture.find<QWidget>("gutter");
+        documents.newFile();
+        QCOMPARE(gutter->accessibleDescription(), u"No breakpoints"_s);
+        documents.select(sent);
+        QCOMPARE(gutter->accessibleDescription(), u"Paused at line 2"_s);
         fixture.session().debugContinue();
         QCoreApplication::processEvents();
         QCOMPARE(bar->height(), pausedHeight); // nothing jumps from stop to stop
@@ -146,10 +153,10 @@ private slots:
         auto *gutter = fixture.find<LineNumberRulerView>("gutter");
         const QImage unmarked = gutter->grab().toImage();
         QTest::mouseClick(gutter, Qt::LeftButton, {}, QPoint(10, 10));
-        QCOMPARE(documents.selectedFile()->breakpoints, QSet<int>{1});
+        QCOMPARE(documents.selectedFile()->breakpoints(), QSet<int>{1});
         QVERIFY(gutter->grab().toImage() != unmarked);
         fixture.command(u"C&lear Breakpoints in This File"_s)->trigger();
-        QVERIFY(documents.selectedFile()->breakpoints.isEmpty());
+        QVERIFY(documents.selectedFile()->breakpoints().isEmpty());
         QCOMPARE(gutter->grab().toImage(), unmarked);
     }
 

@@ -165,8 +165,8 @@ private slots:
         connectBoard();
         browseHere(u"/"_s);
         QCOMPARE(pick(3, u"Open in Editor"_s), u"Open in Editor|Copy to /|Delete"_s);
-        QTRY_COMPARE(m_fixture->state().documents().selectedFile()->name, u"main.py"_s);
-        QCOMPARE(m_fixture->state().documents().selectedFile()->devicePath, u"/main.py"_s);
+        QTRY_COMPARE(m_fixture->state().documents().selectedFile()->name(), u"main.py"_s);
+        QCOMPARE(m_fixture->state().documents().selectedFile()->devicePath(), u"/main.py"_s);
         browseHere(folder);
         pick(3, u"Copy to R&&D"_s);
         QTRY_VERIFY(QFile::exists(folder + u"/main.py"_s));

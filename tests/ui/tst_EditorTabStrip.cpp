@@ -30,11 +30,11 @@ private:
     {
         QStringList result;
         for (int i = 0; i < m_tabs->count(); ++i) {
-            const EditorFile &file = documents().openFiles().at(i);
+            const EditorFile &file = *documents().openFiles().at(i);
             const QWidget *end = m_tabs->tabButton(i, QTabBar::RightSide);
             const bool isDot = end->objectName() == u"modifiedDot";
             QString text = m_tabs->tabText(i) + (isDot ? u"*"_s : QString());
-            if (isDot != file.isModified || m_tabs->tabData(i).toUuid() != file.id)
+            if (isDot != file.isModified() || m_tabs->tabData(i).toUuid() != file.id())
                 text += u'!';
             result << (i == m_tabs->currentIndex() ? u'[' + text + u']' : text);
         }
@@ -44,7 +44,7 @@ private:
     {
         for (const QString &name : names.split(u' '))
             documents().openTextInEditor(name, QString());
-        documents().closeFile(documents().openFiles().constFirst().id);
+        documents().closeFile(documents().openFiles().constFirst()->id());
     }
     QToolButton *closeButton(int tab) const
     {
@@ -83,9 +83,9 @@ private slots:
         QTest::mouseClick(m_tabs, Qt::LeftButton, {}, m_tabs->tabRect(1).center());
         QCOMPARE(shown(), u"a.py [b.py] c.py*"_s);
         QCOMPARE(m_fixture->find<CodeEditorView>("editor")->text(), QString());
-        const EditorFile last = documents().openFiles().last();
-        documents().markSaved(last.id, last.content);
-        documents().setPath(last.id, u"/tmp/R&D.py"_s, u"R&D.py"_s);
+        EditorFile &last = *documents().openFiles().last();
+        last.setSavedText(last.text());
+        last.moveTo(u"R&D.py"_s, DocumentPlace::local(u"/tmp/R&D.py"_s));
         QCOMPARE(shown(), u"a.py [b.py] R&&D.py"_s);
         QCOMPARE(m_tabs->tabToolTip(2), u"/tmp/R&D.py"_s);
 
@@ -115,7 +115,7 @@ private slots:
         open(u"R&D.py b.py"_s);
         QCOMPARE(children(), u"R&D.py|b.py*|Close R&D.py|Close b.py"_s);
         strip->child(0)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-        QCOMPARE(documents().selectedFile()->name, u"R&D.py"_s);
+        QCOMPARE(documents().selectedFile()->name(), u"R&D.py"_s);
         QTest::keyClicks(m_fixture->find<QWidget>("editor"), u"x"_s);
         QCOMPARE(children(), u"R&D.py, edited*|b.py|Close b.py"_s);
         const QPoint second = strip->child(1)->rect().center();
@@ -183,7 +183,7 @@ private slots:
         QVERIFY(m_tabs->width() < m_fixture->window().width());
         const QRect last = m_tabs->tabRect(60);
         QVERIFY(last.width() < 400 && m_tabs->rect().contains(last.center()));
-        documents().select(documents().openFiles().constFirst().id);
+        documents().select(documents().openFiles().constFirst()->id());
         QVERIFY(m_tabs->rect().contains(m_tabs->tabRect(0).center()));
         // The wheel moves the strip, and leaves the chosen document alone.
         const auto turn = [this](int by) {
@@ -222,8 +222,8 @@ private slots:
         const bool hasMark = bytes.startsWith("\xEF\xBB\xBF");
         const QByteArray typed = bytes.first(hasMark ? 3 : 0) + "if " + bytes.mid(hasMark ? 3 : 0);
         documents().openFile(path);
-        const auto isModified = [&] { return documents().selectedFile()->isModified; };
-        QTRY_COMPARE(documents().selectedFile()->name, u"odd.py"_s);
+        const auto isModified = [&] { return documents().selectedFile()->isModified(); };
+        QTRY_COMPARE(documents().selectedFile()->name(), u"odd.py"_s);
         m_fixture->find<QWidget>("editor")->setFocus();
         QVERIFY(!isModified());
         QTest::keyClicks(m_fixture->find<QWidget>("editor"), u"if "_s);

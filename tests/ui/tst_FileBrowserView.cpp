@@ -126,7 +126,7 @@ private slots:
         fill({u"good.py"_s});
         choose(u"good.py"_s);
         m_fixture->press(Qt::Key_Enter);
-        QTRY_COMPARE(m_fixture->state().documents().selectedFile()->path, at(u"good.py"_s));
+        QTRY_COMPARE(m_fixture->state().documents().selectedFile()->path(), at(u"good.py"_s));
         choose(u"bad.py"_s);
         m_fixture->press(Qt::Key_Return);
         QTRY_VERIFY(m_fixture->lines().join(u'\n').startsWith(u"error: Cannot open bad.py: "_s));

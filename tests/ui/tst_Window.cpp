@@ -128,7 +128,7 @@ private slots:
         emit fixture.command(u"&Open Files"_s)->menu()->aboutToShow();
         QVERIFY(fixture.command(u"R&&D.py"_s)->isChecked());
         fixture.command(u"untitled.py"_s)->trigger();
-        QCOMPARE(fixture.state().documents().selectedFile()->name, u"untitled.py"_s);
+        QCOMPARE(fixture.state().documents().selectedFile()->name(), u"untitled.py"_s);
     }
 
     void tellsAboutItself()

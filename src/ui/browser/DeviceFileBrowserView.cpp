@@ -89,7 +89,7 @@ void DeviceFileBrowserView::showSendHelp()
 {
     const EditorFile *file = m_state.documents().selectedFile();
     const QString help =
-        file ? tr("Send %1 to device").arg(file->name) : tr("Send current file to device");
+        file ? tr("Send %1 to device").arg(file->name()) : tr("Send current file to device");
     m_send->setToolTip(PlainText::toolTip(help));
     m_send->setAccessibleName(VisibleText::line(help));
 }

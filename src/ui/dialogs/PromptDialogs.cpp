@@ -70,6 +70,23 @@ QCoro::Task<UserPrompts::ConfirmationAnswer> PromptDialogs::confirm(Confirmation
     co_return co_await ask(dialog, answer);
 }
 
+QCoro::Task<int> PromptDialogs::choose(Choice question)
+{
+    auto *dialog = new QuestionDialog(question.title, question.message, m_window);
+    QList<const QPushButton *> buttons;
+    for (const Answer &answer : std::as_const(question.answers)) {
+        buttons << dialog->addAnswer(answer.title,
+                                     answer.isDestructive ? QuestionDialog::Effect::Destructive
+                                                          : QuestionDialog::Effect::Harmless);
+    }
+    // One more than the index: a question that is not answered yields 0.
+    const std::function<int()> chosen = [dialog, buttons] {
+        return static_cast<int>(buttons.indexOf(dialog->chosen())) + 1;
+    };
+    const int number = co_await ask(dialog, chosen);
+    co_return number - 1;
+}
+
 QCoro::Task<QString> PromptDialogs::askName(NamePrompt prompt)
 {
     auto *dialog = new QDialog(m_window);

@@ -27,6 +27,7 @@ public:
     void setWindow(QWidget *window) { m_window = window; }
 
     [[nodiscard]] QCoro::Task<ConfirmationAnswer> confirm(Confirmation question) override;
+    [[nodiscard]] QCoro::Task<int> choose(Choice question) override;
     [[nodiscard]] QCoro::Task<QString> askName(NamePrompt prompt) override;
     [[nodiscard]] QCoro::Task<QString> askSavePath(QString folder, QString proposedName) override;
     [[nodiscard]] QCoro::Task<QString> askOpenPath(QString folder) override;

@@ -7,7 +7,6 @@
 #include "ui/window/EditorTabStrip.h"
 
 #include <QLabel>
-#include <QScopedValueRollback>
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
@@ -37,62 +36,23 @@ EditorArea::EditorArea(AppState &state, QWidget *parent)
     column->addWidget(m_body, 1);
 
     OpenFiles &documents = state.documents();
-    connect(m_editor, &CodeEditorView::textEdited, this, [this](const QString &text) {
-        const QScopedValueRollback guard(m_isTakingEdit, true);
-        m_state.documents().updateSelectedContent(text);
-    });
-    connect(m_editor, &CodeEditorView::onToggleBreakpoint, &documents,
+    connect(m_editor, &CodeEditorView::breakpointToggleRequested, &documents,
             &OpenFiles::toggleBreakpoint);
-    connect(&documents, &OpenFiles::breakpointsChanged, this, [this](const QUuid &id) {
-        if (id == m_state.documents().selectedFileID())
-            showSelected();
-    });
-    connect(&documents, &OpenFiles::openFilesChanged, this, &EditorArea::forgetClosed);
     connect(&documents, &OpenFiles::selectedFileChanged, this, &EditorArea::showSelected);
     connect(&documents, &OpenFiles::fileChanged, this, [this](const QUuid &id) {
         if (id == m_state.documents().selectedFileID())
             showSelected();
     });
-    connect(&documents, &OpenFiles::contentChanged, this, [this](const QUuid &id) {
-        if (id == m_state.documents().selectedFileID())
-            showContent();
-    });
-    connect(&state.debugSession(), &DebugSession::changed, this, &EditorArea::showDebugState);
     showSelected();
-    showDebugState();
 }
 
 void EditorArea::showSelected()
 {
-    const EditorFile *file = m_state.documents().selectedFile();
+    EditorFile *file = m_state.documents().selectedFile();
     m_body->setCurrentWidget(file ? static_cast<QWidget *>(m_editor) : m_noFile);
-    if (!file)
-        return;
-    m_editor->setAccessibleName(tr("Editor %1").arg(file->name));
-    showContent();
-    m_editor->setBreakpoints(file->breakpoints);
-}
-
-void EditorArea::showContent()
-{
-    const EditorFile *file = m_state.documents().selectedFile();
-    if (file && !m_isTakingEdit) // the editor has its own edits already
-        m_editor->showDocument(file->id, file->content);
-}
-
-void EditorArea::showDebugState()
-{
-    const DebugSession &session = m_state.debugSession();
-    m_editor->setActiveBreakpoints(session.activeBreakpointLines());
-    m_editor->setPausedLine(session.pausedAt());
-}
-
-void EditorArea::forgetClosed()
-{
-    QSet<QUuid> open;
-    for (const EditorFile &file : m_state.documents().openFiles())
-        open << file.id;
-    m_editor->keepDocuments(open);
+    m_editor->showDocument(file);
+    if (file)
+        m_editor->setAccessibleName(tr("Editor %1").arg(file->name()));
 }
 
 } // namespace Korvane

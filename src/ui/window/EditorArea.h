@@ -25,9 +25,6 @@ public:
 
 private:
     void showSelected();
-    void showContent();
-    void showDebugState();
-    void forgetClosed();
 
     AppState &m_state;
     EditorTabStrip *m_tabs;
@@ -35,7 +32,6 @@ private:
     QStackedWidget *m_body;
     CodeEditorView *m_editor;
     QWidget *m_noFile;
-    bool m_isTakingEdit = false;
 };
 
 } // namespace Korvane

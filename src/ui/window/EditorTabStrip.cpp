@@ -92,31 +92,35 @@ void EditorTabStrip::follow()
         if (!documents.file(idAt(index)))
             removeTab(index);
     }
-    // Documents never change places: what is not there yet comes at the end.
-    const QList<EditorFile> &files = documents.openFiles();
+    // The order of documents never changes: new ones are at the end.
+    const QList<EditorFile *> files = documents.openFiles();
     for (qsizetype i = count(); i < files.size(); ++i) {
         const int index = addTab(QString());
-        setTabData(index, files[i].id);
-        showFile(index, files[i]);
+        setTabData(index, files[i]->id());
+        showFile(index, *files[i]);
     }
     setCurrentIndex(indexOf(documents.selectedFileID()));
 }
 
 void EditorTabStrip::showFile(int index, const EditorFile &file)
 {
-    setTabText(index, PlainText::label(file.name));
-    const QString where = !file.path.isEmpty() ? file.path
-        : !file.devicePath.isEmpty()           ? tr("%1 on the device").arg(file.devicePath)
-                                               : file.name;
+    setTabText(index, PlainText::label(file.name()));
+    QString where = file.name();
+    if (file.place().kind == DocumentPlace::Kind::Local)
+        where = file.path();
+    else if (file.place().kind == DocumentPlace::Kind::Board)
+        where = tr("%1 on the device").arg(file.devicePath());
     setTabToolTip(index, PlainText::toolTip(where));
-    setAccessibleTabName(index, file.isModified ? tr("%1, edited").arg(file.name) : file.name);
+    setAccessibleTabName(index,
+                         file.isModified() ? tr("%1, edited").arg(file.name()) : file.name());
 
     QWidget *end = nullptr;
-    if (file.isModified) {
+    if (file.isModified()) {
         end = new ModifiedDot;
     } else {
-        auto *button = new TabCloseButton(file.name);
-        connect(button, &QToolButton::clicked, this, [this, id = file.id] { close(indexOf(id)); });
+        auto *button = new TabCloseButton(file.name());
+        connect(button, &QToolButton::clicked, this,
+                [this, id = file.id()] { close(indexOf(id)); });
         end = button;
     }
     if (QWidget *previous = tabButton(index, RightSide))
@@ -127,7 +131,7 @@ void EditorTabStrip::showFile(int index, const EditorFile &file)
 void EditorTabStrip::close(int index)
 {
     const EditorFile *file = m_state.documents().file(idAt(index));
-    if (file && !file->isModified)
+    if (file && !file->isModified())
         m_state.documents().closeFile(idAt(index));
 }
 
@@ -188,7 +192,7 @@ void EditorTabStrip::wheelEvent(QWheelEvent *event)
 QSize EditorTabStrip::tabSizeHint(int index) const
 {
     const EditorFile *file = m_state.documents().file(idAt(index));
-    const QString name = file ? file->name : QString();
+    const QString name = file ? file->name() : QString();
     const int nameWidth = std::min(fontMetrics().horizontalAdvance(name) + 1, widestName);
     return {padding + symbolSize + spacing + nameWidth + spacing + endSize + padding + gap,
             stripHeight};
@@ -223,7 +227,7 @@ void EditorTabStrip::paintEvent(QPaintEvent *)
         const EditorFile *file = m_state.documents().file(idAt(index));
         painter.setPen(color);
         painter.drawText(nameRect, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
-                         fontMetrics().elidedText(file ? file->name : QString(), Qt::ElideMiddle,
+                         fontMetrics().elidedText(file ? file->name() : QString(), Qt::ElideMiddle,
                                                   nameRect.width()));
         if (isSelected && hasFocus()) {
             QStyleOptionFocusRect focus;

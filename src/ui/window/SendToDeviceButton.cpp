@@ -41,7 +41,7 @@ void SendToDeviceButton::showHelp()
 {
     const EditorFile *file = m_state.documents().selectedFile();
     const QString help = m_state.link().connectionState().isConnected() && file
-        ? KeyText::rendered(tr("Send %1 to device (⌘U)")).arg(file->name)
+        ? KeyText::rendered(tr("Send %1 to device (⌘U)")).arg(file->name())
         : tr("Connect a device to send files");
     setToolTip(PlainText::toolTip(help));
     setAccessibleDescription(VisibleText::line(help));

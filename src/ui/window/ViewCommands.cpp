@@ -71,12 +71,12 @@ void ViewCommands::addTabKeys(QMenu *menu)
 void ViewCommands::listOpenFiles(QMenu *menu)
 {
     menu->clear();
-    for (const EditorFile &file : m_state.documents().openFiles()) {
-        QAction *action = menu->addAction(PlainText::label(file.name));
+    for (const EditorFile *file : m_state.documents().openFiles()) {
+        QAction *action = menu->addAction(PlainText::label(file->name()));
         action->setCheckable(true);
-        action->setChecked(file.id == m_state.documents().selectedFileID());
+        action->setChecked(file->id() == m_state.documents().selectedFileID());
         connect(action, &QAction::triggered, this,
-                [this, id = file.id] { m_state.documents().select(id); });
+                [this, id = file->id()] { m_state.documents().select(id); });
     }
 }
 

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QString>
+
+namespace Korvane {
+
+/// Where a document belongs: nowhere yet, in a local file, or in a file of one board.
+struct DocumentPlace
+{
+    enum class Kind { Nowhere, Local, Board };
+
+    Kind kind = Kind::Nowhere;
+    /// As the file was opened or saved.
+    QString path;
+    /// The identity of the board; empty elsewhere.
+    QString board;
+    /// One path for all names of a local file, without links, "." and doubled slashes; the same as
+    /// `path` on a board, and locally until the disk was asked.
+    QString canonicalPath;
+
+    [[nodiscard]] static DocumentPlace local(const QString &path);
+    [[nodiscard]] static DocumentPlace onBoard(const QString &board, const QString &path);
+
+    /// This place with the canonical path of a local file, which need not exist. Reads the disk:
+    /// not on the main thread.
+    [[nodiscard]] DocumentPlace resolved() const;
+    /// Whether both are the same file. Nowhere is not the same as nowhere.
+    [[nodiscard]] bool isSameFile(const DocumentPlace &other) const;
+
+    friend bool operator==(const DocumentPlace &, const DocumentPlace &) = default;
+};
+
+} // namespace Korvane

@@ -1,0 +1,67 @@
+#include "document/LineMarks.h"
+
+#include <optional>
+#include <utility>
+
+namespace Korvane {
+
+namespace {
+
+/// Where \p line (from 0) is after \p edit; nothing when it was removed.
+std::optional<int> moved(int line, const LineEdit &edit)
+{
+    const int last = edit.firstLine + edit.removedLines;
+    const bool isReplacedInPlace = edit.removedLines > 0 && edit.removedLines == edit.addedLines;
+    if (line < edit.firstLine || isReplacedInPlace)
+        return line;
+    if (line > last)
+        return line - edit.removedLines + edit.addedLines;
+    if (edit.removedLines == 0) {
+        // What was inserted before the whole of a line pushes it down.
+        const bool isPushed = edit.startsLine && !edit.removesCharacters && !edit.endsLine;
+        return isPushed ? line + edit.addedLines : line;
+    }
+    if (line == edit.firstLine && !edit.startsLine)
+        return line;
+    if (line == last && !edit.endsLine)
+        return edit.firstLine + edit.addedLines;
+    return std::nullopt;
+}
+
+} // namespace
+
+void LineMarks::toggle(int line)
+{
+    if (!m_lines.remove(line))
+        m_lines.insert(line);
+    m_history.clear();
+}
+
+void LineMarks::clear()
+{
+    m_lines.clear();
+    m_history.clear();
+}
+
+bool LineMarks::follow(const LineEdit &edit, int undoSteps, bool isHistory)
+{
+    const int before = std::exchange(m_undoSteps, undoSteps);
+    if (m_lines.isEmpty() && m_history.empty())
+        return false;
+    m_history[before] = m_lines;
+    if (!isHistory)
+        m_history.erase(m_history.upper_bound(undoSteps), m_history.end());
+    QSet<int> after;
+    const auto known = m_history.find(undoSteps);
+    if (isHistory && known != m_history.end()) {
+        after = known->second;
+    } else {
+        for (const int line : std::as_const(m_lines)) {
+            if (const auto place = moved(line - 1, edit))
+                after.insert(*place + 1);
+        }
+    }
+    return std::exchange(m_lines, after) != after;
+}
+
+} // namespace Korvane

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QSet>
+
+#include <map>
+
+namespace Korvane {
+
+/// Which lines an edit of a text replaced. Lines count from 0.
+struct LineEdit
+{
+    int firstLine = 0;
+    /// Line ends that were removed and inserted.
+    int removedLines = 0;
+    int addedLines = 0;
+    bool removesCharacters = false;
+    /// The edit begins at the start of the first line.
+    bool startsLine = false;
+    /// No characters of the last line follow the edit.
+    bool endsLine = false;
+};
+
+/// Marked lines of a text (from 1) that move with their lines while the text is edited. A removed
+/// line loses its mark, and gets it back when the removal is undone.
+class LineMarks final
+{
+public:
+    /// Sets the mark of \p line or removes it.
+    void toggle(int line);
+    void clear();
+    /// Moves the marks after an edit that brought the text into the state \p undoSteps of its undo
+    /// history; \p isHistory when it was undone or redone. Returns whether a mark has moved.
+    bool follow(const LineEdit &edit, int undoSteps, bool isHistory);
+
+    [[nodiscard]] const QSet<int> &lines() const { return m_lines; }
+
+private:
+    QSet<int> m_lines;
+    int m_undoSteps = 0;
+    /// The marks in each known state of the undo history. Forgotten when a mark is set or removed
+    /// by hand: from then on marks only move.
+    std::map<int, QSet<int>> m_history;
+};
+
+} // namespace Korvane

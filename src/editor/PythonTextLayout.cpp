@@ -1,0 +1,58 @@
+#include "editor/PythonTextLayout.h"
+
+#include "document/PythonTextStorage.h"
+
+#include <QTextBlock>
+#include <QTextLayout>
+
+#include <utility>
+
+namespace Korvane {
+
+PythonTextLayout::PythonTextLayout(PythonTextStorage &storage)
+    : QPlainTextDocumentLayout(&storage)
+{
+    connect(&storage, &PythonTextStorage::charactersEdited, this,
+            [this](int from, int removed, int added) {
+                m_edit = Edit{from, removed, added};
+            });
+    connect(&storage, &PythonTextStorage::formatsAboutToChange, this,
+            [this](const QTextBlock &block) {
+                m_colored.append({block.position(), block.layout()->lineCount()});
+            });
+}
+
+void PythonTextLayout::attachTo(PythonTextStorage &storage)
+{
+    // Asking the storage itself would make it a layout of another kind.
+    if (!storage.findChild<PythonTextLayout *>(QString(), Qt::FindDirectChildrenOnly))
+        storage.setDocumentLayout(new PythonTextLayout(storage));
+}
+
+void PythonTextLayout::documentChanged(int from, int removed, int added)
+{
+    const std::optional<Edit> edit = std::exchange(m_edit, std::nullopt);
+    const QList<Colored> colored = std::exchange(m_colored, {});
+    if (edit)
+        QPlainTextDocumentLayout::documentChanged(edit->from, edit->removed, edit->added);
+    else if (colored.isEmpty())
+        QPlainTextDocumentLayout::documentChanged(from, removed, added);
+    for (const Colored &block : colored)
+        showColors(block);
+}
+
+void PythonTextLayout::showColors(const Colored &colored)
+{
+    if (colored.lineCount == 0)
+        return; // it is laid out when it is shown
+    const QTextBlock block = document()->findBlock(colored.position);
+    blockBoundingRect(block); // lays it out
+    // The base class compares heights to find out whether the blocks below have moved, which it
+    // can't do after the old layout was discarded.
+    if (block.layout()->lineCount() == colored.lineCount)
+        emit updateBlock(block);
+    else
+        emit update();
+}
+
+} // namespace Korvane
