@@ -4,6 +4,8 @@
 #include <QList>
 #include <QString>
 
+#include <stop_token>
+
 namespace Korvane {
 
 /// Everything that the program asks the person, in one place. The window answers with dialogs that
@@ -21,6 +23,8 @@ public:
         QString confirmTitle;
         /// Set to offer "Don't ask again for <path>".
         QString dontAskAgainPath;
+        /// Closes the question when requested, which counts as Cancel.
+        std::stop_token withdrawn = {};
     };
     struct ConfirmationAnswer
     {

@@ -4,6 +4,7 @@
 #include "app/Settings.h"
 #include "base/PythonResource.h"
 #include "base/Utf8.h"
+#include "base/VisibleText.h"
 #include "board/BoardScripts.h"
 #include "mcp/MCPToolError.h"
 #include "mcp/ToolDefinitions.h"
@@ -11,6 +12,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 #include <sys/stat.h>
 #include <utility>
@@ -39,9 +41,9 @@ QString logLine(const QString &tool, const ToolArguments &arguments)
     QStringList shown;
     for (const QString &key : {pathKey, portKey, nameKey}) {
         if (const auto value = arguments.text(key))
-            shown << key + u": "_s + *value;
+            shown << key + u": "_s + VisibleText::line(*value);
     }
-    const QString line = u"🤖 "_s + tool;
+    const QString line = u"🤖 "_s + VisibleText::line(tool);
     return shown.isEmpty() ? line : line + u" ("_s + shown.join(u", "_s) + u')';
 }
 
@@ -101,11 +103,12 @@ struct BoardTools::Tool
 {
     QString name;
     bool needsBoard;
-    Answer (BoardTools::*run)(ToolArguments);
+    Answer (BoardTools::*run)(ToolArguments, CallStop);
 };
 
 BoardTools::BoardTools(AppState &state)
     : m_state(state)
+    , m_queue(state.link())
 {
 }
 
@@ -133,7 +136,7 @@ const BoardTools::Tool *BoardTools::find(const QString &name)
     return found == std::end(tools) ? nullptr : found;
 }
 
-QCoro::Task<Result<QString>> BoardTools::call(QString name, ToolArguments arguments, CallStop)
+QCoro::Task<Result<QString>> BoardTools::call(QString name, ToolArguments arguments, CallStop stop)
 {
     m_state.shell().appendInfo(logLine(name, arguments));
     const Tool *tool = find(name);
@@ -144,7 +147,7 @@ QCoro::Task<Result<QString>> BoardTools::call(QString name, ToolArguments argume
 
     OneShot<Result<QString>> &shot = m_calls.emplace_back();
     const auto position = std::prev(m_calls.end());
-    work(tool, std::move(arguments), position);
+    work(tool, std::move(arguments), std::move(stop), position);
     auto answer = co_await shot.wait();
     if (!answer)
         co_return MCPToolError::closed();
@@ -152,16 +155,17 @@ QCoro::Task<Result<QString>> BoardTools::call(QString name, ToolArguments argume
     co_return *std::move(answer);
 }
 
-/// May end long after this has gone, when the board or the person answers: nobody waits then.
-QCoro::Task<void> BoardTools::work(const Tool *tool, ToolArguments arguments, Calls::iterator call)
+/// May end long after this was destroyed, when the board or the user answers.
+QCoro::Task<void> BoardTools::work(const Tool *tool, ToolArguments arguments, CallStop stop,
+                                   Calls::iterator call)
 {
     const auto life = m_life.watch();
-    auto answer = co_await (this->*tool->run)(std::move(arguments));
+    auto answer = co_await (this->*tool->run)(std::move(arguments), std::move(stop));
     if (life)
         call->deliver(std::move(answer));
 }
 
-BoardTools::Answer BoardTools::deviceStatus(ToolArguments)
+BoardTools::Answer BoardTools::deviceStatus(ToolArguments, CallStop stop)
 {
     const auto life = m_life.watch();
     DeviceLink &link = m_state.link();
@@ -181,6 +185,11 @@ BoardTools::Answer BoardTools::deviceStatus(ToolArguments)
         lines << u"Editor: "_s + file->name()
                 + (file->isModified() ? u" (unsaved changes)"_s : u""_s);
     if (isConnected()) {
+        const BoardQueue::Turn turn = co_await m_queue.turn(stop);
+        if (!life)
+            co_return MCPToolError::closed();
+        if (!turn)
+            co_return MCPToolError::canceled();
         const auto version = co_await link.executeOnDevice(statusScript(), statusTimeout);
         if (!life)
             co_return MCPToolError::closed();
@@ -190,7 +199,7 @@ BoardTools::Answer BoardTools::deviceStatus(ToolArguments)
     co_return lines.join(u'\n');
 }
 
-BoardTools::Answer BoardTools::connectDevice(ToolArguments arguments)
+BoardTools::Answer BoardTools::connectDevice(ToolArguments arguments, CallStop)
 {
     const auto life = m_life.watch();
     DeviceLink &link = m_state.link();
@@ -219,27 +228,40 @@ BoardTools::Answer BoardTools::connectDevice(ToolArguments arguments)
     co_return u"Connected to "_s + port + u'.';
 }
 
-BoardTools::Answer BoardTools::listDeviceFiles(ToolArguments arguments)
+BoardTools::Answer BoardTools::listDeviceFiles(ToolArguments arguments, CallStop stop)
 {
     const auto life = m_life.watch();
     const QString folder = optional(arguments, pathKey, u"/"_s);
-    co_await m_state.deviceFiles().refreshDeviceFiles();
+    const BoardQueue::Turn turn = co_await m_queue.turn(stop);
     if (!life)
         co_return MCPToolError::closed();
-    if (!isConnected()) // or a board that went would pass for an empty one
+    if (!turn)
+        co_return MCPToolError::canceled();
+    DeviceFiles &files = m_state.deviceFiles();
+    co_await files.refreshDeviceFiles();
+    if (!life)
+        co_return MCPToolError::closed();
+    if (!isConnected())
         co_return MCPToolError::notConnected();
-    const auto *children = m_state.deviceFiles().deviceChildren(folder);
+    if (const auto &error = files.listingError())
+        co_return *error;
+    const auto *children = files.deviceChildren(folder);
     if (!children)
         co_return MCPToolError::notADirectory(folder);
     co_return describe(folder, *children);
 }
 
-BoardTools::Answer BoardTools::readDeviceFile(ToolArguments arguments)
+BoardTools::Answer BoardTools::readDeviceFile(ToolArguments arguments, CallStop stop)
 {
     const auto life = m_life.watch();
     const auto path = required(arguments, pathKey);
     if (!path)
         co_return path.error();
+    const BoardQueue::Turn turn = co_await m_queue.turn(stop);
+    if (!life)
+        co_return MCPToolError::closed();
+    if (!turn)
+        co_return MCPToolError::canceled();
     const auto bytes = co_await m_state.deviceFiles().readDeviceFile(*path, *path);
     if (!life)
         co_return MCPToolError::closed();
@@ -250,7 +272,7 @@ BoardTools::Answer BoardTools::readDeviceFile(ToolArguments arguments)
     co_return *path + u" is %1 bytes of binary data (not valid UTF-8)."_s.arg(bytes->size());
 }
 
-BoardTools::Answer BoardTools::writeDeviceFile(ToolArguments arguments)
+BoardTools::Answer BoardTools::writeDeviceFile(ToolArguments arguments, CallStop stop)
 {
     const auto life = m_life.watch();
     const auto path = required(arguments, pathKey);
@@ -262,13 +284,27 @@ BoardTools::Answer BoardTools::writeDeviceFile(ToolArguments arguments)
     const QString size = QString::number(content->toUtf8().size());
     DeviceFiles &files = m_state.deviceFiles();
 
+    if (m_state.programRun().deviceProgramRunning())
+        co_return failed(MCPToolError::programRunning(u"Device write"_s));
+    BoardQueue::Turn turn = co_await m_queue.turn(stop);
+    if (!life)
+        co_return MCPToolError::closed();
+    if (!turn)
+        co_return MCPToolError::canceled();
+
     WritePermit permit = files.permitWrite(*path);
     if (asksFirst()) {
+        // The board is asked whether the file exists, then other calls may continue while the
+        // question is open.
+        const auto askingTurn = std::make_shared<BoardQueue::Turn>(std::move(turn));
         DeviceFiles::WriteRequest request;
         request.path = *path;
         request.declined = MCPToolError::writeDeclined(*path);
-        request.question = [this, path = *path, size](bool exists) {
-            return std::optional(writeQuestion(path, size, exists));
+        request.question = [this, path = *path, size, stop, askingTurn](bool exists) {
+            askingTurn->reset();
+            UserPrompts::Confirmation question = writeQuestion(path, size, exists);
+            question.withdrawn = stop.unwanted;
+            return std::optional(std::move(question));
         };
         const auto granted = co_await files.requestWrite(std::move(request));
         if (!life)
@@ -276,6 +312,11 @@ BoardTools::Answer BoardTools::writeDeviceFile(ToolArguments arguments)
         if (!granted)
             co_return failed(granted.error());
         permit = *granted;
+        turn = co_await m_queue.turn(stop);
+        if (!life)
+            co_return MCPToolError::closed();
+        if (!turn)
+            co_return MCPToolError::canceled();
     }
     const auto written = co_await files.writeTextToDevice(*content, permit, *path);
     if (!life)
@@ -288,22 +329,31 @@ BoardTools::Answer BoardTools::writeDeviceFile(ToolArguments arguments)
     co_return u"Wrote "_s + size + u" bytes to "_s + *path + u'.';
 }
 
-BoardTools::Answer BoardTools::deleteDeviceFile(ToolArguments arguments)
+BoardTools::Answer BoardTools::deleteDeviceFile(ToolArguments arguments, CallStop stop)
 {
     const auto life = m_life.watch();
     const auto path = required(arguments, pathKey);
     if (!path)
         co_return path.error();
     DeviceFiles &files = m_state.deviceFiles();
+    if (m_state.programRun().deviceProgramRunning())
+        co_return failed(MCPToolError::programRunning(u"Delete"_s));
+    BoardQueue::Turn turn = co_await m_queue.turn(stop);
+    if (!life)
+        co_return MCPToolError::closed();
+    if (!turn)
+        co_return MCPToolError::canceled();
     co_await files.refreshDeviceFiles();
     if (!life)
         co_return MCPToolError::closed();
     if (!isConnected())
         co_return MCPToolError::notConnected();
+    if (const auto &error = files.listingError())
+        co_return *error;
     const DeviceFileNode *found = files.deviceNode(*path);
     if (!found)
         co_return MCPToolError::notThere(*path);
-    const DeviceFileNode node = *found; // the next listing takes it away
+    const DeviceFileNode node = *found; // valid beyond the next listing
 
     if (asksFirst()) {
         UserPrompts::Confirmation question;
@@ -313,6 +363,8 @@ BoardTools::Answer BoardTools::deleteDeviceFile(ToolArguments arguments)
             : u"Removes %1 bytes from "_s.arg(node.size) + deviceName()
                 + u". This cannot be undone."_s;
         question.confirmTitle = u"Delete"_s;
+        question.withdrawn = stop.unwanted;
+        turn.reset();
         Error declined = MCPToolError::deletionDeclined(*path);
         const auto confirmed =
             co_await files.confirmAction(std::move(question), std::move(declined));
@@ -320,6 +372,11 @@ BoardTools::Answer BoardTools::deleteDeviceFile(ToolArguments arguments)
             co_return MCPToolError::closed();
         if (!confirmed)
             co_return failed(confirmed.error());
+        turn = co_await m_queue.turn(stop);
+        if (!life)
+            co_return MCPToolError::closed();
+        if (!turn)
+            co_return MCPToolError::canceled();
     }
     const auto deleted = co_await files.deleteDeviceNode(node);
     if (!life)
@@ -334,25 +391,39 @@ BoardTools::Answer BoardTools::deleteDeviceFile(ToolArguments arguments)
     co_return u"Deleted "_s + *path + u'.';
 }
 
-BoardTools::Answer BoardTools::runCode(ToolArguments arguments)
+BoardTools::Answer BoardTools::runCode(ToolArguments arguments, CallStop stop)
 {
     const auto code = required(arguments, codeKey);
     if (!code)
         co_return code.error();
-    co_return co_await run(*code, arguments.number(timeoutKey).value_or(runCodeTimeoutSeconds));
+    for (const QChar character : *code) {
+        if (character >= QChar(1) && character <= QChar(4))
+            co_return MCPToolError::controlCharacter(character);
+    }
+    const double timeout = arguments.number(timeoutKey).value_or(runCodeTimeoutSeconds);
+    co_return co_await run(*code, timeout, std::move(stop));
 }
 
-BoardTools::Answer BoardTools::runFile(ToolArguments arguments)
+BoardTools::Answer BoardTools::runFile(ToolArguments arguments, CallStop stop)
 {
     const auto path = required(arguments, pathKey);
     if (!path)
         co_return path.error();
     const QString code = u"exec(open("_s + BoardScripts::pathLiteral(*path) + u").read())"_s;
-    co_return co_await run(code, arguments.number(timeoutKey).value_or(runFileTimeoutSeconds));
+    const double timeout = arguments.number(timeoutKey).value_or(runFileTimeoutSeconds);
+    co_return co_await run(code, timeout, std::move(stop));
 }
 
-BoardTools::Answer BoardTools::run(QString code, double timeoutSeconds)
+BoardTools::Answer BoardTools::run(QString code, double timeoutSeconds, CallStop stop)
 {
+    if (!std::isfinite(timeoutSeconds) || timeoutSeconds < 0)
+        co_return MCPToolError::badTimeout();
+    const auto life = m_life.watch();
+    const BoardQueue::Turn turn = co_await m_queue.turn(stop);
+    if (!life)
+        co_return MCPToolError::closed();
+    if (!turn)
+        co_return MCPToolError::canceled();
     const std::chrono::duration<double> timeout(timeoutSeconds);
     const auto execution = co_await m_state.link().executeOnDeviceRaw(std::move(code), timeout);
     if (!execution)
@@ -360,7 +431,7 @@ BoardTools::Answer BoardTools::run(QString code, double timeoutSeconds)
     co_return describe(*execution);
 }
 
-BoardTools::Answer BoardTools::softReset(ToolArguments)
+BoardTools::Answer BoardTools::softReset(ToolArguments, CallStop)
 {
     m_state.link().softReset();
     const bool isOver = co_await m_delay.sleep(resetPause);
@@ -369,7 +440,7 @@ BoardTools::Answer BoardTools::softReset(ToolArguments)
     co_return u"Soft reset sent. boot.py and main.py have run again."_s;
 }
 
-BoardTools::Answer BoardTools::openInEditor(ToolArguments arguments)
+BoardTools::Answer BoardTools::openInEditor(ToolArguments arguments, CallStop)
 {
     const auto name = required(arguments, nameKey);
     if (!name)

@@ -4,6 +4,7 @@
 #include "base/Lifetime.h"
 #include "base/OneShot.h"
 #include "base/UserPrompts.h"
+#include "mcp/BoardQueue.h"
 #include "mcp/ToolSet.h"
 
 #include <QObject>
@@ -35,20 +36,21 @@ private:
     struct Tool;
 
     [[nodiscard]] static const Tool *find(const QString &name);
-    QCoro::Task<void> work(const Tool *tool, ToolArguments arguments, Calls::iterator call);
+    QCoro::Task<void> work(const Tool *tool, ToolArguments arguments, CallStop stop,
+                           Calls::iterator call);
 
-    [[nodiscard]] Answer deviceStatus(ToolArguments arguments);
-    [[nodiscard]] Answer connectDevice(ToolArguments arguments);
-    [[nodiscard]] Answer listDeviceFiles(ToolArguments arguments);
-    [[nodiscard]] Answer readDeviceFile(ToolArguments arguments);
-    [[nodiscard]] Answer writeDeviceFile(ToolArguments arguments);
-    [[nodiscard]] Answer deleteDeviceFile(ToolArguments arguments);
-    [[nodiscard]] Answer runCode(ToolArguments arguments);
-    [[nodiscard]] Answer runFile(ToolArguments arguments);
-    [[nodiscard]] Answer softReset(ToolArguments arguments);
-    [[nodiscard]] Answer openInEditor(ToolArguments arguments);
+    [[nodiscard]] Answer deviceStatus(ToolArguments arguments, CallStop stop);
+    [[nodiscard]] Answer connectDevice(ToolArguments arguments, CallStop stop);
+    [[nodiscard]] Answer listDeviceFiles(ToolArguments arguments, CallStop stop);
+    [[nodiscard]] Answer readDeviceFile(ToolArguments arguments, CallStop stop);
+    [[nodiscard]] Answer writeDeviceFile(ToolArguments arguments, CallStop stop);
+    [[nodiscard]] Answer deleteDeviceFile(ToolArguments arguments, CallStop stop);
+    [[nodiscard]] Answer runCode(ToolArguments arguments, CallStop stop);
+    [[nodiscard]] Answer runFile(ToolArguments arguments, CallStop stop);
+    [[nodiscard]] Answer softReset(ToolArguments arguments, CallStop stop);
+    [[nodiscard]] Answer openInEditor(ToolArguments arguments, CallStop stop);
 
-    [[nodiscard]] Answer run(QString code, double timeoutSeconds);
+    [[nodiscard]] Answer run(QString code, double timeoutSeconds, CallStop stop);
     [[nodiscard]] UserPrompts::Confirmation writeQuestion(const QString &path, const QString &size,
                                                           bool exists) const;
     [[nodiscard]] bool isConnected() const;
@@ -58,6 +60,7 @@ private:
     [[nodiscard]] Error failed(const Error &error);
 
     AppState &m_state;
+    BoardQueue m_queue;
     Calls m_calls; // without an answer yet
     Delay m_delay;
     Lifetime m_life;

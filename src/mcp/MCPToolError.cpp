@@ -1,5 +1,7 @@
 #include "mcp/MCPToolError.h"
 
+#include "board/DeviceError.h"
+
 namespace Korvane::MCPToolError {
 
 using namespace Qt::StringLiterals;
@@ -66,6 +68,29 @@ Error deletionDeclined(const QString &path)
 Error notDeleted(const QString &path)
 {
     return because(u"Could not delete "_s + path + u'.');
+}
+
+Error canceled()
+{
+    return {ErrorCode::Cancelled, u"The call was canceled."_s};
+}
+
+Error badTimeout()
+{
+    return because(u"The timeout must be a number of seconds that is not negative."_s);
+}
+
+Error controlCharacter(QChar character)
+{
+    return because(u"The code contains the control character 0x0"_s
+                   + QString::number(character.unicode(), 16)
+                   + u", on which the board's REPL acts. Write it as an escape sequence."_s);
+}
+
+Error programRunning(const QString &operation)
+{
+    const Error reason = DeviceError::programRunning();
+    return {reason.code, operation + u" failed: "_s + reason.message};
 }
 
 Error closed()

@@ -21,5 +21,12 @@ namespace Korvane::MCPToolError {
 [[nodiscard]] Error notDeleted(const QString &path);
 /// The program is ending; the answer reaches no client.
 [[nodiscard]] Error closed();
+/// The call was canceled, or its client has closed the connection.
+[[nodiscard]] Error canceled();
+[[nodiscard]] Error badTimeout();
+/// \p operation, such as "Delete", was not tried, since a program runs on the board.
+[[nodiscard]] Error programRunning(const QString &operation);
+/// \p code contains \p character, a control character on which the raw REPL acts.
+[[nodiscard]] Error controlCharacter(QChar character);
 
 } // namespace Korvane::MCPToolError

@@ -4,7 +4,7 @@
 
 #include <QElapsedTimer>
 
-#include <iterator>
+#include <algorithm>
 #include <utility>
 
 namespace Korvane {
@@ -56,8 +56,8 @@ QCoro::Task<HTTPResponse> ToolCalls::run(ToolRequest request, quint64 connection
         replies += reply;
         if (request.isBatch && replies.size() > MCPEndpoint::maxBatchBytes)
             break;
-        if (running->abandoned.stop_requested())
-            break; // nobody reads the response
+        if (running->isAbandoned)
+            break; // the response is dropped
     }
     m_running.erase(running);
     if (request.isBatch && replies.size() > MCPEndpoint::maxBatchBytes)
@@ -71,9 +71,10 @@ QCoro::Task<QByteArray> ToolCalls::call(ToolRequest::Call call, Running &running
     if (!m_state)
         co_return RPCReply::toolResult(call.id, u"The IDE is shutting down."_s, true);
     running.id = call.id;
+    running.unwanted = std::stop_source();
     running.canceled = std::stop_source();
     CallStop stop;
-    stop.abandoned = running.abandoned.get_token();
+    stop.unwanted = running.unwanted.get_token();
     stop.canceled = running.canceled.get_token();
     const Result<QString> result =
         co_await m_tools.call(std::move(call.name), std::move(call.arguments), std::move(stop));
@@ -82,34 +83,31 @@ QCoro::Task<QByteArray> ToolCalls::call(ToolRequest::Call call, Running &running
 
 void ToolCalls::abandon(quint64 connection)
 {
-    std::vector<std::stop_source> sources; // a stopped call may end at once, and leave the list
-    for (const Running &running : m_running) {
-        if (running.connection == connection)
-            sources.push_back(running.abandoned);
+    for (Running &running : m_running) {
+        if (running.connection != connection)
+            continue;
+        running.isAbandoned = true;
+        running.unwanted.request_stop(); // ends the call from the event loop
     }
-    for (std::stop_source &source : sources)
-        source.request_stop();
 }
 
 void ToolCalls::abandonAll()
 {
-    std::vector<std::stop_source> sources;
-    for (const Running &running : m_running)
-        sources.push_back(running.abandoned);
-    for (std::stop_source &source : sources)
-        source.request_stop();
+    for (Running &running : m_running) {
+        running.isAbandoned = true;
+        running.unwanted.request_stop();
+    }
 }
 
 /// Clients are not told apart, and two of them may use the same id: then none is canceled.
 void ToolCalls::cancel(const QByteArray &requestId)
 {
-    std::vector<std::stop_source> sources;
-    for (const Running &running : m_running) {
-        if (running.id == requestId && !requestId.isEmpty())
-            sources.push_back(running.canceled);
-    }
-    if (sources.size() == 1)
-        sources.front().request_stop();
+    const auto hasId = [&](const Running &running) { return running.id == requestId; };
+    if (requestId.isEmpty() || std::count_if(m_running.begin(), m_running.end(), hasId) != 1)
+        return;
+    const auto found = std::find_if(m_running.begin(), m_running.end(), hasId);
+    found->unwanted.request_stop();
+    found->canceled.request_stop();
 }
 
 } // namespace Korvane

@@ -7,7 +7,6 @@
 #include <QPointer>
 
 #include <list>
-#include <stop_token>
 
 namespace Korvane {
 
@@ -24,7 +23,7 @@ public:
     /// is destroyed before the end, the response is a 404 at once.
     [[nodiscard]] QCoro::Task<HTTPResponse> run(ToolRequest request, quint64 connection);
 
-    /// Ends the calls of \p connection that have not begun on the board.
+    /// Ends the calls of \p connection that have not begun on the board; the others continue.
     void abandon(quint64 connection);
     /// The same for all connections.
     void abandonAll();
@@ -33,9 +32,11 @@ private:
     struct Running
     {
         quint64 connection = 0;
-        QByteArray id; // of the call under way
-        std::stop_source abandoned;
-        std::stop_source canceled; // of that call
+        bool isAbandoned = false;
+        // Of the call under way.
+        QByteArray id;
+        std::stop_source unwanted;
+        std::stop_source canceled;
     };
 
     [[nodiscard]] QCoro::Task<QByteArray> call(ToolRequest::Call call, Running &running);

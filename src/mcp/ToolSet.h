@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/CallStop.h"
 #include "base/Result.h"
 
 #include <QCoro/QCoroTask>
@@ -7,7 +8,6 @@
 #include <QString>
 
 #include <optional>
-#include <stop_token>
 #include <variant>
 
 namespace Korvane {
@@ -40,16 +40,6 @@ private:
     QHash<QString, std::variant<QString, double>> m_values;
 };
 
-/// Requests to end a tool call, made on the main thread. A callback must not destroy the tools.
-struct CallStop
-{
-    /// The client has closed its connection, or the server was stopped: nobody reads the answer. A
-    /// call that has not begun on the board ends; one that has begun continues.
-    std::stop_token abandoned;
-    /// The client has canceled the call: it ends, and the program that it runs is interrupted.
-    std::stop_token canceled;
-};
-
 /// What an assistant can do. Main thread only.
 class ToolSet
 {
@@ -60,8 +50,8 @@ public:
     /// once.
     [[nodiscard]] virtual QByteArray definitions() const = 0;
 
-    /// The text with which the tool answers, or why it did not. Several calls may be under way at
-    /// once. When this object goes, those must end at once (`ErrorCode::Closed`).
+    /// The text with which the tool answers, or why it failed. Several calls may be under way at
+    /// once. When this object is destroyed, they must end at once (`ErrorCode::Closed`).
     [[nodiscard]] virtual QCoro::Task<Result<QString>> call(QString name, ToolArguments arguments,
                                                             CallStop stop) = 0;
 };

@@ -39,6 +39,19 @@ test('a no changes nothing, a yes deletes', async () => {
     }
 });
 
+test('a canceled call takes its question back', async () => {
+    const canceling = new AbortController();
+    const writing = client.callTool({ name: 'write_device_file', arguments: { path: '/b', content: '' } },
+                                    undefined, { signal: canceling.signal });
+    while (!await korvane.question())
+        await client.ping();
+    canceling.abort();
+    await assert.rejects(writing);
+    while (await korvane.question())
+        await client.ping();
+    assert.equal(await ask('list_device_files'), '/ is empty.');
+});
+
 test('the program ends while a question is open', async () => {
     // Its answer never comes; `after` sees that the program ends in order.
     ask('write_device_file', { path: '/late', content: '' }).catch(() => {});

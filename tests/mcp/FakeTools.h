@@ -14,7 +14,7 @@ class FakeTools final : public ToolSet
 public:
     QByteArray definitions() const override { return R"([{"name":"echo"}])"; }
 
-    QCoro::Task<Result<QString>> call(QString name, ToolArguments arguments, CallStop) override
+    QCoro::Task<Result<QString>> call(QString name, ToolArguments arguments, CallStop stop) override
     {
         using namespace Qt::StringLiterals;
         calls += name;
@@ -25,6 +25,7 @@ public:
         }
         if (name != u"wait"_s)
             co_return Error{ErrorCode::Remote, u"Unknown tool: "_s + name};
+        stops << stop;
         const auto answer = co_await waiting.emplace_back().wait();
         if (!answer)
             co_return Error{ErrorCode::Closed, u"closed"_s};
@@ -39,6 +40,7 @@ public:
 
     QStringList calls;
     std::list<OneShot<QString>> waiting;
+    QList<CallStop> stops; // of these
 };
 
 } // namespace Korvane

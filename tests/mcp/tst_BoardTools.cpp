@@ -4,6 +4,8 @@
 #include "support/Files.h"
 #include "support/VirtualBoard.h"
 
+#include <cmath>
+
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
@@ -84,6 +86,7 @@ private slots:
         };
         check("frobnicate|name=c|port=b|path=|code=x", "! Unknown tool: frobnicate",
               "frobnicate (path: , port: b, name: c)");
+        check("a\nb|name=\u202Ec", "! Unknown tool: a\nb", "a␊b (name: ⟨U+202E⟩c)");
         check("", "! Unknown tool: ");
         for (const QByteArray tool : {"list_device_files", "read_device_file", "write_device_file",
                                       "delete_device_file", "run_code", "run_file", "soft_reset"})
@@ -167,6 +170,16 @@ private slots:
                  "Output before the failure:\na\n\nThen it raised:\n" + traceback
                      + "2, in <module>\nValueError: b\n");
         QCOMPARE(box->call("run_code|code="), "! Missing required argument “code”.");
+        QCOMPARE(box->call("run_code|code=print(1)\4"),
+                 "! The code contains the control character 0x04, on which the board's REPL acts."
+                 " Write it as an escape sequence.");
+        for (const double timeout : {-0.1, HUGE_VAL, std::nan("")}) {
+            ToolArguments arguments;
+            arguments.insert(u"code"_s, u"1"_s);
+            arguments.insert(u"timeout"_s, timeout);
+            QCOMPARE(Toolbox::told(awaited(box->tools->call(u"run_code"_s, arguments, {}))),
+                     "! The timeout must be a number of seconds that is not negative.");
+        }
         // A number as text is not a time.
         QCOMPARE(box->call("run_code|timeout=0|code=import time\ntime.sleep(.2)"), "(no output)");
         QCOMPARE(box->call("soft_reset"), "Soft reset sent. boot.py and main.py have run again.");
@@ -268,16 +281,57 @@ private slots:
         }
     }
 
+    void tellsWhyAListingFailed()
+    {
+        ScriptedBoard board;
+        Toolbox box;
+        box.connectTo(board);
+        board.onProgram = [](const QByteArray &) {
+            return ScriptedBoard::reply({}, "MemoryError: no");
+        };
+        QCOMPARE(box.call("list_device_files"), "! Device file listing failed: MemoryError: no");
+    }
+
+    void dropsCallsThatHaveNotBegun()
+    {
+        const auto box = connected();
+        std::stop_source unwanted;
+        auto first = box->begin("run_code|code=import time\ntime.sleep(.5)\nprint(1)");
+        box->stop.unwanted = unwanted.get_token();
+        auto write = box->begin("write_device_file|path=/never|content=x");
+        auto code = box->begin("run_code|code=print(2)");
+        unwanted.request_stop();
+        const QByteArray canceled = "! The call was canceled.";
+        QCOMPARE(Toolbox::told(awaited(std::move(write))), canceled);
+        QCOMPARE(Toolbox::told(awaited(std::move(code))), canceled);
+        QVERIFY(!first.isReady()); // these did not have to wait for it
+        QCOMPARE(Toolbox::told(awaited(std::move(first))), "1\n");
+        // A call whose question is open.
+        std::stop_source closed;
+        box->stop.unwanted = closed.get_token();
+        box->settings.setFlag(Settings::autoApproveWrites, false);
+        box->prompts.meanwhile = [&] { closed.request_stop(); };
+        QCOMPARE(box->call("write_device_file|path=/never|content=x"), canceled);
+        QVERIFY(!box->prompts.takeAsked().isEmpty());
+        box->stop = {};
+        QVERIFY(!box->call("list_device_files").contains("never"));
+    }
+
     void leavesARunningProgramAlone()
     {
         const auto box = connected();
         box->call("write_device_file|path=/a|content=");
+        box->settings.setFlag(Settings::autoApproveWrites, false);
         box->write(u"print('on')\nwhile True: pass"_s);
         box->run();
         QTRY_VERIFY(box->text().contains("on\n"));
         const QByteArray busy = "The device is running a program — stop it first";
         QCOMPARE(box->call("run_code|code=1"), "! " + busy);
+        QCOMPARE(box->call("list_device_files"), "! Device file listing failed: " + busy);
         QCOMPARE(box->call("delete_device_file|path=/a"), "! Delete failed: " + busy);
+        QCOMPARE(box->call("write_device_file|path=/a|content=x"),
+                 "! Device write failed: " + busy);
+        QVERIFY(box->prompts.asked.isEmpty());
         box->state->stopRun();
         QTRY_VERIFY(box->isBoardIdle());
     }

@@ -277,6 +277,51 @@ private slots:
         QCOMPARE(served.shell.lines(), lines);
     }
 
+    void tellsCallsThatTheirClientHasClosedOrCanceled()
+    {
+        Served served;
+        served.server->start();
+        const auto beginCall = [&](SocketClient &client, const QByteArray &id) {
+            const auto before = served.tools->stops.size();
+            client.connectTo(served.server->port());
+            client.send(
+                asked(R"({"method":"tools/call","params":{"name":"wait"},"id":)" + id + '}'));
+            QTRY_COMPARE(served.tools->stops.size(), before + 1);
+        };
+        const auto stops = [&] {
+            QByteArray text;
+            for (const CallStop &stop : served.tools->stops)
+                text += stop.canceled.stop_requested() ? 'c'
+                    : stop.unwanted.stop_requested()   ? 'u'
+                                                       : '-';
+            return text;
+        };
+        const auto cancel = [&](const QByteArray &id) {
+            SocketClient other(served.server->port());
+            other.send(
+                asked(R"({"method":"notifications/cancelled","params":{"requestId":)" + id + "}}"));
+            QByteArray response;
+            worstStall([&] { response = other.response(); });
+            return response.startsWith("HTTP/1.1 202 ");
+        };
+        SocketClient first;
+        SocketClient second;
+        SocketClient third;
+        auto closing = std::make_unique<SocketClient>();
+        beginCall(first, "1");
+        beginCall(second, "\"a\"");
+        beginCall(third, "1");
+        beginCall(*closing, "4");
+        closing.reset();
+        QTRY_COMPARE(stops(), "---u");
+        QVERIFY(cancel("\"a\""));
+        QVERIFY(cancel("99"));
+        QVERIFY(cancel("1")); // of two clients
+        QCOMPARE(stops(), "-c-u");
+        served.server->stop();
+        QCOMPARE(stops(), "ucuu");
+    }
+
     void startsAndStopsUnderLoad()
     {
         Served served;

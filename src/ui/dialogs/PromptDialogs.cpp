@@ -9,6 +9,7 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QTreeView>
 #include <QVBoxLayout>
@@ -56,6 +57,8 @@ PromptDialogs::~PromptDialogs()
 
 QCoro::Task<UserPrompts::ConfirmationAnswer> PromptDialogs::confirm(Confirmation question)
 {
+    if (question.withdrawn.stop_requested())
+        co_return ConfirmationAnswer();
     auto *dialog = new QuestionDialog(question.title, question.message, m_window);
     const QPushButton *confirm =
         dialog->addAnswer(question.confirmTitle, QuestionDialog::Effect::Destructive);
@@ -67,6 +70,10 @@ QCoro::Task<UserPrompts::ConfirmationAnswer> PromptDialogs::confirm(Confirmation
         return ConfirmationAnswer{dialog->chosen() == confirm,
                                   dontAskAgain && dontAskAgain->isChecked()};
     };
+    const std::stop_callback withdrawal(question.withdrawn, [open = QPointer<QDialog>(dialog)] {
+        if (open)
+            open->reject();
+    });
     co_return co_await ask(dialog, answer);
 }
 

@@ -1,0 +1,57 @@
+#include "mcp/BoardQueue.h"
+
+#include "board/DeviceLink.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace Korvane {
+
+BoardQueue::BoardQueue(DeviceLink &link)
+    : m_link(link)
+{
+    connect(&link, &DeviceLink::deviceCommandInFlightChanged, this, &BoardQueue::grantNext);
+}
+
+QCoro::Task<BoardQueue::Turn> BoardQueue::turn(CallStop stop)
+{
+    const auto life = m_life.watch();
+    OneShot<bool> &shot = m_waiting.emplace_back();
+    const auto position = std::prev(m_waiting.end());
+    const std::stop_callback drop(stop.unwanted, [&shot] { shot.deliver(false); });
+    grantNext();
+    const std::optional<bool> isGranted = co_await shot.wait();
+    if (!isGranted || !life)
+        co_return Turn();
+    m_waiting.erase(position);
+    if (!*isGranted)
+        co_return Turn();
+    Turn turn(this, [this, life](const void *) {
+        if (life)
+            end();
+    });
+    if (stop.unwanted.stop_requested()) // between being granted and resumed
+        co_return Turn();
+    co_return turn;
+}
+
+void BoardQueue::grantNext()
+{
+    if (m_isTaken || m_link.deviceCommandInFlight())
+        return;
+    const auto next = std::find_if(m_waiting.begin(), m_waiting.end(),
+                                   [](const OneShot<bool> &waiting) { return !waiting.isDone(); });
+    if (next == m_waiting.end())
+        return;
+    m_isTaken = true;
+    next->deliver(true);
+}
+
+void BoardQueue::end()
+{
+    m_isTaken = false;
+    grantNext();
+}
+
+} // namespace Korvane
