@@ -76,8 +76,7 @@ QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
     TransferStatus::Running running(m_parts.transfer);
     running.setStatus(QStringLiteral("Sending %1…").arg(name));
     m_parts.shell.appendInfo(QStringLiteral("↑ Sending %1 to %2…").arg(name, target));
-    const auto written =
-        co_await m_parts.files.writeTextToDevice(text.fileText(), *permit, name);
+    const auto written = co_await m_parts.files.writeTextToDevice(text.fileText(), *permit, name);
     if (!life)
         co_return;
     if (!written) {
@@ -104,8 +103,7 @@ QCoro::Task<void> BoardDocuments::saveToDevice(QUuid id)
     TransferStatus::Running running(m_parts.transfer);
     running.setStatus(QStringLiteral("Saving %1…").arg(name));
     const WritePermit permit = m_parts.files.permitWrite(devicePath);
-    const auto written =
-        co_await m_parts.files.writeTextToDevice(text.fileText(), permit, name);
+    const auto written = co_await m_parts.files.writeTextToDevice(text.fileText(), permit, name);
     if (!life)
         co_return;
     if (!written) {

@@ -2,7 +2,7 @@
 
 namespace Korvane {
 
-Background::Background(std::chrono::milliseconds endTimeout)
+Background::Background(int maxThreads, std::chrono::milliseconds endTimeout)
     : m_endTimeout(endTimeout)
     , m_pool(std::make_unique<QThreadPool>())
 {

@@ -19,16 +19,16 @@ namespace Korvane {
 /// Runs blocking work, such as reading a network folder, in a thread pool of its owner and lets
 /// coroutines wait for the result. Main thread only; the work runs on the pool's threads.
 ///
-/// Up to `maxThreads` calls run at the same time, further ones are queued. A call that hangs holds
-/// one thread of this pool and delays neither other owners nor the first `maxThreads` - 1 calls
+/// Up to sixteen calls run at the same time, further ones are queued. A call that hangs holds
+/// one thread of this pool and delays neither other owners nor the fifteen calls
 /// beside it.
 class Background final
 {
 public:
-    static constexpr int maxThreads = 16;
-
-    /// \p endTimeout is how long the destructor waits for work that has been started or queued.
-    explicit Background(std::chrono::milliseconds endTimeout = std::chrono::seconds(2));
+    /// \p maxThreads is at least 1; with 1, calls run in their order. \p endTimeout is how long the
+    /// destructor waits for work that has been started or queued.
+    explicit Background(int maxThreads = 16,
+                        std::chrono::milliseconds endTimeout = std::chrono::seconds(2));
     /// Resumes all waiting coroutines, without a result. Then waits for the work, so that a write
     /// under way is completed. Work that hangs longer than the time-out (a network folder that
     /// does not answer) keeps its thread and its pool until the process ends; what was queued

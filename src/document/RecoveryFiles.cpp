@@ -1,14 +1,11 @@
 #include "document/RecoveryFiles.h"
 
-#include "base/LocalFile.h"
 #include "base/ShellSink.h"
 #include "base/StateFolder.h"
 #include "document/OpenFiles.h"
+#include "document/RecoveryCopy.h"
 
-#include <QDir>
 #include <QFileInfo>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLockFile>
 
 #include <chrono>
@@ -19,120 +16,68 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const QString nameKey = QStringLiteral("name");
-const QString pathKey = QStringLiteral("path");
-const QString devicePathKey = QStringLiteral("devicePath");
-const QString boardKey = QStringLiteral("board");
-const QString textKey = QStringLiteral("text");
-const QString suffix = QStringLiteral(".json");
-
 bool isUnsaved(const EditorFile &file)
 {
     const bool isNowhere = file.place().kind == DocumentPlace::Kind::Nowhere;
     return file.isModified() || (isNowhere && !file.content().isEmpty());
 }
 
-/// The copy's content, or nothing when it is damaged.
-QJsonObject readCopy(const QString &file)
+RecoveryCopy copyOf(const EditorFile &file)
 {
-    const auto bytes = LocalFile::read(file);
-    return bytes ? QJsonDocument::fromJson(*bytes).object() : QJsonObject();
-}
-
-DocumentPlace placeIn(const QJsonObject &copy)
-{
-    if (const QString path = copy[pathKey].toString(); !path.isEmpty())
-        return DocumentPlace::local(path).resolved();
-    if (const QString path = copy[devicePathKey].toString(); !path.isEmpty())
-        return DocumentPlace::onBoard(copy[boardKey].toString(), path);
-    return {};
-}
-
-QFileInfoList copies(const QString &folder)
-{
-    return QDir(folder).entryInfoList({u'*' + suffix}, QDir::Files, QDir::Time);
-}
-
-/// The texts are nobody else's business, wherever their documents lie.
-void makePrivateFolder(const QString &folder)
-{
-    QDir().mkpath(folder);
-    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-}
-
-/// Takes over the copies of programs that have ended. Whoever holds the lock of a folder is alive.
-void adoptEnded(const QString &folder)
-{
-    const QFileInfoList sessions =
-        QDir(folder).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks);
-    for (const QFileInfo &session : sessions) {
-        QLockFile lock(session.filePath() + QStringLiteral("/lock"));
-        lock.setStaleLockTime(0); // a lock does not grow old while its program lives
-        if (!lock.tryLock(0))
-            continue;
-        for (const QFileInfo &copy : copies(session.filePath()))
-            QFile::rename(copy.filePath(), folder + u'/' + copy.fileName());
-        lock.unlock();
-        QDir().rmdir(session.filePath());
-    }
+    RecoveryCopy copy{file.name(), file.place(), file.text().fileText(), std::nullopt};
+    if (const auto &saved = file.savedText())
+        copy.savedText = saved->fileText();
+    return copy;
 }
 
 QList<RecoveryFiles::Leftover> readLeftovers(const QString &folder)
 {
     QList<RecoveryFiles::Leftover> leftovers;
-    for (const QFileInfo &copy : copies(folder)) {
+    for (const QFileInfo &file : RecoveryFolder::copies(folder)) {
         if (leftovers.size() == RecoveryFiles::keptLeftovers) {
-            QFile::remove(copy.filePath());
+            QFile::remove(file.filePath());
             continue;
         }
-        const QJsonObject content = readCopy(copy.filePath());
-        if (content.isEmpty())
-            continue;
-        const QString path = content[pathKey].toString();
-        leftovers.append({content[nameKey].toString(),
-                          path.isEmpty() ? content[devicePathKey].toString() : path,
-                          copy.lastModified(), copy.filePath()});
+        if (const auto copy = RecoveryCopy::read(file.filePath()))
+            leftovers.append({copy->name, copy->place.path, file.lastModified(), file.filePath()});
     }
     return leftovers;
 }
 
+/// Deletes the recovery files whose text is in their document's file, and returns their paths.
+QStringList removeSaved(const QList<RecoveryFiles::Leftover> &leftovers)
+{
+    QStringList removed;
+    for (const RecoveryFiles::Leftover &leftover : leftovers) {
+        const auto copy = RecoveryCopy::read(leftover.file);
+        if (copy && copy->isSaved() && QFile::remove(leftover.file))
+            removed << leftover.file;
+    }
+    return removed;
+}
+
 } // namespace
 
-/// What is to be done with one document's copy.
+/// What is to be done with the recovery file of one document.
 struct RecoveryFiles::Change
 {
-    QString copy;
-    /// The document as it is to be kept; without a name the copy is removed.
-    QString name;
-    DocumentPlace place;
-    DocumentText text;
-    /// A leftover that the copy takes the place of; may be empty.
+    QString file;
+    /// Nothing to remove the recovery file.
+    std::optional<RecoveryCopy> copy;
+    /// A leftover that the recovery file replaces; may be empty.
     QString leftover;
 
     [[nodiscard]] Result<void> carryOut() const
     {
-        if (name.isEmpty()) {
-            QFile::remove(copy);
-            removeLeftover();
-            return {};
+        if (copy) {
+            if (auto written = copy->write(file); !written)
+                return written;
+        } else {
+            QFile::remove(file);
         }
-        const bool isOnBoard = place.kind == DocumentPlace::Kind::Board;
-        const QJsonObject content{{nameKey, name},
-                                  {pathKey, isOnBoard ? QString() : place.path},
-                                  {devicePathKey, isOnBoard ? place.path : QString()},
-                                  {boardKey, place.board},
-                                  {textKey, text.fileText()}};
-        auto written =
-            LocalFile::writeAtomically(copy, QJsonDocument(content).toJson(QJsonDocument::Compact));
-        if (written)
-            removeLeftover();
-        return written;
-    }
-
-    void removeLeftover() const
-    {
         if (!leftover.isEmpty())
             QFile::remove(leftover);
+        return {};
     }
 };
 
@@ -148,19 +93,22 @@ RecoveryFiles::RecoveryFiles(OpenFiles &documents, ShellSink &shell, const QStri
     , m_shell(shell)
     , m_folder(folder)
     , m_session(folder + u'/' + QUuid::createUuid().toString(QUuid::WithoutBraces))
-    , m_lock(std::make_shared<QLockFile>(m_session + QStringLiteral("/lock")))
+    , m_lock(std::make_shared<QLockFile>(RecoveryFolder::lockPath(m_session)))
 {
     m_lock->setStaleLockTime(0);
-    m_pause.setSingleShot(true);
-    m_pause.setInterval(500ms);
-    connect(&m_pause, &QTimer::timeout, this, &RecoveryFiles::write);
+    m_writeDelay.setSingleShot(true);
+    m_writeDelay.setInterval(500ms);
+    connect(&m_writeDelay, &QTimer::timeout, this, &RecoveryFiles::flush);
     connect(&documents, &OpenFiles::contentChanged, this, &RecoveryFiles::noteChange);
     connect(&documents, &OpenFiles::fileChanged, this, &RecoveryFiles::noteChange);
     connect(&documents, &OpenFiles::openFilesChanged, this, &RecoveryFiles::follow);
     findLeftovers();
 }
 
-RecoveryFiles::~RecoveryFiles() = default;
+RecoveryFiles::~RecoveryFiles()
+{
+    flush(); // the destructor of m_writer waits for it
+}
 
 void RecoveryFiles::follow()
 {
@@ -177,69 +125,75 @@ void RecoveryFiles::follow()
 void RecoveryFiles::noteChange(const QUuid &id)
 {
     m_changed << id;
-    if (!m_pause.isActive()) // not again with each key, or it would wait for the hands to rest
-        m_pause.start();
+    if (!m_writeDelay.isActive()) // restarting it would put off the write while the user types
+        m_writeDelay.start();
 }
 
 QList<RecoveryFiles::Change> RecoveryFiles::takeChanges()
 {
     QList<Change> changes;
     for (const QUuid &id : std::exchange(m_changed, {})) {
-        const QString copy = m_session + u'/' + id.toString(QUuid::WithoutBraces) + suffix;
+        const QString path = RecoveryFolder::copyPath(m_session, id.toString(QUuid::WithoutBraces));
         const EditorFile *file = m_documents.file(id);
         if (file && isUnsaved(*file))
-            changes.append(
-                {copy, file->name(), file->place(), file->text(), std::exchange(m_kept[id], {})});
+            changes.append({path, copyOf(*file), std::exchange(m_kept[id], {})});
         else if (m_kept.contains(id))
-            changes.append({copy, {}, {}, {}, m_kept.take(id)});
+            changes.append({path, std::nullopt, m_kept.take(id)});
     }
     return changes;
 }
 
-QCoro::Task<void> RecoveryFiles::write()
+QCoro::Task<void> RecoveryFiles::flush()
 {
-    if (m_isWriting) // which looks again before it ends
-        co_return;
-    m_isWriting = true;
     const auto life = m_life.watch();
-    while (true) {
-        const QList<Change> changes = takeChanges();
+    m_writeDelay.stop();
+    const std::function<Result<void>()> work = [folder = m_folder, session = m_session,
+                                                lock = m_lock, changes = takeChanges()] {
+        Result<void> outcome;
         if (changes.isEmpty())
-            break;
-        const std::function<Result<void>()> work = [session = m_session, lock = m_lock, changes] {
-            makePrivateFolder(session);
-            Result<void> outcome;
-            if (!lock->isLocked())
-                static_cast<void>(lock->tryLock(0)); // without it the copies are still good
-            for (const Change &change : changes) {
-                if (auto done = change.carryOut(); !done)
-                    outcome = done;
-            }
             return outcome;
-        };
-        const auto outcome = co_await m_background.run(work);
-        if (!life || !outcome)
-            co_return;
-        const bool failed = !*outcome;
-        if (failed && !std::exchange(m_saidFailure, true))
-            m_shell.appendError(QStringLiteral("Unsaved edits can’t be kept safe in %1: %2")
-                                    .arg(m_folder, outcome->error().message));
-        m_saidFailure = failed;
-    }
-    m_isWriting = false;
+        RecoveryFolder::makePrivate(folder);
+        RecoveryFolder::makePrivate(session);
+        if (!lock->isLocked())
+            static_cast<void>(lock->tryLock(0)); // the files are usable without it
+        for (const Change &change : changes) {
+            if (auto done = change.carryOut(); !done)
+                outcome = done;
+        }
+        return outcome;
+    };
+    const auto outcome = co_await m_writer.run(work);
+    if (!life || !outcome)
+        co_return;
+    const bool failed = !*outcome;
+    if (failed && !std::exchange(m_saidFailure, true))
+        m_shell.appendError(QStringLiteral("Unsaved edits can’t be kept safe in %1: %2")
+                                .arg(m_folder, outcome->error().message));
+    m_saidFailure = failed;
 }
 
 QCoro::Task<void> RecoveryFiles::findLeftovers()
 {
     const auto life = m_life.watch();
-    const std::function<QList<Leftover>()> work = [folder = m_folder] {
-        adoptEnded(folder);
+    const std::function<QList<Leftover>()> find = [folder = m_folder] {
+        RecoveryFolder::adoptEnded(folder);
         return readLeftovers(folder);
     };
-    auto found = co_await m_background.run(work);
+    auto found = co_await m_background.run(find);
     if (!life || !found || found->isEmpty())
         co_return;
-    m_leftovers = std::move(*found);
+    m_leftovers = *found;
+    emit leftoversChanged();
+    // A second step, since a document's folder on the network may not answer.
+    const std::function<QStringList()> compare = [leftovers = *found] {
+        return removeSaved(leftovers);
+    };
+    const auto saved = co_await m_background.run(compare);
+    if (!life || !saved)
+        co_return;
+    forget(*saved);
+    if (m_leftovers.isEmpty())
+        co_return;
     m_shell.appendInfo(
         m_leftovers.size() == 1
             ? QStringLiteral("A file with unsaved edits was left by an earlier session: View › "
@@ -247,37 +201,63 @@ QCoro::Task<void> RecoveryFiles::findLeftovers()
             : QStringLiteral("%1 files with unsaved edits were left by earlier sessions: View › "
                              "Unsaved Files.")
                   .arg(m_leftovers.size()));
-    emit leftoversChanged();
 }
 
 QCoro::Task<void> RecoveryFiles::open(Leftover leftover)
 {
     const auto life = m_life.watch();
-    using Copy = std::pair<QJsonObject, DocumentPlace>;
-    const std::function<Copy()> work = [file = leftover.file] {
-        const QJsonObject content = readCopy(file);
-        return Copy{content, placeIn(content)};
+    const std::function<std::optional<RecoveryCopy>()> read = [file = leftover.file] {
+        auto copy = RecoveryCopy::read(file);
+        if (copy && copy->place.kind == DocumentPlace::Kind::Local) {
+            copy->place = copy->place.resolved();
+            if (copy->isSaved())
+                copy->savedText = copy->fileText;
+        }
+        return copy;
     };
-    const auto copy = co_await m_background.run(work);
-    if (!life || !copy)
+    const auto result = co_await m_background.run(read);
+    if (!life || !result)
         co_return;
-    const auto &[content, place] = *copy;
-    forget(leftover.file);
-    if (content.isEmpty()) {
+    forget({leftover.file});
+    const auto &copy = *result;
+    if (!copy) {
         m_shell.appendError(
             QStringLiteral("Cannot open %1: it is not there any more.").arg(leftover.name));
         co_return;
     }
-    const QUuid id =
-        m_documents.openUnsaved(content[nameKey].toString(), place, content[textKey].toString());
-    m_kept[id] = leftover.file; // which goes when the document has its own copy
-    noteChange(id);
+    EditorFile *open = m_documents.fileAt(copy->place);
+    if (open && !open->isModified()) {
+        open->setContent(DocumentText::fromFile(copy->fileText).content);
+        m_documents.select(open->id());
+    } else {
+        const DocumentPlace place = open ? DocumentPlace() : copy->place;
+        open = m_documents.file(m_documents.openUnsaved(copy->name, place, copy->fileText));
+        if (copy->savedText && place == copy->place)
+            open->setSavedText(DocumentText::fromFile(*copy->savedText));
+    }
+    m_kept[open->id()] = leftover.file; // removed when the document has its own recovery file
+    noteChange(open->id());
 }
 
-void RecoveryFiles::forget(const QString &file)
+QCoro::Task<void> RecoveryFiles::discard(QList<Leftover> leftovers)
 {
-    m_leftovers.removeIf([&file](const Leftover &leftover) { return leftover.file == file; });
-    emit leftoversChanged();
+    QStringList files;
+    for (const Leftover &leftover : leftovers)
+        files << leftover.file;
+    forget(files);
+    const std::function<bool()> remove = [files] {
+        return std::ranges::all_of(files, [](const QString &file) { return QFile::remove(file); });
+    };
+    co_await m_writer.run(remove);
+}
+
+void RecoveryFiles::forget(const QStringList &files)
+{
+    const auto isForgotten = [&files](const Leftover &leftover) {
+        return files.contains(leftover.file);
+    };
+    if (m_leftovers.removeIf(isForgotten) > 0)
+        emit leftoversChanged();
 }
 
 } // namespace Korvane

@@ -21,13 +21,14 @@ namespace Korvane {
 class OpenFiles;
 class ShellSink;
 
-/// Keeps a copy of every document that is not saved, so that no end of the program takes the work
-/// with it: neither a crash nor being closed, which asks nothing and saves nothing.
+/// Keeps a recovery file for every document with unsaved text, so that neither a crash nor the end
+/// of the program loses it.
 ///
-/// The copies of a running program lie in a folder of its own, which it holds locked; they follow
-/// the edits half a second later and go when their document is saved or closed. What an ended
-/// program left behind is offered by the next one, until it is opened or ever so many newer ones
-/// came. Main thread; the disk is read and written on others.
+/// The recovery files are in a private folder of the running program, which holds a lock in it.
+/// They are written half a second after an edit and when this is destroyed, and removed when their
+/// document is saved or closed. Those of earlier programs (leftovers) are offered until they are
+/// opened or discarded; the latest `keptLeftovers` are kept. Main thread only; the disk is read and
+/// written in the background.
 class RecoveryFiles final : public QObject
 {
     Q_OBJECT
@@ -35,29 +36,40 @@ class RecoveryFiles final : public QObject
 public:
     static constexpr qsizetype keptLeftovers = 50;
 
-    /// What an ended program left behind.
+    /// A recovery file of an earlier program.
     struct Leftover
     {
+        /// The document's name.
         QString name;
-        /// Where its document was saved, on this computer or on the board; may be empty.
+        /// Where the document was saved, locally or on the board; may be empty.
         QString place;
         QDateTime editedAt;
-        /// The copy.
+        /// The path of the recovery file.
         QString file;
     };
 
     /// $XDG_STATE_HOME/korvane/unsaved, by default below ~/.local/state.
     [[nodiscard]] static QString defaultFolder();
 
-    /// Looks for what was left behind, and says so in the Shell. Both must outlive this.
+    /// Starts to look for leftovers and reports their number in the Shell. \p documents and
+    /// \p shell must outlive this.
     RecoveryFiles(OpenFiles &documents, ShellSink &shell, const QString &folder,
                   QObject *parent = nullptr);
+    /// Writes what is pending and waits for it, at most for two seconds.
     ~RecoveryFiles() override;
 
     /// The latest first.
     [[nodiscard]] const QList<Leftover> &leftovers() const { return m_leftovers; }
-    /// Opens it as a document with unsaved edits, which looks after the text from then on.
+    /// Opens it as a document with unsaved text, which knows what its file held when it was last
+    /// saved. If the file is already open without edits, its document gets the text as an edit; if
+    /// it has edits, the text becomes a document that is not saved anywhere.
     QCoro::Task<void> open(Leftover leftover);
+    /// Deletes the recovery files.
+    QCoro::Task<void> discard(QList<Leftover> leftovers);
+    /// Writes what is pending now, and removes the recovery files of documents that are saved or
+    /// closed. Ends when all of that, and what was being written before, is on the disk; a failure
+    /// is reported in the Shell.
+    QCoro::Task<void> flush();
 
 signals:
     void leftoversChanged();
@@ -68,23 +80,23 @@ private:
     void follow();
     void noteChange(const QUuid &id);
     [[nodiscard]] QList<Change> takeChanges();
-    QCoro::Task<void> write();
     QCoro::Task<void> findLeftovers();
-    void forget(const QString &file);
+    void forget(const QStringList &files);
 
     OpenFiles &m_documents;
     ShellSink &m_shell;
     const QString m_folder;
     const QString m_session;
     const std::shared_ptr<QLockFile> m_lock;
-    QTimer m_pause;
+    QTimer m_writeDelay;
     QSet<QUuid> m_changed;
-    /// Documents that have a copy, with the leftover that they came from, if any.
+    /// Documents that have a recovery file, with the leftover that they came from, if any.
     QHash<QUuid, QString> m_kept;
-    bool m_isWriting = false;
     bool m_saidFailure = false;
     QList<Leftover> m_leftovers;
     Background m_background;
+    /// Has one thread, so that writes are done in the order of their calls.
+    Background m_writer{1};
     Lifetime m_life;
 };
 

@@ -1,7 +1,5 @@
 #include "base/Background.h"
 #include "base/LocalFile.h"
-#include "base/NaturalOrder.h"
-#include "base/Records.h"
 #include "support/Files.h"
 
 #include <QTemporaryDir>
@@ -123,20 +121,6 @@ private slots:
         }
     }
 
-    void sortsAsFileManagersDo()
-    {
-        QList<FileNode> nodes;
-        for (const char *name : {"b.py", "a10.txt", "a2.txt", "B1.py", "Äpfel.py", "/z", "/A"})
-            nodes.append({.name = QString::fromUtf8(name).remove(u'/'),
-                          .path = {},
-                          .isDirectory = name[0] == '/'});
-        NaturalOrder().sortFoldersFirst(nodes);
-        QStringList names;
-        for (const FileNode &node : nodes)
-            names << node.name;
-        QCOMPARE(names.join(u' '), u"A z a2.txt a10.txt Äpfel.py b.py B1.py"_s);
-    }
-
     void leavesWorkBehindThatDoesNotEnd()
     {
         QStringList log;
@@ -149,7 +133,7 @@ private slots:
             return 1;
         };
         const std::function<int()> quick = [] { return 2; };
-        auto background = std::make_unique<Background>(10ms);
+        auto background = std::make_unique<Background>(2, 10ms);
         const auto first = collect(*background, endless, log);
         const auto second = collect(*background, quick, log);
         QTRY_COMPARE(log, QStringList{u"result"_s}); // the loop went on meanwhile

@@ -59,7 +59,7 @@ KorvaneApp::KorvaneApp()
                                                       RecoveryFiles::defaultFolder());
     makeWindow();
     m_prompts.setWindow(m_window.get());
-    new RecoveryFilesMenu(*m_unsavedCopies,
+    new RecoveryFilesMenu(*m_unsavedCopies, m_prompts,
                           *m_window->findChild<QMenu *>(QStringLiteral("viewMenu")));
     new WindowState(WindowState::defaultPath(), *m_window); // the window's own
 }

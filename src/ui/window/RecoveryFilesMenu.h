@@ -1,24 +1,33 @@
 #pragma once
 
+#include "base/Lifetime.h"
+#include "document/RecoveryFiles.h"
+
+#include <QCoro/QCoroTask>
 #include <QMenu>
 
 namespace Korvane {
 
-class RecoveryFiles;
+class UserPrompts;
 
-/// The submenu of View with what earlier sessions left unsaved; there is none when that is nothing.
+/// The submenu of View with the recovery files of earlier programs, to open them or, after a
+/// question, to discard one or all. Hidden when there are none.
 class RecoveryFilesMenu final : public QMenu
 {
     Q_OBJECT
 
 public:
-    /// Adds itself to \p view, which owns it. \p copies must outlive this.
-    RecoveryFilesMenu(RecoveryFiles &copies, QMenu &view);
+    /// Adds itself to \p view, which owns it. \p recovery and \p prompts must outlive this.
+    RecoveryFilesMenu(RecoveryFiles &recovery, UserPrompts &prompts, QMenu &view);
 
 private:
     void fill();
+    QCoro::Task<void> discard(QList<RecoveryFiles::Leftover> leftovers);
 
-    RecoveryFiles &m_copies;
+    RecoveryFiles &m_recovery;
+    UserPrompts &m_prompts;
+    QMenu *m_discardMenu;
+    Lifetime m_life;
 };
 
 } // namespace Korvane

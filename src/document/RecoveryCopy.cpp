@@ -1,0 +1,116 @@
+#include "document/RecoveryCopy.h"
+
+#include "base/LocalFile.h"
+
+#include <QDir>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLockFile>
+
+namespace Korvane {
+
+namespace {
+
+const QString nameKey = QStringLiteral("name");
+const QString pathKey = QStringLiteral("path");
+const QString devicePathKey = QStringLiteral("devicePath");
+const QString boardKey = QStringLiteral("board");
+const QString textKey = QStringLiteral("text");
+const QString savedTextKey = QStringLiteral("savedText");
+const QString suffix = QStringLiteral(".json");
+
+constexpr auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
+
+DocumentPlace placeIn(const QJsonObject &copy)
+{
+    if (const QString path = copy[pathKey].toString(); !path.isEmpty())
+        return DocumentPlace::local(path);
+    if (const QString path = copy[devicePathKey].toString(); !path.isEmpty())
+        return DocumentPlace::onBoard(copy[boardKey].toString(), path);
+    return {};
+}
+
+} // namespace
+
+std::optional<RecoveryCopy> RecoveryCopy::read(const QString &file)
+{
+    const auto bytes = LocalFile::read(file);
+    const QJsonObject content = bytes ? QJsonDocument::fromJson(*bytes).object() : QJsonObject();
+    if (content.isEmpty())
+        return std::nullopt;
+    RecoveryCopy copy{content[nameKey].toString(), placeIn(content), content[textKey].toString(),
+                      std::nullopt};
+    if (content.contains(savedTextKey))
+        copy.savedText = content[savedTextKey].toString();
+    return copy;
+}
+
+Result<void> RecoveryCopy::write(const QString &file) const
+{
+    const bool isOnBoard = place.kind == DocumentPlace::Kind::Board;
+    QJsonObject content{{nameKey, name},
+                        {pathKey, isOnBoard ? QString() : place.path},
+                        {devicePathKey, isOnBoard ? place.path : QString()},
+                        {boardKey, place.board},
+                        {textKey, fileText}};
+    if (savedText)
+        content[savedTextKey] = *savedText;
+    return LocalFile::writeAtomically(file, QJsonDocument(content).toJson(QJsonDocument::Compact),
+                                      LocalFile::Access::OwnerOnly);
+}
+
+bool RecoveryCopy::isSaved() const
+{
+    if (place.kind != DocumentPlace::Kind::Local)
+        return false;
+    const auto onDisk = LocalFile::readText(place.path);
+    return onDisk && *onDisk == fileText;
+}
+
+namespace RecoveryFolder {
+
+void makePrivate(const QString &folder)
+{
+    QDir().mkpath(folder);
+    QFile::setPermissions(folder, ownerOnly | QFile::ExeOwner);
+}
+
+QFileInfoList copies(const QString &folder)
+{
+    return QDir(folder).entryInfoList({u'*' + suffix}, QDir::Files, QDir::Time);
+}
+
+QString copyPath(const QString &folder, const QString &documentID)
+{
+    return folder + u'/' + documentID + suffix;
+}
+
+QString lockPath(const QString &folder)
+{
+    return folder + QStringLiteral("/lock");
+}
+
+void adoptEnded(const QString &folder)
+{
+    if (!QDir(folder).exists())
+        return;
+    makePrivate(folder);
+    const QFileInfoList sessions =
+        QDir(folder).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks);
+    for (const QFileInfo &session : sessions) {
+        QLockFile lock(lockPath(session.filePath()));
+        lock.setStaleLockTime(0); // a lock does not expire while its program runs
+        if (!lock.tryLock(0))
+            continue;
+        for (const QFileInfo &copy : copies(session.filePath()))
+            QFile::rename(copy.filePath(), folder + u'/' + copy.fileName());
+        lock.unlock();
+        QDir().rmdir(session.filePath());
+    }
+    for (const QFileInfo &copy : copies(folder))
+        QFile::setPermissions(copy.filePath(), ownerOnly);
+}
+
+} // namespace RecoveryFolder
+
+} // namespace Korvane
