@@ -75,12 +75,16 @@ bool measureRewriting()
 /// Just enough of a program to debug with.
 struct Runner final : DeviceLinkClient, ShellSink
 {
-    DeviceLink link{*this};
+    DeviceLink link;
     ProgramRun run{link, *this};
     DebugSession session{link, run, *this};
     QString output;
 
-    Runner() { link.setClient(this); }
+    explicit Runner(const QString &port)
+        : link(*this, {.extraPorts = port})
+    {
+        link.setClient(this);
+    }
 
     void appendLine(const QString &text, REPLLine::Kind kind) override
     {
@@ -138,7 +142,7 @@ const QString timed = u"start = time.ticks_ms()\n"
 
 bool measureRuns(const QString &port)
 {
-    Runner runner;
+    Runner runner(port);
     runner.link.connectDevice(port);
     for (const auto &[name, program] : {std::pair{"a tight loop", tightLoop}, {"calls", calls}}) {
         QList<double> plain;

@@ -63,7 +63,7 @@ QCoro::Task<void> AppState::runCurrentFile()
 void AppState::stopRun()
 {
     if (m_link.connectionState().isConnected())
-        m_link.serial().write("\x03");
+        m_link.serial().writeUrgent("\x03");
     else
         m_runner.interrupt();
     setRunning(false);

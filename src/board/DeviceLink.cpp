@@ -30,7 +30,10 @@ DeviceLink::DeviceLink(ShellSink &shell, SerialPortManager::Roots roots, QObject
     : QObject(parent)
     , m_shell(shell)
     , m_roots(std::move(roots))
+    , m_portWatcher(m_roots)
 {
+    connect(&m_portWatcher, &PortWatcher::changed, this, &DeviceLink::refreshPorts);
+    connect(&m_serial, &SerialPortManager::writeFailed, this, &DeviceLink::handleWriteFailure);
 }
 
 DeviceLink::~DeviceLink()
@@ -65,7 +68,7 @@ void DeviceLink::connectDevice(const QString &port)
     }
     m_connectionState = DeviceConnectionState::connecting();
     emit connectionStateChanged();
-    if (const auto opened = m_serial.open(port, baudRate); !opened) {
+    if (const auto opened = m_serial.open(port, baudRate, m_roots); !opened) {
         m_connectionState = DeviceConnectionState::disconnected();
         m_shell.appendError(QStringLiteral("Connection failed: ") + opened.error().message);
         emit connectionStateChanged();
@@ -103,6 +106,18 @@ void DeviceLink::startDeviceReader()
     m_client->deviceReaderStarting();
     m_serial.startReading([this](const QByteArray &chunk) { m_client->handleDeviceData(chunk); },
                           [this] { handleDeviceLost(); });
+}
+
+void DeviceLink::handleWriteFailure(const Error &error)
+{
+    RawReplExchange *command = m_lineOwner;
+    if (!command) {
+        m_shell.appendError(error.message);
+        return;
+    }
+    // It writes nothing more to a board that accepts nothing.
+    cutOffCommand();
+    command->fail(error);
 }
 
 void DeviceLink::handleDeviceLost()
@@ -174,6 +189,7 @@ void DeviceLink::cutOffCommand()
     if (!m_lineOwner)
         return;
     m_lineOwner->leaveLine();
+    m_serial.discardPendingOutput();
     m_serial.setDataInterceptor({});
 }
 

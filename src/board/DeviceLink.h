@@ -5,6 +5,7 @@
 #include "base/Result.h"
 #include "board/BoardRecords.h"
 #include "board/DeviceLinkClient.h"
+#include "serial/PortWatcher.h"
 #include "serial/SerialPortManager.h"
 
 #include <QCoro/QCoroTask>
@@ -50,6 +51,7 @@ public:
     /// of your own only after taking the line.
     void setDeviceCommandInFlight(bool isInFlight);
 
+    /// Lists the ports now. The list also follows boards that are plugged in and unplugged.
     void refreshPorts();
     /// The outcome is in the Shell and in connectionState(). Does nothing unless disconnected.
     void connectDevice(const QString &port);
@@ -76,6 +78,7 @@ signals:
 
 private:
     void startDeviceReader();
+    void handleWriteFailure(const Error &error);
     void handleDeviceLost();
     void endLink(const QString &notice);
     void cutOffCommand();
@@ -83,6 +86,7 @@ private:
 
     ShellSink &m_shell;
     SerialPortManager::Roots m_roots;
+    PortWatcher m_portWatcher;
     DeviceLinkClient *m_client = nullptr;
     SerialPortManager m_serial;
     DeviceConnectionState m_connectionState = DeviceConnectionState::disconnected();

@@ -49,6 +49,11 @@ void RawReplExchange::leaveLine()
     m_handshake.mute();
 }
 
+void RawReplExchange::fail(const Error &error)
+{
+    finish(error);
+}
+
 void RawReplExchange::take(const QByteArray &chunk)
 {
     if (m_phase == Phase::Entering) {
@@ -66,8 +71,7 @@ void RawReplExchange::take(const QByteArray &chunk)
 void RawReplExchange::sendProgram()
 {
     m_phase = Phase::Running;
-    m_serial.write(m_code);
-    m_serial.write("\x04");
+    m_serial.write(m_code + '\x04');
 }
 
 void RawReplExchange::finish(Result<DeviceExecution> result)
@@ -76,6 +80,9 @@ void RawReplExchange::finish(Result<DeviceExecution> result)
         return;
     m_handshake.stop();
     if (!m_hasLeftLine) {
+        // A program that the board has not received whole never runs: Ctrl-B drops it there.
+        if (!result)
+            m_serial.discardPendingOutput();
         m_serial.setDataInterceptor({});
         m_serial.write("\x02");
     }

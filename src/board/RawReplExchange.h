@@ -34,6 +34,8 @@ public:
     /// The line has got another user, or is another one: writes nothing more and leaves the
     /// interceptor alone. The end still comes in its time.
     void leaveLine();
+    /// Ends at once with \p error.
+    void fail(const Error &error);
 
     /// `co_await exchange.result()`: nothing when the exchange is destroyed before its end.
     [[nodiscard]] auto result() { return m_result.wait(); }

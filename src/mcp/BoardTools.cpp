@@ -9,12 +9,9 @@
 #include "mcp/MCPToolError.h"
 #include "mcp/ToolDefinitions.h"
 
-#include <QFile>
-
 #include <algorithm>
 #include <cmath>
 #include <iterator>
-#include <sys/stat.h>
 #include <utility>
 
 namespace Korvane {
@@ -64,14 +61,6 @@ QString optional(const ToolArguments &arguments, const QString &key, const QStri
 QString statusScript()
 {
     return pythonResource(QLatin1StringView("mcp/scripts/status.py"));
-}
-
-/// An assistant may name any path, and what is opened is also written to: an ordinary file must
-/// not be taken for a board.
-bool isDevice(const QString &path)
-{
-    struct stat status = {};
-    return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISCHR(status.st_mode);
 }
 
 QString describe(const QString &folder, const QList<DeviceFileNode> &children)
@@ -214,10 +203,6 @@ BoardTools::Answer BoardTools::connectDevice(ToolArguments arguments, CallStop)
         if (ports.size() > 1)
             co_return MCPToolError::severalPorts(ports);
         port = ports.first();
-    }
-    if (QFile::exists(port) && !isDevice(port)) {
-        m_state.errors().report({ErrorCode::SerialPort, u"Connection failed: Not a serial port"_s});
-        co_return MCPToolError::notOpened(port);
     }
     link.connectDevice(port);
     if (!isConnected())

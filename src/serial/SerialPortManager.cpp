@@ -9,12 +9,13 @@
 #include <QFileInfo>
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <termios.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -96,6 +97,11 @@ void release(int descriptor)
     ::flock(descriptor, LOCK_UN);
 }
 
+Error openError(int code, const QString &text)
+{
+    return {ErrorCode::SerialPort, text, {}, code};
+}
+
 QString firstLine(const QString &path)
 {
     QFile file(path);
@@ -121,6 +127,8 @@ bool isRealPort(const QString &ttyFolder)
 SerialPortManager::SerialPortManager(QObject *parent)
     : QObject(parent)
 {
+    connect(&m_writer, &SerialWriter::drained, this, &SerialPortManager::outputDrained);
+    connect(&m_writer, &SerialWriter::failed, this, &SerialPortManager::writeFailed);
     m_batchPause.setSingleShot(true);
     m_batchPause.setTimerType(Qt::PreciseTimer);
     connect(&m_batchPause, &QTimer::timeout, this, [this] {
@@ -154,6 +162,15 @@ QStringList SerialPortManager::listPorts(const Roots &roots)
     return ports;
 }
 
+bool SerialPortManager::isSerialPort(const QString &path, const Roots &roots)
+{
+    const QString device = QFileInfo(path).canonicalFilePath();
+    const QStringList ports = listPorts(roots);
+    return std::any_of(ports.begin(), ports.end(), [&](const QString &port) {
+        return QFileInfo(port).canonicalFilePath() == device;
+    });
+}
+
 QString SerialPortManager::serialNumber(const QString &port, const Roots &roots)
 {
     const QString root = QFileInfo(roots.sysfs).canonicalFilePath();
@@ -175,17 +192,27 @@ QString SerialPortManager::serialNumber(const QString &port, const Roots &roots)
     return {};
 }
 
-Result<void> SerialPortManager::open(const QString &path, int baudRate)
+Result<void> SerialPortManager::open(const QString &path, int baudRate, const Roots &roots)
 {
+    const QString notASerialPort = QStringLiteral("Not a serial port");
+    // Before opening: that alone has effects on some devices.
+    if (QFileInfo::exists(path) && !isSerialPort(path, roots))
+        return openError(ENOTTY, notASerialPort);
     // Children must not inherit the port: a Python program left behind would keep it busy.
     FileDescriptor port(
         ::open(QFile::encodeName(path).constData(), O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    const int code = port.isValid() ? acquire(port.get()) : errno;
-    if (code != 0)
-        return Error{ErrorCode::SerialPort, systemErrorText(code), {}, code};
+    if (!port.isValid()) {
+        const int code = errno;
+        return openError(code, systemErrorText(code));
+    }
+    if (::isatty(port.get()) == 0) // an extra port may be any file
+        return openError(ENOTTY, notASerialPort);
+    if (const int code = acquire(port.get()); code != 0)
+        return openError(code, systemErrorText(code));
     makeRaw(port.get(), baudRate);
     close();
     m_port = std::move(port);
+    m_writer.start(m_port.get());
     return {};
 }
 
@@ -215,24 +242,6 @@ void SerialPortManager::startReading(DataCallback onData, std::function<void()> 
         m_batchPause.start(0ms); // finds the port lost
 }
 
-bool SerialPortManager::write(QByteArrayView bytes)
-{
-    if (!isOpen())
-        return false;
-    while (!bytes.isEmpty()) {
-        const ssize_t count =
-            ::write(m_port.get(), bytes.data(), static_cast<std::size_t>(bytes.size()));
-        if (count > 0) {
-            bytes = bytes.sliced(count);
-            continue;
-        }
-        const bool mayGoOn = count < 0 && (errno == EAGAIN || errno == EINTR);
-        if (!mayGoOn || !waitUntilWritable())
-            return false;
-    }
-    return true;
-}
-
 void SerialPortManager::close()
 {
     m_batchPause.stop();
@@ -242,6 +251,7 @@ void SerialPortManager::close()
     m_onDisconnect = {};
     if (!m_port.isValid())
         return;
+    m_writer.stop();
     release(m_port.get());
     m_port.reset();
 }
@@ -297,19 +307,6 @@ void SerialPortManager::losePort()
     close();
     if (onDisconnect)
         onDisconnect();
-}
-
-bool SerialPortManager::waitUntilWritable()
-{
-    const QDeadlineTimer deadline(m_writeDrainTimeout);
-    pollfd wait{m_port.get(), POLLOUT, 0};
-    while (true) {
-        const int ready = ::poll(&wait, 1, static_cast<int>(deadline.remainingTime()));
-        // A signal ends the poll, but says nothing about the port.
-        if (ready < 0 && errno == EINTR && !deadline.hasExpired())
-            continue;
-        return ready > 0;
-    }
 }
 
 } // namespace Korvane

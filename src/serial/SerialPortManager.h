@@ -3,6 +3,7 @@
 #include "base/FileDescriptor.h"
 #include "base/Lifetime.h"
 #include "base/Result.h"
+#include "serial/SerialWriter.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
@@ -46,15 +47,17 @@ public:
 
     /// The serial devices of the system, sorted, each once; empty when sysfs cannot be read.
     [[nodiscard]] static QStringList listPorts(const Roots &roots);
+    /// Whether \p path is one of listPorts(), or a link to one.
+    [[nodiscard]] static bool isSerialPort(const QString &path, const Roots &roots);
     /// The serial number of the USB device that \p port belongs to; empty for other ports and for
     /// devices that have none.
     [[nodiscard]] static QString serialNumber(const QString &port, const Roots &roots);
 
     /// Opens \p path as 8-N-1 without any translation, for this program alone until close(). An
-    /// error of code `SerialPort` keeps errno (EBUSY for a port that another program uses) and its
-    /// text, and leaves everything as it was; a port that was open is closed once the new one is
-    /// open.
-    [[nodiscard]] Result<void> open(const QString &path, int baudRate);
+    /// error of code `SerialPort` keeps errno and its text: EBUSY for a port that another program
+    /// uses, ENOTTY ("Not a serial port") for a path that isSerialPort() refuses. An error leaves
+    /// everything as it was; a port that was open is closed once the new one is open.
+    [[nodiscard]] Result<void> open(const QString &path, int baudRate, const Roots &roots);
 
     /// Delivers each chunk that arrives (at most 4096 bytes, in order) to the interceptor set at
     /// that moment, otherwise to \p onData. When the port is lost, after all data, it is
@@ -62,9 +65,14 @@ public:
     /// again, what has not been delivered yet goes to the new callbacks.
     void startReading(DataCallback onData, std::function<void()> onDisconnect);
 
-    /// True when the driver took every byte. Blocks while the driver's queue is full, and gives
-    /// up when it takes nothing for writeDrainTimeout.
-    bool write(QByteArrayView bytes);
+    /// Accepts the bytes for writing and returns at once. They are handed to the driver at once
+    /// where it has room, otherwise by the event loop, in the order of the calls. False, with
+    /// nothing queued, when the port is closed or the driver refuses the write. See writeFailed().
+    bool write(QByteArrayView bytes) { return m_writer.write(bytes); }
+    /// The same, ahead of what is queued, but never inside the bytes of one call: for Ctrl-C.
+    bool writeUrgent(QByteArrayView bytes) { return m_writer.writeUrgent(bytes); }
+    /// Drops the queued bytes, also the rest of a call whose first bytes the driver has accepted.
+    void discardPendingOutput() { m_writer.discardPending(); }
 
     /// Ends reading, drops what has not been delivered and what the driver has not sent, closes the
     /// port. Does nothing when closed; keeps the interceptor.
@@ -73,20 +81,32 @@ public:
     /// There is one interceptor: a second call replaces the first. An empty one clears it.
     void setDataInterceptor(DataCallback interceptor);
     /// For tests, which can't wait two seconds for each stall.
-    void setWriteDrainTimeout(std::chrono::milliseconds timeout) { m_writeDrainTimeout = timeout; }
+    void setWriteDrainTimeout(std::chrono::milliseconds timeout)
+    {
+        m_writer.setStallTimeout(timeout);
+    }
 
     [[nodiscard]] bool isOpen() const { return m_port.isValid(); }
     [[nodiscard]] int fileDescriptor() const { return m_port.get(); }
     [[nodiscard]] bool isReading() const { return m_reader != nullptr; }
+    /// Number of accepted bytes that the driver has not taken yet.
+    [[nodiscard]] qsizetype pendingBytes() const { return m_writer.pendingBytes(); }
+
+signals:
+    /// pendingBytes() has become 0; emitted from the event loop, not within write(). A transfer
+    /// that sends its next piece then keeps the queue short.
+    void outputDrained();
+    /// The driver took nothing for 2 s while something was queued, or refused it. What was queued
+    /// has been dropped; the port stays open. Emitted from the event loop.
+    void writeFailed(const Korvane::Error &error);
 
 private:
     void deliverWaiting();
     void deliver(const QByteArray &chunk);
     void losePort();
-    bool waitUntilWritable();
 
-    std::chrono::milliseconds m_writeDrainTimeout{2000};
     FileDescriptor m_port;
+    SerialWriter m_writer;
     FileDescriptor m_wake;                       // readable while the reader has chunks for us
     std::unique_ptr<QSocketNotifier> m_notifier; // watches m_wake
     QTimer m_batchPause; // between two batches, when the board sends faster than we deliver

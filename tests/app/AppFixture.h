@@ -16,12 +16,13 @@ namespace Korvane {
 /// The whole program below its window, without the ports and settings of this computer.
 struct AppFixture
 {
-    explicit AppFixture(const QStringList &interpreters = PythonRunner::defaultInterpreters())
+    explicit AppFixture(const QStringList &interpreters = PythonRunner::defaultInterpreters(),
+                        const SerialPortManager::Roots &ports = TestPort::roots())
         : state(std::make_unique<AppState>(AppState::Dependencies{
             .settings = settings,
             .prompts = prompts,
             .interpreters = interpreters,
-            .serialRoots = {folder.path(), folder.path(), {}},
+            .serialRoots = ports,
         }))
     {
     }

@@ -3,6 +3,7 @@
 #include "base/ShellSink.h"
 #include "board/BoardRecords.h"
 #include "board/DeviceLink.h"
+#include "support/TestPort.h"
 
 #include <QCoro/QCoroTask>
 
@@ -15,7 +16,7 @@ struct LinkFixture final : ShellSink, DeviceLinkClient
     QByteArray data;
     bool isProgramRunning = false;
     bool isPaused = false;
-    std::unique_ptr<DeviceLink> link = std::make_unique<DeviceLink>(*this);
+    std::unique_ptr<DeviceLink> link = std::make_unique<DeviceLink>(*this, TestPort::roots());
 
     LinkFixture() { link->setClient(this); }
 

@@ -107,7 +107,7 @@ private slots:
         const auto failed = run("Trace\r\n \tOSError: 2 \r\n\r\n");
         QVERIFY(!failed);
         QCOMPARE(failed.error().code, ErrorCode::Remote);
-        QCOMPARE(failed.error().message, u"OSError: 2"_s);
+        QCOMPARE(failed.error().message, u"No such file or directory"_s);
         QCOMPARE(failed.error().detail, u"Trace\n \tOSError: 2 \n\n"_s);
         QCOMPARE(run("\r\n").error().message, QString());
         const auto fine = run({});
@@ -245,6 +245,24 @@ private slots:
         QCOMPARE(c.board.transcript(), u"^Ax^D"_s);
         c.fixture.isProgramRunning = false;
         QCOMPARE(told(awaited(std::move(queued))), u"y|"_s);
+    }
+
+    void endsACommandThatTheBoardDoesNotAccept()
+    {
+        PtyPair line;
+        const TestPort port;
+        port.linkTo(line.slavePath());
+        LinkFixture fixture;
+        QVERIFY(fixture.connectTo(port.path()));
+        fixture.link->serial().setWriteDrainTimeout(100ms);
+        line.write(ScriptedBoard::banner);
+        const QString error = u"error: The board has accepted no data for 0.1 s"_s;
+        QCOMPARE(told(awaited(fixture.run(QByteArray(1 << 20, 'x').constData()))), error);
+        QVERIFY(fixture.isAtRest());
+        QVERIFY(!fixture.log.contains(error));
+        // Without a command to tell, the Shell has it.
+        fixture.link->serial().write(QByteArray(1 << 20, 'x'));
+        QTRY_VERIFY(fixture.log.contains(error));
     }
 
     void comesBackFromALossAtEveryByte()

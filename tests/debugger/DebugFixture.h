@@ -5,6 +5,7 @@
 #include "board/ProgramRun.h"
 #include "debugger/DebugSession.h"
 #include "support/RecordingShell.h"
+#include "support/TestPort.h"
 
 #include <QObject>
 #include <QTest>
@@ -15,7 +16,7 @@ namespace Korvane {
 struct DebugFixture final : DeviceLinkClient
 {
     RecordingShell shell;
-    DeviceLink link{shell};
+    DeviceLink link{shell, TestPort::roots()};
     std::unique_ptr<ProgramRun> run = std::make_unique<ProgramRun>(link, shell);
     DebugSession session{link, *run, shell};
     /// What the run has signalled, in order, with "running" and "free" for the flag.

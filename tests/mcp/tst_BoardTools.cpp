@@ -14,8 +14,9 @@ namespace {
 /// A fixture with the tools in it.
 struct Toolbox : AppFixture
 {
-    Toolbox()
-        : tools(std::make_unique<BoardTools>(*state))
+    explicit Toolbox(const SerialPortManager::Roots &ports = TestPort::roots())
+        : AppFixture(PythonRunner::defaultInterpreters(), ports)
+        , tools(std::make_unique<BoardTools>(*state))
     {
         state->shell().clear();
     }
@@ -77,7 +78,7 @@ private slots:
 
     void answersWithoutABoard()
     {
-        Toolbox box;
+        Toolbox box({{}, {}, {}});
         const auto check = [&](const QByteArray &line, const QByteArray &answer,
                                const QByteArray &logged = {}) {
             box.state->shell().clear();
@@ -102,7 +103,7 @@ private slots:
 
     void tellsTheStateAndOpensText()
     {
-        Toolbox box;
+        Toolbox box({{}, {}, {}});
         box.state->localFiles().setLocalWorkingDir(box.folder.path());
         const QByteArray status = "Connection: Not Connected\nAvailable ports: none\n"
                                   "Device directory: /\nLocal directory: "

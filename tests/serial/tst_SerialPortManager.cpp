@@ -1,8 +1,11 @@
 #include "serial/SerialPortManager.h"
+
+#include "serial/PortWatcher.h"
 #include "support/Files.h"
 #include "support/PtyPair.h"
 
 #include <QElapsedTimer>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -11,9 +14,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <memory>
 #include <thread>
+#include <tuple>
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
@@ -31,6 +34,16 @@ QByteArray pattern(qsizetype length)
     return bytes;
 }
 
+Result<void> openPort(SerialPortManager &manager, const QString &path, const QString &ports)
+{
+    return manager.open(path, baudRate, {u"/nowhere"_s, u"/nowhere"_s, ports});
+}
+
+Result<void> openPort(SerialPortManager &manager, const PtyPair &line)
+{
+    return openPort(manager, line.slavePath(), line.slavePath());
+}
+
 /// A manager that reads from a pty, and what it has delivered.
 struct Reading
 {
@@ -44,7 +57,7 @@ struct Reading
 
     bool start()
     {
-        if (!manager->open(line.slavePath(), baudRate))
+        if (!openPort(*manager, line))
             return false;
         manager->startReading([this](const QByteArray &chunk) { data += chunk; },
                               [this] {
@@ -95,7 +108,7 @@ private slots:
         }
         const termios before = line.settings();
         SerialPortManager manager;
-        QVERIFY(manager.open(line.slavePath(), baudRate));
+        QVERIFY(openPort(manager, line));
 
         const termios settings = line.settings();
         QCOMPARE(settings.c_iflag,
@@ -116,26 +129,35 @@ private slots:
     void saysWhyAPortCannotBeOpened()
     {
         SerialPortManager manager;
-        const auto missing = manager.open(u"/no/such/port"_s, baudRate);
-        QVERIFY(!missing);
-        QCOMPARE(missing.error().code, ErrorCode::SerialPort);
-        QCOMPARE(missing.error().systemCode, ENOENT);
-        QCOMPARE(missing.error().message, QString::fromLocal8Bit(std::strerror(ENOENT)));
-        QCOMPARE(manager.fileDescriptor(), -1);
         QVERIFY2(!manager.write("x"), "a closed port took bytes");
         manager.startReading({}, {});
         QVERIFY(!manager.isReading());
-
         const PtyPair line;
-        QVERIFY(manager.open(line.slavePath(), baudRate));
+        QVERIFY(openPort(manager, line));
         const int descriptor = manager.fileDescriptor();
-        QVERIFY(!manager.open(QDir::tempPath(), baudRate));
-        QCOMPARE(manager.fileDescriptor(), descriptor);
+
+        const PtyPair terminal; // of another program
+        const QTemporaryDir folder;
+        const QString file = folder.filePath(u"file"_s);
+        put(file, "text");
+        for (const auto &[path, code, text] :
+             {std::tuple{u"/no/such/port"_s, ENOENT, "No such file or directory"},
+              {terminal.slavePath(), ENOTTY, "Not a serial port"},
+              {u"/dev/tty"_s, ENOTTY, "Not a serial port"},
+              {u"/dev/zero"_s, ENOTTY, "Not a serial port"}, // though it is named as a port
+              {file, ENOTTY, "Not a serial port"}}) {
+            const auto refused = openPort(manager, path, u"/dev/zero:"_s + file);
+            QVERIFY2(!refused, qPrintable(path));
+            QCOMPARE(refused.error().code, ErrorCode::SerialPort);
+            QCOMPARE(refused.error().systemCode, code);
+            QCOMPARE(refused.error().message, QString::fromLatin1(text));
+            QCOMPARE(manager.fileDescriptor(), descriptor);
+        }
 
         // One program at a time, whichever was first; also again after the first has closed it.
         SerialPortManager other;
         for (int round = 0; round < 2; ++round) {
-            const auto busy = other.open(line.slavePath(), baudRate);
+            const auto busy = openPort(other, line);
             QVERIFY2(!busy, "two programs have one port");
             QCOMPARE(busy.error().systemCode, EBUSY);
             QCOMPARE(busy.error().message, u"Device or resource busy"_s);
@@ -144,7 +166,7 @@ private slots:
             manager.close();
             QVERIFY(!manager.isOpen());
             QVERIFY2(!line.isExclusive(), "it stays closed to others");
-            QVERIFY(manager.open(line.slavePath(), baudRate));
+            QVERIFY(openPort(manager, line));
         }
     }
 
@@ -237,7 +259,7 @@ private slots:
             << Action([](Reading &reading) { reading.manager.reset(); }) << false << false;
         QTest::newRow("opens another port") << Action([](Reading &reading) {
             const PtyPair other;
-            QVERIFY(reading.manager->open(other.slavePath(), baudRate));
+            QVERIFY(openPort(*reading.manager, other));
         }) << false << true;
         QTest::newRow("starts reading anew") << Action([](Reading &reading) {
             const auto again = [&reading](const QByteArray &chunk) { reading.data += chunk; };
@@ -286,17 +308,78 @@ private slots:
         QCOMPARE(reading.losses, 1);
     }
 
-    void givesUpWritingToAPortThatTakesNothing()
+    void writesWithoutWaitingForThePort()
     {
         Reading reading;
         QVERIFY(reading.start());
-        reading.manager->setWriteDrainTimeout(150ms);
         QElapsedTimer sinceStart;
         sinceStart.start();
-        QVERIFY(!reading.manager->write(pattern(1 << 20)));
-        QVERIFY(sinceStart.elapsed() >= 150);
-        QVERIFY2(sinceStart.elapsed() < 2000, qPrintable(QString::number(sinceStart.elapsed())));
-        QVERIFY2(!reading.line.read().isEmpty(), "what was taken before stays written");
+        // More than the line takes at once, and an item that overtakes what has not been begun.
+        const QByteArray first = pattern(200'000);
+        const QByteArray second(100'000, 'b');
+        for (const QByteArray &item : {first, second})
+            QVERIFY(reading.manager->write(item));
+        for (const char *item : {"\3", "\4"})
+            QVERIFY(reading.manager->writeUrgent(item));
+        QVERIFY2(sinceStart.elapsed() < 100, qPrintable(QString::number(sinceStart.elapsed())));
+        QVERIFY(reading.manager->pendingBytes() > second.size());
+        QSignalSpy drained(reading.manager.get(), &SerialPortManager::outputDrained);
+        QByteArray received;
+        QTRY_VERIFY((received += reading.line.read()).size() == first.size() + second.size() + 2);
+        QVERIFY2(received == first + "\3\4" + second, "out of order, or an item cut in two");
+        QCOMPARE(drained.size(), 1);
+        QCOMPARE(reading.manager->pendingBytes(), 0);
+    }
+
+    void saysWhenThePortTakesNothing()
+    {
+        Reading reading;
+        QVERIFY(reading.start());
+        reading.manager->setWriteDrainTimeout(100ms);
+        QSignalSpy failed(reading.manager.get(), &SerialPortManager::writeFailed);
+        QElapsedTimer sinceProgress;
+        sinceProgress.start();
+        QVERIFY(reading.manager->write(pattern(1 << 20)));
+        // As long as it takes something, however little, it is not given up.
+        QByteArray received;
+        for (int round = 0; round < 4; ++round, sinceProgress.start()) {
+            QTest::qWait(60);
+            received += reading.line.read();
+        }
+        QVERIFY(failed.isEmpty());
+        QTRY_COMPARE(failed.size(), 1);
+        QVERIFY(sinceProgress.elapsed() >= 80);
+        QCOMPARE(failed[0][0].value<Error>().message,
+                 u"The board has accepted no data for 0.1 s"_s);
+        QCOMPARE(reading.manager->pendingBytes(), 0);
+        QVERIFY(reading.manager->isOpen());
+        received += reading.line.read();
+        QVERIFY(reading.manager->write("on"));
+        QTRY_VERIFY((received += reading.line.read()).endsWith("on"));
+        QVERIFY2(received.size() < 1 << 20, "what was dropped has been written");
+        QCOMPARE(failed.size(), 1);
+    }
+
+    void reportsPluggingAndUnplugging()
+    {
+        const QTemporaryDir folder;
+        const QString extra = folder.filePath(u"extra/port"_s);
+        const QString dev = folder.filePath(u"dev"_s);
+        put(folder.filePath(u"extra/other"_s), {});
+        QVERIFY(QDir().mkpath(dev));
+        PortWatcher watcher({u"/nowhere"_s, dev, extra});
+        QSignalSpy changed(&watcher, &PortWatcher::changed);
+        for (const QString &port : {dev + u"/ttyACM0"_s, extra}) {
+            put(port, {});
+            put(port + u'1', {});
+            QTRY_COMPARE(changed.size(), 1);
+            QFile::remove(port);
+            QTRY_COMPARE(changed.size(), 2);
+            changed.clear();
+        }
+        put(folder.filePath(u"extra/other2"_s), {});
+        QTest::qWait(200);
+        QCOMPARE(changed.size(), 0);
     }
 
     void listsTheSerialDevicesOfTheSystem()

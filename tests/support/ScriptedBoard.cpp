@@ -1,7 +1,5 @@
 #include "support/ScriptedBoard.h"
 
-#include <QFile>
-
 #include <utility>
 
 namespace Korvane {
@@ -50,8 +48,7 @@ void ScriptedBoard::plugIn()
     m_sendsLeft = m_receivesLeft = -1;
     m_sentBytes = 0;
     m_program.clear();
-    QFile::remove(port());
-    QFile::link(m_line->slavePath(), port());
+    m_port.linkTo(m_line->slavePath());
 }
 
 QString ScriptedBoard::transcript() const

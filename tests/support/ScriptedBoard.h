@@ -1,10 +1,10 @@
 #pragma once
 
 #include "support/PtyPair.h"
+#include "support/TestPort.h"
 
 #include <QObject>
 #include <QSocketNotifier>
-#include <QTemporaryDir>
 #include <QTimer>
 
 #include <chrono>
@@ -26,7 +26,7 @@ public:
     ScriptedBoard();
 
     /// Stays the same when the board is plugged in again.
-    [[nodiscard]] QString port() const { return m_folder.filePath(QStringLiteral("port")); }
+    [[nodiscard]] QString port() const { return m_port.path(); }
     [[nodiscard]] PtyPair &line() { return *m_line; }
 
     // What it answers
@@ -70,7 +70,7 @@ private:
     void takeByItself(char byte);
     void pump();
 
-    QTemporaryDir m_folder;
+    TestPort m_port;
     std::unique_ptr<PtyPair> m_line;
     std::unique_ptr<QSocketNotifier> m_notifier;
     QTimer m_pump;

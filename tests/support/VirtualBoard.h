@@ -1,9 +1,10 @@
 #pragma once
 
+#include "support/TestPort.h"
+
 #include <QProcess>
 #include <QString>
 #include <QStringList>
-#include <QTemporaryDir>
 
 namespace Korvane {
 
@@ -21,14 +22,14 @@ public:
     /// fetches what the board consists of.
     [[nodiscard]] bool start();
     /// Stays the same from start to start.
-    [[nodiscard]] QString port() const { return m_folder.filePath(QStringLiteral("port")); }
+    [[nodiscard]] QString port() const { return m_port.path(); }
     /// The board dies at once, and its port with it.
     void kill();
     [[nodiscard]] bool restart();
     [[nodiscard]] QString errorText() const { return m_errorText; }
 
 private:
-    QTemporaryDir m_folder;
+    TestPort m_port;
     QStringList m_options;
     QProcess m_process;
     qint64 m_boardId = 0;

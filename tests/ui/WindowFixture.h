@@ -4,6 +4,7 @@
 #include "support/MemorySettings.h"
 #include "support/ScriptedPrompts.h"
 #include "support/ShellLines.h"
+#include "support/TestPort.h"
 #include "ui/window/ContentView.h"
 #include "ui/window/KorvaneApp.h"
 
@@ -28,9 +29,10 @@ struct WindowFixture
             KorvaneApp::setUp(*qApp);
             qApp->setProperty("korvaneIsSetUp", true);
         }
-        AppState::Dependencies dependencies{.settings = settings,
-                                            .prompts = prompts,
-                                            .serialRoots = {folder.path(), folder.path(), ports}};
+        AppState::Dependencies dependencies{
+            .settings = settings, .prompts = prompts, .serialRoots = TestPort::roots()};
+        if (!ports.isEmpty())
+            dependencies.serialRoots.extraPorts = ports;
         if (python == Python::None)
             dependencies.interpreters.clear();
         app = std::make_unique<KorvaneApp>(std::move(dependencies));
