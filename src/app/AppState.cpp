@@ -27,7 +27,7 @@ AppState::AppState(Dependencies dependencies, QObject *parent)
     , m_prompts(dependencies.prompts)
     , m_runner(std::move(dependencies.interpreters))
     , m_link(m_shell, std::move(dependencies.serialRoots))
-    , m_saving({m_documents, m_boardDocuments, m_localFiles, m_deviceFiles, m_transfer, m_prompts,
+    , m_saving({m_documents, m_writer, m_localFiles, m_link, m_deviceFiles, m_transfer, m_prompts,
                 m_shell, m_errors, [this] { return isBoardBrowsed(); }})
 {
     m_link.setClient(this);

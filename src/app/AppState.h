@@ -1,7 +1,8 @@
 #pragma once
 
 #include "app/BoardDocuments.h"
-#include "app/DocumentSaving.h"
+#include "app/BoardStore.h"
+#include "app/DocumentSaver.h"
 #include "app/ErrorReporter.h"
 #include "app/LocalFiles.h"
 #include "app/ShellTranscript.h"
@@ -13,6 +14,8 @@
 #include "board/ProgramRun.h"
 #include "board/TransferStatus.h"
 #include "debugger/DebugSession.h"
+#include "document/DocumentWriter.h"
+#include "document/LocalStore.h"
 #include "document/OpenFiles.h"
 #include "session/PythonRunner.h"
 
@@ -68,7 +71,7 @@ public:
     [[nodiscard]] ShellTranscript &shell() { return m_shell; }
     [[nodiscard]] ErrorReporter &errors() { return m_errors; }
     [[nodiscard]] OpenFiles &documents() { return m_documents; }
-    [[nodiscard]] DocumentSaving &saving() { return m_saving; }
+    [[nodiscard]] DocumentSaver &saving() { return m_saving; }
     [[nodiscard]] BoardDocuments &boardDocuments() { return m_boardDocuments; }
     [[nodiscard]] LocalFiles &localFiles() { return m_localFiles; }
     [[nodiscard]] PythonRunner &runner() { return m_runner; }
@@ -152,6 +155,7 @@ private:
     ShellTranscript m_shell;
     ErrorReporter m_errors{m_shell};
     OpenFiles m_documents{m_shell};
+    LocalStore m_localStore;
     PythonRunner m_runner;
     DeviceLink m_link;
     ProgramRun m_programRun{m_link, m_shell};
@@ -161,9 +165,11 @@ private:
     LocalFiles m_localFiles{m_shell, m_prompts};
     DeviceFiles m_deviceFiles{m_link, m_prompts};
     FileTransfer m_fileTransfer{m_link, m_deviceFiles, m_transfer, m_shell};
+    BoardStore m_boardStore{m_link, m_deviceFiles};
+    DocumentWriter m_writer{m_localStore, m_boardStore, m_prompts};
     BoardDocuments m_boardDocuments{
-        {m_documents, m_link, m_deviceFiles, m_transfer, m_shell, m_errors}};
-    DocumentSaving m_saving;
+        {m_documents, m_writer, m_link, m_deviceFiles, m_transfer, m_shell, m_errors}};
+    DocumentSaver m_saving;
     std::unique_ptr<AssistantServer> m_assistantServer;
     QObject m_wiring; // context of the connections to the parts: none fires while they are going
     Lifetime m_life;

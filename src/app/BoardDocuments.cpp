@@ -1,11 +1,13 @@
 #include "app/BoardDocuments.h"
 
+#include "app/BoardStore.h"
 #include "app/ErrorReporter.h"
 #include "base/ShellSink.h"
 #include "base/Utf8.h"
 #include "board/DeviceFiles.h"
 #include "board/DeviceLink.h"
 #include "board/TransferStatus.h"
+#include "document/DocumentWriter.h"
 #include "document/OpenFiles.h"
 
 #include <QPointer>
@@ -20,10 +22,17 @@ BoardDocuments::BoardDocuments(Parts parts, QObject *parent)
 
 QCoro::Task<void> BoardDocuments::openDeviceFile(DeviceFileNode node)
 {
-    const DocumentPlace place = DocumentPlace::onBoard({}, node.path);
-    if (m_parts.documents.selectPlace(place))
-        co_return;
     const auto life = m_life.watch();
+    const auto board = co_await connectedBoard(m_parts.link);
+    if (!life)
+        co_return;
+    if (!board) {
+        m_parts.errors.report(board.error());
+        co_return;
+    }
+    const DocumentPlace place = DocumentPlace::onBoard(*board, node.path);
+    if (m_parts.documents.selectPlace(place) && m_parts.documents.selectedFile()->isModified())
+        co_return;
     const auto bytes = co_await m_parts.files.readDeviceFile(node.path, node.name);
     if (!life)
         co_return;
@@ -31,42 +40,50 @@ QCoro::Task<void> BoardDocuments::openDeviceFile(DeviceFileNode node)
         m_parts.errors.report(bytes.error());
         co_return;
     }
-    // Asked for twice, the file may have been opened while this read it.
-    if (m_parts.documents.selectPlace(place))
-        co_return;
     const auto text = Utf8::decodeStrict(*bytes);
     if (!text) {
         m_parts.shell.appendError(QStringLiteral("Cannot decode %1 as text").arg(node.name));
         co_return;
     }
-    m_parts.documents.open(node.name, place, *text);
+    // It may have been open before, or opened while this read it.
+    EditorFile *open = m_parts.documents.fileAt(place);
+    if (!open)
+        m_parts.documents.open(node.name, place, *text);
+    else if (!open->isModified())
+        open->reload(DocumentText::fromFile(*text));
 }
 
 QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
 {
-    EditorFile *selected = m_parts.documents.selectedFile();
-    if (!selected)
+    const QPointer<EditorFile> file = m_parts.documents.selectedFile();
+    if (!file)
         co_return;
-    const QPointer<EditorFile> file = selected;
     const QString name = file->name();
-    const DocumentText text = file->text();
-    const QString devicePath = file->devicePath();
     if (!m_parts.link.connectionState().isConnected()) {
         m_parts.shell.appendError(QStringLiteral("Connect a device before sending %1.").arg(name));
         co_return;
     }
     const auto life = m_life.watch();
-    const bool livesOnBoard = !devicePath.isEmpty();
-    const QString target = livesOnBoard ? devicePath : u'/' + name;
+    const auto board = co_await connectedBoard(m_parts.link);
+    if (!life || !file)
+        co_return;
+    if (!board) {
+        m_parts.errors.report(board.error());
+        co_return;
+    }
+    const QString devicePath = file->devicePath();
+    const QString target = devicePath.isEmpty() ? u'/' + name : devicePath;
+    const DocumentPlace place = DocumentPlace::onBoard(*board, target);
+    const bool belongsThere = file->place().isSameFile(place);
     DeviceFiles::WriteRequest request;
     request.path = target;
-    if (!livesOnBoard) {
+    if (!belongsThere) {
         request = m_parts.files.replaceRequest(
             name, target,
             QStringLiteral("Send cancelled — %1 on the device is unchanged.").arg(target));
     }
     const auto permit = co_await m_parts.files.requestWrite(std::move(request));
-    if (!life)
+    if (!life || !file)
         co_return;
     if (!permit) {
         m_parts.errors.report(permit.error());
@@ -76,43 +93,19 @@ QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
     TransferStatus::Running running(m_parts.transfer);
     running.setStatus(QStringLiteral("Sending %1…").arg(name));
     m_parts.shell.appendInfo(QStringLiteral("↑ Sending %1 to %2…").arg(name, target));
-    const auto written = co_await m_parts.files.writeTextToDevice(text.fileText(), *permit, name);
+    const auto check = belongsThere ? DocumentWriter::Check::AskBeforeReplacing
+                                    : DocumentWriter::Check::ReplaceAnything;
+    const auto outcome = co_await m_parts.writer.write(file, place, check);
     if (!life)
         co_return;
-    if (!written) {
-        m_parts.errors.report(written.error());
+    if (!outcome) {
+        m_parts.errors.report(outcome.error());
         co_return;
     }
-    if (livesOnBoard && file)
-        file->setSavedText(text);
+    if (*outcome != DocumentWriter::Outcome::Written)
+        co_return;
     m_parts.shell.appendInfo(QStringLiteral("↑ Sent %1 to device as %2.").arg(name, target));
     emit sent();
-    co_await m_parts.files.refreshDeviceFiles();
-}
-
-QCoro::Task<void> BoardDocuments::saveToDevice(QUuid id)
-{
-    EditorFile *found = m_parts.documents.file(id);
-    if (!found || found->devicePath().isEmpty())
-        co_return;
-    const QPointer<EditorFile> file = found;
-    const QString name = file->name();
-    const DocumentText text = file->text();
-    const QString devicePath = file->devicePath();
-    const auto life = m_life.watch();
-    TransferStatus::Running running(m_parts.transfer);
-    running.setStatus(QStringLiteral("Saving %1…").arg(name));
-    const WritePermit permit = m_parts.files.permitWrite(devicePath);
-    const auto written = co_await m_parts.files.writeTextToDevice(text.fileText(), permit, name);
-    if (!life)
-        co_return;
-    if (!written) {
-        m_parts.errors.report(written.error());
-        co_return;
-    }
-    if (file)
-        file->setSavedText(text);
-    m_parts.shell.appendInfo(QStringLiteral("Saved %1 to device.").arg(name));
     co_await m_parts.files.refreshDeviceFiles();
 }
 

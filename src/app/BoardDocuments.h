@@ -10,6 +10,7 @@ namespace Korvane {
 
 class DeviceFiles;
 class DeviceLink;
+class DocumentWriter;
 class ErrorReporter;
 class OpenFiles;
 class ShellSink;
@@ -25,6 +26,7 @@ public:
     struct Parts
     {
         OpenFiles &documents;
+        DocumentWriter &writer;
         DeviceLink &link;
         DeviceFiles &files;
         TransferStatus &transfer;
@@ -34,13 +36,12 @@ public:
 
     explicit BoardDocuments(Parts parts, QObject *parent = nullptr);
 
-    /// Selects the document that came from there, or reads the file into a new one.
+    /// Selects the document that belongs there and reads it again unless it has edits, or reads the
+    /// file into a new one.
     QCoro::Task<void> openDeviceFile(DeviceFileNode node);
-    /// Writes the selected document to the board: to where it came from without asking, otherwise
-    /// into the root folder, asking before a file there is replaced.
+    /// Writes the selected document to the board: to where it belongs, otherwise into the root
+    /// folder, asking before a file there is replaced.
     QCoro::Task<void> sendCurrentFileToDevice();
-    /// Writes a document that lives on the board back, without asking.
-    QCoro::Task<void> saveToDevice(QUuid id);
     /// Asks, then deletes.
     QCoro::Task<void> deleteDeviceFile(DeviceFileNode node);
 

@@ -155,9 +155,11 @@ private slots:
         m_fixture->press(Qt::Key_N, Qt::ControlModifier);
         QCOMPARE(shown(), u"a b [untitled3.py]"_s);
         documents().updateSelectedContent(u"edited"_s);
-        m_fixture->press(Qt::Key_W, Qt::ControlModifier); // has no close button either
+        m_fixture->press(Qt::Key_W, Qt::ControlModifier);
         QTest::mouseClick(m_tabs, Qt::MiddleButton, {}, m_tabs->tabRect(2).center());
-        QCOMPARE(shown(), u"a b [untitled3.py*]"_s);
+        QCOMPARE(shown(), u"a b [untitled3.py*]"_s); // the question was canceled
+        QTRY_COMPARE(m_fixture->prompts.asked.size(), 2);
+        QVERIFY(m_fixture->prompts.takeAsked().endsWith(u" | Save/Don’t Save"_s));
         QTest::mouseClick(m_tabs, Qt::MiddleButton, {}, m_tabs->tabRect(0).center());
         QCOMPARE(shown(), u"b [untitled3.py*]"_s);
         m_fixture->prompts.name.clear();
@@ -169,6 +171,9 @@ private slots:
         m_fixture->press(Qt::Key_U, Qt::ControlModifier);
         QCOMPARE(m_fixture->lines().last(),
                  u"error: Connect a device before sending untitled3.py."_s);
+        m_fixture->prompts.choice = u"Don’t Save"_s;
+        m_fixture->press(Qt::Key_W, Qt::ControlModifier);
+        QTRY_COMPARE(shown(), u"[b]"_s);
         QVERIFY(focused->hasFocus());
     }
 
@@ -234,8 +239,10 @@ private slots:
         for (int key = 0; key < 3; ++key)
             m_fixture->press(Qt::Key_Backspace);
         m_fixture->press(Qt::Key_S, Qt::ControlModifier);
-        QTRY_VERIFY(!isModified());
-        QVERIFY(bytesOf(path) == bytes);
+        m_fixture->press(Qt::Key_Q, Qt::ControlModifier);
+        QVERIFY2(m_fixture->window().isVisible(), "the end waits for the write");
+        QTRY_VERIFY(!m_fixture->window().isVisible());
+        QVERIFY(!isModified() && bytesOf(path) == bytes);
     }
 
     void hasTheMenusOfTheProgram()

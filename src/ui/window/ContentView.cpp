@@ -19,11 +19,14 @@
 #include <QLineEdit>
 #include <QMimeData>
 #include <QPlainTextEdit>
+#include <QPointer>
+#include <QProgressDialog>
 #include <QScreen>
 #include <QShortcut>
 #include <QSplitter>
 
 #include <algorithm>
+#include <utility>
 
 namespace Korvane {
 
@@ -114,6 +117,32 @@ bool ContentView::eventFilter(QObject *watched, QEvent *event)
         }
     }
     return QMainWindow::eventFilter(watched, event);
+}
+
+void ContentView::closeEvent(QCloseEvent *event)
+{
+    if (!m_state.saving().isWriting())
+        return;
+    event->ignore();
+    closeWhenWritten();
+}
+
+QCoro::Task<void> ContentView::closeWhenWritten()
+{
+    if (std::exchange(m_isClosing, true))
+        co_return;
+    const QPointer<ContentView> self = this;
+    // A short write is not worth a dialog that flashes.
+    auto *progress = new QProgressDialog(tr("Saving…"), QString(), 0, 0, this);
+    progress->setWindowModality(Qt::WindowModal);
+    progress->setMinimumDuration(500);
+    progress->setValue(0); // starts that time
+    co_await m_state.saving().finished();
+    if (!self)
+        co_return;
+    delete progress;
+    m_isClosing = false;
+    close();
 }
 
 void ContentView::dragEnterEvent(QDragEnterEvent *event)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoro/QCoroTask>
 #include <QMainWindow>
 
 class QMimeData;
@@ -25,15 +26,19 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 protected:
+    /// Waits for writes under way, then closes.
+    void closeEvent(QCloseEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
 
 private:
+    QCoro::Task<void> closeWhenWritten();
     void openDropped(const QMimeData *dropped);
     void focusNextPane();
     [[nodiscard]] bool isOwnShortcut(const QKeySequence &keys) const;
 
     AppState &m_state;
+    bool m_isClosing = false;
     IDEToolbar *m_toolbar;
     SidebarView *m_sidebar;
     EditorArea *m_editorArea;

@@ -130,9 +130,7 @@ void EditorTabStrip::showFile(int index, const EditorFile &file)
 
 void EditorTabStrip::close(int index)
 {
-    const EditorFile *file = m_state.documents().file(idAt(index));
-    if (file && !file->isModified())
-        m_state.documents().closeFile(idAt(index));
+    m_state.saving().close(idAt(index));
 }
 
 void EditorTabStrip::closeSelected()

@@ -9,7 +9,7 @@ namespace Korvane {
 class AppState;
 
 /// One tab for each open document, in their order. A tab shows that its document has edits that
-/// are not saved; only one without can be closed here.
+/// are not saved, in place of its close button.
 class EditorTabStrip final : public QTabBar
 {
     Q_OBJECT
@@ -18,9 +18,9 @@ public:
     /// \p state must outlive this.
     explicit EditorTabStrip(AppState &state, QWidget *parent = nullptr);
 
-    /// Does what the chosen tab's close button does: nothing when it has none.
+    /// Closes the chosen tab, after a question when it has edits that are not saved.
     void closeSelected();
-    /// Chooses the tab that is \p tabs to the right, beginning anew at the end.
+    /// Chooses the tab that is \p tabs to the right, continuing at the other end.
     void step(int tabs);
 
 protected:
@@ -41,7 +41,7 @@ private:
     AppState &m_state;
     bool m_isFollowing = false;
     int m_middlePressed = -1;
-    int m_turned = 0; // of the wheel's notch that is not whole yet
+    int m_turned = 0; // part of a wheel notch, in eighths of a degree
 };
 
 } // namespace Korvane

@@ -40,7 +40,7 @@ private:
 } // namespace
 
 /// Opening, saving and sending documents, to disk and to a real MicroPython.
-class tst_DocumentSaving final : public QObject
+class tst_DocumentSaver final : public QObject
 {
     Q_OBJECT
 
@@ -132,17 +132,44 @@ private slots:
         QCOMPARE(bytesOf(fixture.at(u"other.py"_s)), "new"_ba);
     }
 
-    void doesNotCallSavedWhatWasTypedMeanwhile()
+    void closesADocumentWithEditsAfterAQuestion()
     {
         Desk fixture;
-        put(fixture.at(u"f.py"_s), "old");
-        QVERIFY(fixture.open(fixture.at(u"f.py"_s)));
-        fixture.write(u"first"_s);
-        auto saving = fixture.state->saving().save();
-        fixture.write(u"second"_s);
-        awaited(std::move(saving));
-        QCOMPARE(bytesOf(fixture.at(u"f.py"_s)), "first"_ba);
-        QVERIFY(fixture.file().isModified());
+        const QString path = fixture.at(u"f.py"_s);
+        put(path, "old");
+        const auto close = [&](const QString &answer) {
+            static_cast<void>(fixture.open(path));
+            fixture.write(u"new"_s);
+            fixture.prompts.choice = answer;
+            awaited(fixture.state->saving().close(fixture.file().id()));
+            return fixture.state->documents().openFiles().size() == 1;
+        };
+        QVERIFY(!close(u"Cancel"_s));
+        QVERIFY(close(u"Don’t Save"_s));
+        QCOMPARE(bytesOf(path), "old"_ba);
+        QVERIFY(close(u"Save"_s));
+        QCOMPARE(bytesOf(path), "new"_ba);
+    }
+
+    void isOneDocumentWhateverTheFileIsCalled()
+    {
+        Desk fixture;
+        put(fixture.at(u"f.py"_s), "1");
+        QVERIFY(QFile::link(fixture.at(u"f.py"_s), fixture.at(u"link.py"_s)));
+        for (const QString &name : {u"f.py"_s, u"link.py"_s, u"./f.py"_s, u"/f.py"_s})
+            QVERIFY(fixture.open(fixture.home.path() + u'/' + name));
+        QCOMPARE(fixture.state->documents().openFiles().size(), 2);
+        // Another document that is saved there replaces it.
+        fixture.state->documents().newFile();
+        fixture.write(u"2"_s);
+        fixture.prompts.name = fixture.at(u"link.py"_s);
+        for (const bool isConfirmed : {false, true}) {
+            fixture.prompts.confirmation.confirmed = isConfirmed;
+            awaited(fixture.state->saving().saveAs());
+            QVERIFY(fixture.prompts.takeAsked().contains(u"“f.py” is open in another tab."_s));
+            QCOMPARE(fixture.state->documents().openFiles().size(), isConfirmed ? 2 : 3);
+            QCOMPARE(bytesOf(fixture.at(u"f.py"_s)), isConfirmed ? "2"_ba : "1"_ba);
+        }
     }
 
     void asksForANameInTheBrowsedFolder_data()
@@ -221,6 +248,45 @@ private slots:
         QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), "two\n"_ba);
     }
 
+    void belongsToOnePlace()
+    {
+        Desk fixture;
+        connectBoard(fixture);
+        DeviceFiles &files = fixture.state->deviceFiles();
+        QVERIFY(awaited(files.writeDeviceFile("1"_ba, files.permitWrite(u"/a.py"_s), {})));
+        awaited(files.refreshDeviceFiles());
+        BoardDocuments &board = fixture.state->boardDocuments();
+        awaited(board.openDeviceFile(*files.deviceNode(u"/a.py"_s)));
+        fixture.write(u"2"_s);
+        fixture.prompts.name = fixture.at(u"a.py"_s);
+        awaited(fixture.state->saving().saveAs());
+        fixture.write(u"3"_s);
+        fixture.save();
+        QCOMPARE(fixture.place(), fixture.at(u"a.py"_s) + u"||"_s);
+        QCOMPARE(onBoard(fixture, u"/a.py"_s), "1"_ba);
+        QCOMPARE(bytesOf(fixture.at(u"a.py"_s)), "3"_ba);
+
+        // The file of the same path on another board is another document.
+        fixture.state->documents().open(u"a.py"_s, DocumentPlace::onBoard(u"B"_s, u"/a.py"_s),
+                                        u"B's"_s);
+        fixture.write(u"B's, edited"_s);
+        fixture.said();
+        fixture.save();
+        QVERIFY(fixture.said().contains(u"/a.py belongs to another board."_s));
+        QCOMPARE(onBoard(fixture, u"/a.py"_s), "1"_ba);
+        awaited(board.openDeviceFile(*files.deviceNode(u"/a.py"_s)));
+        QCOMPARE(fixture.file().content(), u"1"_s);
+        // A clean document takes over what another program wrote.
+        QVERIFY(awaited(files.writeDeviceFile("4"_ba, files.permitWrite(u"/a.py"_s), {})));
+        awaited(board.openDeviceFile(*files.deviceNode(u"/a.py"_s)));
+        QCOMPARE(fixture.place() + fixture.file().content(), u"|/a.py|4"_s);
+        QVERIFY(awaited(files.writeDeviceFile("5"_ba, files.permitWrite(u"/a.py"_s), {})));
+        fixture.write(u"mine"_s);
+        fixture.save();
+        QVERIFY(fixture.prompts.takeAsked().contains(u"was changed by another program"_s));
+        QCOMPARE(onBoard(fixture, u"/a.py"_s), "5"_ba);
+    }
+
     void opensABoardFileOnceAndWritesItBackAsItWas()
     {
         Desk fixture;
@@ -281,5 +347,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(tst_DocumentSaving)
-#include "tst_DocumentSaving.moc"
+QTEST_GUILESS_MAIN(tst_DocumentSaver)
+#include "tst_DocumentSaver.moc"

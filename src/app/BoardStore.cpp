@@ -1,0 +1,70 @@
+#include "app/BoardStore.h"
+
+#include "board/DeviceError.h"
+#include "board/DeviceFiles.h"
+#include "board/DeviceLink.h"
+
+namespace Korvane {
+
+Async<QString> connectedBoard(DeviceLink &link)
+{
+    if (!link.connectionState().isConnected())
+        co_return DeviceError::notConnected();
+    co_return link.connectionState().port();
+}
+
+BoardStore::BoardStore(DeviceLink &link, DeviceFiles &files)
+    : m_link(link)
+    , m_files(files)
+{
+}
+
+Async<std::optional<QByteArray>> BoardStore::read(DocumentPlace place)
+{
+    const auto life = m_life.watch();
+    const auto isSameBoard = co_await checkBoard(place);
+    if (!isSameBoard)
+        co_return isSameBoard.error();
+    const bool exists = co_await m_files.deviceFileExists(place.path);
+    if (!life)
+        co_return DeviceError::closed();
+    if (!exists)
+        co_return std::optional<QByteArray>();
+    const auto bytes = co_await m_files.readDeviceFile(place.path, place.path);
+    if (!bytes)
+        co_return bytes.error();
+    co_return std::optional(*bytes);
+}
+
+Async<void> BoardStore::write(DocumentPlace place, QString text, QString name)
+{
+    const auto life = m_life.watch();
+    const auto isSameBoard = co_await checkBoard(place);
+    if (!life)
+        co_return DeviceError::closed();
+    if (!isSameBoard) {
+        Error error = isSameBoard.error();
+        error.message.prepend(QStringLiteral("Device write failed: "));
+        co_return error;
+    }
+    const WritePermit permit = m_files.permitWrite(place.path);
+    co_return co_await m_files.writeTextToDevice(text, permit, name);
+}
+
+Async<void> BoardStore::checkBoard(DocumentPlace place)
+{
+    const auto life = m_life.watch();
+    const auto board = co_await connectedBoard(m_link);
+    if (!life)
+        co_return DeviceError::closed();
+    if (!board)
+        co_return board.error();
+    if (*board == place.board)
+        co_return Result<void>();
+    co_return Error{ErrorCode::BoardReplaced,
+                    QStringLiteral("%1 belongs to another board. Send it to this one, or save it "
+                                   "under another name.")
+                        .arg(place.path)};
+}
+
+} // namespace Korvane

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "base/Lifetime.h"
+#include "document/DocumentStore.h"
+
+namespace Korvane {
+
+class DeviceFiles;
+class DeviceLink;
+
+/// What tells the connected board from others. Errors: `NotConnected`.
+[[nodiscard]] Async<QString> connectedBoard(DeviceLink &link);
+
+/// The files of the connected board. A place on another board is neither read nor written.
+class BoardStore final : public DocumentStore
+{
+public:
+    /// Both must outlive this.
+    BoardStore(DeviceLink &link, DeviceFiles &files);
+
+    [[nodiscard]] Async<std::optional<QByteArray>> read(DocumentPlace place) override;
+    [[nodiscard]] Async<void> write(DocumentPlace place, QString text, QString name) override;
+
+private:
+    [[nodiscard]] Async<void> checkBoard(DocumentPlace place);
+
+    DeviceLink &m_link;
+    DeviceFiles &m_files;
+    Lifetime m_life;
+};
+
+} // namespace Korvane

@@ -1,0 +1,271 @@
+#include "app/DocumentSaver.h"
+
+#include "app/BoardStore.h"
+#include "app/ErrorReporter.h"
+#include "app/LocalFiles.h"
+#include "base/DisplayPath.h"
+#include "base/ShellSink.h"
+#include "board/DeviceFiles.h"
+#include "board/DeviceLink.h"
+#include "board/DeviceListing.h"
+#include "board/TransferStatus.h"
+#include "document/OpenFiles.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <optional>
+#include <utility>
+
+namespace Korvane {
+
+DocumentSaver::DocumentSaver(Parts parts)
+    : m_parts(std::move(parts))
+{
+}
+
+QCoro::Task<void> DocumentSaver::save()
+{
+    static_cast<void>(co_await saveFile(m_parts.documents.selectedFileID()));
+}
+
+QCoro::Task<void> DocumentSaver::saveToBrowsedFolder()
+{
+    static_cast<void>(co_await saveWithName(m_parts.documents.selectedFileID()));
+}
+
+QCoro::Task<void> DocumentSaver::saveAs()
+{
+    static_cast<void>(co_await saveWithDialog(m_parts.documents.selectedFileID()));
+}
+
+QCoro::Task<void> DocumentSaver::close(QUuid id)
+{
+    const EditorFile *file = m_parts.documents.file(id);
+    if (!file || m_closing.contains(id))
+        co_return;
+    if (file->isModified()) {
+        UserPrompts::Choice question;
+        question.title =
+            QStringLiteral("Save the changes to “") + file->name() + QStringLiteral("”?");
+        question.message = QStringLiteral("They are lost when the file is closed without saving.");
+        question.answers << UserPrompts::Answer{QStringLiteral("Save"), false}
+                         << UserPrompts::Answer{QStringLiteral("Don’t Save"), true};
+        const auto life = m_life.watch();
+        m_closing.insert(id);
+        const int answer = co_await m_parts.prompts.choose(std::move(question));
+        if (!life)
+            co_return;
+        m_closing.remove(id);
+        if (answer < 0)
+            co_return;
+        if (answer == 0) {
+            const bool isSaved = co_await saveFile(id);
+            if (!life || !isSaved)
+                co_return;
+            const EditorFile *saved = m_parts.documents.file(id);
+            if (!saved || saved->isModified()) // edited meanwhile
+                co_return;
+        }
+    }
+    m_parts.documents.closeFile(id);
+}
+
+QCoro::Task<bool> DocumentSaver::saveFile(QUuid id)
+{
+    const EditorFile *file = m_parts.documents.file(id);
+    if (!file)
+        co_return false;
+    const DocumentPlace place = file->place();
+    const QString name = file->name();
+    if (place.kind == DocumentPlace::Kind::Nowhere)
+        co_return co_await saveWithName(id);
+    const auto life = m_life.watch();
+    const bool written =
+        co_await writeTo(id, place, name, DocumentWriter::Check::AskBeforeReplacing);
+    if (!life || !written)
+        co_return false;
+    if (place.kind == DocumentPlace::Kind::Board) {
+        m_parts.shell.appendInfo(QStringLiteral("Saved %1 to device.").arg(name));
+        co_await m_parts.deviceFiles.refreshDeviceFiles();
+    }
+    co_return true;
+}
+
+QCoro::Task<bool> DocumentSaver::writeTo(QUuid id, DocumentPlace place, QString name,
+                                         DocumentWriter::Check check)
+{
+    std::optional<TransferStatus::Running> running;
+    if (place.kind == DocumentPlace::Kind::Board) {
+        running.emplace(m_parts.transfer);
+        running->setStatus(QStringLiteral("Saving %1…").arg(name));
+    }
+    const auto life = m_life.watch();
+    const QPointer<EditorFile> file = m_parts.documents.file(id);
+    if (!file)
+        co_return false;
+    const DocumentText text = file->text(); // which is what the writer takes, too
+    const auto outcome = co_await m_parts.writer.write(file, place, check);
+    running.reset();
+    if (!life)
+        co_return false;
+    if (!outcome) {
+        m_parts.errors.report(outcome.error());
+        co_return false;
+    }
+    if (*outcome == DocumentWriter::Outcome::SaveAsRequested)
+        co_return co_await saveWithDialog(id);
+    if (*outcome != DocumentWriter::Outcome::Written)
+        co_return false;
+    if (file && !file->place().isSameFile(place)) {
+        file->moveTo(name, place);
+        file->setSavedText(text);
+    }
+    co_return true;
+}
+
+QCoro::Task<bool> DocumentSaver::saveWithName(QUuid id)
+{
+    const EditorFile *file = m_parts.documents.file(id);
+    if (!file)
+        co_return false;
+    const auto life = m_life.watch();
+    const bool onBoard = m_parts.isBoardBrowsed();
+    const QString folder =
+        onBoard ? m_parts.deviceFiles.deviceWorkingDir() : m_parts.localFiles.localWorkingDir();
+
+    UserPrompts::NamePrompt prompt;
+    prompt.title = QStringLiteral("Save File");
+    prompt.message =
+        QStringLiteral("Save to %1.")
+            .arg(onBoard ? QStringLiteral("the device at ") + folder : displayPath(folder));
+    prompt.proposedName = file->name();
+    prompt.confirmTitle = QStringLiteral("Save");
+    const QString name = co_await m_parts.prompts.askName(std::move(prompt));
+    if (!life || name.isEmpty())
+        co_return false;
+    if (!isUsableFileName(name)) {
+        m_parts.shell.appendError(QStringLiteral("“%1” isn't a usable file name.").arg(name));
+        co_return false;
+    }
+    if (onBoard)
+        co_return co_await saveIntoBoardFolder(id, folder, name);
+    co_return co_await saveIntoLocalFolder(id, folder, name);
+}
+
+QCoro::Task<bool> DocumentSaver::saveIntoBoardFolder(QUuid id, QString folder, QString name)
+{
+    const auto life = m_life.watch();
+    const QString path = DeviceListing::join(folder, name);
+    auto request = m_parts.deviceFiles.replaceRequest(
+        name, path, QStringLiteral("Send cancelled — %1 on the device is unchanged.").arg(path));
+    const auto permit = co_await m_parts.deviceFiles.requestWrite(std::move(request));
+    if (!life)
+        co_return false;
+    if (!permit) {
+        m_parts.errors.report(permit.error());
+        co_return false;
+    }
+    const auto board = co_await connectedBoard(m_parts.link);
+    if (!life)
+        co_return false;
+    if (!board) {
+        m_parts.errors.report(board.error());
+        co_return false;
+    }
+    const DocumentPlace place = DocumentPlace::onBoard(*board, path);
+    const bool mayReplace = co_await mayReplaceOpenFile(id, place);
+    if (!life || !mayReplace)
+        co_return false;
+    const bool saved = co_await writeTo(id, place, name, DocumentWriter::Check::ReplaceAnything);
+    if (!life || !saved)
+        co_return false;
+    m_parts.shell.appendInfo(QStringLiteral("Saved %1 to device as %2").arg(name, path));
+    co_await m_parts.deviceFiles.refreshDeviceFiles();
+    co_return true;
+}
+
+QCoro::Task<bool> DocumentSaver::saveIntoLocalFolder(QUuid id, QString folder, QString name)
+{
+    const auto life = m_life.watch();
+    const QString path = QDir(folder).filePath(name);
+    const std::function<bool()> lookFor = [path] { return QFileInfo::exists(path); };
+    const auto exists = co_await m_background.run(lookFor);
+    if (!exists)
+        co_return false;
+    if (*exists) {
+        UserPrompts::Confirmation question;
+        question.title = QStringLiteral("Replace “%1”?").arg(name);
+        question.message = QStringLiteral("%1 already exists in %2. Saving replaces it.")
+                               .arg(name, displayPath(folder));
+        question.confirmTitle = QStringLiteral("Replace");
+        const auto answer = co_await m_parts.prompts.confirm(std::move(question));
+        if (!life)
+            co_return false;
+        if (!answer.confirmed) {
+            m_parts.shell.appendInfo(QStringLiteral("Save cancelled — %1 is unchanged.").arg(path));
+            co_return false;
+        }
+    }
+    const bool saved = co_await saveAt(id, path);
+    if (life && saved)
+        m_parts.shell.appendInfo(QStringLiteral("Saved %1").arg(path));
+    co_return saved;
+}
+
+QCoro::Task<bool> DocumentSaver::saveWithDialog(QUuid id)
+{
+    const EditorFile *file = m_parts.documents.file(id);
+    const auto life = m_life.watch();
+    // A conditional inside the co_await expression is destroyed twice by this compiler.
+    const QString proposed = file ? file->name() : QStringLiteral("untitled.py");
+    const QString folder = m_parts.localFiles.localWorkingDir();
+    const QString path = co_await m_parts.prompts.askSavePath(folder, proposed);
+    if (!life || path.isEmpty())
+        co_return false;
+    co_return co_await saveAt(id, path);
+}
+
+QCoro::Task<bool> DocumentSaver::saveAt(QUuid id, QString path)
+{
+    const auto life = m_life.watch();
+    const std::function<DocumentPlace()> resolve = [path] {
+        return DocumentPlace::local(path).resolved();
+    };
+    const auto place = co_await m_background.run(resolve);
+    if (!place)
+        co_return false;
+    const bool mayReplace = co_await mayReplaceOpenFile(id, *place);
+    if (!life || !mayReplace)
+        co_return false;
+    const QString name = QFileInfo(path).fileName();
+    const bool written = co_await writeTo(id, *place, name, DocumentWriter::Check::ReplaceAnything);
+    if (!life || !written)
+        co_return false;
+    m_parts.localFiles.reload();
+    co_return true;
+}
+
+QCoro::Task<bool> DocumentSaver::mayReplaceOpenFile(QUuid id, DocumentPlace place)
+{
+    const EditorFile *other = m_parts.documents.fileAt(place);
+    if (!other || other->id() == id)
+        co_return true;
+    const QUuid otherID = other->id();
+    UserPrompts::Confirmation question;
+    question.title = QStringLiteral("“") + other->name()
+        + QStringLiteral("” is open in another tab. Replace it?");
+    question.message = place.path
+        + QStringLiteral(" gets the text that is saved now, and the other tab is closed.");
+    if (other->isModified())
+        question.message += QStringLiteral(" Its changes are lost.");
+    question.confirmTitle = QStringLiteral("Replace");
+    const auto life = m_life.watch();
+    const auto answer = co_await m_parts.prompts.confirm(std::move(question));
+    if (!life || !answer.confirmed)
+        co_return false;
+    m_parts.documents.closeFile(otherID);
+    co_return true;
+}
+
+} // namespace Korvane

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "base/Background.h"
+#include "base/Lifetime.h"
+#include "base/UserPrompts.h"
+#include "document/DocumentWriter.h"
+
+#include <QCoro/QCoroTask>
+#include <QSet>
+#include <QUuid>
+
+#include <functional>
+
+namespace Korvane {
+
+class BoardDocuments;
+class DeviceFiles;
+class DeviceLink;
+class ErrorReporter;
+class LocalFiles;
+class OpenFiles;
+class ShellSink;
+class TransferStatus;
+
+/// Saves documents: where they belong, into the folder being browsed, or where a save dialog says.
+/// Failures are reported in the Shell. A document is looked up again after every wait; one that was
+/// closed before its text was taken is left alone. All tasks may be dropped. Main thread only.
+class DocumentSaver final
+{
+public:
+    /// What DocumentSaver works with; all must outlive it.
+    struct Parts
+    {
+        OpenFiles &documents;
+        DocumentWriter &writer;
+        LocalFiles &localFiles;
+        DeviceLink &link;
+        DeviceFiles &deviceFiles;
+        TransferStatus &transfer;
+        UserPrompts &prompts;
+        ShellSink &shell;
+        ErrorReporter &errors;
+        /// Whether the files of a connected board are shown rather than those of this computer.
+        std::function<bool()> isBoardBrowsed;
+    };
+
+    explicit DocumentSaver(Parts parts);
+
+    /// Saves the selected document where it belongs, or asks for a name in the browsed folder.
+    QCoro::Task<void> save();
+    QCoro::Task<void> saveToBrowsedFolder();
+    /// Asks with a save dialog. The document belongs to the chosen local file from then on.
+    QCoro::Task<void> saveAs();
+    /// Closes a document; asks first when it has edits that are not saved.
+    QCoro::Task<void> close(QUuid id);
+
+    /// A document is being written.
+    [[nodiscard]] bool isWriting() const { return m_parts.writer.isWriting(); }
+    /// Waits for the writes that are under way.
+    [[nodiscard]] QCoro::Task<void> finished() { return m_parts.writer.finished(); }
+
+private:
+    /// The following return whether the document was saved.
+    [[nodiscard]] QCoro::Task<bool> saveFile(QUuid id);
+    [[nodiscard]] QCoro::Task<bool> saveWithName(QUuid id);
+    [[nodiscard]] QCoro::Task<bool> saveWithDialog(QUuid id);
+    [[nodiscard]] QCoro::Task<bool> saveIntoBoardFolder(QUuid id, QString folder, QString name);
+    [[nodiscard]] QCoro::Task<bool> saveIntoLocalFolder(QUuid id, QString folder, QString name);
+    [[nodiscard]] QCoro::Task<bool> saveAt(QUuid id, QString path);
+    [[nodiscard]] QCoro::Task<bool> writeTo(QUuid id, DocumentPlace place, QString name,
+                                            DocumentWriter::Check check);
+    /// Asks whether the document that is open at \p place may be replaced; true without one.
+    [[nodiscard]] QCoro::Task<bool> mayReplaceOpenFile(QUuid id, DocumentPlace place);
+
+    Parts m_parts;
+    QSet<QUuid> m_closing; // whose question is open
+    Background m_background;
+    Lifetime m_life;
+};
+
+} // namespace Korvane

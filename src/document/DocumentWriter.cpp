@@ -1,0 +1,170 @@
+#include "document/DocumentWriter.h"
+
+#include "base/UserPrompts.h"
+#include "document/DocumentStore.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Korvane {
+
+/// One text on its way to a file.
+struct DocumentWriter::Job
+{
+    QPointer<EditorFile> file;
+    QString name;
+    DocumentText text;
+    Check check = Check::AskBeforeReplacing;
+    /// What the document knows the file to hold.
+    std::optional<QByteArray> known;
+    OneShot<Result<Outcome>> done;
+};
+
+/// The jobs of one file.
+struct DocumentWriter::Queue
+{
+    DocumentPlace place;
+    std::shared_ptr<Job> waiting;
+    /// What the last job wrote.
+    std::optional<QByteArray> written;
+};
+
+DocumentWriter::DocumentWriter(DocumentStore &localStore, DocumentStore &boardStore,
+                               UserPrompts &prompts)
+    : m_localStore(localStore)
+    , m_boardStore(boardStore)
+    , m_prompts(prompts)
+{
+}
+
+DocumentWriter::~DocumentWriter() = default;
+
+Async<DocumentWriter::Outcome> DocumentWriter::write(QPointer<EditorFile> file, DocumentPlace place,
+                                                     Check check)
+{
+    if (!file)
+        co_return Error{ErrorCode::Closed, {}};
+    auto job = std::make_shared<Job>();
+    job->file = file;
+    job->name = file->name();
+    job->text = file->text();
+    job->check = check;
+    if (const auto &saved = file->savedText(); saved && file->place().isSameFile(place))
+        job->known = saved->fileText().toUtf8();
+
+    const auto found = std::find_if(m_queues.cbegin(), m_queues.cend(), [&](const auto &queue) {
+        return queue->place.isSameFile(place);
+    });
+    if (found != m_queues.cend()) {
+        if (const auto replaced = std::exchange((*found)->waiting, job))
+            replaced->done.deliver(Outcome::Superseded);
+    } else {
+        auto queue = std::make_shared<Queue>();
+        queue->place = place;
+        queue->waiting = job;
+        m_queues.push_back(queue);
+        run(queue);
+    }
+    const auto result = co_await job->done.wait();
+    if (!result)
+        co_return Error{ErrorCode::Closed, {}};
+    co_return *result;
+}
+
+QCoro::Task<void> DocumentWriter::run(std::shared_ptr<Queue> queue)
+{
+    const auto life = m_life.watch();
+    while (const std::shared_ptr<Job> job = std::exchange(queue->waiting, nullptr)) {
+        const auto result = co_await carryOut(queue, job);
+        if (!life) {
+            job->done.close();
+            co_return;
+        }
+        const bool isWritten = result && *result == Outcome::Written;
+        if (isWritten && job->file && job->file->place().isSameFile(queue->place))
+            job->file->setSavedText(job->text);
+        job->done.deliver(result);
+    }
+    m_queues.remove(queue);
+    if (m_queues.empty()) {
+        for (OneShot<bool> &waiter : m_finishedWaiters)
+            waiter.deliver(true);
+    }
+}
+
+Async<DocumentWriter::Outcome> DocumentWriter::carryOut(std::shared_ptr<Queue> queue,
+                                                        std::shared_ptr<Job> job)
+{
+    const auto life = m_life.watch();
+    const QString fileText = job->text.fileText();
+    const QByteArray bytes = fileText.toUtf8();
+    if (job->check == Check::AskBeforeReplacing) {
+        const auto held = co_await storeOf(queue->place).read(queue->place);
+        if (!life)
+            co_return Error{ErrorCode::Closed, {}};
+        // A file that can't be read fails to be written, too, which says more.
+        const bool isThere = held && held->has_value();
+        const bool isOurs =
+            isThere && (*held == bytes || *held == job->known || *held == queue->written);
+        if (isThere && !isOurs) {
+            const auto answer = co_await askToReplace(queue, job);
+            if (!life)
+                co_return Error{ErrorCode::Closed, {}};
+            if (!answer || *answer != Outcome::Written)
+                co_return answer;
+        }
+    }
+    const auto written = co_await storeOf(queue->place).write(queue->place, fileText, job->name);
+    if (!life)
+        co_return Error{ErrorCode::Closed, {}};
+    if (!written)
+        co_return written.error();
+    queue->written = bytes;
+    co_return Outcome::Written;
+}
+
+Async<DocumentWriter::Outcome> DocumentWriter::askToReplace(std::shared_ptr<Queue> queue,
+                                                            std::shared_ptr<Job> job)
+{
+    const QString path = queue->place.path;
+    UserPrompts::Choice question;
+    question.title = QStringLiteral("“") + job->name
+        + QStringLiteral("” was changed by another program. Replace it?");
+    question.message = path
+        + QStringLiteral(" does not hold what was last opened or saved here. Saving replaces what "
+                         "it holds now.");
+    question.answers << UserPrompts::Answer{QStringLiteral("Replace"), true}
+                     << UserPrompts::Answer{QStringLiteral("Save As…"), false};
+    const int answer = co_await m_prompts.choose(std::move(question));
+    if (answer == 0)
+        co_return Outcome::Written;
+    if (answer == 1)
+        co_return Outcome::SaveAsRequested;
+    co_return Error{ErrorCode::Cancelled,
+                    QStringLiteral("Save cancelled — ") + path + QStringLiteral(" is unchanged.")};
+}
+
+bool DocumentWriter::isWriting(const DocumentPlace &place) const
+{
+    return std::any_of(m_queues.cbegin(), m_queues.cend(),
+                       [&](const auto &queue) { return queue->place.isSameFile(place); });
+}
+
+QCoro::Task<void> DocumentWriter::finished()
+{
+    if (!isWriting())
+        co_return;
+    OneShot<bool> &waiter = m_finishedWaiters.emplace_back();
+    const auto position = std::prev(m_finishedWaiters.end());
+    const auto life = m_life.watch();
+    static_cast<void>(co_await waiter.wait());
+    if (life)
+        m_finishedWaiters.erase(position);
+}
+
+DocumentStore &DocumentWriter::storeOf(const DocumentPlace &place)
+{
+    return place.kind == DocumentPlace::Kind::Board ? m_boardStore : m_localStore;
+}
+
+} // namespace Korvane

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "base/Async.h"
+#include "base/Lifetime.h"
+#include "base/OneShot.h"
+#include "document/EditorFile.h"
+
+#include <QPointer>
+
+#include <list>
+#include <memory>
+
+namespace Korvane {
+
+class DocumentStore;
+class UserPrompts;
+
+/// Writes documents to files, in order for each file: one write at a time, and a newer text
+/// replaces one that is still waiting. A document is unmodified when its file holds its text, so a
+/// write that ends after further edits leaves it modified. Main thread only.
+class DocumentWriter final
+{
+public:
+    enum class Outcome {
+        Written,
+        /// A newer text was written, or is waiting to be.
+        Superseded,
+        /// The file was changed by another program, and the user wants another name.
+        SaveAsRequested,
+    };
+    /// Whether the file may hold something else than this document last read or wrote there.
+    enum class Check { AskBeforeReplacing, ReplaceAnything };
+
+    /// All must outlive this.
+    DocumentWriter(DocumentStore &localStore, DocumentStore &boardStore, UserPrompts &prompts);
+    ~DocumentWriter();
+    DocumentWriter(const DocumentWriter &) = delete;
+    DocumentWriter &operator=(const DocumentWriter &) = delete;
+
+    /// Writes the current text of \p file to \p place and, when it belongs there, marks it as
+    /// saved. With AskBeforeReplacing, asks before a file is replaced that was changed by another
+    /// program; `Cancelled` when the user declines. \p file may be closed meanwhile: its text is
+    /// written.
+    [[nodiscard]] Async<Outcome> write(QPointer<EditorFile> file, DocumentPlace place, Check check);
+
+    [[nodiscard]] bool isWriting() const { return !m_queues.empty(); }
+    [[nodiscard]] bool isWriting(const DocumentPlace &place) const;
+    /// Waits until nothing is being written or waiting.
+    [[nodiscard]] QCoro::Task<void> finished();
+
+private:
+    struct Job;
+    struct Queue;
+
+    QCoro::Task<void> run(std::shared_ptr<Queue> queue);
+    [[nodiscard]] Async<Outcome> carryOut(std::shared_ptr<Queue> queue, std::shared_ptr<Job> job);
+    [[nodiscard]] Async<Outcome> askToReplace(std::shared_ptr<Queue> queue,
+                                              std::shared_ptr<Job> job);
+    [[nodiscard]] DocumentStore &storeOf(const DocumentPlace &place);
+
+    DocumentStore &m_localStore;
+    DocumentStore &m_boardStore;
+    UserPrompts &m_prompts;
+    std::list<std::shared_ptr<Queue>> m_queues;
+    std::list<OneShot<bool>> m_finishedWaiters;
+    Lifetime m_life;
+};
+
+} // namespace Korvane

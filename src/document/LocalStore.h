@@ -1,0 +1,19 @@
+#pragma once
+
+#include "base/Background.h"
+#include "document/DocumentStore.h"
+
+namespace Korvane {
+
+/// The files of this computer. They are read and written off the main thread.
+class LocalStore final : public DocumentStore
+{
+public:
+    [[nodiscard]] Async<std::optional<QByteArray>> read(DocumentPlace place) override;
+    [[nodiscard]] Async<void> write(DocumentPlace place, QString text, QString name) override;
+
+private:
+    Background m_background;
+};
+
+} // namespace Korvane

@@ -1,0 +1,122 @@
+#include "document/DocumentStore.h"
+#include "document/DocumentWriter.h"
+#include "document/PythonTextStorage.h"
+#include "support/Awaited.h"
+#include "support/ScriptedPrompts.h"
+
+#include <QTest>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A store whose writes wait until they are let through.
+class SlowStore final : public DocumentStore
+{
+public:
+    Async<std::optional<QByteArray>> read(DocumentPlace) override
+    {
+        co_return std::optional(held); // this compiler would move the member itself
+    }
+    Async<void> write(DocumentPlace, QString text, QString) override
+    {
+        co_await m_gates.emplace_back().wait();
+        held = text.toUtf8();
+        written << text;
+        co_return Result<void>();
+    }
+    bool hasWaiting() const { return m_gates.size() > m_opened; }
+    void letThrough() { std::next(m_gates.begin(), qsizetype(m_opened++))->deliver(true); }
+
+    std::optional<QByteArray> held;
+    QStringList written;
+
+private:
+    std::list<OneShot<bool>> m_gates;
+    std::size_t m_opened = 0;
+};
+
+struct Desk
+{
+    SlowStore store;
+    ScriptedPrompts prompts;
+    DocumentPlace place = DocumentPlace::local(u"/home/me/f.py"_s);
+    EditorFile file{u"f.py"_s, place, DocumentText{u"v0"_s}};
+    DocumentWriter writer{store, store, prompts};
+
+    auto save(const QString &text)
+    {
+        file.setContent(text);
+        return writer.write(&file, place, DocumentWriter::Check::AskBeforeReplacing);
+    }
+};
+
+} // namespace
+
+class tst_DocumentWriter final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void writesInOrderAndTheNewestTextLast()
+    {
+        Desk desk;
+        const auto first = desk.save(u"v1"_s);
+        QTRY_VERIFY(desk.store.hasWaiting());
+        auto second = desk.save(u"v2"_s);
+        const auto third = desk.save(u"v3"_s);
+        const auto end = desk.writer.finished();
+        QCOMPARE(*awaited(std::move(second)), DocumentWriter::Outcome::Superseded);
+        desk.store.letThrough();
+        QTRY_VERIFY(first.isReady() && desk.store.hasWaiting());
+        QVERIFY2(desk.file.isModified(), "the file holds v1, the document v3");
+        QVERIFY(!third.isReady() && !end.isReady());
+        desk.store.letThrough();
+        QTRY_VERIFY(third.isReady() && end.isReady());
+        QCOMPARE(desk.store.written, (QStringList{u"v1"_s, u"v3"_s}));
+        QVERIFY(!desk.file.isModified() && !desk.writer.isWriting());
+    }
+
+    void asksBeforeAChangedFileIsReplaced_data()
+    {
+        QTest::addColumn<QByteArray>("held"); // null: no file
+        QTest::addColumn<QString>("choice");  // null: nothing is asked
+        QTest::addColumn<QString>("outcome");
+        QTest::newRow("as it was left") << "v0"_ba << QString() << u"written"_s;
+        QTest::newRow("as it will be") << "v1"_ba << QString() << u"written"_s;
+        QTest::newRow("deleted") << QByteArray() << QString() << u"written"_s;
+        QTest::newRow("replaced") << "theirs"_ba << u"Replace"_s << u"written"_s;
+        QTest::newRow("saved elsewhere") << "theirs"_ba << u"Save As…"_s << u"save as"_s;
+        QTest::newRow("canceled") << "theirs"_ba << u"Cancel"_s
+                                  << u"Save cancelled — /home/me/f.py is unchanged."_s;
+    }
+
+    void asksBeforeAChangedFileIsReplaced()
+    {
+        QFETCH(QByteArray, held);
+        QFETCH(QString, choice);
+        QFETCH(QString, outcome);
+        Desk desk;
+        if (!held.isNull())
+            desk.store.held = held;
+        desk.prompts.choice = choice;
+        auto saving = desk.save(u"v1"_s);
+        QTRY_VERIFY(saving.isReady() || desk.store.hasWaiting());
+        if (desk.store.hasWaiting())
+            desk.store.letThrough();
+        const auto result = awaited(std::move(saving));
+        QCOMPARE(desk.prompts.asked.size(), choice.isNull() ? 0 : 1);
+        if (!result)
+            QCOMPARE(result.error().message, outcome);
+        else
+            QCOMPARE(*result == DocumentWriter::Outcome::Written ? u"written"_s : u"save as"_s,
+                     outcome);
+        QCOMPARE(desk.file.isModified(), outcome != u"written");
+        QCOMPARE(desk.store.held.value_or(QByteArray()),
+                 outcome == u"written" ? "v1"_ba : "theirs"_ba);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_DocumentWriter)
+#include "tst_DocumentWriter.moc"
