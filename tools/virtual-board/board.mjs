@@ -1,6 +1,7 @@
 // A MicroPython board: plays one on the master side of a pseudo-terminal.
 //
-//     node board.mjs --descriptor N [--flash FOLDER] [--disk BYTES] [--rate BYTES_PER_SECOND]
+//     node board.mjs --descriptor N [--flash FOLDER] [--disk BYTES] [--heap BYTES]
+//                    [--rate BYTES_PER_SECOND]
 //
 // The main thread runs MicroPython and is blocked nearly always: it waits for a byte, or Python code
 // runs. So its event loop never turns, and the worker in line-reader.mjs receives. Start this as a
@@ -23,6 +24,7 @@ async function main() {
             descriptor: { type: 'string' },
             flash: { type: 'string' },
             disk: { type: 'string', default: '0' },
+            heap: { type: 'string', default: '0' },
             rate: { type: 'string', default: '0' },
         },
     });
@@ -30,7 +32,8 @@ async function main() {
     const rate = Number(values.rate);
 
     const ring = new InputRing();
-    const repl = new Repl(ring, new LineWriter(descriptor, rate), Number(values.disk));
+    const limits = { diskBytes: Number(values.disk), heapBytes: Number(values.heap) };
+    const repl = new Repl(ring, new LineWriter(descriptor, rate), limits);
     globalThis.interruptPython = (number) => repl.interrupt(number);
 
     const reader = new Worker(new URL('line-reader.mjs', import.meta.url), {

@@ -30,8 +30,11 @@ const interruptedSystemCall = 27;
 const pollReadable = 1;
 const pollWritable = 4;
 
-// It grows by itself: garbage is collected only between two programs, a property of the build.
+// Grows by itself, unless limited: the build collects garbage only between two programs.
 const initialHeapBytes = 256 * 1024;
+// What a limited heap leaves to the build's own memory, for strings on their way between JavaScript
+// and Python. Less than the smallest heap, since a heap grows by its own size at least.
+const reservedBytes = 24 * 1024;
 
 const usualErrorNumber = (number) => usualErrorNumbers.get(number) ?? number;
 const setup = fs.readFileSync(new URL('setup.py', import.meta.url), 'utf8');
@@ -39,34 +42,42 @@ const setup = fs.readFileSync(new URL('setup.py', import.meta.url), 'utf8');
 export class Interpreter {
     #python;
     #ring;
+    // Calls Python's gc.collect(), also with a full heap. Only between two programs: within one, the
+    // build merely notes that it should collect.
+    collectGarbage;
 
     // `ring` is the board's input, `write` takes its output. `files` is what its file system holds (see
-    // board-files.mjs), `diskBytes` limits it. `fileEnded` is called by `_board.fileEnded()` in Python.
+    // board-files.mjs), `diskBytes` limits it. `heapBytes` is the size of the heap, 0 lets it grow.
+    // `fileEnded` is called by `_board.fileEnded()` in Python.
     static async powerOn(settings) {
-        const python = await withUsualErrorNumbers(() =>
+        const memory = { mayGrow: true };
+        const python = await withBoardImports(memory, () =>
             loadMicroPython({
-                heapsize: initialHeapBytes,
+                heapsize: settings.heapBytes || initialHeapBytes,
                 stdin: () => null,
                 stdout: () => {},
                 linebuffer: false,
             }));
-        return new Interpreter(python, settings);
+        return new Interpreter(python, memory, settings);
     }
 
-    constructor(python, { ring, write, fileEnded, files, diskBytes }) {
+    constructor(python, memory, { ring, write, fileEnded, files, diskBytes, heapBytes }) {
         this.#python = python;
         this.#ring = ring;
+        this.collectGarbage = python.pyimport('gc').collect;
         this.#connectStandardStreams(write);
         python.registerJsModule('_board', {
             deadline: (milliseconds) => Math.round(performance.now() + milliseconds),
             waitUntil: (deadline) => this.#waitUntil(deadline),
             fileEnded,
+            isHeapLimited: heapBytes > 0,
         });
         // Before the board's files are there, since one of them may be named as a module of setup.py's.
         python.runPython(setup);
         emptyRoot(python.FS);
         writeFiles(python.FS, files);
         if (diskBytes) limitDisk(python.FS, diskBytes);
+        if (heapBytes) this.#limitHeap(memory);
     }
 
     get fileSystem() {
@@ -93,6 +104,16 @@ export class Interpreter {
         const exitCode = this.#python._module._mp_js_repl_process_char(byte);
         this.#ring.pythonRuns = false;
         return exitCode !== 0;
+    }
+
+    // The heap grows by what malloc() finds, so all of that is taken but a reserve.
+    #limitHeap(memory) {
+        const { _malloc: malloc, _free: free } = this.#python._module;
+        this.collectGarbage();
+        memory.mayGrow = false;
+        const reserve = malloc(reservedBytes);
+        for (let size = 1 << 20; size >= 1024; size >>= 1) while (malloc(size));
+        free(reserve);
     }
 
     #connectStandardStreams(write) {
@@ -147,7 +168,7 @@ export class Interpreter {
 }
 
 // The loader offers no way to its imports, so they are reached where it hands them to WebAssembly.
-async function withUsualErrorNumbers(load) {
+async function withBoardImports(memory, load) {
     const instantiate = WebAssembly.instantiate;
     WebAssembly.instantiate = (binary, imports) => {
         const { env, wasi_snapshot_preview1: wasi } = imports;
@@ -158,6 +179,8 @@ async function withUsualErrorNumbers(load) {
                 return result < 0 ? -usualErrorNumber(-result) : result;
             };
         }
+        const { emscripten_resize_heap: grow } = env;
+        env.emscripten_resize_heap = (bytes) => memory.mayGrow && grow(bytes);
         const { fd_write: write } = wasi;
         wasi.fd_write = (...values) => usualErrorNumber(write(...values));
         return instantiate(binary, imports);

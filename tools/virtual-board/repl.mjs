@@ -15,7 +15,7 @@ const drop = () => null;
 export class Repl {
     #ring;
     #line;
-    #diskBytes;
+    #limits;
     #interpreter = null;
     #isRaw = false;
     #rawLine = [];
@@ -23,10 +23,11 @@ export class Repl {
     // Takes the output of the interpreter; replaced for a while by filteringOutput().
     #output = (bytes) => this.#line.send(bytes);
 
-    constructor(ring, line, diskBytes) {
+    // `limits` has `diskBytes` and `heapBytes`, each 0 for none.
+    constructor(ring, line, limits) {
         this.#ring = ring;
         this.#line = line;
-        this.#diskBytes = diskBytes;
+        this.#limits = limits;
     }
 
     async powerOn(files) {
@@ -36,7 +37,7 @@ export class Repl {
             write: (bytes) => this.#output(bytes),
             fileEnded: () => { this.#fileHasEnded = true; },
             files,
-            diskBytes: this.#diskBytes,
+            ...this.#limits,
         });
         this.#start();
     }
@@ -49,6 +50,8 @@ export class Repl {
     // True when the byte asked for a soft reset, which the caller then does.
     receive(byte) {
         if (this.#refusesRawPaste(byte)) return false;
+        // A board would collect what the program before has left as soon as it needs the memory.
+        if (this.#limits.heapBytes && byte === ctrlD) this.#interpreter.collectGarbage();
         const asksForReset = byte === ctrlA ? this.#enterRaw() : this.#interpreter.feed(byte);
         if (this.#isRaw && byte === ctrlB) this.#isRaw = false;
         return asksForReset;

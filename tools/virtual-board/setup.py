@@ -1,8 +1,8 @@
 # What a board has and the WebAssembly build lacks. Runs in each new MicroPython before anything else
 # and leaves no name behind. `time` and `os` are Python packages in this build, so they can be amended.
 def _setup():
-    import builtins, os, sys, time
-    from _board import deadline, waitUntil
+    import builtins, gc, os, sys, time
+    from _board import deadline, isHeapLimited, waitUntil
     from collections import namedtuple
 
     # The build's own sleep burns the processor and is deaf to Ctrl-C. This loop is Python code, since
@@ -45,6 +45,16 @@ def sleep(seconds):
                 sys.stdout.write(character)
 
     builtins.input = input
+
+    # The build counts the 128 MiB by which its heap could grow as free, and its own module cannot be
+    # amended.
+    if isHeapLimited:
+        class LimitedHeap: pass
+        limited = LimitedHeap()
+        for name in dir(gc):
+            setattr(limited, name, getattr(gc, name))
+        limited.mem_free = lambda: gc.mem_free() - (128 << 20)
+        sys.modules["gc"] = limited
 
 
 _setup()

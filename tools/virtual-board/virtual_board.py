@@ -32,6 +32,8 @@ def parse_arguments():
                         help="a folder that is copied into the board's file system at power-on")
     parser.add_argument("--disk", type=positive, metavar="BYTES",
                         help="how much the board's files may hold together (default: no limit)")
+    parser.add_argument("--heap", type=heap_size, metavar="SIZE",
+                        help="how much memory Python has, such as 64K (default: no limit)")
     parser.add_argument("--rate", type=positive, metavar="BYTES_PER_SECOND",
                         help="slow the line down; 11520 is 115200 baud (default: no limit)")
     parser.add_argument("--with-parent", action="store_true",
@@ -51,6 +53,14 @@ def positive(text):
     if not text.isdecimal() or int(text) == 0:
         raise argparse.ArgumentTypeError(f"{text} is not a positive whole number")
     return int(text)
+
+
+def heap_size(text):
+    factor = {"K": 1 << 10, "M": 1 << 20}.get(text[-1:])
+    size = positive(text[:-1]) * factor if factor else positive(text)
+    if not 48 << 10 <= size <= 8 << 20:
+        raise argparse.ArgumentTypeError(f"{text} is not between 48K and 8M")
+    return size
 
 
 def signal_me_when_parent_ends(number, parent):
@@ -87,7 +97,7 @@ def start_board(arguments, master):
         signal_me_when_parent_ends(signal.SIGKILL, owner)
 
     command = ["node", BOARD, "--descriptor", str(master)]
-    for option in ("flash", "disk", "rate"):
+    for option in ("flash", "disk", "heap", "rate"):
         value = getattr(arguments, option)
         if value:
             command += [f"--{option}", str(value)]
