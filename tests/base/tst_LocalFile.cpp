@@ -26,24 +26,6 @@ QCoro::Task<void> collect(Background &background, std::function<T()> work, QStri
     log << (result ? u"result"_s : u"gone"_s);
 }
 
-/// Calls back when it is handed on: the result has come then, and nobody has heard of it yet.
-struct Announced
-{
-    explicit Announced(std::function<void()> onMove)
-        : announce(std::move(onMove))
-    {
-    }
-    Announced(const Announced &) = default;
-    Announced(Announced &&other) noexcept
-        : announce(other.announce)
-    {
-        if (announce)
-            announce();
-    }
-
-    std::function<void()> announce;
-};
-
 } // namespace
 
 class tst_LocalFile final : public QObject
@@ -143,22 +125,6 @@ private slots:
         QTRY_VERIFY(*ended);
         QCoreApplication::processEvents();
         QCOMPARE(log.size(), 2);
-    }
-
-    void goesCleanlyWithAResultOnItsWay()
-    {
-        QStringList log;
-        auto background = std::make_unique<Background>();
-        const QThread *mainThread = QThread::currentThread();
-        bool isPosted = false;
-        const auto goBeforeTheWaiterHears = [&] {
-            if (QThread::currentThread() == mainThread && !std::exchange(isPosted, true))
-                QMetaObject::invokeMethod(
-                    qApp, [&] { background.reset(); }, Qt::QueuedConnection);
-        };
-        const std::function<Announced()> work = [=] { return Announced(goBeforeTheWaiterHears); };
-        const auto task = collect(*background, work, log);
-        QTRY_COMPARE(log, QStringList{u"gone"_s});
     }
 };
 
