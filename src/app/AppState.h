@@ -15,6 +15,7 @@
 #include "board/TransferStatus.h"
 #include "debugger/DebugSession.h"
 #include "document/DocumentWriter.h"
+#include "document/FileWatch.h"
 #include "document/LocalStore.h"
 #include "document/OpenFiles.h"
 #include "session/PythonRunner.h"
@@ -72,6 +73,7 @@ public:
     [[nodiscard]] ErrorReporter &errors() { return m_errors; }
     [[nodiscard]] OpenFiles &documents() { return m_documents; }
     [[nodiscard]] DocumentSaver &saving() { return m_saving; }
+    [[nodiscard]] FileWatch &fileWatch() { return m_fileWatch; }
     [[nodiscard]] BoardDocuments &boardDocuments() { return m_boardDocuments; }
     [[nodiscard]] LocalFiles &localFiles() { return m_localFiles; }
     [[nodiscard]] PythonRunner &runner() { return m_runner; }
@@ -167,6 +169,7 @@ private:
     FileTransfer m_fileTransfer{m_link, m_deviceFiles, m_transfer, m_shell};
     BoardStore m_boardStore{m_link, m_deviceFiles};
     DocumentWriter m_writer{m_localStore, m_boardStore, m_prompts};
+    FileWatch m_fileWatch{m_documents, m_writer, m_localStore};
     BoardDocuments m_boardDocuments{
         {m_documents, m_writer, m_link, m_deviceFiles, m_transfer, m_shell, m_errors}};
     DocumentSaver m_saving;

@@ -69,15 +69,25 @@ void EditorFile::setContent(const QString &content)
 void EditorFile::reload(const DocumentText &text)
 {
     m_saved = text;
+    ++m_savedNumber;
     m_storage->replaceText(text.content);
     m_format = text.format;
     updateModified();
+    setFileChange(FileChange::None);
 }
 
 void EditorFile::setSavedText(const std::optional<DocumentText> &text)
 {
     m_saved = text;
+    ++m_savedNumber;
     updateModified();
+    setFileChange(FileChange::None);
+}
+
+void EditorFile::setFileChange(FileChange change)
+{
+    if (std::exchange(m_fileChange, change) != change)
+        emit changed();
 }
 
 void EditorFile::toggleBreakpoint(int line)

@@ -75,11 +75,18 @@ public:
     /// Replaces text and file format by \p text, which the document's place holds now.
     void reload(const DocumentText &text);
 
+    /// What another program did to the document's file since it was last read or written.
+    enum class FileChange { None, Changed, Deleted };
+    [[nodiscard]] FileChange fileChange() const { return m_fileChange; }
+    void setFileChange(FileChange change);
+
     /// The text differs from what was last read or saved, or that is not known.
     [[nodiscard]] bool isModified() const { return m_isModified; }
     /// What was last read or written at the document's place; nothing when that is not known.
     [[nodiscard]] const std::optional<DocumentText> &savedText() const { return m_saved; }
     void setSavedText(const std::optional<DocumentText> &text);
+    /// Changes whenever the saved text is set.
+    [[nodiscard]] int savedNumber() const { return m_savedNumber; }
 
     /// 1-based. They move with their lines.
     [[nodiscard]] const QSet<int> &breakpoints() const { return m_breakpoints.lines(); }
@@ -97,7 +104,7 @@ public:
     ViewState viewState;
 
 signals:
-    /// Name, place or isModified have changed.
+    /// Name, place, isModified or fileChange have changed.
     void changed();
     void contentChanged();
     void breakpointsChanged();
@@ -114,7 +121,9 @@ private:
     PythonTextStorage *m_storage; // a child
     TextFormat m_format;
     std::optional<DocumentText> m_saved;
+    int m_savedNumber = 0;
     bool m_isModified = false;
+    FileChange m_fileChange = FileChange::None;
     LineMarks m_breakpoints;
     bool m_haveBreakpointsMoved = false;
     QSet<int> m_armedLines;

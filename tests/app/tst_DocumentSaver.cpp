@@ -151,6 +151,38 @@ private slots:
         QCOMPARE(bytesOf(path), "new"_ba);
     }
 
+    void noticesWhatOtherProgramsDoToItsFile()
+    {
+        Desk fixture;
+        const QString path = fixture.at(u"f.py"_s);
+        FileWatch &watch = fixture.state->fileWatch();
+        put(path, "1\n2");
+        QVERIFY(fixture.open(path));
+        const QUuid id = fixture.file().id();
+        put(path, "theirs\r\n2");
+        awaited(watch.check());
+        QCOMPARE(fixture.place() + fixture.file().text().fileText(), path + u"||theirs\r\n2"_s);
+        fixture.write(u"mine"_s);
+        for (const bool keeps : {false, true}) {
+            put(path, keeps ? "again" : "more");
+            awaited(watch.check());
+            QCOMPARE(fixture.file().fileChange(), EditorFile::FileChange::Changed);
+            awaited(keeps ? watch.keep(id) : watch.reload(id));
+            QCOMPARE(fixture.file().fileChange(), EditorFile::FileChange::None);
+            QCOMPARE(fixture.file().content(), keeps ? u"mine"_s : u"more"_s);
+            fixture.write(u"mine"_s);
+        }
+        fixture.save();
+        QVERIFY2(fixture.prompts.asked.isEmpty(), "the change was known");
+        QCOMPARE(bytesOf(path), "mine"_ba);
+        QVERIFY(QFile::remove(path));
+        awaited(watch.check());
+        QCOMPARE(fixture.file().fileChange(), EditorFile::FileChange::Deleted);
+        fixture.save();
+        QCOMPARE(bytesOf(path), "mine"_ba);
+        QCOMPARE(fixture.file().fileChange(), EditorFile::FileChange::None);
+    }
+
     void isOneDocumentWhateverTheFileIsCalled()
     {
         Desk fixture;

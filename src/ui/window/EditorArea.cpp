@@ -5,6 +5,7 @@
 #include "ui/controls/Divider.h"
 #include "ui/window/DebugBar.h"
 #include "ui/window/EditorTabStrip.h"
+#include "ui/window/FileChangeBar.h"
 
 #include <QLabel>
 #include <QStackedWidget>
@@ -33,6 +34,7 @@ EditorArea::EditorArea(AppState &state, QWidget *parent)
     column->addWidget(new Divider);
     connect(m_debugBar, &DebugBar::wentWithFocus, m_editor, qOverload<>(&QWidget::setFocus));
     column->addWidget(m_debugBar);
+    column->addWidget(new FileChangeBar(state));
     column->addWidget(m_body, 1);
 
     OpenFiles &documents = state.documents();

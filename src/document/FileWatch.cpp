@@ -1,0 +1,98 @@
+#include "document/FileWatch.h"
+
+#include "base/Utf8.h"
+#include "document/DocumentWriter.h"
+#include "document/OpenFiles.h"
+
+namespace Korvane {
+
+FileWatch::FileWatch(OpenFiles &documents, const DocumentWriter &writer, DocumentStore &localStore)
+    : m_documents(documents)
+    , m_writer(writer)
+    , m_store(localStore)
+{
+}
+
+QCoro::Task<void> FileWatch::check()
+{
+    const auto life = m_life.watch();
+    QList<QUuid> ids;
+    for (const EditorFile *file : m_documents.openFiles())
+        ids << file->id();
+    for (const QUuid &id : std::as_const(ids)) {
+        co_await check(id);
+        if (!life)
+            co_return;
+    }
+}
+
+QCoro::Task<void> FileWatch::check(QUuid id)
+{
+    const auto life = m_life.watch();
+    const auto held = co_await read(id);
+    if (!life || !held)
+        co_return;
+    EditorFile *file = m_documents.file(id);
+    if (!file->savedText()) // recovered; compared when it is saved
+        co_return;
+    if (!held->has_value()) {
+        file->setFileChange(EditorFile::FileChange::Deleted);
+        co_return;
+    }
+    if (**held == file->savedText()->fileText().toUtf8()) {
+        file->setFileChange(EditorFile::FileChange::None);
+        co_return;
+    }
+    const auto text = Utf8::decodeStrict(**held);
+    if (text && !file->isModified())
+        file->reload(DocumentText::fromFile(*text));
+    else
+        file->setFileChange(EditorFile::FileChange::Changed);
+}
+
+QCoro::Task<void> FileWatch::reload(QUuid id)
+{
+    const auto life = m_life.watch();
+    const auto held = co_await read(id);
+    if (!life || !held || !held->has_value())
+        co_return;
+    if (const auto text = Utf8::decodeStrict(**held))
+        m_documents.file(id)->reload(DocumentText::fromFile(*text));
+}
+
+QCoro::Task<void> FileWatch::keep(QUuid id)
+{
+    const auto life = m_life.watch();
+    const auto held = co_await read(id);
+    if (!life || !held)
+        co_return;
+    EditorFile *file = m_documents.file(id);
+    std::optional<DocumentText> known;
+    if (held->has_value()) {
+        if (const auto text = Utf8::decodeStrict(**held))
+            known = DocumentText::fromFile(*text);
+    }
+    file->setSavedText(known);
+}
+
+Async<std::optional<QByteArray>> FileWatch::read(QUuid id)
+{
+    const EditorFile *file = m_documents.file(id);
+    const Error dropped{ErrorCode::Closed, {}};
+    if (!file || file->place().kind != DocumentPlace::Kind::Local
+        || m_writer.isWriting(file->place()))
+        co_return dropped;
+    const auto life = m_life.watch();
+    const DocumentPlace place = file->place();
+    const int savedNumber = file->savedNumber();
+    const auto held = co_await m_store.read(place);
+    if (!life)
+        co_return dropped;
+    const EditorFile *same = m_documents.file(id);
+    if (!same || same->savedNumber() != savedNumber || !same->place().isSameFile(place)
+        || m_writer.isWriting(place))
+        co_return dropped;
+    co_return held;
+}
+
+} // namespace Korvane

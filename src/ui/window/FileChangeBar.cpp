@@ -1,0 +1,62 @@
+#include "ui/window/FileChangeBar.h"
+
+#include "app/AppState.h"
+#include "ui/controls/WrappedLabel.h"
+
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QPushButton>
+
+namespace Korvane {
+
+FileChangeBar::FileChangeBar(AppState &state, QWidget *parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_text(new WrappedLabel(QString()))
+    , m_reload(new QPushButton(tr("Reload")))
+    , m_keep(new QPushButton(tr("Keep")))
+{
+    setObjectName(QStringLiteral("fileChangeBar"));
+    auto *row = new QHBoxLayout(this);
+    row->setContentsMargins(10, 4, 10, 4);
+    row->addWidget(m_text, 1);
+    row->addWidget(m_reload);
+    row->addWidget(m_keep);
+    m_reload->setObjectName(QStringLiteral("reloadFile"));
+    m_keep->setObjectName(QStringLiteral("keepText"));
+    m_reload->setToolTip(tr("Replace the text by that of the file; undo brings it back"));
+    m_keep->setToolTip(tr("Keep the text; saving replaces the file"));
+    const auto selected = [this] { return m_state.documents().selectedFileID(); };
+    connect(m_reload, &QPushButton::clicked, this,
+            [this, selected] { m_state.fileWatch().reload(selected()); });
+    connect(m_keep, &QPushButton::clicked, this,
+            [this, selected] { m_state.fileWatch().keep(selected()); });
+    OpenFiles &documents = state.documents();
+    connect(&documents, &OpenFiles::fileChanged, this, &FileChangeBar::follow);
+    connect(&documents, &OpenFiles::selectedFileChanged, this, [this, selected] {
+        follow();
+        m_state.fileWatch().check(selected());
+    });
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this,
+            [this](Qt::ApplicationState active) {
+                if (active == Qt::ApplicationActive)
+                    m_state.fileWatch().check();
+            });
+    follow();
+}
+
+void FileChangeBar::follow()
+{
+    const EditorFile *file = m_state.documents().selectedFile();
+    const auto change = file ? file->fileChange() : EditorFile::FileChange::None;
+    setVisible(change != EditorFile::FileChange::None);
+    if (!isVisibleTo(parentWidget()))
+        return;
+    const bool isDeleted = change == EditorFile::FileChange::Deleted;
+    const QString text = isDeleted ? tr("%1 was deleted by another program.")
+                                   : tr("%1 was changed by another program.");
+    m_text->setText(text.arg(file->name()));
+    m_reload->setVisible(!isDeleted);
+}
+
+} // namespace Korvane

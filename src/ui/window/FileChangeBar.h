@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QUuid>
+#include <QWidget>
+
+class QPushButton;
+
+namespace Korvane {
+
+class AppState;
+class WrappedLabel;
+
+/// Says above the editor that the file of the selected document was changed or deleted by another
+/// program, and offers to reload it or to keep the document's text. Hidden otherwise.
+class FileChangeBar final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// \p state must outlive this.
+    explicit FileChangeBar(AppState &state, QWidget *parent = nullptr);
+
+private:
+    void follow();
+
+    AppState &m_state;
+    WrappedLabel *m_text;
+    QPushButton *m_reload;
+    QPushButton *m_keep;
+};
+
+} // namespace Korvane
