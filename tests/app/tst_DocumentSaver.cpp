@@ -63,36 +63,6 @@ private:
 private slots:
     void initTestCase() { QVERIFY2(m_board.start(), qPrintable(m_board.errorText())); }
 
-    void savesWhatWasThere_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QByteArray>("saved"); // after "new\n" is put in front
-        QTest::newRow("no last line end") << "a\nb"_ba
-                                          << "new\na\nb"_ba;
-        QTest::newRow("pairs and a mark") << "\uFEFFa\r\nb\r\n"_ba
-                                          << "\uFEFFnew\r\na\r\nb\r\n"_ba;
-        QTest::newRow("odd characters") << "a\u00A0\u2028\u2029z\n"_ba
-                                        << "new\na\u00A0\u2028\u2029z\n"_ba;
-    }
-
-    void savesWhatWasThere()
-    {
-        QFETCH(QByteArray, bytes);
-        Desk fixture;
-        const QString path = fixture.at(u"f.py"_s);
-        put(path, bytes);
-        QVERIFY(fixture.open(path));
-        QCOMPARE(fixture.place(), path + u"||"_s);
-        fixture.save();
-        QCOMPARE(bytesOf(path), bytes);
-        fixture.write(u"new\n"_s + fixture.file().content());
-        QCOMPARE(fixture.place(), path + u"||*"_s);
-        fixture.save();
-        QCOMPARE(fixture.place(), path + u"||"_s);
-        QTEST(bytesOf(path), "saved");
-        QCOMPARE(fixture.said(), QString());
-    }
-
     void keepsAnOpenDocumentsEditsWhenOpenedAgain()
     {
         Desk fixture;
