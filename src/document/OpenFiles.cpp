@@ -36,7 +36,19 @@ void OpenFiles::newFile()
 
 void OpenFiles::openTextInEditor(const QString &name, const QString &text)
 {
+    const auto isReplaceable = [&](const auto &file) {
+        return file->name() == name && file->place() == DocumentPlace() && !file->isModified()
+            && !file->pausedLine();
+    };
+    const auto found = std::find_if(m_openFiles.begin(), m_openFiles.end(), isReplaceable);
+    const auto index = found - m_openFiles.begin();
+    const bool isReplacing = found != m_openFiles.end();
     open(name, {}, text);
+    if (isReplacing) {
+        auto &replaced = m_openFiles[static_cast<size_t>(index)];
+        std::swap(replaced, m_openFiles.back());
+        closeFile(m_openFiles.back()->id());
+    }
     m_shell.appendInfo(QStringLiteral("Opened %1 in the editor.").arg(name));
 }
 

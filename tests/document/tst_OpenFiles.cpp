@@ -195,12 +195,12 @@ private slots:
         QVERIFY(!file.isModified());
     }
 
-    void opensTheSameTextTwice()
+    void opensTextAgainInTheSameTab()
     {
         Desk desk(0);
         for (int i = 0; i < 2; ++i)
             desk.documents.openTextInEditor(u"%1.py"_s, u"x = 1"_s);
-        QCOMPARE(desk.names(), u"%1.py [%1.py]"_s);
+        QCOMPARE(desk.names(), u"[%1.py]"_s);
         QVERIFY(!desk.documents.selectedFile()->isModified());
         QCOMPARE(desk.documents.selectedFile()->content(), u"x = 1"_s);
         QCOMPARE(desk.shell.lines(), QStringList(2, u"info: Opened %1.py in the editor."_s));

@@ -116,6 +116,19 @@ private slots:
             "Opened blink.py in the editor. It is not on the device until you write it there.");
         QCOMPARE(box.state->documents().selectedFile()->name(), u"blink.py"_s);
         QCOMPARE(box.lines(0).constLast(), u"info: Opened blink.py in the editor."_s);
+
+        const auto tabs = [&] {
+            QStringList texts;
+            for (const EditorFile *file : box.state->documents().openFiles())
+                texts << file->name() + u'=' + file->content();
+            return texts.join(u'|');
+        };
+        box.call("open_in_editor|name=b.py|content=1");
+        box.call("open_in_editor|name=blink.py|content=2");
+        QCOMPARE(tabs(), u"untitled.py=x|blink.py=2|b.py=1"_s);
+        box.write(u"edited"_s);
+        box.call("open_in_editor|name=blink.py|content=3");
+        QCOMPARE(tabs(), u"untitled.py=x|blink.py=edited|b.py=1|blink.py=3"_s);
     }
 
     void connectsToThePortThatIsMeant()
