@@ -1,7 +1,7 @@
 #include "document/EditorFile.h"
 
 #include "document/PythonTextStorage.h"
-#include "theme/CodeColors.h"
+#include "theme/Theme.h"
 
 #include <utility>
 
@@ -19,7 +19,7 @@ EditorFile::EditorFile(const QString &name, const DocumentPlace &place, const Do
     : QObject(parent)
     , m_name(name)
     , m_place(place)
-    , m_storage(new PythonTextStorage(CodeColors::light(), this))
+    , m_storage(new PythonTextStorage(Theme::light(), this))
     , m_format(text.format)
     , m_saved(text)
 {

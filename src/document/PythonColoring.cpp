@@ -343,26 +343,26 @@ void PythonColoring::color(QStringView text, std::vector<PythonToken> &tokens)
     Run(text, tokens).color();
 }
 
-CodeColors::Role PythonColoring::role(PythonToken token)
+Theme::Role PythonColoring::role(PythonToken token)
 {
     switch (token) {
     case PythonToken::Plain:
-        return CodeColors::Role::Label;
+        return Theme::Role::Label;
     case PythonToken::Comment:
-        return CodeColors::Role::SystemGray;
+        return Theme::Role::Gray;
     case PythonToken::String:
-        return CodeColors::Role::SystemGreen;
+        return Theme::Role::Green;
     case PythonToken::Number:
-        return CodeColors::Role::SystemPurple;
+        return Theme::Role::Purple;
     case PythonToken::BuiltInName:
-        return CodeColors::Role::SystemIndigo;
+        return Theme::Role::Indigo;
     case PythonToken::Keyword:
     case PythonToken::FunctionName:
-        return CodeColors::Role::SystemBlue;
+        return Theme::Role::Blue;
     case PythonToken::Decorator:
-        return CodeColors::Role::SystemOrange;
+        return Theme::Role::Orange;
     case PythonToken::ClassName:
-        return CodeColors::Role::SystemTeal;
+        return Theme::Role::Teal;
     }
     Q_UNREACHABLE();
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "theme/CodeColors.h"
+#include "theme/Theme.h"
 
 #include <QList>
 #include <QStringView>
@@ -51,7 +51,7 @@ public:
     static void color(QStringView text, std::vector<PythonToken> &tokens);
 
     /// The color of \p token.
-    [[nodiscard]] static CodeColors::Role role(PythonToken token);
+    [[nodiscard]] static Theme::Role role(PythonToken token);
 
     /// The words of the fourth and the fifth pass.
     [[nodiscard]] static const QList<QStringView> &builtInNames();

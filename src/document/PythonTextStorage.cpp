@@ -1,6 +1,6 @@
 #include "document/PythonTextStorage.h"
 
-#include "theme/CodeColors.h"
+#include "theme/Theme.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QScopedValueRollback>
@@ -47,7 +47,7 @@ protected:
 
 } // namespace
 
-PythonTextStorage::PythonTextStorage(const CodeColors &colors, QObject *parent)
+PythonTextStorage::PythonTextStorage(const Theme &colors, QObject *parent)
     : QTextDocument(parent)
 {
     setDocumentLayout(new NoLayout(this)); // which the editor replaces by its own
@@ -82,7 +82,7 @@ void PythonTextStorage::replaceText(const QString &text)
     emit textReplaced();
 }
 
-void PythonTextStorage::setColors(const CodeColors &colors)
+void PythonTextStorage::setColors(const Theme &colors)
 {
     for (int token = 0; token < pythonTokenCount; ++token)
         m_formats[static_cast<size_t>(token)].setForeground(

@@ -14,7 +14,7 @@ class QTextBlock;
 
 namespace Korvane {
 
-class CodeColors;
+class Theme;
 
 /// The text of one Python source with its undo history, colored again after each change of its
 /// characters.
@@ -32,7 +32,7 @@ public:
     /// such a line takes several times as long as the line alone.
     static constexpr int longestColoredLine = 100'000;
 
-    explicit PythonTextStorage(const CodeColors &colors, QObject *parent = nullptr);
+    explicit PythonTextStorage(const Theme &colors, QObject *parent = nullptr);
 
     /// Exactly what was set and edited, with "\n" line ends.
     [[nodiscard]] const QString &text() const { return m_text; }
@@ -40,7 +40,7 @@ public:
     void setText(const QString &text);
     /// Replaces everything as one edit that can be undone. Only the part that differs is edited.
     void replaceText(const QString &text);
-    void setColors(const CodeColors &colors);
+    void setColors(const Theme &colors);
 
     [[nodiscard]] PythonToken tokenAt(int position) const
     {

@@ -6,11 +6,10 @@
 #include "editor/GoToLineBar.h"
 #include "editor/LineNumberRulerView.h"
 #include "editor/PythonTextLayout.h"
-#include "theme/CodeColors.h"
+#include "theme/Theme.h"
 
 #include <QAction>
 #include <QContextMenuEvent>
-#include <QFontDatabase>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMimeData>
@@ -88,9 +87,7 @@ CodeEditorView::CodeEditorView(QWidget *parent)
 const QFont &CodeEditorView::codeFont()
 {
     static const QFont font = [] {
-        QFont fixed = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-        fixed.setStyleHint(QFont::Monospace); // when the font that the desktop names is missing
-        fixed.setFixedPitch(true);
+        QFont fixed = Theme::monospacedFont();
         fixed.setWeight(QFont::Normal);
         fixed.setPixelSize(codePixelSize);
         return fixed;
@@ -156,7 +153,7 @@ void CodeEditorView::prepareStorage()
         m_storage->setDocumentMargin(textMargin);
     setCodeFont();
     PythonTextLayout::attachTo(*m_storage);
-    m_storage->setColors(CodeColors::of(palette()));
+    m_storage->setColors(Theme::of(palette()));
 }
 
 /// Keeps caret and scroll position with the document.
@@ -346,7 +343,7 @@ void CodeEditorView::changeEvent(QEvent *event)
     if (event->type() == QEvent::FontChange) {
         setCodeFont();
     } else if (event->type() == QEvent::PaletteChange) {
-        m_storage->setColors(CodeColors::of(palette()));
+        m_storage->setColors(Theme::of(palette()));
         m_ruler->update();
         emit contentShown();
     }

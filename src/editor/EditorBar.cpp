@@ -1,6 +1,6 @@
 #include "editor/EditorBar.h"
 
-#include "theme/CodeColors.h"
+#include "theme/Theme.h"
 
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -67,7 +67,7 @@ void EditorBar::paintEvent(QPaintEvent *event)
     QWidget::paintEvent(event);
     QPainter painter(this);
     painter.fillRect(0, height() - 1, width(), 1,
-                     CodeColors::of(palette()).color(CodeColors::Role::Separator));
+                     Theme::of(palette()).color(Theme::Role::Separator));
 }
 
 } // namespace Korvane

@@ -3,7 +3,7 @@
 #include "document/PythonTextStorage.h"
 #include "editor/CodeEditorView.h"
 #include "editor/FindBar.h"
-#include "theme/CodeColors.h"
+#include "theme/Theme.h"
 
 #include <QScopedValueRollback>
 #include <QScrollBar>
@@ -144,7 +144,7 @@ void EditorSearch::showFound()
     if (!m_bar->isHidden() && !m_isStale) {
         const auto [start, end] = m_view.visibleRange();
         QTextCharFormat format;
-        format.setBackground(CodeColors::of(m_view.palette()).color(CodeColors::Role::FoundText));
+        format.setBackground(Theme::of(m_view.palette()).color(Theme::Role::FoundText));
         const int length = static_cast<int>(m_search.query.size());
         // In the middle of an edit the text may be shorter than it was.
         const int last = std::min(end, m_view.document()->characterCount() - 1 - length);

@@ -1,6 +1,6 @@
 #include "editor/FindBar.h"
 
-#include "theme/CodeColors.h"
+#include "theme/Theme.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>

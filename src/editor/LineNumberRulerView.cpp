@@ -1,7 +1,7 @@
 #include "editor/LineNumberRulerView.h"
 
 #include "editor/CodeEditorView.h"
-#include "theme/CodeColors.h"
+#include "theme/Theme.h"
 
 #include <QFontMetricsF>
 #include <QGuiApplication>
@@ -85,10 +85,10 @@ void LineNumberRulerView::paintEvent(QPaintEvent *event)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.fillRect(event->rect(), palette().color(QPalette::Window));
-    const CodeColors &colors = CodeColors::of(palette());
+    const Theme &colors = Theme::of(palette());
     const QFont font = numberFont(QFont::Normal);
     const QFont pausedFont = numberFont(QFont::Bold);
-    const QColor red = colors.color(CodeColors::Role::SystemRed);
+    const QColor red = colors.color(Theme::Role::BreakpointMarker);
 
     for (const CodeEditorView::LineRows &row : m_textView->visibleLines()) {
         const QRectF rows(0, row.top, width(), row.height);
@@ -96,7 +96,7 @@ void LineNumberRulerView::paintEvent(QPaintEvent *event)
             continue;
         const bool isPaused = row.line == m_pausedLine;
         if (isPaused)
-            painter.fillRect(rows, colors.pausedBand());
+            painter.fillRect(rows, colors.color(Theme::Role::PausedBand));
 
         const bool hasBreakpoint = m_breakpoints.contains(row.line);
         if (hasBreakpoint || m_activeBreakpoints.contains(row.line)) {
@@ -107,14 +107,12 @@ void LineNumberRulerView::paintEvent(QPaintEvent *event)
         }
 
         painter.setFont(isPaused ? pausedFont : font);
-        painter.setPen(
-            colors.color(isPaused ? CodeColors::Role::Label : CodeColors::Role::SecondaryLabel));
+        painter.setPen(colors.color(isPaused ? Theme::Role::Label : Theme::Role::SecondaryLabel));
         painter.drawText(QRectF(0, row.top, width() - numberMargin, row.firstRowHeight),
                          Qt::AlignRight | Qt::AlignTop | Qt::TextDontClip,
                          QString::number(row.line));
     }
-    painter.fillRect(QRectF(width() - 1, 0, 1, height()),
-                     colors.color(CodeColors::Role::Separator));
+    painter.fillRect(QRectF(width() - 1, 0, 1, height()), colors.color(Theme::Role::Separator));
 }
 
 void LineNumberRulerView::mousePressEvent(QMouseEvent *event)

@@ -1,63 +1,63 @@
 #include "theme/Theme.h"
 
 #include <QFontDatabase>
+#include <QFontInfo>
 #include <QGuiApplication>
+
+#include <algorithm>
 
 namespace Korvane {
 
-Theme::Colors Theme::lightColors()
-{
-    return {
-        QColor(0x1c, 0x1c, 0x20), // Label
-        QColor(0x5b, 0x5c, 0x64), // SecondaryLabel
-        QColor(0x6c, 0x6d, 0x76), // TertiaryLabel
-        QColor(0x1a, 0x5f, 0xc8), // Accent
-        QColor(0xc0, 0x1f, 0x2b), // Red
-        QColor(0x1b, 0x75, 0x38), // Green
-        QColor(0xa3, 0x50, 0x00), // Orange
-        QColor(0x7a, 0x5d, 0x00), // Yellow
-        QColor(0x67, 0x68, 0x70), // Gray
-        QColor(0xd3, 0xd4, 0xda), // Separator
-        QColor(0xff, 0xff, 0xff), // TextBackground
-        QColor(0xf3, 0xf3, 0xf6), // WindowBackground
-        QColor(0xfb, 0xfb, 0xfd), // ControlBackground
-        QColor(0xe4, 0xe5, 0xea), // Hover
-        QColor(0xd6, 0xd7, 0xde), // Pressed
-        QColor(0xd6, 0xe4, 0xfb), // AccentTint
-        QColor(0xf4, 0xee, 0xd8), // YellowTint
-        QColor(0x1a, 0x5f, 0xc8), // Selection
-        QColor(0xff, 0xff, 0xff), // SelectedText
-    };
-}
+namespace {
 
-Theme::Colors Theme::darkColors()
+struct Entry
 {
-    return {
-        QColor(0xec, 0xed, 0xf1), // Label
-        QColor(0xad, 0xaf, 0xb9), // SecondaryLabel
-        QColor(0xa0, 0xa2, 0xad), // TertiaryLabel
-        QColor(0x74, 0xb0, 0xff), // Accent
-        QColor(0xff, 0x82, 0x7a), // Red
-        QColor(0x5f, 0xcb, 0x7e), // Green
-        QColor(0xf2, 0xa3, 0x52), // Orange
-        QColor(0xe8, 0xc7, 0x55), // Yellow
-        QColor(0xa0, 0xa2, 0xab), // Gray
-        QColor(0x3c, 0x3e, 0x46), // Separator
-        QColor(0x1b, 0x1c, 0x20), // TextBackground
-        QColor(0x26, 0x27, 0x2c), // WindowBackground
-        QColor(0x33, 0x35, 0x3b), // ControlBackground
-        QColor(0x37, 0x39, 0x40), // Hover
-        QColor(0x45, 0x47, 0x50), // Pressed
-        QColor(0x29, 0x40, 0x60), // AccentTint
-        QColor(0x40, 0x3c, 0x28), // YellowTint
-        QColor(0x2b, 0x5f, 0xad), // Selection
-        QColor(0xff, 0xff, 0xff), // SelectedText
-    };
-}
+    QRgb light;
+    QRgb dark;
+};
 
-Theme::Theme(bool isDark, const Colors &colors)
+/// In the order of Theme::Role.
+constexpr std::array<Entry, Theme::roleCount> table{{
+    {0xff1c1c20, 0xffecedf1}, // Label
+    {0xff5b5c64, 0xffadafb9}, // SecondaryLabel
+    {0xff6c6d76, 0xffa0a2ad}, // TertiaryLabel
+    {0xff1a5fc8, 0xff74b0ff}, // Accent
+    {0xffc01f2b, 0xffff827a}, // Red
+    {0xff1b7538, 0xff5fcb7e}, // Green
+    {0xffa35000, 0xfff2a352}, // Orange
+    {0xff7a5d00, 0xffe8c755}, // Yellow
+    {0xff676870, 0xffa0a2ab}, // Gray
+    {0xff982eb4, 0xffdb93f2}, // Purple
+    {0xff543fd0, 0xffa8a0ff}, // Indigo
+    {0xff005fc9, 0xff6cb2ff}, // Blue
+    {0xff00707d, 0xff55d0d8}, // Teal
+    {0xffd3d4da, 0xff3c3e46}, // Separator
+    {0xffffffff, 0xff1b1c20}, // TextBackground
+    {0xfff3f3f6, 0xff26272c}, // WindowBackground
+    {0xfffbfbfd, 0xff33353b}, // ControlBackground
+    {0xffe4e5ea, 0xff373940}, // Hover
+    {0xffd6d7de, 0xff454750}, // Pressed
+    {0xffd6e4fb, 0xff294060}, // AccentTint
+    {0xfff4eed8, 0xff403c28}, // YellowTint
+    {0xff1a5fc8, 0xff2b5fad}, // Selection
+    {0xffffffff, 0xffffffff}, // SelectedText
+    {0xffffe38a, 0xff5f5014}, // FoundText
+    {0xffe02b35, 0xffff5a52}, // BreakpointMarker
+    {0x47ffc400, 0x47ffd60a}, // PausedBand
+}};
+
+} // namespace
+
+Theme::Theme(bool isDark)
     : m_isDark(isDark)
-    , m_colors(colors)
+{
+    std::transform(table.begin(), table.end(), m_colors.begin(), [isDark](const Entry &entry) {
+        return QColor::fromRgba(isDark ? entry.dark : entry.light);
+    });
+    m_palette = makePalette();
+}
+
+QPalette Theme::makePalette() const
 {
     const QColor window = color(Role::WindowBackground);
     const QColor button = color(Role::ControlBackground);
@@ -74,39 +74,41 @@ Theme::Theme(bool isDark, const Colors &colors)
         {QPalette::HighlightedText, color(Role::SelectedText)},
         {QPalette::ToolTipBase, button},
         {QPalette::ToolTipText, color(Role::Label)},
-        // The toolkit's only role for a fainter text: captions and states are shown in it, too.
+        // Qt's only role for fainter text; captions and states use it, too.
         {QPalette::PlaceholderText, color(Role::SecondaryLabel)},
         {QPalette::Link, color(Role::Accent)},
         {QPalette::LinkVisited, color(Role::Accent)},
-        {QPalette::Light, isDark ? button.lighter(130) : QColor(Qt::white)},
-        {QPalette::Midlight, isDark ? button.lighter(115) : button.darker(104)},
-        {QPalette::Mid, isDark ? window.darker(120) : window.darker(125)},
+        {QPalette::Light, m_isDark ? button.lighter(130) : QColor(Qt::white)},
+        {QPalette::Midlight, m_isDark ? button.lighter(115) : button.darker(104)},
+        {QPalette::Mid, m_isDark ? window.darker(120) : window.darker(125)},
         {QPalette::Dark, window.darker(150)},
-        {QPalette::Shadow, isDark ? QColor(Qt::black) : window.darker(220)},
+        {QPalette::Shadow, m_isDark ? QColor(Qt::black) : window.darker(220)},
     };
+    QPalette palette;
     for (const auto &[role, value] : entries)
-        m_palette.setColor(QPalette::All, role, value);
-    // Nothing is ever disabled but a menu's plain words, which have to be read all the same.
+        palette.setColor(QPalette::All, role, value);
+    // Disabled text is information too: a menu's plain text, the answers of a new question.
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
-        m_palette.setColor(QPalette::Disabled, role, color(Role::SecondaryLabel));
+        palette.setColor(QPalette::Disabled, role, color(Role::SecondaryLabel));
+    return palette;
 }
 
 const Theme &Theme::light()
 {
-    static const Theme theme(false, lightColors());
+    static const Theme theme(false);
     return theme;
 }
 
 const Theme &Theme::dark()
 {
-    static const Theme theme(true, darkColors());
+    static const Theme theme(true);
     return theme;
 }
 
 const Theme &Theme::of(const QPalette &palette)
 {
-    const bool isDark = palette.color(QPalette::Window).lightness()
-        < palette.color(QPalette::WindowText).lightness();
+    const bool isDark =
+        palette.color(QPalette::Base).lightness() < palette.color(QPalette::Text).lightness();
     return isDark ? dark() : light();
 }
 
@@ -118,8 +120,11 @@ const Theme &Theme::current()
 QFont Theme::monospacedFont()
 {
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    font.setStyleHint(QFont::Monospace); // where the desktop names a font that is not installed
+    font.setStyleHint(QFont::Monospace); // for a desktop font that is not installed
     font.setFixedPitch(true);
+    // Some desktops name a proportional font here.
+    if (!QFontInfo(font).fixedPitch())
+        font.setFamily(QStringLiteral("monospace"));
     return font;
 }
 

@@ -8,11 +8,12 @@
 
 namespace Korvane {
 
-/// The program's colors by what they mean, once for light and once for dark desktops. Which of
-/// the two holds follows from the palette in force, so whoever paints asks `Theme::of(palette())`
-/// at that moment and keeps no color.
+/// The colors of the program by their purpose, for a light and for a dark desktop, and its fonts.
+/// The palette in force decides between the two: ask `Theme::of(palette())` while painting and keep
+/// no color, because the desktop can change its appearance at any time.
 ///
-/// Every text role is readable (4.5:1 or better) on both backgrounds.
+/// Every text role has a contrast of 4.5:1 or more on TextBackground, WindowBackground and
+/// ControlBackground.
 class Theme final
 {
 public:
@@ -26,6 +27,10 @@ public:
         Orange,
         Yellow,
         Gray,
+        Purple,
+        Indigo,
+        Blue,
+        Teal,
         // From here on no text colors
         Separator,
         TextBackground,
@@ -37,20 +42,24 @@ public:
         YellowTint, // on WindowBackground
         Selection,
         SelectedText, // on Selection
+        FoundText,    // behind matches of the find bar
+        BreakpointMarker,
+        PausedBand, // over the paused line, translucent
     };
-    static constexpr int roleCount = static_cast<int>(Role::SelectedText) + 1;
+    static constexpr int roleCount = static_cast<int>(Role::PausedBand) + 1;
     static constexpr int textRoleCount = static_cast<int>(Role::Separator);
 
     [[nodiscard]] static const Theme &light();
     [[nodiscard]] static const Theme &dark();
-    /// The theme that goes with \p palette.
+    /// The theme that goes with \p palette: dark when its Base is darker than its Text.
     [[nodiscard]] static const Theme &of(const QPalette &palette);
-    /// The theme in force in the program.
+    /// The theme of the application's palette.
     [[nodiscard]] static const Theme &current();
 
-    /// The platform's fixed font, for code and what programs print.
+    /// The desktop's fixed font, for code and for what programs print; "monospace" where that font
+    /// has characters of different widths.
     [[nodiscard]] static QFont monospacedFont();
-    /// \p font for captions: somewhat smaller.
+    /// \p font for captions: 0.9 times its size.
     [[nodiscard]] static QFont captionFont(const QFont &font);
     /// \p font for headlines: semibold.
     [[nodiscard]] static QFont headlineFont(const QFont &font);
@@ -62,9 +71,8 @@ public:
 private:
     using Colors = std::array<QColor, roleCount>;
 
-    Theme(bool isDark, const Colors &colors);
-    [[nodiscard]] static Colors lightColors();
-    [[nodiscard]] static Colors darkColors();
+    explicit Theme(bool isDark);
+    [[nodiscard]] QPalette makePalette() const;
 
     bool m_isDark;
     Colors m_colors;

@@ -1,6 +1,6 @@
 #include "document/PythonSamples.h"
 #include "document/PythonTextStorage.h"
-#include "theme/CodeColors.h"
+#include "theme/Theme.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -30,7 +30,7 @@ QString wrongColor(PythonTextStorage &storage)
 {
     std::vector<PythonToken> tokens;
     PythonColoring::color(storage.text(), tokens);
-    const CodeColors &colors = CodeColors::light();
+    const Theme &colors = Theme::light();
     for (QTextBlock block = storage.firstBlock(); block.isValid(); block = block.next()) {
         QList<QColor> painted(block.length() - 1,
                               colors.color(PythonColoring::role(PythonToken::Plain)));
@@ -62,7 +62,7 @@ private slots:
         qInfo("seed %u", seed);
         QRandomGenerator random(seed);
         for (const QString &file : installedPythonFiles(12, 4'000)) {
-            PythonTextStorage storage(CodeColors::light());
+            PythonTextStorage storage(Theme::light());
             QSignalSpy edited(&storage, &PythonTextStorage::edited);
             const QString text = QString(nastyText(random, 40) + file)
                                      .remove(u'\r')
@@ -97,15 +97,15 @@ private slots:
 
     void colorsAreNoEdits()
     {
-        PythonTextStorage storage(CodeColors::light());
+        PythonTextStorage storage(Theme::light());
         storage.setText(u"if x:\n    pass\n"_s);
         QSignalSpy changes(&storage, &QTextDocument::contentsChange);
         QSignalSpy undo(&storage, &QTextDocument::undoCommandAdded);
         showAll(storage);
-        storage.setColors(CodeColors::dark());
+        storage.setColors(Theme::dark());
         showAll(storage);
         QCOMPARE(storage.firstBlock().layout()->formats().first().format.foreground().color(),
-                 CodeColors::dark().color(PythonColoring::role(PythonToken::Keyword)));
+                 Theme::dark().color(PythonColoring::role(PythonToken::Keyword)));
         QVERIFY(changes.isEmpty());
         QVERIFY(undo.isEmpty());
         QVERIFY(!storage.isModified());
@@ -119,7 +119,7 @@ private slots:
 
     void leavesVeryLongLinesPlain()
     {
-        PythonTextStorage storage(CodeColors::light());
+        PythonTextStorage storage(Theme::light());
         storage.setText(QString(PythonTextStorage::longestColoredLine, u'1') + u"\nif"_s);
         showAll(storage);
         QCOMPARE(storage.firstBlock().layout()->formats().size(), 1);

@@ -3,7 +3,7 @@
 #include "editor/CodeEditorView.h"
 #include "editor/LineNumberRulerView.h"
 #include "editor/PythonTextLayout.h"
-#include "theme/CodeColors.h"
+#include "theme/Theme.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QAction>
@@ -198,22 +198,22 @@ private slots:
 
     void drawsTheGutter_data()
     {
-        QTest::addColumn<const CodeColors *>("colors");
-        QTest::newRow("light") << &CodeColors::light();
-        QTest::newRow("dark") << &CodeColors::dark();
+        QTest::addColumn<const Theme *>("colors");
+        QTest::newRow("light") << &Theme::light();
+        QTest::newRow("dark") << &Theme::dark();
     }
     void drawsTheGutter()
     {
-        QFETCH(const CodeColors *, colors);
+        QFETCH(const Theme *, colors);
         Desk desk(u"a\nb\n"_s + QString(100, u'c') + u"\nd\ne\n"_s);
         QPalette palette = desk.editor.palette();
-        const bool isDark = colors == &CodeColors::dark();
+        const bool isDark = colors == &Theme::dark();
         palette.setColor(QPalette::Base, isDark ? Qt::black : Qt::white);
         palette.setColor(QPalette::Text, isDark ? Qt::white : Qt::black);
         palette.setColor(QPalette::Window, isDark ? Qt::darkGray : Qt::lightGray);
         desk.editor.setPalette(palette);
         const QColor background = palette.color(QPalette::Window);
-        const QColor red = colors->color(CodeColors::Role::SystemRed);
+        const QColor red = colors->color(Theme::Role::BreakpointMarker);
         const auto hasBand = [&](int line) {
             const QColor band = desk.pixel(2, line);
             return band.red() - band.blue() > background.red() - background.blue() + 20;
@@ -223,7 +223,7 @@ private slots:
         QCOMPARE(desk.editor.viewport()->x(), 44);
         QCOMPARE(desk.gutter()->cursor().shape(), Qt::PointingHandCursor);
         QCOMPARE(desk.pixel(14, 1), background);
-        QCOMPARE(desk.pixel(43, 1), colors->color(CodeColors::Role::Separator));
+        QCOMPARE(desk.pixel(43, 1), colors->color(Theme::Role::Separator));
 
         for (const int line : {1, 3})
             desk.file.toggleBreakpoint(line);
@@ -409,12 +409,12 @@ private slots:
         dark.setColor(QPalette::Text, Qt::white);
         desk.editor.setPalette(dark);
         QCOMPARE(formats(1000).first().format.foreground().color(),
-                 CodeColors::dark().color(PythonColoring::role(PythonToken::String)));
+                 Theme::dark().color(PythonColoring::role(PythonToken::String)));
     }
 
     void laysOutOnlyWhatChangedColor()
     {
-        PythonTextStorage storage(CodeColors::light());
+        PythonTextStorage storage(Theme::light());
         PythonTextLayout::attachTo(storage);
         storage.setText(u"a\n'''b\nc = 1\nd\n'''\ne\n'''\n"_s + u"f = 'x'\n"_s.repeated(100));
         QAbstractTextDocumentLayout *layout = storage.documentLayout();
