@@ -131,6 +131,23 @@ private slots:
         QCOMPARE(fixture.state().documents().selectedFile()->name(), u"untitled.py"_s);
     }
 
+    void hasOneActionForEachCommand()
+    {
+        WindowFixture fixture;
+        fixture.state().debugSession().pause(DebugPause{1, {}});
+        QList<QKeySequence> keys;
+        for (const QAction *action : fixture.window().findChildren<QAction *>()) {
+            for (const QKeySequence &key : action->shortcuts()) {
+                QVERIFY2(!keys.contains(key), qPrintable(action->text()));
+                keys << key;
+            }
+        }
+        const auto *step = fixture.find<QToolButton>("arrow.turn.down.right");
+        QCOMPARE(step->defaultAction(), fixture.command(u"&Step"_s));
+        const auto *send = fixture.find<QToolButton>("arrow.up.doc");
+        QCOMPARE(send->defaultAction(), fixture.command(u"Send to &Device"_s));
+    }
+
     void tellsAboutItself()
     {
         WindowFixture fixture;

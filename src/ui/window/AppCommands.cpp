@@ -2,9 +2,8 @@
 
 #include "app/AppState.h"
 #include "editor/CodeEditorView.h"
-#include "ui/controls/KeyText.h"
-#include "ui/window/EditorTabStrip.h"
-#include "ui/window/ViewCommands.h"
+#include "ui/controls/PlainText.h"
+#include "ui/window/Actions.h"
 
 #include <QAction>
 #include <QMainWindow>
@@ -12,89 +11,78 @@
 
 namespace Korvane {
 
-AppCommands::AppCommands(AppState &state, EditorTabStrip &tabs, CodeEditorView &editor,
+AppCommands::AppCommands(AppState &state, Actions &actions, CodeEditorView &editor,
                          QMainWindow &window)
     : QObject(&window)
     , m_state(state)
-    , m_tabs(tabs)
+    , m_actions(actions)
     , m_editor(editor)
     , m_window(window)
 {
     addFileMenu();
     addEditMenu();
-    new ViewCommands(state, tabs, window);
+    addViewMenu();
     addDebugMenu();
 }
 
 void AppCommands::addFileMenu()
 {
     QMenu *menu = m_window.menuBar()->addMenu(tr("&File"));
-    add(menu, tr("&New File"), KeyText::sequence(u"⌘N"), [this] { m_state.documents().newFile(); });
+    menu->addAction(m_actions[Actions::NewFile]);
     menu->addSeparator();
-    add(menu, tr("&Save"), KeyText::sequence(u"⌘S"), [this] { m_state.saving().save(); });
-    add(menu, tr("Save &As…"), KeyText::sequence(u"⇧⌘S"), [this] { m_state.saving().saveAs(); });
+    menu->addActions({m_actions[Actions::Save], m_actions[Actions::SaveAs]});
     menu->addSeparator();
-    add(menu, tr("Send to &Device"), KeyText::sequence(u"⌘U"),
-        [this] { m_state.boardDocuments().sendCurrentFileToDevice(); });
+    menu->addAction(m_actions[Actions::SendToDevice]);
     menu->addSeparator();
-    add(menu, tr("&Close"), KeyText::sequence(u"⌘W"), [this] { m_tabs.closeSelected(); });
-    add(menu, tr("&Quit"), KeyText::sequence(u"⌘Q"), [this] { m_window.close(); });
+    menu->addActions({m_actions[Actions::CloseFile], m_actions[Actions::Quit]});
 }
 
 void AppCommands::addEditMenu()
 {
     QMenu *menu = m_window.menuBar()->addMenu(tr("&Edit"));
-    addEdit(menu, tr("&Undo"), QKeySequence::Undo, "undo");
-    // Not the key that some platforms have for it: Ctrl+Y starts the debugger here.
-    addEdit(menu, tr("&Redo"), KeyText::sequence(u"⇧⌘Z"), "redo");
+    menu->addActions({m_actions[Actions::Undo], m_actions[Actions::Redo]});
     menu->addSeparator();
-    addEdit(menu, tr("Cu&t"), QKeySequence::Cut, "cut");
-    addEdit(menu, tr("&Copy"), QKeySequence::Copy, "copy");
-    addEdit(menu, tr("&Paste"), QKeySequence::Paste, "paste");
+    menu->addActions(
+        {m_actions[Actions::Cut], m_actions[Actions::Copy], m_actions[Actions::Paste]});
     menu->addSeparator();
-    addEdit(menu, tr("Select &All"), QKeySequence::SelectAll, "selectAll");
+    menu->addAction(m_actions[Actions::SelectAll]);
     menu->addSeparator();
     menu->addActions({m_editor.findAction(), m_editor.findNextAction(),
                       m_editor.findPreviousAction(), m_editor.goToLineAction()});
 }
 
+void AppCommands::addViewMenu()
+{
+    m_viewMenu = m_window.menuBar()->addMenu(tr("&View"));
+    m_viewMenu->addActions(
+        {m_actions[Actions::ShowLocalFiles], m_actions[Actions::ShowDeviceFiles]});
+    m_viewMenu->addSeparator();
+    m_viewMenu->addActions({m_actions[Actions::ShowShell], m_actions[Actions::ShowVariables]});
+    m_viewMenu->addSeparator();
+    m_viewMenu->addActions({m_actions[Actions::NextFile], m_actions[Actions::PreviousFile]});
+    QMenu *files = m_viewMenu->addMenu(tr("&Open Files"));
+    connect(files, &QMenu::aboutToShow, this, [this, files] { listOpenFiles(files); });
+}
+
 void AppCommands::addDebugMenu()
 {
     QMenu *menu = m_window.menuBar()->addMenu(tr("&Debug"));
-    DebugSession &session = m_state.debugSession();
-    // Their keys belong to the toolbar's and the debug bar's buttons.
-    add(menu, tr("&Debug on Device"), {}, [this] { m_state.startDebugRun(); });
-    add(menu, tr("&Step"), {}, [&session] { session.debugStep(); });
-    add(menu, tr("&Continue"), {}, [&session] { session.debugContinue(); });
-    add(menu, tr("S&top Debugging"), {}, [&session] { session.debugStop(); });
+    menu->addActions({m_actions[Actions::Debug], m_actions[Actions::Step],
+                      m_actions[Actions::Continue], m_actions[Actions::StopDebugging]});
     menu->addSeparator();
-    add(menu, tr("C&lear Breakpoints in This File"), {},
-        [this] { m_state.documents().clearBreakpoints(); });
+    menu->addAction(m_actions[Actions::ClearBreakpoints]);
 }
 
-QAction *AppCommands::add(QMenu *menu, const QString &title, const QKeySequence &keys,
-                          std::function<void()> run)
+void AppCommands::listOpenFiles(QMenu *menu)
 {
-    QAction *action = menu->addAction(title);
-    action->setShortcut(keys);
-    connect(action, &QAction::triggered, this, std::move(run));
-    return action;
-}
-
-void AppCommands::addEdit(QMenu *menu, const QString &title, const QKeySequence &keys,
-                          const char *slot)
-{
-    QAction *action = menu->addAction(title);
-    // The text itself knows these keys; here they are only shown.
-    action->setShortcutContext(Qt::WidgetShortcut);
-    action->setShortcut(keys);
-    connect(action, &QAction::triggered, this, [this, slot] {
-        QWidget *focused = m_window.focusWidget();
-        const QByteArray signature = QByteArray(slot) + "()";
-        // A list or a button has nothing to undo or to copy.
-        if (focused && focused->metaObject()->indexOfSlot(signature.constData()) >= 0)
-            QMetaObject::invokeMethod(focused, slot);
-    });
+    menu->clear();
+    for (const EditorFile *file : m_state.documents().openFiles()) {
+        QAction *action = menu->addAction(PlainText::label(file->name()));
+        action->setCheckable(true);
+        action->setChecked(file->id() == m_state.documents().selectedFileID());
+        connect(action, &QAction::triggered, this,
+                [this, id = file->id()] { m_state.documents().select(id); });
+    }
 }
 
 } // namespace Korvane

@@ -1,42 +1,41 @@
 #pragma once
 
-#include <QKeySequence>
 #include <QObject>
 
-#include <functional>
-
-class QAction;
 class QMainWindow;
 class QMenu;
 
 namespace Korvane {
 
+class Actions;
 class AppState;
 class CodeEditorView;
-class EditorTabStrip;
 
-/// The program's own menus in the menu bar, but for the assistant's and Help.
+/// The menus File, Edit, View and Debug of the menu bar.
 class AppCommands final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Fills the menu bar of \p window, which owns this. All must outlive this.
-    AppCommands(AppState &state, EditorTabStrip &tabs, CodeEditorView &editor, QMainWindow &window);
+    /// Fills the menu bar of \p window, which owns this. \p state, \p actions and \p editor must
+    /// outlive this.
+    AppCommands(AppState &state, Actions &actions, CodeEditorView &editor, QMainWindow &window);
+
+    /// The menu View, to which others add at its end.
+    [[nodiscard]] QMenu &viewMenu() { return *m_viewMenu; }
 
 private:
     void addFileMenu();
     void addEditMenu();
+    void addViewMenu();
     void addDebugMenu();
-    QAction *add(QMenu *menu, const QString &title, const QKeySequence &keys,
-                 std::function<void()> run);
-    /// An operation of whichever text has the focus, by the name of its slot.
-    void addEdit(QMenu *menu, const QString &title, const QKeySequence &keys, const char *slot);
+    void listOpenFiles(QMenu *menu);
 
     AppState &m_state;
-    EditorTabStrip &m_tabs;
+    Actions &m_actions;
     CodeEditorView &m_editor;
     QMainWindow &m_window;
+    QMenu *m_viewMenu = nullptr;
 };
 
 } // namespace Korvane

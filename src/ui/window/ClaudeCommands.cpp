@@ -3,29 +3,34 @@
 #include "app/AppState.h"
 #include "app/Settings.h"
 #include "mcp/MCPServer.h"
+#include "ui/window/Actions.h"
+#include "ui/window/ContentView.h"
 
 #include <QAction>
 #include <QClipboard>
 #include <QGuiApplication>
-#include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
 
 namespace Korvane {
 
-ClaudeCommands::ClaudeCommands(AppState &state, MCPServer &server, QMainWindow &window)
+ClaudeCommands::ClaudeCommands(AppState &state, MCPServer &server, ContentView &window)
     : QObject(&window)
     , m_state(state)
     , m_server(server)
+    , m_startOrStop(window.commands()[Actions::StartOrStopServer])
+    , m_startWithProgram(window.commands()[Actions::StartServerWithProgram])
+    , m_writeWithoutAsking(window.commands()[Actions::WriteWithoutAsking])
 {
+    QAction *copy = window.commands()[Actions::CopyConnectionCommand];
+    connect(m_startOrStop, &QAction::triggered, this, &ClaudeCommands::startOrStop);
+    connect(copy, &QAction::triggered, this, &ClaudeCommands::copyConnectionCommand);
+    connectToggle(m_startWithProgram, Settings::serverEnabled);
+    connectToggle(m_writeWithoutAsking, Settings::autoApproveWrites);
     QMenu *menu = window.menuBar()->addMenu(tr("&Claude"));
     menu->setObjectName(QStringLiteral("claudeMenu"));
-    m_startOrStop = menu->addAction(QString(), this, &ClaudeCommands::startOrStop);
-    menu->addAction(tr("Copy Connection Command"), this, &ClaudeCommands::copyConnectionCommand);
+    menu->addActions({m_startOrStop, copy});
     menu->addSeparator();
-    m_startWithProgram = addToggle(tr("Start Server When the IDE Opens"), Settings::serverEnabled);
-    m_writeWithoutAsking =
-        addToggle(tr("Write to the Device Without Asking"), Settings::autoApproveWrites);
     menu->addActions({m_startWithProgram, m_writeWithoutAsking});
 
     connect(menu, &QMenu::aboutToShow, this, &ClaudeCommands::update);
@@ -51,15 +56,12 @@ void ClaudeCommands::copyConnectionCommand()
                                   "this IDE with Claude Code."));
 }
 
-QAction *ClaudeCommands::addToggle(const QString &title, const QString &key)
+void ClaudeCommands::connectToggle(QAction *toggle, const QString &key)
 {
-    auto *toggle = new QAction(title, this);
-    toggle->setCheckable(true);
     connect(toggle, &QAction::triggered, this, [this, key](bool isOn) {
         m_state.settings().setFlag(key, isOn);
         m_server.announceSettingsChange();
     });
-    return toggle;
 }
 
 void ClaudeCommands::update()

@@ -3,15 +3,14 @@
 #include <QObject>
 
 class QAction;
-class QMainWindow;
 
 namespace Korvane {
 
 class AppState;
+class ContentView;
 class MCPServer;
 
-/// The menu "Claude": the server for the assistant, and what the assistant may do. No item is ever
-/// disabled, and none has keys.
+/// The menu "Claude": starts and stops the assistant's server and sets what the assistant may do.
 class ClaudeCommands final : public QObject
 {
     Q_OBJECT
@@ -19,20 +18,20 @@ class ClaudeCommands final : public QObject
 public:
     /// Adds the menu to the menu bar of \p window, which owns this. \p state and \p server must
     /// outlive it.
-    ClaudeCommands(AppState &state, MCPServer &server, QMainWindow &window);
+    ClaudeCommands(AppState &state, MCPServer &server, ContentView &window);
 
 private:
     void startOrStop();
     void copyConnectionCommand();
-    [[nodiscard]] QAction *addToggle(const QString &title, const QString &key);
-    /// Shows what is so now; nothing is kept here.
+    void connectToggle(QAction *toggle, const QString &key);
+    /// Shows the state of the server and the settings.
     void update();
 
     AppState &m_state;
     MCPServer &m_server;
-    QAction *m_startOrStop = nullptr;
-    QAction *m_startWithProgram = nullptr;
-    QAction *m_writeWithoutAsking = nullptr;
+    QAction *m_startOrStop;
+    QAction *m_startWithProgram;
+    QAction *m_writeWithoutAsking;
 };
 
 } // namespace Korvane

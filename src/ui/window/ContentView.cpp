@@ -2,10 +2,12 @@
 
 #include "app/AppState.h"
 #include "editor/CodeEditorView.h"
+#include "ui/window/Actions.h"
 #include "ui/window/Announcer.h"
 #include "ui/window/AppCommands.h"
 #include "ui/window/BottomPane.h"
 #include "ui/window/EditorArea.h"
+#include "ui/window/EditorTabStrip.h"
 #include "ui/window/IDEToolbar.h"
 #include "ui/window/LocalFileOpening.h"
 #include "ui/window/SidebarView.h"
@@ -47,15 +49,16 @@ QStringList localFiles(const QMimeData *data)
 ContentView::ContentView(AppState &state, QWidget *parent)
     : QMainWindow(parent)
     , m_state(state)
-    , m_toolbar(new IDEToolbar(state))
+    , m_commands(new Actions(state, *this))
     , m_sidebar(new SidebarView(state))
-    , m_editorArea(new EditorArea(state))
+    , m_editorArea(new EditorArea(state, *m_commands))
     , m_bottomPane(new BottomPane(state))
+    , m_menus(new AppCommands(state, *m_commands, m_editorArea->editor(), *this))
 {
     setObjectName(QStringLiteral("contentView"));
     setAccessibleName(QGuiApplication::applicationDisplayName()); // in place of the title
-    addToolBar(m_toolbar);
-    new AppCommands(state, m_editorArea->tabs(), m_editorArea->editor(), *this);
+    addToolBar(new IDEToolbar(state, *m_commands));
+    connectTabs();
     new Announcer(state, this);
     setAcceptDrops(true);
 
@@ -91,6 +94,21 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     // The editor keeps Tab for itself.
     auto *nextPane = new QShortcut(Qt::Key_F6, this);
     connect(nextPane, &QShortcut::activated, this, &ContentView::focusNextPane);
+}
+
+QMenu &ContentView::viewMenu()
+{
+    return m_menus->viewMenu();
+}
+
+void ContentView::connectTabs()
+{
+    EditorTabStrip *tabs = &m_editorArea->tabs();
+    const Actions &commands = *m_commands;
+    connect(commands[Actions::CloseFile], &QAction::triggered, tabs,
+            &EditorTabStrip::closeSelected);
+    connect(commands[Actions::NextFile], &QAction::triggered, tabs, [tabs] { tabs->step(1); });
+    connect(commands[Actions::PreviousFile], &QAction::triggered, tabs, [tabs] { tabs->step(-1); });
 }
 
 bool ContentView::eventFilter(QObject *watched, QEvent *event)

@@ -3,10 +3,13 @@
 #include <QCoro/QCoroTask>
 #include <QMainWindow>
 
+class QMenu;
 class QMimeData;
 
 namespace Korvane {
 
+class Actions;
+class AppCommands;
 class AppState;
 class BottomPane;
 class EditorArea;
@@ -23,6 +26,9 @@ public:
     /// \p state must outlive this.
     explicit ContentView(AppState &state, QWidget *parent = nullptr);
 
+    [[nodiscard]] const Actions &commands() const { return *m_commands; }
+    [[nodiscard]] QMenu &viewMenu();
+
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 protected:
@@ -34,15 +40,17 @@ protected:
 private:
     QCoro::Task<void> closeWhenWritten();
     void openDropped(const QMimeData *dropped);
+    void connectTabs();
     void focusNextPane();
     [[nodiscard]] bool isOwnShortcut(const QKeySequence &keys) const;
 
     AppState &m_state;
     bool m_isClosing = false;
-    IDEToolbar *m_toolbar;
+    Actions *m_commands;
     SidebarView *m_sidebar;
     EditorArea *m_editorArea;
     BottomPane *m_bottomPane;
+    AppCommands *m_menus;
 };
 
 } // namespace Korvane

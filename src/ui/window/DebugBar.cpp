@@ -1,12 +1,12 @@
 #include "ui/window/DebugBar.h"
 
 #include "app/AppState.h"
-#include "theme/Icons.h"
 #include "ui/controls/Divider.h"
 #include "ui/controls/ElidedLabel.h"
 #include "ui/controls/KeyText.h"
 #include "ui/controls/ProgressIndicator.h"
 #include "ui/controls/SymbolView.h"
+#include "ui/window/Actions.h"
 
 #include <QAction>
 #include <QHBoxLayout>
@@ -23,7 +23,7 @@ constexpr int symbolSize = 16;
 
 } // namespace
 
-DebugBar::DebugBar(AppState &state, QWidget *parent)
+DebugBar::DebugBar(AppState &state, const Actions &actions, QWidget *parent)
     : QWidget(parent)
     , m_state(state)
     , m_progress(new ProgressIndicator(symbolSize))
@@ -48,15 +48,9 @@ DebugBar::DebugBar(AppState &state, QWidget *parent)
     row->addWidget(m_status);
     row->addWidget(m_hint);
     row->addStretch();
-    row->addWidget(makeButton(QStringLiteral("arrow.turn.down.right"), tr("Step"),
-                              tr("Run one statement and stop again, stepping into any call (⌥⌘Y)"),
-                              KeyText::sequence(u"⌥⌘Y"), &DebugSession::debugStep));
-    row->addWidget(makeButton(QStringLiteral("play.fill"), tr("Continue"),
-                              tr("Let the program run on to the next breakpoint (⇧⌘Y)"),
-                              KeyText::sequence(u"⇧⌘Y"), &DebugSession::debugContinue));
-    QToolButton *stop =
-        makeButton(QStringLiteral("stop.fill"), tr("Stop"), tr("Stop the program on the device"),
-                   {}, &DebugSession::debugStop);
+    row->addWidget(makeButton(actions[Actions::Step]));
+    row->addWidget(makeButton(actions[Actions::Continue]));
+    QToolButton *stop = makeButton(actions[Actions::StopDebugging]);
     stop->setAccessibleName(tr("Stop Debugging")); // not the Shell's
     row->addWidget(stop);
     auto *column = new QVBoxLayout(this);
@@ -69,17 +63,12 @@ DebugBar::DebugBar(AppState &state, QWidget *parent)
     showState();
 }
 
-QToolButton *DebugBar::makeButton(const QString &symbol, const QString &name, const QString &help,
-                                  const QKeySequence &keys, void (DebugSession::*operation)())
+QToolButton *DebugBar::makeButton(QAction *action)
 {
-    auto *action = new QAction(Icons::icon(symbol, Theme::Role::Label), name, this);
-    action->setToolTip(KeyText::rendered(help));
-    action->setShortcut(keys);
-    connect(action, &QAction::triggered, &m_state.debugSession(), operation);
     auto *button = new QToolButton;
     button->setDefaultAction(action);
-    button->setObjectName(symbol);
-    button->setAccessibleDescription(KeyText::withoutKey(help));
+    button->setObjectName(action->objectName());
+    button->setAccessibleDescription(KeyText::withoutKey(action->toolTip()));
     button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     button->setIconSize(QSize(14, 14));
     button->setFont(Theme::captionFont(font()));

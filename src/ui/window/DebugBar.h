@@ -2,37 +2,37 @@
 
 #include <QWidget>
 
+class QAction;
 class QLabel;
 class QToolButton;
 
 namespace Korvane {
 
+class Actions;
 class AppState;
-class DebugSession;
 class ElidedLabel;
 class ProgressIndicator;
 class SymbolView;
 
-/// Where the debugged program stands, and what can be told to it; on the screen only while one is
-/// debugged. Its keys work only then.
+/// Whether the debugged program runs or at which line it is paused, with Step, Continue and Stop.
+/// Visible while a program is debugged.
 class DebugBar final : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// \p state must outlive this.
-    explicit DebugBar(AppState &state, QWidget *parent = nullptr);
+    /// \p state and \p actions must outlive this.
+    DebugBar(AppState &state, const Actions &actions, QWidget *parent = nullptr);
 
 signals:
-    /// The bar went from the screen while one of its buttons had the focus.
+    /// The bar was hidden while one of its buttons had the focus.
     void wentWithFocus();
 
 protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    QToolButton *makeButton(const QString &symbol, const QString &name, const QString &help,
-                            const QKeySequence &keys, void (DebugSession::*operation)());
+    [[nodiscard]] QToolButton *makeButton(QAction *action);
     void showState();
 
     AppState &m_state;

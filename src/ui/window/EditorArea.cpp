@@ -13,11 +13,11 @@
 
 namespace Korvane {
 
-EditorArea::EditorArea(AppState &state, QWidget *parent)
+EditorArea::EditorArea(AppState &state, const Actions &actions, QWidget *parent)
     : QWidget(parent)
     , m_state(state)
     , m_tabs(new EditorTabStrip(state))
-    , m_debugBar(new DebugBar(state)) // here in the order of the Tab key, too
+    , m_debugBar(new DebugBar(state, actions)) // here in the order of the Tab key, too
     , m_body(new QStackedWidget)
     , m_editor(new CodeEditorView)
 {

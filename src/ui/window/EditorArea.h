@@ -6,6 +6,7 @@ class QStackedWidget;
 
 namespace Korvane {
 
+class Actions;
 class AppState;
 class CodeEditorView;
 class DebugBar;
@@ -17,8 +18,8 @@ class EditorArea final : public QWidget
     Q_OBJECT
 
 public:
-    /// \p state must outlive this.
-    explicit EditorArea(AppState &state, QWidget *parent = nullptr);
+    /// \p state and \p actions must outlive this.
+    EditorArea(AppState &state, const Actions &actions, QWidget *parent = nullptr);
 
     [[nodiscard]] CodeEditorView &editor() { return *m_editor; }
     [[nodiscard]] EditorTabStrip &tabs() { return *m_tabs; }

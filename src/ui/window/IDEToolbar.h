@@ -1,42 +1,28 @@
 #pragma once
 
-#include "base/Lifetime.h"
-#include "theme/Theme.h"
-
-#include <QCoro/QCoroTask>
 #include <QToolBar>
 
 namespace Korvane {
 
+class Actions;
 class AppState;
-class DeviceConnectButton;
 
-/// The window's toolbar. A key that is given to one of its actions works only while that action's
-/// button is shown.
+/// The window's toolbar.
 class IDEToolbar final : public QToolBar
 {
     Q_OBJECT
 
 public:
-    /// \p state must outlive this.
-    explicit IDEToolbar(AppState &state, QWidget *parent = nullptr);
+    /// \p state and \p actions must outlive this.
+    IDEToolbar(AppState &state, const Actions &actions, QWidget *parent = nullptr);
 
 private:
     enum class Label { Hidden, Shown };
 
-    QAction *addCommand(const QString &symbol, Theme::Role role, const QString &name,
-                        const QString &help, Label label);
-    void addFileCommands();
+    void addCommand(QAction *action, Label label);
     void addSpace();
-    QCoro::Task<void> openFile();
-    void showRunning();
-    void showConnection();
-
-    AppState &m_state;
-    QAction *m_run;
-    QAction *m_stop;
-    QAction *m_debug;
-    Lifetime m_life;
+    /// When \p shown takes the place of \p hidden, it takes its focus, too.
+    void moveFocus(QAction *shown, QAction *hidden);
 };
 
 } // namespace Korvane

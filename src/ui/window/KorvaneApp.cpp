@@ -14,7 +14,6 @@
 #include "ui/window/WindowState.h"
 
 #include <QApplication>
-#include <QMenu>
 #include <QThreadPool>
 #include <QTimer>
 
@@ -59,8 +58,7 @@ KorvaneApp::KorvaneApp()
                                                       RecoveryFiles::defaultFolder());
     makeWindow();
     m_prompts.setWindow(m_window.get());
-    new RecoveryFilesMenu(*m_unsavedCopies, m_prompts,
-                          *m_window->findChild<QMenu *>(QStringLiteral("viewMenu")));
+    new RecoveryFilesMenu(*m_unsavedCopies, m_prompts, m_window->viewMenu());
     new WindowState(WindowState::defaultPath(), *m_window); // the window's own
 }
 

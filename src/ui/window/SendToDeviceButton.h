@@ -7,24 +7,24 @@ namespace Korvane {
 class AppState;
 class ProgressIndicator;
 
-/// Sends the selected document to the board. While anything is sent or copied it shows that in
-/// place of its symbol.
+/// Sends the selected document to the board. While anything is sent or copied, a progress indicator
+/// takes the place of its symbol.
 class SendToDeviceButton final : public QToolButton
 {
     Q_OBJECT
 
 public:
-    /// \p state must outlive this.
-    explicit SendToDeviceButton(AppState &state, QWidget *parent = nullptr);
+    /// Shows and triggers \p action. \p state and \p action must outlive this.
+    SendToDeviceButton(AppState &state, QAction &action, QWidget *parent = nullptr);
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    void showHelp();
     void showSending();
 
     AppState &m_state;
+    QAction &m_action;
     ProgressIndicator *m_progress;
 };
 

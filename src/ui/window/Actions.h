@@ -1,0 +1,97 @@
+#pragma once
+
+#include "base/Lifetime.h"
+#include "theme/Theme.h"
+
+#include <QCoro/QCoroTask>
+#include <QKeySequence>
+#include <QObject>
+
+#include <array>
+#include <functional>
+
+class QAction;
+class QMainWindow;
+
+namespace Korvane {
+
+class AppState;
+
+/// One QAction for each command of the window: its text, key, icon, tool tip and checked state.
+/// Menus, toolbar and debug bar show these actions, and none makes a second one for a command.
+///
+/// Commands on the state are connected here. Commands of a view or of the assistant's server
+/// (CloseFile, NextFile, PreviousFile and the last four) are connected by their owners.
+class Actions final : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum Command {
+        NewFile,
+        OpenFile,
+        Save,
+        SaveAs,
+        SendToDevice,
+        CloseFile,
+        Quit,
+        Undo,
+        Redo,
+        Cut,
+        Copy,
+        Paste,
+        SelectAll,
+        ShowLocalFiles,
+        ShowDeviceFiles,
+        ShowShell,
+        ShowVariables,
+        NextFile,
+        PreviousFile,
+        Run,  // visible while nothing runs
+        Stop, // visible while a program runs
+        Debug,
+        Step,
+        Continue,
+        StopDebugging,
+        ClearBreakpoints,
+        StartOrStopServer,
+        CopyConnectionCommand,
+        StartServerWithProgram,
+        WriteWithoutAsking,
+    };
+    static constexpr int commandCount = WriteWithoutAsking + 1;
+
+    /// Child of \p window. \p state must outlive this.
+    Actions(AppState &state, QMainWindow &window);
+
+    [[nodiscard]] QAction *operator[](Command command) const { return m_actions[command]; }
+
+private:
+    void addFileCommands();
+    void addEditCommands();
+    void addPaneCommands();
+    void addRunCommands();
+    void addDebugCommands();
+    void addServerCommands();
+    QAction *add(Command command, const QString &text, const QKeySequence &key = {},
+                 std::function<void()> run = {});
+    /// Gives \p command what a button shows: the icon, a shorter text and the tool tip \p help.
+    void describe(Command command, const QString &symbol, Theme::Role role, const QString &text,
+                  const QString &help);
+    /// An operation of the text that has the focus, by the name of its slot.
+    void addEdit(Command command, const QString &text, const QKeySequence &key, const char *slot);
+    /// Two panes of which one is shown. \p isFirst tells which; \p changed is its signal.
+    void addPanes(Command first, Command second, std::function<bool()> isFirst,
+                  void (AppState::*changed)());
+    QCoro::Task<void> openFile();
+    void showRunning();
+    void showConnection();
+    void showSendHelp();
+
+    AppState &m_state;
+    QMainWindow &m_window;
+    std::array<QAction *, commandCount> m_actions{};
+    Lifetime m_life;
+};
+
+} // namespace Korvane
