@@ -4,17 +4,27 @@
 #include <QList>
 #include <QString>
 
+#include <functional>
+#include <optional>
 #include <stop_token>
 
 namespace Korvane {
 
-/// Everything that the program asks the person, in one place. The window answers with dialogs that
-/// do not stop the event loop; tests answer from a script. Main thread only.
+/// Everything that the program asks the user, in one place. The window answers with dialogs that do
+/// not stop the event loop; tests answer from a script. Main thread only.
 ///
-/// Every question ends: closing it, or the window, counts as Cancel.
+/// One question is open at a time; the others wait in a queue, those for actions of the user before
+/// those of the assistant. Every question ends: closing it, or the window, counts as Cancel.
 class UserPrompts
 {
 public:
+    enum class Asker { User, Assistant };
+    struct Texts
+    {
+        QString title;
+        QString message;
+        QString confirmTitle;
+    };
     /// A warning with a confirming button, which is never the default, and Cancel.
     struct Confirmation
     {
@@ -23,8 +33,14 @@ public:
         QString confirmTitle;
         /// Set to offer "Don't ask again for <path>".
         QString dontAskAgainPath;
-        /// Closes the question when requested, which counts as Cancel.
+        /// For whose action the question is asked; the question says so.
+        Asker asker = Asker::User;
+        /// Ends the question, waiting or open, when requested. Counts as Cancel.
         std::stop_token withdrawn = {};
+        /// When set, called once when the question is the next to be opened, and its result
+        /// replaces the texts above: what it says about files is then looked up as late as
+        /// possible. Without a result the question is not opened, which counts as Cancel.
+        std::function<QCoro::Task<std::optional<Texts>>()> prepare = {};
     };
     struct ConfirmationAnswer
     {

@@ -350,6 +350,7 @@ BoardTools::Answer BoardTools::deleteDeviceFile(ToolArguments arguments, CallSto
         question.confirmTitle = u"Delete"_s;
         question.withdrawn = stop.unwanted;
         turn.reset();
+        question.asker = UserPrompts::Asker::Assistant;
         Error declined = MCPToolError::deletionDeclined(*path);
         const auto confirmed =
             co_await files.confirmAction(std::move(question), std::move(declined));
@@ -448,6 +449,7 @@ UserPrompts::Confirmation BoardTools::writeQuestion(const QString &path, const Q
                   : u" bytes, creating a new file on "_s)
         + deviceName() + u'.';
     question.confirmTitle = exists ? u"Replace"_s : u"Write"_s;
+    question.asker = UserPrompts::Asker::Assistant;
     return question;
 }
 

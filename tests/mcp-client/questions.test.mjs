@@ -23,7 +23,7 @@ test('a question holds up its own call and no other', async () => {
     assert.deepEqual(await korvane.answer('Write'), {
         title: 'Let Claude write “/a.py”?',
         message: `11 bytes, creating a new file on ${korvane.serialPort}.`,
-        buttons: ['Cancel', 'Write'],
+        buttons: ['Cancel', 'Stop MCP Server', 'Write'],
         default: 'Cancel',
     });
     assert.equal(await writing, 'Wrote 11 bytes to /a.py.');

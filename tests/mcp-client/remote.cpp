@@ -27,6 +27,10 @@ static QByteArray answer(const QByteArray &command)
     QStringList titles;
     QString defaultTitle;
     for (QPushButton *button : (*found)->findChildren<QPushButton *>()) {
+        if (!button->isEnabled())
+            return "null"; // shown just now
+        if (!button->isVisible())
+            continue;
         titles << button->text();
         if (button->isDefault())
             defaultTitle = button->text();

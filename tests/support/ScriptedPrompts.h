@@ -28,6 +28,14 @@ public:
 
     QCoro::Task<ConfirmationAnswer> confirm(Confirmation question) override
     {
+        if (question.prepare) {
+            const std::optional<Texts> texts = co_await question.prepare();
+            if (!texts)
+                co_return ConfirmationAnswer();
+            question.title = texts->title;
+            question.message = texts->message;
+            question.confirmTitle = texts->confirmTitle;
+        }
         QStringList parts{question.title, question.message, question.confirmTitle};
         if (!question.dontAskAgainPath.isEmpty())
             parts << question.dontAskAgainPath;

@@ -15,6 +15,8 @@
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using Asker = UserPrompts::Asker;
 
 namespace {
 
@@ -29,6 +31,20 @@ QCoro::Task<void> keep(QCoro::Task<QString> asking, QStringList &log)
 {
     const QString answer = co_await std::move(asking);
     log << u'<' + answer + u'>';
+}
+
+QCoro::Task<void> keep(QCoro::Task<int> asking, QStringList &log)
+{
+    const int answer = co_await std::move(asking);
+    log << QString::number(answer);
+}
+
+QCoro::Task<std::optional<UserPrompts::Texts>> textsFor(QStringList state)
+{
+    std::optional<UserPrompts::Texts> texts;
+    if (!state.isEmpty())
+        texts = UserPrompts::Texts{state.first(), QString(), u"Yes"_s};
+    co_return texts;
 }
 
 void press(QWidget *where, int key)
@@ -51,6 +67,35 @@ private:
     void askToDelete(const QString &path)
     {
         keep(m_prompts->confirm({u"Delete <b>?"_s, u"Removes <i>&."_s, u"Delete"_s, path}), m_log);
+    }
+    /// Asks whether to write \p path, for the assistant or the user.
+    void askToWrite(const QString &path, Asker asker, std::stop_token withdrawn = {},
+                    const QString &confirmTitle = u"Write"_s)
+    {
+        UserPrompts::Confirmation question;
+        question.title = path;
+        question.confirmTitle = confirmTitle;
+        question.asker = asker;
+        question.withdrawn = std::move(withdrawn);
+        keep(m_prompts->confirm(std::move(question)), m_log);
+    }
+    /// The title of the open question; empty while none is open. Fails when there are several.
+    QString openTitle() const
+    {
+        QStringList titles;
+        for (const auto *dialog : m_window->findChildren<QuestionDialog *>()) {
+            if (dialog->isVisible())
+                titles << dialog->findChild<QLabel *>(u"questionTitle"_s)->text();
+        }
+        return titles.join(u" and "_s);
+    }
+    QPushButton *button(const QString &text) const
+    {
+        for (auto *found : m_window->findChildren<QPushButton *>()) {
+            if (found->text() == text && found->isVisible())
+                return found;
+        }
+        return nullptr;
     }
     void askName()
     {
@@ -93,6 +138,7 @@ private slots:
         m_window = std::make_unique<QMainWindow>();
         m_prompts = std::make_unique<PromptDialogs>();
         m_prompts->setWindow(m_window.get());
+        m_prompts->setGuardTime(0ms);
         m_window->show();
         m_window->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
@@ -169,6 +215,127 @@ private slots:
         keep(m_prompts->askName({u"New Folder"_s, name, name, u"Create"_s}), m_log);
         QTRY_VERIFY(opened<QDialog>() != box);
         QVERIFY(screen.size().width() >= opened<QDialog>()->width());
+    }
+
+    void takesNothingThatWasMeantForWhatWasThereBefore()
+    {
+        m_prompts->setGuardTime(200ms);
+        askToWrite(u"/a"_s, Asker::Assistant);
+        askToWrite(u"/main.py"_s, Asker::Assistant, {}, u"Delete"_s);
+        for (const QString &title : {u"/a"_s, u"/main.py"_s}) {
+            QTRY_COMPARE(openTitle(), title);
+            const qsizetype answered = m_log.size();
+            auto *dialog = opened<QuestionDialog>();
+            for (QPushButton *each : dialog->findChildren<QPushButton *>())
+                QTest::mouseDClick(each, Qt::LeftButton);
+            for (const int key : {Qt::Key_Return, Qt::Key_Space, Qt::Key_Escape})
+                press(dialog, key);
+            QCoreApplication::processEvents();
+            QCOMPARE(openTitle(), title);
+            QTRY_VERIFY(button(u"Cancel"_s)->hasFocus());
+            QTest::mouseClick(button(u"Cancel"_s), Qt::LeftButton);
+            QTRY_COMPARE(m_log.size(), answered + 1);
+        }
+        QCOMPARE(m_log, (QStringList{u"cancelled"_s, u"cancelled"_s}));
+    }
+
+    void asksOneQuestionAfterTheOther()
+    {
+        std::stop_source left;
+        std::stop_source leftWhileOpen;
+        askToWrite(u"/1"_s, Asker::Assistant);
+        askToWrite(u"/2"_s, Asker::Assistant, left.get_token());
+        askToWrite(u"/3"_s, Asker::Assistant, leftWhileOpen.get_token());
+        askToWrite(u"/4"_s, Asker::Assistant);
+        askToWrite(u"/5"_s, Asker::Assistant);
+        askToWrite(u"/mine"_s, Asker::User);
+        const auto caption = [this] {
+            return opened<QDialog>()->findChild<QLabel *>(u"questionCaption"_s)->text();
+        };
+        QTRY_COMPARE(openTitle(), u"/1"_s);
+        QCOMPARE(caption(), u"Asked by the assistant — 5 more questions wait"_s);
+        left.request_stop();
+        QTRY_COMPARE(caption(), u"Asked by the assistant — 4 more questions wait"_s);
+        QCOMPARE(m_log, QStringList{u"cancelled"_s}); // its caller need not wait
+        button(u"Write"_s)->click();
+        QTRY_COMPARE(openTitle(), u"/mine"_s); // before the assistant's
+        QCOMPARE(caption(), u"Asked for your action — 3 more questions wait"_s);
+        QVERIFY(!button(u"Decline All"_s));
+        button(u"Write"_s)->click();
+        QTRY_COMPARE(openTitle(), u"/3"_s);
+        leftWhileOpen.request_stop();
+        QTRY_COMPARE(openTitle(), u"/4"_s);
+        button(u"Decline All"_s)->click();
+        QTRY_COMPARE(m_log.size(), 6);
+        QCOMPARE(openTitle(), QString());
+        QCOMPARE(m_log.count(u"confirmed"_s), 2);
+        askToWrite(u"/withdrawn before"_s, Asker::User, left.get_token());
+        askToWrite(u"/last"_s, Asker::Assistant);
+        QTRY_COMPARE(openTitle(), u"/last"_s);
+        QVERIFY(!button(u"Decline All"_s)); // Cancel does that
+    }
+
+    void stopsTheServerFromAnOpenQuestion()
+    {
+        m_prompts->setStopServer([this] { m_log << u"stopped"_s; });
+        askToWrite(u"/1"_s, Asker::Assistant);
+        askToWrite(u"/2"_s, Asker::Assistant);
+        QTRY_COMPARE(openTitle(), u"/1"_s);
+        button(u"Stop MCP Server"_s)->click();
+        QTRY_COMPARE(m_log, (QStringList{u"stopped"_s, u"cancelled"_s, u"cancelled"_s}));
+    }
+
+    void looksWhatIsThereWhenTheTurnComes()
+    {
+        QStringList state{u"creating"_s};
+        const auto ask = [&] {
+            UserPrompts::Confirmation question;
+            question.prepare = [&] { return textsFor(state); };
+            keep(m_prompts->confirm(std::move(question)), m_log);
+        };
+        askToWrite(u"/1"_s, Asker::Assistant);
+        ask();
+        ask();
+        state = QStringList{u"replacing"_s};
+        QTRY_COMPARE(openTitle(), u"/1"_s);
+        button(u"Cancel"_s)->click();
+        QTRY_COMPARE(openTitle(), u"replacing"_s);
+        state.clear(); // nothing to ask any more
+        button(u"Yes"_s)->click();
+        QTRY_COMPARE(m_log, (QStringList{u"cancelled"_s, u"confirmed"_s, u"cancelled"_s}));
+    }
+
+    void keepsDestructiveAnswersApartFromHarmlessOnes()
+    {
+        m_prompts->setStopServer([] {});
+        QList<std::pair<QString, QRect>> harmless;
+        QList<std::pair<QString, QRect>> destructive;
+        const auto note = [&](const QStringList &destructiveTitles) {
+            QCoreApplication::processEvents();
+            for (const auto *each : opened<QDialog>()->findChildren<QPushButton *>()) {
+                if (!each->isVisible())
+                    continue;
+                const QRect column(each->x(), 0, each->width(), 1);
+                (destructiveTitles.contains(each->text()) ? destructive : harmless)
+                    .append({each->text(), column});
+            }
+            button(u"Cancel"_s)->click();
+        };
+        const QStringList titles{u"Write"_s, u"Delete"_s, u"Replace"_s, u"Copy"_s};
+        for (const QString &title : titles)
+            askToWrite(title, Asker::Assistant, {}, title);
+        for (const QString &title : titles) {
+            QTRY_COMPARE(openTitle(), title);
+            note({title});
+        }
+        QTRY_COMPARE(openTitle(), QString());
+        UserPrompts::Choice choice{u"Save?"_s, {}, {{u"Save"_s, false}, {u"Don't Save"_s, true}}};
+        keep(m_prompts->choose(choice), m_log);
+        note({u"Don't Save"_s});
+        for (const auto &[title, place] : std::as_const(destructive)) {
+            for (const auto &[other, otherPlace] : std::as_const(harmless))
+                QVERIFY2(!place.intersects(otherPlace), qPrintable(title + u" at "_s + other));
+        }
     }
 
     void asksForNames_data()

@@ -14,6 +14,7 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <functional>
 #include <iterator>
 #include <utility>
@@ -48,20 +49,146 @@ QFileDialog *makeFileDialog(QWidget *window, const QString &title, const QString
 
 } // namespace
 
+/// The right to have a question open. Ends with the coroutine that holds it; then the next question
+/// of the queue is opened.
+class PromptDialogs::Turn final
+{
+public:
+    Turn(PromptDialogs &prompts, std::list<Waiting>::iterator place)
+        : m_prompts(prompts)
+        , m_place(place)
+        , m_life(prompts.m_life.watch())
+    {
+    }
+    ~Turn()
+    {
+        if (!m_life || m_prompts.m_isEnding)
+            return;
+        m_prompts.m_queue.erase(m_place);
+        if (!m_prompts.m_queue.empty())
+            m_prompts.m_queue.front().turn.deliver(true);
+        m_prompts.showQueue();
+    }
+    Turn(const Turn &) = delete;
+    Turn &operator=(const Turn &) = delete;
+
+    [[nodiscard]] bool hasEnded() const
+    {
+        return !m_life || m_prompts.m_isEnding || m_place->hasEnded;
+    }
+
+private:
+    PromptDialogs &m_prompts;
+    std::list<Waiting>::iterator m_place;
+    Lifetime::Watch m_life;
+};
+
 PromptDialogs::~PromptDialogs()
 {
     m_isEnding = true;
     std::list<OneShot<bool>> open;
     open.swap(m_open);
+    std::list<Waiting> queue;
+    queue.swap(m_queue);
+}
+
+QCoro::Task<std::unique_ptr<PromptDialogs::Turn>> PromptDialogs::takeTurn(Asker asker,
+                                                                          std::stop_token withdrawn)
+{
+    std::unique_ptr<Turn> turn;
+    if (withdrawn.stop_requested())
+        co_return turn;
+    auto place = m_queue.end();
+    if (asker == Asker::User && !m_queue.empty()) // the first one is open
+        place = std::find_if(std::next(m_queue.begin()), m_queue.end(),
+                             [](const Waiting &other) { return other.asker == Asker::Assistant; });
+    place = m_queue.emplace(place, asker);
+    turn = std::make_unique<Turn>(*this, place);
+    showQueue();
+    if (place == m_queue.begin())
+        co_return turn;
+    const std::stop_callback withdrawal(withdrawn, [this, place] { endWait(*place); });
+    const std::optional<bool> hasBegun = co_await place->turn.wait();
+    if (!hasBegun || turn->hasEnded())
+        turn.reset();
+    co_return turn;
+}
+
+/// Resumes the question's coroutine, which leaves the queue.
+void PromptDialogs::endWait(Waiting &waiting)
+{
+    waiting.hasEnded = true;
+    waiting.turn.deliver(false);
+}
+
+void PromptDialogs::declineAssistant()
+{
+    for (Waiting &waiting : m_queue) {
+        if (waiting.asker == Asker::Assistant)
+            endWait(waiting);
+    }
+    showQueue();
+}
+
+void PromptDialogs::showQueue()
+{
+    if (!m_question || m_queue.empty())
+        return;
+    const auto count = [this](auto &&counts) {
+        return std::count_if(std::next(m_queue.begin()), m_queue.end(), [&](const Waiting &other) {
+            return !other.hasEnded && counts(other.asker);
+        });
+    };
+    const auto waiting = count([](Asker) { return true; });
+    const QString asker = m_queue.front().asker == Asker::Assistant ? tr("Asked by the assistant")
+                                                                    : tr("Asked for your action");
+    m_question->setCaption(
+        waiting == 0 ? asker
+            : waiting == 1
+            ? tr("%1 — 1 more question waits").arg(asker)
+            : tr("%1 — %2 more questions wait").arg(asker, QString::number(waiting)));
+    if (m_declineAll)
+        m_declineAll->setVisible(count([](Asker by) { return by == Asker::Assistant; }) > 0);
+}
+
+QuestionDialog *PromptDialogs::makeQuestion(const Texts &texts, Asker asker)
+{
+    m_question = new QuestionDialog(texts.title, texts.message, m_guardTime, m_window);
+    if (asker == Asker::Assistant) {
+        const auto harmless = QuestionDialog::Effect::Harmless;
+        m_declineAll = m_question->addAnswer(tr("Decline All"), harmless);
+        QObject::connect(m_declineAll, &QPushButton::clicked, m_declineAll,
+                         [this] { declineAssistant(); });
+        if (m_stopServer) {
+            QPushButton *stop = m_question->addAnswer(tr("Stop MCP Server"), harmless);
+            QObject::connect(stop, &QPushButton::clicked, stop, [this] {
+                declineAssistant();
+                m_stopServer();
+            });
+        }
+    }
+    showQueue();
+    return m_question;
 }
 
 QCoro::Task<UserPrompts::ConfirmationAnswer> PromptDialogs::confirm(Confirmation question)
 {
-    if (question.withdrawn.stop_requested())
+    const std::unique_ptr<Turn> turn = co_await takeTurn(question.asker, question.withdrawn);
+    if (!turn)
         co_return ConfirmationAnswer();
-    auto *dialog = new QuestionDialog(question.title, question.message, m_window);
+    Texts texts;
+    texts.title = question.title;
+    texts.message = question.message;
+    texts.confirmTitle = question.confirmTitle;
+    if (question.prepare) {
+        const std::optional<Texts> prepared = co_await question.prepare();
+        if (!prepared || turn->hasEnded() || question.withdrawn.stop_requested())
+            co_return ConfirmationAnswer();
+        texts = *prepared;
+    }
+    QuestionDialog *dialog = makeQuestion(texts, question.asker);
     const QPushButton *confirm =
-        dialog->addAnswer(question.confirmTitle, QuestionDialog::Effect::Destructive);
+        dialog->addAnswer(texts.confirmTitle, QuestionDialog::Effect::Destructive);
     const QCheckBox *dontAskAgain = nullptr;
     if (!question.dontAskAgainPath.isEmpty())
         dontAskAgain =
@@ -79,7 +206,13 @@ QCoro::Task<UserPrompts::ConfirmationAnswer> PromptDialogs::confirm(Confirmation
 
 QCoro::Task<int> PromptDialogs::choose(Choice question)
 {
-    auto *dialog = new QuestionDialog(question.title, question.message, m_window);
+    const std::unique_ptr<Turn> turn = co_await takeTurn(Asker::User, std::stop_token());
+    if (!turn)
+        co_return -1;
+    Texts texts;
+    texts.title = question.title;
+    texts.message = question.message;
+    QuestionDialog *dialog = makeQuestion(texts, Asker::User);
     QList<const QPushButton *> buttons;
     for (const Answer &answer : std::as_const(question.answers)) {
         buttons << dialog->addAnswer(answer.title,
@@ -96,6 +229,9 @@ QCoro::Task<int> PromptDialogs::choose(Choice question)
 
 QCoro::Task<QString> PromptDialogs::askName(NamePrompt prompt)
 {
+    const std::unique_ptr<Turn> turn = co_await takeTurn(Asker::User, std::stop_token());
+    if (!turn)
+        co_return QString();
     auto *dialog = new QDialog(m_window);
     dialog->setWindowTitle(prompt.title);
     auto *label = new WrappedLabel(prompt.message);
@@ -126,6 +262,9 @@ QCoro::Task<QString> PromptDialogs::askSavePath(QString folder, QString proposed
 {
     if (!m_window || !m_window->isVisible())
         co_return QString();
+    const std::unique_ptr<Turn> turn = co_await takeTurn(Asker::User, std::stop_token());
+    if (!turn)
+        co_return QString();
     QFileDialog *dialog = makeFileDialog(m_window, tr("Save As"), folder);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);
@@ -136,6 +275,9 @@ QCoro::Task<QString> PromptDialogs::askSavePath(QString folder, QString proposed
 
 QCoro::Task<QString> PromptDialogs::askOpenPath(QString folder)
 {
+    const std::unique_ptr<Turn> turn = co_await takeTurn(Asker::User, std::stop_token());
+    if (!turn)
+        co_return QString();
     QFileDialog *dialog = makeFileDialog(m_window, tr("Open File"), folder);
     dialog->setFileMode(QFileDialog::ExistingFile);
     const std::function<QString()> answer = [dialog] { return dialog->selectedFiles().value(0); };
@@ -146,8 +288,8 @@ template <typename T> QCoro::Task<T> PromptDialogs::ask(QDialog *dialog, std::fu
 {
     OneShot<bool> &end = m_open.emplace_back();
     const auto position = std::prev(m_open.end());
-    // The answer is read while the dialog still stands; the waiter runs later. A dialog that goes
-    // with its window says nothing more.
+    // The answer is read while the dialog exists; the waiter runs later. A dialog that is destroyed
+    // with its window emits nothing.
     T given{};
     QObject::connect(dialog, &QDialog::finished, dialog,
                      [&end, &given, answer, dialog](int result) {
@@ -157,7 +299,7 @@ template <typename T> QCoro::Task<T> PromptDialogs::ask(QDialog *dialog, std::fu
                      });
     open(dialog);
     const std::optional<bool> ended = co_await end.wait();
-    // An answer may have come just before this goes: its end then goes with this.
+    // The answer may be undelivered when this is destroyed; the entry is then destroyed, too.
     if (!ended || m_isEnding)
         co_return T{};
     m_open.erase(position);

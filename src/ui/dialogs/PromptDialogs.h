@@ -1,20 +1,27 @@
 #pragma once
 
+#include "base/Lifetime.h"
 #include "base/OneShot.h"
 #include "base/UserPrompts.h"
 
 #include <QPointer>
 #include <QWidget>
 
+#include <chrono>
+#include <functional>
 #include <list>
+#include <memory>
 
 class QDialog;
+class QPushButton;
 
 namespace Korvane {
 
-/// Asks the person with dialogs on the window: opened, never run in an event loop of their own.
-/// Without a window they stand alone, in front of everything. A question still open when this goes
-/// counts as cancelled.
+class QuestionDialog;
+
+/// Asks the user with dialogs on the window: opened, never run in an event loop of their own, and
+/// one after the other. Without a window the dialogs are application-modal. Questions that are open
+/// or wait when this is destroyed count as canceled.
 class PromptDialogs final : public UserPrompts
 {
 public:
@@ -23,8 +30,13 @@ public:
     PromptDialogs &operator=(const PromptDialogs &) = delete;
     ~PromptDialogs() override;
 
-    /// Borrowed; may go before this.
+    /// Borrowed; may be destroyed before this.
     void setWindow(QWidget *window) { m_window = window; }
+    /// Stops the assistant's server; offered by the assistant's questions while set.
+    void setStopServer(std::function<void()> stop) { m_stopServer = std::move(stop); }
+    /// How long a question takes no click and no key after it is shown. A click or a key meant for
+    /// what was there before arrives within this time.
+    void setGuardTime(std::chrono::milliseconds time) { m_guardTime = time; }
 
     [[nodiscard]] QCoro::Task<ConfirmationAnswer> confirm(Confirmation question) override;
     [[nodiscard]] QCoro::Task<int> choose(Choice question) override;
@@ -33,16 +45,39 @@ public:
     [[nodiscard]] QCoro::Task<QString> askOpenPath(QString folder) override;
 
 private:
+    class Turn;
+    struct Waiting
+    {
+        Asker asker;
+        OneShot<bool> turn;
+        bool hasEnded = false; // declined or withdrawn, and not yet out of the queue
+    };
+
+    /// Waits until no other question is open. Yields null when this is being destroyed, and when
+    /// the question was withdrawn or declined while it waited.
+    [[nodiscard]] QCoro::Task<std::unique_ptr<Turn>> takeTurn(Asker asker,
+                                                              std::stop_token withdrawn);
+    void endWait(Waiting &waiting);
+    void declineAssistant();
+    void showQueue();
+    [[nodiscard]] QuestionDialog *makeQuestion(const Texts &texts, Asker asker);
     /// Opens \p dialog, which deletes itself, and yields what \p answer reads from it when it was
-    /// accepted; otherwise, and when this has gone, a default-made answer.
+    /// accepted; otherwise, and when this has been destroyed, a default-made answer.
     template <typename T>
     [[nodiscard]] QCoro::Task<T> ask(QDialog *dialog, std::function<T()> answer);
     void open(QDialog *dialog);
 
     QPointer<QWidget> m_window;
-    /// The ends of the questions that are open.
+    std::function<void()> m_stopServer;
+    std::chrono::milliseconds m_guardTime{700};
+    /// The first one is open or about to be opened.
+    std::list<Waiting> m_queue;
+    QPointer<QuestionDialog> m_question;
+    QPointer<QPushButton> m_declineAll; // the open question's
+    /// The end of the question that is open.
     std::list<OneShot<bool>> m_open;
     bool m_isEnding = false;
+    Lifetime m_life;
 };
 
 } // namespace Korvane

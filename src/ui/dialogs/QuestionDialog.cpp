@@ -6,11 +6,13 @@
 #include "ui/controls/WrappedLabel.h"
 
 #include <QCheckBox>
-#include <QMessageBox>
+#include <QCloseEvent>
+#include <QKeyEvent>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QStyle>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -27,11 +29,15 @@ constexpr int cancelWidth = 96; // fixed, so that the places of the other button
 
 } // namespace
 
-QuestionDialog::QuestionDialog(const QString &title, const QString &message, QWidget *window)
+QuestionDialog::QuestionDialog(const QString &title, const QString &message,
+                               std::chrono::milliseconds guardTime, QWidget *window)
     : QDialog(window)
     , m_options(new QVBoxLayout)
     , m_harmless(new QHBoxLayout)
     , m_destructive(new QHBoxLayout)
+    , m_caption(new QLabel)
+    , m_cancel(new QPushButton(tr("Cancel")))
+    , m_guardTime(guardTime)
 {
     setWindowTitle(tr("Korvane"));
     setAccessibleDescription(VisibleText::line(title + u' ' + message));
@@ -42,6 +48,11 @@ QuestionDialog::QuestionDialog(const QString &title, const QString &message, QWi
     symbol->setPixmap(style()
                           ->standardIcon(QStyle::SP_MessageBoxWarning, nullptr, this)
                           .pixmap(QSize(iconSize, iconSize), devicePixelRatioF()));
+    m_caption->setObjectName(QStringLiteral("questionCaption"));
+    m_caption->setTextFormat(Qt::PlainText);
+    m_caption->setFont(Theme::captionFont(font()));
+    m_caption->setForegroundRole(QPalette::PlaceholderText);
+    m_caption->hide();
     auto *upper = new QHBoxLayout;
     upper->setSpacing(spacing);
     upper->addWidget(symbol, 0, Qt::AlignTop);
@@ -51,8 +62,8 @@ QuestionDialog::QuestionDialog(const QString &title, const QString &message, QWi
     column->setSpacing(spacing);
     column->addLayout(upper);
     column->addLayout(m_options);
+    column->addWidget(m_caption);
     column->addLayout(makeButtons());
-    column->setSizeConstraint(QLayout::SetMinimumSize);
 }
 
 QWidget *QuestionDialog::makeTexts(const QString &title, const QString &message, int width)
@@ -86,17 +97,16 @@ QWidget *QuestionDialog::makeTexts(const QString &title, const QString &message,
 
 QBoxLayout *QuestionDialog::makeButtons()
 {
-    auto *cancel = new QPushButton(tr("Cancel"));
-    cancel->setObjectName(QStringLiteral("cancel"));
-    cancel->setFixedWidth(std::max(cancelWidth, cancel->sizeHint().width()));
-    cancel->setDefault(true);
-    cancel->setFocus();
-    connect(cancel, &QPushButton::clicked, this, &QDialog::reject);
+    m_cancel->setObjectName(QStringLiteral("cancel"));
+    m_cancel->setFixedWidth(std::max(cancelWidth, m_cancel->sizeHint().width()));
+    m_cancel->setDefault(true);
+    m_cancel->setFocus();
+    connect(m_cancel, &QPushButton::clicked, this, &QDialog::reject);
     auto *row = new QHBoxLayout;
     row->addLayout(m_harmless);
     row->addStretch();
     row->addLayout(m_destructive);
-    row->addWidget(cancel);
+    row->addWidget(m_cancel);
     return row;
 }
 
@@ -122,6 +132,45 @@ QCheckBox *QuestionDialog::addPathOption(const QString &text, const QString &pat
         option->setToolTip(PlainText::toolTip(path));
     m_options->addWidget(option);
     return option;
+}
+
+void QuestionDialog::setCaption(const QString &text)
+{
+    m_caption->setText(text);
+    m_caption->show();
+}
+
+void QuestionDialog::showEvent(QShowEvent *event)
+{
+    QDialog::showEvent(event);
+    if (event->spontaneous() || m_guardTime.count() == 0)
+        return;
+    setGuarded(true);
+    QTimer::singleShot(m_guardTime, this, [this] { setGuarded(false); });
+}
+
+void QuestionDialog::keyPressEvent(QKeyEvent *event)
+{
+    if (!m_isGuarded)
+        QDialog::keyPressEvent(event);
+}
+
+void QuestionDialog::closeEvent(QCloseEvent *event)
+{
+    // A click on the frame's close button.
+    if (m_isGuarded && event->spontaneous())
+        event->ignore();
+    else
+        QDialog::closeEvent(event);
+}
+
+void QuestionDialog::setGuarded(bool isGuarded)
+{
+    m_isGuarded = isGuarded;
+    for (QAbstractButton *button : findChildren<QAbstractButton *>())
+        button->setEnabled(!isGuarded);
+    if (!isGuarded)
+        m_cancel->setFocus();
 }
 
 } // namespace Korvane

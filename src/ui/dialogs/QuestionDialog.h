@@ -2,8 +2,11 @@
 
 #include <QDialog>
 
+#include <chrono>
+
 class QBoxLayout;
 class QCheckBox;
+class QLabel;
 class QPushButton;
 
 namespace Korvane {
@@ -14,6 +17,8 @@ namespace Korvane {
 /// All questions have the same width, and each kind of button has its own place: harmless answers
 /// at the left, destructive ones next to Cancel, Cancel at the right. A click meant for one kind
 /// does not hit the other kind of the next question.
+///
+/// For the guard time after it is shown the dialog takes no click and no key.
 class QuestionDialog final : public QDialog
 {
     Q_OBJECT
@@ -21,24 +26,38 @@ class QuestionDialog final : public QDialog
 public:
     enum class Effect { Harmless, Destructive };
 
-    QuestionDialog(const QString &title, const QString &message, QWidget *window);
+    QuestionDialog(const QString &title, const QString &message,
+                   std::chrono::milliseconds guardTime, QWidget *window);
 
     /// Adds an answer, which closes the dialog. Never the default button.
     QPushButton *addAnswer(const QString &title, Effect effect);
     /// Adds a check box below the message, labeled \p text with \p path in place of %1.
     QCheckBox *addPathOption(const QString &text, const QString &path);
 
+    /// Shows \p text above the buttons, in place of an earlier one.
+    void setCaption(const QString &text);
+
     /// The answer that was chosen; null for Cancel and while the question is open.
     [[nodiscard]] const QPushButton *chosen() const { return m_chosen; }
 
+protected:
+    void showEvent(QShowEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+
 private:
+    void setGuarded(bool isGuarded);
     [[nodiscard]] QWidget *makeTexts(const QString &title, const QString &message, int width);
     [[nodiscard]] QBoxLayout *makeButtons();
 
     QBoxLayout *m_options;
     QBoxLayout *m_harmless;
     QBoxLayout *m_destructive;
+    QLabel *m_caption;
+    QPushButton *m_cancel;
     const QPushButton *m_chosen = nullptr;
+    std::chrono::milliseconds m_guardTime;
+    bool m_isGuarded = false;
 };
 
 } // namespace Korvane

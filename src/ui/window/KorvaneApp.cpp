@@ -58,6 +58,7 @@ KorvaneApp::KorvaneApp()
                                                       RecoveryFiles::defaultFolder());
     makeWindow();
     m_prompts.setWindow(m_window.get());
+    m_prompts.setStopServer([this] { m_server->stop(); });
     new RecoveryFilesMenu(*m_unsavedCopies, m_prompts, m_window->viewMenu());
     new WindowState(WindowState::defaultPath(), *m_window); // the window's own
 }
