@@ -259,7 +259,7 @@ private slots:
                  QStringLiteral("Local Files|Device Files|-|Shell|Variables|-|"
                                 "Next File Ctrl+Tab|Previous File Ctrl+PgUp|Open Files"));
         QCOMPARE(menu(3).join(u'|'),
-                 QStringLiteral("Debug on Device|Step|Continue|Stop Debugging|-|"
+                 QStringLiteral("Debug on Device Ctrl+Y|Step|Continue|Stop Debugging|-|"
                                 "Clear Breakpoints in This File"));
         auto *editor = m_fixture->find<CodeEditorView>("editor");
         editor->setFocus();
@@ -313,8 +313,11 @@ private slots:
             QDragEnterEvent enter({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
             QCoreApplication::sendEvent(onto, &enter);
             QVERIFY(enter.isAccepted());
-            QDropEvent event({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, {});
+            // With Shift held a move is proposed, after which the source deletes the file.
+            QDropEvent event({5, 5}, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton,
+                             Qt::ShiftModifier);
             QCoreApplication::sendEvent(onto, &event);
+            QCOMPARE(event.dropAction(), Qt::CopyAction);
         };
         auto *editor = m_fixture->find<CodeEditorView>("editor");
         drop({good, bad}, editor->viewport());

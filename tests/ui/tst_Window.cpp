@@ -83,9 +83,11 @@ private slots:
         QWidget *announcer = fixture.find<QWidget>("announcer");
         fixture.state().link().connectDevice(board.port());
         QTRY_COMPARE(announcer->accessibleName(), u"Connected to "_s + board.port());
+        fixture.state().documents().updateSelectedContent(QStringLiteral("x = 1"));
+        fixture.click("play.circle.fill"); // sent to the board, which has not run it yet
+        QCOMPARE(announcer->accessibleName(), u"Connected to "_s + board.port());
         board.vanish();
         QTRY_COMPARE(announcer->accessibleName(), u"Disconnected"_s);
-        fixture.state().documents().updateSelectedContent(QStringLiteral("x = 1"));
         fixture.click("play.circle.fill");
         QCOMPARE(announcer->accessibleName(), u"Disconnected"_s);
         QTRY_COMPARE(announcer->accessibleName(), u"Run finished"_s);
@@ -112,6 +114,42 @@ private slots:
         variables->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
         QTRY_VERIFY(!shell->state().checked && variables->state().checked);
         QCOMPARE(fixture.state().bottomTab(), AppState::BottomTab::Variables);
+    }
+
+    void showsErrorsBesideTheVariables()
+    {
+        WindowFixture fixture;
+        auto *tab = fixture.find<QToolButton>("Shell");
+        const auto seesShell = [&] { return fixture.find<QWidget>("shellOutput")->isVisible(); };
+        fixture.click("Variables");
+        fixture.state().shell().appendInfo(u"no error"_s);
+        QVERIFY(!seesShell());
+        fixture.press(Qt::Key_Y, Qt::ControlModifier); // without a board
+        QVERIFY(seesShell());
+        // At a stop the variables stay, and the tab is marked.
+        fixture.click("Variables");
+        fixture.state().debugSession().pause(DebugPause{1, {}});
+        const QImage unmarked = tab->grab().toImage();
+        fixture.state().shell().appendError(u"wrong"_s);
+        QVERIFY(!seesShell());
+        QVERIFY(tab->grab().toImage() != unmarked);
+        QCOMPARE(tab->accessibleDescription(), u"New error"_s);
+        fixture.state().shell().clear();
+        QCOMPARE(tab->accessibleDescription(), QString());
+    }
+
+    void marksErrorsOfTheAssistant()
+    {
+        WindowFixture fixture;
+        const auto *tab = fixture.find<QToolButton>("Shell");
+        fixture.state().setMcpRunning(true);
+        fixture.click("Variables");
+        fixture.state().shell().appendError(u"the assistant's"_s);
+        QCOMPARE(fixture.state().bottomTab(), AppState::BottomTab::Variables);
+        QCOMPARE(tab->accessibleDescription(), u"New error"_s);
+        fixture.press(Qt::Key_Y, Qt::ControlModifier); // the user's own action
+        QCOMPARE(fixture.state().bottomTab(), AppState::BottomTab::Shell);
+        QCOMPARE(tab->accessibleDescription(), QString());
     }
 
     void goesToEveryPaneByMenu()

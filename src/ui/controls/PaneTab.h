@@ -10,15 +10,14 @@ class PaneTab final : public QToolButton
     Q_OBJECT
 
 public:
-    explicit PaneTab(const QString &title, QWidget *parent = nullptr)
-        : QToolButton(parent)
-    {
-        setText(title);
-        setCheckable(true);
-        setAutoExclusive(true);
-        setAutoRaise(true);
-        setFocusPolicy(Qt::TabFocus);
-    }
+    explicit PaneTab(const QString &title, QWidget *parent = nullptr);
+
+    /// Marks the tab with a red dot, and with \p description for assistive programs. Empty removes
+    /// the mark.
+    void setMark(const QString &description);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
 };
 
 } // namespace Korvane

@@ -140,6 +140,7 @@ QAction *Actions::add(Command command, const QString &text, const QKeySequence &
     auto *action = new QAction(text, this);
     action->setShortcut(key);
     action->setIconVisibleInMenu(false);
+    connect(action, &QAction::triggered, this, &Actions::commandChosen);
     if (run)
         connect(action, &QAction::triggered, this, std::move(run));
     m_actions[command] = action;

@@ -66,6 +66,10 @@ public:
 
     [[nodiscard]] QAction *operator[](Command command) const { return m_actions[command]; }
 
+signals:
+    /// The user has chosen a command, which is carried out next.
+    void commandChosen();
+
 private:
     void addFileCommands();
     void addEditCommands();

@@ -19,8 +19,11 @@ Announcer::Announcer(AppState &state, QWidget *parent)
     setGeometry(0, 0, 1, 1); // what has no place on the screen is left out by some of them
     connect(&state.link(), &DeviceLink::connectionStateChanged, this, &Announcer::sayConnection);
     connect(&state.debugSession(), &DebugSession::changed, this, &Announcer::sayPause);
-    connect(&state, &AppState::isRunningChanged, this,
-            [this] { sayEndOfRun(m_state.isRunning()); });
+    connect(&state, &AppState::isRunningChanged, this, [this] {
+        // On a board isRunning ends when the program is sent; its end is announced below.
+        if (!m_state.link().connectionState().isConnected())
+            sayEndOfRun(m_state.isRunning());
+    });
     connect(&state.programRun(), &ProgramRun::deviceProgramRunningChanged, this,
             [this] { sayEndOfRun(m_state.programRun().deviceProgramRunning()); });
 }

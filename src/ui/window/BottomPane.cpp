@@ -6,6 +6,7 @@
 #include "ui/controls/SymbolView.h"
 #include "ui/shell/REPLView.h"
 #include "ui/variables/VariablesView.h"
+#include "ui/window/Actions.h"
 #include "ui/window/ConnectionIndicator.h"
 
 #include <QApplication>
@@ -14,12 +15,17 @@
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
+#include <chrono>
+
 namespace Korvane {
 
 namespace {
 
+// An error this long after a command of the user is taken for its result.
+constexpr std::chrono::milliseconds userActionTime{5'000};
+
 /// A tab of the pane, as wide as its text in semibold, which it has while it is the chosen one.
-QToolButton *makeTab(const QString &title)
+PaneTab *makeTab(const QString &title)
 {
     auto *tab = new PaneTab(title);
     tab->setObjectName(title);
@@ -35,7 +41,7 @@ QToolButton *makeTab(const QString &title)
 
 } // namespace
 
-BottomPane::BottomPane(AppState &state, QWidget *parent)
+BottomPane::BottomPane(AppState &state, const Actions &actions, QWidget *parent)
     : QWidget(parent)
     , m_state(state)
     , m_shell(new REPLView(state))
@@ -58,6 +64,13 @@ BottomPane::BottomPane(AppState &state, QWidget *parent)
     connect(m_variablesTab, &QToolButton::clicked, this,
             [this] { m_state.setBottomTab(AppState::BottomTab::Variables); });
     connect(&state, &AppState::bottomTabChanged, this, &BottomPane::showTab);
+    const ShellTranscript &shell = state.shell();
+    connect(&shell, &ShellTranscript::lineAppended, this, [this, &shell](qsizetype index) {
+        if (shell.replLines().at(index).kind == REPLLine::Kind::Error)
+            showError();
+    });
+    connect(&shell, &ShellTranscript::cleared, m_shellTab, [this] { m_shellTab->setMark({}); });
+    connect(&actions, &Actions::commandChosen, this, [this] { m_sinceCommand.start(); });
     showTab();
 }
 
@@ -67,6 +80,25 @@ void BottomPane::focusPane()
         m_shell->focusInput();
     else
         m_variablesTab->setFocus();
+}
+
+void BottomPane::showError()
+{
+    if (m_state.bottomTab() == AppState::BottomTab::Shell)
+        return;
+    // At a stop of the debugger the variables are what the user looks at.
+    if (isForUser() && !m_state.debugSession().pausedAt())
+        m_state.setBottomTab(AppState::BottomTab::Shell);
+    else
+        m_shellTab->setMark(tr("New error"));
+}
+
+/// Whether an error that is reported now belongs to an action of the user. While the assistant's
+/// server runs it may belong to a call of the assistant.
+bool BottomPane::isForUser() const
+{
+    return !m_state.mcpRunning()
+        || (m_sinceCommand.isValid() && !m_sinceCommand.hasExpired(userActionTime.count()));
 }
 
 QWidget *BottomPane::makeHeader()
@@ -109,7 +141,9 @@ void BottomPane::showTab()
 {
     const bool isShell = m_state.bottomTab() == AppState::BottomTab::Shell;
     (isShell ? m_shellTab : m_variablesTab)->setChecked(true);
-    // A focus in the pane that goes would wander to whatever comes next.
+    if (isShell)
+        m_shellTab->setMark({});
+    // Hiding a pane that has the focus would move the focus to any other widget.
     const QWidget *focus = QApplication::focusWidget();
     const bool hadFocus = m_body->currentWidget()->isAncestorOf(focus)
         || focus == (isShell ? m_variablesTab : m_shellTab);

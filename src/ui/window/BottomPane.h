@@ -1,13 +1,15 @@
 #pragma once
 
+#include <QElapsedTimer>
 #include <QWidget>
 
 class QStackedWidget;
-class QToolButton;
 
 namespace Korvane {
 
+class Actions;
 class AppState;
+class PaneTab;
 class REPLView;
 class VariablesView;
 
@@ -17,14 +19,17 @@ class BottomPane final : public QWidget
     Q_OBJECT
 
 public:
-    /// \p state must outlive this.
-    explicit BottomPane(AppState &state, QWidget *parent = nullptr);
+    /// \p state and \p actions must outlive this.
+    BottomPane(AppState &state, const Actions &actions, QWidget *parent = nullptr);
 
-    /// Gives the focus to where the person would type, or else to the tab that is shown.
+    /// Gives the focus to the Shell's input, or else to the tab that is shown.
     void focusPane();
 
 private:
     void showTab();
+    /// Marks the Shell's tab while the Shell is hidden, or shows the Shell.
+    void showError();
+    [[nodiscard]] bool isForUser() const;
     [[nodiscard]] QWidget *makeHeader();
     [[nodiscard]] QWidget *makeAssistantIndicator();
 
@@ -32,8 +37,9 @@ private:
     REPLView *m_shell;
     VariablesView *m_variables;
     QStackedWidget *m_body;
-    QToolButton *m_shellTab;
-    QToolButton *m_variablesTab;
+    PaneTab *m_shellTab;
+    PaneTab *m_variablesTab;
+    QElapsedTimer m_sinceCommand; // of the user
 };
 
 } // namespace Korvane

@@ -44,6 +44,13 @@ QStringList localFiles(const QMimeData *data)
     return paths;
 }
 
+/// The source of a drag deletes what was moved; a file that is opened stays where it is.
+void acceptAsCopy(QDropEvent &event)
+{
+    event.setDropAction(Qt::CopyAction);
+    event.accept();
+}
+
 } // namespace
 
 ContentView::ContentView(AppState &state, QWidget *parent)
@@ -52,7 +59,7 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     , m_commands(new Actions(state, *this))
     , m_sidebar(new SidebarView(state))
     , m_editorArea(new EditorArea(state, *m_commands))
-    , m_bottomPane(new BottomPane(state))
+    , m_bottomPane(new BottomPane(state, *m_commands))
     , m_menus(new AppCommands(state, *m_commands, m_editorArea->editor(), *this))
 {
     setObjectName(QStringLiteral("contentView"));
@@ -128,7 +135,7 @@ bool ContentView::eventFilter(QObject *watched, QEvent *event)
     if (isDrag) {
         auto *drop = static_cast<QDropEvent *>(event);
         if (!localFiles(drop->mimeData()).isEmpty()) {
-            drop->acceptProposedAction();
+            acceptAsCopy(*drop);
             if (event->type() == QEvent::Drop)
                 openDropped(drop->mimeData());
             return true;
@@ -166,12 +173,12 @@ QCoro::Task<void> ContentView::closeWhenWritten()
 void ContentView::dragEnterEvent(QDragEnterEvent *event)
 {
     if (!localFiles(event->mimeData()).isEmpty())
-        event->acceptProposedAction();
+        acceptAsCopy(*event);
 }
 
 void ContentView::dropEvent(QDropEvent *event)
 {
-    event->acceptProposedAction();
+    acceptAsCopy(*event);
     openDropped(event->mimeData());
 }
 
