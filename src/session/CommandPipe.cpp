@@ -4,23 +4,10 @@
 
 #include <cerrno>
 #include <csignal>
-#include <utility>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 namespace Korvane {
-
-namespace {
-
-void closeDescriptor(int &descriptor)
-{
-    if (descriptor >= 0)
-        ::close(descriptor);
-    descriptor = -1;
-}
-
-} // namespace
 
 CommandPipe::CommandPipe(QObject *parent)
     : QObject(parent)
@@ -34,34 +21,20 @@ CommandPipe::~CommandPipe()
 
 Result<void> CommandPipe::open()
 {
-    // A reader that has gone shall fail the write, not end the program. Qt's own sockets and
-    // processes switch the signal off in the same way.
+    // A write to a pipe without a reader must fail instead of ending the program. QProcess and Qt's
+    // sockets ignore the signal, too.
     ::signal(SIGPIPE, SIG_IGN);
-    int ends[2] = {-1, -1};
-    // Closed in every child but the one that gets it on purpose: another child that held the
-    // writing end would keep this one from ever seeing the end of its commands.
-    if (::pipe2(ends, O_CLOEXEC) != 0 || ::fcntl(ends[1], F_SETFL, O_NONBLOCK) != 0) {
-        const int code = errno;
-        closeDescriptor(ends[0]);
-        closeDescriptor(ends[1]);
-        return Error{ErrorCode::File, qt_error_string(code), {}, code};
-    }
-    m_childEnd = ends[0];
-    m_ourEnd = ends[1];
-    m_notifier = std::make_unique<QSocketNotifier>(m_ourEnd, QSocketNotifier::Write);
+    if (auto opened = m_pipe.open(PipePair::Direction::ToChild); !opened)
+        return opened;
+    m_notifier = std::make_unique<QSocketNotifier>(m_pipe.ourEnd(), QSocketNotifier::Write);
     m_notifier->setEnabled(false);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, &CommandPipe::flush);
     return {};
 }
 
-void CommandPipe::closeChildEnd()
-{
-    closeDescriptor(m_childEnd);
-}
-
 void CommandPipe::write(const QByteArray &bytes)
 {
-    if (m_ourEnd < 0)
+    if (m_pipe.ourEnd() < 0)
         return;
     m_unwritten.append(bytes);
     flush();
@@ -70,7 +43,7 @@ void CommandPipe::write(const QByteArray &bytes)
 void CommandPipe::flush()
 {
     while (m_writtenBytes < m_unwritten.size()) {
-        const ssize_t written = ::write(m_ourEnd, m_unwritten.constData() + m_writtenBytes,
+        const ssize_t written = ::write(m_pipe.ourEnd(), m_unwritten.constData() + m_writtenBytes,
                                         static_cast<size_t>(m_unwritten.size() - m_writtenBytes));
         if (written >= 0) {
             m_writtenBytes += written;
@@ -99,8 +72,7 @@ void CommandPipe::close()
     m_notifier.reset(); // before the descriptor that it watches
     m_unwritten.clear();
     m_writtenBytes = 0;
-    closeDescriptor(m_childEnd);
-    closeDescriptor(m_ourEnd);
+    m_pipe.close();
 }
 
 } // namespace Korvane

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Result.h"
+#include "session/PipePair.h"
 
 #include <QByteArray>
 #include <QObject>
@@ -13,8 +14,8 @@ namespace Korvane {
 
 /// The channel on which a child process receives its commands, as a pipe of our own.
 ///
-/// QProcess's own channel won't do: once a write has failed it goes on accepting bytes, keeps them
-/// and reports nothing any more, so that the next request would wait for good; and it hides why.
+/// QProcess's own channel won't do: after a failed write it accepts and keeps further bytes and
+/// reports nothing, so that the next request would never be answered; and it hides the reason.
 /// Main thread only; never blocks.
 class CommandPipe final : public QObject
 {
@@ -26,24 +27,22 @@ public:
 
     [[nodiscard]] Result<void> open();
     /// The descriptor that becomes the child's standard input.
-    [[nodiscard]] int childEnd() const { return m_childEnd; }
-    /// Once the child has it; while it is open here, nobody notices that the child has gone.
-    void closeChildEnd();
+    [[nodiscard]] int childEnd() const { return m_pipe.childEnd(); }
+    void closeChildEnd() { m_pipe.closeChildEnd(); }
 
     /// Writes what the pipe takes now, and the rest as the child reads on.
     void write(const QByteArray &bytes);
-    /// The child then finds its commands at an end. What is not yet written is lost.
+    /// The child then reads the end of its standard input. What is not yet written is dropped.
     void close();
 
 signals:
-    /// The child no longer takes commands; what was not yet written is dropped.
+    /// The child no longer reads commands; what was not yet written is dropped.
     void writeFailed(const QString &reason);
 
 private:
     void flush();
 
-    int m_childEnd = -1;
-    int m_ourEnd = -1;
+    PipePair m_pipe;
     QByteArray m_unwritten;
     qsizetype m_writtenBytes = 0; // of m_unwritten
     std::unique_ptr<QSocketNotifier> m_notifier;

@@ -3,23 +3,35 @@
 #include "base/DescriptorLimit.h"
 #include "session/SessionProtocol.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QProcessEnvironment>
 
+#include <chrono>
 #include <csignal>
+#include <thread>
 #include <utility>
 
+#include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace Korvane {
 
+using namespace std::chrono_literals;
+
 namespace {
 
 /// Runs in the new process before the interpreter does: system calls only.
-void prepareChild(int standardInput)
+void prepareChild(int standardInput, int standardError, pid_t parent)
 {
+    // The signal is sent when the thread that forked ends: QProcess forks on the main thread.
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent)
+        ::_exit(EXIT_FAILURE); // it ended before the call
     ::dup2(standardInput, STDIN_FILENO);
     DescriptorLimit::restoreInChild();
+    ::dup2(standardError, STDERR_FILENO);
     // A shell that starts us in the background leaves SIGINT ignored, and Python would then never
     // raise KeyboardInterrupt.
     ::signal(SIGINT, SIG_DFL);
@@ -28,6 +40,13 @@ void prepareChild(int standardInput)
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+/// Whether the child process \p id still runs. One that has ended is taken off the process table;
+/// QProcess, which waits on a descriptor of its own, may have done so already.
+bool isAlive(pid_t id)
+{
+    return ::waitpid(id, nullptr, WNOHANG) == 0;
 }
 
 } // namespace
@@ -40,9 +59,9 @@ PythonChild::PythonChild(QObject *parent)
             [this] { m_commands.write(std::exchange(m_earlyCommands, {})); });
     connect(&m_process, &QProcess::readyReadStandardOutput, this,
             [this] { emit outputArrived(m_process.readAllStandardOutput()); });
-    connect(&m_process, &QProcess::readyReadStandardError, this,
-            [this] { emit errorOutputArrived(m_process.readAllStandardError()); });
+    connect(&m_errors, &ErrorPipe::arrived, this, &PythonChild::errorOutputArrived);
     connect(&m_process, &QProcess::finished, this, [this] {
+        readErrorOutput();
         if (m_isDismissed)
             deleteLater();
         emit ended();
@@ -56,9 +75,31 @@ PythonChild::PythonChild(QObject *parent)
     });
 }
 
+void PythonChild::endAll(const QList<PythonChild *> &children)
+{
+    QList<pid_t> running;
+    for (PythonChild *child : children) {
+        child->disconnect();
+        child->m_commands.close();
+        if (const qint64 id = child->m_process.processId(); id > 0)
+            running << static_cast<pid_t>(id);
+    }
+    for (const int signal : {SIGINT, SIGTERM, SIGKILL}) {
+        for (const pid_t id : std::as_const(running))
+            ::kill(id, signal);
+        // After SIGKILL a process ends at once, unless the kernel keeps it waiting for a device.
+        for (const QDeadlineTimer deadline(300ms); !running.isEmpty() && !deadline.hasExpired();) {
+            std::this_thread::sleep_for(2ms);
+            running.removeIf([](pid_t id) { return !isAlive(id); });
+        }
+    }
+}
+
 void PythonChild::start(const QString &interpreter)
 {
-    if (const auto opened = m_commands.open(); !opened) {
+    for (const auto &opened : {m_commands.open(), m_errors.open()}) {
+        if (opened)
+            continue;
         emit launchFailed(opened.error().message);
         return;
     }
@@ -68,18 +109,20 @@ void PythonChild::start(const QString &interpreter)
     m_process.setProcessEnvironment(environment);
     m_process.setWorkingDirectory(QDir::homePath());
     m_process.setInputChannelMode(QProcess::ForwardedInputChannel);
+    m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel); // to m_errors, see below
     m_process.setChildProcessModifier(
-        [standardInput = m_commands.childEnd()] { prepareChild(standardInput); });
+        [standardInput = m_commands.childEnd(), standardError = m_errors.childEnd(),
+         parent = ::getpid()] { prepareChild(standardInput, standardError, parent); });
     m_process.start(interpreter,
                     {QStringLiteral("-u"), QStringLiteral("-c"),
                      QString::fromUtf8(SessionProtocol::driverProgram())});
     m_commands.closeChildEnd();
+    m_errors.closeChildEnd();
 }
 
 void PythonChild::write(const QByteArray &bytes)
 {
-    // Written before the launch is known to have succeeded, they could meet a closed pipe, which
-    // would hide the true reason.
+    // If the launch fails, writing would fail, too, and hide the reason of the failed launch.
     if (m_process.state() == QProcess::Running)
         m_commands.write(bytes);
     else
@@ -95,8 +138,7 @@ void PythonChild::interrupt()
 void PythonChild::dismiss()
 {
     m_isDismissed = true;
-    // From here on nobody hears of it. What it still prints is read and forgotten, lest it hang on
-    // a full pipe.
+    // What it still prints is read and dropped, so that it doesn't block on a full pipe.
     disconnect();
     m_process.terminate();
     m_commands.close();

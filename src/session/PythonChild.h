@@ -1,8 +1,10 @@
 #pragma once
 
 #include "session/CommandPipe.h"
+#include "session/ErrorPipe.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QObject>
 #include <QProcess>
 
@@ -10,8 +12,8 @@ namespace Korvane {
 
 /// One Python process with the driver program in it, and its three pipes.
 ///
-/// Destroying it closes the pipes and lets the process be: it ends when it has finished what it is
-/// doing and finds no more commands. Main thread only; nothing here blocks.
+/// The process is killed when Korvane crashes. Destroying this only closes the pipes; see endAll().
+/// Main thread only; only endAll() blocks.
 class PythonChild final : public QObject
 {
     Q_OBJECT
@@ -20,21 +22,29 @@ public:
     explicit PythonChild(QObject *parent = nullptr);
     ~PythonChild() override = default;
 
-    /// Starts the interpreter in the home folder; commands may be written at once. A launch that
-    /// fails is told by `launchFailed`, perhaps inside this call.
+    /// Ends the processes of \p children: SIGINT now, SIGTERM after 0.3 s, SIGKILL after 0.6 s.
+    /// Blocks until all have ended, so it is only for the end of the program, when nothing is
+    /// shown. The children emit nothing any more.
+    static void endAll(const QList<PythonChild *> &children);
+
+    /// Starts the interpreter in the home folder; commands may be written at once. A failed launch
+    /// is reported by `launchFailed`, perhaps inside this call.
     void start(const QString &interpreter);
     void write(const QByteArray &bytes);
     /// Sends SIGINT.
     void interrupt();
-    /// Sends SIGTERM and falls silent. The object stays until the process has ended, so that the
-    /// process doesn't stay behind as a zombie, then deletes itself.
+    /// Sends SIGTERM and emits nothing any more. Deletes this object when the process has ended,
+    /// so that the process doesn't stay behind as a zombie.
     void dismiss();
+    /// Emits `errorOutputArrived` for all that the child has written to its standard error before
+    /// this call.
+    void readErrorOutput() { m_errors.read(); }
 
     [[nodiscard]] bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
 
 signals:
     void launchFailed(const QString &reason);
-    /// At most what one pipe holds (64 KiB), one signal a read.
+    /// One signal for each read of the pipe.
     void outputArrived(const QByteArray &bytes);
     void errorOutputArrived(const QByteArray &bytes);
     void writeFailed(const QString &reason);
@@ -42,7 +52,7 @@ signals:
     void ended();
 
 private:
-    /// ~QProcess kills a child that still runs, and waits for it; this one believes it has ended.
+    /// ~QProcess kills a child that still runs, and waits up to 30 s for it; this one doesn't.
     class Process final : public QProcess
     {
     public:
@@ -50,7 +60,8 @@ private:
     };
 
     CommandPipe m_commands;
-    QByteArray m_earlyCommands; // until the interpreter has been launched
+    ErrorPipe m_errors;
+    QByteArray m_earlyCommands; // until the interpreter is launched
     Process m_process;
     bool m_isDismissed = false;
 };

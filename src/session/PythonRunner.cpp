@@ -47,8 +47,11 @@ PythonRunner::~PythonRunner()
 {
     m_isClosed = true;
     m_watchdog.stop();
-    delete std::exchange(m_child, nullptr);
-    // What a resumed caller still asks for is refused; it may not find half a runner.
+    m_child = nullptr;
+    const auto children = findChildren<PythonChild *>(Qt::FindDirectChildrenOnly);
+    PythonChild::endAll(children);
+    qDeleteAll(children);
+    // m_isClosed refuses what a resumed caller still asks for.
     const auto reply = std::exchange(m_reply, nullptr);
     std::list<OneShot<bool>> waiters;
     waiters.swap(m_waiters);
@@ -130,8 +133,8 @@ QCoro::Task<RunResult> PythonRunner::send(std::optional<QByteArray> request)
     co_return std::move(*result);
 }
 
-/// Hands the session on to the caller that has waited longest; it stays busy meanwhile, so that
-/// nobody who comes later gets in between.
+/// Hands the session on to the caller that has waited longest. It stays busy meanwhile, so that a
+/// new call can't get in between.
 void PythonRunner::release()
 {
     if (m_waiters.empty())
@@ -158,7 +161,7 @@ void PythonRunner::begin(const std::optional<QByteArray> &request)
 void PythonRunner::startChild(const QString &interpreter)
 {
     if (m_child)
-        m_child->dismiss(); // it has ended and is about to say so
+        m_child->dismiss(); // it has ended; its signal is still due
     m_stream.clear();
     m_child = new PythonChild(this);
     connect(m_child, &PythonChild::outputArrived, this,
@@ -179,13 +182,18 @@ void PythonRunner::startChild(const QString &interpreter)
     m_child->start(interpreter);
 }
 
-void PythonRunner::receiveOutput(const PythonChild *child, const QByteArray &bytes)
+void PythonRunner::receiveOutput(PythonChild *child, const QByteArray &bytes)
 {
     const QList<SessionStream::Item> items = m_stream.feed(bytes);
     for (const SessionStream::Item &item : items) {
+        const auto *reply = std::get_if<SessionStream::Reply>(&item);
+        // The child has written its errors before the reply, but on another pipe, whose notifier
+        // may fire later.
+        if (reply && child == m_child)
+            child->readErrorOutput();
         if (child != m_child)
-            return; // a callback has replaced it, and what it printed goes with it
-        if (const auto *reply = std::get_if<SessionStream::Reply>(&item))
+            return; // a callback has replaced it: the rest of its output is dropped
+        if (reply)
             finish(SessionProtocol::parseReply(reply->body));
         else if (onOutput)
             onOutput(std::get<SessionStream::Output>(item).text);
@@ -194,14 +202,14 @@ void PythonRunner::receiveOutput(const PythonChild *child, const QByteArray &byt
 
 void PythonRunner::loseChild(const QString &error)
 {
-    // The news comes from the child itself, which is still in the middle of telling it.
+    // Called from a signal of the child, so it must not be deleted here.
     std::exchange(m_child, nullptr)->deleteLater();
     m_stream.clear();
     finish(failure(error));
 }
 
-/// The notice is out when this returns, the killed caller is resumed later: they reach the Shell in
-/// this order.
+/// The notice is passed on inside this call and the pending caller is resumed later, so the Shell
+/// shows them in this order.
 void PythonRunner::kill(const QString &notice)
 {
     if (m_child)

@@ -23,7 +23,7 @@ class PythonChild;
 ///
 /// The child is started by the first request that needs it, and anew after it has ended. Callers
 /// are served in the order in which they came; each waits until its reply comes, its child ends or
-/// is replaced, or the runner goes. There is no time limit. Main thread only.
+/// is replaced, or the runner is destroyed. There is no time limit. Main thread only.
 class PythonRunner final : public QObject
 {
     Q_OBJECT
@@ -31,9 +31,10 @@ class PythonRunner final : public QObject
 public:
     explicit PythonRunner(QStringList interpreters = defaultInterpreters(),
                           QObject *parent = nullptr);
-    /// Callers that still wait are resumed inside the destructor and must find by their own means
-    /// that it is over. The child is not killed: it finds its commands at an end when it has
-    /// finished what it is doing. Must not run inside one of the callbacks below.
+    /// Ends the child, and those that were replaced and still run: SIGINT, then SIGTERM, then
+    /// SIGKILL. An idle child ends in about 20 ms; the destructor blocks for at most a second, so
+    /// it must run when no window is shown. Pending calls are resumed inside the destructor, with
+    /// "Interrupted.". Must not run inside one of the callbacks below.
     ~PythonRunner() override;
 
     /// Where an interpreter is looked for, in this order.
@@ -60,7 +61,7 @@ public:
     std::function<void(const QString &)> onOutput;
     /// What arrives on the child's standard error, read by read; ill-formed UTF-8 is replaced.
     std::function<void(const QString &)> onErrorOutput;
-    /// Notices for the person. One about a replaced child comes before its caller is resumed.
+    /// Notices for the user. One about a replaced child comes before its caller is resumed.
     std::function<void(const QString &)> onInfo;
 
 private:
@@ -68,7 +69,7 @@ private:
     void begin(const std::optional<QByteArray> &request);
     void release();
     void startChild(const QString &interpreter);
-    void receiveOutput(const PythonChild *child, const QByteArray &bytes);
+    void receiveOutput(PythonChild *child, const QByteArray &bytes);
     void loseChild(const QString &error);
     void kill(const QString &notice);
     void finish(RunResult result);

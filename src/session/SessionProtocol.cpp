@@ -37,8 +37,9 @@ std::optional<uint> escapedUnit(QByteArrayView body, qsizetype position)
     return escape.startsWith("\\u") && isNumber ? std::optional(unit) : std::nullopt;
 }
 
-/// Python's strings may hold halves of surrogate pairs and its JSON writer lets them through, which
-/// no strict reader accepts. U+FFFD in their place saves the rest of the reply.
+/// Python strings may contain lone surrogates and json.dumps writes them as escapes. nlohmann's
+/// parser refuses them: it has no option for it, and its error handlers are for writing only. So
+/// they are replaced by U+FFFD before parsing, which saves the rest of the reply.
 QByteArray withoutLoneSurrogates(QByteArray body)
 {
     for (qsizetype i = body.indexOf('\\'); i >= 0; i = body.indexOf('\\', i)) {

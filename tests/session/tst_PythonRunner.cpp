@@ -5,10 +5,13 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 #include <csignal>
+#include <cstdio>
 #include <list>
 #include <memory>
 
@@ -274,22 +277,94 @@ private slots:
         QTRY_COMPARE(session.shell(large), u"5000000"_qs);
     }
 
-    void letsEveryoneGoWhenItGoes()
+    void endsItsChildrenWhenItIsDestroyed_data()
+    {
+        QTest::addColumn<QString>("ignored");
+        QTest::addColumn<bool>("isReplaced");
+        QTest::newRow("SIGINT") << u""_qs << false;
+        QTest::newRow("SIGTERM") << u"2"_qs << false;
+        QTest::newRow("SIGKILL") << u"2, 15"_qs << false;
+        QTest::newRow("a replaced child") << u"2, 15"_qs << true;
+    }
+
+    void endsItsChildrenWhenItIsDestroyed()
+    {
+        QFETCH(QString, ignored);
+        QFETCH(bool, isReplaced);
+        Session session;
+        const pid_t child = session.childId();
+        const auto first = session.start(
+            u"import signal\nfor s in [%1]: signal.signal(s, 1)\nprint(1)\nwhile True: pass"_qs.arg(
+                ignored));
+        QTRY_VERIFY(!session.log.isEmpty());
+        if (isReplaced)
+            QCOMPARE(session.wait(session.runner->restart()).error, QString());
+        const auto second = session.logResult(session.runner->readVariables(), u"2 "_qs);
+        session.log.removeFirst();
+        QElapsedTimer timer;
+        timer.start();
+        session.runner.reset();
+        QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(!processExists(child), "the child still runs");
+        QCOMPARE(session.log.filter(u"result "_qs),
+                 QStringList({u"result Interrupted."_qs, u"result 2 Interrupted."_qs}));
+    }
+
+    void endsItsChildWhenTheProgramCrashes()
+    {
+        QProcess program;
+        program.start(QCoreApplication::applicationFilePath(), {u"--crash"_qs});
+        QVERIFY(program.waitForFinished() && program.exitStatus() == QProcess::CrashExit);
+        const QString child = QString::fromLatin1(program.readAllStandardOutput());
+        QVERIFY2(child.toInt() > 0, qPrintable(child));
+        const auto isRunning = [&child] {
+            QFile commandLine(u"/proc/%1/cmdline"_qs.arg(child)); // empty for a zombie
+            return commandLine.open(QIODevice::ReadOnly) && !commandLine.readAll().isEmpty();
+        };
+        QTRY_VERIFY(!isRunning());
+    }
+
+    // The event loop finds the output of both sessions at once. While it shows that of one, the
+    // program of the other writes an error and ends: its reply is read before the error is seen.
+    void passesOnErrorsBeforeTheResult()
     {
         QTemporaryDir folder;
-        const QString path = folder.filePath(u"done"_qs);
-        Session session;
-        const auto first =
-            session.start(u"import time\nprint(1)\ntime.sleep(0.5)\nopen('%1', 'w')"_qs.arg(path));
-        const auto second = session.logResult(session.runner->readVariables(), u"2 "_qs);
-        QTRY_VERIFY(!session.log.isEmpty());
-        session.log.clear();
-        session.runner.reset();
-        QCOMPARE(session.log,
-                 QStringList({u"result Interrupted."_qs, u"result 2 Interrupted."_qs}));
-        QTRY_VERIFY2(QFile::exists(path), "the child was killed");
+        Session sessions[2];
+        std::list<QCoro::Task<void>> tasks;
+        for (Session &session : sessions)
+            QVERIFY(session.childId() > 0);
+        for (Session &session : sessions) {
+            const QString ready = folder.filePath(QString::number(tasks.size()));
+            const QString go = folder.filePath(u"go"_qs);
+            session.runner->onOutput = [go](const QString &) {
+                QVERIFY(QFile(go).open(QIODevice::WriteOnly));
+                QThread::msleep(500);
+            };
+            tasks.push_back(session.start(
+                u"import os, sys, time\nprint(1)\nopen('%1', 'w')\nwhile not os.path.exists('%2'): "
+                "time.sleep(0.01)\nsys.stderr.write('late')"_qs.arg(ready, go)));
+            while (!QFile::exists(ready))
+                QThread::msleep(5);
+        }
+        for (const Session &session : sessions)
+            QTRY_COMPARE(session.log, QStringList({u"err late"_qs, u"result "_qs}));
     }
 };
 
-QTEST_GUILESS_MAIN(tst_PythonRunner)
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    if (application.arguments().contains(u"--crash"_qs)) {
+        Session session;
+        std::printf("%d", session.childId());
+        std::fflush(stdout);
+        const auto task = session.start(u"print(1)\nwhile True: pass"_qs);
+        while (session.log.isEmpty())
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        std::raise(SIGKILL);
+    }
+    tst_PythonRunner test;
+    return QTest::qExec(&test, argc, argv);
+}
+
 #include "tst_PythonRunner.moc"
