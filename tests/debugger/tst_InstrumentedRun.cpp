@@ -1,17 +1,11 @@
 #include "debugger/InstrumentedRun.h"
 
-#include "debugger/PythonSource.h"
-
-#include <QRandomGenerator>
-#include <QRegularExpression>
 #include <QTest>
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
 namespace {
-
-using Role = PythonSource::Role;
 
 QString stop(qsizetype line, const QString &thunks)
 {
@@ -24,59 +18,6 @@ QString thunks(const QStringList &names)
     for (const QString &name : names)
         parts << u"'%1':lambda:%1"_s.arg(name);
     return parts.join(u',');
-}
-
-// The scopes once more, the slow way: for each line, look at all lines above it.
-
-qsizetype slowEnclosingFunction(const PythonSource &source, qsizetype line)
-{
-    int level = source.indents[line];
-    for (qsizetype i = line - 1; i >= 0; --i) {
-        if (!source.isStart(i) || source.indents[i] >= level)
-            continue;
-        if (source.lines[i].contains(u"def "))
-            return i;
-        level = source.indents[i];
-    }
-    return -1;
-}
-
-/// Of a text in which each line binds one name at most: its parameter, or what it assigns to.
-QString slowlyInstrumented(const QString &text)
-{
-    static const QRegularExpression parameter(u"\\((\\w)\\)"_s);
-    static const QRegularExpression target(u"(\\w+) = "_s);
-    const PythonSource source(text);
-    QStringList lines = source.lines;
-    for (qsizetype i = 0; i < lines.size(); ++i) {
-        if (source.roles[i] != Role::Statement)
-            continue;
-        const qsizetype function = slowEnclosingFunction(source, i);
-        QStringList names;
-        for (qsizetype j = function < 0 ? i : function; j < i; ++j) {
-            const QString name =
-                (j == function ? parameter : target).match(source.lines[j]).captured(1);
-            if (source.isStart(j) && !name.isEmpty() && !names.contains(name))
-                names << name;
-        }
-        lines[i].insert(source.indents[i], stop(i + 1, thunks(names.mid(0, 30))));
-    }
-    return lines.join(u'\n');
-}
-
-QString randomSource(QRandomGenerator &random)
-{
-    static const QStringList lines{
-        u"def f(a):"_s, u"async def g(b):"_s,       u"class K:"_s, u"if a:"_s, u"# c = 1"_s,
-        u""_s,          u"print('''\nw = 1\n''')"_s};
-    QStringList text;
-    for (int count = random.bounded(1, 250); count > 0; --count) {
-        const int indent = random.bounded(30) == 0 ? 0 : random.bounded(1, 7);
-        const QString line = random.bounded(2) == 0 ? u"v%1 = 0"_s.arg(random.bounded(80))
-                                                    : lines[random.bounded(lines.size())];
-        text << QString(indent, u' ') + line;
-    }
-    return text.join(u'\n');
 }
 
 } // namespace
@@ -210,20 +151,6 @@ private slots:
         const InstrumentedRun run(text, breakpoints);
         QTEST(run.activeLines, "active");
         QCOMPARE(run.notes, notes);
-    }
-
-    void agreesWithTheSlowWayOnRandomSources()
-    {
-        const quint32 seed = QRandomGenerator::global()->generate();
-        QRandomGenerator random(seed);
-        for (int round = 0; round < 100; ++round) {
-            const QString text = randomSource(random);
-            const QString expected = slowlyInstrumented(text);
-            const InstrumentedRun run(text, {});
-            if (run.source != expected && !run.steppableLines.isEmpty())
-                qWarning().noquote() << "seed" << seed << "round" << round << '\n' << text;
-            QCOMPARE(run.source, expected);
-        }
     }
 };
 
