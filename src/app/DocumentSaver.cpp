@@ -120,6 +120,7 @@ QCoro::Task<bool> DocumentSaver::writeTo(QUuid id, DocumentPlace place, QString 
     if (file && !file->place().isSameFile(place)) {
         file->moveTo(name, place);
         file->setSavedText(text);
+        closeReplaced(id, place); // not before: a failed write leaves both open
     }
     co_return true;
 }
@@ -251,7 +252,6 @@ QCoro::Task<bool> DocumentSaver::mayReplaceOpenFile(QUuid id, DocumentPlace plac
     const EditorFile *other = m_parts.documents.fileAt(place);
     if (!other || other->id() == id)
         co_return true;
-    const QUuid otherID = other->id();
     UserPrompts::Confirmation question;
     question.title = QStringLiteral("“") + other->name()
         + QStringLiteral("” is open in another tab. Replace it?");
@@ -262,10 +262,17 @@ QCoro::Task<bool> DocumentSaver::mayReplaceOpenFile(QUuid id, DocumentPlace plac
     question.confirmTitle = QStringLiteral("Replace");
     const auto life = m_life.watch();
     const auto answer = co_await m_parts.prompts.confirm(std::move(question));
-    if (!life || !answer.confirmed)
-        co_return false;
-    m_parts.documents.closeFile(otherID);
-    co_return true;
+    co_return life &&answer.confirmed;
+}
+
+void DocumentSaver::closeReplaced(QUuid id, const DocumentPlace &place)
+{
+    for (const EditorFile *file : m_parts.documents.openFiles()) {
+        if (file->id() != id && file->place().isSameFile(place)) {
+            m_parts.documents.closeFile(file->id());
+            return;
+        }
+    }
 }
 
 } // namespace Korvane

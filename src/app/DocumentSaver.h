@@ -69,8 +69,10 @@ private:
     [[nodiscard]] QCoro::Task<bool> saveAt(QUuid id, QString path);
     [[nodiscard]] QCoro::Task<bool> writeTo(QUuid id, DocumentPlace place, QString name,
                                             DocumentWriter::Check check);
-    /// Asks whether the document that is open at \p place may be replaced; true without one.
+    /// Asks whether another document that is open at \p place may be replaced; true without one.
     [[nodiscard]] QCoro::Task<bool> mayReplaceOpenFile(QUuid id, DocumentPlace place);
+    /// Closes the other document that is open where \p id was saved.
+    void closeReplaced(QUuid id, const DocumentPlace &place);
 
     Parts m_parts;
     QSet<QUuid> m_closing; // whose question is open

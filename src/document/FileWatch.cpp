@@ -4,13 +4,80 @@
 #include "document/DocumentWriter.h"
 #include "document/OpenFiles.h"
 
+#include <QFileSystemWatcher>
+
+#include <utility>
+
 namespace Korvane {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto settleTime = 200ms;
+
+} // namespace
 
 FileWatch::FileWatch(OpenFiles &documents, const DocumentWriter &writer, DocumentStore &localStore)
     : m_documents(documents)
     , m_writer(writer)
     , m_store(localStore)
 {
+    m_settleTimer.setSingleShot(true);
+    m_settleTimer.setInterval(settleTime);
+    connect(&m_settleTimer, &QTimer::timeout, this, &FileWatch::checkChanged);
+    connect(&documents, &OpenFiles::openFilesChanged, this, &FileWatch::followDocuments);
+    connect(&documents, &OpenFiles::fileChanged, this, &FileWatch::followDocuments);
+}
+
+FileWatch::~FileWatch() = default;
+
+void FileWatch::followDocuments()
+{
+    QSet<QString> wanted;
+    for (const EditorFile *file : m_documents.openFiles()) {
+        if (file->place().kind == DocumentPlace::Kind::Local)
+            wanted << file->place().canonicalPath;
+    }
+    if (!m_watcher && wanted.isEmpty())
+        return;
+    if (!m_watcher) {
+        m_watcher = std::make_unique<QFileSystemWatcher>();
+        connect(m_watcher.get(), &QFileSystemWatcher::fileChanged, this,
+                &FileWatch::handleFileChanged);
+    }
+    const QStringList watched = m_watcher->files();
+    const QSet<QString> present(watched.cbegin(), watched.cend());
+    const QStringList added = (wanted - present).values();
+    const QStringList removed = (present - wanted).values();
+    // A file that does not exist can't be watched; it is compared when the window is activated.
+    if (!added.isEmpty())
+        m_watcher->addPaths(added);
+    if (!removed.isEmpty())
+        m_watcher->removePaths(removed);
+}
+
+void FileWatch::handleFileChanged(const QString &path)
+{
+    m_changedPaths << path;
+    m_settleTimer.start();
+}
+
+QCoro::Task<void> FileWatch::checkChanged()
+{
+    const auto life = m_life.watch();
+    const QSet<QString> paths = std::exchange(m_changedPaths, {});
+    followDocuments(); // a file that was replaced by a rename is no longer watched
+    QList<QUuid> ids;
+    for (const EditorFile *file : m_documents.openFiles()) {
+        if (paths.contains(file->place().canonicalPath))
+            ids << file->id();
+    }
+    for (const QUuid &id : std::as_const(ids)) {
+        co_await check(id);
+        if (!life)
+            co_return;
+    }
 }
 
 QCoro::Task<void> FileWatch::check()

@@ -4,7 +4,14 @@
 #include "document/DocumentStore.h"
 
 #include <QCoro/QCoroTask>
+#include <QObject>
+#include <QSet>
+#include <QTimer>
 #include <QUuid>
+
+#include <memory>
+
+class QFileSystemWatcher;
 
 namespace Korvane {
 
@@ -13,12 +20,16 @@ class OpenFiles;
 
 /// Compares the files of open local documents with what the documents last read or wrote there. An
 /// unmodified document is reloaded; one with edits is marked (EditorFile::fileChange), and so is
-/// one whose file was deleted. Main thread only.
-class FileWatch final
+/// one whose file was deleted. Files are compared when the system reports a change, and when asked.
+/// Main thread only.
+class FileWatch final : public QObject
 {
+    Q_OBJECT
+
 public:
     /// All must outlive this.
     FileWatch(OpenFiles &documents, const DocumentWriter &writer, DocumentStore &localStore);
+    ~FileWatch() override;
 
     /// Compares all of them now. Called when the window is activated. The task may be dropped.
     QCoro::Task<void> check();
@@ -31,6 +42,10 @@ public:
     QCoro::Task<void> keep(QUuid id);
 
 private:
+    /// Watches the files of the open documents, and no others.
+    void followDocuments();
+    void handleFileChanged(const QString &path);
+    QCoro::Task<void> checkChanged();
     /// What the document's file holds now; nothing when the document was saved, moved or closed
     /// while the file was read.
     [[nodiscard]] Async<std::optional<QByteArray>> read(QUuid id);
@@ -38,6 +53,12 @@ private:
     OpenFiles &m_documents;
     const DocumentWriter &m_writer;
     DocumentStore &m_store;
+    /// Made with the first local document.
+    std::unique_ptr<QFileSystemWatcher> m_watcher;
+    /// Paths reported since the last check.
+    QSet<QString> m_changedPaths;
+    /// Runs until a program that writes a file in several steps is likely to be done.
+    QTimer m_settleTimer;
     Lifetime m_life;
 };
 
