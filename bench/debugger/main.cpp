@@ -94,11 +94,7 @@ struct Runner final : DeviceLinkClient, ShellSink
     void appendOutput(const QString &text) override { output += text; }
     bool deviceProgramRunning() const override { return run.deviceProgramRunning(); }
     bool isPausedAtBreakpoint() const override { return session.pausedAt().has_value(); }
-    void deviceReaderStarting() override { run.clearStream(); }
-    void handleDeviceData(const QByteArray &chunk) override { run.handleDeviceData(chunk); }
-    void deviceConnected() override { }
-    void flushDeviceStream() override { run.flushStream(); }
-    void deviceLinkEnded() override { }
+    bool isReplyEnding() const override { return run.isReplyEnding(); }
 
     /// What the program says it took, in milliseconds; -1 when it says nothing for two minutes.
     double elapsed(const QString &source, bool isDebugged)

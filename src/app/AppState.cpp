@@ -132,32 +132,9 @@ bool AppState::isPausedAtBreakpoint() const
     return m_debugSession.pausedAt().has_value();
 }
 
-void AppState::deviceReaderStarting()
+bool AppState::isReplyEnding() const
 {
-    m_programRun.clearStream();
-}
-
-void AppState::handleDeviceData(const QByteArray &chunk)
-{
-    m_programRun.handleDeviceData(chunk);
-}
-
-void AppState::deviceConnected()
-{
-    setSidebarTab(SidebarTab::Device);
-    m_deviceFiles.refreshDeviceFiles();
-}
-
-void AppState::flushDeviceStream()
-{
-    m_programRun.flushStream();
-}
-
-void AppState::deviceLinkEnded()
-{
-    m_deviceFiles.linkEnded();
-    m_debugSession.reset();
-    m_programRun.reset();
+    return m_programRun.isReplyEnding();
 }
 
 void AppState::wireRunner()
@@ -179,6 +156,11 @@ void AppState::wireRunner()
 
 void AppState::wireBoard()
 {
+    connect(&m_link, &DeviceLink::connected, &m_wiring, [this] {
+        setSidebarTab(SidebarTab::Device);
+        m_deviceFiles.refreshDeviceFiles();
+    });
+    connect(&m_link, &DeviceLink::ended, &m_wiring, [this] { m_debugSession.reset(); });
     connect(&m_programRun, &ProgramRun::replyWhole, &m_wiring, [this] {
         m_shell.flushOutput();
         // Also takes the board out of the raw REPL, where the Shell would get no answer.

@@ -125,11 +125,7 @@ private:
     // DeviceLinkClient
     [[nodiscard]] bool deviceProgramRunning() const override;
     [[nodiscard]] bool isPausedAtBreakpoint() const override;
-    void deviceReaderStarting() override;
-    void handleDeviceData(const QByteArray &chunk) override;
-    void deviceConnected() override;
-    void flushDeviceStream() override;
-    void deviceLinkEnded() override;
+    [[nodiscard]] bool isReplyEnding() const override;
 
     void wireRunner();
     void wireBoard();

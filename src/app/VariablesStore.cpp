@@ -87,10 +87,13 @@ Async<void> VariablesStore::refreshFromBoard()
     if (m_link.deviceCommandInFlight() || m_programRun.deviceProgramRunning())
         co_return Result<void>();
     const auto life = m_life.watch();
+    const int connection = m_link.connectionNumber();
     const Result<QString> output =
         co_await m_link.executeOnDevice(variablesScript(), variablesTimeout);
     if (!life)
         co_return DeviceError::closed();
+    if (connection != m_link.connectionNumber()) // these variables are gone
+        co_return Result<void>();
     if (!output) {
         Error error = output.error();
         error.message.prepend(QStringLiteral("Could not read variables: "));

@@ -108,6 +108,11 @@ QString write(const QString &path, const QByteArray &bytes)
     return filled.append(QStringView(whole).sliced(bodyEnd));
 }
 
+QString identity()
+{
+    return script("identity");
+}
+
 QString remove(const QString &path, NodeKind kind)
 {
     return fill(script("delete"),

@@ -22,6 +22,8 @@ enum class NodeKind { File, Folder };
 [[nodiscard]] QString exists(const QString &path);
 /// Creates or replaces the file in pieces small enough for a board's memory, then prints "__OK__".
 [[nodiscard]] QString write(const QString &path, const QByteArray &bytes);
+/// Prints "__ID__" and the board's unique id in hexadecimal digits, if it has one.
+[[nodiscard]] QString identity();
 /// Removes a file or an empty folder: prints "__OK__", or "__ERR__" and the board's reason.
 [[nodiscard]] QString remove(const QString &path, NodeKind kind);
 /// Makes each folder in turn, parents first; one that exists is left alone. Prints "__OK__".

@@ -32,6 +32,13 @@ Error timedOut(qint64 seconds)
     return {ErrorCode::TimedOut, QStringLiteral("Command timed out after %1s").arg(seconds)};
 }
 
+Error timedOutAndStopped(qint64 seconds)
+{
+    Error error = timedOut(seconds);
+    error.message += QStringLiteral(" — its program was stopped");
+    return error;
+}
+
 Error remote(const QString &traceback)
 {
     return {ErrorCode::Remote, withSystemErrorNamed(lastLine(traceback)), traceback};
@@ -60,6 +67,23 @@ Error noRawREPL()
     return {ErrorCode::NoRawREPL,
             QStringLiteral("The board never entered the raw REPL — try disconnecting and "
                            "reconnecting")};
+}
+
+Error connectionLost()
+{
+    return {ErrorCode::NotConnected,
+            QStringLiteral("The board was disconnected before the command ended")};
+}
+
+Error boardReset()
+{
+    return {ErrorCode::Remote, QStringLiteral("The board was reset before the command ended")};
+}
+
+Error notReset()
+{
+    return {ErrorCode::TimedOut,
+            QStringLiteral("The board did not reset — try disconnecting and reconnecting")};
 }
 
 Error boardReplaced()

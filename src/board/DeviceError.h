@@ -5,14 +5,22 @@
 /// The failures of every operation on the board, with their user-facing texts.
 namespace Korvane::DeviceError {
 
-/// The board did not finish its reply within \p seconds whole seconds.
+/// The board didn't finish its reply within \p seconds whole seconds.
 [[nodiscard]] Error timedOut(qint64 seconds);
+/// The same, and its program was interrupted.
+[[nodiscard]] Error timedOutAndStopped(qint64 seconds);
 /// The program raised. `detail` keeps the whole \p traceback; the message is its last line.
 [[nodiscard]] Error remote(const QString &traceback);
 [[nodiscard]] Error notConnected();
 [[nodiscard]] Error pausedAtBreakpoint();
 [[nodiscard]] Error programRunning();
 [[nodiscard]] Error noRawREPL();
+/// The connection ended while a command was on the board.
+[[nodiscard]] Error connectionLost();
+/// A command was ended by a soft reset.
+[[nodiscard]] Error boardReset();
+/// The board showed no sign of a soft reset.
+[[nodiscard]] Error notReset();
 /// Another connection took the place of the one that the user was asked about.
 [[nodiscard]] Error boardReplaced();
 /// A transfer to \p path was asked for before and has not ended.

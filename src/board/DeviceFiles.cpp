@@ -49,6 +49,7 @@ DeviceFiles::DeviceFiles(DeviceLink &link, UserPrompts &prompts, QObject *parent
     , m_link(link)
     , m_prompts(prompts)
 {
+    connect(&link, &DeviceLink::ended, this, &DeviceFiles::forgetBoard);
 }
 
 QCoro::Task<void> DeviceFiles::refreshDeviceFiles()
@@ -56,12 +57,12 @@ QCoro::Task<void> DeviceFiles::refreshDeviceFiles()
     if (!m_link.connectionState().isConnected())
         co_return;
     const auto life = m_life.watch();
-    const int linkNumber = m_linkNumber;
+    const int connection = m_link.connectionNumber();
     setListings(m_listings + 1);
     const auto listed = co_await list();
     if (!life)
         co_return;
-    if (linkNumber == m_linkNumber)
+    if (connection == m_link.connectionNumber())
         m_listingError = listed ? std::nullopt : std::optional(listed.error());
     setListings(m_listings - 1);
     if (!listed)
@@ -71,14 +72,14 @@ QCoro::Task<void> DeviceFiles::refreshDeviceFiles()
 Async<void> DeviceFiles::list()
 {
     const auto life = m_life.watch();
-    const int linkNumber = m_linkNumber;
+    const int connection = m_link.connectionNumber();
     const auto output = co_await m_link.executeOnDevice(BoardScripts::list(), transferTimeout);
     if (!life)
         co_return DeviceError::closed();
+    if (connection != m_link.connectionNumber()) // nothing is left to be listed
+        co_return Result<void>();
     if (!output)
         co_return failure(u"Device file listing failed: "_s, output.error());
-    if (linkNumber != m_linkNumber)
-        co_return Result<void>();
     auto nodes = DeviceListing::parse(*output);
     if (!nodes)
         co_return refusal(u"Could not parse device file listing"_s);
@@ -186,7 +187,7 @@ Async<void> DeviceFiles::makeDeviceFolders(QStringList paths, WritePermit permit
 
 WritePermit DeviceFiles::permitWrite(const QString &path) const
 {
-    return {path, m_linkNumber};
+    return {path, m_link.connectionNumber()};
 }
 
 Async<WritePermit> DeviceFiles::requestWrite(WriteRequest request)
@@ -194,7 +195,7 @@ Async<WritePermit> DeviceFiles::requestWrite(WriteRequest request)
     const QString path = request.path;
     if (m_claimedPaths->contains(path))
         co_return DeviceError::alreadyWriting(path);
-    const WritePermit permit(path, m_linkNumber,
+    const WritePermit permit(path, m_link.connectionNumber(),
                              std::make_shared<WritePermit::Claim>(m_claimedPaths, path));
     if (!request.question)
         co_return permit;
@@ -239,16 +240,16 @@ DeviceFiles::WriteRequest DeviceFiles::replaceRequest(const QString &label, cons
 Async<void> DeviceFiles::confirmAction(UserPrompts::Confirmation question, Error declined)
 {
     const auto life = m_life.watch();
-    const int linkNumber = m_linkNumber;
+    const int connection = m_link.connectionNumber();
     const QString path = question.dontAskAgainPath;
     const auto answer = co_await m_prompts.confirm(std::move(question));
     if (!life)
         co_return DeviceError::closed();
     if (!answer.confirmed)
         co_return declined;
-    if (auto same = checkConnection(linkNumber); !same)
+    if (auto same = checkConnection(connection); !same)
         co_return same;
-    if (answer.dontAskAgain && !path.isEmpty() && linkNumber == m_linkNumber)
+    if (answer.dontAskAgain && !path.isEmpty() && connection == m_link.connectionNumber())
         m_overwriteConfirmedPaths.insert(path);
     co_return Result<void>();
 }
@@ -284,9 +285,8 @@ QString DeviceFiles::portLabel() const
     return u"Not connected"_s;
 }
 
-void DeviceFiles::linkEnded()
+void DeviceFiles::forgetBoard()
 {
-    ++m_linkNumber;
     m_deviceFileNodes.clear();
     m_listingError.reset();
     m_overwriteConfirmedPaths.clear();
@@ -296,9 +296,9 @@ void DeviceFiles::linkEnded()
 }
 
 /// While not connected the command itself says so.
-Result<void> DeviceFiles::checkConnection(int linkNumber) const
+Result<void> DeviceFiles::checkConnection(int connection) const
 {
-    if (linkNumber != m_linkNumber && m_link.connectionState().isConnected())
+    if (connection != m_link.connectionNumber() && m_link.connectionState().isConnected())
         return DeviceError::boardReplaced();
     return {};
 }

@@ -92,9 +92,6 @@ public:
     /// The port as messages name it: its path, "Not connected" or "Connecting…".
     [[nodiscard]] QString portLabel() const;
 
-    /// Forgets everything about the board.
-    void linkEnded();
-
 signals:
     void deviceFileNodesChanged();
     void listingFailed(const Korvane::Error &error);
@@ -103,8 +100,9 @@ signals:
 
 private:
     [[nodiscard]] Async<void> list();
-    [[nodiscard]] Result<void> checkConnection(int linkNumber) const;
+    [[nodiscard]] Result<void> checkConnection(int connection) const;
     void setListings(int listings);
+    void forgetBoard();
 
     DeviceLink &m_link;
     UserPrompts &m_prompts;
@@ -116,8 +114,6 @@ private:
     std::shared_ptr<ClaimedPaths> m_claimedPaths = std::make_shared<ClaimedPaths>();
     /// Listings under way: one may start before another has ended.
     int m_listings = 0;
-    /// Counts the links that ended: tells the answers of two boards apart.
-    int m_linkNumber = 0;
     Lifetime m_life;
 };
 

@@ -1,8 +1,10 @@
 #include "board/DeviceLink.h"
 
 #include "base/ShellSink.h"
+#include "board/BoardScripts.h"
 #include "board/DeviceError.h"
 #include "board/RawReplExchange.h"
+#include "board/SoftReset.h"
 
 #include <QLoggingCategory>
 
@@ -17,12 +19,7 @@ Q_LOGGING_CATEGORY(deviceLog, "korvane.device")
 namespace {
 
 constexpr int baudRate = 115200;
-constexpr auto busyPollInterval = 50ms;
-
-Error closedError()
-{
-    return {ErrorCode::Closed, QStringLiteral("The link to the board has gone")};
-}
+constexpr auto identityTimeout = 5s;
 
 } // namespace
 
@@ -38,17 +35,42 @@ DeviceLink::DeviceLink(ShellSink &shell, SerialPortManager::Roots roots, QObject
 
 DeviceLink::~DeviceLink()
 {
-    // The commands' callbacks must not find their commands gone.
+    // No callback may reach a command that is destroyed.
     m_serial.close();
     m_serial.setDataInterceptor({});
 }
 
 void DeviceLink::setDeviceCommandInFlight(bool isInFlight)
 {
-    cutOffCommand();
-    m_lineOwner = nullptr;
-    if (std::exchange(m_deviceCommandInFlight, isInFlight) != isInFlight)
-        emit deviceCommandInFlightChanged();
+    if (m_current) {
+        std::exchange(m_current, nullptr)->leaveLink();
+        m_serial.discardPendingOutput();
+        m_serial.setDataInterceptor({});
+    }
+    if (m_softReset)
+        m_softReset->abort(DeviceError::programRunning());
+    setInFlight(isInFlight);
+}
+
+void DeviceLink::setInFlight(bool isInFlight)
+{
+    if (std::exchange(m_deviceCommandInFlight, isInFlight) == isInFlight)
+        return;
+    // From the event loop: whoever frees the link may not be finished with it.
+    if (!isInFlight)
+        QMetaObject::invokeMethod(this, &DeviceLink::startNextCommand, Qt::QueuedConnection);
+    emit deviceCommandInFlightChanged();
+}
+
+void DeviceLink::startNextCommand()
+{
+    if (m_waiting.empty() || m_deviceCommandInFlight || m_client->deviceProgramRunning()
+        || m_client->isReplyEnding())
+        return;
+    m_current = m_waiting.front();
+    m_waiting.pop_front();
+    setInFlight(true);
+    m_current->start();
 }
 
 void DeviceLink::refreshPorts()
@@ -75,13 +97,14 @@ void DeviceLink::connectDevice(const QString &port)
         return;
     }
     m_connectionState = DeviceConnectionState::connected(port);
+    ++m_connectionNumber;
     startDeviceReader();
     m_shell.appendInfo(QStringLiteral("Connected to ") + port);
-    // Whatever the board is running must give way to the prompt. Told to nobody before: a command
-    // of theirs would reach the board ahead of it.
+    // Interrupts what the board is running. Signaled only after this: a command sent by a slot
+    // would reach the board before it.
     m_serial.write("\x03\x03");
     emit connectionStateChanged();
-    m_client->deviceConnected();
+    emit connected();
 }
 
 void DeviceLink::disconnectDevice()
@@ -90,92 +113,101 @@ void DeviceLink::disconnectDevice()
     endLink(QStringLiteral("Disconnected."));
 }
 
-void DeviceLink::softReset()
+Async<void> DeviceLink::softReset()
 {
     if (!m_connectionState.isConnected())
-        return;
-    m_serial.write("\x04");
+        co_return DeviceError::notConnected();
+    if (m_current)
+        m_current->abort(DeviceError::boardReset());
+    if (m_deviceCommandInFlight || m_softReset)
+        co_return DeviceError::programRunning();
+    const auto life = m_life.watch();
+    setInFlight(true);
+    m_softReset = std::make_unique<SoftReset>(
+        m_serial, [this](const QByteArray &chunk) { emit dataReceived(chunk); });
+    connect(m_softReset.get(), &SoftReset::finished, this, [this] { setInFlight(false); });
+    m_softReset->start();
     m_shell.appendInfo(QStringLiteral("↻ Soft reset."));
+    const auto result = co_await m_softReset->result();
+    if (!result || !life)
+        co_return DeviceError::closed();
+    m_softReset.reset();
+    co_return *result;
 }
 
 void DeviceLink::startDeviceReader()
 {
-    // A command of the connection before waits for its time-out still. What comes now is not for
-    // it, and its Ctrl-A, program and Ctrl-B are not for this board.
-    cutOffCommand();
-    m_client->deviceReaderStarting();
-    m_serial.startReading([this](const QByteArray &chunk) { m_client->handleDeviceData(chunk); },
+    emit readerStarting();
+    m_serial.startReading([this](const QByteArray &chunk) { emit dataReceived(chunk); },
                           [this] { handleDeviceLost(); });
 }
 
 void DeviceLink::handleWriteFailure(const Error &error)
 {
-    RawReplExchange *command = m_lineOwner;
-    if (!command) {
+    if (m_current)
+        m_current->abort(error); // writes nothing more to a board that accepts nothing
+    else
         m_shell.appendError(error.message);
-        return;
-    }
-    // It writes nothing more to a board that accepts nothing.
-    cutOffCommand();
-    command->fail(error);
 }
 
 void DeviceLink::handleDeviceLost()
 {
-    m_client->flushDeviceStream();
+    emit lost();
     endLink(QStringLiteral("Device disconnected."));
 }
 
 void DeviceLink::endLink(const QString &notice)
 {
     m_connectionState = DeviceConnectionState::disconnected();
-    m_client->deviceLinkEnded();
+    ++m_connectionNumber;
+    m_boardIdentity.clear();
+    endCommands();
+    emit ended();
     m_shell.appendInfo(notice);
     emit connectionStateChanged();
 }
 
-QCoro::Task<Result<DeviceExecution>> DeviceLink::executeOnDeviceRaw(
-    QString code, std::chrono::duration<double> timeout)
+void DeviceLink::endCommands()
 {
-    const auto life = m_life.watch();
+    m_waiting.clear();
+    for (const auto &command : m_commands) {
+        command->abort(command->isStarted() ? DeviceError::connectionLost()
+                                            : DeviceError::notConnected());
+    }
+    if (m_softReset && !m_softReset->isDone()) {
+        m_softReset->abort(DeviceError::connectionLost());
+        m_serial.setDataInterceptor({});
+        setInFlight(false);
+    }
+}
+
+Async<DeviceExecution> DeviceLink::executeOnDeviceRaw(QString code,
+                                                      std::chrono::duration<double> timeout)
+{
     if (!m_connectionState.isConnected())
         co_return DeviceError::notConnected();
     if (m_client->deviceProgramRunning()) {
         co_return m_client->isPausedAtBreakpoint() ? DeviceError::pausedAtBreakpoint()
                                                    : DeviceError::programRunning();
     }
-    // A program that was started while this waited has the line as much as a command would: taking
-    // it now would swallow what the program prints, and its end.
-    while (m_deviceCommandInFlight || m_client->deviceProgramRunning()) {
-        const bool elapsed = co_await m_delay.sleep(busyPollInterval);
-        if (!elapsed || !life)
-            co_return closedError();
-        if (!m_connectionState.isConnected())
-            co_return DeviceError::notConnected();
-    }
-
-    const auto position = m_exchanges.insert(
-        m_exchanges.end(), std::make_unique<RawReplExchange>(m_serial, code, timeout));
-    RawReplExchange *exchange = position->get();
-    takeLine(exchange);
-    exchange->start();
-    std::optional<Result<DeviceExecution>> result = co_await exchange->result();
+    const auto life = m_life.watch();
+    const auto position = m_commands.insert(
+        m_commands.end(), std::make_unique<RawReplExchange>(m_serial, code, timeout));
+    RawReplExchange *command = position->get();
+    connect(command, &RawReplExchange::finished, this,
+            [this, command] { releaseCommand(command); });
+    m_waiting.push_back(command);
+    startNextCommand();
+    std::optional<Result<DeviceExecution>> result = co_await command->result();
     if (!result || !life)
-        co_return closedError();
-
-    const bool hadLine = m_lineOwner == exchange;
-    if (hadLine)
-        m_lineOwner = nullptr;
-    m_exchanges.erase(position);
-    if (hadLine)
-        setDeviceCommandInFlight(false);
+        co_return DeviceError::closed();
+    m_commands.erase(position);
     co_return *std::move(result);
 }
 
-QCoro::Task<Result<QString>> DeviceLink::executeOnDevice(QString code,
-                                                         std::chrono::duration<double> timeout)
+Async<QString> DeviceLink::executeOnDevice(QString code, std::chrono::duration<double> timeout)
 {
-    // Touches nothing of this object after the wait, so it need not ask whether it still lives.
+    // Uses no member after the wait, so that the lifetime need not be tested.
     auto result = co_await executeOnDeviceRaw(std::move(code), timeout);
     if (!result)
         co_return result.error();
@@ -184,20 +216,36 @@ QCoro::Task<Result<QString>> DeviceLink::executeOnDevice(QString code,
     co_return std::move(result->stdout);
 }
 
-void DeviceLink::cutOffCommand()
+Async<QString> DeviceLink::boardIdentity()
 {
-    if (!m_lineOwner)
-        return;
-    m_lineOwner->leaveLine();
-    m_serial.discardPendingOutput();
-    m_serial.setDataInterceptor({});
+    if (!m_connectionState.isConnected())
+        co_return DeviceError::notConnected();
+    const QString port = m_connectionState.port();
+    if (m_boardIdentity.isEmpty())
+        m_boardIdentity = SerialPortManager::serialNumber(port, m_roots);
+    if (!m_boardIdentity.isEmpty())
+        co_return m_boardIdentity;
+    const auto life = m_life.watch();
+    const int connection = m_connectionNumber;
+    const auto output = co_await executeOnDevice(BoardScripts::identity(), identityTimeout);
+    if (!life)
+        co_return DeviceError::closed();
+    if (!output && output.error().code != ErrorCode::Remote)
+        co_return output.error();
+    const QString id = output ? output->section(QStringLiteral("__ID__"), 1).trimmed() : QString();
+    const QString identity = id.isEmpty() ? port : port + u' ' + id;
+    if (connection == m_connectionNumber)
+        m_boardIdentity = identity;
+    co_return identity;
 }
 
-void DeviceLink::takeLine(RawReplExchange *owner)
+/// A command that was cut off doesn't have the link any more.
+void DeviceLink::releaseCommand(const RawReplExchange *command)
 {
-    m_lineOwner = owner;
-    m_deviceCommandInFlight = true;
-    emit deviceCommandInFlightChanged();
+    if (m_current != command)
+        return;
+    m_current = nullptr;
+    setInFlight(false);
 }
 
 } // namespace Korvane

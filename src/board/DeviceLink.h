@@ -1,18 +1,17 @@
 #pragma once
 
-#include "base/Delay.h"
+#include "base/Async.h"
 #include "base/Lifetime.h"
-#include "base/Result.h"
 #include "board/BoardRecords.h"
 #include "board/DeviceLinkClient.h"
 #include "serial/PortWatcher.h"
 #include "serial/SerialPortManager.h"
 
-#include <QCoro/QCoroTask>
 #include <QObject>
 #include <QStringList>
 
 #include <chrono>
+#include <deque>
 #include <list>
 #include <memory>
 
@@ -20,12 +19,13 @@ namespace Korvane {
 
 class RawReplExchange;
 class ShellSink;
+class SoftReset;
 
-/// The link to the board: connecting, disconnecting, losing it, and running one command after the
-/// other on it. Main thread only.
+/// The link to the board: connecting, disconnecting, losing it, and running commands on it, first
+/// come, first served. Main thread only.
 ///
-/// One user at a time has the line, which `deviceCommandInFlight` shows: a command of
-/// executeOnDeviceRaw, or the start of a streamed run, which takes the line by force.
+/// The link has one user at a time, which `deviceCommandInFlight` shows: a command of
+/// executeOnDeviceRaw, the start of a streamed run, which takes the link by force, or a soft reset.
 class DeviceLink final : public QObject
 {
     Q_OBJECT
@@ -34,7 +34,7 @@ public:
     /// Borrows \p shell.
     explicit DeviceLink(ShellSink &shell, SerialPortManager::Roots roots = {},
                         QObject *parent = nullptr);
-    /// Closes the port. Whoever waits for a command is resumed at once, with `Closed`.
+    /// Closes the port. Every unfinished command ends at once, with `Closed`.
     ~DeviceLink() override;
     DeviceLink(const DeviceLink &) = delete;
     DeviceLink &operator=(const DeviceLink &) = delete;
@@ -46,43 +46,67 @@ public:
     [[nodiscard]] const DeviceConnectionState &connectionState() const { return m_connectionState; }
     [[nodiscard]] const QStringList &availablePorts() const { return m_availablePorts; }
     [[nodiscard]] bool deviceCommandInFlight() const { return m_deviceCommandInFlight; }
-    /// Takes the line by force, or gives it back. A command that had the line until now loses the
-    /// interceptor and writes nothing more; its result comes in its time. So set an interceptor
-    /// of your own only after taking the line.
+    /// Takes the link by force, or frees it. A command that used it loses the interceptor and
+    /// writes nothing more; its result arrives at its time-out. So set an interceptor only after
+    /// taking the link. When it is freed, the next waiting command starts from the event loop.
     void setDeviceCommandInFlight(bool isInFlight);
+    /// Starts the first waiting command, if the link is free of commands and programs. To be called
+    /// when an answer of the client has changed.
+    void startNextCommand();
 
     /// Lists the ports now. The list also follows boards that are plugged in and unplugged.
     void refreshPorts();
     /// The outcome is in the Shell and in connectionState(). Does nothing unless disconnected.
     void connectDevice(const QString &port);
-    /// A command under way ends by its own time-out. Nothing is sent to the board.
+    /// Unfinished commands end at once, with `NotConnected`. Nothing is sent to the board.
     void disconnectDevice();
-    /// Ctrl-D, whatever the board is doing; nothing while not connected.
-    void softReset();
+    /// Interrupts what the board is doing and resets it; a command that uses the link ends with
+    /// `Remote`. Succeeds when the board says that it restarts. Errors: `NotConnected`,
+    /// `ProgramRunning` (a run is being started, or another reset is under way), `TimedOut`.
+    [[nodiscard]] Async<void> softReset();
 
-    /// Waits until the line is free, also of a program that was started meanwhile, then runs \p
-    /// code on the board. Errors: `NotConnected`, `ProgramRunning`, `PausedAtBreakpoint` (nothing
-    /// was written), `NoRawREPL`, `TimedOut` (the board may still be busy), `Closed` (this object
-    /// has gone). \p timeout counts from when the line is free; its whole seconds are named in the
-    /// error.
-    [[nodiscard]] QCoro::Task<Result<DeviceExecution>> executeOnDeviceRaw(
-        QString code, std::chrono::duration<double> timeout);
+    /// Waits until the link is free, also of a program that was started meanwhile, then runs \p
+    /// code on the board. Errors: `NotConnected` (also when the connection ends first),
+    /// `ProgramRunning`, `PausedAtBreakpoint` (nothing was written), `NoRawREPL`, `TimedOut` (the
+    /// program was interrupted, unless the link was taken by force), `Closed` (this object was
+    /// destroyed). \p timeout counts from when the link is free; its whole seconds are named in
+    /// the error.
+    [[nodiscard]] Async<DeviceExecution> executeOnDeviceRaw(QString code,
+                                                            std::chrono::duration<double> timeout);
     /// The same, yielding the output alone; a traceback is an error of code `Remote`.
-    [[nodiscard]] QCoro::Task<Result<QString>> executeOnDevice(
-        QString code, std::chrono::duration<double> timeout);
+    [[nodiscard]] Async<QString> executeOnDevice(QString code,
+                                                 std::chrono::duration<double> timeout);
+
+    /// Changes whenever a connection begins or ends: equal numbers mean the same connection.
+    [[nodiscard]] int connectionNumber() const { return m_connectionNumber; }
+    /// Tells boards apart, also after reconnecting: the USB serial number of the connected port, or
+    /// the port's path and the board's unique id, or the path alone for a board without one. The
+    /// board is asked once for each connection. Errors as of executeOnDevice.
+    [[nodiscard]] Async<QString> boardIdentity();
 
 signals:
     void connectionStateChanged();
     void availablePortsChanged();
     void deviceCommandInFlightChanged();
+    /// A new connection is about to be read: what is left of the stream before is void.
+    void readerStarting();
+    /// Bytes that belong to no command.
+    void dataReceived(const QByteArray &chunk);
+    /// The last step of connecting.
+    void connected();
+    /// The first step of losing the board: no more bytes will come.
+    void lost();
+    /// The connection has ended, by the user or by a loss; connectionState() says so already.
+    void ended();
 
 private:
     void startDeviceReader();
     void handleWriteFailure(const Error &error);
     void handleDeviceLost();
     void endLink(const QString &notice);
-    void cutOffCommand();
-    void takeLine(RawReplExchange *owner);
+    void setInFlight(bool isInFlight);
+    void releaseCommand(const RawReplExchange *command);
+    void endCommands();
 
     ShellSink &m_shell;
     SerialPortManager::Roots m_roots;
@@ -92,12 +116,15 @@ private:
     DeviceConnectionState m_connectionState = DeviceConnectionState::disconnected();
     QStringList m_availablePorts;
     bool m_deviceCommandInFlight = false;
-    /// The command that has the line; null when it is free or a streamed run took it.
-    RawReplExchange *m_lineOwner = nullptr;
-    /// All commands without a result yet: one whose line was taken by force still waits for its
-    /// time-out.
-    std::list<std::unique_ptr<RawReplExchange>> m_exchanges;
-    Delay m_delay;
+    int m_connectionNumber = 0;
+    QString m_boardIdentity; // of the connected board, once it is known
+    /// All commands whose result hasn't been taken: waiting, on the board, cut off, ended.
+    std::list<std::unique_ptr<RawReplExchange>> m_commands;
+    /// Those that wait for the link, in the order in which they came.
+    std::deque<RawReplExchange *> m_waiting;
+    /// The command that uses the link; null when the link is free or has another user.
+    RawReplExchange *m_current = nullptr;
+    std::unique_ptr<SoftReset> m_softReset;
     Lifetime m_life;
 };
 

@@ -25,6 +25,14 @@ ProgramRun::ProgramRun(DeviceLink &link, ShellSink &shell, QObject *parent)
     m_lateReply.setSingleShot(true);
     m_lateReply.setInterval(longestWaitForReply);
     connect(&m_lateReply, &QTimer::timeout, this, &ProgramRun::finishReply);
+    connect(&link, &DeviceLink::readerStarting, this, &ProgramRun::clearStream);
+    connect(&link, &DeviceLink::dataReceived, this, &ProgramRun::handleDeviceData);
+    connect(&link, &DeviceLink::lost, this, &ProgramRun::flushStream);
+    connect(&link, &DeviceLink::ended, this, &ProgramRun::reset);
+    connect(this, &ProgramRun::deviceProgramRunningChanged, &link, &DeviceLink::startNextCommand);
+    // Queued, so that a command sent by another slot of this signal takes its place first.
+    connect(this, &ProgramRun::replyWhole, &link, &DeviceLink::startNextCommand,
+            Qt::QueuedConnection);
 }
 
 ProgramRun::~ProgramRun()

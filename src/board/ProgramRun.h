@@ -45,6 +45,8 @@ public:
 
     /// A program was sent, and its end has not come.
     [[nodiscard]] bool deviceProgramRunning() const { return m_deviceProgramRunning; }
+    /// The program has ended, but not its reply. Ends with `replyWhole`, `reset` or the next run.
+    [[nodiscard]] bool isReplyEnding() const { return m_reply == Reply::Ending; }
     /// A program is about to be sent, unless the board stays out of the raw REPL.
     [[nodiscard]] bool isEntering() const { return m_isEntering; }
 

@@ -31,27 +31,30 @@ RawReplExchange::RawReplExchange(SerialPortManager &serial, const QString &code,
 {
     m_timeoutTimer.setSingleShot(true);
     m_timeoutTimer.setTimerType(Qt::PreciseTimer);
-    connect(&m_timeoutTimer, &QTimer::timeout, this,
-            [this] { finish(DeviceError::timedOut(static_cast<qint64>(m_timeoutSeconds))); });
+    connect(&m_timeoutTimer, &QTimer::timeout, this, &RawReplExchange::timeOut);
 }
 
 void RawReplExchange::start()
 {
+    m_isStarted = true;
     m_serial.setDataInterceptor([this](const QByteArray &chunk) { take(chunk); });
     m_handshake.start([this] { sendProgram(); }, [this] { finish(DeviceError::noRawREPL()); });
     const auto milliseconds = static_cast<qint64>(std::ceil(m_timeoutSeconds * 1000));
     m_timeoutTimer.start(std::chrono::milliseconds(std::max<qint64>(0, milliseconds)));
 }
 
-void RawReplExchange::leaveLine()
+void RawReplExchange::leaveLink()
 {
-    m_hasLeftLine = true;
+    m_hasLeftLink = true;
     m_handshake.mute();
 }
 
-void RawReplExchange::fail(const Error &error)
+void RawReplExchange::abort(Error error)
 {
-    finish(error);
+    if (m_isStarted && !m_hasLeftLink && !m_result.isDone())
+        m_serial.setDataInterceptor({});
+    m_hasLeftLink = true;
+    finish(std::move(error));
 }
 
 void RawReplExchange::take(const QByteArray &chunk)
@@ -74,19 +77,31 @@ void RawReplExchange::sendProgram()
     m_serial.write(m_code + '\x04');
 }
 
+void RawReplExchange::timeOut()
+{
+    const auto seconds = static_cast<qint64>(m_timeoutSeconds);
+    m_stopsProgram = !m_hasLeftLink && m_phase == Phase::Running;
+    finish(m_stopsProgram ? DeviceError::timedOutAndStopped(seconds)
+                          : DeviceError::timedOut(seconds));
+}
+
 void RawReplExchange::finish(Result<DeviceExecution> result)
 {
     if (m_result.isDone())
         return;
     m_handshake.stop();
-    if (!m_hasLeftLine) {
+    m_timeoutTimer.stop();
+    if (!m_hasLeftLink) {
         // A program that the board has not received whole never runs: Ctrl-B drops it there.
         if (!result)
             m_serial.discardPendingOutput();
         m_serial.setDataInterceptor({});
-        m_serial.write("\x02");
+        // A program that timed out would keep the board, and the next command would find no raw
+        // REPL.
+        m_serial.write(m_stopsProgram ? "\x03\x02" : "\x02");
     }
     m_result.deliver(std::move(result));
+    emit finished();
 }
 
 } // namespace Korvane

@@ -19,8 +19,8 @@ class SerialPortManager;
 
 /// One program sent through the raw REPL, from the first Ctrl-A to the Ctrl-B after its reply.
 ///
-/// It ends exactly once: by the whole reply, by a board that never shows the banner, or by the
-/// time-out. The loss of the port does not end it.
+/// It ends exactly once: by the whole reply, by a board that never shows the banner, by the
+/// time-out, or by abort().
 class RawReplExchange final : public QObject
 {
     Q_OBJECT
@@ -31,20 +31,26 @@ public:
                     std::chrono::duration<double> timeout);
 
     void start();
-    /// The line has got another user, or is another one: writes nothing more and leaves the
-    /// interceptor alone. The end still comes in its time.
-    void leaveLine();
-    /// Ends at once with \p error.
-    void fail(const Error &error);
+    [[nodiscard]] bool isStarted() const { return m_isStarted; }
+    /// Called when a streamed run takes the link: writes nothing more and leaves the interceptor
+    /// alone. The result still arrives, at the latest at the time-out.
+    void leaveLink();
+    /// Ends with \p error, without writing anything. Does nothing after the end.
+    void abort(Error error);
 
     /// `co_await exchange.result()`: nothing when the exchange is destroyed before its end.
     [[nodiscard]] auto result() { return m_result.wait(); }
+
+signals:
+    /// The link isn't used any more. The result is delivered later, from the event loop.
+    void finished();
 
 private:
     enum class Phase { Entering, Running };
 
     void take(const QByteArray &chunk);
     void sendProgram();
+    void timeOut();
     void finish(Result<DeviceExecution> result);
 
     SerialPortManager &m_serial;
@@ -55,7 +61,9 @@ private:
     Utf8::ChunkDecoder m_decoder;
     Phase m_phase = Phase::Entering;
     RawReplResponse m_reply;
-    bool m_hasLeftLine = false;
+    bool m_isStarted = false;
+    bool m_hasLeftLink = false;
+    bool m_stopsProgram = false; // at its end
     OneShot<Result<DeviceExecution>> m_result;
 };
 

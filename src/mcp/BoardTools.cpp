@@ -419,7 +419,12 @@ BoardTools::Answer BoardTools::run(QString code, double timeoutSeconds, CallStop
 
 BoardTools::Answer BoardTools::softReset(ToolArguments, CallStop)
 {
-    m_state.link().softReset();
+    const auto life = m_life.watch();
+    const auto reset = co_await m_state.link().softReset();
+    if (!life)
+        co_return MCPToolError::closed();
+    if (!reset)
+        co_return failed(reset.error());
     const bool isOver = co_await m_delay.sleep(resetPause);
     if (!isOver)
         co_return MCPToolError::closed();

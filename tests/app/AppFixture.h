@@ -32,7 +32,7 @@ struct AppFixture
     {
         const auto answers = std::exchange(board.onProgram, &ScriptedBoard::answerWithoutFiles);
         state->link().connectDevice(board.port());
-        QVERIFY(QTest::qWaitFor([this] { return isBoardIdle(); }));
+        QVERIFY(QTest::qWaitFor([&] { return isBoardIdle() && board.received().endsWith('\2'); }));
         board.onProgram = answers;
         board.forget();
     }

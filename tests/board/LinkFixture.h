@@ -9,16 +9,33 @@
 
 namespace Korvane {
 
-/// What sits above the link, and writes down in one list all that it is told.
+/// A link with a log of its signals and Shell lines, in order.
 struct LinkFixture final : ShellSink, DeviceLinkClient
 {
     QStringList log;
     QByteArray data;
     bool isProgramRunning = false;
     bool isPaused = false;
+    bool isEnding = false;
     std::unique_ptr<DeviceLink> link = std::make_unique<DeviceLink>(*this, TestPort::roots());
 
-    LinkFixture() { link->setClient(this); }
+    LinkFixture()
+    {
+        link->setClient(this);
+        const auto note = [this](const char *event) {
+            return [this, event] { log << QString::fromLatin1(event); };
+        };
+        QObject::connect(link.get(), &DeviceLink::readerStarting, link.get(),
+                         note("reader starting"));
+        QObject::connect(link.get(), &DeviceLink::dataReceived, link.get(),
+                         [this](const QByteArray &chunk) { data += chunk; });
+        QObject::connect(link.get(), &DeviceLink::connected, link.get(), note("connected"));
+        QObject::connect(link.get(), &DeviceLink::lost, link.get(), note("lost"));
+        QObject::connect(link.get(), &DeviceLink::ended, link.get(), [this] {
+            const bool isReset = link->connectionState() == DeviceConnectionState::disconnected();
+            log << (isReset ? QStringLiteral("ended") : QStringLiteral("ended too early"));
+        });
+    }
 
     void appendLine(const QString &text, REPLLine::Kind kind) override
     {
@@ -30,16 +47,7 @@ struct LinkFixture final : ShellSink, DeviceLinkClient
 
     bool deviceProgramRunning() const override { return isProgramRunning; }
     bool isPausedAtBreakpoint() const override { return isPaused; }
-    void deviceReaderStarting() override { log << QStringLiteral("reader starting"); }
-    void handleDeviceData(const QByteArray &chunk) override { data += chunk; }
-    void deviceConnected() override { log << QStringLiteral("list files"); }
-    void flushDeviceStream() override { log << QStringLiteral("flush"); }
-    void deviceLinkEnded() override
-    {
-        log << (link->connectionState() == DeviceConnectionState::disconnected()
-                    ? QStringLiteral("reset")
-                    : QStringLiteral("reset while not disconnected"));
-    }
+    bool isReplyEnding() const override { return isEnding; }
 
     bool connectTo(const QString &port)
     {

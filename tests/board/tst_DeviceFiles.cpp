@@ -165,10 +165,11 @@ private slots:
         BoardFixture fixture;
         QVERIFY(fixture.connectTo(board.port()));
         board.onProgram = [&fixture](const QByteArray &) {
-            fixture.files.linkEnded();
+            fixture.fixture.link->disconnectDevice();
             return ScriptedBoard::reply(R"(__LS__[{"n":"f","p":"/f","d":false}])");
         };
         awaited(fixture.files.refreshDeviceFiles());
+        QCOMPARE(fixture.said(), u"ended\ninfo: Disconnected."_s);
         QVERIFY(fixture.files.deviceFileNodes().isEmpty() && !fixture.files.isLoadingDeviceFiles());
     }
 };

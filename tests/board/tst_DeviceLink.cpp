@@ -13,6 +13,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
+const QString lost = u"error: "_s + DeviceError::connectionLost().message;
 const QString noRawREPL = u"error: "_s + DeviceError::noRawREPL().message;
 
 QString timedOut(int seconds)
@@ -51,27 +52,27 @@ private slots:
             static const QStringList names{u"disconnected"_s, u"connecting"_s, u"connected"_s};
             states << names[int(fixture.link->connectionState().kind())];
         });
-        fixture.link->softReset();
+        QCOMPARE(awaited(fixture.link->softReset()).error().code, ErrorCode::NotConnected);
         QVERIFY(fixture.connectTo(board.port()));
         fixture.link->connectDevice(board.port());
         QCOMPARE(fixture.log,
                  QStringList({u"reader starting"_s, u"info: Connected to "_s + board.port(),
-                              u"list files"_s}));
-        fixture.link->softReset();
-        QTRY_COMPARE(board.transcript(), u"^C^C^D"_s);
+                              u"connected"_s}));
+        QVERIFY(awaited(fixture.link->softReset()));
+        QTRY_COMPARE(board.transcript(), u"^C^C^C^C^B^D"_s);
         QTRY_VERIFY(fixture.data.endsWith("soft reboot\r\n>>> "));
 
         fixture.log.clear();
         fixture.link->disconnectDevice();
         QVERIFY(!fixture.link->serial().isOpen());
-        QCOMPARE(fixture.log, QStringList({u"reset"_s, u"info: Disconnected."_s}));
+        QCOMPARE(fixture.log, QStringList({u"ended"_s, u"info: Disconnected."_s}));
 
         fixture.log.clear();
         QVERIFY(!fixture.connectTo(u"/no/such/port"_s));
         QCOMPARE(fixture.log,
                  QStringList{u"error: Connection failed: No such file or directory"_s});
         QCOMPARE(states.join(u' '), u"connecting connected disconnected connecting disconnected"_s);
-        QCOMPARE(board.transcript(), u"^C^C^D"_s);
+        QCOMPARE(board.transcript(), u"^C^C^C^C^B^D"_s);
     }
 
     void runsAProgram()
@@ -175,12 +176,13 @@ private slots:
             c.board.on("\1", ScriptedBoard::banner);
             c.board.on("x\4", answer);
             c.board.on("y\4", "OK" + ScriptedBoard::reply("y"));
-            QCOMPARE(told(awaited(c.fixture.run("x", 600ms))), timedOut(0));
+            QCOMPARE(told(awaited(c.fixture.run("x", 600ms))),
+                     timedOut(0) + u" — its program was stopped"_s);
             QVERIFY2(c.fixture.isAtRest(), answer);
             c.board.send("late\4\4>");
             QTRY_COMPARE(c.fixture.data.right(7), "late\4\4>");
             QCOMPARE(told(awaited(c.fixture.run("y"))), u"y|"_s);
-            QTRY_COMPARE(c.board.transcript(), u"^Ax^D^B^Ay^D^B"_s);
+            QTRY_COMPARE(c.board.transcript(), u"^Ax^D^C^B^Ay^D^B"_s);
         }
     }
 
@@ -239,11 +241,16 @@ private slots:
         c.fixture.isProgramRunning = true;
         c.fixture.link->setDeviceCommandInFlight(false);
         c.fixture.data.clear();
-        QTest::qWait(150); // three times the interval at which a waiting command looks
         c.board.send("printed");
         QTRY_COMPARE(c.fixture.data, "printed");
         QCOMPARE(c.board.transcript(), u"^Ax^D"_s);
+        c.fixture.isEnding = true;
         c.fixture.isProgramRunning = false;
+        c.fixture.link->startNextCommand();
+        c.board.send("reply");
+        QTRY_COMPARE(c.fixture.data, "printedreply");
+        c.fixture.isEnding = false;
+        c.fixture.link->startNextCommand();
         QCOMPARE(told(awaited(std::move(queued))), u"y|"_s);
     }
 
@@ -279,57 +286,99 @@ private slots:
             else
                 c.board.vanishAfterReceiving(bytes + 10); // of ^A print() ^D ^B
             const QString result = told(awaited(c.fixture.run("print()", 150ms)));
-            QVERIFY2(result == timedOut(0) || result == u"a\n|€", qPrintable(result));
+            QVERIFY2(result == lost || result == timedOut(0) || result == u"a\n|€",
+                     qPrintable(result));
             QVERIFY(c.fixture.isAtRest());
             QTRY_COMPARE(c.fixture.log,
-                         QStringList({u"flush"_s, u"reset"_s, u"info: Device disconnected."_s}));
+                         QStringList({u"lost"_s, u"ended"_s, u"info: Device disconnected."_s}));
             c.board.plugIn();
             QVERIFY(c.fixture.connectTo(c.board.port()));
             QCOMPARE(told(awaited(c.fixture.run("x"))), u"a\n|€"_s);
         }
     }
 
-    void keepsAnUnfinishedCommandOffTheNextConnection()
+    void endsEveryCommandWithItsConnection_data()
     {
-        Connection c(true);
-        c.board.on("\1", ScriptedBoard::banner);
-        QElapsedTimer sinceStart;
-        sinceStart.start();
-        auto running = c.fixture.run("x", 2s);
-        auto waiting = c.fixture.run("y");
-        QTRY_COMPARE(c.board.transcript(), u"^Ax^D"_s);
-        c.fixture.link->disconnectDevice();
-        QCOMPARE(told(awaited(std::move(waiting))), u"error: Not connected"_s);
-        QVERIFY2(c.fixture.link->deviceCommandInFlight(), "the command ends by its own time-out");
+        QTest::addColumn<bool>("isUnplugged");
+        QTest::addColumn<bool>("isEntered");
+        QTest::newRow("unplugged while running") << true << true;
+        QTest::newRow("unplugged before the banner") << true << false;
+        QTest::newRow("disconnected while running") << false << true;
+    }
 
+    void endsEveryCommandWithItsConnection()
+    {
+        QFETCH(bool, isUnplugged);
+        QFETCH(bool, isEntered);
+        Connection c(true);
+        if (isEntered)
+            c.board.on("\1", ScriptedBoard::banner);
+        auto running = c.fixture.run("x", 20s);
+        auto waiting = c.fixture.run("y");
+        QTRY_COMPARE(c.board.transcript(), isEntered ? u"^Ax^D"_s : u"^A"_s);
+        QElapsedTimer sinceLoss;
+        sinceLoss.start();
+        if (isUnplugged)
+            c.board.vanish();
+        else
+            c.fixture.link->disconnectDevice();
+        QCOMPARE(told(awaited(std::move(running))), lost);
+        QCOMPARE(told(awaited(std::move(waiting))), u"error: Not connected"_s);
+        QVERIFY(c.fixture.isAtRest());
+
+        if (isUnplugged)
+            c.board.plugIn();
         c.board.forget();
         QVERIFY(c.fixture.connectTo(c.board.port()));
-        auto next = c.fixture.run("z");
+        if (!isEntered)
+            c.board.on("\1", ScriptedBoard::banner);
         c.board.on("z\4", "OK" + ScriptedBoard::reply("z"));
-        c.board.send("new");
-        QTRY_COMPARE(c.fixture.data.right(3), "new");
-        QVERIFY2(sinceStart.elapsed() < 2000, "the bytes came too late to prove anything");
-        QCOMPARE(told(awaited(std::move(running))), timedOut(2));
-        QCOMPARE(told(awaited(std::move(next))), u"z|"_s);
+        QCOMPARE(told(awaited(c.fixture.run("z"))), u"z|"_s);
+        QVERIFY2(sinceLoss.elapsed() < 1500, "the next board had to wait");
         QTRY_COMPARE(c.board.transcript(), u"^C^C^Az^D^B"_s);
     }
 
-    void givesUpInItsTimeAlsoWhenTheConnectionWasReplaced()
+    void resetsTheBoardWhateverItRuns()
     {
         Connection c(true);
-        QElapsedTimer sinceStart;
-        sinceStart.start();
-        auto entering = c.fixture.run("x");
-        c.board.vanish();
-        QTRY_VERIFY(!c.fixture.link->connectionState().isConnected());
-        c.board.plugIn();
-        c.board.forget();
         c.board.on("\1", ScriptedBoard::banner);
-        QVERIFY(c.fixture.connectTo(c.board.port()));
-        QCOMPARE(told(awaited(std::move(entering))), noRawREPL);
-        QVERIFY(sinceStart.elapsed() >= 1790);
-        QCOMPARE(c.board.transcript(), u"^C^C"_s);
+        auto running = c.fixture.run("x", 20s);
+        auto waiting = c.fixture.run("y", 20s);
+        QTRY_COMPARE(c.board.transcript(), u"^Ax^D"_s);
+        auto reset = c.fixture.link->softReset();
+        QCOMPARE(told(awaited(std::move(running))),
+                 u"error: "_s + DeviceError::boardReset().message);
+        QCOMPARE(awaited(c.fixture.link->softReset()).error().code, ErrorCode::ProgramRunning);
+        QTRY_COMPARE(c.board.transcript(), u"^Ax^D^C^C^B^D"_s);
+        c.board.on("y\4", "OK" + ScriptedBoard::reply("y"));
+        c.board.send("MPY: soft re");
+        c.board.send("boot\r\n>>> ");
+        QVERIFY(awaited(std::move(reset)));
+        QTRY_VERIFY(c.fixture.data.startsWith("MPY: soft reboot"));
+        QCOMPARE(told(awaited(std::move(waiting))), u"y|"_s);
+
+        const auto failed = awaited(c.fixture.link->softReset());
+        QCOMPARE(failed.error().code, ErrorCode::TimedOut);
         QVERIFY(c.fixture.isAtRest());
+    }
+
+    void knowsABoardByItsPortAndId()
+    {
+        Connection c;
+        int asked = 0;
+        c.board.onProgram = [&](const QByteArray &program) {
+            asked += program.contains("unique_id") ? 1 : 0;
+            return asked == 1 ? ScriptedBoard::reply("noise__ID__\r\n")
+                              : ScriptedBoard::reply("__ID__e6614c775b8f\r\n");
+        };
+        const auto identity = [&] { return *awaited(c.fixture.link->boardIdentity()); };
+        QCOMPARE(identity(), c.board.port());
+        QCOMPARE(identity(), c.board.port());
+        c.fixture.link->disconnectDevice();
+        QVERIFY(!awaited(c.fixture.link->boardIdentity()));
+        QVERIFY(c.fixture.connectTo(c.board.port()));
+        QCOMPARE(identity(), c.board.port() + u" e6614c775b8f"_s);
+        QCOMPARE(asked, 2);
     }
 
     void resumesEveryCallerWhenItGoes()

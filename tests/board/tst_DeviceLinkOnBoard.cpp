@@ -45,19 +45,15 @@ private slots:
 
     void endsAnEndlessLoopByTheTimeOut()
     {
-        QCOMPARE(run(u"while True:\n    pass"_s, 1s), u"error: Command timed out after 1s"_s);
-        QVERIFY(m_fixture.isAtRest());
-        // The board still loops, and the Ctrl-B has gone to the program: a Ctrl-C brings it back.
-        m_fixture.data.clear();
-        m_fixture.link->serial().write("\x03");
-        QTRY_VERIFY2(m_fixture.data.contains("KeyboardInterrupt"), m_fixture.data.constData());
+        QCOMPARE(run(u"while True:\n    pass"_s, 1s),
+                 u"error: Command timed out after 1s — its program was stopped"_s);
         QCOMPARE(run(u"print(1)"_s), u"1\n|"_s);
     }
 
     void softResets()
     {
         m_fixture.data.clear();
-        m_fixture.link->softReset();
+        QVERIFY(awaited(m_fixture.link->softReset()));
         QTRY_VERIFY2(m_fixture.data.contains("soft reboot"), m_fixture.data.constData());
         QTRY_VERIFY(m_fixture.data.endsWith(">>> "));
         QCOMPARE(run(u"print('x' in globals())"_s), u"False\n|"_s);

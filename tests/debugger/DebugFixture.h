@@ -39,24 +39,14 @@ struct DebugFixture final : DeviceLinkClient
                          note(QStringLiteral("ended")));
         QObject::connect(run.get(), &ProgramRun::replyWhole, &link, note(QStringLiteral("whole")));
         QObject::connect(run.get(), &ProgramRun::gaveUp, &link, note(QStringLiteral("gave up")));
+        QObject::connect(&link, &DeviceLink::dataReceived, &link,
+                         [this](const QByteArray &chunk) { data += chunk; });
+        QObject::connect(&link, &DeviceLink::ended, &link, [this] { session.reset(); });
     }
 
     bool deviceProgramRunning() const override { return run && run->deviceProgramRunning(); }
     bool isPausedAtBreakpoint() const override { return session.pausedAt().has_value(); }
-    void deviceReaderStarting() override { run->clearStream(); }
-    void handleDeviceData(const QByteArray &chunk) override
-    {
-        data += chunk;
-        if (run)
-            run->handleDeviceData(chunk);
-    }
-    void deviceConnected() override { }
-    void flushDeviceStream() override { run->flushStream(); }
-    void deviceLinkEnded() override
-    {
-        run->reset();
-        session.reset();
-    }
+    bool isReplyEnding() const override { return run && run->isReplyEnding(); }
 
     /// Connects, lets the board answer the greeting with its prompt, and forgets both.
     bool connectTo(const QString &port, const QString &greeting)

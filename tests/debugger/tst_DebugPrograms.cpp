@@ -106,7 +106,7 @@ private:
     {
         QVERIFY(awaited(m_fixture->link.executeOnDevice(u"pass"_s, 20s)));
         m_fixture->shell.clear();
-        m_fixture->link.softReset();
+        QVERIFY(awaited(m_fixture->link.softReset()));
         QTRY_VERIFY(m_fixture->shell.output().contains(u"soft reboot"));
         QTRY_VERIFY(m_fixture->shell.output().endsWith(u">>> "));
         m_fixture->shell.clear();

@@ -304,14 +304,13 @@ private slots:
         Connection c;
         QVERIFY(c.reach(u"installing"_s));
         c.board.vanish();
-        QTRY_COMPARE(c.lastLine(), u"info: Device disconnected."_s);
+        QTRY_COMPARE(c.lastLine(),
+                     couldNot + u"The board was disconnected before the command ended"_s);
         QCOMPARE(c.state(), idle);
         c.board.plugIn();
         c.connectBoard();
         c.helperAnswer = ScriptedBoard::reply("");
         c.answer = pauseAt3;
-        QTRY_COMPARE_WITH_TIMEOUT(c.fixture.link.deviceCommandInFlight(), false, 12'000);
-        QCOMPARE(c.lines(), QStringList{couldNot + u"Command timed out after 10s"_s});
         c.start();
         QTRY_COMPARE(c.state(), u"debugging 3 [3]"_s);
     }
