@@ -59,10 +59,16 @@ QString fillPath(const char *name, const QString &path)
 
 QString pathLiteral(const QString &path)
 {
-    QString quoted = path;
-    quoted.replace(u'\\', QLatin1StringView("\\\\"));
-    quoted.replace(u'\'', QLatin1StringView("\\'"));
-    return u'\'' + quoted + u'\'';
+    QString literal(u'\'');
+    for (const QChar character : path) {
+        if (character == u'\\' || character == u'\'')
+            literal += u'\\';
+        if (character < u' ' || character == u'\x7f')
+            literal += QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+        else
+            literal += character;
+    }
+    return literal + u'\'';
 }
 
 QString list()

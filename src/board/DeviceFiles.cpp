@@ -131,12 +131,20 @@ Async<void> DeviceFiles::writeDeviceFile(QByteArray bytes, WritePermit permit, Q
 {
     if (auto same = checkConnection(permit.m_connection); !same)
         co_return same;
+    const auto life = m_life.watch();
     const QString script = BoardScripts::write(permit.path(), bytes);
     const auto output = co_await m_link.executeOnDevice(script, transferTimeout);
-    if (!output)
+    if (!life)
+        co_return DeviceError::closed();
+    if (!output) {
+        // Part of the file may be on the board.
+        if (output.error().code == ErrorCode::Remote || output.error().code == ErrorCode::TimedOut)
+            refreshDeviceFiles();
         co_return failure(u"Device write failed: "_s, output.error());
+    }
     if (output->contains(okMarker))
         co_return Result<void>();
+    refreshDeviceFiles();
     co_return refusal(u"Device write failed for "_s + label + u": "_s + output->trimmed());
 }
 

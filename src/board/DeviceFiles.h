@@ -51,7 +51,8 @@ public:
     /// A folder counts as existing. When the board doesn't answer, the tree is searched, for files
     /// only.
     [[nodiscard]] QCoro::Task<bool> deviceFileExists(QString path);
-    /// Creates or replaces the file of \p permit. Fails with `BoardReplaced` when the permit was
+    /// Creates or replaces the file of \p permit. When the board fails at it, it is listed again
+    /// from the event loop. Fails with `BoardReplaced` when the permit was
     /// given for another connection.
     [[nodiscard]] Async<void> writeDeviceFile(QByteArray bytes, WritePermit permit, QString label);
     [[nodiscard]] Async<void> writeTextToDevice(QString text, WritePermit permit, QString label);

@@ -167,6 +167,7 @@ Async<void> FileTransfer::copyFolderToDevice(QString localFolder)
         if (!bytes)
             co_return DeviceError::closed();
         if (!*bytes) {
+            m_files.refreshDeviceFiles(); // shows the files before this one
             co_return Error{ErrorCode::File, u"Copy stopped — cannot read "_s + relative + u'.'};
         }
         QByteArray content = **std::move(bytes);
@@ -263,16 +264,31 @@ Async<void> FileTransfer::copyFolderFromDevice(DeviceFileNode folder, QString de
     if (!*made)
         co_return Error{ErrorCode::File, u"Copy failed: "_s + made->error().message};
 
+    const auto received = co_await receiveFiles(files, folder.path, target);
+    if (!life)
+        co_return DeviceError::closed();
+    emit localFilesChanged(); // also by a copy that stopped
+    if (!received)
+        co_return received.error();
+    m_shell.appendInfo(u"↓ Copied %1 to %2."_s.arg(countOfFiles(files.size()), target));
+    co_return Result<void>();
+}
+
+Async<void> FileTransfer::receiveFiles(QList<CopyItem> files, QString sourceFolder,
+                                       QString targetFolder)
+{
+    const auto life = m_life.watch();
+    TransferStatus::Running running(m_transfer);
     for (qsizetype i = 0; i < files.size(); ++i) {
         const QString relative = files[i].relativePath;
         running.setStatus(progress(relative, i, files.size()));
-        const QString source = folder.path + u'/' + relative;
+        const QString source = sourceFolder + u'/' + relative;
         const auto bytes = co_await m_files.readDeviceFile(source, relative);
         if (!bytes)
             co_return stoppedAt(relative, bytes.error());
         if (!life)
             co_return DeviceError::closed();
-        const QString path = target + u'/' + relative;
+        const QString path = targetFolder + u'/' + relative;
         const std::function<Result<void>()> write = [path, content = *bytes] {
             return LocalFile::writeAtomically(path, content);
         };
@@ -285,8 +301,6 @@ Async<void> FileTransfer::copyFolderFromDevice(DeviceFileNode folder, QString de
                 u"Copy stopped — cannot write %1: %2"_s.arg(path, written->error().message)};
         }
     }
-    emit localFilesChanged();
-    m_shell.appendInfo(u"↓ Copied %1 to %2."_s.arg(countOfFiles(files.size()), target));
     co_return Result<void>();
 }
 

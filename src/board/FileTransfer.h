@@ -43,6 +43,9 @@ signals:
     void localFilesChanged();
 
 private:
+    /// Copies \p files, which are below both folders, and stops at the first failure.
+    [[nodiscard]] Async<void> receiveFiles(QList<CopyItem> files, QString sourceFolder,
+                                           QString targetFolder);
     /// One line for each reason, which names the first five entries and counts the rest.
     void reportSkipped(const QList<CopyPlan::Skipped> &skipped);
 

@@ -41,7 +41,8 @@ private slots:
             QTest::addRow("%d bytes", size) << u"/plain.bin"_s << size;
         for (const QString &path :
              {u"/it's \"so\".py"_s, u"/a\\b\\'c"_s, u"/ 100 %s %1 "_s, u"/Grüße 😀.txt"_s,
-              u"/MODE.QPATH'PIECE.FN"_s, QString(u'/' + QString(255, u'n'))})
+              u"/MODE.QPATH'PIECE.FN"_s, u"/a\x04print('run')\x04\x01\x02\x03\r\n\t\x7f.py"_s,
+              QString(u'/' + QString(255, u'n'))})
             QTest::newRow(qPrintable(path)) << path << 300;
     }
 
@@ -150,6 +151,8 @@ private slots:
         outcome << fixture.said() + QString::fromUtf8(bytes.value_or(""));
         fixture.write("x", u"/f"_s, u"f"_s);
         outcome << fixture.said();
+        QTRY_VERIFY(!fixture.files.isLoadingDeviceFiles()); // listed again after a failure
+        fixture.said();
         fixture.done(fixture.files.deleteDeviceNode(*fixture.files.deviceNode(u"/f"_s)));
         outcome << fixture.said();
         QTEST(outcome, "outcome");

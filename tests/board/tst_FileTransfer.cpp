@@ -152,6 +152,41 @@ private slots:
         QCOMPARE(running.size(), 0);
     }
 
+    void carriesOutAYesOnceAndOnTheBoardThatWasMeant()
+    {
+        put(local(u"once/a.py"_s), "new");
+        ScriptedBoard board;
+        BoardFixture fixture;
+        QVERIFY(fixture.connectTo(board.port()));
+        int written = 0;
+        board.onProgram = [&](const QByteArray &program) {
+            written += program.contains("'wb'") ? 1 : 0;
+            return ScriptedBoard::reply(program.contains("__EXISTS__") ? "__EXISTS__1" : "__OK__");
+        };
+        const auto copies = [&](bool isFolder) {
+            return isFolder ? fixture.copies.copyFolderToDevice(local(u"once"_s))
+                            : fixture.copies.copyFileToDevice(local(u"once/a.py"_s));
+        };
+        for (const bool isFolder : {false, true}) {
+            const QString target = isFolder ? u"/once"_s : u"/a.py"_s;
+            std::optional<Async<void>> second;
+            fixture.prompts.meanwhile = [&] { second = copies(isFolder); };
+            QVERIFY(fixture.done(copies(isFolder)));
+            const auto refused = awaited(*std::move(second));
+            QCOMPARE(refused.error().message, target + u" is already being written."_s);
+            QCOMPARE(fixture.prompts.asked.size(), 1);
+            QCOMPARE(std::exchange(written, 0), 1);
+
+            fixture.prompts.meanwhile = [&] {
+                fixture.fixture.link->disconnectDevice();
+                QVERIFY(fixture.fixture.connectTo(board.port()));
+            };
+            QCOMPARE(awaited(copies(isFolder)).error().code, ErrorCode::BoardReplaced);
+            QCOMPARE(written, 0);
+            fixture.prompts.asked.clear();
+        }
+    }
+
     void stopsWhereTheBoardFailsAndCompletesLater_data()
     {
         QTest::addColumn<QByteArray>("reply"); // to the twentieth file; none: the board vanishes

@@ -210,14 +210,14 @@ private slots:
         check("list_device_files", "/ is empty.");
         check("write_device_file|path=/a.txt|content=ä\r\n", "Wrote 4 bytes to /a.txt.");
         check("write_device_file|path=/empty|content=", "Wrote 0 bytes to /empty.");
-        check("write_device_file|path=/it's \\ odd.py|content=print(6 * 7)",
-              "Wrote 12 bytes to /it's \\ odd.py.");
+        check("write_device_file|path=/it's \\\x04odd.py|content=print(6 * 7)",
+              "Wrote 12 bytes to /it's \\\x04odd.py.");
         check("write_device_file|path=/none/a|content=x", "! Device write failed: ");
         check("run_code|code=import os\nos.mkdir('/lib')\nf = open('/lib/bin', 'wb')\n"
               "f.write(b'\\xff')\nf.close()",
               "(no output)");
         check("list_device_files",
-              "/:\n/lib/\n/a.txt  4 bytes\n/empty  0 bytes\n/it's \\ odd.py  12 bytes");
+              "/:\n/lib/\n/a.txt  4 bytes\n/empty  0 bytes\n/it's \\\x04odd.py  12 bytes");
         check("list_device_files|path=/lib", "/lib:\n/lib/bin  1 bytes");
         check("list_device_files|path=/a.txt", "! /a.txt is not a directory on the device.");
         check("list_device_files|path=/nope", "! /nope is not a directory on the device.");
@@ -225,7 +225,7 @@ private slots:
         check("read_device_file|path=/lib/bin",
               "/lib/bin is 1 bytes of binary data (not valid UTF-8).");
         check("read_device_file|path=/nope", "! Cannot read /nope: ");
-        check("run_file|path=/it's \\ odd.py", "42\n");
+        check("run_file|path=/it's \\\x04odd.py", "42\n");
         check("delete_device_file|path=/lib", "! Delete failed: ");
         check("delete_device_file|path=/a.txt", "Deleted /a.txt.");
         check("delete_device_file|path=/a.txt", "! /a.txt is not on the device.");

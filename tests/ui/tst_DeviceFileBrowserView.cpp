@@ -136,6 +136,10 @@ private slots:
         m_fixture->click("refreshDevice");
         QTRY_COMPARE(message(), u"No files found|The device filesystem appears empty"_s);
         QCOMPARE(files().deviceWorkingDir(), u"/"_s);
+        m_listing = "damaged";
+        m_fixture->click("refreshDevice");
+        QTRY_COMPARE(message(),
+                     u"The files could not be listed|Could not parse device file listing"_s);
         m_board->vanish();
         QTRY_COMPARE(message(), noBoard);
     }

@@ -21,6 +21,7 @@ DeviceFileBrowserView::DeviceFileBrowserView(AppState &state, QWidget *parent)
                        "sendCurrentFile"))
     , m_noBoardPage(new MessagePage(QStringLiteral("cable.connector.slash")))
     , m_emptyPage(new MessagePage(QStringLiteral("tray")))
+    , m_failedPage(new MessagePage(QStringLiteral("exclamationmark.triangle")))
     , m_loadingPage(makeLoadingPage())
 {
     list().setObjectName(QStringLiteral("deviceFiles"));
@@ -28,8 +29,9 @@ DeviceFileBrowserView::DeviceFileBrowserView(AppState &state, QWidget *parent)
         addButton(QStringLiteral("arrow.clockwise"), tr("Refresh device files"), "refreshDevice");
     m_noBoardPage->setTexts(tr("No device connected"),
                             tr("Use the toolbar to connect a MicroPython device"));
-    for (QWidget *page : {static_cast<QWidget *>(m_noBoardPage),
-                          static_cast<QWidget *>(m_emptyPage), m_loadingPage})
+    for (QWidget *page :
+         {static_cast<QWidget *>(m_noBoardPage), static_cast<QWidget *>(m_emptyPage),
+          static_cast<QWidget *>(m_failedPage), m_loadingPage})
         addPage(page);
     connect(this, &BrowserPane::enclosingFolderRequested, this,
             &DeviceFileBrowserView::goToEnclosingFolder);
@@ -78,6 +80,11 @@ void DeviceFileBrowserView::showEntries()
     for (const DeviceFileNode &node : std::as_const(m_nodes))
         rows.append({node.name, node.isDirectory, node.size});
     list().showRows(std::move(rows), folder);
+    if (const auto &error = m_state.deviceFiles().listingError(); error && m_nodes.isEmpty()) {
+        m_failedPage->setTexts(tr("The files could not be listed"), error->message);
+        showPage(m_failedPage);
+        return;
+    }
     if (folder == u"/")
         m_emptyPage->setTexts(tr("No files found"), tr("The device filesystem appears empty"));
     else

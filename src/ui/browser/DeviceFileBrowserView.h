@@ -29,6 +29,7 @@ private:
     QToolButton *m_send;
     MessagePage *m_noBoardPage;
     MessagePage *m_emptyPage;
+    MessagePage *m_failedPage;
     QWidget *m_loadingPage;
     /// What the rows stand for; the listing's own list, shared.
     QList<DeviceFileNode> m_nodes;
