@@ -29,8 +29,9 @@ ProgramRun::ProgramRun(DeviceLink &link, ShellSink &shell, QObject *parent)
     connect(&link, &DeviceLink::dataReceived, this, &ProgramRun::handleDeviceData);
     connect(&link, &DeviceLink::lost, this, &ProgramRun::flushStream);
     connect(&link, &DeviceLink::ended, this, &ProgramRun::reset);
-    connect(this, &ProgramRun::deviceProgramRunningChanged, &link, &DeviceLink::startNextCommand);
-    // Queued, so that a command sent by another slot of this signal takes its place first.
+    // Queued: a waiting command starts after what the caller and other slots write or send.
+    connect(this, &ProgramRun::deviceProgramRunningChanged, &link, &DeviceLink::startNextCommand,
+            Qt::QueuedConnection);
     connect(this, &ProgramRun::replyWhole, &link, &DeviceLink::startNextCommand,
             Qt::QueuedConnection);
 }
