@@ -182,7 +182,8 @@ void DeviceLink::endCommands()
 }
 
 Async<DeviceExecution> DeviceLink::executeOnDeviceRaw(QString code,
-                                                      std::chrono::duration<double> timeout)
+                                                      std::chrono::duration<double> timeout,
+                                                      CallStop stop)
 {
     if (!m_connectionState.isConnected())
         co_return DeviceError::notConnected();
@@ -198,6 +199,8 @@ Async<DeviceExecution> DeviceLink::executeOnDeviceRaw(QString code,
             [this, command] { releaseCommand(command); });
     m_waiting.push_back(command);
     startNextCommand();
+    const std::stop_callback dropping(stop.unwanted, [this, command] { dropWaiting(command); });
+    const std::stop_callback interrupting(stop.canceled, [command] { command->interrupt(); });
     std::optional<Result<DeviceExecution>> result = co_await command->result();
     if (!result || !life)
         co_return DeviceError::closed();
@@ -237,6 +240,12 @@ Async<QString> DeviceLink::boardIdentity()
     if (connection == m_connectionNumber)
         m_boardIdentity = identity;
     co_return identity;
+}
+
+void DeviceLink::dropWaiting(RawReplExchange *command)
+{
+    if (std::erase(m_waiting, command) > 0)
+        command->abort(DeviceError::cancelled());
 }
 
 /// A command that was cut off doesn't have the link any more.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Async.h"
+#include "base/CallStop.h"
 #include "base/Lifetime.h"
 #include "board/BoardRecords.h"
 #include "board/DeviceLinkClient.h"
@@ -70,9 +71,11 @@ public:
     /// `ProgramRunning`, `PausedAtBreakpoint` (nothing was written), `NoRawREPL`, `TimedOut` (the
     /// program was interrupted, unless the link was taken by force), `Closed` (this object was
     /// destroyed). \p timeout counts from when the link is free; its whole seconds are named in
-    /// the error.
+    /// the error. \p stop ends a command that is waiting, with `Cancelled`, and interrupts one that
+    /// is canceled while it runs: its result is then what the program printed.
     [[nodiscard]] Async<DeviceExecution> executeOnDeviceRaw(QString code,
-                                                            std::chrono::duration<double> timeout);
+                                                            std::chrono::duration<double> timeout,
+                                                            CallStop stop = {});
     /// The same, yielding the output alone; a traceback is an error of code `Remote`.
     [[nodiscard]] Async<QString> executeOnDevice(QString code,
                                                  std::chrono::duration<double> timeout);
@@ -106,6 +109,7 @@ private:
     void endLink(const QString &notice);
     void setInFlight(bool isInFlight);
     void releaseCommand(const RawReplExchange *command);
+    void dropWaiting(RawReplExchange *command);
     void endCommands();
 
     ShellSink &m_shell;

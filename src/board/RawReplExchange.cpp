@@ -49,6 +49,16 @@ void RawReplExchange::leaveLink()
     m_handshake.mute();
 }
 
+void RawReplExchange::interrupt()
+{
+    if (!m_isStarted || m_hasLeftLink || m_result.isDone())
+        return;
+    if (m_phase == Phase::Entering)
+        finish(DeviceError::cancelled());
+    else
+        m_serial.write("\x03");
+}
+
 void RawReplExchange::abort(Error error)
 {
     if (m_isStarted && !m_hasLeftLink && !m_result.isDone())

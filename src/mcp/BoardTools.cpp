@@ -411,7 +411,10 @@ BoardTools::Answer BoardTools::run(QString code, double timeoutSeconds, CallStop
     if (!turn)
         co_return MCPToolError::canceled();
     const std::chrono::duration<double> timeout(timeoutSeconds);
-    const auto execution = co_await m_state.link().executeOnDeviceRaw(std::move(code), timeout);
+    const auto execution =
+        co_await m_state.link().executeOnDeviceRaw(std::move(code), timeout, stop);
+    if (!execution && execution.error().code == ErrorCode::Cancelled)
+        co_return MCPToolError::canceled();
     if (!execution)
         co_return execution.error();
     co_return describe(*execution);

@@ -4,6 +4,8 @@
 #include "support/Files.h"
 #include "support/VirtualBoard.h"
 
+#include <QElapsedTimer>
+
 #include <cmath>
 
 using namespace Korvane;
@@ -293,6 +295,17 @@ private slots:
             board.vanish();
             QCOMPARE(Toolbox::told(awaited(std::move(call))), noBoard);
         }
+        ScriptedBoard board;
+        Toolbox box;
+        box.connectTo(board);
+        board.setMute(true);
+        auto running = box.begin("run_code|code=1");
+        QElapsedTimer elapsed;
+        elapsed.start();
+        board.vanish();
+        QCOMPARE(Toolbox::told(awaited(std::move(running))),
+                 "! The board was disconnected before the command ended");
+        QCOMPARE_LT(elapsed.elapsed(), 5000); // not its own time-out
     }
 
     void tellsWhyAListingFailed()
@@ -329,6 +342,24 @@ private slots:
         QVERIFY(!box->prompts.takeAsked().isEmpty());
         box->stop = {};
         QVERIFY(!box->call("list_device_files").contains("never"));
+    }
+
+    void interruptsTheProgramOfACanceledCall()
+    {
+        const auto box = connected();
+        std::stop_source unwanted;
+        std::stop_source canceled;
+        box->stop = {unwanted.get_token(), canceled.get_token()};
+        auto call = box->begin("run_code|code=print('on')\nwhile True: pass");
+        unwanted.request_stop(); // what has begun continues
+        QTest::qWait(500);
+        QVERIFY(!call.isReady());
+        canceled.request_stop();
+        const QByteArray answer = Toolbox::told(awaited(std::move(call)));
+        QVERIFY2(answer.startsWith("Output before the failure:\non\n"), answer);
+        QVERIFY2(answer.endsWith("KeyboardInterrupt: \n"), answer);
+        box->stop = {};
+        QCOMPARE(box->call("run_code|code=print(1)"), "1\n");
     }
 
     void leavesARunningProgramAlone()
