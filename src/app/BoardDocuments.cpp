@@ -23,7 +23,7 @@ BoardDocuments::BoardDocuments(Parts parts, QObject *parent)
 QCoro::Task<void> BoardDocuments::openDeviceFile(DeviceFileNode node)
 {
     const auto life = m_life.watch();
-    const auto board = co_await connectedBoard(m_parts.link);
+    const auto board = co_await m_parts.link.boardIdentity();
     if (!life)
         co_return;
     if (!board) {
@@ -64,7 +64,7 @@ QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
         co_return;
     }
     const auto life = m_life.watch();
-    const auto board = co_await connectedBoard(m_parts.link);
+    const auto board = co_await m_parts.link.boardIdentity();
     if (!life || !file)
         co_return;
     if (!board) {

@@ -6,13 +6,6 @@
 
 namespace Korvane {
 
-Async<QString> connectedBoard(DeviceLink &link)
-{
-    if (!link.connectionState().isConnected())
-        co_return DeviceError::notConnected();
-    co_return link.connectionState().port();
-}
-
 BoardStore::BoardStore(DeviceLink &link, DeviceFiles &files)
     : m_link(link)
     , m_files(files)
@@ -54,7 +47,7 @@ Async<void> BoardStore::write(DocumentPlace place, QString text, QString name)
 Async<void> BoardStore::checkBoard(DocumentPlace place)
 {
     const auto life = m_life.watch();
-    const auto board = co_await connectedBoard(m_link);
+    const auto board = co_await m_link.boardIdentity();
     if (!life)
         co_return DeviceError::closed();
     if (!board)

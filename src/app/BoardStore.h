@@ -8,9 +8,6 @@ namespace Korvane {
 class DeviceFiles;
 class DeviceLink;
 
-/// What tells the connected board from others. Errors: `NotConnected`.
-[[nodiscard]] Async<QString> connectedBoard(DeviceLink &link);
-
 /// The files of the connected board. A place on another board is neither read nor written.
 class BoardStore final : public DocumentStore
 {

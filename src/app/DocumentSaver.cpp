@@ -167,7 +167,7 @@ QCoro::Task<bool> DocumentSaver::saveIntoBoardFolder(QUuid id, QString folder, Q
         m_parts.errors.report(permit.error());
         co_return false;
     }
-    const auto board = co_await connectedBoard(m_parts.link);
+    const auto board = co_await m_parts.link.boardIdentity();
     if (!life)
         co_return false;
     if (!board) {
