@@ -78,43 +78,42 @@ private slots:
         QVERIFY(!desk.file.isModified() && !desk.writer.isWriting());
     }
 
-    void asksBeforeAChangedFileIsReplaced_data()
-    {
-        QTest::addColumn<QByteArray>("held"); // null: no file
-        QTest::addColumn<QString>("choice");  // null: nothing is asked
-        QTest::addColumn<QString>("outcome");
-        QTest::newRow("as it was left") << "v0"_ba << QString() << u"written"_s;
-        QTest::newRow("as it will be") << "v1"_ba << QString() << u"written"_s;
-        QTest::newRow("deleted") << QByteArray() << QString() << u"written"_s;
-        QTest::newRow("replaced") << "theirs"_ba << u"Replace"_s << u"written"_s;
-        QTest::newRow("saved elsewhere") << "theirs"_ba << u"Save As…"_s << u"save as"_s;
-        QTest::newRow("canceled") << "theirs"_ba << u"Cancel"_s
-                                  << u"Save cancelled — /home/me/f.py is unchanged."_s;
-    }
-
     void asksBeforeAChangedFileIsReplaced()
     {
-        QFETCH(QByteArray, held);
-        QFETCH(QString, choice);
-        QFETCH(QString, outcome);
-        Desk desk;
-        if (!held.isNull())
-            desk.store.held = held;
-        desk.prompts.choice = choice;
-        auto saving = desk.save(u"v1"_s);
-        QTRY_VERIFY(saving.isReady() || desk.store.hasWaiting());
-        if (desk.store.hasWaiting())
-            desk.store.letThrough();
-        const auto result = awaited(std::move(saving));
-        QCOMPARE(desk.prompts.asked.size(), choice.isNull() ? 0 : 1);
-        if (!result)
-            QCOMPARE(result.error().message, outcome);
-        else
-            QCOMPARE(*result == DocumentWriter::Outcome::Written ? u"written"_s : u"save as"_s,
-                     outcome);
-        QCOMPARE(desk.file.isModified(), outcome != u"written");
-        QCOMPARE(desk.store.held.value_or(QByteArray()),
-                 outcome == u"written" ? "v1"_ba : "theirs"_ba);
+        struct Case
+        {
+            QByteArray held; // null: no file
+            QString choice;  // null: nothing is asked
+            QString outcome;
+        };
+        const QList<Case> cases{
+            {"v0", {}, u"written"_s}, // as it was left
+            {"v1", {}, u"written"_s}, // as it will be
+            {{}, {}, u"written"_s},
+            {"theirs", u"Replace"_s, u"written"_s},
+            {"theirs", u"Save As…"_s, u"save as"_s},
+            {"theirs", u"Cancel"_s, u"Save cancelled — /home/me/f.py is unchanged."_s},
+        };
+        for (const auto &[held, choice, outcome] : cases) {
+            Desk desk;
+            if (!held.isNull())
+                desk.store.held = held;
+            desk.prompts.choice = choice;
+            auto saving = desk.save(u"v1"_s);
+            QTRY_VERIFY(saving.isReady() || desk.store.hasWaiting());
+            if (desk.store.hasWaiting())
+                desk.store.letThrough();
+            const auto result = awaited(std::move(saving));
+            QCOMPARE(desk.prompts.asked.size(), choice.isNull() ? 0 : 1);
+            if (!result)
+                QCOMPARE(result.error().message, outcome);
+            else
+                QCOMPARE(*result == DocumentWriter::Outcome::Written ? u"written"_s : u"save as"_s,
+                         outcome);
+            const bool isWritten = outcome == u"written";
+            QCOMPARE(desk.file.isModified(), !isWritten);
+            QCOMPARE(desk.store.held, isWritten ? "v1"_ba : "theirs"_ba);
+        }
     }
 };
 

@@ -2,7 +2,6 @@
 #include "document/PythonTextStorage.h"
 #include "support/RecordingShell.h"
 
-#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTextBlock>
@@ -42,25 +41,19 @@ class tst_OpenFiles final : public QObject
     Q_OBJECT
 
 private slots:
-    void closesTabs_data()
-    {
-        QTest::addColumn<int>("selected");
-        QTest::addColumn<QString>("names");
-        QTest::newRow("the selected one") << 2 << u"[untitled.py] untitled2.py"_s;
-        QTest::newRow("another one") << 1 << u"untitled.py [untitled2.py]"_s;
-    }
-
     void closesTabs()
     {
-        QFETCH(int, selected);
-        Desk desk(3);
-        desk.documents.select(desk.id(selected));
-        const QSignalSpy selection(&desk.documents, &OpenFiles::selectedFileChanged);
-        desk.documents.closeFile(desk.id(2));
-        QTEST(desk.names(), "names");
-        QCOMPARE(selection.size(), selected == 2 ? 1 : 0);
-        desk.documents.newFile();
-        QVERIFY(desk.names().endsWith(u" [untitled3.py]"_s)); // numbered by its place
+        for (const auto &[selected, names] : {std::pair(2, u"[untitled.py] untitled2.py"_s),
+                                              {1, u"untitled.py [untitled2.py]"_s}}) {
+            Desk desk(3);
+            desk.documents.select(desk.id(selected));
+            const QSignalSpy selection(&desk.documents, &OpenFiles::selectedFileChanged);
+            desk.documents.closeFile(desk.id(2));
+            QCOMPARE(desk.names(), names);
+            QCOMPARE(selection.size(), selected == 2 ? 1 : 0);
+            desk.documents.newFile();
+            QVERIFY(desk.names().endsWith(u" [untitled3.py]"_s)); // numbered by its place
+        }
     }
 
     void neverStaysWithoutATab()
@@ -118,81 +111,41 @@ private slots:
         QVERIFY(file.isModified());
     }
 
-    void movesBreakpointsWithTheirLines_data()
-    {
-        QTest::addColumn<int>("line");   // the caret goes to its start
-        QTest::addColumn<int>("select"); // that many characters from there
-        QTest::addColumn<QString>("type");
-        QTest::addColumn<QSet<int>>("after"); // of 2 and 4
-        const auto row = [](const char *name, int line, int select, const char *type,
-                            const QSet<int> &after) {
-            QTest::newRow(name) << line << select << QString::fromLatin1(type) << after;
-        };
-        row("a line above", 1, 0, "new\n", {3, 5});
-        row("a line before the marked one", 2, 0, "\n", {3, 5});
-        row("text in the marked line", 2, 0, "x", {2, 4});
-        row("a line below", 5, 0, "\n", {2, 4});
-        row("a line between removed", 3, 3, "", {2, 3});
-        row("a marked line removed", 2, 3, "", {3});
-        row("a marked line joined with the one above", 3, 3, "", {2, 3});
-        row("everything removed", 1, 15, "", {});
-        row("lines replaced by as many", 1, 12, "1\n2\n3\n4\n", {2, 4});
-    }
-
     void movesBreakpointsWithTheirLines()
     {
-        QFETCH(int, line);
-        QFETCH(int, select);
-        QFETCH(QString, type);
-        EditorFile file(u"f.py"_s, {}, DocumentText::fromFile(u"l1\nl2\nl3\nl4\nl5\n"_s));
-        for (const int marked : {2, 4})
-            file.toggleBreakpoint(marked);
-        QTextCursor caret(file.storage().findBlockByNumber(line - 1));
-        caret.setPosition(caret.position() + select, QTextCursor::KeepAnchor);
-        caret.insertText(type);
-        QTEST(file.breakpoints(), "after");
-        QTextCursor(&file.storage()).insertText(u"\n"_s);
-        file.storage().undo();
-        QTEST(file.breakpoints(), "after");
-        file.storage().undo();
-        QCOMPARE(file.breakpoints(), (QSet<int>{2, 4}));
-        file.storage().redo();
-        QTEST(file.breakpoints(), "after");
-    }
-
-    void keepsBreakpointsOnTheirTextOverManyEdits()
-    {
-        const quint32 seed = QRandomGenerator::global()->generate();
-        QRandomGenerator random(seed);
-        QString text;
-        for (int line = 1; line <= 60; ++line)
-            text += u"line %1\n"_s.arg(line);
-        EditorFile file(u"f.py"_s, {}, DocumentText::fromFile(text));
-        const auto marked = [&file] {
-            QStringList lines;
-            for (const int line : file.breakpoints())
-                lines << file.storage().findBlockByNumber(line - 1).text();
-            lines.sort();
-            return lines;
+        struct Edit
+        {
+            int line;       // at whose start the caret is put
+            int characters; // selected from there, and replaced by
+            QString text;
+            QSet<int> after; // where the breakpoints of 2 and 4 are then
         };
-        for (const int line : {7, 23, 24, 51})
-            file.toggleBreakpoint(line);
-        const QStringList before = marked();
-        for (int edit = 0; edit < 40; ++edit) {
-            const int block = random.bounded(file.storage().blockCount() - 1);
-            QTextCursor caret(file.storage().findBlockByNumber(block));
-            if (edit % 3 == 0 && !file.breakpoints().contains(block + 1)) {
-                caret.movePosition(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
-                caret.removeSelectedText();
-            } else {
-                caret.insertText(u"# new\n"_s);
-            }
-            QVERIFY2(marked() == before, qPrintable(u"seed %1"_s.arg(seed)));
-        }
-        while (file.storage().isUndoAvailable())
+        const QList<Edit> edits{
+            {1, 0, u"above\n"_s, {3, 5}},
+            {2, 0, u"\n"_s, {3, 5}},
+            {2, 0, u"in the marked line"_s, {2, 4}},
+            {5, 0, u"\n"_s, {2, 4}},
+            {3, 3, {}, {2, 3}},
+            {2, 3, {}, {3}}, // the marked line itself
+            {1, 15, {}, {}},
+            {1, 12, u"1\n2\n3\n4\n"_s, {2, 4}}, // by as many
+        };
+        for (const Edit &edit : edits) {
+            EditorFile file(u"f.py"_s, {}, DocumentText::fromFile(u"l1\nl2\nl3\nl4\nl5\n"_s));
+            for (const int marked : {2, 4})
+                file.toggleBreakpoint(marked);
+            QTextCursor caret(file.storage().findBlockByNumber(edit.line - 1));
+            caret.setPosition(caret.position() + edit.characters, QTextCursor::KeepAnchor);
+            caret.insertText(edit.text);
+            QCOMPARE(file.breakpoints(), edit.after);
+            QTextCursor(&file.storage()).insertText(u"\n"_s);
             file.storage().undo();
-        QCOMPARE(file.breakpoints(), (QSet<int>{7, 23, 24, 51}));
-        QVERIFY(!file.isModified());
+            QCOMPARE(file.breakpoints(), edit.after);
+            file.storage().undo();
+            QCOMPARE(file.breakpoints(), (QSet<int>{2, 4}));
+            file.storage().redo();
+            QCOMPARE(file.breakpoints(), edit.after);
+        }
     }
 
     void opensTextAgainInTheSameTab()
