@@ -28,11 +28,7 @@ private:
     AppState &m_state;
 };
 
-using Step = std::function<void(BoardAppFixture &)>;
-
 } // namespace
-
-Q_DECLARE_METATYPE(Step)
 
 class tst_AppState final : public QObject
 {
@@ -83,16 +79,6 @@ private slots:
                  QStringList({u"info: ▶ Running untitled.py…"_s, u"output: hällo\n\x1b["_s,
                               u"error: SystemExit: 3\n"_s, u"info: ▶ Done."_s}));
         QCOMPARE(shop.table(), u"x:int=6"_s);
-    }
-
-    void runsNothingOfAnEmptyDocument()
-    {
-        BoardAppFixture shop;
-        shop.run();
-        shop.connectBoard();
-        shop.run();
-        QVERIFY(!shop.state->isRunning());
-        QCOMPARE(shop.lines().size(), 1); // the connection's
     }
 
     void runsOneAfterTheOther()
@@ -207,56 +193,38 @@ private slots:
         }
     }
 
-    void quitsAtAnyMoment_data()
+    /// Nothing is left to look at then: what is wrong shows as a crash, or as a leaked coroutine at
+    /// the end of the test.
+    void quitsAtAnyMoment()
     {
-        QTest::addColumn<Step>("reach");
-        const auto row = [](const char *name, Step step) { QTest::newRow(name) << step; };
-        row("at once", [](BoardAppFixture &) {});
         const auto runLocally = [](BoardAppFixture &shop) {
             shop.write(u"print('on')\nimport time\ntime.sleep(1)"_s);
             shop.run();
             QTRY_VERIFY(shop.text().contains(u"on\n"_s));
-        };
-        row("local run being stopped", [=](BoardAppFixture &shop) {
-            runLocally(shop);
-            shop.state->stopRun();
-        });
-        row("others wait for the session", [=](BoardAppFixture &shop) {
-            runLocally(shop);
             shop.state->submitShell(u"1"_s);
             shop.refresh();
-        });
-        row("session restarting", [=](BoardAppFixture &shop) {
+        };
+        const auto restart = [&](BoardAppFixture &shop) {
             runLocally(shop);
             shop.state->errors().reportFailureOf(
                 shop.state->variablesStore().restartLocalSession());
-        });
-        row("board entering", [](BoardAppFixture &shop) {
-            shop.connectBoard();
-            shop.board.setMute(true);
-            shop.runOnBoard();
-            QTRY_VERIFY(shop.board.received().contains('\x01'));
-        });
-        row("board command waits behind another", [](BoardAppFixture &shop) {
+        };
+        const auto waitForTheBoard = [](BoardAppFixture &shop) {
             shop.connectBoard();
             shop.board.setMute(true);
             shop.refresh();
             const auto second = shop.state->link().executeOnDevice(u"1"_s, std::chrono::seconds(9));
             QTRY_VERIFY(shop.board.received().contains('\x01'));
-        });
-    }
-
-    /// Nothing is left to look at then: what is wrong shows as a crash, or as a leaked coroutine at
-    /// the end of the test.
-    void quitsAtAnyMoment()
-    {
-        QFETCH(Step, reach);
-        BoardAppFixture shop;
-        reach(shop);
-        QVERIFY(!QTest::currentTestFailed());
-        shop.state.reset();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QCoreApplication::processEvents();
+        };
+        for (const std::function<void(BoardAppFixture &)> &reach :
+             {std::function<void(BoardAppFixture &)>(runLocally), {restart}, {waitForTheBoard}}) {
+            BoardAppFixture shop;
+            reach(shop);
+            QVERIFY(!QTest::currentTestFailed());
+            shop.state.reset();
+            QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+            QCoreApplication::processEvents();
+        }
     }
 };
 

@@ -173,46 +173,40 @@ private slots:
         }
     }
 
-    void asksForANameInTheBrowsedFolder_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("replace");
-        QTest::addColumn<QString>("said"); // %1: the folder
-        QTest::newRow("cancelled") << QString() << false << QString();
-        for (const QString &name : {u"a/b"_s, u"a:b"_s, u"."_s, u".."_s})
-            QTest::newRow(qPrintable(name))
-                << name << false << u"error: “%1” isn't a usable file name."_s.arg(name);
-        QTest::newRow("new") << u"new.py"_s << false << u"info: Saved %1/new.py"_s;
-        QTest::newRow("declined") << u"there.py"_s << false
-                                  << u"info: Save cancelled — %1/there.py is unchanged."_s;
-        QTest::newRow("replaced") << u"there.py"_s << true << u"info: Saved %1/there.py"_s;
-    }
-
     void asksForANameInTheBrowsedFolder()
     {
-        QFETCH(QString, name);
-        QFETCH(bool, replace);
-        QFETCH(QString, said);
         Desk fixture;
+        const QString home = fixture.home.path();
         put(fixture.at(u"there.py"_s), "old");
         fixture.write(u"text"_s);
-        fixture.prompts.name = name;
-        fixture.prompts.confirmation.confirmed = replace;
+        const auto save = [&](const QString &name, bool replaces = false) {
+            fixture.prompts.name = name;
+            fixture.prompts.confirmation.confirmed = replaces;
+            fixture.save();
+            return fixture.said().replace(home, u"~"_s);
+        };
+        const QString question = u"Save File | Save to %1. | untitled.py | Save"_s.arg(home);
+        QCOMPARE(save({}), QString());
+        QCOMPARE(fixture.prompts.takeAsked(), question);
+        for (const QString &name : {u"a/b"_s, u"a:b"_s, u"."_s, u".."_s})
+            QCOMPARE(save(name), u"error: “%1” isn't a usable file name."_s.arg(name));
+        fixture.prompts.asked.clear();
+        QCOMPARE(save(u"there.py"_s), u"info: Save cancelled — ~/there.py is unchanged."_s);
+        QCOMPARE(fixture.prompts.takeAsked(),
+                 question + u"\nReplace “there.py”? | there.py already exists in "_s + home
+                     + u". Saving replaces it. | Replace"_s);
+        QCOMPARE(fixture.place() + QString::fromUtf8(bytesOf(fixture.at(u"there.py"_s))),
+                 u"||*old"_s);
         const int version = fixture.state->localFiles().localFilesVersion();
-        fixture.save();
-        const QString home = fixture.home.path();
-        QCOMPARE(fixture.said(), said.replace(u"%1"_s, home));
-        QCOMPARE(bytesOf(fixture.at(u"there.py"_s)), replace ? "text"_ba : "old"_ba);
-        QStringList asked{u"Save File | Save to %1. | untitled.py | Save"_s.arg(home)};
-        if (name == u"there.py") {
-            asked << u"Replace “there.py”? | there.py already exists in %1. Saving replaces it. | "
-                     "Replace"_s.arg(home);
-        }
-        QCOMPARE(fixture.prompts.asked, asked);
-        const bool isSaved = said.startsWith(u"info: Saved");
-        QCOMPARE(fixture.place(), isSaved ? fixture.at(name) + u"||"_s : u"||*"_s);
-        QCOMPARE(fixture.file().name(), isSaved ? name : u"untitled.py"_s);
-        QCOMPARE(fixture.state->localFiles().localFilesVersion(), version + (isSaved ? 1 : 0));
+        QCOMPARE(save(u"there.py"_s, true), u"info: Saved ~/there.py"_s);
+        QCOMPARE(fixture.place(), fixture.at(u"there.py"_s) + u"||"_s);
+        QCOMPARE(bytesOf(fixture.at(u"there.py"_s)), "text"_ba);
+        QCOMPARE(fixture.state->localFiles().localFilesVersion(), version + 1);
+        fixture.state->documents().newFile();
+        fixture.prompts.asked.clear();
+        QCOMPARE(save(u"new.py"_s), u"info: Saved ~/new.py"_s);
+        QCOMPARE(fixture.prompts.asked.size(), 1);
+        QCOMPARE(fixture.file().name(), u"new.py"_s);
     }
 
     void livesOnTheBoard()

@@ -66,25 +66,6 @@ private slots:
         QVERIFY(!first.flag(Settings::serverEnabled));
     }
 
-    void readsOnlyWhatItUnderstands()
-    {
-        const QList<std::tuple<QByteArray, bool, int>> cases{
-            {"True", true, 0},
-            {"yes", false, 0},
-            {"true, true", false, 0},
-            {"70000", false, 70000},
-            {"1.5", false, 0},
-            {"99999999999", false, 0},
-            {"@Variant(\\0\\0\\0\\xff)", false, 0},
-        };
-        for (const auto &[value, flag, number] : cases) {
-            const Place place("[General]\nMCPServerPort=" + value + "\n");
-            const FileSettings settings(place.path);
-            QVERIFY2(settings.flag(Settings::serverPort) == flag, value);
-            QVERIFY2(settings.number(Settings::serverPort) == number, value);
-        }
-    }
-
     void survivesABrokenOrMissingFile()
     {
         const Place place(

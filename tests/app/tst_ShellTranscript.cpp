@@ -3,7 +3,6 @@
 
 #include <QRandomGenerator>
 #include <QRegularExpression>
-#include <QSet>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -53,8 +52,6 @@ private slots:
             QCOMPARE(cleanedByDefinition(printed), expected);
             QCOMPARE(shown({printed}), expected);
             QCOMPARE(shown(printed.split(QString(), Qt::SkipEmptyParts)), expected);
-            for (qsizetype at = 1; at < printed.size(); ++at)
-                QCOMPARE(shown({printed.first(at), printed.sliced(at)}), expected);
         }
     }
 
@@ -147,20 +144,6 @@ private slots:
         shell.clear();
         shell.appendOutput(u"\nnew"_s);
         QCOMPARE(describe(shell.replLines()), QStringList{u"output: new"_s});
-    }
-
-    void extendsTheLastLineInPlace()
-    {
-        // A copy of the line for each chunk would give it a new place in memory each time.
-        ShellTranscript shell;
-        const QString chunk(1000, u'x');
-        QSet<const QChar *> places;
-        for (int i = 0; i < 5000; ++i) {
-            shell.appendOutput(chunk);
-            places.insert(shell.replLines().constLast().text.constData());
-        }
-        QCOMPARE(shell.replLines().constLast().text.size(), 5'000'000);
-        QVERIFY2(places.size() < 100, qPrintable(QString::number(places.size())));
     }
 };
 
