@@ -25,16 +25,6 @@ private slots:
             QVERIFY2(Utf8::unfinishedTailLength(bytes) == length, bytes.toPercentEncoding());
     }
 
-    void joinsCharactersSplitAtEveryByte()
-    {
-        const QString text = QStringLiteral("\uFEFFé€😀z");
-        Utf8::ChunkDecoder decoder;
-        QString joined;
-        for (const char byte : text.toUtf8())
-            joined += decoder.feed(QByteArrayView(&byte, 1)).value_or(QStringLiteral("dropped"));
-        QCOMPARE(joined, text);
-    }
-
     void dropsAnIllFormedChunkAndRecovers()
     {
         Utf8::ChunkDecoder decoder;
