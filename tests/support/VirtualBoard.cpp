@@ -2,7 +2,6 @@
 
 #include <QDeadlineTimer>
 
-#include <csignal>
 #include <utility>
 
 namespace Korvane {
@@ -35,22 +34,7 @@ bool VirtualBoard::start()
         }
     }
     // The port's path, then the process id of the board.
-    m_boardId = said.trimmed().split('\n').last().toLongLong();
-    return m_boardId > 0;
-}
-
-void VirtualBoard::kill()
-{
-    if (m_boardId > 0)
-        ::kill(static_cast<pid_t>(m_boardId), SIGKILL);
-    m_boardId = 0;
-    m_process.waitForFinished();
-}
-
-bool VirtualBoard::restart()
-{
-    kill();
-    return start();
+    return said.trimmed().split('\n').last().toLongLong() > 0;
 }
 
 } // namespace Korvane

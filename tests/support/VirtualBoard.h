@@ -21,18 +21,13 @@ public:
     /// True once the port is there; otherwise errorText() says why not. Blocks, also while npm
     /// fetches what the board consists of.
     [[nodiscard]] bool start();
-    /// Stays the same from start to start.
     [[nodiscard]] QString port() const { return m_port.path(); }
-    /// The board dies at once, and its port with it.
-    void kill();
-    [[nodiscard]] bool restart();
     [[nodiscard]] QString errorText() const { return m_errorText; }
 
 private:
     TestPort m_port;
     QStringList m_options;
     QProcess m_process;
-    qint64 m_boardId = 0;
     QString m_errorText;
 };
 
