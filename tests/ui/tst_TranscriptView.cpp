@@ -115,7 +115,7 @@ private slots:
     {
         const QString line = u"y"_s.repeated(100);
         Pane pane;
-        pane.print(u"x"_s + u"🌍"_s.repeated(TranscriptView::maxBlockLength));
+        pane.print(u"x"_s + u"🌍"_s.repeated(TranscriptBlock::maxLength));
         pane.shell.appendInfo(u"and"_s);
         pane.print((line + u'\n').repeated(5'000)); // shares blocks, and comes in several pieces
         QTRY_VERIFY(pane.view->isCaughtUp());
@@ -124,7 +124,7 @@ private slots:
         bool isFlood = false;
         for (QTextBlock block = pane.view->document()->begin(); block.isValid();
              block = block.next()) {
-            QVERIFY(block.length() <= TranscriptView::maxBlockLength + 1);
+            QVERIFY(block.length() <= TranscriptBlock::maxLength + 1);
             QVERIFY(block.text().isValidUtf16());
             for (const QString &row : block.text().split(QChar::LineSeparator))
                 QVERIFY(!isFlood || row == line);

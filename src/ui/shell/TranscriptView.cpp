@@ -24,173 +24,7 @@ constexpr qsizetype turnCharacters = 131'072;
 constexpr qsizetype pieceCharacters = 8'192; // between looks at the clock
 constexpr qsizetype lineCost = 64;           // what even an empty line costs, in characters
 
-// From here on lines share blocks. Below, each line is a block of its own, as screen readers like.
-constexpr qsizetype floodCharacters = 65'536;
-constexpr int manyBlocks = 20'000;
-
-// A line starts in a block that has room for so much of it. It may come in several pieces, and
-// where a block ends inside a line a row breaks that the program did not break.
-constexpr qsizetype roomForLine = 500;
-
-// Laid-out blocks behind the end that keep their layout; the rest is laid out again when seen.
-constexpr int keptLayouts = 200;
-
-constexpr QChar lineEnd = u'\n';
-
-/// What the view knows of each block, kept in the block's user state.
-struct BlockState
-{
-    REPLLine::Kind kind = REPLLine::Kind::Output;
-    bool continuesLine = false; // no line end stands between the previous block and this one
-    int lines = 1;              // how many lines share the block
-
-    [[nodiscard]] static BlockState of(const QTextBlock &block)
-    {
-        const int state = std::max(block.userState(), 0); // -1 when never set
-        return {static_cast<REPLLine::Kind>(state & 3), (state & 4) != 0, std::max(state >> 3, 1)};
-    }
-    [[nodiscard]] int packed() const
-    {
-        return static_cast<int>(kind) | (continuesLine ? 4 : 0) | (lines << 3);
-    }
-};
-
-bool endsLine(QChar character)
-{
-    return character == lineEnd || character == u'\r' || character == QChar::ParagraphSeparator
-        || character == QChar::LineSeparator;
-}
-
-/// The document keeps these for itself: frame marks and embedded objects.
-bool isReserved(QChar character)
-{
-    return character == QChar(0xfdd0) || character == QChar(0xfdd1)
-        || character == QChar::ObjectReplacementCharacter;
-}
-
 } // namespace
-
-/// Writes lines at the end of the document, within one edit block.
-class TranscriptView::Writer final
-{
-public:
-    explicit Writer(TranscriptView &view)
-        : m_view(view)
-        , m_cursor(view.document())
-    {
-        m_cursor.movePosition(QTextCursor::End);
-        m_cursor.beginEditBlock();
-    }
-    ~Writer()
-    {
-        writePending();
-        m_cursor.endEditBlock();
-    }
-    Writer(const Writer &) = delete;
-    Writer &operator=(const Writer &) = delete;
-
-    /// Goes on with a line of the Shell of which \p waiting characters are not shown yet.
-    void enterLine(REPLLine::Kind kind, qsizetype waiting)
-    {
-        writePending(); // what belongs to the line before
-        m_kind = kind;
-        m_sharesBlocks = waiting > floodCharacters || m_view.blockCount() > manyBlocks;
-        if (m_view.m_lineBegun)
-            return;
-        if (m_view.m_line > 0)
-            startBlock(false);
-        else
-            markBlock(false); // the block that every document begins with
-        m_view.m_lineBegun = true;
-        m_view.m_owesLineEnd = false;
-    }
-
-    void append(QStringView text)
-    {
-        while (!text.isEmpty()) {
-            const auto end = std::find_if(text.cbegin(), text.cend(), endsLine);
-            const auto length = static_cast<qsizetype>(end - text.cbegin());
-            if (m_view.m_owesLineEnd)
-                writeLineEnd(length);
-            appendWithinLine(text.first(length));
-            m_view.m_owesLineEnd = length < text.size();
-            text = text.sliced(std::min(length + 1, text.size()));
-        }
-    }
-
-private:
-    void appendWithinLine(QStringView text)
-    {
-        while (!text.isEmpty()) {
-            qsizetype take = std::min(maxBlockLength - m_view.m_blockLength, text.size());
-            if (take > 0 && take < text.size() && text[take - 1].isHighSurrogate())
-                --take;
-            if (take <= 0) {
-                startBlock(true);
-                continue;
-            }
-            m_pending.append(text.first(take));
-            m_view.m_blockLength += take;
-            text = text.sliced(take);
-        }
-    }
-
-    /// Before a line of which \p nextLength characters are at hand.
-    void writeLineEnd(qsizetype nextLength)
-    {
-        m_view.m_owesLineEnd = false;
-        const qsizetype room = maxBlockLength - m_view.m_blockLength - 1;
-        if (!m_sharesBlocks || room < std::max(nextLength, roomForLine)) {
-            startBlock(false);
-            return;
-        }
-        m_pending.append(QChar::LineSeparator);
-        ++m_view.m_blockLength;
-        ++m_view.m_blockLines;
-    }
-
-    void writePending()
-    {
-        if (m_pending.isEmpty())
-            return;
-        std::replace_if(m_pending.begin(), m_pending.end(), isReserved,
-                        QChar(QChar::ReplacementCharacter));
-        m_cursor.insertText(m_pending, m_view.format(m_kind));
-        m_pending.resize(0);
-        if (m_view.m_blockLines > 1) {
-            // The document takes every block that it has not laid out for one line high.
-            QTextBlock block = m_cursor.block();
-            BlockState state = BlockState::of(block);
-            state.lines = m_view.m_blockLines;
-            block.setUserState(state.packed());
-            block.setLineCount(std::max(block.lineCount(), m_view.m_blockLines));
-        }
-    }
-
-    void startBlock(bool continuesLine)
-    {
-        writePending();
-        m_cursor.insertBlock();
-        markBlock(continuesLine);
-        QTextBlock passed =
-            m_view.document()->findBlockByNumber(m_cursor.block().blockNumber() - keptLayouts);
-        if (passed.isValid())
-            passed.clearLayout();
-    }
-
-    void markBlock(bool continuesLine)
-    {
-        m_cursor.block().setUserState(BlockState{m_kind, continuesLine, 1}.packed());
-        m_view.m_blockLength = 0;
-        m_view.m_blockLines = 1;
-    }
-
-    TranscriptView &m_view;
-    QTextCursor m_cursor;
-    REPLLine::Kind m_kind = REPLLine::Kind::Output;
-    QString m_pending;
-    bool m_sharesBlocks = false;
-};
 
 /// A selection that reaches the end of the document would grow with it.
 class TranscriptView::SelectionKeeper final
@@ -282,7 +116,8 @@ bool TranscriptView::isCaughtUp() const
 {
     const QList<REPLLine> &lines = m_transcript.replLines();
     return m_line == lines.size()
-        || (m_line == lines.size() - 1 && m_lineBegun && m_offset == lines.constLast().text.size());
+        || (m_line == lines.size() - 1 && m_tail.isLineBegun
+            && m_offset == lines.constLast().text.size());
 }
 
 void TranscriptView::followEnd()
@@ -297,10 +132,7 @@ void TranscriptView::forget()
     m_scroll.stop();
     m_line = 0;
     m_offset = 0;
-    m_lineBegun = false;
-    m_owesLineEnd = false;
-    m_blockLength = 0;
-    m_blockLines = 1;
+    m_tail = {};
     m_followsEnd = true;
     const QScopedValueRollback guard(m_isAdjusting, true);
     clear();
@@ -341,14 +173,16 @@ void TranscriptView::showMore()
 void TranscriptView::takeOver()
 {
     const QList<REPLLine> &lines = m_transcript.replLines();
-    Writer writer(*this);
+    TranscriptWriter writer(
+        *document(), m_tail,
+        [this](REPLLine::Kind kind) -> const QTextCharFormat & { return format(kind); });
     QElapsedTimer time;
     time.start();
     qsizetype taken = 0;
     while (taken < turnCharacters && time.elapsed() < turnMilliseconds) {
         const REPLLine &line = lines[m_line];
         const qsizetype waiting = line.text.size() - m_offset;
-        writer.enterLine(line.kind, waiting);
+        writer.enterLine(line.kind, waiting, m_line == 0);
         // A view into the transcript's own text: copying a line that grows would cost its square.
         const auto text =
             QStringView(line.text).sliced(m_offset, std::min(waiting, pieceCharacters));
@@ -361,7 +195,7 @@ void TranscriptView::takeOver()
             return; // it may still grow
         ++m_line;
         m_offset = 0;
-        m_lineBegun = false;
+        m_tail.isLineBegun = false;
     }
 }
 
@@ -395,11 +229,11 @@ QMimeData *TranscriptView::createMimeDataFromSelection() const
          block.isValid() && block.position() <= end; block = block.next()) {
         const int from = std::max(start - block.position(), 0);
         const int to = std::min(end - block.position(), block.length() - 1);
-        if (block.position() > start && !BlockState::of(block).continuesLine)
-            text.append(lineEnd);
+        if (block.position() > start && !TranscriptBlock::of(block).continuesLine)
+            text.append(u'\n');
         text.append(QStringView(block.text()).sliced(from, to - from));
     }
-    text.replace(QChar::LineSeparator, lineEnd);
+    text.replace(QChar::LineSeparator, QChar(u'\n'));
     auto *copied = new QMimeData;
     copied->setText(text);
     return copied;
@@ -432,7 +266,7 @@ void TranscriptView::restoreLineCounts()
 {
     bool isChanged = false;
     for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
-        const int lines = BlockState::of(block).lines;
+        const int lines = TranscriptBlock::of(block).lines;
         if (lines > block.lineCount()) {
             block.setLineCount(lines);
             isChanged = true;
@@ -454,7 +288,7 @@ void TranscriptView::applyTheme()
     QTextCursor cursor(document());
     cursor.beginEditBlock();
     for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
-        const REPLLine::Kind kind = BlockState::of(block).kind;
+        const REPLLine::Kind kind = TranscriptBlock::of(block).kind;
         if (kind != REPLLine::Kind::Error && kind != REPLLine::Kind::Info)
             continue;
         cursor.setPosition(block.position());

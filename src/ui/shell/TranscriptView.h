@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/Records.h"
+#include "ui/shell/TranscriptWriter.h"
 
 #include <QPlainTextEdit>
 #include <QTextCharFormat>
@@ -15,19 +15,16 @@ class ShellTranscript;
 ///
 /// It takes what is new from the transcript at its own pace, a bounded piece in each turn of the
 /// event loop, so that a program that floods the Shell never stops the window. A line longer than
-/// `maxBlockLength` is shown in several blocks of the document, and where a lot waits, several
-/// lines share a block: a document of a million blocks would cost seconds and a gigabyte at each
-/// change of its width. What is copied is the text as it was printed.
+/// `TranscriptBlock::maxLength` is shown in several blocks of the document, and where a lot waits,
+/// several lines share a block: a document of a million blocks would cost seconds and a gigabyte at
+/// each change of its width. What is copied is the text as it was printed.
 ///
-/// It keeps showing the end unless the person has scrolled away from it.
+/// It keeps showing the end unless the user has scrolled away from it.
 class TranscriptView final : public QPlainTextEdit
 {
     Q_OBJECT
 
 public:
-    /// In characters.
-    static constexpr qsizetype maxBlockLength = 2000;
-
     /// \p transcript must outlive this.
     explicit TranscriptView(const ShellTranscript &transcript, QWidget *parent = nullptr);
 
@@ -43,7 +40,6 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    class Writer;
     class SelectionKeeper;
 
     void forget();
@@ -64,16 +60,13 @@ private:
     QVariantAnimation m_scroll;
 
     // How far the transcript has been taken over.
-    qsizetype m_line = 0;        // index of the line being taken
-    qsizetype m_offset = 0;      // characters taken of it
-    bool m_lineBegun = false;    // its first block exists
-    bool m_owesLineEnd = false;  // a line end was taken; it is shown when something follows
-    qsizetype m_blockLength = 0; // characters in the last block
-    int m_blockLines = 1;        // lines that share the last block
+    qsizetype m_line = 0;   // index of the line being taken
+    qsizetype m_offset = 0; // characters taken of it
+    TranscriptTail m_tail;
 
     bool m_followsEnd = true;
     int m_scrolledTo = 0;
-    bool m_isAdjusting = false; // scroll bar changes are ours, not the person's
+    bool m_isAdjusting = false; // scroll bar changes are made here, not by the user
 };
 
 } // namespace Korvane

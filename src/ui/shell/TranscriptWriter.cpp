@@ -1,0 +1,159 @@
+#include "ui/shell/TranscriptWriter.h"
+
+#include <QTextBlock>
+#include <QTextDocument>
+
+#include <algorithm>
+#include <utility>
+
+namespace Korvane {
+
+namespace {
+
+// From here on lines share blocks. Below, each line is a block of its own, as screen readers like.
+constexpr qsizetype floodCharacters = 65'536;
+constexpr int manyBlocks = 20'000;
+
+// A line starts in a block that has room for so much of it. It may come in several pieces, and
+// where a block ends inside a line a row breaks that the program did not break.
+constexpr qsizetype roomForLine = 500;
+
+// Laid-out blocks behind the end that keep their layout; the rest is laid out again when seen.
+constexpr int keptLayouts = 200;
+
+bool endsLine(QChar character)
+{
+    return character == u'\n' || character == u'\r' || character == QChar::ParagraphSeparator
+        || character == QChar::LineSeparator;
+}
+
+/// The document keeps these for itself: frame marks and embedded objects.
+bool isReserved(QChar character)
+{
+    return character == QChar(0xfdd0) || character == QChar(0xfdd1)
+        || character == QChar::ObjectReplacementCharacter;
+}
+
+} // namespace
+
+TranscriptBlock TranscriptBlock::of(const QTextBlock &block)
+{
+    const int state = std::max(block.userState(), 0); // -1 when never set
+    return {static_cast<REPLLine::Kind>(state & 3), (state & 4) != 0, std::max(state >> 3, 1)};
+}
+
+int TranscriptBlock::packed() const
+{
+    return static_cast<int>(kind) | (continuesLine ? 4 : 0) | (lines << 3);
+}
+
+TranscriptWriter::TranscriptWriter(QTextDocument &document, TranscriptTail &tail, Format format)
+    : m_document(document)
+    , m_tail(tail)
+    , m_format(std::move(format))
+    , m_cursor(&document)
+{
+    m_cursor.movePosition(QTextCursor::End);
+    m_cursor.beginEditBlock();
+}
+
+TranscriptWriter::~TranscriptWriter()
+{
+    writePending();
+    m_cursor.endEditBlock();
+}
+
+void TranscriptWriter::enterLine(REPLLine::Kind kind, qsizetype waiting, bool isFirst)
+{
+    writePending(); // what belongs to the line before
+    m_kind = kind;
+    m_sharesBlocks = waiting > floodCharacters || m_document.blockCount() > manyBlocks;
+    if (m_tail.isLineBegun)
+        return;
+    if (isFirst)
+        markBlock(false);
+    else
+        startBlock(false);
+    m_tail.isLineBegun = true;
+    m_tail.owesLineEnd = false;
+}
+
+void TranscriptWriter::append(QStringView text)
+{
+    while (!text.isEmpty()) {
+        const auto end = std::find_if(text.cbegin(), text.cend(), endsLine);
+        const auto length = static_cast<qsizetype>(end - text.cbegin());
+        if (m_tail.owesLineEnd)
+            writeLineEnd(length);
+        appendWithinLine(text.first(length));
+        m_tail.owesLineEnd = length < text.size();
+        text = text.sliced(std::min(length + 1, text.size()));
+    }
+}
+
+void TranscriptWriter::appendWithinLine(QStringView text)
+{
+    while (!text.isEmpty()) {
+        qsizetype take = std::min(TranscriptBlock::maxLength - m_tail.blockLength, text.size());
+        if (take > 0 && take < text.size() && text[take - 1].isHighSurrogate())
+            --take;
+        if (take <= 0) {
+            startBlock(true);
+            continue;
+        }
+        m_pending.append(text.first(take));
+        m_tail.blockLength += take;
+        text = text.sliced(take);
+    }
+}
+
+// Before a line of which \p nextLength characters are at hand.
+void TranscriptWriter::writeLineEnd(qsizetype nextLength)
+{
+    m_tail.owesLineEnd = false;
+    const qsizetype room = TranscriptBlock::maxLength - m_tail.blockLength - 1;
+    if (!m_sharesBlocks || room < std::max(nextLength, roomForLine)) {
+        startBlock(false);
+        return;
+    }
+    m_pending.append(QChar::LineSeparator);
+    ++m_tail.blockLength;
+    ++m_tail.blockLines;
+}
+
+void TranscriptWriter::writePending()
+{
+    if (m_pending.isEmpty())
+        return;
+    std::replace_if(m_pending.begin(), m_pending.end(), isReserved,
+                    QChar(QChar::ReplacementCharacter));
+    m_cursor.insertText(m_pending, m_format(m_kind));
+    m_pending.resize(0);
+    if (m_tail.blockLines > 1) {
+        // The document takes every block that it has not laid out for one line high.
+        QTextBlock block = m_cursor.block();
+        TranscriptBlock state = TranscriptBlock::of(block);
+        state.lines = m_tail.blockLines;
+        block.setUserState(state.packed());
+        block.setLineCount(std::max(block.lineCount(), m_tail.blockLines));
+    }
+}
+
+void TranscriptWriter::startBlock(bool continuesLine)
+{
+    writePending();
+    m_cursor.insertBlock();
+    markBlock(continuesLine);
+    QTextBlock passed = m_document.findBlockByNumber(m_cursor.block().blockNumber() - keptLayouts);
+    if (passed.isValid())
+        passed.clearLayout();
+}
+
+void TranscriptWriter::markBlock(bool continuesLine)
+{
+    m_cursor.block().setUserState(TranscriptBlock{m_kind, continuesLine, 1}.packed());
+    m_tail.blockLength = 0;
+    m_tail.blockLines = 1;
+}
+
+} // namespace Korvane
