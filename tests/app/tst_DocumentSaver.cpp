@@ -63,21 +63,6 @@ private:
 private slots:
     void initTestCase() { QVERIFY2(m_board.start(), qPrintable(m_board.errorText())); }
 
-    void keepsAnOpenDocumentsEditsWhenOpenedAgain()
-    {
-        Desk fixture;
-        put(fixture.at(u"f.py"_s), "1");
-        QVERIFY(fixture.open(fixture.at(u"f.py"_s)));
-        fixture.write(u"edited"_s);
-        fixture.state->documents().newFile();
-        auto first = fixture.state->documents().openFile(fixture.at(u"f.py"_s));
-        QVERIFY(fixture.open(fixture.at(u"f.py"_s)));
-        QCOMPARE(fixture.file().content(), u"edited"_s);
-        put(fixture.at(u"binary"_s), "\xFF");
-        QCOMPARE(fixture.open(fixture.at(u"binary"_s)).error().code, ErrorCode::NotText);
-        QCOMPARE(fixture.state->documents().openFiles().size(), 3);
-    }
-
     void keepsTheEditsUntilTheyAreSavedSomewhere()
     {
         Desk fixture;
@@ -157,9 +142,17 @@ private slots:
         Desk fixture;
         put(fixture.at(u"f.py"_s), "1");
         QVERIFY(QFile::link(fixture.at(u"f.py"_s), fixture.at(u"link.py"_s)));
-        for (const QString &name : {u"f.py"_s, u"link.py"_s, u"./f.py"_s, u"/f.py"_s})
-            QVERIFY(fixture.open(fixture.home.path() + u'/' + name));
+        for (const QString &name : {u"f.py"_s, u"link.py"_s, u"./f.py"_s, u"/f.py"_s}) {
+            const QString path = fixture.home.path() + u'/' + name;
+            auto first = fixture.state->documents().openFile(path);
+            QVERIFY(fixture.open(path));
+            fixture.write(u"edited"_s);
+            fixture.state->documents().select(fixture.state->documents().openFiles()[0]->id());
+        }
         QCOMPARE(fixture.state->documents().openFiles().size(), 2);
+        QCOMPARE(fixture.state->documents().openFiles()[1]->content(), u"edited"_s);
+        put(fixture.at(u"binary"_s), "\xFF");
+        QCOMPARE(fixture.open(fixture.at(u"binary"_s)).error().code, ErrorCode::NotText);
         // Another document that is saved there replaces it.
         fixture.state->documents().newFile();
         fixture.write(u"2"_s);

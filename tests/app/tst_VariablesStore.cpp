@@ -1,8 +1,6 @@
 #include "app/AppFixture.h"
 #include "support/ScriptedBoard.h"
 
-#include <QSignalSpy>
-
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
@@ -74,19 +72,6 @@ private slots:
         QTRY_COMPARE(shop.programs.constLast(), "last"_ba);
         QCOMPARE(shop.programs.size(), 2);
         QTRY_VERIFY(shop.isBoardIdle());
-    }
-
-    void asksTheSessionWithoutABoard()
-    {
-        AppFixture shop;
-        QSignalSpy changes(&shop.state->variablesStore(), &VariablesStore::variablesChanged);
-        shop.state->submitShell(u"x = [5]"_s);
-        QTRY_COMPARE(shop.table(), u"x:list=[5]"_s);
-        shop.state->submitShell(u"x.append(6)"_s);
-        shop.refresh();
-        shop.refresh();
-        QTRY_COMPARE(changes.size(), 4);
-        QCOMPARE(shop.table(), u"x:list=[5, 6]"_s);
     }
 
     void saysWhenThereIsNoSessionToRestart()
