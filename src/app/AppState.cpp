@@ -53,7 +53,9 @@ QCoro::Task<void> AppState::runCurrentFile()
         co_return;
     setRunning(true);
     if (m_link.connectionState().isConnected()) {
-        m_programRun.runOnDeviceStreamed(selected->content());
+        const QString source = selected->content();
+        m_debugSession.debugStop(); // a paused program waits for a command of the debugger
+        m_programRun.runOnDeviceStreamed(source);
         setRunning(false);
         co_return;
     }

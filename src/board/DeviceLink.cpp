@@ -183,7 +183,7 @@ void DeviceLink::endCommands()
 
 Async<DeviceExecution> DeviceLink::executeOnDeviceRaw(QString code,
                                                       std::chrono::duration<double> timeout,
-                                                      CallStop stop)
+                                                      CallStop stop, WhenBusy whenBusy)
 {
     if (!m_connectionState.isConnected())
         co_return DeviceError::notConnected();
@@ -193,10 +193,11 @@ Async<DeviceExecution> DeviceLink::executeOnDeviceRaw(QString code,
     }
     const auto life = m_life.watch();
     const auto position = m_commands.insert(
-        m_commands.end(), std::make_unique<RawReplExchange>(m_serial, code, timeout));
+        m_commands.end(), std::make_unique<RawReplExchange>(m_serial, code, timeout, whenBusy));
     RawReplExchange *command = position->get();
     connect(command, &RawReplExchange::finished, this,
             [this, command] { releaseCommand(command); });
+    connect(command, &RawReplExchange::oldOutputReceived, this, &DeviceLink::dataReceived);
     m_waiting.push_back(command);
     startNextCommand();
     const std::stop_callback dropping(stop.unwanted, [this, command] { dropWaiting(command); });
@@ -208,10 +209,12 @@ Async<DeviceExecution> DeviceLink::executeOnDeviceRaw(QString code,
     co_return *std::move(result);
 }
 
-Async<QString> DeviceLink::executeOnDevice(QString code, std::chrono::duration<double> timeout)
+Async<QString> DeviceLink::executeOnDevice(QString code, std::chrono::duration<double> timeout,
+                                           WhenBusy whenBusy)
 {
+    CallStop stop; // named: GCC 12 mishandles temporaries in a co_await expression
     // Uses no member after the wait, so that the lifetime need not be tested.
-    auto result = co_await executeOnDeviceRaw(std::move(code), timeout);
+    auto result = co_await executeOnDeviceRaw(std::move(code), timeout, std::move(stop), whenBusy);
     if (!result)
         co_return result.error();
     if (!result->stderr.isEmpty())

@@ -5,6 +5,7 @@
 #include "base/Lifetime.h"
 #include "board/BoardRecords.h"
 #include "board/DeviceLinkClient.h"
+#include "board/RawReplHandshake.h"
 #include "serial/PortWatcher.h"
 #include "serial/SerialPortManager.h"
 
@@ -32,6 +33,8 @@ class DeviceLink final : public QObject
     Q_OBJECT
 
 public:
+    using WhenBusy = RawReplHandshake::WhenBusy;
+
     /// Borrows \p shell.
     explicit DeviceLink(ShellSink &shell, SerialPortManager::Roots roots = {},
                         QObject *parent = nullptr);
@@ -67,18 +70,21 @@ public:
     [[nodiscard]] Async<void> softReset();
 
     /// Waits until the link is free, also of a program that was started meanwhile, then runs \p
-    /// code on the board. Errors: `NotConnected` (also when the connection ends first),
+    /// code on the board. With \p whenBusy Interrupt, a program that doesn't come from here, such
+    /// as one started at the Shell's prompt, is interrupted, and what it prints until then is in
+    /// dataReceived. Errors: `NotConnected` (also when the connection ends first),
     /// `ProgramRunning`, `PausedAtBreakpoint` (nothing was written), `NoRawREPL`, `TimedOut` (the
     /// program was interrupted, unless the link was taken by force), `Closed` (this object was
     /// destroyed). \p timeout counts from when the link is free; its whole seconds are named in
     /// the error. \p stop ends a command that is waiting, with `Cancelled`, and interrupts one that
     /// is canceled while it runs: its result is then what the program printed.
-    [[nodiscard]] Async<DeviceExecution> executeOnDeviceRaw(QString code,
-                                                            std::chrono::duration<double> timeout,
-                                                            CallStop stop = {});
+    [[nodiscard]] Async<DeviceExecution> executeOnDeviceRaw(
+        QString code, std::chrono::duration<double> timeout, CallStop stop = {},
+        WhenBusy whenBusy = WhenBusy::KeepAsking);
     /// The same, yielding the output alone; a traceback is an error of code `Remote`.
     [[nodiscard]] Async<QString> executeOnDevice(QString code,
-                                                 std::chrono::duration<double> timeout);
+                                                 std::chrono::duration<double> timeout,
+                                                 WhenBusy whenBusy = WhenBusy::KeepAsking);
 
     /// Changes whenever a connection begins or ends: equal numbers mean the same connection.
     [[nodiscard]] int connectionNumber() const { return m_connectionNumber; }

@@ -42,31 +42,68 @@ ProgramRun::~ProgramRun()
         m_link.serial().setDataInterceptor({});
 }
 
-void ProgramRun::runOnDeviceStreamed(const QString &source)
+void ProgramRun::runOnDeviceStreamed(const QString &source, BoardState boardState)
 {
-    // A run before this one is no longer waited for once it has ended. One that has not may still
-    // be on the board when this one gives up; then its end is as good as ever.
+    // The rest of an ended run's reply is no longer waited for. A run that has not ended may still
+    // be on the board when this one gives up; its end is handled whenever it comes.
     m_lateReply.stop();
-    if (m_reply == Reply::Ending)
+    if (m_reply == Reply::Ending || boardState == BoardState::AtPrompt)
         m_reply = Reply::None;
-    // What follows goes to the watcher, so nothing can complete what waits in the stream; and the
-    // beginning of a record would swallow the first output of the new program. The end marks are
-    // counted from here, too.
-    flushStream();
-
+    if (!m_isEntering) {
+        // What a command that loses the link has printed is its reply, not output.
+        m_showsOldOutput = boardState == BoardState::MayBeBusy && !m_link.deviceCommandInFlight();
+    }
     m_isEntering = true;
     m_source = source;
     m_link.setDeviceCommandInFlight(true);
-    m_link.serial().setDataInterceptor(
-        [this](const QByteArray &chunk) { m_handshake.feed(chunk); });
-    m_handshake.start([this] { sendProgram(); }, [this] { giveUp(); });
+    m_link.serial().setDataInterceptor([this](const QByteArray &chunk) { takeEntering(chunk); });
+    const auto onGiveUp = [this] { giveUp(); };
+    if (m_deviceProgramRunning) {
+        // What the board has not received of the old program would follow the Ctrl-C.
+        m_link.serial().discardPendingOutput();
+        m_link.serial().write("\x03");
+        m_handshake.start(RawReplHandshake::WhenBusy::KeepAsking, onGiveUp);
+    } else {
+        // A program that was told to quit makes the board reset itself, often into the raw REPL.
+        const bool isQuitting = m_reply == Reply::Awaited;
+        m_handshake.start(RawReplHandshake::WhenBusy::Interrupt, onGiveUp,
+                          isQuitting ? RawReplHandshake::FirstAttempt::Later
+                                     : RawReplHandshake::FirstAttempt::Now);
+    }
+}
+
+/// Until the banner comes, the board may still send the output of the program that it was running,
+/// with stops and an end.
+void ProgramRun::takeEntering(const QByteArray &chunk)
+{
+    const RawReplHandshake::Received received = m_handshake.feed(chunk);
+    if (m_showsOldOutput)
+        handleDeviceData(received.beforeBanner);
+    // A slot that was told of a stop or an end may have called the run off.
+    if (received.hasEntered && m_isEntering)
+        sendProgram();
+}
+
+void ProgramRun::showHeldBack()
+{
+    const QByteArray bytes = m_handshake.takeHeldBack();
+    if (m_showsOldOutput)
+        handleDeviceData(bytes);
 }
 
 void ProgramRun::sendProgram()
 {
+    // Nothing completes what is incomplete now. The beginning of a record would swallow the first
+    // output of the new program, and its end marks are counted from here.
+    flushStream();
+    // The board is at a prompt: a program whose end mark has not come was ended by a reset.
+    noteEnd();
+    if (!m_isEntering)
+        return;
+    m_lateReply.stop();
     const QString source = std::exchange(m_source, {});
     m_reply = Reply::Awaited;
-    // Before the line is free, so that no command can slip in between.
+    // Before the link is free, so that no command can start in between.
     const bool wasRunning = std::exchange(m_deviceProgramRunning, true);
     leaveEntry();
     SerialPortManager &serial = m_link.serial();
@@ -83,7 +120,9 @@ void ProgramRun::giveUp()
     leaveEntry();
     m_shell.appendError(QStringLiteral("The board never entered the raw REPL, so nothing was run. "
                                        "Try disconnecting and reconnecting."));
-    setDeviceProgramRunning(false);
+    // A program that ignored Ctrl-C is still running.
+    if (m_reply != Reply::Awaited)
+        setDeviceProgramRunning(false);
     emit gaveUp();
 }
 
@@ -94,6 +133,7 @@ void ProgramRun::leaveEntry()
     m_source.clear();
     m_link.serial().setDataInterceptor({});
     m_link.setDeviceCommandInFlight(false);
+    showHeldBack();
 }
 
 void ProgramRun::handleDeviceData(const QByteArray &chunk)
@@ -126,6 +166,7 @@ void ProgramRun::noteEnd()
     const bool isFirst = m_reply == Reply::Awaited;
     if (isFirst) {
         m_reply = Reply::Ending;
+        m_handshake.keepAsking();
         m_lateReply.start();
     }
     setDeviceProgramRunning(false);
@@ -139,7 +180,8 @@ void ProgramRun::finishReply()
         return;
     m_reply = Reply::None;
     m_lateReply.stop();
-    emit replyWhole();
+    if (!m_isEntering) // otherwise the board isn't free, but gets the next program
+        emit replyWhole();
 }
 
 void ProgramRun::clearStream()
@@ -149,6 +191,7 @@ void ProgramRun::clearStream()
 
 void ProgramRun::flushStream()
 {
+    showHeldBack();
     const QString rest = m_deviceStream.flush();
     if (!rest.isEmpty())
         m_shell.appendOutput(rest);

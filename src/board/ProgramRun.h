@@ -12,35 +12,41 @@ namespace Korvane {
 class DeviceLink;
 class ShellSink;
 
-/// Sends a program to the board and leaves it running there, and takes what the board sends in
-/// all the time that no command has the line: text goes to the Shell, stops and the end are told
-/// by signals. Main thread only.
+/// Sends a program to the board and leaves it running there, and handles what the board sends while
+/// no command uses the link: text goes to the Shell, stops and the end are signaled. Main thread
+/// only.
 class ProgramRun final : public QObject
 {
     Q_OBJECT
 
 public:
+    /// AtPrompt: a command of the caller has just ended, so that no program runs and the board
+    /// sends nothing but its prompt, which is not shown.
+    enum class BoardState { MayBeBusy, AtPrompt };
+
     /// Borrows \p link and \p shell, which must outlive this.
     ProgramRun(DeviceLink &link, ShellSink &shell, QObject *parent = nullptr);
     ~ProgramRun() override;
 
-    /// Takes the line by force, also from a run that is just being started. Returns at once; the
-    /// outcome is "▶ Sent to device." or `gaveUp`, 1.8 s later at the most. Of a source that is no
-    /// well-formed text nothing is sent but the order to execute it.
-    void runOnDeviceStreamed(const QString &source);
+    /// Takes the link by force, also from a run that is being started. A program that runs on the
+    /// board is interrupted with Ctrl-C: at once when it was sent by this class, otherwise when the
+    /// board has not answered for 0.3 s. What it still prints goes to the Shell, and its stops and
+    /// its end are signaled. Returns at once; the outcome is "▶ Sent to device." or `gaveUp`, 1.8 s
+    /// later at the most. When \p source holds a lone surrogate, only Ctrl-D is sent.
+    void runOnDeviceStreamed(const QString &source, BoardState boardState = BoardState::MayBeBusy);
 
     /// Bytes from the board that belong to no command.
     void handleDeviceData(const QByteArray &chunk);
-    /// A new connection is about to be read: what waits for more bytes is forgotten.
+    /// A new connection is about to be read: incomplete bytes are dropped.
     void clearStream();
-    /// No more bytes will come: what waits for them is shown as it is.
+    /// No more bytes will come: incomplete bytes are shown as they are.
     void flushStream();
-    /// The program is being stopped by somebody who waits no longer: from now on it does not count
-    /// as running. Its reply is awaited as ever, since only then the board is free. A run that is
-    /// still being started is called off, and the board goes back to its prompt.
+    /// The caller has told the program to end and doesn't wait for that: from now on the program
+    /// does not count as running. Its reply is still awaited, since the board is not free before. A
+    /// run that is being started is called off, and the board returns to its friendly prompt.
     void abandon();
-    /// The link has ended, and with it the run, in whatever phase it is: nothing more is sent,
-    /// said or signalled for it.
+    /// The link has ended, and with it the run, in any phase: nothing more is sent, shown or
+    /// signaled for it.
     void reset();
 
     /// A program was sent, and its end has not come.
@@ -55,15 +61,19 @@ signals:
     void paused(const DebugPause &pause);
     /// The program's output has ended; its traceback may follow.
     void programEnded();
-    /// The reply has come whole, or no more of it came for a second after the program's end: the
-    /// board, still in its raw REPL, is free for commands.
+    /// The reply is complete, or no more of it came for a second after the program's end: the
+    /// board, still in its raw REPL, is free for commands. Not emitted while a run is being
+    /// started.
     void replyWhole();
-    /// The board never entered the raw REPL, so nothing was sent. The Shell says so already.
+    /// The board never entered the raw REPL, so nothing was sent. The Shell shows the error
+    /// already. A program that ignored the interrupt still counts as running.
     void gaveUp();
 
 private:
     enum class Reply { None, Awaited, Ending };
 
+    void takeEntering(const QByteArray &chunk);
+    void showHeldBack();
     void sendProgram();
     void giveUp();
     void leaveEntry();
@@ -81,9 +91,10 @@ private:
     bool m_isEntering = false;
     RawReplHandshake m_handshake;
     QString m_source;
+    bool m_showsOldOutput = false; // what comes before the banner is the output of a program
 
-    // The board's answer to the program that was sent last. Apart from deviceProgramRunning, since
-    // that may be cleared by others while the answer is still due.
+    // The board's reply to the program that was sent last. Apart from deviceProgramRunning, which
+    // may be cleared by others while the reply is still awaited.
     Reply m_reply = Reply::None;
     QTimer m_lateReply;
 };

@@ -23,10 +23,11 @@ double usableSeconds(std::chrono::duration<double> timeout)
 } // namespace
 
 RawReplExchange::RawReplExchange(SerialPortManager &serial, const QString &code,
-                                 std::chrono::duration<double> timeout)
+                                 std::chrono::duration<double> timeout, WhenBusy whenBusy)
     : m_serial(serial)
     , m_code(code.toUtf8())
     , m_timeoutSeconds(usableSeconds(timeout))
+    , m_whenBusy(whenBusy)
     , m_handshake(serial)
 {
     m_timeoutTimer.setSingleShot(true);
@@ -38,7 +39,10 @@ void RawReplExchange::start()
 {
     m_isStarted = true;
     m_serial.setDataInterceptor([this](const QByteArray &chunk) { take(chunk); });
-    m_handshake.start([this] { sendProgram(); }, [this] { finish(DeviceError::noRawREPL()); });
+    m_handshake.start(m_whenBusy, [this] {
+        showOldOutput(m_handshake.takeHeldBack());
+        finish(DeviceError::noRawREPL());
+    });
     const auto milliseconds = static_cast<qint64>(std::ceil(m_timeoutSeconds * 1000));
     m_timeoutTimer.start(std::chrono::milliseconds(std::max<qint64>(0, milliseconds)));
 }
@@ -70,7 +74,11 @@ void RawReplExchange::abort(Error error)
 void RawReplExchange::take(const QByteArray &chunk)
 {
     if (m_phase == Phase::Entering) {
-        m_handshake.feed(chunk);
+        const RawReplHandshake::Received received = m_handshake.feed(chunk);
+        showOldOutput(received.beforeBanner);
+        // A slot that received old output may have taken the link.
+        if (received.hasEntered && !m_hasLeftLink)
+            sendProgram();
         return;
     }
     const std::optional<QString> text = m_decoder.feed(chunk);
@@ -79,6 +87,12 @@ void RawReplExchange::take(const QByteArray &chunk)
     m_reply.feed(*text);
     if (m_reply.isComplete())
         finish(m_reply.execution());
+}
+
+void RawReplExchange::showOldOutput(const QByteArray &bytes)
+{
+    if (m_whenBusy == WhenBusy::Interrupt && !m_hasLeftLink && !bytes.isEmpty())
+        emit oldOutputReceived(bytes);
 }
 
 void RawReplExchange::sendProgram()

@@ -26,9 +26,11 @@ class RawReplExchange final : public QObject
     Q_OBJECT
 
 public:
+    using WhenBusy = RawReplHandshake::WhenBusy;
+
     /// Borrows \p serial. \p timeout counts from start().
     RawReplExchange(SerialPortManager &serial, const QString &code,
-                    std::chrono::duration<double> timeout);
+                    std::chrono::duration<double> timeout, WhenBusy whenBusy);
 
     void start();
     [[nodiscard]] bool isStarted() const { return m_isStarted; }
@@ -45,6 +47,8 @@ public:
     [[nodiscard]] auto result() { return m_result.wait(); }
 
 signals:
+    /// With WhenBusy::Interrupt, the bytes before the banner: output of what was interrupted.
+    void oldOutputReceived(const QByteArray &bytes);
     /// The link isn't used any more. The result is delivered later, from the event loop.
     void finished();
 
@@ -52,6 +56,7 @@ private:
     enum class Phase { Entering, Running };
 
     void take(const QByteArray &chunk);
+    void showOldOutput(const QByteArray &bytes);
     void sendProgram();
     void timeOut();
     void finish(Result<DeviceExecution> result);
@@ -59,6 +64,7 @@ private:
     SerialPortManager &m_serial;
     QByteArray m_code;
     double m_timeoutSeconds;
+    WhenBusy m_whenBusy;
     RawReplHandshake m_handshake;
     QTimer m_timeoutTimer;
     Utf8::ChunkDecoder m_decoder;

@@ -2,7 +2,7 @@
 
 #include "serial/SerialPortManager.h"
 
-#include <utility>
+#include <algorithm>
 
 namespace Korvane {
 
@@ -10,9 +10,22 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr QLatin1String banner("raw REPL");
+constexpr QByteArrayView banner("raw REPL");
+constexpr QByteArrayView bannerLine("\r\nraw REPL"); // as sent from the friendly prompt
 constexpr int maxAttempts = 6;
 constexpr auto retryInterval = 300ms;
+
+/// How many bytes at the end of \p bytes may be the beginning of the banner's line.
+qsizetype bannerStart(QByteArrayView bytes)
+{
+    for (const QByteArrayView line : {bannerLine, banner}) {
+        for (qsizetype n = std::min(line.size(), bytes.size()); n > 0; --n) {
+            if (bytes.last(n) == line.first(n))
+                return n;
+        }
+    }
+    return 0;
+}
 
 } // namespace
 
@@ -25,30 +38,41 @@ RawReplHandshake::RawReplHandshake(SerialPortManager &serial, QObject *parent)
     connect(&m_retryTimer, &QTimer::timeout, this, &RawReplHandshake::attempt);
 }
 
-void RawReplHandshake::start(std::function<void()> onEntered, std::function<void()> onGiveUp)
+void RawReplHandshake::start(WhenBusy whenBusy, std::function<void()> onGiveUp,
+                             FirstAttempt firstAttempt)
 {
-    m_onEntered = std::move(onEntered);
+    m_whenBusy = whenBusy;
     m_onGiveUp = std::move(onGiveUp);
     m_decoder.reset();
-    m_bannerSearch.clear();
+    m_heldBack.clear();
     m_attempts = 0;
     m_isMuted = false;
     m_retryTimer.start();
-    attempt();
+    if (firstAttempt == FirstAttempt::Now)
+        attempt();
+    else
+        ++m_attempts;
 }
 
-void RawReplHandshake::feed(QByteArrayView chunk)
+RawReplHandshake::Received RawReplHandshake::feed(QByteArrayView chunk)
 {
     if (!m_retryTimer.isActive())
-        return;
-    const std::optional<QString> text = m_decoder.feed(chunk);
-    if (!text)
-        return;
-    m_bannerSearch += *text;
-    if (m_bannerSearch.contains(banner))
-        end(m_onEntered);
-    else
-        m_bannerSearch = m_bannerSearch.right(banner.size() - 1);
+        return {};
+    QByteArray bytes = takeHeldBack();
+    bytes += chunk;
+    if (!m_decoder.feed(chunk))
+        return {.beforeBanner = bytes};
+    const qsizetype found = bytes.indexOf(banner);
+    if (found < 0) {
+        m_heldBack = bytes.last(bannerStart(bytes));
+        bytes.chop(m_heldBack.size());
+        return {.beforeBanner = bytes};
+    }
+    stop();
+    bytes.truncate(found);
+    if (bytes.endsWith("\r\n"))
+        bytes.chop(2);
+    return {.hasEntered = true, .beforeBanner = bytes};
 }
 
 void RawReplHandshake::stop()
@@ -59,19 +83,18 @@ void RawReplHandshake::stop()
 void RawReplHandshake::attempt()
 {
     if (m_attempts >= maxAttempts) {
-        end(m_onGiveUp);
+        stop();
+        const auto giveUp = m_onGiveUp; // a copy, which outlives this object
+        giveUp();
         return;
     }
     ++m_attempts;
-    if (!m_isMuted)
+    if (m_isMuted)
+        return;
+    if (m_attempts == 2 && m_whenBusy == WhenBusy::Interrupt)
+        m_serial.writeUrgent("\x03");
+    else
         m_serial.write("\x01");
-}
-
-void RawReplHandshake::end(const std::function<void()> &callback)
-{
-    stop();
-    const auto call = callback; // a copy, which outlives this object
-    call();
 }
 
 } // namespace Korvane

@@ -2,12 +2,13 @@
 
 #include "base/Utf8.h"
 
+#include <QByteArray>
 #include <QByteArrayView>
 #include <QObject>
-#include <QString>
 #include <QTimer>
 
 #include <functional>
+#include <utility>
 
 namespace Korvane {
 
@@ -20,16 +21,35 @@ class RawReplHandshake final : public QObject
     Q_OBJECT
 
 public:
+    /// What to do when the board has not answered for 0.3 s, as while it runs a program: write the
+    /// next Ctrl-A, or Ctrl-C once in its place. The board may not have read the first Ctrl-A yet,
+    /// and would answer a second one after the program has been sent.
+    enum class WhenBusy { KeepAsking, Interrupt };
+    /// Later: the first Ctrl-A is left out, because the board may enter the raw REPL by itself.
+    enum class FirstAttempt { Now, Later };
+
+    struct Received
+    {
+        /// The banner is complete. True once; nothing more is written.
+        bool hasEntered = false;
+        /// The bytes before the banner and the line end in front of it.
+        QByteArray beforeBanner = {};
+    };
+
     /// Borrows \p serial.
     explicit RawReplHandshake(SerialPortManager &serial, QObject *parent = nullptr);
 
-    /// Writes the first Ctrl-A at once. Exactly one of the callbacks is called, unless stop() comes
-    /// first: \p onEntered inside feed(), \p onGiveUp from a timer. Either may delete this object.
-    /// Starting again begins anew.
-    void start(std::function<void()> onEntered, std::function<void()> onGiveUp);
-    /// Looks for the banner in what the board sends. A chunk with ill-formed UTF-8 is ignored; the
-    /// banner may be split over chunks. Does nothing after the banner, stop() or giving up.
-    void feed(QByteArrayView chunk);
+    /// \p onGiveUp is called from a timer, and may delete this object. Starting again begins anew.
+    void start(WhenBusy whenBusy, std::function<void()> onGiveUp,
+               FirstAttempt firstAttempt = FirstAttempt::Now);
+    /// The program on the board has ended, so that Ctrl-C is not needed.
+    void keepAsking() { m_whenBusy = WhenBusy::KeepAsking; }
+    /// Looks for the banner in what the board sends. It may be split over chunks; a chunk with
+    /// ill-formed UTF-8 is not searched. What may be the beginning of the banner is held back. The
+    /// result is empty after the banner, stop() or giving up.
+    [[nodiscard]] Received feed(QByteArrayView chunk);
+    /// Returns what feed() held back, and forgets it.
+    [[nodiscard]] QByteArray takeHeldBack() { return std::exchange(m_heldBack, {}); }
     /// Writes nothing more and calls no callback. Does nothing when not started.
     void stop();
     /// Keeps counting towards giving up, but writes nothing more: the link has another user.
@@ -37,14 +57,13 @@ public:
 
 private:
     void attempt();
-    void end(const std::function<void()> &callback);
 
     SerialPortManager &m_serial;
     QTimer m_retryTimer; // active while entering
-    std::function<void()> m_onEntered;
     std::function<void()> m_onGiveUp;
+    WhenBusy m_whenBusy = WhenBusy::KeepAsking;
     Utf8::ChunkDecoder m_decoder;
-    QString m_bannerSearch; // what may be the beginning of the banner
+    QByteArray m_heldBack;
     int m_attempts = 0;
     bool m_isMuted = false;
 };

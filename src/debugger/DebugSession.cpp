@@ -8,6 +8,8 @@
 #include "debugger/DebugHelper.h"
 #include "debugger/InstrumentedRun.h"
 
+#include <QDeadlineTimer>
+
 #include <utility>
 
 namespace Korvane {
@@ -17,6 +19,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto installTimeout = 10s;
+constexpr auto interruptTimeout = 2s;
 constexpr auto startPollInterval = 50ms;
 
 } // namespace
@@ -30,7 +33,10 @@ DebugSession::DebugSession(DeviceLink &link, ProgramRun &programRun, ShellSink &
 {
     connect(&programRun, &ProgramRun::paused, this, &DebugSession::pause);
     connect(&programRun, &ProgramRun::programEnded, this, &DebugSession::finish);
-    connect(&programRun, &ProgramRun::gaveUp, this, &DebugSession::reset);
+    connect(&programRun, &ProgramRun::gaveUp, this, [this] {
+        if (!m_programRun.deviceProgramRunning())
+            reset();
+    });
     connect(&link, &DeviceLink::connectionStateChanged, this, [this] {
         if (m_link.connectionState().isConnected())
             return;
@@ -59,6 +65,14 @@ QCoro::Task<void> DebugSession::startDebugRun(QString name, QString source, QSet
         m_shell.appendError(QStringLiteral("Nothing to debug in %1.").arg(name));
         co_return;
     }
+    // Tested before the first wait: a debug run that is sent meanwhile is not interrupted.
+    if (m_programRun.isEntering())
+        m_programRun.abandon();
+    if (m_programRun.deviceProgramRunning()) {
+        co_await interruptProgram();
+        if (!life)
+            co_return;
+    }
     const auto installed = co_await installHelper(run.activeLines);
     if (!life)
         co_return;
@@ -69,6 +83,19 @@ QCoro::Task<void> DebugSession::startDebugRun(QString name, QString source, QSet
                             + installed.error().message);
 }
 
+/// Waits at most 2 s for the end of the program.
+QCoro::Task<void> DebugSession::interruptProgram()
+{
+    const auto life = m_life.watch();
+    const QDeadlineTimer deadline(interruptTimeout);
+    m_link.serial().writeUrgent("\x03");
+    while (m_programRun.deviceProgramRunning() && !deadline.hasExpired()) {
+        const bool elapsed = co_await m_delay.sleep(startPollInterval);
+        if (!elapsed || !life)
+            co_return;
+    }
+}
+
 bool DebugSession::isStarting() const
 {
     return m_isInstalling || m_programRun.isEntering();
@@ -77,8 +104,8 @@ bool DebugSession::isStarting() const
 QCoro::Task<Result<void>> DebugSession::installHelper(QSet<int> activeLines)
 {
     const auto life = m_life.watch();
-    // Of two starts in a row the second must find the first one's program on the board, and be
-    // refused. Waiting for the line, it would wait for that program's end, and start it once more.
+    // The second of two starts in a row must find the first one's program on the board, and be
+    // refused. If it waited for the link, it would start the program again after its end.
     while (isStarting()) {
         const bool elapsed = co_await m_delay.sleep(startPollInterval);
         if (!elapsed || !life)
@@ -86,8 +113,8 @@ QCoro::Task<Result<void>> DebugSession::installHelper(QSet<int> activeLines)
     }
     const int connection = m_connection;
     m_isInstalling = true;
-    const auto output =
-        co_await m_link.executeOnDevice(DebugHelper::installCode(activeLines), installTimeout);
+    const auto output = co_await m_link.executeOnDevice(
+        DebugHelper::installCode(activeLines), installTimeout, DeviceLink::WhenBusy::Interrupt);
     if (!life)
         co_return Error{ErrorCode::Closed, {}};
     if (connection == m_connection)
@@ -113,7 +140,7 @@ void DebugSession::launch(const QString &name, const InstrumentedRun &run)
                            .arg(run.steppableLines.size())
                            .arg(run.originalBytes)
                            .arg(run.instrumentedBytes));
-    m_programRun.runOnDeviceStreamed(run.source);
+    m_programRun.runOnDeviceStreamed(run.source, ProgramRun::BoardState::AtPrompt);
     emit began();
 }
 

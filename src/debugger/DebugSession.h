@@ -31,8 +31,9 @@ public:
     DebugSession(DeviceLink &link, ProgramRun &programRun, ShellSink &shell,
                  QObject *parent = nullptr);
 
-    /// Sends \p source, instrumented, to the board; \p name is for the person. Why nothing is
-    /// started, if so, is in the Shell; for an empty source not even that. What is edited or
+    /// Sends \p source, instrumented, to the board; \p name is shown to the user. A program that
+    /// runs there is interrupted first, unless it is being debugged: then the start is refused. The
+    /// reason why nothing is started is in the Shell; an empty source is ignored. What is edited or
     /// selected after the call no longer matters. The task may be dropped.
     QCoro::Task<void> startDebugRun(QString name, QString source, QSet<int> breakpoints);
     /// Lets the paused program run to the next breakpoint. Nothing while it is not paused.
@@ -67,6 +68,7 @@ signals:
 
 private:
     [[nodiscard]] bool isStarting() const;
+    QCoro::Task<void> interruptProgram();
     QCoro::Task<Result<void>> installHelper(QSet<int> activeLines);
     void launch(const QString &name, const InstrumentedRun &run);
     void resume(const char *command);

@@ -1,10 +1,12 @@
 #include "app/AppFixture.h"
 #include "support/VirtualBoard.h"
 
+#include <QRegularExpression>
+
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// Programs on real MicroPython, as the person runs them.
+/// Programs on real MicroPython, as the user runs them.
 class tst_BoardRuns final : public QObject
 {
     Q_OBJECT
@@ -15,6 +17,18 @@ class tst_BoardRuns final : public QObject
     bool isOver(const AppFixture &shop) const
     {
         return shop.isBoardIdle() && shop.text().endsWith(u">>> "_s);
+    }
+
+    /// How many numbers the old program has printed; -1 when one is missing.
+    static int printedNumbers(const QString &text)
+    {
+        int count = 0;
+        const QRegularExpression number(u"old (\\d+)\n"_s);
+        for (auto matches = number.globalMatch(text); matches.hasNext(); ++count) {
+            if (matches.next().captured(1).toInt() != count)
+                return -1;
+        }
+        return count;
     }
 
 private slots:
@@ -35,42 +49,99 @@ private slots:
         QTRY_VERIFY2(shop.text().contains(u"\näöü aa\n>>> "_s), qPrintable(shop.text()));
     }
 
-    void isFreeAfterADebugRunIsStopped_data()
-    {
-        QTest::addColumn<int>("breakpoint");
-        QTest::newRow("paused") << 3;
-        QTest::newRow("running") << 5;
-    }
-
     void isFreeAfterADebugRunIsStopped()
     {
-        QFETCH(int, breakpoint);
         AppFixture shop;
         DebugSession &session = shop.state->debugSession();
         shop.state->link().connectDevice(m_board.port());
-        shop.write(u"print('on')\nwhile True:\n    i = 1\ndef f():\n    pass\n"_s);
-        shop.state->documents().toggleBreakpoint(breakpoint);
+        shop.write(u"print('on')\nwhile True:\n    i = 1\n"_s);
+        shop.state->documents().toggleBreakpoint(3);
         shop.state->startDebugRun();
         shop.state->documents().newFile(); // and what is selected later does not matter
         shop.write(u"other"_s);
-        const bool isToPause = breakpoint == 3;
-        QTRY_VERIFY2(isToPause ? session.pausedAt() == 3 : shop.text().contains(u"OKon\n"_s),
-                     qPrintable(shop.text()));
+        QTRY_COMPARE(session.pausedAt(), 3);
         QCOMPARE(shop.state->bottomTab(), AppState::BottomTab::Variables);
-        if (isToPause) {
-            QCOMPARE(shop.state->variablesCaption(), u"stopped at line 3"_s);
-            session.debugStep();
-            QTRY_COMPARE(session.pausedAt(), 3);
-            QVERIFY2(shop.table().contains(u"i:int=1"_s), qPrintable(shop.table()));
-        }
+        QCOMPARE(shop.state->variablesCaption(), u"stopped at line 3"_s);
+        session.debugStep();
+        QTRY_COMPARE(session.pausedAt(), 3);
+        QVERIFY2(shop.table().contains(u"i:int=1"_s), qPrintable(shop.table()));
         session.debugStop();
         QVERIFY(!session.isDebugging() && shop.isBoardIdle());
         // The variables are read when the board is done, and the Shell is heard again.
         QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
-        QCOMPARE(shop.text().contains(u"KeyboardInterrupt"_s), !isToPause);
         shop.state->submitShell(u"print(6 * 7)"_s);
         QTRY_VERIFY2(shop.text().contains(u"\n42\n>>> "_s), qPrintable(shop.text()));
         QCOMPARE(shop.lines().filter(u"error"_s), QStringList());
+    }
+
+    void replacesTheProgramOnTheBoard_data()
+    {
+        QTest::addColumn<QString>("old");
+        QTest::addColumn<bool>("isNextDebugged");
+        QTest::newRow("running, Run") << u"running"_s << false;
+        QTest::newRow("running, Debug") << u"running"_s << true;
+        QTest::newRow("paused, Run") << u"paused"_s << false;
+        QTest::newRow("typed, Run") << u"typed"_s << false;
+        QTest::newRow("typed, Debug") << u"typed"_s << true;
+    }
+
+    void replacesTheProgramOnTheBoard()
+    {
+        QFETCH(QString, old);
+        QFETCH(bool, isNextDebugged);
+        AppFixture shop;
+        DebugSession &session = shop.state->debugSession();
+        shop.state->link().connectDevice(m_board.port());
+        QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
+        shop.write(u"import time\ni = 0\nwhile True:\n    print('old', i)\n    i += 1\n"
+                   "    time.sleep_ms(3)\n"_s);
+        if (old == u"typed") {
+            shop.state->submitShell(shop.state->documents().selectedFile()->content());
+        } else if (old == u"paused") {
+            shop.state->documents().toggleBreakpoint(6);
+            shop.state->startDebugRun();
+        } else {
+            shop.run();
+        }
+        QTRY_VERIFY2(old == u"paused" ? session.pausedAt() == 6 : printedNumbers(shop.text()) > 20,
+                     qPrintable(shop.text()));
+        shop.state->documents().newFile();
+        shop.write(u"print('new')\n"_s);
+        if (isNextDebugged) {
+            shop.state->startDebugRun();
+            QTRY_COMPARE(session.pausedAt(), 1);
+            session.debugContinue();
+        } else {
+            shop.run();
+        }
+        QTRY_VERIFY2(shop.text().contains(u"new\n"_s), qPrintable(shop.text()));
+        QTRY_VERIFY2(isOver(shop) && !session.isDebugging(), qPrintable(shop.text()));
+        QVERIFY2(printedNumbers(shop.text()) > 0, qPrintable(shop.text()));
+        QCOMPARE(shop.text().contains(u"KeyboardInterrupt"), old != u"paused");
+        QVERIFY2(!shop.text().contains(u"raw REPL"), qPrintable(shop.text()));
+        QCOMPARE(shop.lines().filter(u"error"_s), QStringList());
+    }
+
+    void givesUpOnAProgramThatCatchesTheInterrupt()
+    {
+        AppFixture shop;
+        shop.state->link().connectDevice(m_board.port());
+        QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
+        shop.write(u"import time\nfor i in range(60):\n    try:\n        print('old', i)\n"
+                   "        time.sleep_ms(50)\n    except KeyboardInterrupt:\n"
+                   "        print('caught')\n"_s);
+        shop.run();
+        QTRY_VERIFY2(printedNumbers(shop.text()) > 5, qPrintable(shop.text()));
+        shop.write(u"print('new')\n"_s);
+        shop.run();
+        QTRY_COMPARE(shop.lines().filter(u"error"_s).size(), 1);
+        QVERIFY2(shop.text().contains(u"error: The board never entered the raw REPL"_s),
+                 qPrintable(shop.text()));
+        QVERIFY(shop.state->programRun().deviceProgramRunning());
+        QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
+        QCOMPARE(printedNumbers(shop.text()), 60);
+        QCOMPARE(shop.text().count(u"caught\n"_s), 1);
+        QVERIFY2(!shop.text().contains(u"new\n"), qPrintable(shop.text()));
     }
 };
 
