@@ -161,7 +161,7 @@ private:
     VariablesStore m_variablesStore{m_runner, m_link, m_programRun};
     TransferStatus m_transfer;
     LocalFiles m_localFiles{m_shell, m_prompts};
-    DeviceFiles m_deviceFiles{m_link, m_prompts};
+    DeviceFiles m_deviceFiles{m_link, m_prompts, m_transfer};
     FileTransfer m_fileTransfer{m_link, m_deviceFiles, m_transfer, m_shell};
     BoardStore m_boardStore{m_link, m_deviceFiles};
     DocumentWriter m_writer{m_localStore, m_boardStore, m_prompts};

@@ -3,12 +3,11 @@
 #include "base/SystemError.h"
 #include "base/Utf8.h"
 
-#include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <algorithm>
 #include <cerrno>
+#include <limits>
 
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -91,6 +90,14 @@ bool sync(int descriptor)
 
 Result<QByteArray> read(const QString &path)
 {
+    auto reader = Reader::open(path);
+    if (!reader)
+        return reader.error();
+    return (*reader)->read(std::numeric_limits<qsizetype>::max());
+}
+
+Result<std::shared_ptr<Reader>> Reader::open(const QString &path)
+{
     // Opening a folder for reading succeeds on Linux; only reading fails.
     const QFileInfo info(path);
     if (info.isDir())
@@ -98,15 +105,31 @@ Result<QByteArray> read(const QString &path)
     // Opening a pipe may block, and reading a device may never end.
     if (info.exists() && !info.isFile())
         return fileError(QStringLiteral("Not a regular file"));
-    QFile file(path);
+    const std::shared_ptr<Reader> reader(new Reader(path));
     errno = 0;
-    if (!file.open(QIODevice::ReadOnly))
-        return fileError(errno, file);
+    if (!reader->m_file.open(QIODevice::ReadOnly))
+        return fileError(errno, reader->m_file);
+    reader->m_size = reader->m_file.size();
+    return reader;
+}
+
+Result<QByteArray> Reader::read(qsizetype maxBytes)
+{
     errno = 0;
-    QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        return fileError(errno, file);
+    // QFile::read reserves all that it is asked for.
+    QByteArray bytes = maxBytes == std::numeric_limits<qsizetype>::max() ? m_file.readAll()
+                                                                         : m_file.read(maxBytes);
+    if (m_file.error() != QFileDevice::NoError)
+        return fileError(errno, m_file);
     return bytes;
+}
+
+Result<void> Reader::rewind()
+{
+    errno = 0;
+    if (!m_file.seek(0))
+        return fileError(errno, m_file);
+    return {};
 }
 
 Result<QString> readText(const QString &path)
@@ -125,29 +148,52 @@ Result<QString> readText(const QString &path)
 
 Result<void> writeAtomically(const QString &path, const QByteArray &bytes, Access access)
 {
+    auto writer = Writer::open(path, access);
+    if (!writer)
+        return writer.error();
+    if (auto written = (*writer)->write(bytes); !written)
+        return written;
+    return (*writer)->commit();
+}
+
+Result<std::shared_ptr<Writer>> Writer::open(const QString &path, Access access)
+{
     // A rename would replace a device or a pipe by a regular file.
     if (const QFileInfo target(path); target.exists() && !target.isFile())
         return fileError(QStringLiteral("Not a regular file"));
-    QSaveFile file(path);
+    const std::shared_ptr<Writer> writer(new Writer(path));
+    QSaveFile &file = writer->m_file;
     errno = 0;
     if (!file.open(QIODevice::WriteOnly))
         return fileError(errno, file);
     errno = 0;
-    const auto restrictAccess = [&file, access] {
-        return access == Access::Default
-            || file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
-    };
+    const bool isPrepared = copyAttributes(path, file.handle())
+        && (access == Access::Default || file.setPermissions(QFile::ReadOwner | QFile::WriteOwner));
+    if (!isPrepared)
+        return fileError(errno, file);
+    return writer;
+}
+
+Result<void> Writer::write(const QByteArray &bytes)
+{
+    errno = 0;
+    if (m_file.write(bytes) != bytes.size())
+        return fileError(errno, m_file);
+    return {};
+}
+
+Result<void> Writer::commit()
+{
+    errno = 0;
     // QSaveFile::commit ignores errors of the flush and of the sync that it does itself.
-    const bool isStored = copyAttributes(path, file.handle()) && restrictAccess()
-        && file.write(bytes) == bytes.size() && file.flush() && sync(file.handle());
-    if (!isStored) {
-        const Error error = fileError(errno, file);
-        file.cancelWriting();
+    if (!m_file.flush() || !sync(m_file.handle())) {
+        const Error error = fileError(errno, m_file);
+        m_file.cancelWriting();
         return error;
     }
     errno = 0;
-    if (!file.commit())
-        return fileError(errno, file);
+    if (!m_file.commit())
+        return fileError(errno, m_file);
     return {};
 }
 

@@ -3,9 +3,13 @@
 #include "base/Result.h"
 
 #include <QByteArray>
+#include <QFile>
+#include <QSaveFile>
 
-/// Local files, read and written as a whole. Every function blocks, so none is for the main thread.
-/// Failures carry the system's error by name and, in `Error::systemCode`, errno.
+#include <memory>
+
+/// Local files, read and written as a whole or in pieces. Every function blocks, so none is for the
+/// main thread. Failures carry the system's error by name and, in `Error::systemCode`, errno.
 namespace Korvane::LocalFile {
 
 /// Who may read a file that is written.
@@ -30,5 +34,48 @@ enum class Access {
 /// temporary file is removed.
 [[nodiscard]] Result<void> writeAtomically(const QString &path, const QByteArray &bytes,
                                            Access access = Access::Default);
+
+/// Reads a file in pieces. Any thread, one at a time.
+class Reader final
+{
+public:
+    /// Fails as `read`.
+    [[nodiscard]] static Result<std::shared_ptr<Reader>> open(const QString &path);
+    /// Up to \p maxBytes; empty at the end.
+    [[nodiscard]] Result<QByteArray> read(qsizetype maxBytes);
+    /// Back to the start.
+    [[nodiscard]] Result<void> rewind();
+    /// Bytes, when it was opened.
+    [[nodiscard]] qint64 size() const { return m_size; }
+
+private:
+    explicit Reader(const QString &path)
+        : m_file(path)
+    {
+    }
+
+    QFile m_file;
+    qint64 m_size = 0;
+};
+
+/// Replaces a file as `writeAtomically` does, from pieces. Without a `commit` that succeeded, the
+/// old file is unchanged and the temporary file is removed, at the latest when this is destroyed.
+/// Any thread, one at a time.
+class Writer final
+{
+public:
+    [[nodiscard]] static Result<std::shared_ptr<Writer>> open(const QString &path,
+                                                              Access access = Access::Default);
+    [[nodiscard]] Result<void> write(const QByteArray &bytes);
+    [[nodiscard]] Result<void> commit();
+
+private:
+    explicit Writer(const QString &path)
+        : m_file(path)
+    {
+    }
+
+    QSaveFile m_file;
+};
 
 } // namespace Korvane::LocalFile

@@ -5,6 +5,7 @@
 #include "board/DeviceError.h"
 #include "board/DeviceLink.h"
 #include "board/DeviceListing.h"
+#include "board/TransferStatus.h"
 
 #include <chrono>
 
@@ -15,7 +16,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto transferTimeout = 15s; // listing, reading, writing, making folders
+constexpr auto transferTimeout = 15s; // listing, making folders
 constexpr auto quickTimeout = 5s;     // looking for a file, deleting one
 
 const QString okMarker = u"__OK__"_s;
@@ -42,12 +43,21 @@ Error refusal(const QString &message)
     return {ErrorCode::Remote, message};
 }
 
+Async<void> append(std::shared_ptr<QByteArray> bytes, QByteArray piece)
+{
+    bytes->append(piece);
+    co_return Result<void>();
+}
+
 } // namespace
 
-DeviceFiles::DeviceFiles(DeviceLink &link, UserPrompts &prompts, QObject *parent)
+DeviceFiles::DeviceFiles(DeviceLink &link, UserPrompts &prompts, TransferStatus &transfer,
+                         QObject *parent)
     : QObject(parent)
     , m_link(link)
     , m_prompts(prompts)
+    , m_transfer(transfer)
+    , m_content(link, prompts)
 {
     connect(&link, &DeviceLink::ended, this, &DeviceFiles::forgetBoard);
 }
@@ -92,25 +102,32 @@ Async<void> DeviceFiles::list()
 
 Async<QByteArray> DeviceFiles::readDeviceFile(QString path, QString label)
 {
-    const auto life = m_life.watch();
-    const auto output = co_await m_link.executeOnDevice(BoardScripts::read(path), transferTimeout);
-    if (!life)
-        co_return DeviceError::closed();
-    if (!output)
-        co_return failure(u"Failed to read "_s + label + u": "_s, output.error());
-    if (const auto reason = textAfter(*output, QLatin1StringView("__FILEERR__"))) {
-        co_return refusal(u"Cannot read "_s + label + u": "_s
-                          + DeviceError::withSystemErrorNamed(reason->trimmed().toString()));
+    const DeviceFileNode *node = deviceNode(path);
+    const qint64 size = node ? node->size : 0;
+    std::optional<TransferStatus::Running> running;
+    PieceTransfer::Observer observer;
+    if (size > DeviceFileContent::smallSize) {
+        running.emplace(m_transfer);
+        running->setStatus(u"Reading %1…"_s.arg(label));
+        running->setTotal(size);
+        observer = running->observer();
     }
-    if (const auto base64 = textAfter(*output, QLatin1StringView("__FILE__"))) {
-        const QByteArray encoded = base64->trimmed().toUtf8();
-        const auto decoded =
-            QByteArray::fromBase64Encoding(encoded, QByteArray::AbortOnBase64DecodingErrors);
-        // The decoder accepts a text that was cut off, as one without padding.
-        if (decoded && encoded.size() % 4 == 0)
-            co_return *decoded;
-    }
-    co_return refusal(u"Cannot decode "_s + label);
+    const auto bytes = std::make_shared<QByteArray>();
+    const PieceTransfer::Sink sink = [bytes](const QByteArray &piece) {
+        return append(bytes, piece);
+    };
+    const auto received = co_await m_content.read(path, label, size, sink, observer);
+    if (!received)
+        co_return received.error();
+    co_return std::move(*bytes);
+}
+
+Async<void> DeviceFiles::receiveFile(QString path, QString label, PieceTransfer::Sink sink,
+                                     PieceTransfer::Observer observer)
+{
+    const DeviceFileNode *node = deviceNode(path);
+    const qint64 size = node ? node->size : 0;
+    co_return co_await m_content.read(path, label, size, std::move(sink), std::move(observer));
 }
 
 QCoro::Task<bool> DeviceFiles::deviceFileExists(QString path)
@@ -129,23 +146,35 @@ QCoro::Task<bool> DeviceFiles::deviceFileExists(QString path)
 
 Async<void> DeviceFiles::writeDeviceFile(QByteArray bytes, WritePermit permit, QString label)
 {
+    std::optional<TransferStatus::Running> running;
+    PieceTransfer::Observer observer;
+    if (bytes.size() > DeviceFileContent::smallSize) {
+        const QString shown = m_transfer.status();
+        running.emplace(m_transfer);
+        running->setStatus(shown.isEmpty() ? u"Writing %1…"_s.arg(label) : shown);
+        running->setTotal(bytes.size());
+        observer = running->observer();
+    }
+    auto source = DeviceFileContent::sourceOf(bytes);
+    co_return co_await sendFile(std::move(source), permit, label, observer);
+}
+
+Async<void> DeviceFiles::sendFile(DeviceFileContent::Source source, WritePermit permit,
+                                  QString label, PieceTransfer::Observer observer)
+{
     if (auto same = checkConnection(permit.m_connection); !same)
         co_return same;
     const auto life = m_life.watch();
-    const QString script = BoardScripts::write(permit.path(), bytes);
-    const auto output = co_await m_link.executeOnDevice(script, transferTimeout);
+    auto written =
+        co_await m_content.write(std::move(source), permit.path(), label, std::move(observer));
     if (!life)
         co_return DeviceError::closed();
-    if (!output) {
-        // Part of the file may be on the board.
-        if (output.error().code == ErrorCode::Remote || output.error().code == ErrorCode::TimedOut)
-            refreshDeviceFiles();
-        co_return failure(u"Device write failed: "_s, output.error());
-    }
-    if (output->contains(okMarker))
-        co_return Result<void>();
-    refreshDeviceFiles();
-    co_return refusal(u"Device write failed for "_s + label + u": "_s + output->trimmed());
+    // What the board holds now may differ from what was listed.
+    if (!written
+        && (written.error().code == ErrorCode::Remote || written.error().code == ErrorCode::TimedOut
+            || written.error().code == ErrorCode::Damaged))
+        refreshDeviceFiles();
+    co_return written;
 }
 
 Async<void> DeviceFiles::writeTextToDevice(QString text, WritePermit permit, QString label)

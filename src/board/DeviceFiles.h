@@ -4,9 +4,9 @@
 #include "base/Lifetime.h"
 #include "base/UserPrompts.h"
 #include "board/BoardRecords.h"
+#include "board/DeviceFileContent.h"
 #include "board/WritePermit.h"
 
-#include <QByteArray>
 #include <QObject>
 #include <QSet>
 
@@ -17,6 +17,7 @@
 namespace Korvane {
 
 class DeviceLink;
+class TransferStatus;
 
 /// The board's file system: its tree as last listed, and the operations on single files.
 ///
@@ -41,20 +42,28 @@ public:
         bool looksForPath = true;
     };
 
-    /// Both must outlive this.
-    DeviceFiles(DeviceLink &link, UserPrompts &prompts, QObject *parent = nullptr);
+    /// All must outlive this.
+    DeviceFiles(DeviceLink &link, UserPrompts &prompts, TransferStatus &transfer,
+                QObject *parent = nullptr);
 
     /// Lists the whole board; does nothing while not connected. On failure the old tree stays, and
     /// the error is in `listingError`. The task may be dropped.
     QCoro::Task<void> refreshDeviceFiles();
+    /// Shown as a transfer, which can be canceled, when the file is not small.
     [[nodiscard]] Async<QByteArray> readDeviceFile(QString path, QString label);
+    /// The same into \p sink, reporting to \p observer. On failure \p sink may have got a part.
+    [[nodiscard]] Async<void> receiveFile(QString path, QString label, PieceTransfer::Sink sink,
+                                          PieceTransfer::Observer observer);
     /// A folder counts as existing. When the board doesn't answer, the tree is searched, for files
     /// only.
     [[nodiscard]] QCoro::Task<bool> deviceFileExists(QString path);
     /// Creates or replaces the file of \p permit. When the board fails at it, it is listed again
-    /// from the event loop. Fails with `BoardReplaced` when the permit was
-    /// given for another connection.
+    /// from the event loop. Fails with `BoardReplaced` when the permit was given for another
+    /// connection. Shown as a transfer, which can be canceled, when the content is not small.
     [[nodiscard]] Async<void> writeDeviceFile(QByteArray bytes, WritePermit permit, QString label);
+    /// The same from \p source, reporting to \p observer.
+    [[nodiscard]] Async<void> sendFile(DeviceFileContent::Source source, WritePermit permit,
+                                       QString label, PieceTransfer::Observer observer);
     [[nodiscard]] Async<void> writeTextToDevice(QString text, WritePermit permit, QString label);
     /// Deletes a file or an empty folder, without asking, and lists the board again. When the board
     /// confirms nothing and gives no reason, the error's message is empty.
@@ -107,6 +116,8 @@ private:
 
     DeviceLink &m_link;
     UserPrompts &m_prompts;
+    TransferStatus &m_transfer;
+    DeviceFileContent m_content;
     QList<DeviceFileNode> m_deviceFileNodes;
     std::optional<Error> m_listingError;
     QString m_deviceWorkingDir = QStringLiteral("/");

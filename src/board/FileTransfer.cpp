@@ -1,7 +1,6 @@
 #include "board/FileTransfer.h"
 
 #include "base/DisplayPath.h"
-#include "base/LocalFile.h"
 #include "base/ShellSink.h"
 #include "board/DeviceError.h"
 #include "board/DeviceFiles.h"
@@ -13,6 +12,7 @@
 #include <QMap>
 
 #include <filesystem>
+#include <numeric>
 
 namespace Korvane {
 
@@ -36,11 +36,19 @@ Error notConnected(const QString &name)
 }
 
 /// A folder copy that ended at \p relativePath, after the failure of a step of its own.
-Error stoppedAt(const QString &relativePath, const Error &cause)
+Error stoppedAt(const QString &relativePath, qsizetype index, qsizetype count, const Error &cause)
 {
     Error error = cause;
-    error.cause = cause.message;
-    error.message = u"Copy stopped at "_s + relativePath + u'.';
+    if (cause.code != ErrorCode::Cancelled) {
+        error.cause = cause.message;
+        error.message = u"Copy stopped at "_s + relativePath + u'.';
+        return error;
+    }
+    error.message = u"Copy cancelled at %1 (%2 of %3); the files before it were copied."_s.arg(
+        relativePath, QString::number(index + 1), QString::number(count));
+    const QString state = cause.message.section(u" — "_s, 1);
+    if (!state.isEmpty())
+        error.message += u' ' + state;
     return error;
 }
 
@@ -85,18 +93,16 @@ Async<void> FileTransfer::copyFileToDevice(QString localFile)
     if (!life)
         co_return DeviceError::closed();
 
-    const std::function<Result<QByteArray>()> read = [localFile] {
-        return LocalFile::read(localFile);
-    };
-    auto bytes = co_await m_background.run(read);
-    if (!bytes)
-        co_return DeviceError::closed();
-    if (!*bytes)
+    const auto reader = co_await m_local.openReader(localFile);
+    if (!reader && reader.error().code == ErrorCode::Closed)
+        co_return reader.error();
+    if (!reader)
         co_return Error{ErrorCode::File, u"Cannot read "_s + localFile + u'.'};
     TransferStatus::Running running(m_transfer);
     running.setStatus(progress(name, 0, 1));
-    QByteArray content = **std::move(bytes);
-    const auto written = co_await m_files.writeDeviceFile(std::move(content), *permit, name);
+    running.setTotal((*reader)->size());
+    const auto written =
+        co_await m_files.sendFile(m_local.sourceOf(*reader), *permit, name, running.observer());
     if (!written)
         co_return written.error();
     if (!life)
@@ -146,6 +152,7 @@ Async<void> FileTransfer::copyFolderToDevice(QString localFolder)
     m_shell.appendInfo(u"↑ Copying %1 → %2…"_s.arg(name, target));
     reportSkipped(plan->skipped);
     running.setStatus(u"Copying %1…"_s.arg(name));
+    running.setTotal(plan->totalSize());
     QStringList folders{target};
     for (const CopyItem &item : std::as_const(plan->items)) {
         if (item.isDirectory)
@@ -158,25 +165,32 @@ Async<void> FileTransfer::copyFolderToDevice(QString localFolder)
         co_return DeviceError::closed();
 
     const QList<CopyItem> files = plan->files();
+    qint64 doneBytes = 0;
     for (qsizetype i = 0; i < files.size(); ++i) {
         const QString relative = files[i].relativePath;
         running.setStatus(progress(relative, i, files.size()));
-        const QString path = localFolder + u'/' + relative;
-        const std::function<Result<QByteArray>()> read = [path] { return LocalFile::read(path); };
-        auto bytes = co_await m_background.run(read);
-        if (!bytes)
-            co_return DeviceError::closed();
-        if (!*bytes) {
+        if (running.isCanceled())
+            co_return stoppedAt(relative, i, files.size(), DeviceError::cancelled());
+        const auto reader = co_await m_local.openReader(localFolder + u'/' + relative);
+        if (!reader && reader.error().code == ErrorCode::Closed)
+            co_return reader.error();
+        if (!reader) {
             m_files.refreshDeviceFiles(); // shows the files before this one
             co_return Error{ErrorCode::File, u"Copy stopped — cannot read "_s + relative + u'.'};
         }
-        QByteArray content = **std::move(bytes);
-        const auto written = co_await m_files.writeDeviceFile(std::move(content),
-                                                              permit->forEntry(relative), relative);
-        if (!written)
-            co_return stoppedAt(relative, written.error());
+        const auto written =
+            co_await m_files.sendFile(m_local.sourceOf(*reader), permit->forEntry(relative),
+                                      relative, running.observer(doneBytes));
         if (!life)
             co_return DeviceError::closed();
+        if (!written) {
+            const ErrorCode code = written.error().code;
+            if (code == ErrorCode::File || code == ErrorCode::Cancelled)
+                m_files.refreshDeviceFiles();
+            co_return stoppedAt(relative, i, files.size(), written.error());
+        }
+        doneBytes += files[i].size;
+        running.setDone(doneBytes);
     }
     m_shell.appendInfo(u"↑ Copied %1 to %2."_s.arg(countOfFiles(fileCount), target));
     co_await m_files.refreshDeviceFiles();
@@ -209,21 +223,16 @@ Async<void> FileTransfer::copyFileFromDevice(DeviceFileNode file, QString destin
 
     TransferStatus::Running running(m_transfer);
     running.setStatus(progress(file.name, 0, 1));
-    const auto bytes = co_await m_files.readDeviceFile(file.path, file.name);
-    if (!bytes)
-        co_return bytes.error();
+    running.setTotal(file.size);
+    const auto received = co_await receiveFile(file.path, target, file.name, running.observer());
+    if (!received && received.error().code == ErrorCode::File) {
+        co_return Error{ErrorCode::File,
+                        u"Cannot write %1: %2"_s.arg(target, received.error().message)};
+    }
+    if (!received)
+        co_return received.error();
     if (!life)
         co_return DeviceError::closed();
-    const std::function<Result<void>()> write = [target, content = *bytes] {
-        return LocalFile::writeAtomically(target, content);
-    };
-    const auto written = co_await m_background.run(write);
-    if (!written)
-        co_return DeviceError::closed();
-    if (!*written) {
-        co_return Error{ErrorCode::File,
-                        u"Cannot write %1: %2"_s.arg(target, written->error().message)};
-    }
     emit localFilesChanged();
     m_shell.appendInfo(u"↓ Copied %1 to %2."_s.arg(file.name, target));
     co_return Result<void>();
@@ -279,29 +288,51 @@ Async<void> FileTransfer::receiveFiles(QList<CopyItem> files, QString sourceFold
 {
     const auto life = m_life.watch();
     TransferStatus::Running running(m_transfer);
+    qint64 doneBytes = 0;
+    running.setTotal(
+        std::accumulate(files.begin(), files.end(), qint64(0),
+                        [](qint64 sum, const CopyItem &file) { return sum + file.size; }));
     for (qsizetype i = 0; i < files.size(); ++i) {
         const QString relative = files[i].relativePath;
         running.setStatus(progress(relative, i, files.size()));
-        const QString source = sourceFolder + u'/' + relative;
-        const auto bytes = co_await m_files.readDeviceFile(source, relative);
-        if (!bytes)
-            co_return stoppedAt(relative, bytes.error());
+        if (running.isCanceled())
+            co_return stoppedAt(relative, i, files.size(), DeviceError::cancelled());
+        const QString path = targetFolder + u'/' + relative;
+        const auto received = co_await receiveFile(sourceFolder + u'/' + relative, path, relative,
+                                                   running.observer(doneBytes));
         if (!life)
             co_return DeviceError::closed();
-        const QString path = targetFolder + u'/' + relative;
-        const std::function<Result<void>()> write = [path, content = *bytes] {
-            return LocalFile::writeAtomically(path, content);
-        };
-        const auto written = co_await m_background.run(write);
-        if (!written)
-            co_return DeviceError::closed();
-        if (!*written) {
+        if (!received && received.error().code == ErrorCode::File) {
             co_return Error{
                 ErrorCode::File,
-                u"Copy stopped — cannot write %1: %2"_s.arg(path, written->error().message)};
+                u"Copy stopped — cannot write %1: %2"_s.arg(path, received.error().message)};
         }
+        if (!received)
+            co_return stoppedAt(relative, i, files.size(), received.error());
+        doneBytes += files[i].size;
+        running.setDone(doneBytes);
     }
     co_return Result<void>();
+}
+
+Async<void> FileTransfer::receiveFile(QString source, QString path, QString label,
+                                      PieceTransfer::Observer observer)
+{
+    const auto life = m_life.watch();
+    const auto writer = co_await m_local.openWriter(path);
+    if (!writer)
+        co_return writer.error();
+    auto sink = m_local.sinkOf(*writer);
+    const auto received =
+        co_await m_files.receiveFile(source, label, std::move(sink), std::move(observer));
+    if (!life)
+        co_return DeviceError::closed();
+    if (received)
+        co_return co_await m_local.commit(*writer);
+    Error error = received.error();
+    if (error.code == ErrorCode::Cancelled)
+        error.message = u"Transfer cancelled — %1 is as it was."_s.arg(path);
+    co_return error;
 }
 
 void FileTransfer::reportSkipped(const QList<CopyPlan::Skipped> &skipped)

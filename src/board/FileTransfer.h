@@ -5,6 +5,7 @@
 #include "base/Lifetime.h"
 #include "board/BoardRecords.h"
 #include "board/CopyPlan.h"
+#include "board/LocalPieces.h"
 
 #include <QObject>
 
@@ -19,8 +20,9 @@ class TransferStatus;
 ///
 /// A folder copy asks once, then works through its plan and stops at the first failure; what was
 /// copied before stays, and copying again merges. Start and success are written to the Shell,
-/// failures are returned. Local files are read and written off the main thread; everything else
-/// happens on it.
+/// failures are returned. Local files are read and written in pieces, off the main thread; a local
+/// file is replaced when all of its content has arrived and was checked. Everything else happens on
+/// the main thread.
 class FileTransfer final : public QObject
 {
     Q_OBJECT
@@ -43,6 +45,10 @@ signals:
     void localFilesChanged();
 
 private:
+    /// Copies the board's file \p source to the local \p path. The message of a `File` error is
+    /// the system's text.
+    [[nodiscard]] Async<void> receiveFile(QString source, QString path, QString label,
+                                          PieceTransfer::Observer observer);
     /// Copies \p files, which are below both folders, and stops at the first failure.
     [[nodiscard]] Async<void> receiveFiles(QList<CopyItem> files, QString sourceFolder,
                                            QString targetFolder);
@@ -54,6 +60,7 @@ private:
     TransferStatus &m_transfer;
     ShellSink &m_shell;
     Background m_background;
+    LocalPieces m_local{m_background};
     Lifetime m_life;
 };
 

@@ -15,7 +15,8 @@ using namespace std::chrono_literals;
 
 constexpr auto pieceTimeout = 15s;
 constexpr int maxAttempts = 4;
-constexpr int hashBlocks = 128; // of 512 bytes
+constexpr int hashBlocks = 128;   // of 512 bytes
+constexpr int maxNameBytes = 200; // longer names are cut, to have room for ".part"
 
 Error canceledError()
 {
@@ -48,6 +49,12 @@ bool isLineError(const Error &error)
             || message.startsWith(QLatin1String("NameError")));
 }
 
+/// True when the command may have been executed all the same.
+bool isEffectUnknown(const Error &error)
+{
+    return isLineError(error) || error.code == ErrorCode::NotConnected;
+}
+
 } // namespace
 
 PieceTransfer::PieceTransfer(DeviceLink &link, const BoardCapabilities &board, Observer observer)
@@ -61,29 +68,64 @@ PieceTransfer::PieceTransfer(DeviceLink &link, const BoardCapabilities &board, O
 
 QString PieceTransfer::temporaryPath(const QString &path)
 {
-    const qsizetype name = path.lastIndexOf(u'/') + 1;
-    return path.first(name) + u'.' + path.sliced(name) + QStringLiteral(".part");
+    const qsizetype start = path.lastIndexOf(u'/') + 1;
+    QString name = path.sliced(start);
+    if (const QByteArray utf8 = name.toUtf8(); utf8.size() > maxNameBytes)
+        name = name.first(maxNameBytes / 4) + QString::number(FileDigest::crc32(utf8), 16);
+    return path.first(start) + u'.' + name + QStringLiteral(".part");
 }
 
 Async<void> PieceTransfer::send(Source next, QString path, Target target)
 {
     const bool isBeside = target == Target::Beside && m_board.hasRename;
     const QString written = isBeside ? temporaryPath(path) : path;
-    auto result = co_await sendPieces(std::move(next), written);
+    auto result = co_await sendPieces(std::move(next), written, path);
     if (result)
         result = co_await check(written);
     if (result && isBeside)
-        result = co_await expectOk(TransferScripts::replace(written, path));
-    if (!result) {
-        const QString cleanUp = TransferScripts::discard(written);
-        static_cast<void>(co_await execute(cleanUp)); // the first error is the one to report
+        result = co_await replace(written, path);
+    if (result)
+        m_fileState = FileState::New;
+    // A link that was destroyed must not be used, and a file that was not opened is the old one.
+    const bool cleansUp = !result && result.error().code != ErrorCode::Closed
+        && (isBeside ? m_leftover == Leftover::Part : m_fileState == FileState::Incomplete);
+    if (cleansUp) {
+        const QString code = TransferScripts::discard(written);
+        const auto discarded = co_await execute(code); // the first error is the one to report
+        if (discarded && isBeside)
+            m_leftover = Leftover::None;
+        else if (discarded)
+            m_fileState = FileState::Missing;
     }
     co_return result;
 }
 
-Async<void> PieceTransfer::sendPieces(Source next, QString path)
+Async<void> PieceTransfer::replace(QString temporary, QString path)
 {
-    auto opened = co_await expectOk(TransferScripts::openToWrite(path, m_board));
+    auto replaced = co_await expectOk(TransferScripts::replace(temporary, path));
+    if (replaced || replaced.error().code == ErrorCode::Closed) {
+        m_leftover = Leftover::None;
+        co_return replaced;
+    }
+    m_fileState = FileState::OldOrNew;
+    m_leftover = Leftover::Whole;
+    const auto settled = co_await execute(TransferScripts::settle(temporary, path));
+    if (!settled)
+        co_return replaced;
+    m_leftover = Leftover::None;
+    if (settled->contains(QLatin1String("__NEW__")))
+        co_return Result<void>();
+    m_fileState = FileState::Old;
+    co_return replaced;
+}
+
+Async<void> PieceTransfer::sendPieces(Source next, QString path, QString target)
+{
+    auto opened = co_await expectOk(TransferScripts::openToWrite(path, target, m_board));
+    if (opened || isEffectUnknown(opened.error())) {
+        m_leftover = path == target ? Leftover::None : Leftover::Part;
+        m_fileState = path == target ? FileState::Incomplete : FileState::Old;
+    }
     if (!opened)
         co_return opened.error();
     while (true) {
@@ -128,12 +170,12 @@ Async<void> PieceTransfer::sendPiece(QByteArray piece, qint64 offset)
 Async<void> PieceTransfer::receive(QString path, Sink sink)
 {
     auto result = co_await receivePieces(path, std::move(sink));
+    if (result)
+        co_return co_await check(path);
     const QString cleanUp = TransferScripts::close();
-    if (!result) {
+    if (result.error().code != ErrorCode::Closed)
         static_cast<void>(co_await execute(cleanUp));
-        co_return result;
-    }
-    co_return co_await check(path);
+    co_return result;
 }
 
 Async<void> PieceTransfer::receivePieces(QString path, Sink sink)

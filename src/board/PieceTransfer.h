@@ -45,13 +45,31 @@ public:
         InPlace,
     };
 
-    /// Borrows \p link, which must outlive this.
+    /// What a path holds on the board after `send`.
+    enum class FileState {
+        /// What it held before.
+        Old,
+        New,
+        /// The old or the new file, whole: the link was lost during the rename.
+        OldOrNew,
+        /// Part of the new file.
+        Incomplete,
+        Missing,
+    };
+
+    /// Borrows \p link. It may be destroyed during an operation, which then ends with `Closed`.
     PieceTransfer(DeviceLink &link, const BoardCapabilities &board, Observer observer);
 
     /// Writes the file at \p path. On failure the old file is unchanged with Target::Beside, and
     /// the temporary file is removed unless the link was lost. Errors: those of DeviceLink,
-    /// `Cancelled`, `Damaged` (the check failed), and what \p next yields.
+    /// `Cancelled`, `Damaged` (the check failed), and what \p next yields. Fails with `Remote`
+    /// (EISDIR) when \p path is a folder.
     [[nodiscard]] Async<void> send(Source next, QString path, Target target = Target::Beside);
+    [[nodiscard]] FileState fileState() const { return m_fileState; }
+    /// What `send` could not remove from the board: nothing, a part of a file, or a whole file
+    /// whose rename may have been interrupted.
+    enum class Leftover { None, Part, Whole };
+    [[nodiscard]] Leftover leftover() const { return m_leftover; }
     /// Reads the file at \p path into \p sink and checks what was read. Errors as above.
     [[nodiscard]] Async<void> receive(QString path, Sink sink);
     /// The digest of the board's file at \p path, in hexadecimal digits.
@@ -61,8 +79,9 @@ public:
     [[nodiscard]] static QString temporaryPath(const QString &path);
 
 private:
-    [[nodiscard]] Async<void> sendPieces(Source next, QString path);
+    [[nodiscard]] Async<void> sendPieces(Source next, QString path, QString target);
     [[nodiscard]] Async<void> sendPiece(QByteArray piece, qint64 offset);
+    [[nodiscard]] Async<void> replace(QString temporary, QString path);
     [[nodiscard]] Async<void> receivePieces(QString path, Sink sink);
     [[nodiscard]] Async<QByteArray> receivePiece(qint64 offset);
     [[nodiscard]] Async<void> check(QString path);
@@ -74,6 +93,8 @@ private:
     const Observer m_observer;
     PieceSize m_pieceSize;
     FileDigest m_digest;
+    FileState m_fileState = FileState::Old;
+    Leftover m_leftover = Leftover::None;
 };
 
 } // namespace Korvane

@@ -67,9 +67,10 @@ QString capabilities()
     return script("capabilities"_L1);
 }
 
-QString openToWrite(const QString &path, const BoardCapabilities &board)
+QString openToWrite(const QString &path, const QString &target, const BoardCapabilities &board)
 {
-    return script("open-to-write"_L1).arg(pathLiteral(path), imports(u"a2b_base64"_s, board));
+    return script("open-to-write"_L1)
+        .arg(pathLiteral(path), imports(u"a2b_base64"_s, board), pathLiteral(target));
 }
 
 QString writePiece(QByteArrayView piece, qint64 offset, const BoardCapabilities &board)
@@ -130,10 +131,12 @@ QString openToHash(const QString &path, const BoardCapabilities &board)
 
 QString hashPiece(int blocks, const BoardCapabilities &board)
 {
-    const QString add = board.hasSha256 ? u"_kh.update(_kd)"_s : u"_kh=_kc(_kd,_kh)"_s;
+    const QString block = u"_kd if _kb==512 else _kd[:_kb]"_s;
+    const QString add =
+        board.hasSha256 ? u"_kh.update("_s + block + u')' : u"_kh=_kc("_s + block + u",_kh)"_s;
     // MicroPython's digest() ends the computation: it is asked for at the end of the file alone.
     const QString digest = board.hasSha256
-        ? u"'' if _kd else ''.join('%02x'%_kb for _kb in _kh.digest())"_s
+        ? u"'' if _kb else ''.join('%02x'%_kx for _kx in _kh.digest())"_s
         : u"'%08x'%_kh"_s;
     return script("hash-piece"_L1).arg(QString::number(blocks), add, digest);
 }
@@ -160,6 +163,11 @@ QString discard(const QString &path)
 QString replace(const QString &from, const QString &to)
 {
     return script("replace"_L1).arg(pathLiteral(from), pathLiteral(to));
+}
+
+QString settle(const QString &from, const QString &to)
+{
+    return script("settle"_L1).arg(pathLiteral(from), pathLiteral(to));
 }
 
 } // namespace Korvane::TransferScripts

@@ -15,8 +15,10 @@ namespace Korvane::TransferScripts {
 /// Prints "__CAPS__" and the fields that BoardCapabilities::parse reads.
 [[nodiscard]] QString capabilities();
 
-/// Creates or empties the file at \p path. Prints "__OK__".
-[[nodiscard]] QString openToWrite(const QString &path, const BoardCapabilities &board);
+/// Creates or empties the file at \p path, whose content is meant for \p target. Prints "__OK__";
+/// raises OSError(EISDIR) when \p target is a folder.
+[[nodiscard]] QString openToWrite(const QString &path, const QString &target,
+                                  const BoardCapabilities &board);
 /// Appends \p piece unless the position is beyond \p offset already, so that a piece whose reply
 /// was lost can be sent again. Prints "__OK__"; raises ValueError("__LOST__") before anything is
 /// written when the piece did not arrive as it was sent. The bytes travel as base64 or as a bytes
@@ -53,5 +55,8 @@ struct HashState
 [[nodiscard]] QString discard(const QString &path);
 /// Renames \p from to \p to, replacing it. Prints "__OK__".
 [[nodiscard]] QString replace(const QString &from, const QString &to);
+/// Completes or undoes a `replace` that may have been interrupted anywhere: prints "__NEW__" when
+/// \p to is the new file, or "__OLD__" when it is the old one and \p from was removed.
+[[nodiscard]] QString settle(const QString &from, const QString &to);
 
 } // namespace Korvane::TransferScripts

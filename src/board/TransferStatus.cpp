@@ -1,33 +1,137 @@
 #include "board/TransferStatus.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Korvane {
 
+namespace {
+
+using namespace Qt::StringLiterals;
+
+/// A shorter operation shows no progress.
+constexpr std::chrono::milliseconds shortOperation{500};
+
+QString rateText(double bytesPerSecond)
+{
+    if (bytesPerSecond < 1e3)
+        return u"%1 B/s"_s.arg(bytesPerSecond, 0, 'f', 0);
+    if (bytesPerSecond < 1e6)
+        return u"%1 kB/s"_s.arg(bytesPerSecond / 1e3, 0, 'f', 0);
+    return u"%1 MB/s"_s.arg(bytesPerSecond / 1e6, 0, 'f', 1);
+}
+
+QString timeText(double seconds)
+{
+    const auto whole = static_cast<qint64>(seconds) + 1;
+    if (whole < 60)
+        return u"%1 s"_s.arg(whole);
+    if (whole < 3600)
+        return u"%1 min"_s.arg((whole + 59) / 60);
+    return u"%1 h %2 min"_s.arg(whole / 3600).arg(whole % 3600 / 60);
+}
+
+} // namespace
+
 TransferStatus::Running::Running(TransferStatus &transfer)
     : m_transfer(&transfer)
 {
-    if (++transfer.m_running == 1)
+    transfer.m_running.append(this);
+    if (transfer.m_running.size() == 1)
         emit transfer.isSendingToDeviceChanged();
 }
 
 TransferStatus::Running::~Running()
 {
-    // A coroutine that ends because everything goes may outlive the TransferStatus.
-    if (!m_transfer || --m_transfer->m_running > 0)
+    if (!m_transfer)
         return;
-    const bool hadStatus = !std::exchange(m_transfer->m_status, {}).isEmpty();
-    emit m_transfer->isSendingToDeviceChanged();
-    if (hadStatus && m_transfer)
+    const QString before = m_transfer->status();
+    m_transfer->m_running.removeOne(this);
+    if (m_transfer->m_running.isEmpty())
+        emit m_transfer->isSendingToDeviceChanged();
+    if (m_transfer && m_transfer->status() != before)
         emit m_transfer->statusChanged();
 }
 
 void TransferStatus::Running::setStatus(const QString &status)
 {
-    if (!m_transfer || m_transfer->m_status == status)
+    if (m_status == status)
         return;
-    m_transfer->m_status = status;
-    emit m_transfer->statusChanged();
+    m_status = status;
+    if (m_transfer)
+        emit m_transfer->statusChanged();
+}
+
+void TransferStatus::Running::setTotal(qint64 totalBytes)
+{
+    m_totalBytes = totalBytes;
+    m_timer.start();
+    if (m_transfer)
+        emit m_transfer->statusChanged();
+}
+
+void TransferStatus::Running::setDone(qint64 doneBytes)
+{
+    const std::chrono::milliseconds elapsed(m_timer.isValid() ? m_timer.elapsed() : 0);
+    if (elapsed < shortOperation)
+        return;
+    const QString progress = progressText(doneBytes, m_totalBytes, elapsed);
+    if (std::exchange(m_progress, progress) != progress && m_transfer)
+        emit m_transfer->statusChanged();
+}
+
+PieceTransfer::Observer TransferStatus::Running::observer(qint64 before)
+{
+    PieceTransfer::Observer observer;
+    observer.moved = [this, before](qint64 doneBytes) { setDone(before + doneBytes); };
+    observer.isCanceled = [this] { return m_isCanceled; };
+    return observer;
+}
+
+QString TransferStatus::status() const
+{
+    for (auto running = m_running.crbegin(); running != m_running.crend(); ++running) {
+        QString text = (*running)->m_status;
+        if (text.isEmpty())
+            continue;
+        const QString &progress = (*running)->m_progress;
+        if (progress.isEmpty())
+            return text;
+        if (text.endsWith(u'…'))
+            text.chop(1);
+        return text + u" — "_s + progress;
+    }
+    return {};
+}
+
+bool TransferStatus::canCancel() const
+{
+    return std::any_of(m_running.begin(), m_running.end(), [](const Running *running) {
+        return running->m_totalBytes >= 0 && !running->m_isCanceled;
+    });
+}
+
+void TransferStatus::cancel()
+{
+    for (Running *running : std::as_const(m_running)) {
+        if (running->m_totalBytes >= 0)
+            running->m_isCanceled = true;
+    }
+    emit statusChanged();
+}
+
+QString TransferStatus::progressText(qint64 doneBytes, qint64 totalBytes,
+                                     std::chrono::milliseconds elapsed)
+{
+    if (doneBytes <= 0 || totalBytes <= 0 || elapsed.count() <= 0)
+        return {};
+    const double rate = static_cast<double>(doneBytes) * 1e3 / static_cast<double>(elapsed.count());
+    // A file may have grown since its size was read.
+    const qint64 percent = std::min<qint64>(100, doneBytes * 100 / totalBytes);
+    QString text = u"%1 %, %2"_s.arg(QString::number(percent), rateText(rate));
+    if (doneBytes < totalBytes)
+        text += u", %1 left"_s.arg(timeText(static_cast<double>(totalBytes - doneBytes) / rate));
+    return text;
 }
 
 } // namespace Korvane

@@ -1,19 +1,27 @@
 #pragma once
 
+#include "board/PieceTransfer.h"
+
+#include <QElapsedTimer>
+#include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QString>
 
+#include <chrono>
+#include <memory>
+
 namespace Korvane {
 
-/// Whether a send, a save to the board or a copy in either direction is in progress, and on which
-/// file, for whoever shows it.
+/// The sends, saves to the board and copies in both directions that are in progress: what the
+/// window shows of them, and the request to cancel them. Main thread only.
 class TransferStatus final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Keeps `isSendingToDevice` set for as long as it lives; several may overlap.
+    /// One operation in progress, from construction to destruction; several may overlap. It may
+    /// outlive the TransferStatus, and does nothing then.
     class Running final
     {
     public:
@@ -22,26 +30,49 @@ public:
         Running(const Running &) = delete;
         Running &operator=(const Running &) = delete;
 
-        /// What the person is told, for example "Copying lib/a.py (3 of 50)".
+        /// The text to show, for example "Copying lib/a.py (3 of 50)…".
         void setStatus(const QString &status);
+        /// Makes the operation one that can be canceled, and starts to measure its rate.
+        void setTotal(qint64 totalBytes);
+        /// From half a second after setTotal on, the progress is shown behind the text.
+        void setDone(qint64 doneBytes);
+        [[nodiscard]] bool isCanceled() const { return m_isCanceled; }
+        /// Reports to this operation, which must outlive the transfer. \p before is what was moved
+        /// before this file.
+        [[nodiscard]] PieceTransfer::Observer observer(qint64 before = 0);
 
     private:
+        friend class TransferStatus;
+
         QPointer<TransferStatus> m_transfer;
+        QString m_status;
+        QString m_progress;
+        QElapsedTimer m_timer;
+        qint64 m_totalBytes = -1;
+        bool m_isCanceled = false;
     };
 
     using QObject::QObject;
 
-    [[nodiscard]] bool isSendingToDevice() const { return m_running > 0; }
-    /// Empty while nothing runs.
-    [[nodiscard]] const QString &status() const { return m_status; }
+    [[nodiscard]] bool isSendingToDevice() const { return !m_running.isEmpty(); }
+    /// The text of the operation that began last and has one. Empty while nothing runs.
+    [[nodiscard]] QString status() const;
+    /// An operation that has not been canceled yet can be.
+    [[nodiscard]] bool canCancel() const;
+    /// Asks all operations to end; each does so after its current piece, and says what it left.
+    void cancel();
+
+    /// "45 %, 10 kB/s, 12 s left"; empty when nothing can be said yet.
+    [[nodiscard]] static QString progressText(qint64 doneBytes, qint64 totalBytes,
+                                              std::chrono::milliseconds elapsed);
 
 signals:
     void isSendingToDeviceChanged();
+    /// Also when canCancel has changed.
     void statusChanged();
 
 private:
-    int m_running = 0;
-    QString m_status;
+    QList<Running *> m_running;
 };
 
 } // namespace Korvane

@@ -15,7 +15,7 @@ struct BoardFixture final
     LinkFixture fixture;
     ScriptedPrompts prompts;
     TransferStatus transfer;
-    DeviceFiles files{*fixture.link, prompts};
+    DeviceFiles files{*fixture.link, prompts, transfer};
     FileTransfer copies{*fixture.link, files, transfer, fixture};
 
     BoardFixture()

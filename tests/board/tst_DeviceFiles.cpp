@@ -85,6 +85,28 @@ private slots:
         QCOMPARE(m_fixture.said(), u"error: Cannot encode f as UTF-8"_s);
     }
 
+    void movesLargeFilesInTurnsOnABoardWithLittleMemory()
+    {
+        VirtualBoard small({u"--heap"_s, u"64K"_s});
+        QVERIFY2(small.start(), qPrintable(small.errorText()));
+        BoardFixture fixture;
+        QVERIFY(fixture.connectTo(small.port()));
+        const QByteArray a(50'000, 'a');
+        const QByteArray b(50'000, 'b');
+        auto &files = fixture.files;
+        auto first = files.writeDeviceFile(a, files.permitWrite(u"/a"_s), u"a"_s);
+        auto second = files.writeDeviceFile(b, files.permitWrite(u"/b"_s), u"b"_s);
+        QVERIFY(!awaited(files.deviceFileExists(u"/a"_s))); // in between
+        fixture.done(std::move(first));
+        fixture.done(std::move(second));
+        QCOMPARE(fixture.said(), QString());
+        // It is not listed, and one command has no memory for it.
+        QVERIFY(fixture.done(files.readDeviceFile(u"/a"_s, u"a"_s)) == a);
+        awaited(files.refreshDeviceFiles());
+        QVERIFY(fixture.done(files.readDeviceFile(u"/b"_s, u"b"_s)) == b);
+        QCOMPARE(fixture.said(), QString());
+    }
+
     void listsFiveThousandEntries()
     {
         QVERIFY(awaited(m_fixture.fixture.link->executeOnDevice(

@@ -1,10 +1,14 @@
 #include "board/BoardFixture.h"
 
+#include "board/FileDigest.h"
 #include "support/Awaited.h"
+#include "support/Cable.h"
 #include "support/Files.h"
 #include "support/ScriptedBoard.h"
 #include "support/VirtualBoard.h"
 
+#include <QElapsedTimer>
+#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -251,12 +255,159 @@ private slots:
         for (const QString &name : {u"a"_s, u"b"_s, u"c"_s})
             put(local(u"full/"_s + name), QByteArray(20'000, 'x'));
         fixture.done(fixture.copies.copyFolderToDevice(local(u"full"_s)));
-        QCOMPARE(fixture.said(),
-                 u"info: ↑ Copying full → /full…\n"
-                 "error: Device write failed: No space left on the device\n"
-                 "error: Copy stopped at c."_s);
+        QCOMPARE(
+            fixture.said(),
+            u"info: ↑ Copying full → /full…\n"
+            "error: Device write failed: No space left on the device — /full/c on the board is "
+            "unchanged.\n"
+            "error: Copy stopped at c."_s);
         QCOMPARE(fixture.done(fixture.files.readDeviceFile(u"/full/b"_s, {})),
                  QByteArray(20'000, 'x'));
+    }
+
+    void leavesTheOldOrTheNewFileWhereTheLinkIsLost_data()
+    {
+        QTest::addColumn<bool>("isSent");
+        QTest::newRow("to the board") << true;
+        QTest::newRow("from the board") << false;
+    }
+    void leavesTheOldOrTheNewFileWhereTheLinkIsLost()
+    {
+        QFETCH(bool, isSent);
+        constexpr qsizetype size = 15'000; // 2,048, 4,096, 8,192 and 664 bytes
+        const QByteArray old(size, 'o');
+        const QByteArray fresh(size, 'n');
+        VirtualBoard board;
+        QVERIFY2(board.start(), qPrintable(board.errorText()));
+        Cable cable(board.port());
+        const QString file = local(u"cut/f"_s);
+        const QString script = u"import os,binascii\nd=open('/f','rb').read()\n"
+                               "print(len(d),binascii.crc32(d),'.f.part' in os.listdir('/'))"_s;
+        const auto told = [](const QByteArray &bytes) {
+            return u"%1 %2 False\n"_s.arg(bytes.size()).arg(FileDigest::crc32(bytes));
+        };
+        qsizetype total = 0;
+        int counts[3] = {};
+        QRandomGenerator random(7);
+        // The first copy is not cut; the next ones are cut where the file is replaced and
+        // elsewhere.
+        for (QElapsedTimer timer; !timer.isValid() || timer.elapsed() < 8'000;) {
+            BoardFixture fixture;
+            cable.plugIn();
+            QVERIFY(fixture.connectTo(cable.port()));
+            put(file, isSent ? fresh : old);
+            QVERIFY(fixture.write(isSent ? old : fresh, u"/f"_s, u"f"_s));
+            awaited(fixture.files.refreshDeviceFiles());
+            const qsizetype before = cable.passed();
+            const bool isLate = random.bounded(3) == 0;
+            const qsizetype cut = isLate ? total - random.bounded(800) : random.bounded(total + 1);
+            if (total > 0)
+                cable.breakAfter(std::max<qsizetype>(1, cut));
+            auto copied = isSent ? awaited(fixture.copies.copyFileToDevice(file))
+                                 : awaited(fixture.copies.copyFileFromDevice(
+                                     *fixture.files.deviceNode(u"/f"_s), local(u"cut"_s)));
+            if (!timer.isValid()) {
+                QVERIFY(copied);
+                total = cable.passed() - before;
+                timer.start();
+            }
+            const QString message = copied ? QString() : copied.error().message;
+            const bool isUnsure = message.endsWith(u"is the old or the new file, whole."_s);
+            QVERIFY2(copied || !isSent || isUnsure
+                         || message.endsWith(u" — /f on the board is unchanged."_s),
+                     qPrintable(message));
+            ++counts[copied ? 0 : isUnsure ? 1 : 2];
+            if (isSent && cable.isBroken()) {
+                cable.plugIn();
+                QTRY_COMPARE(fixture.fixture.link->connectionState(),
+                             DeviceConnectionState::disconnected());
+                QVERIFY(fixture.connectTo(cable.port()));
+            }
+            if (isSent) {
+                QString found;
+                const auto isExpected = [&] {
+                    const auto output = awaited(
+                        fixture.fixture.link->executeOnDevice(script, std::chrono::seconds(5)));
+                    found = output ? *output : output.error().message;
+                    return ((!copied || isUnsure) && found == told(old))
+                        || ((copied || isUnsure) && found == told(fresh));
+                };
+                QTRY_VERIFY2(isExpected(),
+                             qPrintable(u"cut at %1 of %2: %3: %4"_s.arg(cut).arg(total).arg(
+                                 message, found)));
+            } else {
+                QVERIFY(bytesOf(file) == (copied ? fresh : old));
+                QCOMPARE(QDir(local(u"cut"_s)).entryList(QDir::Files | QDir::Hidden), {u"f"_s});
+            }
+        }
+        qInfo("%d copied, %d old or new, %d old", counts[0], counts[1], counts[2]);
+    }
+
+    void writesOverAFileOnAFullBoardOnlyWhenTheUserAgrees()
+    {
+        VirtualBoard small({u"--disk"_s, u"50000"_s});
+        QVERIFY2(small.start(), qPrintable(small.errorText()));
+        BoardFixture fixture;
+        QVERIFY(fixture.connectTo(small.port()));
+        QVERIFY(fixture.write(QByteArray(30'000, 'o'), u"/f"_s, u"f"_s));
+        fixture.prompts.confirmation.confirmed = false;
+        QVERIFY(!fixture.write(QByteArray(30'000, 'n'), u"/f"_s, u"f"_s));
+        QCOMPARE(fixture.said(),
+                 u"error: Device write failed: No space left on the device — /f "
+                 "on the board is unchanged."_s);
+        QCOMPARE(fixture.prompts.takeAsked(),
+                 u"Write over “f” on the device? | The board has no room for the old and the new "
+                 "/f. If writing over the old file fails, both are lost on the board. | Write "
+                 "Over"_s);
+        QCOMPARE(fixture.done(fixture.files.readDeviceFile(u"/f"_s, {})), QByteArray(30'000, 'o'));
+        fixture.prompts.confirmation.confirmed = true;
+        QVERIFY(fixture.write(QByteArray(30'000, 'n'), u"/f"_s, u"f"_s));
+        QCOMPARE(fixture.done(fixture.files.readDeviceFile(u"/f"_s, {})), QByteArray(30'000, 'n'));
+    }
+
+    void cancelsACopyAndSaysWhatIsWhere()
+    {
+        for (const QString &name : {u"a"_s, u"b"_s})
+            put(local(u"cancel/"_s + name), QByteArray(10'000, 'x'));
+        const QMetaObject::Connection canceling =
+            connect(&m_fixture.transfer, &TransferStatus::statusChanged, this, [this] {
+                if (m_fixture.transfer.status().startsWith(u"Copying b ")
+                    && m_fixture.transfer.canCancel())
+                    m_fixture.transfer.cancel();
+            });
+        QVERIFY(!m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"cancel"_s))));
+        disconnect(canceling);
+        QCOMPARE(m_fixture.said(),
+                 u"info: ↑ Copying cancel → /cancel…\ninfo: Copy cancelled at b "
+                 "(2 of 2); the files before it were copied."_s);
+        QCOMPARE(onBoard(u"/cancel/a"_s), QByteArray(10'000, 'x'));
+        QVERIFY(!awaited(m_fixture.files.deviceFileExists(u"/cancel/b"_s)));
+    }
+
+    void tellsRateAndTimeLeft_data()
+    {
+        QTest::addColumn<qint64>("done");
+        QTest::addColumn<qint64>("total");
+        QTest::addColumn<int>("milliseconds");
+        QTest::addColumn<QString>("text");
+        const auto row = [](const char *name, qint64 done, qint64 total, int milliseconds,
+                            const QString &text) {
+            QTest::newRow(name) << done << total << milliseconds << text;
+        };
+        row("seconds", 45'000, 100'000, 4'500, u"45 %, 10 kB/s, 6 s left"_s);
+        row("minutes", 1'000, 100'000, 2'000, u"1 %, 500 B/s, 4 min left"_s);
+        row("hours", 10'000'000, 100'000'000'000, 1'000, u"0 %, 10.0 MB/s, 2 h 46 min left"_s);
+        row("grown file", 300, 200, 1'000, u"100 %, 300 B/s"_s);
+        row("nothing done", 0, 200, 1'000, {});
+        row("unknown size", 300, 0, 1'000, {});
+    }
+    void tellsRateAndTimeLeft()
+    {
+        QFETCH(qint64, done);
+        QFETCH(qint64, total);
+        QFETCH(int, milliseconds);
+        QTEST(TransferStatus::progressText(done, total, std::chrono::milliseconds(milliseconds)),
+              "text");
     }
 
     void endsQuietlyWhenEverythingGoesInTheMiddle()

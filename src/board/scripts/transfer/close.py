@@ -1,6 +1,6 @@
 try:
  _kf.close()
-except NameError:
+except (NameError,AttributeError):
  pass
 _kf=_kd=_kp=_kh=None
 print('__OK__')

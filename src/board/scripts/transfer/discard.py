@@ -1,7 +1,7 @@
 import os
 try:
  _kf.close()
-except NameError:
+except (NameError,AttributeError,OSError):
  pass
 _kf=_kd=_kp=_kh=None
 try:

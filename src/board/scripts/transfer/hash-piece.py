@@ -1,7 +1,10 @@
+if not _kd:
+ _kd=bytearray(512)
+_kb=1
 for _ki in range(%1):
- _kd=_kf.read(512)
- if not _kd:
+ _kb=_kf.readinto(_kd)
+ if not _kb:
   break
- _kn+=len(_kd)
+ _kn+=_kb
  %2
-print('__HASH__%d %d '%(_kn,0 if _kd else 1)+(%3))
+print('__HASH__%d %d '%(_kn,0 if _kb else 1)+(%3))

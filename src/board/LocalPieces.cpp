@@ -1,0 +1,88 @@
+#include "board/LocalPieces.h"
+
+#include "board/DeviceError.h"
+
+#include <functional>
+#include <optional>
+
+namespace Korvane {
+
+namespace {
+
+/// What a Background that was destroyed left undone.
+template <typename T> Result<T> unlessClosed(std::optional<Result<T>> result)
+{
+    if (!result)
+        return DeviceError::closed();
+    return *std::move(result);
+}
+
+Async<void> closed()
+{
+    co_return DeviceError::closed();
+}
+
+Async<QByteArray> closedSource()
+{
+    co_return DeviceError::closed();
+}
+
+} // namespace
+
+LocalPieces::LocalPieces(Background &background)
+    : m_background(background)
+{
+}
+
+DeviceFileContent::Source LocalPieces::sourceOf(const Reader &reader)
+{
+    const PieceTransfer::Source next = [this, life = m_life.watch(), reader](qsizetype maxBytes) {
+        return life ? readPiece(reader, maxBytes) : closedSource();
+    };
+    return {[reader, next] {
+                static_cast<void>(reader->rewind()); // a failure shows at the first read
+                return next;
+            },
+            reader->size()};
+}
+
+PieceTransfer::Sink LocalPieces::sinkOf(const Writer &writer)
+{
+    return [this, life = m_life.watch(), writer](const QByteArray &bytes) {
+        return life ? writePiece(writer, bytes) : closed();
+    };
+}
+
+Async<LocalPieces::Reader> LocalPieces::openReader(QString path)
+{
+    const std::function<Result<Reader>()> open = [path] { return LocalFile::Reader::open(path); };
+    co_return unlessClosed(co_await m_background.run(open));
+}
+
+Async<LocalPieces::Writer> LocalPieces::openWriter(QString path)
+{
+    const std::function<Result<Writer>()> open = [path] { return LocalFile::Writer::open(path); };
+    co_return unlessClosed(co_await m_background.run(open));
+}
+
+Async<QByteArray> LocalPieces::readPiece(Reader reader, qsizetype maxBytes)
+{
+    const std::function<Result<QByteArray>()> read = [reader, maxBytes] {
+        return reader->read(maxBytes);
+    };
+    co_return unlessClosed(co_await m_background.run(read));
+}
+
+Async<void> LocalPieces::writePiece(Writer writer, QByteArray bytes)
+{
+    const std::function<Result<void>()> write = [writer, bytes] { return writer->write(bytes); };
+    co_return unlessClosed(co_await m_background.run(write));
+}
+
+Async<void> LocalPieces::commit(Writer writer)
+{
+    const std::function<Result<void>()> commit = [writer] { return writer->commit(); };
+    co_return unlessClosed(co_await m_background.run(commit));
+}
+
+} // namespace Korvane

@@ -1,0 +1,164 @@
+#include "board/TransferQueue.h"
+
+#include "board/DeviceError.h"
+#include "board/DeviceLink.h"
+#include "board/TransferScripts.h"
+
+#include <iterator>
+#include <utility>
+
+namespace Korvane {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto quickTimeout = 5s;
+
+} // namespace
+
+TransferQueue::TransferQueue(DeviceLink &link)
+    : m_link(link)
+{
+    connect(&link, &DeviceLink::connected, this, &TransferQueue::removeLeftoversInTurn);
+}
+
+QCoro::Task<TransferQueue::Sent> TransferQueue::send(OpenSource open, QString path,
+                                                     PieceTransfer::Target target,
+                                                     PieceTransfer::Observer observer)
+{
+    const auto life = m_life.watch();
+    Sent sent;
+    const auto turn = co_await this->turn();
+    if (!turn) {
+        sent.result = turn.error();
+        co_return sent;
+    }
+    const auto board = co_await capabilities();
+    if (!board) {
+        sent.result = board.error();
+        co_return sent;
+    }
+    sent.result = co_await removeLeftovers();
+    if (!sent.result)
+        co_return sent;
+    const auto identity = co_await m_link.boardIdentity();
+    if (!life) {
+        sent.result = DeviceError::closed();
+        co_return sent;
+    }
+    PieceTransfer transfer(m_link, *board, std::move(observer));
+    sent.result = co_await transfer.send(open(), path, target);
+    sent.fileState = transfer.fileState();
+    if (life && identity && transfer.leftover() != PieceTransfer::Leftover::None)
+        m_leftovers.append({*identity, path, transfer.leftover()});
+    co_return sent;
+}
+
+Async<void> TransferQueue::receive(QString path, PieceTransfer::Sink sink,
+                                   PieceTransfer::Observer observer)
+{
+    const auto turn = co_await this->turn();
+    if (!turn)
+        co_return turn.error();
+    const auto board = co_await capabilities();
+    if (!board)
+        co_return board.error();
+    PieceTransfer transfer(m_link, *board, std::move(observer));
+    co_return co_await transfer.receive(std::move(path), std::move(sink));
+}
+
+/// Fails when the connection that the transfer was asked for has ended meanwhile.
+Async<TransferQueue::Turn> TransferQueue::turn()
+{
+    const auto life = m_life.watch();
+    const int connection = m_link.connectionNumber();
+    if (m_isTaken) {
+        OneShot<bool> &shot = m_waiting.emplace_back();
+        const auto position = std::prev(m_waiting.end());
+        const std::optional<bool> isGranted = co_await shot.wait();
+        if (!isGranted || !life)
+            co_return DeviceError::closed();
+        m_waiting.erase(position);
+    }
+    m_isTaken = true;
+    const Turn turn(this, [this, life](const void *) {
+        if (life)
+            endTurn();
+    });
+    if (!m_link.connectionState().isConnected())
+        co_return DeviceError::notConnected();
+    if (connection != m_link.connectionNumber())
+        co_return DeviceError::boardReplaced();
+    co_return turn;
+}
+
+void TransferQueue::endTurn()
+{
+    // Stays taken while it is handed over: the next one is resumed from the event loop.
+    m_isTaken = !m_waiting.empty();
+    if (m_isTaken)
+        m_waiting.front().deliver(true);
+}
+
+Async<BoardCapabilities> TransferQueue::capabilities()
+{
+    const auto life = m_life.watch();
+    const int connection = m_link.connectionNumber();
+    if (m_capabilities && m_capabilitiesConnection == connection)
+        co_return *m_capabilities;
+    const auto output =
+        co_await m_link.executeOnDevice(TransferScripts::capabilities(), quickTimeout);
+    if (!life)
+        co_return DeviceError::closed();
+    if (!output)
+        co_return output.error();
+    const auto capabilities = BoardCapabilities::parse(*output);
+    if (!capabilities)
+        co_return Error{ErrorCode::Remote, QStringLiteral("The board gave no valid answer")};
+    m_capabilities = capabilities;
+    m_capabilitiesConnection = connection;
+    co_return *capabilities;
+}
+
+/// A failure of the link ends it; what the board refuses to remove is forgotten.
+Async<void> TransferQueue::removeLeftovers()
+{
+    const auto life = m_life.watch();
+    if (m_leftovers.isEmpty())
+        co_return Result<void>();
+    const auto identity = co_await m_link.boardIdentity();
+    if (!life)
+        co_return DeviceError::closed();
+    if (!identity)
+        co_return identity.error();
+    for (qsizetype i = 0; i < m_leftovers.size();) {
+        const Leftover leftover = m_leftovers.at(i);
+        if (leftover.board != *identity) {
+            ++i;
+            continue;
+        }
+        const QString temporary = PieceTransfer::temporaryPath(leftover.path);
+        const QString code = leftover.kind == PieceTransfer::Leftover::Whole
+            ? TransferScripts::settle(temporary, leftover.path)
+            : TransferScripts::discard(temporary);
+        const auto done = co_await m_link.executeOnDevice(code, quickTimeout);
+        if (!life)
+            co_return DeviceError::closed();
+        if (!done && done.error().code != ErrorCode::Remote)
+            co_return done.error();
+        m_leftovers.removeAt(i);
+    }
+    co_return Result<void>();
+}
+
+QCoro::Task<void> TransferQueue::removeLeftoversInTurn()
+{
+    if (m_leftovers.isEmpty())
+        co_return;
+    const auto turn = co_await this->turn();
+    if (turn)
+        static_cast<void>(co_await removeLeftovers()); // tried again before the next transfer
+}
+
+} // namespace Korvane

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "base/Lifetime.h"
+#include "base/OneShot.h"
+#include "board/PieceTransfer.h"
+
+#include <QList>
+#include <QObject>
+
+#include <list>
+#include <memory>
+#include <optional>
+
+namespace Korvane {
+
+/// Runs transfers in pieces one after the other, in the order in which they were asked for: they
+/// share globals on the board. Other commands run in between. Reads once per connection what the
+/// board's MicroPython offers, and removes what an interrupted transfer left on the board when
+/// that board is connected again, at the latest before the next transfer to it. Main thread only.
+class TransferQueue final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Yields a source that begins at the start of the file.
+    using OpenSource = std::function<PieceTransfer::Source()>;
+    struct Sent
+    {
+        Result<void> result;
+        PieceTransfer::FileState fileState = PieceTransfer::FileState::Old;
+    };
+
+    /// \p link must outlive this.
+    explicit TransferQueue(DeviceLink &link);
+
+    /// As PieceTransfer::send and receive. Fails with `BoardReplaced` when another connection was
+    /// made before the transfer's turn came, and with `Closed` when this object is destroyed.
+    [[nodiscard]] QCoro::Task<Sent> send(OpenSource open, QString path,
+                                         PieceTransfer::Target target,
+                                         PieceTransfer::Observer observer);
+    [[nodiscard]] Async<void> receive(QString path, PieceTransfer::Sink sink,
+                                      PieceTransfer::Observer observer);
+
+private:
+    /// Ends with the last copy.
+    using Turn = std::shared_ptr<const void>;
+    struct Leftover
+    {
+        QString board; // DeviceLink::boardIdentity
+        QString path;
+        PieceTransfer::Leftover kind;
+    };
+
+    [[nodiscard]] Async<Turn> turn();
+    void endTurn();
+    [[nodiscard]] Async<BoardCapabilities> capabilities();
+    [[nodiscard]] Async<void> removeLeftovers();
+    QCoro::Task<void> removeLeftoversInTurn();
+
+    DeviceLink &m_link;
+    std::list<OneShot<bool>> m_waiting;
+    bool m_isTaken = false;
+    std::optional<BoardCapabilities> m_capabilities;
+    int m_capabilitiesConnection = 0;
+    QList<Leftover> m_leftovers;
+    Lifetime m_life;
+};
+
+} // namespace Korvane
