@@ -217,6 +217,15 @@ private slots:
         QTRY_VERIFY(!transfer->isVisible());
         QVERIFY(!toolbarSend->icon().isNull());
         QVERIFY(m_fixture->lines().contains(u"info: ↑ Sent <b>&⌘S.py to device as /<b>&⌘S.py."_s));
+
+        TransferStatus::Running running(m_fixture->state().transfer());
+        auto *cancel = m_fixture->find<QToolButton>("cancelTransfer");
+        QVERIFY(transfer->isVisible() && !cancel->isVisible());
+        running.setTotal(1);
+        QVERIFY(cancel->isVisible());
+        cancel->setFocus();
+        QTest::keyClick(cancel, Qt::Key_Escape);
+        QVERIFY(running.isCanceled() && !cancel->isVisible());
     }
 };
 

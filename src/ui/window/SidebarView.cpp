@@ -11,6 +11,7 @@
 #include "ui/controls/ProgressIndicator.h"
 
 #include <QHBoxLayout>
+#include <QShortcut>
 #include <QStackedWidget>
 
 #include <algorithm>
@@ -92,15 +93,29 @@ QWidget *SidebarView::makeTransferRow()
     row->setSpacing(6);
     row->addWidget(new ProgressIndicator(14));
     row->addWidget(status, 1);
+    auto *cancel = new QToolButton;
+    cancel->setObjectName(QStringLiteral("cancelTransfer"));
+    cancel->setText(tr("Cancel"));
+    cancel->setToolTip(tr("End the transfer; the file it is at stays as it was"));
+    cancel->setFont(Theme::captionFont(font()));
+    cancel->setFocusPolicy(Qt::StrongFocus);
+    row->addWidget(cancel);
     auto *column = new QVBoxLayout(transfer);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
     column->addWidget(new Divider);
     column->addLayout(row);
 
-    const auto show = [this, transfer, status] {
-        const QString &text = m_state.transfer().status();
+    const auto cancelTransfer = [this] { m_state.transfer().cancel(); };
+    connect(cancel, &QToolButton::clicked, transfer, cancelTransfer);
+    auto *escape = new QShortcut(Qt::Key_Escape, cancel);
+    escape->setContext(Qt::WidgetShortcut);
+    connect(escape, &QShortcut::activated, transfer, cancelTransfer);
+
+    const auto show = [this, transfer, status, cancel] {
+        const QString text = m_state.transfer().status();
         status->setText(text);
+        cancel->setVisible(m_state.transfer().canCancel());
         transfer->setToolTip(PlainText::toolTip(text));
         transfer->setVisible(m_state.transfer().isSendingToDevice());
     };

@@ -9,8 +9,8 @@ namespace Korvane {
 
 class AppState;
 
-/// The window's left column: the choice between the two file browsers, the chosen one, and what
-/// is being copied or sent at the moment.
+/// The window's left column: the choice between the two file browsers, the chosen one, and the
+/// transfer in progress, with a button that cancels it.
 class SidebarView final : public QWidget
 {
     Q_OBJECT
