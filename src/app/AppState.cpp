@@ -148,7 +148,7 @@ void AppState::wireRunner()
     };
     m_runner.onErrorOutput = [this, life = m_life.watch()](const QString &text) {
         if (life)
-            m_shell.appendError(text);
+            m_shell.appendErrorOutput(text);
     };
     m_runner.onInfo = [this, life = m_life.watch()](const QString &text) {
         if (life)
@@ -241,7 +241,7 @@ void AppState::finishLocally(const RunResult &result)
 {
     m_shell.flushOutput();
     if (!result.error.isEmpty())
-        m_shell.appendError(result.error);
+        m_shell.appendErrorOutput(result.error);
     m_variablesStore.setVariables(result.variables);
 }
 

@@ -5,8 +5,8 @@
 
 namespace Korvane {
 
-/// Where the parts below `app` put what the person is to read. The Shell transcript implements it;
-/// tests bring their own. Main thread only.
+/// Where the folders below `app` write text for the user. The Shell transcript implements it; tests
+/// have their own implementation. Main thread only.
 class ShellSink
 {
 public:
@@ -24,9 +24,13 @@ public:
     {
         appendLine(VisibleText::line(text), REPLLine::Kind::Info);
     }
-    /// Adds an error, which may have several lines (a traceback). A name in it that may hold line
-    /// ends is passed through VisibleText::line first.
+    /// Adds an error of one line, whose names are shown like those of a notice.
     void appendError(const QString &text)
+    {
+        appendLine(VisibleText::line(text), REPLLine::Kind::Error);
+    }
+    /// Adds what a program wrote as its error, such as a traceback: line ends are kept.
+    void appendErrorOutput(const QString &text)
     {
         appendLine(VisibleText::paragraphs(text), REPLLine::Kind::Error);
     }

@@ -2,6 +2,7 @@
 #include "support/Files.h"
 #include "ui/WindowFixture.h"
 #include "ui/window/EditorTabStrip.h"
+#include "ui/window/LocalFileOpening.h"
 
 #include <QAccessible>
 #include <QClipboard>
@@ -126,6 +127,31 @@ private slots:
         QVERIFY(!last->isValid());
     }
 
+    void showsNamesOnOneLine()
+    {
+        const QString name = u"a\n✅ b\u202e.py"_s;
+        const QString oneLine = u"a␊✅ b⟨U+202E⟩.py"_s;
+        const QString path = m_fixture->folder.filePath(name);
+        put(path, "\xff");
+        openLocalFile(m_fixture->state(), path);
+        QTRY_COMPARE(m_fixture->lines().size(), 1);
+        QVERIFY(m_fixture->lines().last().startsWith(u"error: Cannot open "_s + oneLine + u": "_s));
+        put(path, "");
+        openLocalFile(m_fixture->state(), path);
+        QTRY_COMPARE(m_tabs->count(), 2);
+        m_fixture->press(Qt::Key_U, Qt::ControlModifier);
+        QCOMPARE(m_fixture->lines().last(),
+                 u"error: Connect a device before sending "_s + oneLine + u'.');
+        const auto accessibleName = [](QAccessibleInterface *object) {
+            return object->text(QAccessible::Name);
+        };
+        QCOMPARE(m_tabs->tabText(1), oneLine);
+        QCOMPARE(accessibleName(QAccessible::queryAccessibleInterface(m_tabs)->child(1)), oneLine);
+        QCOMPARE(accessibleName(QAccessible::queryAccessibleInterface(
+                     m_fixture->find<CodeEditorView>("editor"))),
+                 u"Editor "_s + oneLine);
+    }
+
     void goesFromTabToTabAndClosesThemByKeys_data()
     {
         QTest::addColumn<QString>("focus");
@@ -238,9 +264,14 @@ private slots:
         QVERIFY(bytesOf(path) == typed);
         for (int key = 0; key < 3; ++key)
             m_fixture->press(Qt::Key_Backspace);
+        // Held up by a question, the write is certainly under way when the window is to close.
+        put(path, "of another program");
+        m_fixture->prompts.choice = u"Replace"_s;
+        m_fixture->prompts.meanwhile = [this] {
+            m_fixture->press(Qt::Key_Q, Qt::ControlModifier);
+            QVERIFY2(m_fixture->window().isVisible(), "closing waits for the write");
+        };
         m_fixture->press(Qt::Key_S, Qt::ControlModifier);
-        m_fixture->press(Qt::Key_Q, Qt::ControlModifier);
-        QVERIFY2(m_fixture->window().isVisible(), "the end waits for the write");
         QTRY_VERIFY(!m_fixture->window().isVisible());
         QVERIFY(!isModified() && bytesOf(path) == bytes);
     }

@@ -1,6 +1,7 @@
 #include "ui/window/EditorArea.h"
 
 #include "app/AppState.h"
+#include "base/VisibleText.h"
 #include "editor/CodeEditorView.h"
 #include "ui/controls/Divider.h"
 #include "ui/window/DebugBar.h"
@@ -54,7 +55,7 @@ void EditorArea::showSelected()
     m_body->setCurrentWidget(file ? static_cast<QWidget *>(m_editor) : m_noFile);
     m_editor->showDocument(file);
     if (file)
-        m_editor->setAccessibleName(tr("Editor %1").arg(file->name()));
+        m_editor->setAccessibleName(tr("Editor %1").arg(VisibleText::line(file->name())));
 }
 
 } // namespace Korvane

@@ -1,6 +1,7 @@
 #include "ui/window/EditorTabStrip.h"
 
 #include "app/AppState.h"
+#include "base/VisibleText.h"
 #include "theme/Icons.h"
 #include "theme/Theme.h"
 #include "ui/controls/PlainText.h"
@@ -111,8 +112,8 @@ void EditorTabStrip::showFile(int index, const EditorFile &file)
     else if (file.place().kind == DocumentPlace::Kind::Board)
         where = tr("%1 on the device").arg(file.devicePath());
     setTabToolTip(index, PlainText::toolTip(where));
-    setAccessibleTabName(index,
-                         file.isModified() ? tr("%1, edited").arg(file.name()) : file.name());
+    const QString name = VisibleText::line(file.name());
+    setAccessibleTabName(index, file.isModified() ? tr("%1, edited").arg(name) : name);
 
     QWidget *end = nullptr;
     if (file.isModified()) {
@@ -175,7 +176,7 @@ void EditorTabStrip::mouseReleaseEvent(QMouseEvent *event)
 void EditorTabStrip::wheelEvent(QWheelEvent *event)
 {
     event->accept();
-    // The toolkit would choose another document with each notch; this moves what does not fit.
+    // QTabBar would select another tab at each notch; this scrolls the strip.
     const QPoint turned = event->angleDelta();
     m_turned += std::abs(turned.x()) > std::abs(turned.y()) ? turned.x() : turned.y();
     for (; std::abs(m_turned) >= QWheelEvent::DefaultDeltasPerStep; m_turned -=
@@ -190,7 +191,7 @@ void EditorTabStrip::wheelEvent(QWheelEvent *event)
 QSize EditorTabStrip::tabSizeHint(int index) const
 {
     const EditorFile *file = m_state.documents().file(idAt(index));
-    const QString name = file ? file->name() : QString();
+    const QString name = file ? VisibleText::line(file->name()) : QString();
     const int nameWidth = std::min(fontMetrics().horizontalAdvance(name) + 1, widestName);
     return {padding + symbolSize + spacing + nameWidth + spacing + endSize + padding + gap,
             stripHeight};
@@ -223,10 +224,10 @@ void EditorTabStrip::paintEvent(QPaintEvent *)
         const QRect nameRect =
             tab.adjusted(padding + symbolSize + spacing, 0, -padding - endSize - spacing, 0);
         const EditorFile *file = m_state.documents().file(idAt(index));
+        const QString name = file ? VisibleText::line(file->name()) : QString();
         painter.setPen(color);
         painter.drawText(nameRect, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
-                         fontMetrics().elidedText(file ? file->name() : QString(), Qt::ElideMiddle,
-                                                  nameRect.width()));
+                         fontMetrics().elidedText(name, Qt::ElideMiddle, nameRect.width()));
         if (isSelected && hasFocus()) {
             QStyleOptionFocusRect focus;
             focus.initFrom(this);

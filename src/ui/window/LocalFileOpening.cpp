@@ -1,7 +1,6 @@
 #include "ui/window/LocalFileOpening.h"
 
 #include "app/AppState.h"
-#include "base/VisibleText.h"
 
 #include <QFileInfo>
 
@@ -10,12 +9,11 @@ namespace Korvane {
 QCoro::Task<void> openLocalFile(AppState &state, QString path)
 {
     const auto opened = co_await state.documents().openFile(path);
-    // Closed: the state has gone, and nothing of it may be touched.
+    // Closed: the state was destroyed.
     if (opened || opened.error().code == ErrorCode::Closed)
         co_return;
-    state.shell().appendError(
-        QStringLiteral("Cannot open %1: %2")
-            .arg(VisibleText::line(QFileInfo(path).fileName()), opened.error().message));
+    state.shell().appendError(QStringLiteral("Cannot open %1: %2")
+                                  .arg(QFileInfo(path).fileName(), opened.error().message));
 }
 
 } // namespace Korvane
