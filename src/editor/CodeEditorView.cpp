@@ -53,22 +53,13 @@ CodeEditorView::CodeEditorView(QWidget *parent)
     m_ruler = new LineNumberRulerView(*this);
     m_ruler->onToggleBreakpoint = [this](int line) { emit breakpointToggleRequested(line); };
     m_search = new EditorSearch(*this);
-    m_goToLineBar = new GoToLineBar(this);
 
     connect(m_findAction, &QAction::triggered, m_search, &EditorSearch::open);
     connect(m_findNextAction, &QAction::triggered, m_search, &EditorSearch::findNext);
     connect(m_findPreviousAction, &QAction::triggered, m_search, &EditorSearch::findPrevious);
-    connect(m_goToLineAction, &QAction::triggered, this, [this] {
-        m_goToLineBar->setLine(currentLine(), blockCount());
-        setBar(m_goToLineBar);
-    });
+    connect(m_goToLineAction, &QAction::triggered, this, &CodeEditorView::openGoToLineBar);
     connect(m_toggleBreakpointAction, &QAction::triggered, this,
             [this] { emit breakpointToggleRequested(currentLine()); });
-    connect(m_goToLineBar, &EditorBar::closeRequested, this, [this] { setBar(nullptr); });
-    connect(m_goToLineBar, &GoToLineBar::lineChosen, this, [this](int line) {
-        setBar(nullptr);
-        goToLine(line);
-    });
 
     connect(this, &QPlainTextEdit::updateRequest, m_ruler, [this](const QRect &rect, int scrolled) {
         if (scrolled != 0)
@@ -82,6 +73,20 @@ CodeEditorView::CodeEditorView(QWidget *parent)
             m_file->viewState.isCaretPlaced = true;
     });
     present(*m_noFile);
+}
+
+void CodeEditorView::openGoToLineBar()
+{
+    if (!m_goToLineBar) {
+        m_goToLineBar = new GoToLineBar(this);
+        connect(m_goToLineBar, &EditorBar::closeRequested, this, [this] { setBar(nullptr); });
+        connect(m_goToLineBar, &GoToLineBar::lineChosen, this, [this](int line) {
+            setBar(nullptr);
+            goToLine(line);
+        });
+    }
+    m_goToLineBar->setLine(currentLine(), blockCount());
+    setBar(m_goToLineBar);
 }
 
 const QFont &CodeEditorView::codeFont()

@@ -97,6 +97,7 @@ private:
     void showColors();
     void layOut();
     void setCodeFont();
+    void openGoToLineBar();
 
     /// Shown until there is a document and when it is destroyed.
     EditorFile *m_noFile;
@@ -105,8 +106,8 @@ private:
     QWidget *m_besideBar = nullptr;         // keeps the scroll bar out of the bar's rows
     LineNumberRulerView *m_ruler = nullptr;
     EditorSearch *m_search = nullptr;
-    GoToLineBar *m_goToLineBar = nullptr;
-    EditorBar *m_bar = nullptr; // the one on show
+    GoToLineBar *m_goToLineBar = nullptr; // made when it is opened first
+    EditorBar *m_bar = nullptr;           // the one on show
     QAction *m_findAction;
     QAction *m_findNextAction;
     QAction *m_findPreviousAction;

@@ -54,12 +54,24 @@ QToolButton *EditorBar::makeButton(const QString &sign, const QString &toolTip)
     return button;
 }
 
+void EditorBar::showEvent(QShowEvent *event)
+{
+    // The bar is made after the rest of the window, and would come last in the Tab order.
+    setTabOrder(parentWidget(), m_field);
+    QWidget *previous = m_field;
+    for (QToolButton *button : findChildren<QToolButton *>()) {
+        setTabOrder(previous, button);
+        previous = button;
+    }
+    QWidget::showEvent(event);
+}
+
 void EditorBar::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() == Qt::Key_Escape)
         emit closeRequested();
     else
-        event->accept(); // nothing that is typed here is meant for the text
+        event->accept(); // keys typed here don't reach the text
 }
 
 void EditorBar::paintEvent(QPaintEvent *event)

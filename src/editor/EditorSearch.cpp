@@ -27,19 +27,14 @@ constexpr qsizetype mostShown = 2000;
 EditorSearch::EditorSearch(CodeEditorView &view)
     : QObject(&view)
     , m_view(view)
-    , m_bar(new FindBar(&view))
 {
     m_delay.setSingleShot(true);
     m_delay.setInterval(recountDelay);
     connect(&m_delay, &QTimer::timeout, this, &EditorSearch::searchAgain);
-    connect(m_bar, &FindBar::searchChanged, this, &EditorSearch::searchFromOrigin);
-    connect(m_bar, &FindBar::nextRequested, this, &EditorSearch::findNext);
-    connect(m_bar, &FindBar::previousRequested, this, &EditorSearch::findPrevious);
-    connect(m_bar, &FindBar::closeRequested, &view, [&view] { view.setBar(nullptr); });
     connect(&view, &CodeEditorView::barChanged, this, &EditorSearch::showFound);
     connect(&view, &CodeEditorView::contentShown, this, [this] {
         m_isStale = true;
-        if (!m_bar->isHidden())
+        if (isOpen())
             m_delay.start();
     });
     connect(&view, &QPlainTextEdit::cursorPositionChanged, this, [this] {
@@ -52,12 +47,29 @@ EditorSearch::EditorSearch(CodeEditorView &view)
     connect(scrolling, &QScrollBar::rangeChanged, this, &EditorSearch::showFound);
 }
 
+FindBar &EditorSearch::bar()
+{
+    if (m_bar)
+        return *m_bar;
+    m_bar = new FindBar(&m_view);
+    connect(m_bar, &FindBar::searchChanged, this, &EditorSearch::searchFromOrigin);
+    connect(m_bar, &FindBar::nextRequested, this, &EditorSearch::findNext);
+    connect(m_bar, &FindBar::previousRequested, this, &EditorSearch::findPrevious);
+    connect(m_bar, &FindBar::closeRequested, &m_view, [this] { m_view.setBar(nullptr); });
+    return *m_bar;
+}
+
+bool EditorSearch::isOpen() const
+{
+    return m_bar && !m_bar->isHidden();
+}
+
 void EditorSearch::open()
 {
     const QTextCursor selection = m_view.textCursor();
     const int start = selection.selectionStart();
     const QString selected = m_view.text().mid(start, selection.selectionEnd() - start);
-    m_view.setBar(m_bar);
+    m_view.setBar(&bar());
     if (!selected.isEmpty() && !selected.contains(u'\n')) {
         m_bar->setQuery(selected);
         m_bar->takeFocus(); // selects what is now there
@@ -111,7 +123,7 @@ void EditorSearch::searchAgain()
 
 void EditorSearch::refresh()
 {
-    const TextSearch search = m_bar->search();
+    const TextSearch search = m_bar ? m_bar->search() : TextSearch();
     if (!m_isStale && search == m_search)
         return;
     m_search = search;
@@ -127,7 +139,7 @@ void EditorSearch::select(int position)
 
 void EditorSearch::showCount()
 {
-    if (m_bar->isHidden() || m_isStale)
+    if (!isOpen() || m_isStale)
         return;
     const QTextCursor selection = m_view.textCursor();
     const auto place = firstFrom(selection.selectionStart());
@@ -141,7 +153,7 @@ void EditorSearch::showCount()
 void EditorSearch::showFound()
 {
     QList<QTextEdit::ExtraSelection> shown;
-    if (!m_bar->isHidden() && !m_isStale) {
+    if (isOpen() && !m_isStale) {
         const auto [start, end] = m_view.visibleRange();
         QTextCharFormat format;
         format.setBackground(Theme::of(m_view.palette()).color(Theme::Role::FoundText));

@@ -31,6 +31,9 @@ public:
 private:
     using Places = std::vector<int>;
 
+    /// Made at the first call: at start-up its field would load a font that nothing else uses.
+    [[nodiscard]] FindBar &bar();
+    [[nodiscard]] bool isOpen() const;
     void searchFromOrigin();
     void searchAgain();
     void refresh();
@@ -40,12 +43,12 @@ private:
     [[nodiscard]] Places::const_iterator firstFrom(int position) const;
 
     CodeEditorView &m_view;
-    FindBar *m_bar;
+    FindBar *m_bar = nullptr; // made when it is needed first, see bar()
     QTimer m_delay;
     TextSearch m_search;
     Places m_found;
     bool m_isStale = true;
-    /// Where the caret was when the person began to type: each key in the query looks from there.
+    /// Where the caret was when the user began to type: each key in the query searches from there.
     int m_origin = 0;
     bool m_isSelecting = false;
 };

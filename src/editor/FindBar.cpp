@@ -23,7 +23,6 @@ FindBar::FindBar(QWidget *parent)
     field()->setMinimumWidth(120);
     field()->setMaximumWidth(360);
     m_count->setObjectName(QStringLiteral("findCount"));
-    m_count->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("8888 of 8888 ")));
     m_matchCase->setObjectName(QStringLiteral("matchCase"));
     m_matchCase->setCheckable(true);
     m_wholeWords->setObjectName(QStringLiteral("wholeWords"));
@@ -64,6 +63,13 @@ void FindBar::showCount(qsizetype current, qsizetype total)
         : current == 0                             ? tr("%1 found").arg(total)
                                                    : tr("%1 of %2").arg(current).arg(total);
     m_count->setText(text);
+}
+
+void FindBar::showEvent(QShowEvent *event)
+{
+    // Not in the constructor: measuring text loads this font, which nothing else uses.
+    m_count->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("8888 of 8888 ")));
+    EditorBar::showEvent(event);
 }
 
 void FindBar::keyPressEvent(QKeyEvent *event)

@@ -28,6 +28,7 @@ signals:
     void previousRequested();
 
 protected:
+    void showEvent(QShowEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
 private:

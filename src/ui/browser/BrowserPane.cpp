@@ -22,6 +22,7 @@ BrowserPane::BrowserPane(const QString &listName, QWidget *parent)
     , m_body(new QStackedWidget)
     , m_list(new FileListView)
 {
+    m_page = m_list;
     m_list->setAccessibleName(listName);
     m_folder->setObjectName(QStringLiteral("currentFolder"));
     m_header->setContentsMargins(6, 4, 6, 4);
@@ -67,14 +68,27 @@ void BrowserPane::addPage(QWidget *page)
 
 void BrowserPane::showPage(QWidget *page)
 {
-    QWidget *next = page ? page : m_list;
+    m_page = page ? page : m_list;
+    // In a hidden pane the stack would lay out and measure a page that is not visible.
+    if (isVisible())
+        raisePage();
+}
+
+void BrowserPane::raisePage()
+{
+    QWidget *next = m_page;
     QWidget *previous = m_body->currentWidget();
     const bool hadFocus = previous->hasFocus();
     m_body->setCurrentWidget(next);
-    // Hiding who has the focus hands it to some other part of the window. While the list is away
-    // the page keeps its place.
+    // Hiding the widget that has the focus moves the focus to another part of the window.
     if (hadFocus && next != previous)
         next->setFocus();
+}
+
+void BrowserPane::showEvent(QShowEvent *event)
+{
+    raisePage();
+    QWidget::showEvent(event);
 }
 
 void BrowserPane::focusEntries()

@@ -41,13 +41,17 @@ protected:
     /// Null shows the entries. The keyboard's focus stays in the pane.
     void showPage(QWidget *page);
     [[nodiscard]] QWidget *makeLoadingPage();
+    void showEvent(QShowEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
 
 private:
+    void raisePage();
+
     QHBoxLayout *m_header;
     ElidedLabel *m_folder;
     QStackedWidget *m_body;
     FileListView *m_list;
+    QWidget *m_page = nullptr; // the list, or the page to show in its place
 };
 
 } // namespace Korvane

@@ -293,12 +293,13 @@ int ThemeStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWid
 QIcon ThemeStyle::standardIcon(StandardPixmap icon, const QStyleOption *option,
                                const QWidget *widget) const
 {
-    switch (icon) { // those of the file dialogs and of the alerts
+    switch (icon) { // those of file dialogs, alerts, and menu bars and toolbars that are too narrow
     case SP_MessageBoxWarning:
         return Icons::icon(QStringLiteral("exclamationmark.triangle"), Theme::Role::Orange);
     case SP_ArrowBack:
         return Icons::icon(QStringLiteral("chevron.left"));
     case SP_ArrowForward:
+    case SP_ToolBarHorizontalExtensionButton:
         return Icons::icon(QStringLiteral("chevron.right"));
     case SP_FileDialogToParent:
         return Icons::icon(QStringLiteral("chevron.up"));

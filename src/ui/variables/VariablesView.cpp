@@ -56,7 +56,6 @@ VariablesView::VariablesView(AppState &state, QWidget *parent)
 
 void VariablesView::setUpTable()
 {
-    m_table->setModel(m_model);
     m_table->setObjectName(QStringLiteral("variables"));
     m_table->setAccessibleName(tr("Variables"));
     m_table->setFrameShape(QFrame::NoFrame);
@@ -69,12 +68,20 @@ void VariablesView::setUpTable()
     m_table->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     m_table->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
     m_table->verticalHeader()->hide();
-    m_table->verticalHeader()->setDefaultSectionSize(QFontMetrics(Theme::monospacedFont()).height()
-                                                     + 8);
     QHeaderView *header = m_table->horizontalHeader();
     header->setStretchLastSection(true);
     header->setHighlightSections(false);
     header->setSectionsClickable(false);
+}
+
+/// Gives the table its model. When the pane is shown for the first time: the header measures its
+/// titles, and loads a font of its own for that.
+void VariablesView::fillTable()
+{
+    m_table->setModel(m_model);
+    m_table->verticalHeader()->setDefaultSectionSize(QFontMetrics(Theme::monospacedFont()).height()
+                                                     + 8);
+    QHeaderView *header = m_table->horizontalHeader();
     header->resizeSection(VariablesModel::Name, 180);
     header->resizeSection(VariablesModel::Type, 120);
 }
@@ -136,7 +143,7 @@ QWidget *VariablesView::makeEmptyState()
 void VariablesView::showVariables()
 {
     const QList<PythonVariable> &variables = m_state.variablesStore().variables();
-    // The rows are all new ones; whoever reads the table should not lose the place.
+    // All rows are replaced; the current row and the scroll position are kept.
     const QString chosen =
         m_table->currentIndex().siblingAtColumn(VariablesModel::Name).data().toString();
     const int scrolledTo = m_table->verticalScrollBar()->value();
@@ -152,7 +159,7 @@ void VariablesView::showVariables()
 
     const bool isEmpty = variables.isEmpty();
     m_body->setCurrentWidget(isEmpty ? m_emptyState : static_cast<QWidget *>(m_table));
-    if (!isEmpty && !std::exchange(m_columnsFitted, true)) {
+    if (!isEmpty && m_table->model() && !std::exchange(m_columnsFitted, true)) {
         for (const int column : {VariablesModel::Name, VariablesModel::Type}) {
             QHeaderView *header = m_table->horizontalHeader();
             const int atLeast = header->sectionSize(column);
@@ -175,8 +182,12 @@ void VariablesView::showSource()
 
 void VariablesView::showEvent(QShowEvent *event)
 {
+    if (!m_table->model()) {
+        fillTable();
+        showVariables();
+    }
     QWidget::showEvent(event);
-    if (!event->spontaneous()) // the window only came back from being minimized
+    if (!event->spontaneous()) // spontaneous: the window is no longer minimized
         m_state.errors().reportFailureOf(m_state.variablesStore().refreshVariables());
 }
 

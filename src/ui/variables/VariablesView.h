@@ -30,6 +30,7 @@ private:
     [[nodiscard]] QWidget *makeHeader();
     [[nodiscard]] QWidget *makeEmptyState();
     void setUpTable();
+    void fillTable();
 
     AppState &m_state;
     VariablesModel *m_model;

@@ -94,8 +94,11 @@ ContentView::ContentView(AppState &state, QWidget *parent)
         edit->installEventFilter(this);
         edit->viewport()->installEventFilter(this);
     }
-    for (QLineEdit *edit : findChildren<QLineEdit *>())
-        edit->installEventFilter(this);
+    // The editor makes the fields of its bars when they are opened.
+    connect(&m_editorArea->editor(), &CodeEditorView::barChanged, this, [this] {
+        for (QLineEdit *edit : m_editorArea->findChildren<QLineEdit *>())
+            edit->installEventFilter(this);
+    });
     m_editorArea->editor().setFocus();
 
     // The editor keeps Tab for itself.

@@ -19,6 +19,7 @@
 
 #include <fontconfig/fontconfig.h>
 
+#include <chrono>
 #include <utility>
 
 // Outside of all namespaces, as the macro demands.
@@ -29,6 +30,12 @@ static QIcon applicationIcon()
 }
 
 namespace Korvane {
+
+namespace {
+
+constexpr std::chrono::milliseconds iconDelay{100};
+
+} // namespace
 
 void KorvaneApp::preloadFonts()
 {
@@ -97,8 +104,10 @@ void KorvaneApp::makeWindow()
 void KorvaneApp::show()
 {
     m_window->show();
-    // Drawn in many sizes, for which nobody should wait.
-    QTimer::singleShot(0, m_window.get(), [] { QApplication::setWindowIcon(applicationIcon()); });
+    // Qt draws the icon in many sizes, so this comes after the window's first frame. A timer of 0
+    // ms would end before the X server's expose event arrives.
+    QTimer::singleShot(iconDelay, m_window.get(),
+                       [] { QApplication::setWindowIcon(applicationIcon()); });
 }
 
 } // namespace Korvane
