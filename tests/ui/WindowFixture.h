@@ -23,7 +23,9 @@ struct WindowFixture
 {
     enum class Python { None, Real };
 
-    explicit WindowFixture(Python python = Python::None, const QString &ports = {})
+    explicit WindowFixture(Python python = Python::None, const QString &ports = {},
+                           const MemorySettings &initialSettings = {})
+        : settings(initialSettings)
     {
         if (!qApp->property("korvaneIsSetUp").toBool()) {
             KorvaneApp::setUp(*qApp);

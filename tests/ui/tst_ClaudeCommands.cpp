@@ -1,64 +1,38 @@
 #include "app/Settings.h"
 #include "mcp/MCPServer.h"
-#include "support/MemorySettings.h"
-#include "support/ScriptedPrompts.h"
-#include "support/ShellLines.h"
-#include "ui/window/ContentView.h"
-#include "ui/window/KorvaneApp.h"
+#include "ui/WindowFixture.h"
 
-#include <QAction>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QMenu>
 #include <QTcpServer>
-#include <QTemporaryDir>
-#include <QTest>
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The program with settings that outlive it.
-class Program
+struct ServerFixture : WindowFixture
 {
-public:
-    explicit Program(MemorySettings &settings)
-        : app(AppState::Dependencies{.settings = settings,
-                                     .prompts = m_prompts,
-                                     .interpreters = {},
-                                     .serialRoots = {m_folder.path(), m_folder.path(), {}}})
+    explicit ServerFixture(const MemorySettings &initialSettings)
+        : WindowFixture(Python::None, {}, initialSettings)
     {
     }
 
-    [[nodiscard]] QList<QAction *> menu()
-    {
-        return app.window().findChild<QMenu *>(u"claudeMenu"_s)->actions();
-    }
-    /// The menu as it reads: "Title", "Title [x]" or "Title [ ]", "-" for a separator, and "(!)"
-    /// behind what should not be.
-    [[nodiscard]] QStringList items()
+    QList<QAction *> menu() { return find<QMenu>("claudeMenu")->actions(); }
+    /// The menu as it reads: "Title", "Title [x]" or "Title [ ]", "-" for a separator.
+    QStringList items()
     {
         QStringList texts;
         for (const QAction *action : menu()) {
             QString text = action->isSeparator() ? u"-"_s : action->text();
             if (action->isCheckable())
                 text += action->isChecked() ? u" [x]"_s : u" [ ]"_s;
-            if (!action->isEnabled() || !action->shortcut().isEmpty())
-                text += u" (!)"_s;
             texts << text;
         }
         return texts;
     }
     void choose(int item) { menu().at(item)->trigger(); }
-    [[nodiscard]] QStringList lines() { return describe(app.state().shell().replLines()); }
-
-private:
-    QTemporaryDir m_folder;
-    ScriptedPrompts m_prompts;
-
-public:
-    KorvaneApp app;
 };
 
 MemorySettings settingsWithFreePort()
@@ -79,72 +53,68 @@ class tst_ClaudeCommands final : public QObject
 private slots:
     void startsAndStopsTheServer()
     {
-        MemorySettings settings = settingsWithFreePort();
-        Program program(settings);
-        QCOMPARE(program.items(),
+        const MemorySettings settings = settingsWithFreePort();
+        ServerFixture fixture(settings);
+        QCOMPARE(fixture.items(),
                  QStringList({u"Start MCP Server"_s, u"Copy Connection Command"_s, u"-"_s,
                               u"Start Server When the IDE Opens [ ]"_s,
                               u"Write to the Device Without Asking [ ]"_s}));
-        program.app.show();
-        const auto *indicator = program.app.window().findChild<QWidget *>(u"assistantIndicator"_s);
+        const auto *indicator = fixture.find<QWidget>("assistantIndicator");
         QVERIFY(!indicator->isVisible());
-        program.choose(0);
-        QVERIFY2(program.app.state().mcpRunning(), qPrintable(program.lines().join(u'\n')));
+        fixture.choose(0);
+        QVERIFY2(fixture.state().mcpRunning(), qPrintable(fixture.lines().join(u'\n')));
         QVERIFY(indicator->isVisible());
         QCOMPARE(indicator->toolTip(), u"Claude can reach this device — Claude menu to stop"_s);
-        QCOMPARE(program.items().constFirst(), u"Stop MCP Server"_s);
+        QCOMPARE(fixture.items().constFirst(), u"Stop MCP Server"_s);
 
-        Program second(settings); // its port is taken
+        ServerFixture second(settings); // its port is taken
         second.choose(0);
         QCOMPARE(second.items().constFirst(), u"Start MCP Server"_s);
         QVERIFY(second.lines().constLast().startsWith(u"error: Could not start MCP server: "_s));
 
-        program.choose(0);
-        QVERIFY(!program.app.state().mcpRunning() && !indicator->isVisible());
-        QCOMPARE(program.items().constFirst(), u"Start MCP Server"_s);
+        fixture.choose(0);
+        QVERIFY(!fixture.state().mcpRunning() && !indicator->isVisible());
+        QCOMPARE(fixture.items().constFirst(), u"Start MCP Server"_s);
     }
 
     void setsWhatTheNextStartAndTheNextWriteGoBy()
     {
         MemorySettings settings = settingsWithFreePort();
         {
-            Program program(settings);
-            program.choose(3);
-            program.choose(4);
-            QVERIFY(settings.flag(Settings::serverEnabled));
-            QVERIFY(settings.flag(Settings::autoApproveWrites));
-            QVERIFY(!program.app.server().isRunning());
-            QVERIFY(program.items().at(3).endsWith(u"[x]"_s));
+            ServerFixture fixture(settings);
+            fixture.choose(3);
+            fixture.choose(4);
+            QVERIFY(!fixture.app->server().isRunning());
+            QVERIFY(fixture.items().at(3).endsWith(u"[x]"_s));
+            settings = fixture.settings;
         }
-        Program program(settings);
-        QVERIFY2(program.app.server().isRunning(), qPrintable(program.lines().join(u'\n')));
-        QCOMPARE(program.items().constFirst(), u"Stop MCP Server"_s);
-        QVERIFY(program.items().at(4).endsWith(u"[x]"_s));
-        program.choose(3);
-        QVERIFY(!settings.flag(Settings::serverEnabled));
-        QVERIFY(program.app.server().isRunning());
+        ServerFixture fixture(settings);
+        QVERIFY(fixture.app->server().isRunning());
+        QCOMPARE(fixture.items().constFirst(), u"Stop MCP Server"_s);
+        QVERIFY(fixture.items().at(4).endsWith(u"[x]"_s));
+        fixture.choose(3);
+        QVERIFY(!fixture.settings.flag(Settings::serverEnabled));
+        QVERIFY(fixture.app->server().isRunning());
 
-        settings.setFlag(Settings::autoApproveWrites, false); // by somebody else
-        program.app.server().announceSettingsChange();
-        QVERIFY(program.items().at(4).endsWith(u"[ ]"_s));
+        fixture.settings.setFlag(Settings::autoApproveWrites, false); // by another program
+        fixture.app->server().announceSettingsChange();
+        QVERIFY(fixture.items().at(4).endsWith(u"[ ]"_s));
     }
 
     void copiesTheConnectionCommand()
     {
-        MemorySettings settings = settingsWithFreePort();
-        Program program(settings);
-        const qsizetype before = program.lines().size();
+        ServerFixture fixture(settingsWithFreePort());
         for (int time = 1; time <= 2; ++time) {
             QGuiApplication::clipboard()->setText(u"something else"_s);
-            program.choose(1);
+            fixture.choose(1);
             QCOMPARE(QGuiApplication::clipboard()->text(),
-                     program.app.server().connectionCommand());
-            QCOMPARE(program.lines().mid(before),
+                     fixture.app->server().connectionCommand());
+            QCOMPARE(fixture.lines(),
                      QStringList(time,
                                  u"info: Connection command copied — run it in a terminal "
                                  "to register this IDE with Claude Code."_s));
         }
-        QVERIFY(!program.lines().join(u'\n').contains(program.app.server().token()));
+        QVERIFY(!fixture.lines().join(u'\n').contains(fixture.app->server().token()));
     }
 };
 
