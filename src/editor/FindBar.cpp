@@ -10,6 +10,12 @@
 
 namespace Korvane {
 
+namespace {
+
+constexpr int narrowestField = 44; // all controls fit beside it in the smallest window
+
+} // namespace
+
 FindBar::FindBar(QWidget *parent)
     : EditorBar(tr("Find"), parent)
     , m_count(new QLabel)
@@ -20,7 +26,7 @@ FindBar::FindBar(QWidget *parent)
     field()->setObjectName(QStringLiteral("findField"));
     field()->setPlaceholderText(tr("Find"));
     field()->setAccessibleName(tr("Find"));
-    field()->setMinimumWidth(120);
+    field()->setMinimumWidth(narrowestField);
     field()->setMaximumWidth(360);
     m_count->setObjectName(QStringLiteral("findCount"));
     m_matchCase->setObjectName(QStringLiteral("matchCase"));
