@@ -2,8 +2,10 @@
 #include "document/PythonTextStorage.h"
 #include "editor/CodeEditorView.h"
 #include "editor/LineNumberRulerView.h"
+#include "editor/PythonTextLayout.h"
 #include "theme/Theme.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
@@ -376,6 +378,33 @@ private slots:
         desk.editor.setPalette(dark);
         QCOMPARE(formats(1000).first().format.foreground().color(),
                  Theme::dark().color(PythonColoring::role(PythonToken::String)));
+    }
+
+    void laysOutOnlyWhatChangedColor()
+    {
+        PythonTextStorage storage(Theme::light());
+        PythonTextLayout::attachTo(storage);
+        storage.setText(u"a\n'''b\nc = 1\nd\n'''\ne\n'''\n"_s + u"f = 'x'\n"_s.repeated(100));
+        QAbstractTextDocumentLayout *layout = storage.documentLayout();
+        storage.showColors(storage.firstBlock(), storage.blockCount());
+        for (QTextBlock block = storage.firstBlock(); block.isValid(); block = block.next())
+            layout->blockBoundingRect(block);
+        connect(&storage, &PythonTextStorage::colored, &storage,
+                [&] { storage.showColors(storage.firstBlock(), storage.blockCount()); });
+
+        QSet<int> lines;
+        connect(layout, &QAbstractTextDocumentLayout::updateBlock, &storage,
+                [&](const QTextBlock &block) { lines << block.blockNumber() + 1; });
+        QSignalSpy everything(layout, &QAbstractTextDocumentLayout::update);
+        QTextCursor(&storage).insertText(u"if "_s);
+        QCOMPARE(lines, QSet<int>{1});
+        lines.clear();
+        QTextCursor(storage.findBlockByNumber(3)).insertText(u"'''"_s); // turns strings inside out
+        QCOMPARE(lines, (QSet<int>{4, 6, 7}));
+        QVERIFY(everything.isEmpty());
+
+        QTextCursor(&storage).insertText(u"\u2028"_s); // another row moves all that are below it
+        QCOMPARE(everything.size(), 1);
     }
 
     // A text that an input method is composing is neither an edit nor in the way of the colors.
