@@ -140,10 +140,10 @@ void PromptDialogs::showQueue()
         });
     };
     const auto waiting = count([](Asker) { return true; });
-    const QString asker = m_queue.front().asker == Asker::Assistant ? tr("Asked by the assistant")
-                                                                    : tr("Asked for your action");
+    const bool isAssistant = m_queue.front().asker == Asker::Assistant;
+    const QString asker = isAssistant ? tr("Asked by the assistant") : tr("Asked for your action");
     m_question->setCaption(
-        waiting == 0 ? asker
+        waiting == 0 ? (isAssistant ? asker : QString())
             : waiting == 1
             ? tr("%1 — 1 more question waits").arg(asker)
             : tr("%1 — %2 more questions wait").arg(asker, QString::number(waiting)));

@@ -137,7 +137,7 @@ QCheckBox *QuestionDialog::addPathOption(const QString &text, const QString &pat
 void QuestionDialog::setCaption(const QString &text)
 {
     m_caption->setText(text);
-    m_caption->show();
+    m_caption->setVisible(!text.isEmpty());
 }
 
 void QuestionDialog::showEvent(QShowEvent *event)
