@@ -8,7 +8,7 @@ namespace {
 
 constexpr qsizetype firstPiece = 2048;
 constexpr qsizetype limitWithoutHeapSize = 4096;
-constexpr int heapShare = 8;
+constexpr int heapShare = 16;
 
 } // namespace
 

@@ -15,10 +15,11 @@ public:
     /// short enough that progress, Cancel and other commands don't wait.
     static constexpr std::chrono::milliseconds target{350};
     static constexpr qsizetype smallest = 256;
-    static constexpr qsizetype largest = 32 * 1024;
+    static constexpr qsizetype largest = 16 * 1024;
 
     /// \p freeHeapBytes is 0 when unknown. A board holds a piece up to five times while it
-    /// compiles, encodes or decodes it; an eighth of the heap leaves room for fragmentation.
+    /// compiles, encodes or decodes it, and its text grows in the raw REPL, which some ports cannot
+    /// recover from running out of memory in: a sixteenth of the heap leaves room for that.
     explicit PieceSize(qint64 freeHeapBytes);
 
     [[nodiscard]] qsizetype bytes() const { return m_bytes; }

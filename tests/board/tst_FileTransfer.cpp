@@ -2,7 +2,6 @@
 
 #include "board/FileDigest.h"
 #include "support/Awaited.h"
-#include "support/Cable.h"
 #include "support/Files.h"
 #include "support/ScriptedBoard.h"
 #include "support/VirtualBoard.h"
@@ -191,59 +190,50 @@ private slots:
         }
     }
 
-    void stopsWhereTheBoardFailsAndCompletesLater_data()
+    void stopsWhereTheBoardFailsOrTheUserCancels_data()
     {
-        QTest::addColumn<QByteArray>("reply"); // to the twentieth file; none: the board vanishes
-        QTest::addColumn<bool>("isFailure");
-        QTest::newRow("vanishes") << QByteArray() << true;
-        QTest::newRow("no memory") << ScriptedBoard::reply({}, "MemoryError: \r\n") << true;
+        QTest::addColumn<QByteArray>("reply"); // to the twentieth file; none: the user cancels
+        QTest::addColumn<QString>("outcome");
+        const QString stopped = u"error: Copy stopped at f19."_s;
+        QTest::newRow("canceled") << QByteArray()
+                                  << u"info: Copy cancelled at f20 (21 of 50); the files before it "
+                                     "were copied."_s;
+        QTest::newRow("no memory") << ScriptedBoard::reply({}, "MemoryError: \r\n") << stopped;
         QTest::newRow("resets")
-            << "\r\nMPY: soft reboot\r\nraw REPL; CTRL-B to exit\r\n>\x04\x04>"_ba << true;
+            << "\r\nMPY: soft reboot\r\nraw REPL; CTRL-B to exit\r\n>\x04\x04>"_ba << stopped;
         QTest::newRow("says more than it should")
-            << ScriptedBoard::reply("WLAN up\r\n__OK__\r\nWLAN down\r\n") << false;
+            << ScriptedBoard::reply("WLAN up\r\n__OK__\r\nWLAN down\r\n")
+            << u"info: ↑ Copied 50 files to /many."_s;
     }
 
-    void stopsWhereTheBoardFailsAndCompletesLater()
+    void stopsWhereTheBoardFailsOrTheUserCancels()
     {
         QFETCH(QByteArray, reply);
-        QFETCH(bool, isFailure);
+        QFETCH(QString, outcome);
         for (int i = 0; i < 50; ++i)
             put(local(u"many/f%1"_s.arg(i)), QByteArray::number(i));
         ScriptedBoard board;
         BoardFixture fixture;
         QVERIFY(fixture.connectTo(board.port()));
         int written = 0;
-        bool isSound = false;
         board.onProgram = [&](const QByteArray &program) {
             written += program.contains("'wb'") ? 1 : 0;
-            const bool fails = !isSound && written == 20;
-            if (fails && reply.isEmpty())
-                board.vanish();
-            return fails ? reply
-                         : ScriptedBoard::reply(program.contains("__LS__") ? "__LS__[]" : "__OK__");
+            if (written == 20 && reply.isEmpty())
+                fixture.transfer.cancel();
+            else if (written == 20)
+                return reply;
+            return ScriptedBoard::reply(program.contains("__LS__") ? "__LS__[]" : "__OK__");
         };
         QStringList status;
         connect(&fixture.transfer, &TransferStatus::statusChanged, this,
                 [&] { status << fixture.transfer.status(); });
 
         fixture.done(fixture.copies.copyFolderToDevice(local(u"many"_s)));
-        QCOMPARE(fixture.said().split(u'\n').last(),
-                 isFailure ? u"error: Copy stopped at f19."_s
-                           : u"info: ↑ Copied 50 files to /many."_s);
-        QCOMPARE(written, isFailure ? 20 : 50);
+        QCOMPARE(fixture.said().split(u'\n').last(), outcome);
+        QCOMPARE(written, outcome.startsWith(u"info: ↑") ? 50 : 20);
         QVERIFY(!fixture.transfer.isSendingToDevice());
         QVERIFY(status.contains(u"Copying f19 (20 of 50)…"_s));
         QCOMPARE(fixture.transfer.status(), QString());
-
-        isSound = true;
-        if (reply.isEmpty()) {
-            board.plugIn();
-            QVERIFY(fixture.connectTo(board.port()));
-        }
-        written = 0;
-        fixture.done(fixture.copies.copyFolderToDevice(local(u"many"_s)));
-        QCOMPARE(written, 50);
-        QVERIFY(fixture.said().endsWith(u"info: ↑ Copied 50 files to /many."));
     }
 
     void stopsWhereTheDiskIsFull()
@@ -261,8 +251,22 @@ private slots:
             "error: Device write failed: No space left on the device — /full/c on the board is "
             "unchanged.\n"
             "error: Copy stopped at c."_s);
-        QCOMPARE(fixture.done(fixture.files.readDeviceFile(u"/full/b"_s, {})),
-                 QByteArray(20'000, 'x'));
+        // There is no room for the old and the new file.
+        for (const bool isAgreed : {false, true}) {
+            fixture.prompts.confirmation.confirmed = isAgreed;
+            fixture.prompts.asked.clear();
+            fixture.write(QByteArray(20'000, 'n'), u"/full/b"_s, u"b"_s);
+            QCOMPARE(fixture.said(),
+                     isAgreed ? QString()
+                              : u"error: Device write failed: No space left on the device — "
+                                "/full/b on the board is unchanged."_s);
+            QCOMPARE(fixture.prompts.takeAsked(),
+                     u"Write over “b” on the device? | The board has no room for the old and the "
+                     "new /full/b. If writing over the old file fails, both are lost on the board. "
+                     "| Write Over"_s);
+            QCOMPARE(fixture.done(fixture.files.readDeviceFile(u"/full/b"_s, {})),
+                     QByteArray(20'000, isAgreed ? 'n' : 'x'));
+        }
     }
 
     void leavesTheOldOrTheNewFileWhereTheLinkIsLost_data()
@@ -274,23 +278,20 @@ private slots:
     void leavesTheOldOrTheNewFileWhereTheLinkIsLost()
     {
         QFETCH(bool, isSent);
-        constexpr qsizetype size = 15'000; // 2,048, 4,096, 8,192 and 664 bytes
+        constexpr qsizetype size = 15'000; // pieces of 2,048, 4,096, 8,192 and 664 bytes
         const QByteArray old(size, 'o');
         const QByteArray fresh(size, 'n');
         VirtualBoard board;
         QVERIFY2(board.start(), qPrintable(board.errorText()));
-        Cable cable(board.port());
+        ScriptedBoard cable;
+        cable.relayTo(board.port());
         const QString file = local(u"cut/f"_s);
-        const QString script = u"import os,binascii\nd=open('/f','rb').read()\n"
-                               "print(len(d),binascii.crc32(d),'.f.part' in os.listdir('/'))"_s;
         const auto told = [](const QByteArray &bytes) {
             return u"%1 %2 False\n"_s.arg(bytes.size()).arg(FileDigest::crc32(bytes));
         };
-        qsizetype total = 0;
-        int counts[3] = {};
+        QByteArray commands; // of the first copy, which is not cut
+        qsizetype replies = 0;
         QRandomGenerator random(7);
-        // The first copy is not cut; the next ones are cut where the file is replaced and
-        // elsewhere.
         for (QElapsedTimer timer; !timer.isValid() || timer.elapsed() < 8'000;) {
             BoardFixture fixture;
             cable.plugIn();
@@ -298,116 +299,62 @@ private slots:
             put(file, isSent ? fresh : old);
             QVERIFY(fixture.write(isSent ? old : fresh, u"/f"_s, u"f"_s));
             awaited(fixture.files.refreshDeviceFiles());
-            const qsizetype before = cable.passed();
-            const bool isLate = random.bounded(3) == 0;
-            const qsizetype cut = isLate ? total - random.bounded(800) : random.bounded(total + 1);
-            if (total > 0)
-                cable.breakAfter(std::max<qsizetype>(1, cut));
-            auto copied = isSent ? awaited(fixture.copies.copyFileToDevice(file))
-                                 : awaited(fixture.copies.copyFileFromDevice(
-                                     *fixture.files.deviceNode(u"/f"_s), local(u"cut"_s)));
+            cable.forget();
+            const qsizetype before = cable.sentBytes();
+            // Anywhere, around the end of a command, or in a reply.
+            qsizetype cut = random.bounded(std::max<qsizetype>(1, commands.size()));
+            const int kind = random.bounded(3);
+            if (kind == 0)
+                cut = std::max<qsizetype>(0, commands.indexOf('\x04', cut) + random.bounded(3) - 1);
+            if (timer.isValid() && kind == 1)
+                cable.vanishAfterSending(random.bounded(replies));
+            else if (timer.isValid())
+                cable.vanishAfterReceiving(cut);
+            const auto copied = isSent ? awaited(fixture.copies.copyFileToDevice(file))
+                                       : awaited(fixture.copies.copyFileFromDevice(
+                                           *fixture.files.deviceNode(u"/f"_s), local(u"cut"_s)));
+            const QString message = copied ? u"copied"_s : copied.error().message;
             if (!timer.isValid()) {
-                QVERIFY(copied);
-                total = cable.passed() - before;
+                QVERIFY2(copied, qPrintable(message));
+                commands = cable.received();
+                replies = cable.sentBytes() - before;
                 timer.start();
             }
-            const QString message = copied ? QString() : copied.error().message;
-            const bool isUnsure = message.endsWith(u"is the old or the new file, whole."_s);
-            QVERIFY2(copied || !isSent || isUnsure
-                         || message.endsWith(u" — /f on the board is unchanged."_s),
-                     qPrintable(message));
-            ++counts[copied ? 0 : isUnsure ? 1 : 2];
-            if (isSent && cable.isBroken()) {
-                cable.plugIn();
-                QTRY_COMPARE(fixture.fixture.link->connectionState(),
-                             DeviceConnectionState::disconnected());
-                QVERIFY(fixture.connectTo(cable.port()));
-            }
-            if (isSent) {
-                QString found;
-                const auto isExpected = [&] {
-                    const auto output = awaited(
-                        fixture.fixture.link->executeOnDevice(script, std::chrono::seconds(5)));
-                    found = output ? *output : output.error().message;
-                    return ((!copied || isUnsure) && found == told(old))
-                        || ((copied || isUnsure) && found == told(fresh));
-                };
-                QTRY_VERIFY2(isExpected(),
-                             qPrintable(u"cut at %1 of %2: %3: %4"_s.arg(cut).arg(total).arg(
-                                 message, found)));
-            } else {
+            if (!isSent) {
                 QVERIFY(bytesOf(file) == (copied ? fresh : old));
                 QCOMPARE(QDir(local(u"cut"_s)).entryList(QDir::Files | QDir::Hidden), {u"f"_s});
+                continue;
             }
+            const bool isUnsure = message.endsWith(u"is the old or the new file, whole."_s);
+            QVERIFY2(copied || isUnsure || message.endsWith(u" — /f on the board is unchanged."_s),
+                     qPrintable(message));
+            if (!cable.isPluggedIn()) {
+                cable.plugIn();
+                QTRY_VERIFY(!fixture.fixture.link->connectionState().isConnected());
+                QVERIFY(fixture.connectTo(cable.port()));
+            }
+            QString found;
+            const auto isExpected = [&] {
+                const auto output = awaited(fixture.fixture.link->executeOnDevice(
+                    u"import os,binascii\nd=open('/f','rb').read()\n"
+                    "print(len(d),binascii.crc32(d),'.f.part' in os.listdir('/'))"_s,
+                    std::chrono::seconds(5)));
+                found = output ? *output : output.error().message;
+                return ((!copied || isUnsure) && found == told(old))
+                    || ((copied || isUnsure) && found == told(fresh));
+            };
+            QTRY_VERIFY2(isExpected(), qPrintable(message + u' ' + found));
         }
-        qInfo("%d copied, %d old or new, %d old", counts[0], counts[1], counts[2]);
     }
 
-    void writesOverAFileOnAFullBoardOnlyWhenTheUserAgrees()
-    {
-        VirtualBoard small({u"--disk"_s, u"50000"_s});
-        QVERIFY2(small.start(), qPrintable(small.errorText()));
-        BoardFixture fixture;
-        QVERIFY(fixture.connectTo(small.port()));
-        QVERIFY(fixture.write(QByteArray(30'000, 'o'), u"/f"_s, u"f"_s));
-        fixture.prompts.confirmation.confirmed = false;
-        QVERIFY(!fixture.write(QByteArray(30'000, 'n'), u"/f"_s, u"f"_s));
-        QCOMPARE(fixture.said(),
-                 u"error: Device write failed: No space left on the device — /f "
-                 "on the board is unchanged."_s);
-        QCOMPARE(fixture.prompts.takeAsked(),
-                 u"Write over “f” on the device? | The board has no room for the old and the new "
-                 "/f. If writing over the old file fails, both are lost on the board. | Write "
-                 "Over"_s);
-        QCOMPARE(fixture.done(fixture.files.readDeviceFile(u"/f"_s, {})), QByteArray(30'000, 'o'));
-        fixture.prompts.confirmation.confirmed = true;
-        QVERIFY(fixture.write(QByteArray(30'000, 'n'), u"/f"_s, u"f"_s));
-        QCOMPARE(fixture.done(fixture.files.readDeviceFile(u"/f"_s, {})), QByteArray(30'000, 'n'));
-    }
-
-    void cancelsACopyAndSaysWhatIsWhere()
-    {
-        for (const QString &name : {u"a"_s, u"b"_s})
-            put(local(u"cancel/"_s + name), QByteArray(10'000, 'x'));
-        const QMetaObject::Connection canceling =
-            connect(&m_fixture.transfer, &TransferStatus::statusChanged, this, [this] {
-                if (m_fixture.transfer.status().startsWith(u"Copying b ")
-                    && m_fixture.transfer.canCancel())
-                    m_fixture.transfer.cancel();
-            });
-        QVERIFY(!m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"cancel"_s))));
-        disconnect(canceling);
-        QCOMPARE(m_fixture.said(),
-                 u"info: ↑ Copying cancel → /cancel…\ninfo: Copy cancelled at b "
-                 "(2 of 2); the files before it were copied."_s);
-        QCOMPARE(onBoard(u"/cancel/a"_s), QByteArray(10'000, 'x'));
-        QVERIFY(!awaited(m_fixture.files.deviceFileExists(u"/cancel/b"_s)));
-    }
-
-    void tellsRateAndTimeLeft_data()
-    {
-        QTest::addColumn<qint64>("done");
-        QTest::addColumn<qint64>("total");
-        QTest::addColumn<int>("milliseconds");
-        QTest::addColumn<QString>("text");
-        const auto row = [](const char *name, qint64 done, qint64 total, int milliseconds,
-                            const QString &text) {
-            QTest::newRow(name) << done << total << milliseconds << text;
-        };
-        row("seconds", 45'000, 100'000, 4'500, u"45 %, 10 kB/s, 6 s left"_s);
-        row("minutes", 1'000, 100'000, 2'000, u"1 %, 500 B/s, 4 min left"_s);
-        row("hours", 10'000'000, 100'000'000'000, 1'000, u"0 %, 10.0 MB/s, 2 h 46 min left"_s);
-        row("grown file", 300, 200, 1'000, u"100 %, 300 B/s"_s);
-        row("nothing done", 0, 200, 1'000, {});
-        row("unknown size", 300, 0, 1'000, {});
-    }
     void tellsRateAndTimeLeft()
     {
-        QFETCH(qint64, done);
-        QFETCH(qint64, total);
-        QFETCH(int, milliseconds);
-        QTEST(TransferStatus::progressText(done, total, std::chrono::milliseconds(milliseconds)),
-              "text");
+        const auto text = &TransferStatus::progressText;
+        const std::chrono::milliseconds second(1'000);
+        QCOMPARE(text(45'000, 100'000, 4 * second), u"45 %, 11 kB/s, 5 s left"_s);
+        QCOMPARE(text(10'000'000, 100'000'000'000, second), u"0 %, 10.0 MB/s, 2 h 46 min left"_s);
+        QCOMPARE(text(300, 200, second), u"100 %, 300 B/s"_s); // the file has grown
+        QCOMPARE(text(0, 200, second), QString());
     }
 
     void endsQuietlyWhenEverythingGoesInTheMiddle()

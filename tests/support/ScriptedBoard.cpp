@@ -51,6 +51,22 @@ void ScriptedBoard::plugIn()
     m_port.linkTo(m_line->slavePath());
 }
 
+void ScriptedBoard::relayTo(const QString &port)
+{
+    m_isMute = true;
+    m_relay.reset(::open(qPrintable(port), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+    termios raw{};
+    ::tcgetattr(m_relay.get(), &raw);
+    ::cfmakeraw(&raw);
+    ::tcsetattr(m_relay.get(), TCSANOW, &raw);
+    m_relayNotifier = std::make_unique<QSocketNotifier>(m_relay.get(), QSocketNotifier::Read);
+    connect(m_relayNotifier.get(), &QSocketNotifier::activated, this, [this] {
+        QByteArray bytes(4096, '\0');
+        bytes.truncate(std::max<ssize_t>(0, ::read(m_relay.get(), bytes.data(), 4096)));
+        send(bytes);
+    });
+}
+
 QString ScriptedBoard::transcript() const
 {
     QString text;
@@ -65,12 +81,13 @@ QString ScriptedBoard::transcript() const
 
 void ScriptedBoard::take()
 {
-    const QByteArray bytes = m_line->read();
+    QByteArray bytes = m_line->read();
+    if (m_receivesLeft >= 0) {
+        bytes.truncate(m_receivesLeft);
+        m_receivesLeft -= bytes.size();
+    }
     for (const char byte : bytes) {
-        if (m_receivesLeft == 0)
-            break;
-        if (m_receivesLeft > 0)
-            --m_receivesLeft;
+        while (m_relay.isValid() && ::write(m_relay.get(), &byte, 1) != 1) { }
         takeByte(byte);
     }
     if (m_receivesLeft == 0)

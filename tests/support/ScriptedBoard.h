@@ -47,6 +47,9 @@ public:
     /// Only rules are answered from now on.
     void setMute(bool isMute) { m_isMute = isMute; }
     void send(const QByteArray &bytes);
+    /// Passes everything on to the board at \p port, and what that says back, in place of answers
+    /// of its own: a cable that can be damaged and pulled.
+    void relayTo(const QString &port);
 
     // What is wrong with its line
     void setDelay(std::chrono::milliseconds delay) { m_delay = delay; }
@@ -56,6 +59,7 @@ public:
     void vanishAfterReceiving(qsizetype bytes) { m_receivesLeft = bytes; }
     void vanish();
     void plugIn();
+    [[nodiscard]] bool isPluggedIn() const { return m_line->master() != -1; }
 
     // What it has seen
     [[nodiscard]] const QByteArray &received() const { return m_received; }
@@ -74,6 +78,8 @@ private:
     std::unique_ptr<PtyPair> m_line;
     std::unique_ptr<QSocketNotifier> m_notifier;
     QTimer m_pump;
+    FileDescriptor m_relay;
+    std::unique_ptr<QSocketNotifier> m_relayNotifier;
     std::vector<std::pair<QByteArray, QByteArray>> m_rules;
     std::chrono::milliseconds m_delay{0};
     bool m_isMute = false;
