@@ -1,13 +1,17 @@
 // How fast files go to the virtual board and come back, and what of the time is Korvane's own.
 //
-//   transfer [BYTES_PER_SECOND]    limits the line, both ways; 11520 is 115200 baud
+//   transfer [BYTES_PER_SECOND [HEAP]]    limits the line, both ways; 11520 is 115200 baud, 0 is
+//                                         without limit. HEAP is the board's memory, such as 64K
 //
-// Each command is done once more by the barest client there can be, which writes the same bytes
-// and waits for the same reply: that much is the board's and the line's time. Prints the shortest
-// times of some rounds, since what else the machine does only adds to them. Exits with 1 when
-// Korvane adds more than 5 ms to a command.
+// Without HEAP it measures files of 2,000 bytes, which are one command. Each command is done once
+// more by a minimal client, which writes the same bytes and waits for the same reply: that much is
+// the time of the board and the link. Prints the shortest times of some rounds, since other work of
+// the machine only adds to them. Exits with 1 when Korvane adds more than 5 ms to a command.
+//
+// With HEAP it measures files of 1 kB to 1 MB (100 kB with a limit), most of them moved in pieces,
+// beside what the link can carry. Exits with 1 when a copy is wrong.
 
-#include "board/BoardDesk.h"
+#include "board/BoardFixture.h"
 #include "board/BoardScripts.h"
 #include "support/Awaited.h"
 #include "support/VirtualBoard.h"
@@ -147,22 +151,76 @@ std::vector<Command> commands(qsizetype size)
     return result;
 }
 
+/// Copies a file of \p size there and back. \p rate is 0 for a link without limit.
+bool measureSize(DeviceFiles &files, qsizetype size, double rate)
+{
+    const QString path = QStringLiteral("/bench");
+    bool isRight = true;
+    for (const bool isText : {true, false}) {
+        const QByteArray bytes = isText ? text(size) : binary(size);
+        QElapsedTimer time;
+        const auto print = [&](const char *direction, const QString &error) {
+            const double milliseconds = static_cast<double>(time.nsecsElapsed()) / 1e6;
+            const double speed = static_cast<double>(size) * 1e3 / milliseconds;
+            std::printf("%-5s %-6s %8lld bytes in %9.1f ms, %8.0f bytes/s", direction,
+                        isText ? "text" : "binary", static_cast<long long>(size), milliseconds,
+                        speed);
+            if (rate > 0)
+                std::printf(", %.0f %% of the link", speed * 100 / rate);
+            std::printf("%s%s\n", error.isEmpty() ? "" : " FAILED: ", qPrintable(error));
+            std::fflush(stdout);
+            isRight &= error.isEmpty();
+        };
+        time.start();
+        const auto sent = awaited(files.writeDeviceFile(bytes, files.permitWrite(path), path));
+        print("write", sent ? QString() : sent.error().message);
+        awaited(files.refreshDeviceFiles());
+        time.start();
+        const auto read = awaited(files.readDeviceFile(path, path));
+        print("read",
+              !read                ? read.error().message
+                  : *read == bytes ? QString()
+                                   : QStringLiteral("other bytes"));
+    }
+    return isRight;
+}
+
+bool measureSizes(const QString &port, double rate)
+{
+    BoardFixture fixture;
+    bool isRight = fixture.connectTo(port);
+    for (const qsizetype size : {1'000, 2'000, 10'000, 100'000, 1'000'000}) {
+        if (rate > 0 && size > 100'000)
+            break; // minutes
+        isRight = isRight && measureSize(fixture.files, size, rate);
+    }
+    return isRight;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     QCoreApplication application(argc, argv);
     qputenv("KORVANE_SOURCE_DIR", KORVANE_SOURCE_DIR);
-    const QString rate = application.arguments().value(1);
-    VirtualBoard board(rate.isEmpty() ? QStringList()
-                                      : QStringList{QStringLiteral("--rate"), rate});
+    QString rate = application.arguments().value(1);
+    if (rate == u'0')
+        rate.clear();
+    const QString heap = application.arguments().value(2);
+    QStringList options;
+    if (!rate.isEmpty())
+        options << QStringLiteral("--rate") << rate;
+    if (!heap.isEmpty())
+        options << QStringLiteral("--heap") << heap;
+    VirtualBoard board(options);
     if (!board.start()) {
         std::fprintf(stderr, "%s\n", qPrintable(board.errorText()));
         return 2;
     }
+    if (!heap.isEmpty())
+        return measureSizes(board.port(), rate.toDouble()) ? 0 : 1;
     const int rounds = rate.isEmpty() ? 30 : 3;
-    // The whole command has to be over within its time-out, which a limited line makes short.
-    auto all = commands(rate.isEmpty() ? 200'000 : 32'000);
+    auto all = commands(2'000);
     {
         BareClient bare(board.port());
         bare.run(all[1].script); // so that there is a file to look for
@@ -170,14 +228,14 @@ int main(int argc, char **argv)
             command.bareMilliseconds =
                 shortestMilliseconds(rounds, [&] { bare.run(command.script); });
     }
-    BoardDesk desk;
-    if (!desk.connectTo(board.port()))
+    BoardFixture fixture;
+    if (!fixture.connectTo(board.port()))
         return 2;
     bool isWithin = true;
     for (const Command &command : all) {
         bool isRight = true;
         const double taken =
-            shortestMilliseconds(rounds, [&] { isRight &= command.run(desk.files); });
+            shortestMilliseconds(rounds, [&] { isRight &= command.run(fixture.files); });
         const double own = taken - command.bareMilliseconds;
         std::printf("%-16s %7lld bytes in %7.1f ms, %8.0f bytes/s; board and line %7.1f ms, "
                     "own %4.1f ms (%.1f %%)%s\n",
