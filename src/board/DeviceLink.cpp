@@ -230,7 +230,7 @@ Async<QString> DeviceLink::boardIdentity()
     if (m_boardIdentity.isEmpty())
         m_boardIdentity = SerialPortManager::serialNumber(port, m_roots);
     if (!m_boardIdentity.isEmpty())
-        co_return m_boardIdentity;
+        co_return QString(m_boardIdentity); // GCC 12 moves a member in co_return
     const auto life = m_life.watch();
     const int connection = m_connectionNumber;
     const auto output = co_await executeOnDevice(BoardScripts::identity(), identityTimeout);

@@ -106,7 +106,7 @@ Async<BoardCapabilities> TransferQueue::capabilities()
     const auto life = m_life.watch();
     const int connection = m_link.connectionNumber();
     if (m_capabilities && m_capabilitiesConnection == connection)
-        co_return *m_capabilities;
+        co_return BoardCapabilities(*m_capabilities); // GCC 12 moves a member in co_return
     const auto output =
         co_await m_link.executeOnDevice(TransferScripts::capabilities(), quickTimeout);
     if (!life)
@@ -118,7 +118,7 @@ Async<BoardCapabilities> TransferQueue::capabilities()
         co_return Error{ErrorCode::Remote, QStringLiteral("The board gave no valid answer")};
     m_capabilities = capabilities;
     m_capabilitiesConnection = connection;
-    co_return *capabilities;
+    co_return BoardCapabilities(*capabilities);
 }
 
 /// A failure of the link ends it; what the board refuses to remove is forgotten.
