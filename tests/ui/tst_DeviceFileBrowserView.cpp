@@ -1,3 +1,4 @@
+#include "support/Awaited.h"
 #include "support/ScriptedBoard.h"
 #include "ui/WindowFixture.h"
 #include "ui/browser/DeviceFileBrowserView.h"
@@ -208,6 +209,7 @@ private slots:
         m_fixture->state().documents().openTextInEditor(u"<b>&⌘S.py"_s, u"x"_s);
         QCOMPARE(send->toolTip(), u"<p>Send &lt;b&gt;&amp;⌘S.py to device</p>"_s);
         QCOMPARE(send->accessibleName(), u"Send <b>&⌘S.py to device"_s);
+        QVERIFY(awaited(m_fixture->state().link().boardIdentity())); // which sending asks for
         m_board->setMute(true); // so that it is not over before anybody looked
         m_fixture->press(Qt::Key_U, Qt::ControlModifier);
         QTRY_VERIFY(transfer->isVisible());
