@@ -61,8 +61,8 @@ public:
     };
 
     explicit AppState(Dependencies dependencies, QObject *parent = nullptr);
-    /// Nothing is saved or sent. Whoever still waits for the board or the local session is resumed
-    /// and ends without a trace.
+    /// Nothing is saved or sent. A coroutine that waits for the board or the local session is
+    /// resumed and ends without a trace.
     ~AppState() override;
     AppState(const AppState &) = delete;
     AppState &operator=(const AppState &) = delete;

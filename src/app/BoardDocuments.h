@@ -46,7 +46,7 @@ public:
     QCoro::Task<void> deleteDeviceFile(DeviceFileNode node);
 
 signals:
-    /// A document was sent: the board's files are what the person wants to see now.
+    /// A document was sent: the board's files should be shown now.
     void sent();
 
 private:

@@ -16,7 +16,7 @@ public:
     FileSettings(const FileSettings &) = delete;
     FileSettings &operator=(const FileSettings &) = delete;
 
-    /// In the person's configuration folder.
+    /// In the user's configuration folder.
     [[nodiscard]] static QString defaultPath();
 
     [[nodiscard]] bool flag(const QString &key) const override;

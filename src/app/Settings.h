@@ -4,7 +4,7 @@
 
 namespace Korvane {
 
-/// The person's settings: four keys, asked for whenever a value is needed and never cached by the
+/// The user's settings: four keys, asked for whenever a value is needed and never cached by the
 /// asker. Reading and writing never fail towards the caller.
 class Settings
 {

@@ -11,8 +11,8 @@ namespace Korvane {
 /// no limit.
 ///
 /// Output of a program is merged into one line, which may grow to hundreds of megabytes: it stays
-/// linear as long as nobody keeps a copy of that line's text. Views therefore take what is new from
-/// `outputExtended` and read `replLines` without keeping it.
+/// linear as long as no other object keeps a copy of that line's text. Views therefore take what is
+/// new from `outputExtended` and read `replLines` without keeping it.
 class ShellTranscript final : public QObject, public ShellSink
 {
     Q_OBJECT

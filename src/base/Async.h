@@ -7,7 +7,7 @@
 namespace Korvane {
 
 /// An operation that suspends and may fail. It starts at once and runs to its end even when the
-/// task is dropped; an error that nobody awaits is lost, so every chain ends in a reporter.
+/// task is dropped; an error of a dropped task is lost, so every chain ends in a reporter.
 template <typename T> using Async = QCoro::Task<Result<T>>;
 
 } // namespace Korvane

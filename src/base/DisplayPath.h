@@ -6,7 +6,7 @@
 
 namespace Korvane {
 
-/// A local path as messages show it: the person's home folder as "~".
+/// A local path as messages show it: the user's home folder as "~".
 [[nodiscard]] inline QString displayPath(const QString &path)
 {
     const QString home = QDir::homePath();

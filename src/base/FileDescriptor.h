@@ -6,7 +6,7 @@
 
 namespace Korvane {
 
-/// Owns one descriptor of the system and closes it; -1 stands for none.
+/// Owns one descriptor of the system and closes it; -1 means none.
 class FileDescriptor final
 {
 public:

@@ -9,7 +9,7 @@
 
 namespace Korvane {
 
-/// The order in which file managers show names: case-insensitive, by the person's locale, with
+/// The order in which file managers show names: case-insensitive, by the user's locale, with
 /// runs of digits compared by value, so that file2 comes before file10.
 class NaturalOrder final
 {

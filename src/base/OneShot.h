@@ -47,7 +47,7 @@ public:
 
 private:
     // Returned by value: an awaitable lvalue would be copied into the coroutine frame by this
-    // compiler, and the copy would never hear of the result.
+    // compiler, and the copy would never receive the result.
     struct Awaiter
     {
         OneShot *shot;

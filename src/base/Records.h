@@ -14,7 +14,7 @@ struct PythonVariable
 {
     QString name;
     QString type;
-    /// A printable form, cut by whoever made it to 500 characters and "...".
+    /// A printable form, cut by its producer to 500 characters and "...".
     QString value;
     QUuid id = QUuid::createUuid();
 };

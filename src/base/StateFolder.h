@@ -5,7 +5,7 @@
 
 namespace Korvane {
 
-/// Where the program remembers what is neither a setting nor a document of the person's:
+/// Where the program remembers what is neither a setting nor a document of the user's:
 /// $XDG_STATE_HOME/korvane, by default ~/.local/state/korvane. It need not exist.
 [[nodiscard]] inline QString stateFolder()
 {

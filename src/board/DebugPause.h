@@ -11,7 +11,7 @@ namespace Korvane {
 /// One stop of a debugged program, as the board reported it.
 struct DebugPause
 {
-    /// 1-based line of the person's source file.
+    /// 1-based line of the user's source file.
     int line = 0;
     QList<PythonVariable> variables;
 

@@ -56,7 +56,7 @@ void DeviceLink::setInFlight(bool isInFlight)
 {
     if (std::exchange(m_deviceCommandInFlight, isInFlight) == isInFlight)
         return;
-    // From the event loop: whoever frees the link may not be finished with it.
+    // From the event loop: the code that frees the link may still be using it.
     if (!isInFlight)
         QMetaObject::invokeMethod(this, &DeviceLink::startNextCommand, Qt::QueuedConnection);
     emit deviceCommandInFlightChanged();

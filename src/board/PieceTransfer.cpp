@@ -49,7 +49,7 @@ bool isLineError(const Error &error)
             || message.startsWith(QLatin1String("NameError")));
 }
 
-/// True when the command may have been executed all the same.
+/// True when the command may nevertheless have been executed.
 bool isEffectUnknown(const Error &error)
 {
     return isLineError(error) || error.code == ErrorCode::NotConnected;

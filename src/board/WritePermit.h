@@ -12,7 +12,7 @@ namespace Korvane {
 using ClaimedPaths = QSet<QString>;
 
 /// Allows one file or folder of one connected board to be written; only DeviceFiles makes them. A
-/// permit that was asked for holds its path: until the last copy is destroyed, nobody else is
+/// permit that was asked for holds its path: until the last copy is destroyed, no other request is
 /// granted one for it.
 class WritePermit final
 {

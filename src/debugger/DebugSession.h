@@ -20,8 +20,8 @@ struct DebugPause;
 struct InstrumentedRun;
 
 /// Debugs programs on the board: starts them, follows them from stop to stop, and tells them to go
-/// on (docs/debugger.md). Follows the program run by itself; whoever ends the link calls `reset`.
-/// Main thread only.
+/// on (docs/debugger.md). Follows the program run by itself; the owner of the link calls `reset`
+/// when it ends. Main thread only.
 class DebugSession final : public QObject
 {
     Q_OBJECT
@@ -52,7 +52,7 @@ public:
     void reset();
 
     [[nodiscard]] bool isDebugging() const { return m_isDebugging; }
-    /// 1-based line of the person's source; nothing while the program runs.
+    /// 1-based line of the user's source; nothing while the program runs.
     [[nodiscard]] std::optional<int> pausedAt() const { return m_pausedAt; }
     /// 1-based lines on which a breakpoint is armed in this run.
     [[nodiscard]] const QSet<int> &activeBreakpointLines() const { return m_activeBreakpointLines; }
@@ -61,7 +61,7 @@ signals:
     /// Any of the three above.
     void changed();
     /// A run is being sent: time to make room for the variables. The line is taken already, so that
-    /// nobody who is shown asks the board for what it has now.
+    /// no view asks the board for what it has now.
     void began();
     /// After the state, before the Shell says so: time to show the variables.
     void paused(const DebugPause &pause);

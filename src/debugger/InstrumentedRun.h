@@ -8,7 +8,7 @@ namespace Korvane {
 
 /// A program rewritten so that it can be stopped: each statement line first asks whether to call
 /// the breakpoint helper. Every statement stays on its own line, so that the board's line numbers
-/// are the person's. Making it never fails; what did not go as asked is in `notes`.
+/// are the user's. Making it never fails; what did not go as asked is in `notes`.
 struct InstrumentedRun
 {
     /// \p breakpoints are 1-based lines; those that can't hold a stop move down or are ignored.
@@ -21,7 +21,7 @@ struct InstrumentedRun
     QSet<int> activeLines;
     /// 1-based lines at which the program can stop.
     QSet<int> steppableLines;
-    /// What the person should know, in the order of the breakpoints.
+    /// What the user should know, in the order of the breakpoints.
     QStringList notes;
     qsizetype originalBytes;
     qsizetype instrumentedBytes;

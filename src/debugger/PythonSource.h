@@ -50,7 +50,7 @@ struct PythonSource
     [[nodiscard]] static bool isName(QStringView text);
     /// Whether a line that begins with \p word is the header of a block.
     [[nodiscard]] static bool isBlockKeyword(QStringView word);
-    /// What stands in front of the first "#" outside quotes. Knows no escapes.
+    /// What is in front of the first "#" outside quotes. Knows no escapes.
     [[nodiscard]] static QStringView withoutComment(QStringView line);
     /// The pieces between the commas that are outside brackets, less those that are empty or white.
     [[nodiscard]] static QList<QStringView> splitTopLevelCommas(QStringView text);

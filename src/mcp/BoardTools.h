@@ -18,7 +18,7 @@ struct DeviceExecution;
 
 /// The tools with which an assistant sees and works with the board. They go through the same
 /// operations as the window, so that the Shell shows what the assistant does, and what cannot be
-/// taken back waits for the person's yes.
+/// undone waits for the user's confirmation.
 class BoardTools final : public ToolSet
 {
 public:
@@ -26,7 +26,7 @@ public:
     explicit BoardTools(AppState &state);
 
     [[nodiscard]] QByteArray definitions() const override;
-    /// A question to the person holds its own call up, for as long as they take, and no other.
+    /// A question to the user delays its own call until it is answered, and no other.
     [[nodiscard]] QCoro::Task<Result<QString>> call(QString name, ToolArguments arguments,
                                                     CallStop stop) override;
 

@@ -15,7 +15,7 @@ struct HTTPRequest
     /// Names in lower case, names and values without blanks and tabs around them. Of two headers
     /// with one name the later counts.
     std::map<QByteArray, QByteArray> headers;
-    /// Exactly `Content-Length` bytes, unless whoever reads the requests declined the body.
+    /// Exactly `Content-Length` bytes, unless the filter of the parser declined the body.
     QByteArray body;
 };
 

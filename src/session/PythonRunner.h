@@ -45,7 +45,7 @@ public:
     /// an interpreter installed meanwhile is found.
     [[nodiscard]] QString findPython() const;
 
-    /// Runs a whole file. An empty \p path stands for a document that was never saved; otherwise
+    /// Runs a whole file. An empty \p path means a document that was never saved; otherwise
     /// the program runs in the folder of \p path. \p fresh empties the namespace first.
     QCoro::Task<RunResult> run(QString code, QString path, bool fresh);
     /// Runs one line typed into the Shell; the value of an expression is printed.

@@ -18,7 +18,7 @@ namespace Korvane::SessionProtocol {
 // A request is one line of JSON with its line end. It is missing when a text holds half a
 // surrogate pair, which UTF-8 cannot carry.
 
-/// Runs a whole file; an empty \p path stands for a document that was never saved. \p fresh empties
+/// Runs a whole file; an empty \p path means a document that was never saved. \p fresh empties
 /// the namespace first.
 [[nodiscard]] std::optional<QByteArray> execRequest(const QString &code, const QString &path,
                                                     bool fresh);

@@ -20,10 +20,10 @@ class BrowserPane : public QWidget
     Q_OBJECT
 
 public:
-    /// \p listName names the entries for whoever cannot see them.
+    /// \p listName is the accessible name of the list.
     explicit BrowserPane(const QString &listName, QWidget *parent = nullptr);
 
-    /// Also while a page stands in their place.
+    /// Also while a page is shown instead of them.
     void focusEntries();
     [[nodiscard]] FileListView &list() { return *m_list; }
     /// Backspace and Alt+Up lead to the enclosing folder.

@@ -32,7 +32,7 @@ public:
 
     /// "1023 B", "1.5 KB", "3072.0 KB".
     [[nodiscard]] static QString sizeText(qint64 bytes);
-    /// The symbol that stands for a file or folder of that name.
+    /// The symbol of a file or folder of that name.
     [[nodiscard]] static QString symbol(const Row &row);
 
 private:

@@ -66,7 +66,7 @@ int FileListView::rowToChoose(const QString &folder) const
     const int last = static_cast<int>(rows.size()) - 1;
     if (folder == m_folder)
         return std::min(m_chosenRow, last); // it was deleted: its neighbour
-    // Whoever came here by keyboard goes on from the first row.
+    // Keyboard users continue from the first row.
     return hasFocus() ? std::min(0, last) : -1;
 }
 

@@ -49,7 +49,7 @@ private:
     QToolButton *m_button;
 };
 
-/// The toolkit shows a menu only below a menu bar. Whoever goes through the window's controls from
+/// Qt exposes a menu only below a menu bar. A user who goes through the window's controls from
 /// the top would never find the ports.
 class ConnectButtonInterface final : public ButtonInterface
 {
@@ -81,7 +81,7 @@ public:
     }
 };
 
-/// For the toolkit a check box, which would promise that it can be taken back.
+/// Qt reports a check box, which would mean that it can be unchecked.
 class PaneTabInterface final : public ButtonInterface
 {
 public:

@@ -1,9 +1,9 @@
 #pragma once
 
-/// How assistive programs see those of our controls that the toolkit knows nothing of.
+/// The accessible interfaces of our own controls.
 namespace Korvane::Accessibility {
 
-/// Tells the toolkit of them. Once, before anything is shown.
+/// Registers them with Qt. Once, before anything is shown.
 void install();
 
 } // namespace Korvane::Accessibility

@@ -8,7 +8,7 @@ class QTabBar;
 namespace Korvane {
 
 /// How assistive programs see the strip of open files: a list of tabs under its own name, and then
-/// the buttons in it. The toolkit's own takes the chosen tab's name for the whole strip's and
+/// the buttons in it. Qt's own takes the chosen tab's name for the whole strip's and
 /// leaves the close buttons out.
 class AccessibleTabStrip final : public QAccessibleWidget
 {

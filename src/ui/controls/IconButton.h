@@ -7,7 +7,7 @@
 namespace Korvane {
 
 /// A plain button that shows a symbol and nothing else. Its help text, without the key, is its
-/// name for whoever cannot see the symbol.
+/// accessible name.
 class IconButton final : public QToolButton
 {
     Q_OBJECT

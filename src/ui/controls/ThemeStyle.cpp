@@ -134,7 +134,7 @@ void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *opt
     case PE_FrameFocusRect:
         if (qobject_cast<const QAbstractItemView *>(widget))
             break;
-        if (!(option->state & State_KeyboardFocusChange)) // whoever uses the mouse knows
+        if (!(option->state & State_KeyboardFocusChange)) // not needed with the mouse
             return;
         painter->save();
         painter->setRenderHint(QPainter::Antialiasing);

@@ -59,7 +59,7 @@ ShellInput::ShellInput(QWidget *parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setTabChangesFocus(true);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    // Flat on the row that it stands in.
+    // Without a frame of its own.
     viewport()->setAutoFillBackground(false);
     document()->setDocumentMargin(2);
     connect(document(), &QTextDocument::blockCountChanged, this, &ShellInput::fitHeight);

@@ -6,9 +6,9 @@ namespace Korvane {
 
 class AppState;
 
-/// Says to assistive programs what happened elsewhere than where the person is: that the board is
+/// Tells assistive programs what happened outside of the focused control: that the board is
 /// connected or gone, that the program stopped at a line or finished. Nothing of it can be seen;
-/// what can be seen of these events stands at its own place in the window.
+/// these events are also shown in the window.
 ///
 /// To them it is a notification that shows up with a new text each time.
 class Announcer final : public QWidget

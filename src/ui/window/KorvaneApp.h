@@ -25,7 +25,7 @@ public:
     /// Names the program and gives it its look. Once, before anything is shown.
     static void setUp(QApplication &application);
 
-    /// With the person's own settings, the usual interpreters and the computer's serial ports.
+    /// With the user's own settings, the usual interpreters and the computer's serial ports.
     KorvaneApp();
     /// With \p dependencies, whose settings and questions must outlive this. The server is made
     /// here.
