@@ -39,6 +39,10 @@ if(KORVANE_SANITIZE)
     target_compile_options(korvane_flags INTERFACE
         -fsanitize=${KORVANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(korvane_flags INTERFACE -fsanitize=${KORVANE_SANITIZE})
+    if(KORVANE_SANITIZE MATCHES thread)
+        # GCC 12 takes the moved-from strings of tl::expected for uninitialized there.
+        target_compile_options(korvane_flags INTERFACE -Wno-maybe-uninitialized)
+    endif()
 endif()
 
 # Reading Qt's and QCoro's headers takes more than half of the time for a file. The release build does
