@@ -1,7 +1,6 @@
 #include "app/AppState.h"
 
 #include "app/AssistantServer.h"
-#include "app/Settings.h"
 
 #include <utility>
 
@@ -40,7 +39,7 @@ AppState::AppState(Dependencies dependencies, QObject *parent)
     wireRunner();
     if (dependencies.makeServer)
         m_assistantServer = dependencies.makeServer(*this);
-    if (m_assistantServer && m_settings.flag(Settings::serverEnabled))
+    if (m_assistantServer && m_preferences.flag(Preferences::StartServer))
         m_assistantServer->start();
 }
 

@@ -5,6 +5,7 @@
 #include "app/DocumentSaver.h"
 #include "app/ErrorReporter.h"
 #include "app/LocalFiles.h"
+#include "app/Preferences.h"
 #include "app/ShellTranscript.h"
 #include "app/VariablesStore.h"
 #include "base/Lifetime.h"
@@ -68,6 +69,7 @@ public:
     AppState &operator=(const AppState &) = delete;
 
     [[nodiscard]] Settings &settings() { return m_settings; }
+    [[nodiscard]] Preferences &preferences() { return m_preferences; }
     [[nodiscard]] UserPrompts &prompts() { return m_prompts; }
     [[nodiscard]] ShellTranscript &shell() { return m_shell; }
     [[nodiscard]] ErrorReporter &errors() { return m_errors; }
@@ -149,6 +151,7 @@ private:
 
     // What is used by others stands above them, and so outlives them.
     Settings &m_settings;
+    Preferences m_preferences{m_settings};
     UserPrompts &m_prompts;
     ShellTranscript m_shell;
     ErrorReporter m_errors{m_shell};

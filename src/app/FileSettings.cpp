@@ -90,10 +90,18 @@ void FileSettings::setText(const QString &key, const QString &value)
     store(key, value);
 }
 
+void FileSettings::remove(const QString &key)
+{
+    store(key, QVariant());
+}
+
 void FileSettings::store(const QString &key, const QVariant &value)
 {
     makePrivate(m_file.fileName());
-    m_file.setValue(key, value);
+    if (value.isValid())
+        m_file.setValue(key, value);
+    else
+        m_file.remove(key);
     m_file.sync();
     if (m_file.status() == QSettings::AccessError)
         qCWarning(appLog) << "The settings could not be written to" << m_file.fileName();

@@ -25,8 +25,10 @@ public:
     void setFlag(const QString &key, bool value) override;
     void setNumber(const QString &key, int value) override;
     void setText(const QString &key, const QString &value) override;
+    void remove(const QString &key) override;
 
 private:
+    /// An invalid \p value removes the key.
     void store(const QString &key, const QVariant &value);
 
     mutable QSettings m_file; // reads the file again where that has changed

@@ -1,19 +1,20 @@
 #pragma once
 
+#include <QLatin1StringView>
 #include <QString>
 
 namespace Korvane {
 
-/// The user's settings: four keys, asked for whenever a value is needed and never cached by the
-/// asker. Reading and writing never fail towards the caller.
+/// The user's stored settings by their keys. Reading and writing never fail towards the caller.
+/// What each key of the program means, and its default, is in `Preferences`.
 class Settings
 {
 public:
-    /// The keys there are.
-    static inline const QString serverEnabled = QStringLiteral("MCPServerEnabled");         // flag
-    static inline const QString autoApproveWrites = QStringLiteral("MCPAutoApproveWrites"); // flag
-    static inline const QString serverPort = QStringLiteral("MCPServerPort");   // number
-    static inline const QString serverToken = QStringLiteral("MCPServerToken"); // text
+    /// The keys of the assistant's server.
+    static constexpr QLatin1StringView serverEnabled{"MCPServerEnabled"};         // flag
+    static constexpr QLatin1StringView autoApproveWrites{"MCPAutoApproveWrites"}; // flag
+    static constexpr QLatin1StringView serverPort{"MCPServerPort"};               // number
+    static constexpr QLatin1StringView serverToken{"MCPServerToken"};             // text
 
     virtual ~Settings() = default;
 
@@ -27,6 +28,8 @@ public:
     virtual void setFlag(const QString &key, bool value) = 0;
     virtual void setNumber(const QString &key, int value) = 0;
     virtual void setText(const QString &key, const QString &value) = 0;
+    /// As if it had never been set.
+    virtual void remove(const QString &key) = 0;
 };
 
 } // namespace Korvane

@@ -1,7 +1,6 @@
 #include "mcp/BoardTools.h"
 
 #include "app/AppState.h"
-#include "app/Settings.h"
 #include "base/PythonResource.h"
 #include "base/Utf8.h"
 #include "base/VisibleText.h"
@@ -418,7 +417,7 @@ bool BoardTools::isConnected() const
 
 bool BoardTools::asksFirst() const
 {
-    return !m_state.settings().flag(Settings::autoApproveWrites);
+    return !m_state.preferences().flag(Preferences::WriteWithoutAsking);
 }
 
 QString BoardTools::deviceName() const

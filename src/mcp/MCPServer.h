@@ -63,14 +63,9 @@ public:
     /// The shell command that registers this server with an assistant. Contains the token.
     [[nodiscard]] QString connectionCommand() const;
 
-    /// Must be called after changing a setting that concerns the assistant.
-    void announceSettingsChange() { emit settingsChanged(); }
-
 signals:
     void isRunningChanged();
     void lastErrorChanged();
-    /// Views of such a setting must read it again.
-    void settingsChanged();
 
 private:
     struct Event;

@@ -17,6 +17,7 @@ public:
     void setFlag(const QString &key, bool value) override { m_values[key] = value; }
     void setNumber(const QString &key, int value) override { m_values[key] = value; }
     void setText(const QString &key, const QString &value) override { m_values[key] = value; }
+    void remove(const QString &key) override { m_values.remove(key); }
 
 private:
     QHash<QString, QVariant> m_values;

@@ -97,7 +97,7 @@ private slots:
         QVERIFY(fixture.app->server().isRunning());
 
         fixture.settings.setFlag(Settings::autoApproveWrites, false); // by another program
-        fixture.app->server().announceSettingsChange();
+        emit fixture.find<QMenu>("claudeMenu")->aboutToShow();
         QVERIFY(fixture.items().at(4).endsWith(u"[ ]"_s));
     }
 

@@ -1,7 +1,6 @@
 #include "ui/window/ClaudeCommands.h"
 
 #include "app/AppState.h"
-#include "app/Settings.h"
 #include "mcp/MCPServer.h"
 #include "ui/window/Actions.h"
 #include "ui/window/ContentView.h"
@@ -25,8 +24,8 @@ ClaudeCommands::ClaudeCommands(AppState &state, MCPServer &server, ContentView &
     QAction *copy = window.commands()[Actions::CopyConnectionCommand];
     connect(m_startOrStop, &QAction::triggered, this, &ClaudeCommands::startOrStop);
     connect(copy, &QAction::triggered, this, &ClaudeCommands::copyConnectionCommand);
-    connectToggle(m_startWithProgram, Settings::serverEnabled);
-    connectToggle(m_writeWithoutAsking, Settings::autoApproveWrites);
+    connectToggle(m_startWithProgram, Preferences::StartServer);
+    connectToggle(m_writeWithoutAsking, Preferences::WriteWithoutAsking);
     QMenu *menu = window.menuBar()->addMenu(tr("&Claude"));
     menu->setObjectName(QStringLiteral("claudeMenu"));
     menu->addActions({m_startOrStop, copy});
@@ -35,7 +34,7 @@ ClaudeCommands::ClaudeCommands(AppState &state, MCPServer &server, ContentView &
 
     connect(menu, &QMenu::aboutToShow, this, &ClaudeCommands::update);
     connect(&m_server, &MCPServer::isRunningChanged, this, &ClaudeCommands::update);
-    connect(&m_server, &MCPServer::settingsChanged, this, &ClaudeCommands::update);
+    connect(&m_state.preferences(), &Preferences::changed, this, &ClaudeCommands::update);
     update();
 }
 
@@ -56,19 +55,17 @@ void ClaudeCommands::copyConnectionCommand()
                                   "this IDE with Claude Code."));
 }
 
-void ClaudeCommands::connectToggle(QAction *toggle, const QString &key)
+void ClaudeCommands::connectToggle(QAction *toggle, Preferences::Id id)
 {
-    connect(toggle, &QAction::triggered, this, [this, key](bool isOn) {
-        m_state.settings().setFlag(key, isOn);
-        m_server.announceSettingsChange();
-    });
+    connect(toggle, &QAction::triggered, this,
+            [this, id](bool isOn) { m_state.preferences().setFlag(id, isOn); });
 }
 
 void ClaudeCommands::update()
 {
     m_startOrStop->setText(m_server.isRunning() ? tr("Stop MCP Server") : tr("Start MCP Server"));
-    m_startWithProgram->setChecked(m_state.settings().flag(Settings::serverEnabled));
-    m_writeWithoutAsking->setChecked(m_state.settings().flag(Settings::autoApproveWrites));
+    m_startWithProgram->setChecked(m_state.preferences().flag(Preferences::StartServer));
+    m_writeWithoutAsking->setChecked(m_state.preferences().flag(Preferences::WriteWithoutAsking));
 }
 
 } // namespace Korvane

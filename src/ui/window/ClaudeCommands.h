@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/Preferences.h"
+
 #include <QObject>
 
 class QAction;
@@ -23,7 +25,7 @@ public:
 private:
     void startOrStop();
     void copyConnectionCommand();
-    void connectToggle(QAction *toggle, const QString &key);
+    void connectToggle(QAction *toggle, Preferences::Id id);
     /// Shows the state of the server and the settings.
     void update();
 
