@@ -8,8 +8,13 @@
 // the time of the board and the link. Prints the shortest times of some rounds, since other work of
 // the machine only adds to them. Exits with 1 when Korvane adds more than 5 ms to a command.
 //
-// With HEAP it measures files of 1 kB to 1 MB (100 kB with a limit), most of them moved in pieces,
-// beside what the link can carry. Exits with 1 when a copy is wrong.
+// With HEAP it measures files of 1 kB to 1 MB, most of them moved in pieces, beside what the link
+// can carry, and the longest time between two turns of the event loop, by the clock and by the
+// processor time of the main thread. Exits with 1 when a copy is wrong.
+//
+//   transfer matrix [LARGEST]    the same for each of three heaps with and without a limit of 11520
+//                                bytes a second. With the limit, files of up to LARGEST bytes (100
+//                                kB)
 
 #include "board/BoardFixture.h"
 #include "board/BoardScripts.h"
@@ -19,6 +24,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QRandomGenerator>
+#include <QTimer>
 
 #include <algorithm>
 #include <array>
@@ -28,6 +34,7 @@
 #include <poll.h>
 #include <termios.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 using namespace Korvane;
@@ -151,11 +158,54 @@ std::vector<Command> commands(qsizetype size)
     return result;
 }
 
+/// Measures the time between two turns of the event loop.
+class TurnClock final : public QObject
+{
+public:
+    TurnClock()
+    {
+        m_timer.setTimerType(Qt::PreciseTimer);
+        connect(&m_timer, &QTimer::timeout, this, [this] { turn(); });
+        m_timer.start(1);
+        turn();
+    }
+    void restart()
+    {
+        turn();
+        m_longest = m_longestOwn = 0;
+    }
+    /// In milliseconds.
+    [[nodiscard]] double longest() const { return m_longest; }
+    [[nodiscard]] double longestOwn() const { return m_longestOwn; }
+
+private:
+    static double milliseconds(clockid_t clock)
+    {
+        timespec time{};
+        clock_gettime(clock, &time);
+        return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+    }
+    void turn()
+    {
+        const double now = milliseconds(CLOCK_MONOTONIC);
+        const double own = milliseconds(CLOCK_THREAD_CPUTIME_ID);
+        m_longest = std::max(m_longest, now - std::exchange(m_last, now));
+        m_longestOwn = std::max(m_longestOwn, own - std::exchange(m_lastOwn, own));
+    }
+
+    QTimer m_timer;
+    double m_last = 0;
+    double m_lastOwn = 0;
+    double m_longest = 0;
+    double m_longestOwn = 0;
+};
+
 /// Copies a file of \p size there and back. \p rate is 0 for a link without limit.
 bool measureSize(DeviceFiles &files, qsizetype size, double rate)
 {
     const QString path = QStringLiteral("/bench");
     bool isRight = true;
+    TurnClock turns;
     for (const bool isText : {true, false}) {
         const QByteArray bytes = isText ? text(size) : binary(size);
         QElapsedTimer time;
@@ -167,14 +217,17 @@ bool measureSize(DeviceFiles &files, qsizetype size, double rate)
                         speed);
             if (rate > 0)
                 std::printf(", %.0f %% of the link", speed * 100 / rate);
+            std::printf(", turns of %.1f ms (own work %.1f)", turns.longest(), turns.longestOwn());
             std::printf("%s%s\n", error.isEmpty() ? "" : " FAILED: ", qPrintable(error));
             std::fflush(stdout);
             isRight &= error.isEmpty();
         };
+        turns.restart();
         time.start();
         const auto sent = awaited(files.writeDeviceFile(bytes, files.permitWrite(path), path));
         print("write", sent ? QString() : sent.error().message);
         awaited(files.refreshDeviceFiles());
+        turns.restart();
         time.start();
         const auto read = awaited(files.readDeviceFile(path, path));
         print("read",
@@ -185,14 +238,40 @@ bool measureSize(DeviceFiles &files, qsizetype size, double rate)
     return isRight;
 }
 
-bool measureSizes(const QString &port, double rate)
+bool measureSizes(const QString &port, double rate, qsizetype largest)
 {
     BoardFixture fixture;
     bool isRight = fixture.connectTo(port);
     for (const qsizetype size : {1'000, 2'000, 10'000, 100'000, 1'000'000}) {
-        if (rate > 0 && size > 100'000)
-            break; // minutes
+        if (size > largest)
+            break;
         isRight = isRight && measureSize(fixture.files, size, rate);
+    }
+    return isRight;
+}
+
+QStringList options(const QString &rate, const QString &heap)
+{
+    QStringList options;
+    if (!rate.isEmpty())
+        options << QStringLiteral("--rate") << rate;
+    if (!heap.isEmpty())
+        options << QStringLiteral("--heap") << heap;
+    return options;
+}
+
+bool measureMatrix(qsizetype largest)
+{
+    bool isRight = true;
+    for (const char *rate : {"", "11520"}) {
+        for (const char *heap : {"64K", "192K", "2M"}) {
+            VirtualBoard board(options(QLatin1StringView(rate), QLatin1StringView(heap)));
+            if (!board.start())
+                return false;
+            std::printf("heap %s, %s bytes/s\n", heap, *rate ? rate : "unlimited");
+            const double limit = QByteArray(rate).toDouble();
+            isRight &= measureSizes(board.port(), limit, limit > 0 ? largest : 1'000'000);
+        }
     }
     return isRight;
 }
@@ -207,18 +286,15 @@ int main(int argc, char **argv)
     if (rate == u'0')
         rate.clear();
     const QString heap = application.arguments().value(2);
-    QStringList options;
-    if (!rate.isEmpty())
-        options << QStringLiteral("--rate") << rate;
-    if (!heap.isEmpty())
-        options << QStringLiteral("--heap") << heap;
-    VirtualBoard board(options);
+    if (rate == u"matrix")
+        return measureMatrix(heap.isEmpty() ? 100'000 : heap.toLongLong()) ? 0 : 1;
+    VirtualBoard board(options(rate, heap));
     if (!board.start()) {
         std::fprintf(stderr, "%s\n", qPrintable(board.errorText()));
         return 2;
     }
     if (!heap.isEmpty())
-        return measureSizes(board.port(), rate.toDouble()) ? 0 : 1;
+        return measureSizes(board.port(), rate.toDouble(), 1'000'000) ? 0 : 1;
     const int rounds = rate.isEmpty() ? 30 : 3;
     auto all = commands(2'000);
     {

@@ -93,7 +93,7 @@ void AppState::submitShell(const QString &command)
     if (!m_link.connectionState().isConnected())
         runShellLocally(command);
     else if (command.isValidUtf16())
-        m_link.serial().write(forPrompt(command));
+        m_link.writeInput(forPrompt(command));
 }
 
 void AppState::setBottomTab(BottomTab tab)

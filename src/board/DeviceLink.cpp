@@ -20,6 +20,18 @@ namespace {
 
 constexpr int baudRate = 115200;
 constexpr auto identityTimeout = 5s;
+/// How long the board stays in the raw REPL for the next command of a sequence.
+constexpr auto longestPause = 100ms;
+
+/// A traceback is an error.
+Result<QString> outputOf(Result<DeviceExecution> execution)
+{
+    if (!execution)
+        return execution.error();
+    if (!execution->stderr.isEmpty())
+        return DeviceError::remote(execution->stderr);
+    return std::move(execution->stdout);
+}
 
 } // namespace
 
@@ -31,6 +43,9 @@ DeviceLink::DeviceLink(ShellSink &shell, SerialPortManager::Roots roots, QObject
 {
     connect(&m_portWatcher, &PortWatcher::changed, this, &DeviceLink::refreshPorts);
     connect(&m_serial, &SerialPortManager::writeFailed, this, &DeviceLink::handleWriteFailure);
+    m_rawReplTimer.setSingleShot(true);
+    m_rawReplTimer.setInterval(longestPause);
+    connect(&m_rawReplTimer, &QTimer::timeout, this, [this] { m_serial.write("\x02"); });
 }
 
 DeviceLink::~DeviceLink()
@@ -47,6 +62,7 @@ void DeviceLink::setDeviceCommandInFlight(bool isInFlight)
         m_serial.discardPendingOutput();
         m_serial.setDataInterceptor({});
     }
+    m_rawReplTimer.stop(); // the next user of the link begins with Ctrl-A or Ctrl-B
     if (m_softReset)
         m_softReset->abort(DeviceError::programRunning());
     setInFlight(isInFlight);
@@ -70,7 +86,10 @@ void DeviceLink::startNextCommand()
     m_current = m_waiting.front();
     m_waiting.pop_front();
     setInFlight(true);
-    m_current->start();
+    const bool isInRawRepl = m_rawReplTimer.isActive();
+    m_rawReplTimer.stop();
+    m_current->start(isInRawRepl ? RawReplExchange::Prompt::Raw
+                                 : RawReplExchange::Prompt::Friendly);
 }
 
 void DeviceLink::refreshPorts()
@@ -122,6 +141,7 @@ Async<void> DeviceLink::softReset()
     if (m_deviceCommandInFlight || m_softReset)
         co_return DeviceError::programRunning();
     const auto life = m_life.watch();
+    m_rawReplTimer.stop(); // a reset begins with Ctrl-B
     setInFlight(true);
     m_softReset = std::make_unique<SoftReset>(
         m_serial, [this](const QByteArray &chunk) { emit dataReceived(chunk); });
@@ -161,6 +181,7 @@ void DeviceLink::endLink(const QString &notice)
     m_connectionState = DeviceConnectionState::disconnected();
     ++m_connectionNumber;
     m_boardIdentity.clear();
+    m_rawReplTimer.stop();
     endCommands();
     emit ended();
     m_shell.appendInfo(notice);
@@ -185,6 +206,13 @@ Async<DeviceExecution> DeviceLink::executeOnDeviceRaw(QString code,
                                                       std::chrono::duration<double> timeout,
                                                       CallStop stop, WhenBusy whenBusy)
 {
+    auto exchange = std::make_unique<RawReplExchange>(m_serial, code, timeout, whenBusy);
+    // Uses no member after the wait, so that the lifetime need not be tested.
+    co_return co_await execute(std::move(exchange), std::move(stop));
+}
+
+Async<DeviceExecution> DeviceLink::execute(std::unique_ptr<RawReplExchange> exchange, CallStop stop)
+{
     if (!m_connectionState.isConnected())
         co_return DeviceError::notConnected();
     if (m_client->deviceProgramRunning()) {
@@ -192,8 +220,7 @@ Async<DeviceExecution> DeviceLink::executeOnDeviceRaw(QString code,
                                                    : DeviceError::programRunning();
     }
     const auto life = m_life.watch();
-    const auto position = m_commands.insert(
-        m_commands.end(), std::make_unique<RawReplExchange>(m_serial, code, timeout, whenBusy));
+    const auto position = m_commands.insert(m_commands.end(), std::move(exchange));
     RawReplExchange *command = position->get();
     connect(command, &RawReplExchange::finished, this,
             [this, command] { releaseCommand(command); });
@@ -215,11 +242,26 @@ Async<QString> DeviceLink::executeOnDevice(QString code, std::chrono::duration<d
     CallStop stop; // named: GCC 12 mishandles temporaries in a co_await expression
     // Uses no member after the wait, so that the lifetime need not be tested.
     auto result = co_await executeOnDeviceRaw(std::move(code), timeout, std::move(stop), whenBusy);
-    if (!result)
-        co_return result.error();
-    if (!result->stderr.isEmpty())
-        co_return DeviceError::remote(result->stderr);
-    co_return std::move(result->stdout);
+    co_return outputOf(std::move(result));
+}
+
+Async<QString> DeviceLink::executeInSequence(QString code, std::chrono::duration<double> timeout)
+{
+    auto exchange =
+        std::make_unique<RawReplExchange>(m_serial, code, timeout, WhenBusy::KeepAsking);
+    exchange->setPromptAfterReply(RawReplExchange::Prompt::Raw);
+    CallStop stop; // named, as above
+    auto result = co_await execute(std::move(exchange), std::move(stop));
+    co_return outputOf(std::move(result));
+}
+
+void DeviceLink::writeInput(const QByteArray &bytes)
+{
+    if (m_rawReplTimer.isActive()) {
+        m_rawReplTimer.stop();
+        m_serial.write("\x02");
+    }
+    m_serial.write(bytes);
 }
 
 Async<QString> DeviceLink::boardIdentity()
@@ -257,6 +299,8 @@ void DeviceLink::releaseCommand(const RawReplExchange *command)
     if (m_current != command)
         return;
     m_current = nullptr;
+    if (command->isInRawRepl())
+        m_rawReplTimer.start();
     setInFlight(false);
 }
 

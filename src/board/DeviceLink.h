@@ -11,6 +11,7 @@
 
 #include <QObject>
 #include <QStringList>
+#include <QTimer>
 
 #include <chrono>
 #include <deque>
@@ -86,6 +87,13 @@ public:
                                                  std::chrono::duration<double> timeout,
                                                  WhenBusy whenBusy = WhenBusy::KeepAsking);
 
+    /// As executeOnDevice, for one of several commands that follow each other: the board stays in
+    /// the raw REPL for a moment, so that the next command of this kind needs no handshake.
+    [[nodiscard]] Async<QString> executeInSequence(QString code,
+                                                   std::chrono::duration<double> timeout);
+    /// Writes what the user typed for the program or the prompt of the board.
+    void writeInput(const QByteArray &bytes);
+
     /// Changes whenever a connection begins or ends: equal numbers mean the same connection.
     [[nodiscard]] int connectionNumber() const { return m_connectionNumber; }
     /// Tells boards apart, also after reconnecting: the USB serial number of the connected port, or
@@ -116,6 +124,8 @@ private:
     void setInFlight(bool isInFlight);
     void releaseCommand(const RawReplExchange *command);
     void dropWaiting(RawReplExchange *command);
+    [[nodiscard]] Async<DeviceExecution> execute(std::unique_ptr<RawReplExchange> exchange,
+                                                 CallStop stop);
     void endCommands();
 
     ShellSink &m_shell;
@@ -134,6 +144,8 @@ private:
     std::deque<RawReplExchange *> m_waiting;
     /// The command that uses the link; null when the link is free or has another user.
     RawReplExchange *m_current = nullptr;
+    /// Active while a sequence of commands has left the board in the raw REPL.
+    QTimer m_rawReplTimer;
     std::unique_ptr<SoftReset> m_softReset;
     Lifetime m_life;
 };

@@ -11,9 +11,9 @@ namespace Korvane {
 class PieceSize final
 {
 public:
-    /// Long enough that the overhead of a command (about 20 ms at 115200 baud) is small beside it,
+    /// Long enough that the overhead of a command (about 10 ms at 115200 baud) is small beside it,
     /// short enough that progress, Cancel and other commands don't wait.
-    static constexpr std::chrono::milliseconds target{350};
+    static constexpr std::chrono::milliseconds target{450};
     static constexpr qsizetype smallest = 256;
     static constexpr qsizetype largest = 16 * 1024;
 

@@ -1,7 +1,6 @@
 #include "board/PieceTransfer.h"
 
 #include "board/DeviceLink.h"
-#include "board/TransferScripts.h"
 
 #include <QElapsedTimer>
 
@@ -63,6 +62,8 @@ PieceTransfer::PieceTransfer(DeviceLink &link, const BoardCapabilities &board, O
     , m_observer(std::move(observer))
     , m_pieceSize(board.freeHeapBytes)
     , m_digest(board)
+    , m_encoding(board.base64Module.isEmpty() ? TransferScripts::Encoding::Literal
+                                              : TransferScripts::Encoding::Base64)
 {
 }
 
@@ -152,7 +153,7 @@ Async<void> PieceTransfer::sendPieces(Source next, QString path, QString target)
             m_observer.moved(m_digest.length());
         }
     }
-    co_return co_await expectOk(TransferScripts::close());
+    co_return co_await expectOk(TransferScripts::flush());
 }
 
 Async<void> PieceTransfer::sendPiece(QByteArray piece, qint64 offset)
@@ -196,6 +197,7 @@ Async<void> PieceTransfer::receivePieces(QString path, Sink sink)
         if (piece->isEmpty())
             break;
         m_pieceSize.adapt(piece->size(), std::chrono::milliseconds(timer.elapsed()));
+        m_encoding = TransferScripts::encodingFor(*piece, m_board);
         m_digest.add(*piece);
         auto taken = co_await sink(*piece);
         if (!taken)
@@ -207,7 +209,7 @@ Async<void> PieceTransfer::receivePieces(QString path, Sink sink)
 
 Async<QByteArray> PieceTransfer::receivePiece(qint64 offset)
 {
-    const QString code = TransferScripts::readPiece(offset, m_pieceSize.bytes(), m_board);
+    const QString code = TransferScripts::readPiece(offset, m_pieceSize.bytes(), m_encoding);
     for (int attempt = 1;; ++attempt) {
         const auto output = co_await execute(code);
         if (!output && !isLineError(output.error()))
@@ -245,18 +247,17 @@ Async<QByteArray> PieceTransfer::digest(QString path)
             co_return read.error();
         co_return again.m_digest.hex();
     }
-    auto opened = co_await expectOk(TransferScripts::openToHash(path, m_board));
-    if (!opened)
-        co_return opened.error();
+    QString code = TransferScripts::hashFile(path, hashBlocks, m_board);
     while (true) {
         if (m_observer.isCanceled())
             co_return canceledError();
-        const auto output = co_await execute(TransferScripts::hashPiece(hashBlocks, m_board));
+        const auto output = co_await execute(code);
         if (!output)
             co_return output.error();
         const auto state = TransferScripts::parseHash(*output);
         if (!state)
             co_return damagedError();
+        code = TransferScripts::hashPiece(hashBlocks);
         if (!state->isAtEnd)
             continue;
         auto closed = co_await expectOk(TransferScripts::close());
@@ -268,7 +269,7 @@ Async<QByteArray> PieceTransfer::digest(QString path)
 
 Async<QString> PieceTransfer::execute(QString code)
 {
-    return m_link.executeOnDevice(std::move(code), pieceTimeout);
+    return m_link.executeInSequence(std::move(code), pieceTimeout);
 }
 
 Async<void> PieceTransfer::expectOk(QString code)

@@ -4,6 +4,7 @@
 #include "board/BoardCapabilities.h"
 #include "board/FileDigest.h"
 #include "board/PieceSize.h"
+#include "board/TransferScripts.h"
 
 #include <QByteArray>
 #include <QString>
@@ -93,6 +94,7 @@ private:
     const Observer m_observer;
     PieceSize m_pieceSize;
     FileDigest m_digest;
+    TransferScripts::Encoding m_encoding; // of the next piece to read
     FileState m_fileState = FileState::Old;
     Leftover m_leftover = Leftover::None;
 };

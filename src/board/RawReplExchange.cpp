@@ -35,16 +35,20 @@ RawReplExchange::RawReplExchange(SerialPortManager &serial, const QString &code,
     connect(&m_timeoutTimer, &QTimer::timeout, this, &RawReplExchange::timeOut);
 }
 
-void RawReplExchange::start()
+void RawReplExchange::start(Prompt prompt)
 {
     m_isStarted = true;
     m_serial.setDataInterceptor([this](const QByteArray &chunk) { take(chunk); });
+    const auto milliseconds = static_cast<qint64>(std::ceil(m_timeoutSeconds * 1000));
+    m_timeoutTimer.start(std::chrono::milliseconds(std::max<qint64>(0, milliseconds)));
+    if (prompt == Prompt::Raw) {
+        sendProgram();
+        return;
+    }
     m_handshake.start(m_whenBusy, [this] {
         showOldOutput(m_handshake.takeHeldBack());
         finish(DeviceError::noRawREPL());
     });
-    const auto milliseconds = static_cast<qint64>(std::ceil(m_timeoutSeconds * 1000));
-    m_timeoutTimer.start(std::chrono::milliseconds(std::max<qint64>(0, milliseconds)));
 }
 
 void RawReplExchange::leaveLink()
@@ -120,9 +124,11 @@ void RawReplExchange::finish(Result<DeviceExecution> result)
         if (!result)
             m_serial.discardPendingOutput();
         m_serial.setDataInterceptor({});
+        m_isInRawRepl = result && m_promptAfterReply == Prompt::Raw;
         // A program that timed out would keep the board, and the next command would find no raw
         // REPL.
-        m_serial.write(m_stopsProgram ? "\x03\x02" : "\x02");
+        if (!m_isInRawRepl)
+            m_serial.write(m_stopsProgram ? "\x03\x02" : "\x02");
     }
     m_result.deliver(std::move(result));
     emit finished();

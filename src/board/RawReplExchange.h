@@ -18,6 +18,7 @@ namespace Korvane {
 class SerialPortManager;
 
 /// One program sent through the raw REPL, from the first Ctrl-A to the Ctrl-B after its reply.
+/// Commands of a sequence share one Ctrl-A and one Ctrl-B.
 ///
 /// It ends exactly once: by the whole reply, by a board that never shows the banner, by the
 /// time-out, or by abort().
@@ -27,12 +28,23 @@ class RawReplExchange final : public QObject
 
 public:
     using WhenBusy = RawReplHandshake::WhenBusy;
+    enum class Prompt {
+        Friendly,
+        /// The raw REPL's: the board was left there by the command before.
+        Raw,
+    };
 
     /// Borrows \p serial. \p timeout counts from start().
     RawReplExchange(SerialPortManager &serial, const QString &code,
                     std::chrono::duration<double> timeout, WhenBusy whenBusy);
 
-    void start();
+    /// \p prompt is what the board shows now.
+    void start(Prompt prompt = Prompt::Friendly);
+    /// Leaves the board in the raw REPL after a complete reply, otherwise not. To be set before the
+    /// start.
+    void setPromptAfterReply(Prompt prompt) { m_promptAfterReply = prompt; }
+    /// True after a reply that left the board in the raw REPL.
+    [[nodiscard]] bool isInRawRepl() const { return m_isInRawRepl; }
     [[nodiscard]] bool isStarted() const { return m_isStarted; }
     /// Called when a streamed run takes the link: writes nothing more and leaves the interceptor
     /// alone. The result still arrives, at the latest at the time-out.
@@ -73,6 +85,8 @@ private:
     bool m_isStarted = false;
     bool m_hasLeftLink = false;
     bool m_stopsProgram = false; // at its end
+    Prompt m_promptAfterReply = Prompt::Friendly;
+    bool m_isInRawRepl = false;
     OneShot<Result<DeviceExecution>> m_result;
 };
 

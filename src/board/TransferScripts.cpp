@@ -70,35 +70,41 @@ QString capabilities()
 QString openToWrite(const QString &path, const QString &target, const BoardCapabilities &board)
 {
     return script("open-to-write"_L1)
-        .arg(pathLiteral(path), imports(u"a2b_base64"_s, board), pathLiteral(target));
+        .arg(pathLiteral(path), imports(u"a2b_base64"_s, board), pathLiteral(target),
+             board.hasCrc32() ? u" or _kc(d)!=c"_s : QString());
 }
 
 QString writePiece(QByteArrayView piece, qint64 offset, const BoardCapabilities &board)
 {
-    const QByteArray literal = PythonLiteral::fromBytes(piece);
-    const qsizetype base64Length = (piece.size() + 2) / 3 * 4;
-    const bool usesLiteral = board.base64Module.isEmpty() || literal.size() <= base64Length + 6;
-    const QString data = usesLiteral
-        ? QString::fromLatin1(literal)
+    const QString data = encodingFor(piece, board) == Encoding::Literal
+        ? QString::fromLatin1(PythonLiteral::fromBytes(piece))
         : u"_ka('"_s + QString::fromLatin1(piece.toByteArray().toBase64()) + u"')"_s;
-    const QString crc = board.hasCrc32()
-        ? u" or _kc(_kd)!="_s + QString::number(FileDigest::crc32(piece))
-        : QString();
-    return script("write-piece"_L1)
-        .arg(data, QString::number(piece.size()), crc, QString::number(offset));
+    const quint32 crc = board.hasCrc32() ? FileDigest::crc32(piece) : 0;
+    return u"_kw(%1,%2,%3,%4)"_s.arg(QString::number(offset), QString::number(piece.size()),
+                                     QString::number(crc), data);
 }
 
 QString openToRead(const QString &path, const BoardCapabilities &board)
 {
-    return script("open-to-read"_L1).arg(pathLiteral(path), imports(u"b2a_base64"_s, board));
+    const QString encoded =
+        board.base64Module.isEmpty() ? u"repr(p)"_s : u"repr(p) if r else _ka(p).decode()"_s;
+    return script("open-to-read"_L1)
+        .arg(pathLiteral(path), imports(u"b2a_base64"_s, board),
+             board.hasCrc32() ? u"_kc(p)"_s : u"0"_s, encoded);
 }
 
-QString readPiece(qint64 offset, qsizetype maxBytes, const BoardCapabilities &board)
+QString readPiece(qint64 offset, qsizetype maxBytes, Encoding encoding)
 {
-    const QString encoded = board.base64Module.isEmpty() ? u"repr(_kp)"_s : u"_ka(_kp).decode()"_s;
-    const QString crc = board.hasCrc32() ? u"_kc(_kp)"_s : u"0"_s;
-    return script("read-piece"_L1)
-        .arg(QString::number(offset), QString::number(maxBytes), crc, encoded);
+    return u"_kr(%1,%2,%3)"_s.arg(QString::number(offset), QString::number(maxBytes),
+                                  encoding == Encoding::Literal ? u"1"_s : u"0"_s);
+}
+
+Encoding encodingFor(QByteArrayView bytes, const BoardCapabilities &board)
+{
+    const qsizetype base64Length = (bytes.size() + 2) / 3 * 4 + 6;
+    return board.base64Module.isEmpty() || PythonLiteral::fromBytes(bytes).size() <= base64Length
+        ? Encoding::Literal
+        : Encoding::Base64;
 }
 
 std::optional<QByteArray> parsePiece(const QString &output, const BoardCapabilities &board)
@@ -108,7 +114,7 @@ std::optional<QByteArray> parsePiece(const QString &output, const BoardCapabilit
         return std::nullopt;
     const QByteArray encoded = fields->at(2).toUtf8();
     std::optional<QByteArray> bytes;
-    if (board.base64Module.isEmpty()) {
+    if (encoded.startsWith("b'") || encoded.startsWith("b\"")) {
         bytes = PythonLiteral::toBytes(encoded);
     } else if (auto decoded = QByteArray::fromBase64Encoding(
                    encoded, QByteArray::AbortOnBase64DecodingErrors)) {
@@ -121,24 +127,24 @@ std::optional<QByteArray> parsePiece(const QString &output, const BoardCapabilit
     return bytes;
 }
 
-QString openToHash(const QString &path, const BoardCapabilities &board)
+QString hashFile(const QString &path, int blocks, const BoardCapabilities &board)
 {
     const QString start = board.hasSha256
         ? importing(u"sha256"_s, u"hashlib"_s, u"_kh"_s) + u"\n_kh=_kh()"_s
         : importing(u"crc32"_s, board.crc32Module, u"_kc"_s) + u"\n_kh=0"_s;
-    return script("open-to-read"_L1).arg(pathLiteral(path), start);
-}
-
-QString hashPiece(int blocks, const BoardCapabilities &board)
-{
-    const QString block = u"_kd if _kb==512 else _kd[:_kb]"_s;
+    const QString block = u"_kd if b==512 else _kd[:b]"_s;
     const QString add =
         board.hasSha256 ? u"_kh.update("_s + block + u')' : u"_kh=_kc("_s + block + u",_kh)"_s;
     // MicroPython's digest() ends the computation: it is asked for at the end of the file alone.
     const QString digest = board.hasSha256
-        ? u"'' if _kb else ''.join('%02x'%_kx for _kx in _kh.digest())"_s
+        ? u"'' if b else ''.join('%02x'%x for x in _kh.digest())"_s
         : u"'%08x'%_kh"_s;
-    return script("hash-piece"_L1).arg(QString::number(blocks), add, digest);
+    return script("hash"_L1).arg(pathLiteral(path), start, add, digest, QString::number(blocks));
+}
+
+QString hashPiece(int blocks)
+{
+    return u"_kx(%1)"_s.arg(blocks);
 }
 
 std::optional<HashState> parseHash(const QString &output)
@@ -148,6 +154,11 @@ std::optional<HashState> parseHash(const QString &output)
         return std::nullopt;
     const QStringList rest = fields->at(1).split(u' ');
     return HashState{fields->at(0).toLongLong(), rest.at(0) == u"1", rest.value(1).toLatin1()};
+}
+
+QString flush()
+{
+    return u"_kf.close()\nprint('__OK__')"_s;
 }
 
 QString close()

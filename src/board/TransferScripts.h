@@ -8,8 +8,9 @@
 #include <optional>
 
 /// The MicroPython programs of a transfer in pieces (docs/formats/file-transfer.md). They share the
-/// globals `_kf` (the open file), `_kn` (a position in bytes) and `_kd` (the last piece). Each
-/// prints a marker; what follows the marker is the answer. Paths are absolute paths on the board.
+/// globals `_kf` (the open file), `_kn` (a position in bytes) and `_kd` (the last piece), and the
+/// functions that the opening programs define, so that a piece is one short call. Each prints a
+/// marker; what follows the marker is the answer. Paths are absolute paths on the board.
 namespace Korvane::TransferScripts {
 
 /// Prints "__CAPS__" and the fields that BoardCapabilities::parse reads.
@@ -26,21 +27,27 @@ namespace Korvane::TransferScripts {
 [[nodiscard]] QString writePiece(QByteArrayView piece, qint64 offset,
                                  const BoardCapabilities &board);
 
+/// How the board writes bytes as text.
+enum class Encoding { Base64, Literal };
+
 /// Opens the file at \p path for `readPiece`. Prints "__OK__".
 [[nodiscard]] QString openToRead(const QString &path, const BoardCapabilities &board);
 /// Yields up to \p maxBytes from \p offset on, which is where the piece before ended or began: a
 /// piece can be asked for again, also with another size. Prints "__PIECE__", the length in bytes,
 /// the CRC-32 (0 without binascii.crc32) and the bytes.
-[[nodiscard]] QString readPiece(qint64 offset, qsizetype maxBytes, const BoardCapabilities &board);
+[[nodiscard]] QString readPiece(qint64 offset, qsizetype maxBytes, Encoding encoding);
+/// The encoding that is shorter for \p bytes and that the board offers.
+[[nodiscard]] Encoding encodingFor(QByteArrayView bytes, const BoardCapabilities &board);
 /// One piece as `readPiece` printed it; nothing when bytes were lost or changed on the line.
 [[nodiscard]] std::optional<QByteArray> parsePiece(const QString &output,
                                                    const BoardCapabilities &board);
 
-/// Opens the file at \p path for `hashPiece`. Prints "__OK__". For boards with SHA-256 or CRC-32.
-[[nodiscard]] QString openToHash(const QString &path, const BoardCapabilities &board);
-/// Hashes up to \p blocks blocks of 512 bytes. Prints "__HASH__", the bytes hashed so far, 1 at the
-/// end of the file (otherwise 0), and the digest as FileDigest writes it.
-[[nodiscard]] QString hashPiece(int blocks, const BoardCapabilities &board);
+/// Opens the file at \p path and hashes the first \p blocks blocks of 512 bytes. Prints "__HASH__",
+/// the bytes hashed so far, 1 at the end of the file (otherwise 0), and the digest as FileDigest
+/// writes it. For boards with SHA-256 or CRC-32.
+[[nodiscard]] QString hashFile(const QString &path, int blocks, const BoardCapabilities &board);
+/// Hashes up to \p blocks more blocks, with the same answer.
+[[nodiscard]] QString hashPiece(int blocks);
 struct HashState
 {
     qint64 length = 0;
@@ -49,6 +56,8 @@ struct HashState
 };
 [[nodiscard]] std::optional<HashState> parseHash(const QString &output);
 
+/// Ends writing; fails when the board cannot store the rest. Prints "__OK__".
+[[nodiscard]] QString flush();
 /// Closes the file. Prints "__OK__".
 [[nodiscard]] QString close();
 /// Closes the file and removes \p path, if it exists. Prints "__OK__".

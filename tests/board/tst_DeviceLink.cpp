@@ -216,6 +216,20 @@ private slots:
                  qPrintable(transcript));
     }
 
+    void staysInTheRawReplWithinASequence()
+    {
+        Connection c;
+        const auto next = [&c] { return c.fixture.link->executeInSequence(u"a"_s, 5s); };
+        QVERIFY(awaited(next()));
+        QVERIFY(awaited(next()));
+        QCOMPARE(c.board.transcript(), u"^Aa^Da^D"_s);
+        QTRY_COMPARE(c.board.transcript(), u"^Aa^Da^D^B"_s);
+        c.board.forget();
+        QVERIFY(awaited(next()));
+        c.fixture.link->writeInput("x"); // reaches the prompt
+        QTRY_COMPARE(c.board.transcript(), u"^Aa^D^Bx"_s);
+    }
+
     void leavesTheLineToAStreamedRunThatTookIt()
     {
         Connection c(true);

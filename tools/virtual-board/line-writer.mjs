@@ -12,6 +12,8 @@ const sleep = (milliseconds) => Atomics.wait(neverWoken, 0, 0, milliseconds);
 export class LineWriter {
     #descriptor;
     #rate;
+    // When the line has carried what was sent so far: a sleep that takes too long is made up for.
+    #free = 0;
 
     // `rate` is in bytes per second; 0 is as fast as the reader reads.
     constructor(descriptor, rate) {
@@ -22,6 +24,7 @@ export class LineWriter {
     // Blocks while the line is full. Like a USB board, drops what nobody reads for a while.
     send(bytes) {
         let deadline = performance.now() + patienceMilliseconds;
+        this.#free = Math.max(this.#free, performance.now());
         for (let sent = 0; sent < bytes.length;) {
             const count = this.#write(bytes, sent);
             if (count === 0) {
@@ -30,9 +33,14 @@ export class LineWriter {
                 continue;
             }
             sent += count;
-            if (this.#rate) sleep((count * 1000) / this.#rate);
+            if (this.#rate) this.#waitForLine(count);
             deadline = performance.now() + patienceMilliseconds;
         }
+    }
+
+    #waitForLine(count) {
+        this.#free += (count * 1000) / this.#rate;
+        sleep(Math.max(0, this.#free - performance.now()));
     }
 
     #write(bytes, start) {

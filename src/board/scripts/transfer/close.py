@@ -2,5 +2,5 @@ try:
  _kf.close()
 except (NameError,AttributeError):
  pass
-_kf=_kd=_kp=_kh=None
+_kf=_kd=_kh=None
 print('__OK__')

@@ -3,7 +3,7 @@ try:
  _kf.close()
 except (NameError,AttributeError,OSError):
  pass
-_kf=_kd=_kp=_kh=None
+_kf=_kd=_kh=None
 try:
  os.remove(%1)
 except OSError:

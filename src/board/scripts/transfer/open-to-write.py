@@ -8,4 +8,12 @@ else:
  raise OSError(21)
 _kf=open(%1,'wb')
 _kn=0
+def _kw(o,n,c,d):
+ global _kn
+ if len(d)!=n%4:
+  raise ValueError('__LOST__')
+ if _kn==o:
+  _kf.write(d)
+  _kn+=n
+ print('__OK__')
 print('__OK__')
