@@ -50,6 +50,7 @@ QCoro::Task<void> AppState::runCurrentFile()
     const EditorFile *selected = m_documents.selectedFile();
     if (!selected || selected->content().isEmpty())
         co_return;
+    emit runStarted();
     setRunning(true);
     if (m_link.connectionState().isConnected()) {
         const QString source = selected->content();
@@ -63,7 +64,7 @@ QCoro::Task<void> AppState::runCurrentFile()
 
 void AppState::stopRun()
 {
-    if (m_link.connectionState().isConnected())
+    if (m_link.connectionState().isConnected() && !m_runner.isWaitingForInput())
         m_link.serial().writeUrgent("\x03");
     else
         m_runner.interrupt();
@@ -75,6 +76,7 @@ QCoro::Task<void> AppState::startDebugRun()
     const EditorFile *file = m_documents.selectedFile();
     if (!file)
         co_return;
+    emit runStarted();
     const auto life = m_life.watch();
     // A second start is refused while the first one is in progress.
     const bool isFirst = m_startingDebugFile.isNull();
@@ -94,6 +96,22 @@ void AppState::submitShell(const QString &command)
         runShellLocally(command);
     else if (command.isValidUtf16())
         m_link.writeInput(forPrompt(command));
+}
+
+void AppState::answerInput(const QString &text)
+{
+    if (!m_runner.isWaitingForInput())
+        return;
+    m_shell.appendOutput(text + u'\n');
+    m_runner.answerInput(text + u'\n');
+}
+
+void AppState::endInput()
+{
+    if (!m_runner.isWaitingForInput())
+        return;
+    m_shell.appendOutput(QStringLiteral("\n"));
+    m_runner.answerInput({});
 }
 
 void AppState::setBottomTab(BottomTab tab)
@@ -178,7 +196,8 @@ void AppState::wireBoard()
     connect(&m_debugSession, &DebugSession::changed, &m_wiring, [this] { showDebugLines(); });
     connect(&m_debugSession, &DebugSession::paused, &m_wiring, [this](const DebugPause &pause) {
         m_variablesStore.setVariables(pause.variables);
-        setBottomTab(BottomTab::Variables);
+        if (!m_isTypingInShell)
+            setBottomTab(BottomTab::Variables);
     });
 }
 

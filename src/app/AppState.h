@@ -93,7 +93,8 @@ public:
     /// connected. Nothing happens for an empty one. The task may be dropped: it ends by itself, at
     /// the latest when this goes.
     QCoro::Task<void> runCurrentFile();
-    /// Interrupts the local run, or the program on the board.
+    /// Interrupts the program on the board while one is connected, and otherwise, or when a local
+    /// program waits for input, the local run.
     void stopRun();
     /// Debugs the selected document, saved or not, on the board. The task may be dropped. How the
     /// run goes on, and what makes it go on, is the debug session's.
@@ -101,7 +102,15 @@ public:
     /// Echoes \p command (trimmed by the caller) and gives it to the interpreter in charge,
     /// one line or several.
     void submitShell(const QString &command);
+    /// Gives \p text to the local program that waits for input, and shows it behind the question.
+    /// Does nothing when none waits.
+    void answerInput(const QString &text);
+    /// Ends the input of the local program that waits for it.
+    void endInput();
 
+    /// Whether the user is in the middle of a line in the Shell: a stop of the debugger then leaves
+    /// the pane as it is. Set by the window.
+    void setTypingInShell(bool isTyping) { m_isTypingInShell = isTyping; }
     void setBottomTab(BottomTab tab);
     void setSidebarTab(SidebarTab tab);
     /// For the assistant's server only, which says here whether it listens.
@@ -118,6 +127,8 @@ public:
     [[nodiscard]] QString variablesCaption() const;
 
 signals:
+    /// The user has started a program, here or on the board; it has printed nothing so far.
+    void runStarted();
     void isRunningChanged();
     void bottomTabChanged();
     void sidebarTabChanged();
@@ -145,6 +156,7 @@ private:
     BottomTab m_bottomTab = BottomTab::Shell;
     SidebarTab m_sidebarTab = SidebarTab::Local;
     bool m_mcpRunning = false;
+    bool m_isTypingInShell = false;
     /// The documents of the debug run that is being started and of the last one that was sent.
     QUuid m_startingDebugFile;
     QPointer<EditorFile> m_debuggedFile;

@@ -37,9 +37,11 @@ void prepareChild(int standardInput, int standardError, pid_t parent)
     ::signal(SIGINT, SIG_DFL);
     ::signal(SIGTERM, SIG_DFL);
     ::signal(SIGPIPE, SIG_DFL);
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
+    // Until the driver runs user code; the interpreter's own start must not be interrupted.
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGINT);
+    sigprocmask(SIG_SETMASK, &blocked, nullptr);
 }
 
 /// Whether the child process \p id still runs. One that has ended is taken off the process table;

@@ -85,9 +85,9 @@ QCoro::Task<RunResult> PythonRunner::run(QString code, QString path, bool fresh)
     return send(SessionProtocol::execRequest(code, path, fresh));
 }
 
-QCoro::Task<RunResult> PythonRunner::runShell(QString code)
+QCoro::Task<RunResult> PythonRunner::runShell(QString code, QString path)
 {
-    return send(SessionProtocol::shellRequest(code));
+    return send(SessionProtocol::shellRequest(code, path));
 }
 
 QCoro::Task<RunResult> PythonRunner::readVariables()
@@ -97,7 +97,7 @@ QCoro::Task<RunResult> PythonRunner::readVariables()
 
 QCoro::Task<RunResult> PythonRunner::restart()
 {
-    kill(QStringLiteral("Session restarted."));
+    kill(findPython().isEmpty() ? QString() : QStringLiteral("Session restarted."));
     return send(SessionProtocol::variablesRequest());
 }
 
@@ -105,8 +105,25 @@ void PythonRunner::interrupt()
 {
     if (!m_child || !m_child->isRunning() || !isPending())
         return;
+    setQuestion(std::nullopt);
     m_child->interrupt();
     m_watchdog.start();
+}
+
+void PythonRunner::answerInput(const QString &text)
+{
+    if (!m_question || !m_child)
+        return;
+    m_child->write(SessionProtocol::inputAnswer(*m_question, text));
+    setQuestion(std::nullopt);
+}
+
+void PythonRunner::setQuestion(std::optional<int> question)
+{
+    const bool wasWaiting = isWaitingForInput();
+    m_question = question;
+    if (isWaitingForInput() != wasWaiting)
+        emit waitingForInputChanged();
 }
 
 QCoro::Task<RunResult> PythonRunner::send(std::optional<QByteArray> request)
@@ -193,10 +210,15 @@ void PythonRunner::receiveOutput(PythonChild *child, const QByteArray &bytes)
             child->readErrorOutput();
         if (child != m_child)
             return; // a callback has replaced it: the rest of its output is dropped
-        if (reply)
+        if (!reply) {
+            if (onOutput)
+                onOutput(std::get<SessionStream::Output>(item).text);
+        } else if (const auto question = SessionProtocol::inputQuestion(reply->body)) {
+            if (isPending())
+                setQuestion(question);
+        } else {
             finish(SessionProtocol::parseReply(reply->body));
-        else if (onOutput)
-            onOutput(std::get<SessionStream::Output>(item).text);
+        }
     }
 }
 
@@ -216,13 +238,14 @@ void PythonRunner::kill(const QString &notice)
         std::exchange(m_child, nullptr)->dismiss();
     m_stream.clear();
     finish(interrupted());
-    if (onInfo)
+    if (onInfo && !notice.isEmpty())
         onInfo(notice);
 }
 
 void PythonRunner::finish(RunResult result)
 {
     m_watchdog.stop();
+    setQuestion(std::nullopt);
     if (m_reply)
         m_reply->deliver(std::move(result)); // only the first result counts
 }

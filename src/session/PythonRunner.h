@@ -49,13 +49,20 @@ public:
     /// the program runs in the folder of \p path. \p fresh empties the namespace first.
     QCoro::Task<RunResult> run(QString code, QString path, bool fresh);
     /// Runs one line typed into the Shell; the value of an expression is printed.
-    QCoro::Task<RunResult> runShell(QString code);
+    /// Tracebacks name \p path, or "<shell>" when it is empty.
+    QCoro::Task<RunResult> runShell(QString code, QString path = {});
     QCoro::Task<RunResult> readVariables();
-    /// Replaces the child at once, whatever it is doing, and yields the new one's empty table.
+    /// Replaces the child at once, whatever it is doing, and yields the new one's empty table. Says
+    /// so, unless there is no interpreter.
     QCoro::Task<RunResult> restart();
     /// Interrupts the request under way, if there is one. A child that has not answered 2 s later
     /// is replaced.
     void interrupt();
+    /// The program has called input() or reads sys.stdin, and waits.
+    [[nodiscard]] bool isWaitingForInput() const { return m_question.has_value(); }
+    /// Gives \p text, one line or several with their line ends, to the program that waits; an empty
+    /// one is the end of the input. Does nothing when none waits.
+    void answerInput(const QString &text);
 
     /// What the program prints, as it arrives.
     std::function<void(const QString &)> onOutput;
@@ -63,6 +70,9 @@ public:
     std::function<void(const QString &)> onErrorOutput;
     /// Notices for the user. One about a replaced child comes before its caller is resumed.
     std::function<void(const QString &)> onInfo;
+
+signals:
+    void waitingForInputChanged();
 
 private:
     QCoro::Task<RunResult> send(std::optional<QByteArray> request);
@@ -73,6 +83,7 @@ private:
     void loseChild(const QString &error);
     void kill(const QString &notice);
     void finish(RunResult result);
+    void setQuestion(std::optional<int> question);
     [[nodiscard]] bool isPending() const { return m_reply && !m_reply->isDone(); }
 
     QStringList m_interpreters;
@@ -81,6 +92,7 @@ private:
     QTimer m_watchdog;
     bool m_isBusy = false;
     bool m_isClosed = false;
+    std::optional<int> m_question; // which the program has asked and waits for
     std::unique_ptr<OneShot<RunResult>> m_reply;
     std::list<OneShot<bool>> m_waiters; // in order of arrival
 };

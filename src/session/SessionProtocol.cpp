@@ -76,14 +76,36 @@ std::optional<QByteArray> execRequest(const QString &code, const QString &path, 
                 code);
 }
 
-std::optional<QByteArray> shellRequest(const QString &code)
+std::optional<QByteArray> shellRequest(const QString &code, const QString &path)
 {
-    return line({{"op", "shell"}}, "code", code);
+    Json request{{"op", "shell"}};
+    if (!path.isValidUtf16())
+        return std::nullopt;
+    if (!path.isEmpty())
+        request["path"] = path.toStdString();
+    return line(std::move(request), "code", code);
 }
 
 std::optional<QByteArray> variablesRequest()
 {
     return line({{"op", "vars"}});
+}
+
+std::optional<int> inputQuestion(const QByteArray &body)
+{
+    constexpr QByteArrayView start(R"({"input": )");
+    if (!body.startsWith(start) || !body.endsWith('}'))
+        return std::nullopt;
+    bool isNumber = false;
+    const int number = QByteArrayView(body).sliced(start.size()).chopped(1).toInt(&isNumber);
+    return isNumber ? std::optional(number) : std::nullopt;
+}
+
+QByteArray inputAnswer(int number, const QString &text)
+{
+    return *line({{"op", "input"},
+                  {"number", number},
+                  {"text", QString::fromUtf8(text.toUtf8()).toStdString()}});
 }
 
 RunResult parseReply(const QByteArray &body)

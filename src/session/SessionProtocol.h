@@ -22,9 +22,19 @@ namespace Korvane::SessionProtocol {
 /// the namespace first.
 [[nodiscard]] std::optional<QByteArray> execRequest(const QString &code, const QString &path,
                                                     bool fresh);
-[[nodiscard]] std::optional<QByteArray> shellRequest(const QString &code);
+/// Evaluates an expression and prints its value, or runs statements. Tracebacks name \p path, or
+/// "<shell>" when it is empty.
+[[nodiscard]] std::optional<QByteArray> shellRequest(const QString &code,
+                                                     const QString &path = QString());
 /// Does nothing; the reply carries the variables, as every reply does.
 [[nodiscard]] std::optional<QByteArray> variablesRequest();
+
+/// The number of the question when \p body says that the program waits for input.
+[[nodiscard]] std::optional<int> inputQuestion(const QByteArray &body);
+/// Answers question \p number. An empty \p text is the end of the input; otherwise it is one line
+/// or several, with their line ends. Half a surrogate pair becomes a
+/// question mark.
+[[nodiscard]] QByteArray inputAnswer(int number, const QString &text);
 
 /// Whatever \p body is, this yields a result: what is not JSON yields an error text, and a table of
 /// another shape an empty one.

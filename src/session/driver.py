@@ -1,15 +1,66 @@
-import sys, os, io, ast, json, types, builtins, traceback
+import sys, os, io, ast, json, types, builtins, traceback, _signal, _thread
 
 FRAME = "\x04"
 _commands = sys.stdin
 _stdout = sys.stdout
 
 # stdin is the command channel, so user code must not be able to read from it and swallow a
-# command. input() explains itself instead of hanging on an empty stream.
-sys.stdin = io.StringIO("")
-def _input(prompt=""):
-    raise RuntimeError("input() is not available here - assign the value directly in the Shell")
-builtins.input = _input
+# command. What it reads is asked for, one answer at a time; input() reads from here, too.
+class _Input(io.TextIOBase):
+    encoding = "utf-8"
+    errors = "strict"
+    _thread = _thread.get_ident()
+    _asked = 0
+    _rest = ""
+
+    def readable(self):
+        return True
+
+    def readline(self, size=-1):
+        if not self._rest:
+            self._rest = self._ask()
+        end = self._rest.find("\n") + 1 or len(self._rest)
+        if size is not None and 0 <= size < end:
+            end = size
+        line, self._rest = self._rest[:end], self._rest[end:]
+        return line
+
+    def read(self, size=-1):
+        text = ""
+        while size is None or size < 0 or len(text) < size:
+            line = self.readline(-1 if size is None or size < 0 else size - len(text))
+            if not line:
+                break
+            text += line
+        return text
+
+    def _ask(self):
+        # Another thread may outlive its request, and would then read the next one.
+        if _thread.get_ident() != self._thread:
+            raise RuntimeError("only the main thread can ask for input here")
+        self._asked += 1
+        sys.stdout.flush()
+        _stdout.write(FRAME + '{"input": %d}' % self._asked + FRAME)
+        _stdout.flush()
+        while True:
+            line = _commands.readline()
+            if not line:
+                return ""
+            message = json.loads(line)
+            # An answer that came too late belongs to an earlier question.
+            if message.get("op") == "input" and message.get("number") == self._asked:
+                return message.get("text", "")
+
+sys.stdin = _Input()
+
+# Blocked, also by the parent before this starts, except while user code runs: an interrupt ends
+# that, and never this program.
+_INTERRUPT = [_signal.SIGINT]
+def _block():
+    _signal.pthread_sigmask(_signal.SIG_BLOCK, _INTERRUPT)
+def _unblock():
+    _signal.pthread_sigmask(_signal.SIG_UNBLOCK, _INTERRUPT)
+_block()
 
 NS = {}
 def _reset():
@@ -58,6 +109,9 @@ def _reply(payload):
     # here would arrive in a later read than the frame and be mistaken for program output.
     _stdout.write(FRAME + json.dumps(payload) + FRAME)
     _stdout.flush()
+    # One that came since user code ended would end the next request.
+    while _signal.sigtimedwait(_INTERRUPT, 0):
+        pass
 
 def _exec_file(code, path, fresh):
     if fresh:
@@ -73,13 +127,13 @@ def _exec_file(code, path, fresh):
     NS["__file__"] = path
     exec(compile(code, path, "exec"), NS)
 
-def _exec_shell(code):
+def _exec_shell(code, path):
     try:
         parsed = ast.parse(code, mode="eval")
     except SyntaxError:
-        exec(compile(code, "<shell>", "exec"), NS)
+        exec(compile(code, path, "exec"), NS)
         return
-    value = eval(compile(parsed, "<shell>", "eval"), NS)
+    value = eval(compile(parsed, path, "eval"), NS)
     if value is not None:
         NS["_"] = value
         print(_repr(value))
@@ -93,17 +147,23 @@ while True:
     except ValueError:
         continue
     op = message.get("op")
+    if op == "input":
+        continue
     payload = {}
     try:
-        if op == "exec":
-            _exec_file(message.get("code", ""), message.get("path") or "<untitled>",
-                       bool(message.get("fresh")))
-        elif op == "shell":
-            _exec_shell(message.get("code", ""))
-        elif op == "reset":
-            _reset()
-        elif op != "vars":
-            payload["error"] = "Unknown command: %r" % (op,)
+        try:
+            _unblock()
+            if op == "exec":
+                _exec_file(message.get("code", ""), message.get("path") or "<untitled>",
+                           bool(message.get("fresh")))
+            elif op == "shell":
+                _exec_shell(message.get("code", ""), message.get("path") or "<shell>")
+            elif op == "reset":
+                _reset()
+            elif op != "vars":
+                payload["error"] = "Unknown command: %r" % (op,)
+        finally:
+            _block()
     except KeyboardInterrupt:
         payload["error"] = "KeyboardInterrupt\n"
     except SystemExit as exc:

@@ -112,7 +112,7 @@ private slots:
         row("no line end", "print('hé€', end='')", u"out hé€"_qs, {});
         row("variables", "class C: pass\nimport json\na, _h, b = 5, 1, 'c'", {}, {},
             u"a:int=5 b:str='c'"_qs);
-        row("traceback", "x = 1\ninput('?')", {}, u" - assign the value directly in the Shell\n"_qs,
+        row("traceback", "x = 1\nx / 0", {}, u"ZeroDivisionError: division by zero\n"_qs,
             u"x:int=1"_qs);
         row("errors", "import os\nos.write(2, b'a\\xffb')", u"err a\uFFFDb"_qs, {});
         row("a delimiter", "print('a\\x04b', end='')", u"out a{\"vars\": []}"_qs,
@@ -232,6 +232,42 @@ private slots:
             QTRY_COMPARE(session.runner->findChildren<PythonChild *>().size(), 1);
             QCOMPARE(session.shell(u"6*7"_qs), u"42"_qs);
         }
+    }
+
+    void answersWhatAProgramAsks()
+    {
+        Session session;
+        const auto waits = [&] { return session.runner->isWaitingForInput(); };
+        const auto task = session.start(u"import sys\nprint(input('a? '), sys.stdin.read(2),"
+                                        "\n  sys.stdin.readline().rstrip(), input())\ninput()"_qs);
+        QTRY_VERIFY(waits());
+        QCOMPARE(session.log, QStringList{u"out a? "_qs});
+        session.runner->answerInput(u"é \"x\\\n12"_qs + QChar(0xD800) + u"\n"_qs);
+        QTRY_VERIFY(waits());
+        session.runner->answerInput(u"last\n"_qs);
+        QTRY_VERIFY(waits());
+        QCOMPARE(session.log, QStringList{u"out a? é \"x\\ 12 ? last\n"_qs});
+        session.runner->answerInput({});
+        QTRY_VERIFY(session.log.constLast().contains(u"EOFError"_qs));
+        QVERIFY(!waits());
+
+        // An interrupted question takes no late answer for the next one's.
+        const auto second = session.start(u"try: input()\nexcept KeyboardInterrupt: input()"_qs);
+        QTRY_VERIFY(waits());
+        session.runner->interrupt();
+        QVERIFY(!waits());
+        QTRY_VERIFY(waits());
+        session.runner->interrupt();
+        QTRY_COMPARE(session.log, QStringList{u"result KeyboardInterrupt\n"_qs});
+        QCOMPARE(session.shell(u"1"_qs), u"1"_qs);
+    }
+
+    void interruptsTheFirstRunBeforeItHasStarted()
+    {
+        Session session;
+        const auto task = session.start(u"while True: pass"_qs);
+        session.runner->interrupt();
+        QTRY_COMPARE(session.log, QStringList{u"result KeyboardInterrupt\n"_qs});
     }
 
     void saysWhyThereIsNoSession()

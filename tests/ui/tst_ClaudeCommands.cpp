@@ -25,7 +25,7 @@ struct ServerFixture : WindowFixture
     {
         QStringList texts;
         for (const QAction *action : menu()) {
-            QString text = action->isSeparator() ? u"-"_s : action->text();
+            QString text = action->isSeparator() ? u"-"_s : action->text().remove(u'&');
             if (action->isCheckable())
                 text += action->isChecked() ? u" [x]"_s : u" [ ]"_s;
             texts << text;

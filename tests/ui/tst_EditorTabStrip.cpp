@@ -289,7 +289,8 @@ private slots:
         QCOMPARE(menu(2).join(u'|'),
                  QStringLiteral("Local Files|Device Files|-|Shell|Variables|-|"
                                 "Next File Ctrl+Tab|Previous File Ctrl+PgUp|Open Files"));
-        QCOMPARE(menu(3).join(u'|'),
+        QCOMPARE(menu(3).join(u'|'), QStringLiteral("Run Ctrl+R|Stop Ctrl+."));
+        QCOMPARE(menu(4).join(u'|'),
                  QStringLiteral("Debug on Device Ctrl+Y|Step|Continue|Stop Debugging|-|"
                                 "Clear Breakpoints in This File"));
         auto *editor = m_fixture->find<CodeEditorView>("editor");

@@ -163,11 +163,27 @@ private slots:
     {
         ShellDesk fixture(WindowFixture::Python::Real);
         fixture.state().documents().updateSelectedContent(
-            u"print('begun')\nwhile True:\n    pass\n"_s);
-        fixture.press(Qt::Key_R, Qt::ControlModifier);
-        QTRY_VERIFY(fixture.lines().join(u' ').contains(u"begun"_s));
-        QVERIFY(fixture.state().isRunning());
-        fixture.click("shellStop");
+            u"while True:\n    print('you said ' + input('? '))\n"_s);
+        fixture.state().shell().appendOutput(u"old\n"_s.repeated(200));
+        auto *transcript = fixture.find<TranscriptView>("shellOutput");
+        QTRY_VERIFY(transcript->isCaughtUp());
+        transcript->verticalScrollBar()->setValue(0);
+        fixture.state().runCurrentFile();
+        QVERIFY(transcript->followsEnd());
+        const auto asks = [&] { return fixture.state().runner().isWaitingForInput(); };
+        QTRY_VERIFY(asks());
+        QVERIFY(fixture.input->placeholderText().startsWith(u"The program waits"_s));
+        transcript->verticalScrollBar()->setValue(0);
+        fixture.type(u" a "_s);
+        QTRY_VERIFY(fixture.lines().join(u' ').contains(u"?  a \nyou said  a \n"_s));
+        QCOMPARE(fixture.view->inputHistory(), QStringList());
+        QTRY_VERIFY(asks());
+        QTest::keyClicks(fixture.input, u"x"_s);
+        fixture.press(Qt::Key_A, Qt::ControlModifier);
+        fixture.press(Qt::Key_C, Qt::ControlModifier); // copies
+        QVERIFY(asks());
+        fixture.press(Qt::Key_End);
+        fixture.press(Qt::Key_C, Qt::ControlModifier);
         QVERIFY(!fixture.state().isRunning());
         QTRY_VERIFY(fixture.lines().join(u' ').contains(u"error: KeyboardInterrupt"_s));
     }

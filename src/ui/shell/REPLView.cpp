@@ -5,6 +5,7 @@
 #include "ui/controls/IconButton.h"
 #include "ui/shell/TranscriptView.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QVBoxLayout>
@@ -42,6 +43,23 @@ REPLView::REPLView(AppState &state, QWidget *parent)
 
     connect(m_input, &ShellInput::submitted, this, &REPLView::submit);
     connect(m_input, &ShellInput::historyAsked, this, &REPLView::showHistory);
+    connect(m_input, &ShellInput::endAsked, this, [this] { m_state.endInput(); });
+    const auto showHint = [this] {
+        m_input->setHint(m_state.runner().isWaitingForInput()
+                             ? tr("The program waits for input — Return answers, Ctrl+D ends")
+                             : tr("Enter Python expression or statement…"));
+    };
+    connect(&state.runner(), &PythonRunner::waitingForInputChanged, this, showHint);
+    showHint();
+    const auto stop = [this] { m_state.stopRun(); };
+    connect(m_input, &ShellInput::stopAsked, this, stop);
+    connect(m_transcript, &TranscriptView::stopAsked, this, stop);
+    connect(&state, &AppState::runStarted, m_transcript, &TranscriptView::followEnd);
+    const auto noteTyping = [this] {
+        m_state.setTypingInShell(m_input->hasFocus() && !m_input->document()->isEmpty());
+    };
+    connect(m_input, &QPlainTextEdit::textChanged, this, noteTyping);
+    connect(qApp, &QApplication::focusChanged, this, noteTyping);
 }
 
 QWidget *REPLView::makeInputRow()
@@ -102,6 +120,13 @@ bool REPLView::inputFocused() const
 
 void REPLView::submit()
 {
+    if (m_state.runner().isWaitingForInput()) {
+        const QString answer = m_input->text();
+        m_input->setText({});
+        m_transcript->followEnd();
+        m_state.answerInput(answer);
+        return;
+    }
     const QString command = trimmed(m_input->text());
     if (command.isEmpty())
         return;

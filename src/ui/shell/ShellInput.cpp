@@ -52,7 +52,6 @@ ShellInput::ShellInput(QWidget *parent)
 {
     setObjectName(QStringLiteral("shellInput"));
     setAccessibleName(tr("Shell input"));
-    setPlaceholderText(tr("Enter Python expression or statement…"));
     setFont(Theme::monospacedFont());
     setFrameShape(QFrame::NoFrame);
     setLineWrapMode(QPlainTextEdit::NoWrap);
@@ -107,6 +106,14 @@ void ShellInput::insertFromMimeData(const QMimeData *source)
 
 void ShellInput::keyPressEvent(QKeyEvent *event)
 {
+    if (event->matches(QKeySequence::Copy) && !textCursor().hasSelection()) {
+        emit stopAsked();
+        return;
+    }
+    if (event->keyCombination() == (Qt::CTRL | Qt::Key_D) && document()->isEmpty()) {
+        emit endAsked();
+        return;
+    }
     const int key = event->key();
     const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
     if (modifiers == Qt::NoModifier) {
@@ -136,6 +143,24 @@ void ShellInput::changeEvent(QEvent *event)
     QPlainTextEdit::changeEvent(event);
     if (event->type() == QEvent::FontChange)
         updateGeometry();
+}
+
+void ShellInput::resizeEvent(QResizeEvent *event)
+{
+    QPlainTextEdit::resizeEvent(event);
+    elidePlaceholder();
+}
+
+void ShellInput::setHint(const QString &hint)
+{
+    m_placeholder = hint;
+    elidePlaceholder();
+}
+
+void ShellInput::elidePlaceholder()
+{
+    const int room = viewport()->width() - qRound(2 * document()->documentMargin()) - 1;
+    setPlaceholderText(fontMetrics().elidedText(m_placeholder, Qt::ElideRight, room));
 }
 
 void ShellInput::fitHeight()

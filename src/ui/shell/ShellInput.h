@@ -9,7 +9,7 @@ namespace Korvane {
 /// Return submits. A pasted text of several lines stays what it is, with the indentation that all
 /// its lines share taken off, and is submitted as one command; the field grows to show it.
 /// Shift+Return adds a line by hand. Up and Down ask for the history, but inside several lines
-/// they first move through them.
+/// they first move through them. Ctrl+C with nothing selected asks to stop what runs.
 class ShellInput final : public QPlainTextEdit
 {
     Q_OBJECT
@@ -22,6 +22,8 @@ public:
     [[nodiscard]] QString text() const;
     /// Puts the cursor at the end.
     void setText(const QString &text);
+    /// What the empty field says, shortened where it does not fit.
+    void setHint(const QString &hint);
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
@@ -29,15 +31,23 @@ public:
 signals:
     void submitted();
     void historyAsked(Korvane::ShellInput::Step step);
+    /// The key for copying was pressed, and nothing is selected.
+    void stopAsked();
+    /// Ctrl+D was pressed in the empty field.
+    void endAsked();
 
 protected:
     void insertFromMimeData(const QMimeData *source) override;
     void keyPressEvent(QKeyEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void fitHeight();
+    /// The text edit would wrap a long one, and show its first row only.
+    void elidePlaceholder();
 
+    QString m_placeholder;
     int m_shownLines = 0;
 };
 

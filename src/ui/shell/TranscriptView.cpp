@@ -5,6 +5,7 @@
 
 #include <QElapsedTimer>
 #include <QEvent>
+#include <QKeyEvent>
 #include <QMimeData>
 #include <QScopedValueRollback>
 #include <QScrollBar>
@@ -216,6 +217,15 @@ void TranscriptView::scrollToEnd()
     m_scroll.stop();
     const QScopedValueRollback guard(m_isAdjusting, true);
     verticalScrollBar()->setValue(verticalScrollBar()->maximum());
+}
+
+void TranscriptView::keyPressEvent(QKeyEvent *event)
+{
+    if (event->matches(QKeySequence::Copy) && !textCursor().hasSelection()) {
+        emit stopAsked();
+        return;
+    }
+    QPlainTextEdit::keyPressEvent(event);
 }
 
 QMimeData *TranscriptView::createMimeDataFromSelection() const

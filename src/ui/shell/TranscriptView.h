@@ -34,7 +34,12 @@ public:
     /// Goes to the end, and stays there as it grows.
     void followEnd();
 
+signals:
+    /// The key for copying was pressed, and nothing is selected.
+    void stopAsked();
+
 protected:
+    void keyPressEvent(QKeyEvent *event) override;
     QMimeData *createMimeDataFromSelection() const override;
     void changeEvent(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;

@@ -24,12 +24,10 @@ Actions::Actions(AppState &state, QMainWindow &window)
     addServerCommands();
 
     const DeviceLink &link = state.link();
-    connect(&state, &AppState::isRunningChanged, this, &Actions::showRunning);
     connect(&link, &DeviceLink::connectionStateChanged, this, &Actions::showConnection);
     connect(&link, &DeviceLink::connectionStateChanged, this, &Actions::showSendHelp);
     connect(&state.documents(), &OpenFiles::selectedFileChanged, this, &Actions::showSendHelp);
     connect(&state.documents(), &OpenFiles::fileChanged, this, &Actions::showSendHelp);
-    showRunning();
     showConnection();
     showSendHelp();
 }
@@ -92,10 +90,10 @@ void Actions::addPaneCommands()
 
 void Actions::addRunCommands()
 {
-    add(Run, tr("Run"), KeyText::sequence(u"⌘R"), [this] { m_state.runCurrentFile(); });
+    add(Run, tr("&Run"), KeyText::sequence(u"⌘R"), [this] { m_state.runCurrentFile(); });
     describe(Run, QStringLiteral("play.circle.fill"), Theme::Role::Green, tr("Run"),
              tr("Run current file (⌘R)"));
-    add(Stop, tr("Stop"), KeyText::sequence(u"⌘."), [this] { m_state.stopRun(); });
+    add(Stop, tr("S&top"), KeyText::sequence(u"⌘."), [this] { m_state.stopRun(); });
     describe(Stop, QStringLiteral("stop.circle.fill"), Theme::Role::Red, tr("Stop"),
              tr("Stop (⌘.)"));
 }
@@ -128,10 +126,10 @@ void Actions::addDebugCommands()
 
 void Actions::addServerCommands()
 {
-    add(StartOrStopServer, tr("Start MCP Server"));
-    add(CopyConnectionCommand, tr("Copy Connection Command"));
-    add(StartServerWithProgram, tr("Start Server When the IDE Opens"))->setCheckable(true);
-    add(WriteWithoutAsking, tr("Write to the Device Without Asking"))->setCheckable(true);
+    add(StartOrStopServer, tr("&Start MCP Server"));
+    add(CopyConnectionCommand, tr("&Copy Connection Command"));
+    add(StartServerWithProgram, tr("Start Server When the IDE &Opens"))->setCheckable(true);
+    add(WriteWithoutAsking, tr("&Write to the Device Without Asking"))->setCheckable(true);
 }
 
 QAction *Actions::add(Command command, const QString &text, const QKeySequence &key,
@@ -195,14 +193,6 @@ QCoro::Task<void> Actions::openFile()
         co_return;
     // A file that can't be read changes nothing, and no line is added to the Shell.
     static_cast<void>(co_await m_state.documents().openFile(path));
-}
-
-void Actions::showRunning()
-{
-    // In this order, so that the toolbar can move the focus. An action that is not visible has no
-    // shortcut either.
-    m_actions[m_state.isRunning() ? Stop : Run]->setVisible(true);
-    m_actions[m_state.isRunning() ? Run : Stop]->setVisible(false);
 }
 
 void Actions::showConnection()

@@ -47,8 +47,8 @@ public:
         ShowVariables,
         NextFile,
         PreviousFile,
-        Run,  // visible while nothing runs
-        Stop, // visible while a program runs
+        Run,  // made visible by the toolbar while no local program runs
+        Stop, // also ends a program on the board
         Debug,
         Step,
         Continue,
@@ -88,7 +88,6 @@ private:
     void addPanes(Command first, Command second, std::function<bool()> isFirst,
                   void (AppState::*changed)());
     QCoro::Task<void> openFile();
-    void showRunning();
     void showConnection();
     void showSendHelp();
 

@@ -22,6 +22,7 @@ AppCommands::AppCommands(AppState &state, Actions &actions, CodeEditorView &edit
     addFileMenu();
     addEditMenu();
     addViewMenu();
+    addRunMenu();
     addDebugMenu();
 }
 
@@ -62,6 +63,12 @@ void AppCommands::addViewMenu()
     m_viewMenu->addActions({m_actions[Actions::NextFile], m_actions[Actions::PreviousFile]});
     QMenu *files = m_viewMenu->addMenu(tr("&Open Files"));
     connect(files, &QMenu::aboutToShow, this, [this, files] { listOpenFiles(files); });
+}
+
+void AppCommands::addRunMenu()
+{
+    QMenu *menu = m_window.menuBar()->addMenu(tr("&Run"));
+    menu->addActions({m_actions[Actions::Run], m_actions[Actions::Stop]});
 }
 
 void AppCommands::addDebugMenu()

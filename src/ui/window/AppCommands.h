@@ -11,7 +11,7 @@ class Actions;
 class AppState;
 class CodeEditorView;
 
-/// The menus File, Edit, View and Debug of the menu bar.
+/// The menus File, Edit, View, Run and Debug of the menu bar.
 class AppCommands final : public QObject
 {
     Q_OBJECT
@@ -28,6 +28,7 @@ private:
     void addFileMenu();
     void addEditMenu();
     void addViewMenu();
+    void addRunMenu();
     void addDebugMenu();
     void listOpenFiles(QMenu *menu);
 

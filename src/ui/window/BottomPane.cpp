@@ -70,6 +70,10 @@ BottomPane::BottomPane(AppState &state, const Actions &actions, QWidget *parent)
             showError();
     });
     connect(&shell, &ShellTranscript::cleared, m_shellTab, [this] { m_shellTab->setMark({}); });
+    connect(&state.debugSession(), &DebugSession::paused, this, [this] {
+        if (m_state.bottomTab() != AppState::BottomTab::Variables)
+            m_variablesTab->setMark(tr("New variables"));
+    });
     connect(&actions, &Actions::commandChosen, this, [this] { m_sinceCommand.start(); });
     showTab();
 }
@@ -141,8 +145,7 @@ void BottomPane::showTab()
 {
     const bool isShell = m_state.bottomTab() == AppState::BottomTab::Shell;
     (isShell ? m_shellTab : m_variablesTab)->setChecked(true);
-    if (isShell)
-        m_shellTab->setMark({});
+    (isShell ? m_shellTab : m_variablesTab)->setMark({});
     // Hiding a pane that has the focus would move the focus to any other widget.
     const QWidget *focus = QApplication::focusWidget();
     const bool hadFocus = m_body->currentWidget()->isAncestorOf(focus)

@@ -63,7 +63,7 @@ void ClaudeCommands::connectToggle(QAction *toggle, Preferences::Id id)
 
 void ClaudeCommands::update()
 {
-    m_startOrStop->setText(m_server.isRunning() ? tr("Stop MCP Server") : tr("Start MCP Server"));
+    m_startOrStop->setText(m_server.isRunning() ? tr("&Stop MCP Server") : tr("&Start MCP Server"));
     m_startWithProgram->setChecked(m_state.preferences().flag(Preferences::StartServer));
     m_writeWithoutAsking->setChecked(m_state.preferences().flag(Preferences::WriteWithoutAsking));
 }

@@ -3,7 +3,6 @@
 #include "app/AppState.h"
 #include "ui/controls/Divider.h"
 #include "ui/controls/ElidedLabel.h"
-#include "ui/controls/KeyText.h"
 #include "ui/controls/ProgressIndicator.h"
 #include "ui/controls/SymbolView.h"
 #include "ui/window/Actions.h"
@@ -68,7 +67,7 @@ QToolButton *DebugBar::makeButton(QAction *action)
     auto *button = new QToolButton;
     button->setDefaultAction(action);
     button->setObjectName(action->objectName());
-    button->setAccessibleDescription(KeyText::withoutKey(action->toolTip()));
+    button->setAccessibleDescription(action->toolTip());
     button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     button->setIconSize(QSize(14, 14));
     button->setFont(Theme::captionFont(font()));
@@ -90,10 +89,29 @@ void DebugBar::showState()
     m_status->setForegroundRole(line ? QPalette::WindowText : QPalette::PlaceholderText);
     m_status->setText(line ? tr("Paused at line %1").arg(*line)
                            : tr("Running to the next breakpoint…"));
+    fitButtons();
     const bool hadFocus = focusWidget() && focusWidget()->hasFocus();
     setVisible(session.isDebugging());
     if (hadFocus && !session.isDebugging())
         emit wentWithFocus();
+}
+
+void DebugBar::fitButtons()
+{
+    const QList<QToolButton *> buttons = findChildren<QToolButton *>();
+    for (const Qt::ToolButtonStyle style : {Qt::ToolButtonTextBesideIcon, Qt::ToolButtonIconOnly}) {
+        for (QToolButton *button : buttons)
+            button->setToolButtonStyle(style);
+        layout()->activate();
+        if (layout()->totalMinimumSize().width() <= width())
+            return;
+    }
+}
+
+void DebugBar::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitButtons();
 }
 
 void DebugBar::paintEvent(QPaintEvent *)

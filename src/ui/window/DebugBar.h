@@ -30,10 +30,13 @@ signals:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     [[nodiscard]] QToolButton *makeButton(QAction *action);
     void showState();
+    /// Takes the words off the buttons where they would cut off the status.
+    void fitButtons();
 
     AppState &m_state;
     ProgressIndicator *m_progress;

@@ -22,8 +22,9 @@ IDEToolbar::IDEToolbar(AppState &state, const Actions &actions, QWidget *parent)
     for (const Actions::Command command : {Actions::NewFile, Actions::OpenFile, Actions::Save})
         addCommand(actions[command], Label::Hidden);
     addSeparator();
-    for (const Actions::Command command : {Actions::Run, Actions::Stop, Actions::Debug})
-        addCommand(actions[command], Label::Shown);
+    addCommand(actions[Actions::Run], Label::Shown);
+    addStop(state, actions[Actions::Run], actions[Actions::Stop]);
+    addCommand(actions[Actions::Debug], Label::Shown);
     addWidget(new SendToDeviceButton(state, *actions[Actions::SendToDevice]));
     addSpace();
     addWidget(new DeviceConnectButton(state));
@@ -33,19 +34,46 @@ IDEToolbar::IDEToolbar(AppState &state, const Actions &actions, QWidget *parent)
         more->setToolTip(tr("More"));
         more->setFocusPolicy(Qt::TabFocus);
     }
-    moveFocus(actions[Actions::Run], actions[Actions::Stop]);
-    moveFocus(actions[Actions::Stop], actions[Actions::Run]);
 }
 
 void IDEToolbar::addCommand(QAction *action, Label label)
 {
     addAction(action);
-    auto *button = qobject_cast<QToolButton *>(widgetForAction(action));
-    button->setObjectName(action->objectName());
-    button->setAccessibleName(action->iconText());
-    button->setFocusPolicy(Qt::TabFocus);
-    button->setToolButtonStyle(label == Label::Shown ? Qt::ToolButtonTextBesideIcon
-                                                     : Qt::ToolButtonIconOnly);
+    describe(*qobject_cast<QToolButton *>(widgetForAction(action)), *action, label);
+}
+
+void IDEToolbar::describe(QToolButton &button, const QAction &action, Label label)
+{
+    button.setObjectName(action.objectName());
+    button.setAccessibleName(action.iconText());
+    button.setFocusPolicy(Qt::TabFocus);
+    button.setToolButtonStyle(label == Label::Shown ? Qt::ToolButtonTextBesideIcon
+                                                    : Qt::ToolButtonIconOnly);
+}
+
+void IDEToolbar::addStop(AppState &state, QAction *run, QAction *stop)
+{
+    auto *button = new QToolButton;
+    button->setDefaultAction(stop);
+    button->setAutoRaise(true);
+    describe(*button, *stop, Label::Shown);
+    connect(this, &QToolBar::iconSizeChanged, button, &QToolButton::setIconSize);
+    button->setIconSize(iconSize());
+    QAction *place = addWidget(button);
+    place->setVisible(state.isRunning());
+    connect(&state, &AppState::isRunningChanged, this, [this, &state, run, button, place] {
+        const bool isRunning = state.isRunning();
+        QWidget *runButton = widgetForAction(run);
+        QWidget *hidden = isRunning ? runButton : button;
+        QWidget *shown = isRunning ? static_cast<QWidget *>(button) : runButton;
+        const bool hadFocus = hidden->hasFocus();
+        run->setVisible(!isRunning);
+        place->setVisible(isRunning);
+        if (!hadFocus)
+            return;
+        shown->show(); // the toolbar itself shows it only later
+        shown->setFocus();
+    });
 }
 
 void IDEToolbar::addSpace()
@@ -53,16 +81,6 @@ void IDEToolbar::addSpace()
     auto *space = new QWidget;
     space->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     addWidget(space);
-}
-
-void IDEToolbar::moveFocus(QAction *shown, QAction *hidden)
-{
-    connect(shown, &QAction::visibleChanged, this, [this, shown, hidden] {
-        if (!shown->isVisible() || !widgetForAction(hidden)->hasFocus())
-            return;
-        widgetForAction(shown)->show(); // the toolbar itself shows it only later
-        widgetForAction(shown)->setFocus();
-    });
 }
 
 } // namespace Korvane

@@ -2,6 +2,8 @@
 
 #include <QToolBar>
 
+class QToolButton;
+
 namespace Korvane {
 
 class Actions;
@@ -20,9 +22,11 @@ private:
     enum class Label { Hidden, Shown };
 
     void addCommand(QAction *action, Label label);
+    void describe(QToolButton &button, const QAction &action, Label label);
+    /// Shows \p stop while a local program runs, and \p run otherwise, which has no key while it is
+    /// not visible. The menu always has \p stop.
+    void addStop(AppState &state, QAction *run, QAction *stop);
     void addSpace();
-    /// When \p shown takes the place of \p hidden, it takes its focus, too.
-    void moveFocus(QAction *shown, QAction *hidden);
 };
 
 } // namespace Korvane
