@@ -1,15 +1,55 @@
+#include "app/CommandLine.h"
+#include "app/RunningInstance.h"
 #include "base/DescriptorLimit.h"
 #include "ui/window/KorvaneApp.h"
 
 #include <QApplication>
+#include <QFile>
+
+#include <cstdio>
+
+using namespace Korvane;
+
+static int print(const CommandLine &commandLine)
+{
+    std::fputs(qPrintable(commandLine.text), commandLine.exitStatus == 0 ? stdout : stderr);
+    return commandLine.exitStatus;
+}
 
 int main(int argc, char **argv)
 {
-    Korvane::DescriptorLimit::raise();
-    Korvane::KorvaneApp::preloadFonts();
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QFile::decodeName(argv[i]));
+    const QString socket = RunningInstance::defaultPath();
+    // Before the QApplication, which needs a display and takes time. Options of Qt's own, such as
+    // -platform, are unknown here; QApplication takes them out.
+    CommandLine commandLine = CommandLine::parse(arguments);
+    const bool hasQtOptions = commandLine.exitStatus != 0;
+    if (!hasQtOptions && !commandLine.text.isEmpty())
+        return print(commandLine);
+    if (!hasQtOptions && RunningInstance::handOver(commandLine, socket))
+        return 0;
+
+    DescriptorLimit::raise();
+    KorvaneApp::preloadFonts();
     QApplication application(argc, argv);
-    Korvane::KorvaneApp::setUp(application);
-    Korvane::KorvaneApp korvane;
+    if (hasQtOptions) {
+        commandLine = CommandLine::parse(QApplication::arguments());
+        if (!commandLine.text.isEmpty())
+            return print(commandLine);
+        if (RunningInstance::handOver(commandLine, socket))
+            return 0;
+    }
+    KorvaneApp::setUp(application);
+    KorvaneApp korvane;
     korvane.show();
+    korvane.open(commandLine);
+    RunningInstance instance(socket);
+    QObject::connect(&instance, &RunningInstance::commandLineReceived, &application,
+                     [&korvane](const CommandLine &received) {
+                         korvane.open(received);
+                         korvane.activateWindow();
+                     });
     return QApplication::exec();
 }

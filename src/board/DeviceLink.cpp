@@ -92,6 +92,13 @@ void DeviceLink::startNextCommand()
                                  : RawReplExchange::Prompt::Friendly);
 }
 
+void DeviceLink::addExtraPort(const QString &port)
+{
+    if (!m_roots.extraPorts.split(u':').contains(port))
+        m_roots.extraPorts += u':' + port;
+    refreshPorts();
+}
+
 void DeviceLink::refreshPorts()
 {
     QStringList ports = SerialPortManager::listPorts(m_roots);

@@ -61,6 +61,8 @@ public:
 
     /// Lists the ports now. The list also follows boards that are plugged in and unplugged.
     void refreshPorts();
+    /// Lists \p port too from now on, as if KORVANE_EXTRA_PORTS named it.
+    void addExtraPort(const QString &port);
     /// The outcome is in the Shell and in connectionState(). Does nothing unless disconnected.
     void connectDevice(const QString &port);
     /// Unfinished commands end at once, with `NotConnected`. Nothing is sent to the board.

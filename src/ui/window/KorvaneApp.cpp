@@ -1,5 +1,6 @@
 #include "ui/window/KorvaneApp.h"
 
+#include "app/CommandLine.h"
 #include "app/FileSettings.h"
 #include "document/RecoveryFiles.h"
 #include "mcp/BoardTools.h"
@@ -10,6 +11,7 @@
 #include "ui/window/ClaudeCommands.h"
 #include "ui/window/ContentView.h"
 #include "ui/window/HelpCommands.h"
+#include "ui/window/LocalFileOpening.h"
 #include "ui/window/RecoveryFilesMenu.h"
 #include "ui/window/WindowState.h"
 
@@ -108,6 +110,21 @@ void KorvaneApp::show()
     // ms would end before the X server's expose event arrives.
     QTimer::singleShot(iconDelay, m_window.get(),
                        [] { QApplication::setWindowIcon(applicationIcon()); });
+}
+
+void KorvaneApp::open(const CommandLine &commandLine)
+{
+    for (const FileArgument &file : commandLine.files)
+        openLocalFile(m_state, file.path);
+    if (!commandLine.port.isEmpty())
+        m_state.link().connectDevice(commandLine.port);
+}
+
+void KorvaneApp::activateWindow()
+{
+    m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
+    m_window->raise();
+    m_window->activateWindow();
 }
 
 } // namespace Korvane

@@ -11,6 +11,7 @@ namespace Korvane {
 
 class Appearance;
 class ContentView;
+struct CommandLine;
 class MCPServer;
 class RecoveryFiles;
 
@@ -35,6 +36,10 @@ public:
     KorvaneApp &operator=(const KorvaneApp &) = delete;
 
     void show();
+    /// Opens the files and connects to the port that \p commandLine names, if any.
+    void open(const CommandLine &commandLine);
+    /// Brings the window to the front, as far as the desktop allows it.
+    void activateWindow();
 
     [[nodiscard]] AppState &state() { return m_state; }
     [[nodiscard]] ContentView &window() { return *m_window; }

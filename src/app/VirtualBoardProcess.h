@@ -1,0 +1,48 @@
+#pragma once
+
+#include "base/Error.h"
+
+#include <QObject>
+#include <QProcess>
+#include <QString>
+
+namespace Korvane {
+
+/// A MicroPython board without hardware: a process of Node.js behind a pseudo-terminal, for users
+/// who have no board at hand. Ends with this object, and with the program if that crashes. Main
+/// thread only.
+class VirtualBoardProcess final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The folder of the board's own program: installed, or of the source tree that the running
+    /// program was built in. Empty when there is none.
+    [[nodiscard]] static QString defaultFolder();
+
+    /// \p folder is where virtual_board.py and the npm package of MicroPython are.
+    explicit VirtualBoardProcess(QString folder = defaultFolder(), QObject *parent = nullptr);
+    ~VirtualBoardProcess() override;
+
+    /// Starts the board; `started` or `startFailed` follows, perhaps inside this call. When it runs
+    /// already, `started` is emitted again with the same port.
+    void start();
+    [[nodiscard]] bool isRunning() const { return !m_port.isEmpty(); }
+
+signals:
+    /// The board is on the serial port \p port.
+    void started(const QString &port);
+    /// With a message that says what to install, when something is missing.
+    void startFailed(const Korvane::Error &error);
+
+private:
+    void readPort();
+    void fail(const QString &message);
+
+    QString m_folder;
+    QProcess m_process;
+    QString m_port; // empty until the board runs
+    bool m_isStarting = false;
+};
+
+} // namespace Korvane
