@@ -11,7 +11,7 @@ std::optional<BoardCapabilities> BoardCapabilities::parse(const QString &output)
     if (at < 0)
         return std::nullopt;
     const QStringList fields = output.mid(at + marker.size()).simplified().split(u' ');
-    if (fields.size() != 8)
+    if (fields.size() != 11)
         return std::nullopt;
     const auto has = [&fields](int index) { return fields[index] == u"1"; };
     BoardCapabilities capabilities;
@@ -24,6 +24,9 @@ std::optional<BoardCapabilities> BoardCapabilities::parse(const QString &output)
     capabilities.hasSha256 = has(5);
     capabilities.hasStat = has(6);
     capabilities.hasRename = has(7);
+    capabilities.hasJson = has(8);
+    capabilities.hasSize = has(9);
+    capabilities.isFlat = has(10);
     return capabilities;
 }
 

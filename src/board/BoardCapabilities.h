@@ -6,7 +6,8 @@
 
 namespace Korvane {
 
-/// What the MicroPython of the connected board offers to file transfers. Read once per connection.
+/// What the MicroPython of the connected board offers to file operations and transfers. Read at
+/// most once per connection (BoardProfile).
 struct BoardCapabilities
 {
     /// Free bytes of the heap after a garbage collection; 0 when unknown.
@@ -18,8 +19,18 @@ struct BoardCapabilities
     bool hasSha256 = false;
     bool hasStat = false;
     bool hasRename = false;
+    bool hasJson = false;
+    /// `os.size`, on boards without `os.stat`.
+    bool hasSize = false;
+    /// There are no folders, and names of files don't begin with a slash.
+    bool isFlat = false;
 
     [[nodiscard]] bool hasCrc32() const { return !crc32Module.isEmpty(); }
+    /// \p path, which begins with a slash, as the functions of the board expect it.
+    [[nodiscard]] QString nativePath(const QString &path) const
+    {
+        return isFlat && path.startsWith(u'/') ? path.sliced(1) : path;
+    }
 
     /// Reads what the script of `TransferScripts::capabilities` printed; nothing when that is not
     /// as expected.

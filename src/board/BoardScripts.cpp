@@ -76,6 +76,18 @@ QString list()
     return script("list");
 }
 
+QString listPlain(const BoardCapabilities &board)
+{
+    // Without os.stat, a folder is what can be listed.
+    const char *entry = board.hasStat   ? "s=os.stat(q)\n return s[0]&0x4000,s[6]"
+        : board.isFlat && board.hasSize ? "return 0,os.size(q[1:])"
+        : board.isFlat                  ? "return 0,0"
+                       : "try:\n  os.listdir(q)\n except OSError:\n  return 0,0\n return 1,0";
+    return script("list-plain")
+        .arg(QLatin1StringView(entry),
+             board.isFlat ? QStringLiteral("os.listdir()") : QStringLiteral("os.listdir(p)"));
+}
+
 QString read(const QString &path)
 {
     return fillPath("read", path);
@@ -84,6 +96,11 @@ QString read(const QString &path)
 QString exists(const QString &path)
 {
     return fillPath("exists", path);
+}
+
+QString existsPlain(const QString &path)
+{
+    return script("exists-plain").arg(pathLiteral(path));
 }
 
 QString write(const QString &path, const QByteArray &bytes)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "board/BoardCapabilities.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -18,10 +20,14 @@ enum class NodeKind { File, Folder };
 
 /// Prints "__LS__" and the whole file system as JSON (see DeviceListing).
 [[nodiscard]] QString list();
+/// The same for a board without `json`, `os.stat` or folders.
+[[nodiscard]] QString listPlain(const BoardCapabilities &board);
 /// Prints "__FILE__" and the file as base64, or "__FILEERR__" and the board's reason.
 [[nodiscard]] QString read(const QString &path);
 /// Prints "__EXISTS__1" or "__EXISTS__0".
 [[nodiscard]] QString exists(const QString &path);
+/// The same for a board without `os.stat`.
+[[nodiscard]] QString existsPlain(const QString &path);
 /// Creates or replaces the file in pieces small enough for a board's memory, then prints "__OK__".
 [[nodiscard]] QString write(const QString &path, const QByteArray &bytes);
 /// Prints "__ID__" and the board's unique id in hexadecimal digits, if it has one.

@@ -63,6 +63,18 @@ bool isOutOfMemory(const QString &reason)
     return reason.startsWith("MemoryError"_L1) || reason.startsWith("memory allocation failed"_L1);
 }
 
+/// The commands for small files use `ubinascii`.
+bool mayHaveBase64(const BoardProfile &profile)
+{
+    const auto known = profile.known();
+    return !known || known->base64Module == "ubinascii"_L1;
+}
+
+bool lacksModule(const Error &error)
+{
+    return error.code == ErrorCode::Remote && error.message.contains("no module named"_L1);
+}
+
 Async<QByteArray> take(std::shared_ptr<QByteArray> bytes, std::shared_ptr<qsizetype> position,
                        qsizetype maxBytes)
 {
@@ -73,10 +85,11 @@ Async<QByteArray> take(std::shared_ptr<QByteArray> bytes, std::shared_ptr<qsizet
 
 } // namespace
 
-DeviceFileContent::DeviceFileContent(DeviceLink &link, UserPrompts &prompts)
+DeviceFileContent::DeviceFileContent(DeviceLink &link, UserPrompts &prompts, BoardProfile &profile)
     : m_link(link)
     , m_prompts(prompts)
-    , m_queue(link)
+    , m_profile(profile)
+    , m_queue(link, profile)
 {
 }
 
@@ -95,9 +108,19 @@ DeviceFileContent::Source DeviceFileContent::sourceOf(const QByteArray &bytes)
 Async<void> DeviceFileContent::write(Source source, QString path, QString label,
                                      PieceTransfer::Observer observer)
 {
-    if (source.sizeBytes <= smallSize)
-        co_return co_await writeAtOnce(source.open(), path, label);
     const auto life = m_life.watch();
+    if (source.sizeBytes <= smallSize && mayHaveBase64(m_profile)) {
+        auto written = co_await writeAtOnce(source.open(), path, label);
+        if (written || !lacksModule(written.error()))
+            co_return written;
+        if (!life)
+            co_return DeviceError::closed();
+        const auto needsPieces = co_await checkNeedsPieces(written.error());
+        if (!needsPieces)
+            co_return needsPieces.error();
+        if (!life)
+            co_return DeviceError::closed();
+    }
     auto sent = co_await m_queue.send(source.open, path, PieceTransfer::Target::Beside, observer);
     if (!life)
         co_return DeviceError::closed();
@@ -115,6 +138,17 @@ Async<void> DeviceFileContent::write(Source source, QString path, QString label,
     }
     if (!sent.result)
         co_return writeFailure(sent.result.error(), stateText(sent.fileState, path));
+    co_return Result<void>();
+}
+
+/// Fails with \p error when the board does have what the command for small files needs.
+Async<void> DeviceFileContent::checkNeedsPieces(Error error)
+{
+    const auto board = co_await m_profile.capabilities();
+    if (!board)
+        co_return board.error();
+    if (board->base64Module == "ubinascii"_L1)
+        co_return error;
     co_return Result<void>();
 }
 
@@ -177,7 +211,7 @@ Async<void> DeviceFileContent::read(QString path, QString label, qint64 sizeByte
 {
     const auto life = m_life.watch();
     const int connection = m_link.connectionNumber();
-    if (sizeBytes <= smallSize) {
+    if (sizeBytes <= smallSize && mayHaveBase64(m_profile)) {
         const auto bytes = co_await readAtOnce(path, label);
         if (!life)
             co_return DeviceError::closed();
@@ -186,8 +220,15 @@ Async<void> DeviceFileContent::read(QString path, QString label, qint64 sizeByte
         // The file may be larger than listed.
         const bool hasNoRoom =
             bytes.error().code == ErrorCode::TimedOut || isOutOfMemory(bytes.error().detail);
-        if (!hasNoRoom || connection != m_link.connectionNumber())
+        if (!hasNoRoom && lacksModule(bytes.error())) {
+            const auto needsPieces = co_await checkNeedsPieces(bytes.error());
+            if (!needsPieces)
+                co_return needsPieces.error();
+            if (!life)
+                co_return DeviceError::closed();
+        } else if (!hasNoRoom || connection != m_link.connectionNumber()) {
             co_return bytes.error();
+        }
     }
     const auto received = co_await m_queue.receive(path, std::move(sink), std::move(observer));
     if (received)

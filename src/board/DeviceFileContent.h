@@ -21,8 +21,8 @@ public:
         qint64 sizeBytes = 0;
     };
 
-    /// Both must outlive this.
-    DeviceFileContent(DeviceLink &link, UserPrompts &prompts);
+    /// All must outlive this.
+    DeviceFileContent(DeviceLink &link, UserPrompts &prompts, BoardProfile &profile);
 
     /// Creates or replaces the file at \p path. When the board has no room for the old and the new
     /// file, the user is asked whether to write over the old one.
@@ -39,10 +39,12 @@ public:
 private:
     [[nodiscard]] Async<void> writeAtOnce(PieceTransfer::Source next, QString path, QString label);
     [[nodiscard]] Async<QByteArray> readAtOnce(QString path, QString label);
+    [[nodiscard]] Async<void> checkNeedsPieces(Error error);
     [[nodiscard]] Async<bool> confirmInPlace(QString path, QString label);
 
     DeviceLink &m_link;
     UserPrompts &m_prompts;
+    BoardProfile &m_profile;
     TransferQueue m_queue;
     Lifetime m_life;
 };

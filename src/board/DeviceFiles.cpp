@@ -57,7 +57,8 @@ DeviceFiles::DeviceFiles(DeviceLink &link, UserPrompts &prompts, TransferStatus 
     , m_link(link)
     , m_prompts(prompts)
     , m_transfer(transfer)
-    , m_content(link, prompts)
+    , m_profile(link)
+    , m_content(link, prompts, m_profile)
 {
     connect(&link, &DeviceLink::ended, this, &DeviceFiles::forgetBoard);
 }
@@ -83,7 +84,7 @@ Async<void> DeviceFiles::list()
 {
     const auto life = m_life.watch();
     const int connection = m_link.connectionNumber();
-    const auto output = co_await m_link.executeOnDevice(BoardScripts::list(), transferTimeout);
+    const auto output = co_await m_profile.listing();
     if (!life)
         co_return DeviceError::closed();
     if (connection != m_link.connectionNumber()) // nothing is left to be listed
@@ -133,7 +134,7 @@ Async<void> DeviceFiles::receiveFile(QString path, QString label, PieceTransfer:
 QCoro::Task<bool> DeviceFiles::deviceFileExists(QString path)
 {
     const auto life = m_life.watch();
-    const auto output = co_await m_link.executeOnDevice(BoardScripts::exists(path), quickTimeout);
+    const auto output = co_await m_profile.lookFor(path);
     if (!life)
         co_return false;
     if (output) {
@@ -142,6 +143,12 @@ QCoro::Task<bool> DeviceFiles::deviceFileExists(QString path)
     }
     const DeviceFileNode *node = deviceNode(path);
     co_return node && !node->isDirectory;
+}
+
+QString DeviceFiles::nativePath(const QString &path) const
+{
+    const auto known = m_profile.known();
+    return known ? known->nativePath(path) : path;
 }
 
 Async<void> DeviceFiles::writeDeviceFile(QByteArray bytes, WritePermit permit, QString label)
@@ -189,8 +196,8 @@ Async<void> DeviceFiles::deleteDeviceNode(DeviceFileNode node)
     const auto life = m_life.watch();
     const auto kind =
         node.isDirectory ? BoardScripts::NodeKind::Folder : BoardScripts::NodeKind::File;
-    const auto output =
-        co_await m_link.executeOnDevice(BoardScripts::remove(node.path, kind), quickTimeout);
+    const auto output = co_await m_link.executeOnDevice(
+        BoardScripts::remove(nativePath(node.path), kind), quickTimeout);
     if (!life)
         co_return DeviceError::closed();
     if (!output)
@@ -212,9 +219,11 @@ Async<void> DeviceFiles::makeDeviceFolders(QStringList paths, WritePermit permit
         co_return Result<void>();
     if (auto same = checkConnection(permit.m_connection); !same)
         co_return same;
+    const QString prefix = u"Could not create folders on the device: "_s;
+    if (const auto known = m_profile.known(); known && known->isFlat)
+        co_return refusal(prefix + u"it has no folders."_s);
     const auto output =
         co_await m_link.executeOnDevice(BoardScripts::makeFolders(paths), transferTimeout);
-    const QString prefix = u"Could not create folders on the device: "_s;
     if (!output)
         co_return failure(prefix, output.error());
     if (output->contains(okMarker))

@@ -110,6 +110,7 @@ signals:
 
 private:
     [[nodiscard]] Async<void> list();
+    [[nodiscard]] QString nativePath(const QString &path) const;
     [[nodiscard]] Result<void> checkConnection(int connection) const;
     void setListings(int listings);
     void forgetBoard();
@@ -117,6 +118,7 @@ private:
     DeviceLink &m_link;
     UserPrompts &m_prompts;
     TransferStatus &m_transfer;
+    BoardProfile m_profile;
     DeviceFileContent m_content;
     QList<DeviceFileNode> m_deviceFileNodes;
     std::optional<Error> m_listingError;

@@ -78,6 +78,7 @@ QString PieceTransfer::temporaryPath(const QString &path)
 
 Async<void> PieceTransfer::send(Source next, QString path, Target target)
 {
+    path = m_board.nativePath(path);
     const bool isBeside = target == Target::Beside && m_board.hasRename;
     const QString written = isBeside ? temporaryPath(path) : path;
     auto result = co_await sendPieces(std::move(next), written, path);
@@ -170,6 +171,7 @@ Async<void> PieceTransfer::sendPiece(QByteArray piece, qint64 offset)
 
 Async<void> PieceTransfer::receive(QString path, Sink sink)
 {
+    path = m_board.nativePath(path);
     auto result = co_await receivePieces(path, std::move(sink));
     if (result)
         co_return co_await check(path);

@@ -17,8 +17,9 @@ constexpr auto quickTimeout = 5s;
 
 } // namespace
 
-TransferQueue::TransferQueue(DeviceLink &link)
+TransferQueue::TransferQueue(DeviceLink &link, BoardProfile &profile)
     : m_link(link)
+    , m_profile(profile)
 {
     connect(&link, &DeviceLink::connected, this, &TransferQueue::removeLeftoversInTurn);
 }
@@ -34,7 +35,7 @@ QCoro::Task<TransferQueue::Sent> TransferQueue::send(OpenSource open, QString pa
         sent.result = turn.error();
         co_return sent;
     }
-    const auto board = co_await capabilities();
+    const auto board = co_await m_profile.capabilities();
     if (!board) {
         sent.result = board.error();
         co_return sent;
@@ -61,7 +62,7 @@ Async<void> TransferQueue::receive(QString path, PieceTransfer::Sink sink,
     const auto turn = co_await this->turn();
     if (!turn)
         co_return turn.error();
-    const auto board = co_await capabilities();
+    const auto board = co_await m_profile.capabilities();
     if (!board)
         co_return board.error();
     PieceTransfer transfer(m_link, *board, std::move(observer));
@@ -99,26 +100,6 @@ void TransferQueue::endTurn()
     m_isTaken = !m_waiting.empty();
     if (m_isTaken)
         m_waiting.front().deliver(true);
-}
-
-Async<BoardCapabilities> TransferQueue::capabilities()
-{
-    const auto life = m_life.watch();
-    const int connection = m_link.connectionNumber();
-    if (m_capabilities && m_capabilitiesConnection == connection)
-        co_return BoardCapabilities(*m_capabilities); // GCC 12 moves a member in co_return
-    const auto output =
-        co_await m_link.executeOnDevice(TransferScripts::capabilities(), quickTimeout);
-    if (!life)
-        co_return DeviceError::closed();
-    if (!output)
-        co_return output.error();
-    const auto capabilities = BoardCapabilities::parse(*output);
-    if (!capabilities)
-        co_return Error{ErrorCode::Remote, QStringLiteral("The board gave no valid answer")};
-    m_capabilities = capabilities;
-    m_capabilitiesConnection = connection;
-    co_return BoardCapabilities(*capabilities);
 }
 
 /// A failure of the link ends it; what the board refuses to remove is forgotten.

@@ -2,6 +2,7 @@
 
 #include "base/Lifetime.h"
 #include "base/OneShot.h"
+#include "board/BoardProfile.h"
 #include "board/PieceTransfer.h"
 
 #include <QList>
@@ -14,9 +15,9 @@
 namespace Korvane {
 
 /// Runs transfers in pieces one after the other, in the order in which they were asked for: they
-/// share globals on the board. Other commands run in between. Reads once per connection what the
-/// board's MicroPython offers, and removes what an interrupted transfer left on the board when
-/// that board is connected again, at the latest before the next transfer to it. Main thread only.
+/// share globals on the board. Other commands run in between. Removes what an interrupted transfer
+/// left on the board when that board is connected again, at the latest before the next transfer to
+/// it. Main thread only.
 class TransferQueue final : public QObject
 {
     Q_OBJECT
@@ -30,8 +31,8 @@ public:
         PieceTransfer::FileState fileState = PieceTransfer::FileState::Old;
     };
 
-    /// \p link must outlive this.
-    explicit TransferQueue(DeviceLink &link);
+    /// Both must outlive this.
+    TransferQueue(DeviceLink &link, BoardProfile &profile);
 
     /// As PieceTransfer::send and receive. Fails with `BoardReplaced` when another connection was
     /// made before the transfer's turn came, and with `Closed` when this object is destroyed.
@@ -53,15 +54,13 @@ private:
 
     [[nodiscard]] Async<Turn> turn();
     void endTurn();
-    [[nodiscard]] Async<BoardCapabilities> capabilities();
     [[nodiscard]] Async<void> removeLeftovers();
     QCoro::Task<void> removeLeftoversInTurn();
 
     DeviceLink &m_link;
+    BoardProfile &m_profile;
     std::list<OneShot<bool>> m_waiting;
     bool m_isTaken = false;
-    std::optional<BoardCapabilities> m_capabilities;
-    int m_capabilitiesConnection = 0;
     QList<Leftover> m_leftovers;
     Lifetime m_life;
 };

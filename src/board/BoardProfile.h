@@ -1,0 +1,41 @@
+#pragma once
+
+#include "base/Async.h"
+#include "base/Lifetime.h"
+#include "board/BoardCapabilities.h"
+
+namespace Korvane {
+
+class DeviceLink;
+
+/// What is known about the MicroPython of the connected board, from one command for each connection
+/// at most, and the operations whose program depends on it. Main thread only.
+class BoardProfile final
+{
+public:
+    /// \p link must outlive this.
+    explicit BoardProfile(DeviceLink &link);
+
+    /// Asks the board unless it was asked on this connection. Errors: those of DeviceLink,
+    /// `Remote` when the answer is not valid.
+    [[nodiscard]] Async<BoardCapabilities> capabilities();
+    /// Nothing while the board has not been asked on this connection.
+    [[nodiscard]] std::optional<BoardCapabilities> known() const;
+
+    /// Lists the whole board: what DeviceListing::parse reads. Errors: those of DeviceLink.
+    [[nodiscard]] Async<QString> listing();
+    /// Prints "__EXISTS__1" or "__EXISTS__0" for \p path.
+    [[nodiscard]] Async<QString> lookFor(QString path);
+
+private:
+    /// True when a listing has shown that the board has `json` and `os.stat`.
+    [[nodiscard]] bool isListingComplete() const;
+
+    DeviceLink &m_link;
+    std::optional<BoardCapabilities> m_capabilities;
+    int m_capabilitiesConnection = 0;
+    int m_listedConnection = 0;
+    Lifetime m_life;
+};
+
+} // namespace Korvane

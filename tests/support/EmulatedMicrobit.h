@@ -1,0 +1,78 @@
+#pragma once
+
+#include "support/PtyPair.h"
+#include "support/TestPort.h"
+
+#include <QProcess>
+#include <QTimer>
+
+namespace Korvane {
+
+/// MicroPython 1.9 on an emulated micro:bit: 16 KiB of memory; no folders, `json`, `binascii`,
+/// `hashlib`, `os.stat` or `os.rename`. Needs qemu-system-arm and the firmware, both of Debian.
+/// The event loop serves its port.
+class EmulatedMicrobit final
+{
+public:
+    EmulatedMicrobit()
+    {
+        // The firmware keeps 64 bytes and has no flow control, so bytes must not come faster than
+        // at 115200 baud, also after a delay of the event loop.
+        m_timer.setTimerType(Qt::PreciseTimer);
+        m_timer.setInterval(1);
+        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { pump(); });
+    }
+    ~EmulatedMicrobit()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+    EmulatedMicrobit(const EmulatedMicrobit &) = delete;
+    EmulatedMicrobit &operator=(const EmulatedMicrobit &) = delete;
+
+    /// True when the board has shown its prompt; otherwise errorText() says why not. Blocks.
+    [[nodiscard]] bool start()
+    {
+        m_port.linkTo(m_line.slavePath());
+        const auto firmware =
+            QStringLiteral("/usr/share/firmware-microbit-micropython/firmware.hex");
+        m_process.start(QStringLiteral("qemu-system-arm"),
+                        {QStringLiteral("-M"), QStringLiteral("microbit"),
+                         QStringLiteral("-display"), QStringLiteral("none"),
+                         QStringLiteral("-monitor"), QStringLiteral("none"),
+                         QStringLiteral("-serial"), QStringLiteral("stdio"),
+                         QStringLiteral("-device"), QStringLiteral("loader,file=") + firmware});
+        m_timer.start();
+        while (!m_fromBoard.contains(">>> ")) {
+            if (!m_process.waitForReadyRead(10'000))
+                return false;
+            m_fromBoard += m_process.readAllStandardOutput();
+        }
+        return true;
+    }
+    [[nodiscard]] QString port() const { return m_port.path(); }
+    [[nodiscard]] QString errorText()
+    {
+        return m_process.errorString() + u' '
+            + QString::fromLocal8Bit(m_process.readAllStandardError());
+    }
+
+private:
+    void pump()
+    {
+        m_toBoard += m_line.read();
+        m_process.write(m_toBoard.first(std::min<qsizetype>(11, m_toBoard.size())));
+        m_toBoard.remove(0, 11);
+        m_fromBoard += m_process.readAllStandardOutput();
+        m_fromBoard.remove(0, m_line.write(m_fromBoard));
+    }
+
+    TestPort m_port;
+    PtyPair m_line;
+    QProcess m_process;
+    QTimer m_timer;
+    QByteArray m_toBoard;
+    QByteArray m_fromBoard;
+};
+
+} // namespace Korvane
