@@ -104,6 +104,12 @@ void EditorFile::clearBreakpoints()
     emit breakpointsChanged();
 }
 
+void EditorFile::moveBreakpoints(int firstLine, int lastLine, int by)
+{
+    m_breakpoints.moveLines(firstLine, lastLine, by);
+    emit breakpointsChanged();
+}
+
 void EditorFile::setDebugLines(const QSet<int> &armed, std::optional<int> paused)
 {
     if (armed == m_armedLines && paused == m_pausedLine)

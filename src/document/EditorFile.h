@@ -93,6 +93,8 @@ public:
     /// Sets a breakpoint on \p line or removes it.
     void toggleBreakpoint(int line);
     void clearBreakpoints();
+    /// As LineMarks::moveLines.
+    void moveBreakpoints(int firstLine, int lastLine, int by);
 
     /// The lines on which the debug run of this document has armed breakpoints, and the one where
     /// it is paused. 1-based, in the text that was sent.

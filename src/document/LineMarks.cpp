@@ -43,6 +43,16 @@ void LineMarks::clear()
     m_history.clear();
 }
 
+void LineMarks::moveLines(int first, int last, int by)
+{
+    const int beyond = by < 0 ? first - 1 : last + 1;
+    const int free = by < 0 ? last : first;
+    QSet<int> after;
+    for (const int line : std::as_const(m_lines))
+        after.insert(line == beyond ? free : line >= first && line <= last ? line + by : line);
+    m_lines = after;
+}
+
 bool LineMarks::follow(const LineEdit &edit, int undoSteps, bool isHistory)
 {
     const int before = std::exchange(m_undoSteps, undoSteps);

@@ -28,6 +28,9 @@ public:
     /// Sets the mark of \p line or removes it.
     void toggle(int line);
     void clear();
+    /// Moves the marks of the lines from \p first to \p last by \p by, 1 or -1, and the mark of the
+    /// line beyond to the place that is free then. For lines that one edit has moved already.
+    void moveLines(int first, int last, int by);
     /// Moves the marks after an edit that brought the text into the state \p undoSteps of its undo
     /// history; \p isHistory when it was undone or redone. Returns whether a mark has moved.
     bool follow(const LineEdit &edit, int undoSteps, bool isHistory);

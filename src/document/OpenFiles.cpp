@@ -32,6 +32,7 @@ void OpenFiles::newFile()
 {
     append(std::make_unique<EditorFile>(
         EditorFile::untitledName(static_cast<qsizetype>(m_openFiles.size()) + 1)));
+    emit fileChosen();
 }
 
 void OpenFiles::openTextInEditor(const QString &name, const QString &text)
@@ -43,7 +44,7 @@ void OpenFiles::openTextInEditor(const QString &name, const QString &text)
     const auto found = std::find_if(m_openFiles.begin(), m_openFiles.end(), isReplaceable);
     const auto index = found - m_openFiles.begin();
     const bool isReplacing = found != m_openFiles.end();
-    open(name, {}, text);
+    append(std::make_unique<EditorFile>(name, DocumentPlace(), DocumentText::fromFile(text)));
     if (isReplacing) {
         auto &replaced = m_openFiles[static_cast<size_t>(index)];
         std::swap(replaced, m_openFiles.back());
@@ -82,7 +83,10 @@ bool OpenFiles::selectPlace(const DocumentPlace &place)
 EditorFile &OpenFiles::open(const QString &name, const DocumentPlace &place,
                             const QString &fileText)
 {
-    return append(std::make_unique<EditorFile>(name, place, DocumentText::fromFile(fileText)));
+    EditorFile &opened =
+        append(std::make_unique<EditorFile>(name, place, DocumentText::fromFile(fileText)));
+    emit fileChosen();
+    return opened;
 }
 
 QUuid OpenFiles::openUnsaved(const QString &name, const DocumentPlace &place,
@@ -90,15 +94,18 @@ QUuid OpenFiles::openUnsaved(const QString &name, const DocumentPlace &place,
 {
     auto file = std::make_unique<EditorFile>(name, place, DocumentText::fromFile(fileText));
     file->setSavedText(std::nullopt);
-    return append(std::move(file)).id();
+    const QUuid id = append(std::move(file)).id();
+    emit fileChosen();
+    return id;
 }
 
 void OpenFiles::select(const QUuid &id)
 {
-    if (id == m_selectedFileID || !file(id))
+    if (!file(id))
         return;
-    m_selectedFileID = id;
-    emit selectedFileChanged();
+    if (std::exchange(m_selectedFileID, id) != id)
+        emit selectedFileChanged();
+    emit fileChosen();
 }
 
 void OpenFiles::updateSelectedContent(const QString &text)

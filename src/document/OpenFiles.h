@@ -68,6 +68,9 @@ signals:
     /// Documents were opened or closed.
     void openFilesChanged();
     void selectedFileChanged();
+    /// The user has made, opened or chosen a document, which may have been the selected one
+    /// already.
+    void fileChosen();
     /// What a tab shows of the document has changed: its name, where it belongs, or whether it has
     /// edits that are not saved. A keystroke after the first does not.
     void fileChanged(const QUuid &id);

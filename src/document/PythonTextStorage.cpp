@@ -51,6 +51,9 @@ PythonTextStorage::PythonTextStorage(const Theme &colors, QObject *parent)
     : QTextDocument(parent)
 {
     setDocumentLayout(new NoLayout(this)); // which the editor replaces by its own
+    // Before there is a history: undoing the first edit would undo this as well.
+    setUndoRedoEnabled(false);
+    setDocumentMargin(margin);
     setUndoRedoEnabled(true);
     connect(this, &QTextDocument::contentsChange, this, &PythonTextStorage::follow);
     connect(this, &QTextDocument::undoCommandAdded, this, [this] { m_isNewUndoStep = true; });
@@ -119,11 +122,10 @@ void PythonTextStorage::follow(int from, int removed, int added)
 void PythonTextStorage::publishEdit(int from, QStringView before, QStringView after)
 {
     const int undoSteps = availableUndoSteps();
-    const int allSteps = undoSteps + availableRedoSteps();
-    const bool isNew = m_isNewUndoStep || allSteps != m_allSteps || undoSteps == m_undoSteps;
+    // An edit that joins the last step leaves their number as it was.
+    const bool isNew = m_isNewUndoStep || undoSteps == m_undoSteps;
     m_isNewUndoStep = false;
     m_undoSteps = undoSteps;
-    m_allSteps = allSteps;
     if (m_isSetting)
         return;
     m_isEdited = true;

@@ -32,6 +32,9 @@ public:
     /// such a line takes several times as long as the line alone.
     static constexpr int longestColoredLine = 100'000;
 
+    /// Around the text, in pixels.
+    static constexpr int margin = 5;
+
     explicit PythonTextStorage(const Theme &colors, QObject *parent = nullptr);
 
     /// Exactly what was set and edited, with "\n" line ends.
@@ -83,7 +86,6 @@ private:
     bool m_isEdited = false;
     bool m_isNewUndoStep = false;
     int m_undoSteps = 0;
-    int m_allSteps = 0; // of the undo history, with those that can be redone
 };
 
 } // namespace Korvane

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QStringView>
+
+#include <array>
+#include <optional>
+#include <vector>
+
+namespace Korvane {
+
+/// A part of Python source: characters from `start` to before `end`.
+struct PythonPiece
+{
+    enum class Kind {
+        Word,
+        Sign, // one character of no other kind
+        Opening,
+        Closing,
+        String,
+        Comment,
+        LineEnd,
+        Continuation, // a backslash and the line end behind it
+    };
+
+    Kind kind;
+    int start;
+    int end;
+    /// A string without its closing quotes. It ends with its line, or with the text.
+    bool isUnclosed = false;
+};
+
+/// Divides Python source into pieces, leaving out blanks. Unlike `PythonColoring`, which runs
+/// passes that do not know of each other, it tells a bracket in the code from one in a string or a
+/// comment. Linear in the text.
+class PythonScanner final
+{
+public:
+    /// \p text must outlive this.
+    explicit PythonScanner(QStringView text)
+        : m_text(text)
+    {
+    }
+
+    /// The next piece; nothing at the end of the text.
+    [[nodiscard]] std::optional<PythonPiece> next();
+
+private:
+    [[nodiscard]] PythonPiece scanString();
+
+    QStringView m_text;
+    qsizetype m_position = 0;
+};
+
+/// The brackets that are open at a place of the source. One that is not closed before the one
+/// around it has no partner, and a closing one that was not opened changes nothing.
+class OpenBrackets final
+{
+public:
+    /// Call it for each opening and closing bracket of the code, in their order. Returns the
+    /// position of the opening one that \p piece closes.
+    std::optional<int> add(QStringView text, const PythonPiece &piece);
+    /// The positions of those that are open, the innermost last.
+    [[nodiscard]] const std::vector<int> &positions() const { return m_positions; }
+
+private:
+    std::vector<int> m_positions;
+    std::array<int, 3> m_counts{}; // of each kind
+};
+
+/// A bracket of the code and the other one of its pair.
+struct BracketPair
+{
+    int position;
+    std::optional<int> partner;
+};
+
+/// The bracket right before \p caret or else right behind it, and where the other one of its pair
+/// is. Nothing when there is no bracket in the code. Linear in the text, and free where the
+/// characters beside the caret are no brackets.
+[[nodiscard]] std::optional<BracketPair> bracketAt(QStringView text, int caret);
+
+} // namespace Korvane
