@@ -1,14 +1,16 @@
 #include "editor/CodeEditorView.h"
 
 #include "document/EditorFile.h"
+#include "document/PythonIndentation.h"
 #include "document/PythonTextStorage.h"
+#include "editor/EditorBar.h"
+#include "editor/EditorCommands.h"
+#include "editor/EditorMarks.h"
 #include "editor/EditorSearch.h"
-#include "editor/GoToLineBar.h"
 #include "editor/LineNumberRulerView.h"
 #include "editor/PythonTextLayout.h"
 #include "theme/Theme.h"
 
-#include <QAction>
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMenu>
@@ -24,14 +26,13 @@ namespace Korvane {
 namespace {
 
 constexpr int codePixelSize = 13;
-constexpr int textMargin = 5;
-constexpr int tabWidthInBlanks = 4;
 
 } // namespace
 
 CodeEditorView::CodeEditorView(QWidget *parent)
     : QPlainTextEdit(parent)
     , m_noFile(new EditorFile(QString(), {}, {}, this))
+    , m_indentWidth(PythonIndentation::standardWidth)
 {
     setObjectName(QStringLiteral("editor"));
     setFrameShape(QFrame::NoFrame);
@@ -40,26 +41,12 @@ CodeEditorView::CodeEditorView(QWidget *parent)
     setFont(codeFont());
     setInputMethodHints(Qt::ImhMultiLine | Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText);
 
-    m_findAction = makeAction(tr("Find…"), QKeySequence::Find);
-    m_findNextAction = makeAction(tr("Find Next"), Qt::Key_F3);
-    m_findPreviousAction = makeAction(tr("Find Previous"), Qt::SHIFT | Qt::Key_F3);
-    m_goToLineAction = makeAction(tr("Go to Line…"), Qt::CTRL | Qt::Key_G);
-    m_toggleBreakpointAction = makeAction(tr("Toggle Breakpoint"), Qt::Key_F9);
-    // It applies to the line of the caret, so the editor must have the focus.
-    m_toggleBreakpointAction->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-
     m_besideBar = new QWidget;
     addScrollBarWidget(m_besideBar, Qt::AlignTop);
     m_ruler = new LineNumberRulerView(*this);
     m_ruler->onToggleBreakpoint = [this](int line) { emit breakpointToggleRequested(line); };
-    m_search = new EditorSearch(*this);
-
-    connect(m_findAction, &QAction::triggered, m_search, &EditorSearch::open);
-    connect(m_findNextAction, &QAction::triggered, m_search, &EditorSearch::findNext);
-    connect(m_findPreviousAction, &QAction::triggered, m_search, &EditorSearch::findPrevious);
-    connect(m_goToLineAction, &QAction::triggered, this, &CodeEditorView::openGoToLineBar);
-    connect(m_toggleBreakpointAction, &QAction::triggered, this,
-            [this] { emit breakpointToggleRequested(currentLine()); });
+    m_commands = new EditorCommands(*this, *new EditorSearch(*this));
+    m_marks = new EditorMarks(*this);
 
     connect(this, &QPlainTextEdit::updateRequest, m_ruler, [this](const QRect &rect, int scrolled) {
         if (scrolled != 0)
@@ -75,20 +62,6 @@ CodeEditorView::CodeEditorView(QWidget *parent)
     present(*m_noFile);
 }
 
-void CodeEditorView::openGoToLineBar()
-{
-    if (!m_goToLineBar) {
-        m_goToLineBar = new GoToLineBar(this);
-        connect(m_goToLineBar, &EditorBar::closeRequested, this, [this] { setBar(nullptr); });
-        connect(m_goToLineBar, &GoToLineBar::lineChosen, this, [this](int line) {
-            setBar(nullptr);
-            goToLine(line);
-        });
-    }
-    m_goToLineBar->setLine(currentLine(), blockCount());
-    setBar(m_goToLineBar);
-}
-
 const QFont &CodeEditorView::codeFont()
 {
     static const QFont font = [] {
@@ -98,14 +71,6 @@ const QFont &CodeEditorView::codeFont()
         return fixed;
     }();
     return font;
-}
-
-QAction *CodeEditorView::makeAction(const QString &text, const QKeySequence &key)
-{
-    auto *action = new QAction(text, this);
-    action->setShortcut(key);
-    addAction(action);
-    return action;
 }
 
 void CodeEditorView::showDocument(EditorFile *file)
@@ -154,8 +119,6 @@ void CodeEditorView::present(EditorFile &file)
 /// Makes the shown text look like code of this view.
 void CodeEditorView::prepareStorage()
 {
-    if (m_storage->documentMargin() != textMargin)
-        m_storage->setDocumentMargin(textMargin);
     setCodeFont();
     PythonTextLayout::attachTo(*m_storage);
     m_storage->setColors(Theme::of(palette()));
@@ -302,35 +265,18 @@ void CodeEditorView::layOut()
     }
 }
 
-bool CodeEditorView::focusNextPrevChild(bool next)
-{
-    if (next) // Tab inserts blanks
-        return QPlainTextEdit::focusNextPrevChild(next);
-    // QPlainTextEdit would refuse Shift+Tab, too, and the focus could not leave the editor.
-    // NOLINTNEXTLINE(bugprone-parent-virtual-call)
-    return QAbstractScrollArea::focusNextPrevChild(next);
-}
-
 void CodeEditorView::keyPressEvent(QKeyEvent *event)
 {
-    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (event->key() == Qt::Key_Tab && event->modifiers() == Qt::NoModifier) {
-        textCursor().insertText(QString(tabWidthInBlanks, u' '));
-        ensureCursorVisible();
-    } else if (event->key() == Qt::Key_Escape && m_bar) {
+    if (event->key() == Qt::Key_Escape && m_bar)
         setBar(nullptr);
-    } else if (isReturn && (event->modifiers() & Qt::ShiftModifier)) {
-        // Qt would insert a line separator, which is no line end in Python.
-        textCursor().insertText(QStringLiteral("\n"));
-        ensureCursorVisible();
-    } else {
+    else if (!m_commands->handleKey(*event))
         QPlainTextEdit::keyPressEvent(event);
-    }
 }
 
 void CodeEditorView::paintEvent(QPaintEvent *event)
 {
     showColors(); // of lines that came into view
+    m_marks->paint(*event);
     QPlainTextEdit::paintEvent(event);
 }
 
@@ -347,6 +293,8 @@ void CodeEditorView::changeEvent(QEvent *event)
         return;
     if (event->type() == QEvent::FontChange) {
         setCodeFont();
+        layOut();
+        m_ruler->update();
     } else if (event->type() == QEvent::PaletteChange) {
         m_storage->setColors(Theme::of(palette()));
         m_ruler->update();
@@ -354,19 +302,40 @@ void CodeEditorView::changeEvent(QEvent *event)
     }
 }
 
+void CodeEditorView::setIndentWidth(int blanks)
+{
+    m_indentWidth = blanks;
+    m_commands->setIndentWidth(blanks);
+    setCodeFont();
+}
+
+void CodeEditorView::setLineLengthMark(int column)
+{
+    m_marks->setLineLength(column);
+}
+
+void CodeEditorView::setBlanksShown(bool isShown)
+{
+    m_areBlanksShown = isShown;
+    setCodeFont();
+}
+
 void CodeEditorView::setCodeFont()
 {
     QTextOption option = m_storage->defaultTextOption();
+    option.setFlags(m_areBlanksShown ? QTextOption::ShowTabsAndSpaces : QTextOption::Flags());
     // A line that begins with a word in a right-to-left script is a line of code nevertheless.
     option.setTextDirection(Qt::LeftToRight);
     option.setWrapMode(wordWrapMode());
-    option.setTabStopDistance(tabWidthInBlanks * QFontMetricsF(font()).horizontalAdvance(u' '));
+    option.setTabStopDistance(PythonIndentation::standardWidth
+                              * QFontMetricsF(font()).horizontalAdvance(u' '));
     const QTextOption current = m_storage->defaultTextOption();
     // Each of the two lays the whole text out again.
     if (m_storage->defaultFont() != font())
         m_storage->setDefaultFont(font());
     if (current.textDirection() != option.textDirection() || current.wrapMode() != option.wrapMode()
-        || current.tabStopDistance() != option.tabStopDistance())
+        || current.tabStopDistance() != option.tabStopDistance()
+        || current.flags() != option.flags())
         m_storage->setDefaultTextOption(option);
 }
 
@@ -375,9 +344,13 @@ void CodeEditorView::contextMenuEvent(QContextMenuEvent *event)
     QMenu *menu = createStandardContextMenu(event->pos());
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->addSeparator();
-    menu->addActions({m_findAction, m_goToLineAction});
+    const EditorCommands &commands = *m_commands;
+    menu->addActions({commands[EditorCommands::ToggleComment], commands[EditorCommands::Indent],
+                      commands[EditorCommands::Unindent]});
     menu->addSeparator();
-    menu->addAction(m_toggleBreakpointAction);
+    menu->addActions({commands[EditorCommands::Find], commands[EditorCommands::GoToLine]});
+    menu->addSeparator();
+    menu->addAction(commands[EditorCommands::ToggleBreakpoint]);
     menu->popup(event->globalPos());
 }
 

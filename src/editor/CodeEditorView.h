@@ -4,14 +4,12 @@
 
 #include <utility>
 
-class QAction;
-
 namespace Korvane {
 
 class EditorBar;
+class EditorCommands;
 class EditorFile;
-class EditorSearch;
-class GoToLineBar;
+class EditorMarks;
 class LineNumberRulerView;
 class PythonTextStorage;
 
@@ -60,13 +58,16 @@ public:
     /// focus moves into the bar, or back to the text.
     void setBar(EditorBar *bar);
 
-    /// What the editor offers, for menus. The keys of all but the last work wherever in the window
-    /// the focus is.
-    [[nodiscard]] QAction *findAction() const { return m_findAction; }
-    [[nodiscard]] QAction *findNextAction() const { return m_findNextAction; }
-    [[nodiscard]] QAction *findPreviousAction() const { return m_findPreviousAction; }
-    [[nodiscard]] QAction *goToLineAction() const { return m_goToLineAction; }
-    [[nodiscard]] QAction *toggleBreakpointAction() const { return m_toggleBreakpointAction; }
+    [[nodiscard]] const EditorCommands &commands() const { return *m_commands; }
+    /// The document that is shown, or a stand-in.
+    [[nodiscard]] EditorFile &file() const { return *m_file; }
+
+    /// The blanks of a step of indentation, and the width of a tab character. At first 4.
+    void setIndentWidth(int blanks);
+    /// Draws a line behind \p column characters, or none for 0.
+    void setLineLengthMark(int column);
+    /// Shows blanks and tabs as signs.
+    void setBlanksShown(bool isShown);
 
 signals:
     /// The user asks to set or remove a breakpoint.
@@ -76,7 +77,6 @@ signals:
     void barChanged();
 
 protected:
-    bool focusNextPrevChild(bool next) override;
     void keyPressEvent(QKeyEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
@@ -86,7 +86,6 @@ protected:
     void insertFromMimeData(const QMimeData *source) override;
 
 private:
-    QAction *makeAction(const QString &text, const QKeySequence &key);
     void present(EditorFile &file);
     void prepareStorage();
     void leaveDocument();
@@ -97,7 +96,6 @@ private:
     void showColors();
     void layOut();
     void setCodeFont();
-    void openGoToLineBar();
 
     /// Shown until there is a document and when it is destroyed.
     EditorFile *m_noFile;
@@ -105,14 +103,11 @@ private:
     PythonTextStorage *m_storage = nullptr; // of m_file
     QWidget *m_besideBar = nullptr;         // keeps the scroll bar out of the bar's rows
     LineNumberRulerView *m_ruler = nullptr;
-    EditorSearch *m_search = nullptr;
-    GoToLineBar *m_goToLineBar = nullptr; // made when it is opened first
-    EditorBar *m_bar = nullptr;           // the one on show
-    QAction *m_findAction;
-    QAction *m_findNextAction;
-    QAction *m_findPreviousAction;
-    QAction *m_goToLineAction;
-    QAction *m_toggleBreakpointAction;
+    EditorCommands *m_commands;
+    EditorMarks *m_marks = nullptr;
+    EditorBar *m_bar = nullptr; // the one on show
+    bool m_areBlanksShown = false;
+    int m_indentWidth;
     bool m_isPlacingCaret = false;
     int m_keptCaret = 0; // while the whole text is replaced
 };

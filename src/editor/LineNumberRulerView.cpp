@@ -3,6 +3,7 @@
 #include "editor/CodeEditorView.h"
 #include "theme/Theme.h"
 
+#include <QFontInfo>
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QMouseEvent>
@@ -16,7 +17,8 @@ namespace Korvane {
 
 namespace {
 
-constexpr int numberPixelSize = 11;
+/// A number's size beside the code's: 11 pixels beside the 13 of the standard font.
+constexpr double numberSize = 11.0 / 13.0;
 
 QString listed(const QSet<int> &lines)
 {
@@ -71,7 +73,10 @@ void LineNumberRulerView::setPausedLine(std::optional<int> line)
 int LineNumberRulerView::thickness() const
 {
     const int lineCount = m_textView->blockCount();
-    if (lineCount < 1000)
+    // Without a look at the font, which would be loaded at the start for it.
+    const bool isStandard =
+        m_textView->font().pixelSize() <= CodeEditorView::codeFont().pixelSize();
+    if (lineCount < 100 && isStandard)
         return standardThickness;
     constexpr qreal gap = 3;
     const QString widest(QString::number(lineCount).size(), u'9');
@@ -167,7 +172,7 @@ QFont LineNumberRulerView::numberFont(QFont::Weight weight) const
 {
     // The desktop's font: nearly all such fonts have digits of equal width.
     QFont font = QGuiApplication::font();
-    font.setPixelSize(numberPixelSize);
+    font.setPixelSize(std::max(1, qRound(QFontInfo(m_textView->font()).pixelSize() * numberSize)));
     font.setWeight(weight);
     return font;
 }

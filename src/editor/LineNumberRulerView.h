@@ -36,8 +36,8 @@ public:
     void setPausedLine(std::optional<int> line);
 
     [[nodiscard]] std::optional<int> pausedLine() const { return m_pausedLine; }
-    /// The required width. From 1,000 lines on it is more than the standard: numbers of four digits
-    /// would overlap the dots.
+    /// The required width. From 100 lines on it is more than the standard: numbers of three digits
+    /// would touch the dots.
     [[nodiscard]] int thickness() const;
 
     /// Called with the line that was clicked.

@@ -42,6 +42,7 @@ constexpr std::array<Entry, Theme::roleCount> table{{
     {0xff1a5fc8, 0xff2b5fad}, // Selection
     {0xffffffff, 0xffffffff}, // SelectedText
     {0xffffe38a, 0xff5f5014}, // FoundText
+    {0xfff4f6fa, 0xff23252b}, // CurrentLine
     {0xffe02b35, 0xffff5a52}, // BreakpointMarker
     {0x47ffc400, 0x47ffd60a}, // PausedBand
 }};

@@ -43,6 +43,7 @@ public:
         Selection,
         SelectedText, // on Selection
         FoundText,    // behind matches of the find bar
+        CurrentLine,  // of the editor
         BreakpointMarker,
         PausedBand, // over the paused line, translucent
     };

@@ -1,6 +1,7 @@
 #include "document/EditorFile.h"
 #include "document/PythonTextStorage.h"
 #include "editor/CodeEditorView.h"
+#include "editor/EditorCommands.h"
 #include "editor/LineNumberRulerView.h"
 #include "editor/PythonTextLayout.h"
 #include "theme/Theme.h"
@@ -102,9 +103,50 @@ private slots:
         desk.press(Qt::Key_Tab);
         QCOMPARE(desk.editor.text(), u"        c\n"_s);
         desk.press(Qt::Key_Return, Qt::ShiftModifier);
-        QCOMPARE(desk.editor.text(), u"        \nc\n"_s);
+        QCOMPARE(desk.editor.text(), u"        \n        c\n"_s);
         QCOMPARE(desk.editor.document()->defaultTextOption().tabStopDistance(),
                  4 * QFontMetricsF(desk.editor.font()).horizontalAdvance(u' '));
+    }
+
+    void editsLinesInOneStepEach()
+    {
+        const QString before = u"if a:  \n    (b)\nc\nd"_s;
+        Desk desk(before);
+        desk.file.toggleBreakpoint(2);
+        desk.file.toggleBreakpoint(3);
+        using Lines = QSet<int>;
+        struct Case
+        {
+            int caret;
+            Qt::Key key;
+            Qt::KeyboardModifiers modifiers;
+            QString after;
+            Lines breakpoints;
+        };
+        const std::vector<Case> cases{
+            {5, Qt::Key_Return, {}, u"if a:\n    \n    (b)\nc\nd"_s, {3, 4}},
+            {12, Qt::Key_Backspace, {}, u"if a:  \n(b)\nc\nd"_s, {2, 3}},
+            {14, Qt::Key_Backtab, Qt::ShiftModifier, u"if a:  \n(b)\nc\nd"_s, {2, 3}},
+            {16,
+             Qt::Key_BracketRight,
+             Qt::ControlModifier,
+             u"if a:  \n    (b)\n    c\nd"_s,
+             {2, 3}},
+            {0, Qt::Key_Down, Qt::AltModifier, u"    (b)\nif a:  \nc\nd"_s, {1, 3}},
+            {18, Qt::Key_Up, Qt::AltModifier, u"if a:  \n    (b)\nd\nc"_s, {2, 4}},
+        };
+        for (const Case &row : cases) {
+            desk.putCaret(row.caret);
+            desk.press(row.key, row.modifiers);
+            QCOMPARE(desk.editor.text(), row.after);
+            QCOMPARE(desk.file.breakpoints(), row.breakpoints);
+            desk.press(Qt::Key_Z, Qt::ControlModifier);
+            QCOMPARE(desk.editor.text(), before);
+            QCOMPARE(desk.file.breakpoints(), (Lines{2, 3}));
+        }
+        desk.press(Qt::Key_F, Qt::ControlModifier); // the field keeps these keys
+        desk.press(Qt::Key_K, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(desk.editor.text(), before);
     }
 
     void copiesAndPastesExactly()
@@ -254,7 +296,9 @@ private slots:
         QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(60, 10), QPoint(60, 10));
         QApplication::sendEvent(desk.editor.viewport(), &event);
         auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-        QVERIFY(menu && menu->actions().contains(desk.editor.toggleBreakpointAction()));
+        QVERIFY(
+            menu
+            && menu->actions().contains(desk.editor.commands()[EditorCommands::ToggleBreakpoint]));
         menu->close();
     }
 
@@ -276,7 +320,7 @@ private slots:
 
     void growsTheGutterWithTheText()
     {
-        Desk desk(numbered(998)); // and an empty one
+        Desk desk(numbered(98)); // and an empty one
         QCOMPARE(desk.gutter()->width(), 44);
         desk.press(Qt::Key_Return);
         QVERIFY(desk.gutter()->width() > 44);

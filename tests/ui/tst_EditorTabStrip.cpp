@@ -7,6 +7,7 @@
 #include <QAccessible>
 #include <QClipboard>
 #include <QDropEvent>
+#include <QLineEdit>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QPainter>
@@ -200,7 +201,7 @@ private slots:
         m_fixture->prompts.choice = u"Don’t Save"_s;
         m_fixture->press(Qt::Key_W, Qt::ControlModifier);
         QTRY_COMPARE(shown(), u"[b]"_s);
-        QVERIFY(focused->hasFocus());
+        QVERIFY(m_fixture->find<QWidget>(focus == u"tabs" ? "tabs" : "editor")->hasFocus());
     }
 
     void scrollsWhatDoesNotFit()
@@ -278,21 +279,17 @@ private slots:
 
     void hasTheMenusOfTheProgram()
     {
-        QCOMPARE(menu(0).join(u'|'),
-                 QStringLiteral("New File Ctrl+N|-|Save Ctrl+S|Save As… Ctrl+Shift+S|-|"
-                                "Send to Device Ctrl+U|-|Close Ctrl+W|Quit Ctrl+Q"));
-        QCOMPARE(menu(1).join(u'|'),
-                 QStringLiteral("Undo Ctrl+Z|Redo Ctrl+Shift+Z|-|Cut Ctrl+X|"
-                                "Copy Ctrl+C|Paste Ctrl+V|-|Select All Ctrl+A|-|"
-                                "Find… Ctrl+F|Find Next F3|Find Previous Shift+F3|"
-                                "Go to Line… Ctrl+G"));
-        QCOMPARE(menu(2).join(u'|'),
-                 QStringLiteral("Local Files|Device Files|-|Shell|Variables|-|"
-                                "Next File Ctrl+Tab|Previous File Ctrl+PgUp|Open Files"));
-        QCOMPARE(menu(3).join(u'|'), QStringLiteral("Run Ctrl+R|Stop Ctrl+."));
-        QCOMPARE(menu(4).join(u'|'),
-                 QStringLiteral("Debug on Device Ctrl+Y|Step|Continue|Stop Debugging|-|"
-                                "Clear Breakpoints in This File"));
+        // Every command with a key is in a menu, and the menu shows its key.
+        QStringList shown;
+        for (int i = 0; i < m_fixture->window().menuBar()->actions().size(); ++i)
+            shown << menu(i);
+        for (const QAction *action : m_fixture->window().findChildren<QAction *>()) {
+            const QString text = action->text().remove(u'&');
+            const QString key = action->shortcut().toString(QKeySequence::NativeText);
+            if (!key.isEmpty() && !qobject_cast<QLineEdit *>(action->parent()))
+                QVERIFY2(shown.contains(text + u' ' + key), qPrintable(text));
+        }
+        QVERIFY(shown.contains(u"Previous File Ctrl+Shift+Tab"_s));
         auto *editor = m_fixture->find<CodeEditorView>("editor");
         editor->setFocus();
         QTest::keyClicks(editor, u"abc"_s);

@@ -38,7 +38,7 @@ void Actions::addFileCommands()
     add(NewFile, tr("&New File"), KeyText::sequence(u"⌘N"),
         [this] { m_state.documents().newFile(); });
     describe(NewFile, QStringLiteral("doc.badge.plus"), role, tr("New File"), tr("New File (⌘N)"));
-    add(OpenFile, tr("Open File"), {}, [this] { openFile(); });
+    add(OpenFile, tr("&Open File…"), KeyText::sequence(u"⌘O"), [this] { openFile(); });
     describe(OpenFile, QStringLiteral("folder"), role, tr("Open File"), tr("Open File (⌘O)"));
     add(Save, tr("&Save"), KeyText::sequence(u"⌘S"), [this] { m_state.saving().save(); });
     describe(Save, QStringLiteral("square.and.arrow.down"), role, tr("Save"), tr("Save (⌘S)"));
@@ -81,11 +81,13 @@ void Actions::addPaneCommands()
     add(NextFile, tr("&Next File"))
         ->setShortcuts(
             {QKeySequence(Qt::CTRL | Qt::Key_Tab), QKeySequence(Qt::CTRL | Qt::Key_PageDown)});
-    // With Shift held, the Tab key sends Backtab.
+    // Menus show the first. With Shift held, the Tab key sends Backtab.
     add(PreviousFile, tr("&Previous File"))
-        ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_PageUp),
-                        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab),
-                        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backtab)});
+        ->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab),
+                        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backtab),
+                        QKeySequence(Qt::CTRL | Qt::Key_PageUp)});
+    // The editor keeps Tab for itself.
+    add(NextPane, tr("Next P&ane"), Qt::Key_F6);
 }
 
 void Actions::addRunCommands()

@@ -21,7 +21,7 @@ class AppState;
 /// Menus, toolbar and debug bar show these actions, and none makes a second one for a command.
 ///
 /// Commands on the state are connected here. Commands of a view or of the assistant's server
-/// (CloseFile, NextFile, PreviousFile and the last four) are connected by their owners.
+/// (CloseFile, NextFile, PreviousFile, NextPane and the last four) are connected by their owners.
 class Actions final : public QObject
 {
     Q_OBJECT
@@ -47,6 +47,7 @@ public:
         ShowVariables,
         NextFile,
         PreviousFile,
+        NextPane,
         Run,  // made visible by the toolbar while no local program runs
         Stop, // also ends a program on the board
         Debug,

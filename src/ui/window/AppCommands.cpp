@@ -2,6 +2,7 @@
 
 #include "app/AppState.h"
 #include "editor/CodeEditorView.h"
+#include "editor/EditorCommands.h"
 #include "ui/controls/PlainText.h"
 #include "ui/window/Actions.h"
 
@@ -29,7 +30,7 @@ AppCommands::AppCommands(AppState &state, Actions &actions, CodeEditorView &edit
 void AppCommands::addFileMenu()
 {
     QMenu *menu = m_window.menuBar()->addMenu(tr("&File"));
-    menu->addAction(m_actions[Actions::NewFile]);
+    menu->addActions({m_actions[Actions::NewFile], m_actions[Actions::OpenFile]});
     menu->addSeparator();
     menu->addActions({m_actions[Actions::Save], m_actions[Actions::SaveAs]});
     menu->addSeparator();
@@ -48,8 +49,16 @@ void AppCommands::addEditMenu()
     menu->addSeparator();
     menu->addAction(m_actions[Actions::SelectAll]);
     menu->addSeparator();
-    menu->addActions({m_editor.findAction(), m_editor.findNextAction(),
-                      m_editor.findPreviousAction(), m_editor.goToLineAction()});
+    const EditorCommands &editor = m_editor.commands();
+    menu->addActions({editor[EditorCommands::Find], editor[EditorCommands::FindNext],
+                      editor[EditorCommands::FindPrevious],
+                      editor[EditorCommands::SelectNextOccurrence],
+                      editor[EditorCommands::GoToLine]});
+    menu->addSeparator();
+    menu->addActions({editor[EditorCommands::Indent], editor[EditorCommands::Unindent],
+                      editor[EditorCommands::ToggleComment], editor[EditorCommands::MoveLinesUp],
+                      editor[EditorCommands::MoveLinesDown], editor[EditorCommands::DuplicateLines],
+                      editor[EditorCommands::DeleteLines], editor[EditorCommands::JoinLines]});
 }
 
 void AppCommands::addViewMenu()
@@ -60,7 +69,8 @@ void AppCommands::addViewMenu()
     m_viewMenu->addSeparator();
     m_viewMenu->addActions({m_actions[Actions::ShowShell], m_actions[Actions::ShowVariables]});
     m_viewMenu->addSeparator();
-    m_viewMenu->addActions({m_actions[Actions::NextFile], m_actions[Actions::PreviousFile]});
+    m_viewMenu->addActions({m_actions[Actions::NextPane], m_actions[Actions::NextFile],
+                            m_actions[Actions::PreviousFile]});
     QMenu *files = m_viewMenu->addMenu(tr("&Open Files"));
     connect(files, &QMenu::aboutToShow, this, [this, files] { listOpenFiles(files); });
 }
@@ -77,7 +87,8 @@ void AppCommands::addDebugMenu()
     menu->addActions({m_actions[Actions::Debug], m_actions[Actions::Step],
                       m_actions[Actions::Continue], m_actions[Actions::StopDebugging]});
     menu->addSeparator();
-    menu->addAction(m_actions[Actions::ClearBreakpoints]);
+    menu->addActions({m_editor.commands()[EditorCommands::ToggleBreakpoint],
+                      m_actions[Actions::ClearBreakpoints]});
 }
 
 void AppCommands::listOpenFiles(QMenu *menu)

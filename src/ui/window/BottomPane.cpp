@@ -59,8 +59,10 @@ BottomPane::BottomPane(AppState &state, const Actions &actions, QWidget *parent)
     column->addWidget(new Divider);
     column->addWidget(m_body, 1);
 
-    connect(m_shellTab, &QToolButton::clicked, this,
-            [this] { m_state.setBottomTab(AppState::BottomTab::Shell); });
+    connect(m_shellTab, &QToolButton::clicked, this, [this] {
+        m_state.setBottomTab(AppState::BottomTab::Shell);
+        focusPane();
+    });
     connect(m_variablesTab, &QToolButton::clicked, this,
             [this] { m_state.setBottomTab(AppState::BottomTab::Variables); });
     connect(&state, &AppState::bottomTabChanged, this, &BottomPane::showTab);

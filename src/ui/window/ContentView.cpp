@@ -24,7 +24,6 @@
 #include <QPointer>
 #include <QProgressDialog>
 #include <QScreen>
-#include <QShortcut>
 #include <QSplitter>
 
 #include <algorithm>
@@ -66,6 +65,7 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     setAccessibleName(QGuiApplication::applicationDisplayName()); // in place of the title
     addToolBar(new IDEToolbar(state, *m_commands));
     connectTabs();
+    connectFocus();
     new Announcer(state, this);
     setAcceptDrops(true);
 
@@ -100,10 +100,6 @@ ContentView::ContentView(AppState &state, QWidget *parent)
             edit->installEventFilter(this);
     });
     m_editorArea->editor().setFocus();
-
-    // The editor keeps Tab for itself.
-    auto *nextPane = new QShortcut(Qt::Key_F6, this);
-    connect(nextPane, &QShortcut::activated, this, &ContentView::focusNextPane);
 }
 
 QMenu &ContentView::viewMenu()
@@ -119,6 +115,25 @@ void ContentView::connectTabs()
             &EditorTabStrip::closeSelected);
     connect(commands[Actions::NextFile], &QAction::triggered, tabs, [tabs] { tabs->step(1); });
     connect(commands[Actions::PreviousFile], &QAction::triggered, tabs, [tabs] { tabs->step(-1); });
+}
+
+/// What the user chooses gets the keyboard. A document that the assistant opens does not.
+void ContentView::connectFocus()
+{
+    const Actions &commands = *m_commands;
+    connect(commands[Actions::NextPane], &QAction::triggered, this, &ContentView::focusNextPane);
+    for (const auto page : {Actions::ShowShell, Actions::ShowVariables})
+        connect(commands[page], &QAction::triggered, m_bottomPane, &BottomPane::focusPane);
+    const auto focusEditor = [this] { m_editorArea->editor().setFocus(); };
+    connect(&m_state.documents(), &OpenFiles::fileChosen, this, [this, focusEditor] {
+        // The arrow keys go on from tab to tab.
+        if (!m_editorArea->tabs().hasFocus())
+            focusEditor();
+    });
+    connect(&m_editorArea->tabs(), &QTabBar::tabBarClicked, this, [focusEditor](int tab) {
+        if (tab >= 0)
+            focusEditor();
+    });
 }
 
 bool ContentView::eventFilter(QObject *watched, QEvent *event)

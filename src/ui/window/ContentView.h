@@ -41,6 +41,7 @@ private:
     QCoro::Task<void> closeWhenWritten();
     void openDropped(const QMimeData *dropped);
     void connectTabs();
+    void connectFocus();
     void focusNextPane();
     [[nodiscard]] bool isOwnShortcut(const QKeySequence &keys) const;
 

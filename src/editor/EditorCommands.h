@@ -1,0 +1,79 @@
+#pragma once
+
+#include "document/PythonIndentation.h"
+
+#include <QObject>
+
+#include <array>
+#include <optional>
+
+class QAction;
+class QKeyEvent;
+class QKeySequence;
+
+namespace Korvane {
+
+class CodeEditorView;
+class EditorSearch;
+class GoToLineBar;
+class LineCommands;
+struct TextEdit;
+
+/// What the editor does beyond typing: one QAction for each command, for menus, and the keys that
+/// indent. Each command that edits is one step of the undo history.
+class EditorCommands final : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum Command {
+        // Wherever in the window the focus is
+        Find,
+        FindNext,
+        FindPrevious,
+        GoToLine,
+        // While the editor has the focus
+        ToggleBreakpoint,
+        SelectNextOccurrence,
+        Indent,
+        Unindent,
+        ToggleComment,
+        MoveLinesUp,
+        MoveLinesDown,
+        DuplicateLines,
+        DeleteLines,
+        JoinLines,
+    };
+    static constexpr int commandCount = JoinLines + 1;
+
+    /// Child of \p view.
+    EditorCommands(CodeEditorView &view, EditorSearch &search);
+
+    [[nodiscard]] QAction *operator[](Command command) const { return m_actions[command]; }
+    /// The blanks of a step, at least 1.
+    void setIndentWidth(int blanks) { m_indentWidth = blanks; }
+    /// Does what the keys Return, Backspace, Tab and Shift+Tab do in code. False for another key,
+    /// which the text edit handles.
+    bool handleKey(const QKeyEvent &event);
+
+private:
+    void addSearchCommands(EditorSearch &search);
+    void addLineCommands();
+    QAction *add(Command command, const QString &text, const QKeySequence &key);
+    void addLineCommand(Command command, const QString &text, const QKeySequence &key,
+                        std::optional<TextEdit> (LineCommands::*edit)() const);
+    [[nodiscard]] LineCommands lineCommands() const;
+    void apply(const std::optional<TextEdit> &edit);
+    void selectNextOccurrence();
+    [[nodiscard]] PythonIndentation indentation() const { return PythonIndentation(m_indentWidth); }
+    void beginLine();
+    [[nodiscard]] bool removeStep();
+    void openGoToLineBar();
+
+    CodeEditorView &m_view;
+    GoToLineBar *m_goToLineBar = nullptr; // made when it is opened first
+    int m_indentWidth;
+    std::array<QAction *, commandCount> m_actions{};
+};
+
+} // namespace Korvane

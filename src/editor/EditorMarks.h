@@ -1,0 +1,46 @@
+#pragma once
+
+#include "document/PythonScanner.h"
+
+#include <QObject>
+
+class QPaintEvent;
+class QPainter;
+
+namespace Korvane {
+
+class CodeEditorView;
+
+/// What is drawn behind the characters of the editor: the line of the caret, the pair of brackets
+/// beside the caret, and a line behind a number of columns.
+class EditorMarks final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Child of \p view.
+    explicit EditorMarks(CodeEditorView &view);
+
+    /// Draws a line behind \p column characters, or none for 0.
+    void setLineLength(int column);
+    /// Before the text is painted.
+    void paint(const QPaintEvent &event) const;
+
+    /// The brackets that are marked now.
+    [[nodiscard]] const std::optional<BracketPair> &brackets() const { return m_brackets; }
+
+private:
+    void follow();
+    void findBrackets();
+    void paintBracket(QPainter &painter, int position) const;
+    [[nodiscard]] std::optional<QRect> lineRect(int line) const;
+    [[nodiscard]] std::optional<QRectF> bracketRect(int position) const;
+    void updateBrackets();
+
+    CodeEditorView &m_view;
+    std::optional<BracketPair> m_brackets;
+    int m_line = 1;
+    int m_lineLength = 0;
+};
+
+} // namespace Korvane
