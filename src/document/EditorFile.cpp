@@ -3,6 +3,8 @@
 #include "document/PythonTextStorage.h"
 #include "theme/Theme.h"
 
+#include <QTextBlock>
+
 #include <utility>
 
 namespace Korvane {
@@ -23,8 +25,10 @@ EditorFile::EditorFile(const QString &name, const DocumentPlace &place, const Do
     , m_format(text.format)
     , m_saved(text)
 {
-    if (!text.content.isEmpty())
-        m_storage->setText(text.content);
+    if (!text.content.isEmpty()) {
+        m_storage->setText(m_longLines.breakUpAll(text.content));
+        static_cast<void>(m_longLines.follow({}, 0, false));
+    }
     connect(m_storage, &PythonTextStorage::linesEdited, this, &EditorFile::follow);
     connect(m_storage, &PythonTextStorage::edited, this, &EditorFile::handleEdited);
 }
@@ -56,21 +60,53 @@ void EditorFile::moveTo(const QString &name, const DocumentPlace &place)
     emit changed();
 }
 
-const QString &EditorFile::content() const
+QString EditorFile::content() const
 {
-    return m_storage->text();
+    return content(0, static_cast<int>(m_storage->text().size()));
+}
+
+QString EditorFile::content(int start, int end) const
+{
+    const QString &shown = m_storage->text();
+    if (m_longLines.continued().isEmpty())
+        return shown.mid(start, end - start);
+    QString joined;
+    joined.reserve(end - start);
+    int taken = start;
+    for (const int line : m_longLines.continued()) {
+        const int lineEnd = m_storage->findBlockByNumber(line - 1).position() - 1;
+        if (lineEnd < start || lineEnd >= end)
+            continue;
+        joined += QStringView(shown).sliced(taken, lineEnd - taken);
+        taken = lineEnd + 1;
+    }
+    joined += QStringView(shown).sliced(taken, end - taken);
+    return joined;
 }
 
 void EditorFile::setContent(const QString &content)
 {
-    m_storage->replaceText(content);
+    m_storage->replaceText(m_longLines.breakUpAll(content));
+    m_longLines.forgetInsertion();
+}
+
+void EditorFile::insertText(QTextCursor &cursor, QString text)
+{
+    const QTextBlock first = m_storage->findBlock(cursor.selectionStart());
+    const QTextBlock last = m_storage->findBlock(cursor.selectionEnd());
+    const qsizetype before = cursor.selectionStart() - first.position();
+    const qsizetype behind = last.position() + last.length() - 1 - cursor.selectionEnd();
+    text =
+        m_longLines.breakUp(TextFormat().detach(text), {first.blockNumber() + 1, before, behind});
+    cursor.insertText(text);
+    m_longLines.forgetInsertion();
 }
 
 void EditorFile::reload(const DocumentText &text)
 {
     m_saved = text;
     ++m_savedNumber;
-    m_storage->replaceText(text.content);
+    setContent(text.content);
     m_format = text.format;
     updateModified();
     setFileChange(FileChange::None);
@@ -106,7 +142,7 @@ void EditorFile::clearBreakpoints()
 
 void EditorFile::moveBreakpoints(int firstLine, int lastLine, int by)
 {
-    m_breakpoints.moveLines(firstLine, lastLine, by);
+    m_breakpoints.moveLines(m_longLines.fileLine(firstLine), m_longLines.fileLine(lastLine), by);
     emit breakpointsChanged();
 }
 
@@ -119,8 +155,9 @@ void EditorFile::setDebugLines(const QSet<int> &armed, std::optional<int> paused
     emit debugLinesChanged();
 }
 
-void EditorFile::follow(const LineEdit &edit, int undoSteps, bool isHistory)
+void EditorFile::follow(const LineEdit &shownEdit, int undoSteps, bool isHistory)
 {
+    const LineEdit edit = m_longLines.follow(shownEdit, undoSteps, isHistory);
     m_format.edited(edit.firstLine, edit.removedLines, edit.addedLines);
     if (m_breakpoints.follow(edit, undoSteps, isHistory))
         m_haveBreakpointsMoved = true;
@@ -136,8 +173,9 @@ void EditorFile::handleEdited()
 
 void EditorFile::updateModified()
 {
-    // Sizes are compared first: most keys need no look at the text.
-    const bool isSame = m_saved && m_saved->content == content();
+    // Most keys need no look at the text.
+    const qsizetype size = m_storage->text().size() - m_longLines.continued().size();
+    const bool isSame = m_saved && m_saved->content.size() == size && m_saved->content == content();
     // Undoing the removal of a line does not restore its line end in a file that mixes them.
     if (isSame)
         m_format = m_saved->format;

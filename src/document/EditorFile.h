@@ -2,6 +2,7 @@
 
 #include "document/DocumentPlace.h"
 #include "document/LineMarks.h"
+#include "document/LongLines.h"
 #include "document/TextFormat.h"
 
 #include <QObject>
@@ -66,12 +67,18 @@ public:
     /// The document belongs to another place from now on.
     void moveTo(const QString &name, const DocumentPlace &place);
 
+    /// What the editor shows and edits: the text, with very long lines in pieces.
     [[nodiscard]] PythonTextStorage &storage() const { return *m_storage; }
+    [[nodiscard]] const LongLines &longLines() const { return m_longLines; }
     /// With "\n" line ends.
-    [[nodiscard]] const QString &content() const;
+    [[nodiscard]] QString content() const;
+    /// The part of it that \p start and \p end limit in the storage.
+    [[nodiscard]] QString content(int start, int end) const;
     [[nodiscard]] DocumentText text() const { return {content(), m_format}; }
     /// Replaces the text as one edit that can be undone.
     void setContent(const QString &content);
+    /// Replaces the selection of \p cursor by \p text.
+    void insertText(QTextCursor &cursor, QString text);
     /// Replaces text and file format by \p text, which the document's place holds now.
     void reload(const DocumentText &text);
 
@@ -113,7 +120,7 @@ signals:
     void debugLinesChanged();
 
 private:
-    void follow(const LineEdit &edit, int undoSteps, bool isHistory);
+    void follow(const LineEdit &shownEdit, int undoSteps, bool isHistory);
     void handleEdited();
     void updateModified();
 
@@ -121,6 +128,7 @@ private:
     QString m_name;
     DocumentPlace m_place;
     PythonTextStorage *m_storage; // a child
+    LongLines m_longLines;
     TextFormat m_format;
     std::optional<DocumentText> m_saved;
     int m_savedNumber = 0;

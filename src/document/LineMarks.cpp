@@ -28,6 +28,17 @@ std::optional<int> moved(int line, const LineEdit &edit)
     return std::nullopt;
 }
 
+/// The same for the line end above \p line.
+std::optional<int> movedWithLineEnd(int line, const LineEdit &edit)
+{
+    // An edit of several places is reported with the text between them.
+    if (line <= edit.firstLine || edit.removedLines == edit.addedLines)
+        return line;
+    if (line > edit.firstLine + edit.removedLines)
+        return line - edit.removedLines + edit.addedLines;
+    return std::nullopt;
+}
+
 } // namespace
 
 void LineMarks::toggle(int line)
@@ -53,25 +64,34 @@ void LineMarks::moveLines(int first, int last, int by)
     m_lines = after;
 }
 
-bool LineMarks::follow(const LineEdit &edit, int undoSteps, bool isHistory)
+bool LineMarks::follow(const LineEdit &edit, int undoSteps, bool isHistory,
+                       const Inserted *inserted)
 {
     const int before = std::exchange(m_undoSteps, undoSteps);
-    if (m_lines.isEmpty() && m_history.empty())
+    if (m_lines.isEmpty() && m_history.empty() && (!inserted || inserted->lines.isEmpty()))
         return false;
     m_history[before] = m_lines;
     if (!isHistory)
         m_history.erase(m_history.upper_bound(undoSteps), m_history.end());
-    QSet<int> after;
     const auto known = m_history.find(undoSteps);
-    if (isHistory && known != m_history.end()) {
-        after = known->second;
-    } else {
-        for (const int line : std::as_const(m_lines)) {
-            if (const auto place = moved(line - 1, edit))
-                after.insert(*place + 1);
-        }
-    }
+    const QSet<int> after =
+        isHistory && known != m_history.end() ? known->second : marksAfter(edit, inserted);
     return std::exchange(m_lines, after) != after;
+}
+
+QSet<int> LineMarks::marksAfter(const LineEdit &edit, const Inserted *inserted) const
+{
+    if (inserted && inserted->isWholeText)
+        return inserted->lines;
+    QSet<int> after;
+    for (const int line : std::as_const(m_lines)) {
+        const auto place =
+            m_belongs == Belongs::ToText ? moved(line - 1, edit) : movedWithLineEnd(line - 1, edit);
+        const int marked = place.value_or(-1) + 1;
+        if (place && (!inserted || marked < inserted->firstLine || marked > inserted->lastLine))
+            after.insert(marked);
+    }
+    return inserted ? after + inserted->lines : after;
 }
 
 } // namespace Korvane

@@ -25,6 +25,24 @@ struct LineEdit
 class LineMarks final
 {
 public:
+    /// Whether a mark moves with the characters of its line, or with the line end above it.
+    enum class Belongs { ToText, ToLineEnd };
+    /// Marks that an edit brings with it: of the lines from `firstLine` to `lastLine`, or of the
+    /// whole text, `lines` are marked after it and no others.
+    struct Inserted
+    {
+        int firstLine = 0;
+        int lastLine = 0;
+        bool isWholeText = false;
+        QSet<int> lines = {};
+    };
+
+    LineMarks() = default;
+    explicit LineMarks(Belongs belongs)
+        : m_belongs(belongs)
+    {
+    }
+
     /// Sets the mark of \p line or removes it.
     void toggle(int line);
     void clear();
@@ -33,11 +51,15 @@ public:
     void moveLines(int first, int last, int by);
     /// Moves the marks after an edit that brought the text into the state \p undoSteps of its undo
     /// history; \p isHistory when it was undone or redone. Returns whether a mark has moved.
-    bool follow(const LineEdit &edit, int undoSteps, bool isHistory);
+    bool follow(const LineEdit &edit, int undoSteps, bool isHistory,
+                const Inserted *inserted = nullptr);
 
     [[nodiscard]] const QSet<int> &lines() const { return m_lines; }
 
 private:
+    [[nodiscard]] QSet<int> marksAfter(const LineEdit &edit, const Inserted *inserted) const;
+
+    Belongs m_belongs = Belongs::ToText;
     QSet<int> m_lines;
     int m_undoSteps = 0;
     /// The marks in each known state of the undo history. Forgotten when a mark is set or removed

@@ -113,8 +113,10 @@ void PythonTextStorage::follow(int from, int removed, int added)
     if (replaced != inserted) {
         m_text.replace(from, removed, inserted);
         PythonColoring::color(m_text, m_tokens);
-        publishEdit(from, replaced, inserted);
     }
+    // Characters replaced by the same are a step of the undo history nevertheless.
+    if (replaced != inserted || availableUndoSteps() != m_undoSteps)
+        publishEdit(from, replaced, inserted);
     m_coloredRevision = revision();
     emit colored();
 }

@@ -156,7 +156,7 @@ void CodeEditorView::showDebugLines()
     const auto line = m_file->pausedLine();
     m_ruler->setPausedLine(line);
     if (std::exchange(m_file->viewState.shownPausedLine, line) != line && line)
-        scrollTo(*line <= blockCount() ? *line : 1);
+        scrollTo(*line <= lineCount() ? *line : 1);
 }
 
 /// Shows the line, in the middle unless it is in view already. The caret stays.
@@ -167,7 +167,7 @@ void CodeEditorView::scrollTo(int line)
             && rows.top + rows.firstRowHeight <= viewport()->height())
             return;
     }
-    const QTextBlock block = m_storage->findBlockByNumber(line - 1);
+    const QTextBlock block = blockOf(line);
     const int half = viewport()->height() / fontMetrics().lineSpacing() / 2;
     verticalScrollBar()->setValue(std::max(0, block.firstLineNumber() - half));
     // Wrapped lines above it may have pushed it out of view again.
@@ -176,24 +176,39 @@ void CodeEditorView::scrollTo(int line)
         verticalScrollBar()->setValue(block.firstLineNumber());
 }
 
+/// The first of them when the line is shown in pieces.
+QTextBlock CodeEditorView::blockOf(int line) const
+{
+    return m_storage->findBlockByNumber(m_file->longLines().shownLine(line) - 1);
+}
+
+int CodeEditorView::lineOf(const QTextBlock &block) const
+{
+    return m_file->longLines().fileLine(block.blockNumber() + 1);
+}
+
+int CodeEditorView::lineCount() const
+{
+    return lineOf(m_storage->lastBlock());
+}
+
 int CodeEditorView::currentLine() const
 {
-    return textCursor().blockNumber() + 1;
+    return lineOf(textCursor().block());
 }
 
 void CodeEditorView::goToLine(int line)
 {
-    const int number = std::clamp(line, 1, blockCount());
-    const QTextBlock block = m_storage->findBlockByNumber(number - 1);
+    const int number = std::clamp(line, 1, lineCount());
     scrollTo(number);
-    setTextCursor(QTextCursor(block));
+    setTextCursor(QTextCursor(blockOf(number)));
 }
 
 void CodeEditorView::select(int position, int length)
 {
     QTextCursor selection(m_storage);
     selection.setPosition(position);
-    scrollTo(selection.blockNumber() + 1);
+    scrollTo(lineOf(selection.block()));
     selection.setPosition(position + length, QTextCursor::KeepAnchor);
     setTextCursor(selection);
 }
@@ -210,8 +225,8 @@ QList<CodeEditorView::LineRows> CodeEditorView::visibleLines() const
             continue;
         const QRectF first = layout->lineAt(0).rect();
         const QRectF last = layout->lineAt(layout->lineCount() - 1).rect();
-        lines.append({block.blockNumber() + 1, top + first.top(), first.height(),
-                      last.bottom() - first.top()});
+        lines.append({lineOf(block), !m_file->longLines().isContinued(block.blockNumber() + 1),
+                      top + first.top(), first.height(), last.bottom() - first.top()});
     }
     return lines;
 }
@@ -359,8 +374,7 @@ QMimeData *CodeEditorView::createMimeDataFromSelection() const
     // QTextCursor::selectedText has blanks for no-break spaces.
     const QTextCursor selection = textCursor();
     auto *copied = new QMimeData;
-    copied->setText(text().mid(selection.selectionStart(),
-                               selection.selectionEnd() - selection.selectionStart()));
+    copied->setText(m_file->content(selection.selectionStart(), selection.selectionEnd()));
     return copied;
 }
 
@@ -370,7 +384,8 @@ void CodeEditorView::insertFromMimeData(const QMimeData *source)
     // would crash.
     if (!source->hasText())
         return;
-    textCursor().insertText(source->text());
+    QTextCursor cursor = textCursor();
+    m_file->insertText(cursor, source->text());
     ensureCursorVisible();
 }
 

@@ -21,10 +21,12 @@ class CodeEditorView final : public QPlainTextEdit
     Q_OBJECT
 
 public:
-    /// A line of the source within the viewport: where its rows are, in the viewport's coordinates.
+    /// A line of the source within the viewport, or a piece of a long one: where its rows are, in
+    /// the viewport's coordinates.
     struct LineRows
     {
         int line;
+        bool isStart; // no other piece of the line precedes it
         qreal top;
         qreal firstRowHeight;
         qreal height;
@@ -39,9 +41,10 @@ public:
     /// was left; in one whose caret was never placed, the caret gets the offset it had in the
     /// document before, or goes to the end of a shorter text.
     void showDocument(EditorFile *file);
-    /// The text of the document, with "\n" line ends.
+    /// The text that is shown: with "\n" line ends, also between the pieces of very long lines.
     [[nodiscard]] const QString &text() const;
 
+    [[nodiscard]] int lineCount() const;
     /// The line of the caret.
     [[nodiscard]] int currentLine() const;
     /// Puts the caret at the start of \p line, or of the first or last line there is.
@@ -92,6 +95,8 @@ private:
     void putCaret(int position);
     void showBreakpoints();
     void showDebugLines();
+    [[nodiscard]] QTextBlock blockOf(int line) const;
+    [[nodiscard]] int lineOf(const QTextBlock &block) const;
     void scrollTo(int line);
     void showColors();
     void layOut();

@@ -156,7 +156,7 @@ void EditorCommands::beginLine()
     }
     cursor.setPosition(start);
     cursor.setPosition(end, QTextCursor::KeepAnchor);
-    cursor.insertText(u'\n' + blanks);
+    m_view.file().insertText(cursor, u'\n' + blanks);
     m_view.setTextCursor(cursor);
     m_view.ensureCursorVisible();
 }
@@ -187,7 +187,7 @@ void EditorCommands::openGoToLineBar()
             m_view.goToLine(line);
         });
     }
-    m_goToLineBar->setLine(m_view.currentLine(), m_view.blockCount());
+    m_goToLineBar->setLine(m_view.currentLine(), m_view.lineCount());
     m_view.setBar(m_goToLineBar);
 }
 

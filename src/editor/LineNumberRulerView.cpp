@@ -72,7 +72,7 @@ void LineNumberRulerView::setPausedLine(std::optional<int> line)
 
 int LineNumberRulerView::thickness() const
 {
-    const int lineCount = m_textView->blockCount();
+    const int lineCount = m_textView->lineCount();
     // Without a look at the font, which would be loaded at the start for it.
     const bool isStandard =
         m_textView->font().pixelSize() <= CodeEditorView::codeFont().pixelSize();
@@ -102,6 +102,8 @@ void LineNumberRulerView::paintEvent(QPaintEvent *event)
         const bool isPaused = row.line == m_pausedLine;
         if (isPaused)
             painter.fillRect(rows, colors.color(Theme::Role::PausedBand));
+        if (!row.isStart)
+            continue;
 
         const bool hasBreakpoint = m_breakpoints.contains(row.line);
         if (hasBreakpoint || m_activeBreakpoints.contains(row.line)) {

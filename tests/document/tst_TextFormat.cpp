@@ -1,7 +1,11 @@
 #include "document/EditorFile.h"
 #include "document/PythonTextStorage.h"
 
+#include <QRandomGenerator>
 #include <QTest>
+#include <QTextBlock>
+
+#include <algorithm>
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
@@ -50,6 +54,53 @@ private slots:
             file.storage().undo();
             QCOMPARE(file.text().fileText(), row[0]);
         }
+    }
+
+    /// What is edited in the pieces of long lines is what is edited in the file, with all undone
+    /// and redone.
+    void editsPiecesOfLongLines()
+    {
+        const QString fileText = u"a\r\n"_s + QString(10'001, u'b') + u"\nc\n"_s
+            + QString(9'999, u'd') + u"\U0001F600"_s + QString(15'000, u'e');
+        EditorFile file(u"f.py"_s, {}, DocumentText::fromFile(fileText));
+        QCOMPARE(file.longLines().continued(), (QList<int>{3, 6, 7}));
+        QCOMPARE(file.text().fileText(), fileText);
+        QCOMPARE(file.longLines().fileLine(7), 4);
+        QCOMPARE(file.longLines().shownLine(4), 5);
+        file.toggleBreakpoint(4);
+
+        QRandomGenerator random(11);
+        QHash<int, QString> states{{0, file.content()}}; // by undo steps
+        const QStringList inserted{u""_s, u"\n"_s, u"x"_s, QString(10'500, u'y'), u"\n\nz\n"_s};
+        for (int i = 0; i < 60; ++i) {
+            const QList<int> breaks = file.longLines().continued() + QList<int>{1};
+            const QTextBlock block =
+                file.storage().findBlockByNumber(breaks[random.bounded(breaks.size())] - 1);
+            const int end = static_cast<int>(file.storage().text().size());
+            const auto place = [&](int position) { return std::clamp(position, 0, end); };
+            QTextCursor cursor(&file.storage());
+            cursor.setPosition(place(block.position() + random.bounded(-2, 3)));
+            if (random.bounded(2) > 0)
+                cursor.setPosition(place(cursor.position() + random.bounded(1, 12'000)),
+                                   QTextCursor::KeepAnchor);
+            const QString text = inserted[random.bounded(inserted.size())];
+            const QString expected = file.content(0, cursor.selectionStart()) + text
+                + file.content(cursor.selectionEnd(), end);
+            file.insertText(cursor, text);
+            QCOMPARE(file.content(), expected);
+            QCOMPARE(file.text().fileText().count(u'\n'), expected.count(u'\n'));
+            states[file.storage().availableUndoSteps()] = expected;
+        }
+        const QString last = file.content();
+        while (file.storage().isUndoAvailable()) {
+            file.storage().undo();
+            QCOMPARE(file.content(), states.value(file.storage().availableUndoSteps()));
+        }
+        QCOMPARE(file.text().fileText(), fileText);
+        QVERIFY(!file.isModified() && file.breakpoints() == QSet<int>{4});
+        while (file.storage().isRedoAvailable())
+            file.storage().redo();
+        QCOMPARE(file.content(), last);
     }
 };
 

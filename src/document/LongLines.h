@@ -1,0 +1,56 @@
+#pragma once
+
+#include "document/LineMarks.h"
+
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+namespace Korvane {
+
+/// The lines of a document that are shown in pieces.
+///
+/// QTextLayout lays out a line as a whole, and needs more than half a second for a line of 4 MB. So
+/// a longer line of a file is broken where it comes into the editor, and joined again where its
+/// text leaves: only the editor and its QTextDocument know the pieces, each of which is a line
+/// there. Lines that are shown and lines of the file are counted from 1.
+class LongLines final
+{
+public:
+    /// A longer line is broken into pieces of this length.
+    static constexpr qsizetype maxLength = 10'000;
+
+    /// Where a text goes: how many characters of its first and last line are there already.
+    struct Place
+    {
+        int line = 1;
+        qsizetype before = 0;
+        qsizetype behind = 0;
+    };
+
+    /// Returns \p text with line ends where its lines must be broken. The next edit that `follow`
+    /// gets is the one that inserts the result at \p place.
+    [[nodiscard]] QString breakUp(const QString &text, const Place &place);
+    /// As above, for a text that replaces the whole document.
+    [[nodiscard]] QString breakUpAll(const QString &text);
+    /// There is no such edit: the document had that text already.
+    void forgetInsertion() { m_inserted.reset(); }
+
+    /// Follows an edit of the shown text. Returns the same edit in lines of the file.
+    [[nodiscard]] LineEdit follow(const LineEdit &edit, int undoSteps, bool isHistory);
+
+    /// The shown lines that continue the line above them, ascending.
+    [[nodiscard]] const QList<int> &continued() const { return m_continued; }
+    [[nodiscard]] bool isContinued(int shownLine) const;
+    [[nodiscard]] int fileLine(int shownLine) const;
+    /// The first piece of that line.
+    [[nodiscard]] int shownLine(int fileLine) const;
+
+private:
+    LineMarks m_marks{LineMarks::Belongs::ToLineEnd}; // of the lines that are continued
+    QList<int> m_continued;                           // the same, sorted
+    std::optional<LineMarks::Inserted> m_inserted;
+};
+
+} // namespace Korvane
