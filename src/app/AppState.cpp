@@ -27,11 +27,13 @@ AppState::AppState(Dependencies dependencies, QObject *parent)
     , m_runner(std::move(dependencies.interpreters))
     , m_link(m_shell, std::move(dependencies.serialRoots))
     , m_saving({m_documents, m_writer, m_localFiles, m_link, m_deviceFiles, m_transfer, m_prompts,
-                m_shell, m_errors, [this] { return isBoardBrowsed(); }})
+                m_shell, m_errors, [this] { return isBoardBrowsed(); },
+                [this] { return asksBeforeClosing(); }})
 {
     m_link.setClient(this);
     wireBoard();
     wireFiles();
+    wirePreferences();
     m_documents.newFile();
     m_link.refreshPorts();
     m_shell.appendInfo(QStringLiteral("Korvane — connect a device or run Python locally."));
@@ -219,9 +221,29 @@ void AppState::wireFiles()
             [this] { setSidebarTab(SidebarTab::Device); });
 }
 
+void AppState::wirePreferences()
+{
+    m_link.setBaudRates([this](const QString &port) { return m_preferences.baudRate(port); });
+    m_runner.setInterpreter(m_preferences.text(Preferences::Interpreter));
+    m_preferences.whenChanged(Preferences::Interpreter, &m_wiring, [this] {
+        const QString chosen = m_preferences.text(Preferences::Interpreter);
+        m_runner.setInterpreter(chosen);
+        if (const QString python = m_runner.findPython(); !python.isEmpty())
+            m_shell.appendInfo(QStringLiteral("Programs run in %1 from now on.").arg(python));
+        m_errors.reportFailureOf(m_variablesStore.restartLocalSession());
+    });
+}
+
 bool AppState::isBoardBrowsed() const
 {
     return m_sidebarTab == SidebarTab::Device && m_link.connectionState().isConnected();
+}
+
+bool AppState::asksBeforeClosing() const
+{
+    // Without recovery files, the edits would be lost.
+    return m_preferences.flag(Preferences::AskBeforeClosing)
+        || !m_preferences.flag(Preferences::KeepRecoveryFiles);
 }
 
 void AppState::warnWithoutPython()

@@ -143,7 +143,9 @@ private:
     void wireRunner();
     void wireBoard();
     void wireFiles();
+    void wirePreferences();
     [[nodiscard]] bool isBoardBrowsed() const;
+    [[nodiscard]] bool asksBeforeClosing() const;
     void warnWithoutPython();
     void showDebugLines();
     QCoro::Task<void> runLocally(QString name, QString source, QString path);

@@ -44,6 +44,10 @@ QCoro::Task<void> DocumentSaver::close(QUuid id)
     const EditorFile *file = m_parts.documents.file(id);
     if (!file || m_closing.contains(id))
         co_return;
+    if (file->isModified() && !m_parts.asksBeforeClosing()) {
+        m_parts.documents.closeKeepingEdits(id);
+        co_return;
+    }
     if (file->isModified()) {
         UserPrompts::Choice question;
         question.title =

@@ -42,6 +42,9 @@ public:
         ErrorReporter &errors;
         /// Whether the files of a connected board are shown rather than those of this computer.
         std::function<bool()> isBoardBrowsed;
+        /// Whether to ask before a document with edits that are not saved is closed. If not, it is
+        /// closed with OpenFiles::closeKeepingEdits.
+        std::function<bool()> asksBeforeClosing;
     };
 
     explicit DocumentSaver(Parts parts);
@@ -51,7 +54,7 @@ public:
     QCoro::Task<void> saveToBrowsedFolder();
     /// Asks with a save dialog. The document belongs to the chosen local file from then on.
     QCoro::Task<void> saveAs();
-    /// Closes a document; asks first when it has edits that are not saved.
+    /// Closes a document; asks first when it has edits that are not saved and questions are wanted.
     QCoro::Task<void> close(QUuid id);
 
     /// A document is being written.

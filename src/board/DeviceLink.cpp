@@ -18,7 +18,7 @@ Q_LOGGING_CATEGORY(deviceLog, "korvane.device")
 
 namespace {
 
-constexpr int baudRate = 115200;
+constexpr int defaultBaudRate = 115200;
 constexpr auto identityTimeout = 5s;
 /// How long the board stays in the raw REPL for the next command of a sequence.
 constexpr auto longestPause = 100ms;
@@ -116,6 +116,7 @@ void DeviceLink::connectDevice(const QString &port)
     }
     m_connectionState = DeviceConnectionState::connecting();
     emit connectionStateChanged();
+    const int baudRate = m_baudRateOf ? m_baudRateOf(port) : defaultBaudRate;
     if (const auto opened = m_serial.open(port, baudRate, m_roots); !opened) {
         m_connectionState = DeviceConnectionState::disconnected();
         m_shell.appendError(QStringLiteral("Connection failed: ") + opened.error().message);

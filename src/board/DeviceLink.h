@@ -15,6 +15,7 @@
 
 #include <chrono>
 #include <deque>
+#include <functional>
 #include <list>
 #include <memory>
 
@@ -46,6 +47,12 @@ public:
 
     /// Borrowed; must be set before anything else is asked of the link.
     void setClient(DeviceLinkClient *client) { m_client = client; }
+    /// \p rateOf yields the speed in baud for the port of a path, and is asked at each connecting.
+    /// Without it every port is opened at 115200.
+    void setBaudRates(std::function<int(const QString &port)> rateOf)
+    {
+        m_baudRateOf = std::move(rateOf);
+    }
 
     [[nodiscard]] SerialPortManager &serial() { return m_serial; }
     [[nodiscard]] const DeviceConnectionState &connectionState() const { return m_connectionState; }
@@ -134,6 +141,7 @@ private:
     SerialPortManager::Roots m_roots;
     PortWatcher m_portWatcher;
     DeviceLinkClient *m_client = nullptr;
+    std::function<int(const QString &)> m_baudRateOf;
     SerialPortManager m_serial;
     DeviceConnectionState m_connectionState = DeviceConnectionState::disconnected();
     QStringList m_availablePorts;

@@ -126,6 +126,12 @@ void OpenFiles::clearBreakpoints()
         marked->clearBreakpoints();
 }
 
+void OpenFiles::closeKeepingEdits(const QUuid &id)
+{
+    emit unsavedClosing(id);
+    closeFile(id);
+}
+
 void OpenFiles::closeFile(const QUuid &id)
 {
     const auto found = std::find_if(m_openFiles.begin(), m_openFiles.end(),

@@ -53,6 +53,8 @@ public:
     /// Removes the document without a question, edited or not. If it was the selected one, the
     /// first of the rest is selected.
     void closeFile(const QUuid &id);
+    /// The same, after unsavedClosing().
+    void closeKeepingEdits(const QUuid &id);
 
     /// In the order of the tabs. Valid until they are closed.
     [[nodiscard]] QList<EditorFile *> openFiles() const;
@@ -71,6 +73,9 @@ signals:
     /// The user has made, opened or chosen a document, which may have been the selected one
     /// already.
     void fileChosen();
+    /// The document, which has edits that are not saved, is about to be removed, and its text shall
+    /// be kept.
+    void unsavedClosing(const QUuid &id);
     /// What a tab shows of the document has changed: its name, where it belongs, or whether it has
     /// edits that are not saved. A keystroke after the first does not.
     void fileChanged(const QUuid &id);

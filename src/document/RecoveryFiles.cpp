@@ -101,6 +101,7 @@ RecoveryFiles::RecoveryFiles(OpenFiles &documents, ShellSink &shell, const QStri
     connect(&m_writeDelay, &QTimer::timeout, this, &RecoveryFiles::flush);
     connect(&documents, &OpenFiles::contentChanged, this, &RecoveryFiles::noteChange);
     connect(&documents, &OpenFiles::fileChanged, this, &RecoveryFiles::noteChange);
+    connect(&documents, &OpenFiles::unsavedClosing, this, &RecoveryFiles::keepClosing);
     connect(&documents, &OpenFiles::openFilesChanged, this, &RecoveryFiles::follow);
     findLeftovers();
 }
@@ -108,6 +109,14 @@ RecoveryFiles::RecoveryFiles(OpenFiles &documents, ShellSink &shell, const QStri
 RecoveryFiles::~RecoveryFiles()
 {
     flush(); // the destructor of m_writer waits for it
+}
+
+void RecoveryFiles::setKeeping(bool isKeeping)
+{
+    if (std::exchange(m_isKeeping, isKeeping) == isKeeping)
+        return;
+    for (const EditorFile *file : m_documents.openFiles())
+        noteChange(file->id());
 }
 
 void RecoveryFiles::follow()
@@ -122,6 +131,21 @@ void RecoveryFiles::follow()
     }
 }
 
+void RecoveryFiles::keepClosing(const QUuid &id)
+{
+    const EditorFile *file = m_documents.file(id);
+    if (!file || !isUnsaved(*file))
+        return;
+    // Under a name of its own: the document may be closed again after it was opened from here.
+    const QString name = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    const QString path = RecoveryFolder::copyPath(m_session, name);
+    m_closed.append({path, copyOf(*file), {}});
+    m_leftovers.prepend({file->name(), file->place().path, QDateTime::currentDateTime(), path});
+    noteChange(id); // its own recovery file is removed
+    flush();
+    emit leftoversChanged();
+}
+
 void RecoveryFiles::noteChange(const QUuid &id)
 {
     m_changed << id;
@@ -131,11 +155,11 @@ void RecoveryFiles::noteChange(const QUuid &id)
 
 QList<RecoveryFiles::Change> RecoveryFiles::takeChanges()
 {
-    QList<Change> changes;
+    QList<Change> changes = std::exchange(m_closed, {});
     for (const QUuid &id : std::exchange(m_changed, {})) {
         const QString path = RecoveryFolder::copyPath(m_session, id.toString(QUuid::WithoutBraces));
         const EditorFile *file = m_documents.file(id);
-        if (file && isUnsaved(*file))
+        if (file && isUnsaved(*file) && m_isKeeping)
             changes.append({path, copyOf(*file), std::exchange(m_kept[id], {})});
         else if (m_kept.contains(id))
             changes.append({path, std::nullopt, m_kept.take(id)});
@@ -206,6 +230,9 @@ QCoro::Task<void> RecoveryFiles::findLeftovers()
 QCoro::Task<void> RecoveryFiles::open(Leftover leftover)
 {
     const auto life = m_life.watch();
+    co_await flush(); // a document that was just closed may still have to be written
+    if (!life)
+        co_return;
     const std::function<std::optional<RecoveryCopy>()> read = [file = leftover.file] {
         auto copy = RecoveryCopy::read(file);
         if (copy && copy->place.kind == DocumentPlace::Kind::Local) {

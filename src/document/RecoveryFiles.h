@@ -26,8 +26,9 @@ class ShellSink;
 ///
 /// The recovery files are in a private folder of the running program, which holds a lock in it.
 /// They are written half a second after an edit and when this is destroyed, and removed when their
-/// document is saved or closed. Those of earlier programs (leftovers) are offered until they are
-/// opened or discarded; the latest `keptLeftovers` are kept. Main thread only; the disk is read and
+/// document is saved or closed. Those of earlier programs, and of documents that were closed with
+/// OpenFiles::closeKeepingEdits, (leftovers) are offered until they are opened or discarded; the
+/// latest `keptLeftovers` are kept. Main thread only; the disk is read and
 /// written in the background.
 class RecoveryFiles final : public QObject
 {
@@ -36,7 +37,7 @@ class RecoveryFiles final : public QObject
 public:
     static constexpr qsizetype keptLeftovers = 50;
 
-    /// A recovery file of an earlier program.
+    /// A recovery file without an open document.
     struct Leftover
     {
         /// The document's name.
@@ -58,6 +59,9 @@ public:
     /// Writes what is pending and waits for it, at most for two seconds.
     ~RecoveryFiles() override;
 
+    /// Whether recovery files are written from now on. Otherwise those of open documents are
+    /// removed; leftovers stay.
+    void setKeeping(bool isKeeping);
     /// The latest first.
     [[nodiscard]] const QList<Leftover> &leftovers() const { return m_leftovers; }
     /// Opens it as a document with unsaved text, which knows what its file held when it was last
@@ -78,6 +82,7 @@ private:
     struct Change;
 
     void follow();
+    void keepClosing(const QUuid &id);
     void noteChange(const QUuid &id);
     [[nodiscard]] QList<Change> takeChanges();
     QCoro::Task<void> findLeftovers();
@@ -92,6 +97,9 @@ private:
     QSet<QUuid> m_changed;
     /// Documents that have a recovery file, with the leftover that they came from, if any.
     QHash<QUuid, QString> m_kept;
+    /// Of documents that were closed, to be written next.
+    QList<Change> m_closed;
+    bool m_isKeeping = true;
     bool m_saidFailure = false;
     QList<Leftover> m_leftovers;
     Background m_background;

@@ -31,14 +31,17 @@ quint16 storedPort(const Settings &settings)
     return isPort ? quint16(port) : MCPServer::defaultPort;
 }
 
+QString newToken(Settings &settings)
+{
+    const QString token = QUuid::createUuid().toString(QUuid::Id128);
+    settings.setText(Settings::serverToken, token);
+    return token;
+}
+
 QString storedToken(Settings &settings)
 {
-    QString token = settings.text(Settings::serverToken);
-    if (token.isEmpty()) {
-        token = QUuid::createUuid().toString(QUuid::Id128);
-        settings.setText(Settings::serverToken, token);
-    }
-    return token;
+    const QString token = settings.text(Settings::serverToken);
+    return token.isEmpty() ? newToken(settings) : token;
 }
 
 } // namespace
@@ -75,6 +78,28 @@ MCPServer::MCPServer(Dependencies dependencies, QObject *parent)
 MCPServer::~MCPServer()
 {
     close();
+}
+
+void MCPServer::setPort(quint16 port)
+{
+    if (std::exchange(m_port, port) != port)
+        restart();
+}
+
+void MCPServer::renewToken()
+{
+    m_token = newToken(m_dependencies.settings);
+    m_endpoint.reset();
+    restart();
+}
+
+/// With the token and the port of now, if it is running.
+void MCPServer::restart()
+{
+    if (!m_isRunning)
+        return;
+    stop();
+    start();
 }
 
 void MCPServer::start()

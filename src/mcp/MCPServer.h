@@ -46,10 +46,15 @@ public:
         const QObject *state;
     };
 
-    /// Reads port and token from the settings, once; makes and keeps a token where there is none.
+    /// Reads port and token from the settings; makes and keeps a token where there is none.
     explicit MCPServer(Dependencies dependencies, QObject *parent = nullptr);
     /// Stops without a Shell line.
     ~MCPServer() override;
+
+    /// Stores nothing: the preferences have the port. A running server listens there at once.
+    void setPort(quint16 port);
+    /// Makes and stores another token; calls with the old one are refused at once.
+    void renewToken();
 
     void start() override;
     void stop() override;
@@ -73,6 +78,7 @@ private:
 
     [[nodiscard]] Result<void> listen();
     void close();
+    void restart();
     void handleEvents();
     [[nodiscard]] static QCoro::Task<void> serve(ToolCalls &calls, ToolRequest request,
                                                  HTTPReply reply);

@@ -73,11 +73,32 @@ QString PythonRunner::notFoundMessage()
     return QStringLiteral("Python 3 not found. Install Python from python.org");
 }
 
+QString PythonRunner::pythonAt(const QString &path)
+{
+    for (const QString &candidate :
+         {path, path + QStringLiteral("/bin/python3"), path + QStringLiteral("/bin/python")}) {
+        const QFileInfo file(candidate);
+        if (file.isFile() && file.isExecutable())
+            return candidate;
+    }
+    return {};
+}
+
 QString PythonRunner::findPython() const
 {
+    if (!m_chosenInterpreter.isEmpty())
+        return pythonAt(m_chosenInterpreter);
     const auto found = std::find_if(m_interpreters.begin(), m_interpreters.end(),
                                     [](const QString &path) { return QFileInfo::exists(path); });
     return found == m_interpreters.end() ? QString() : *found;
+}
+
+QString PythonRunner::missingMessage() const
+{
+    return m_chosenInterpreter.isEmpty()
+        ? notFoundMessage()
+        : QStringLiteral("No Python at %1. Edit › Preferences sets another one.")
+              .arg(m_chosenInterpreter);
 }
 
 QCoro::Task<RunResult> PythonRunner::run(QString code, QString path, bool fresh)
@@ -165,7 +186,7 @@ void PythonRunner::begin(const std::optional<QByteArray> &request)
 {
     const QString interpreter = findPython();
     if (interpreter.isEmpty())
-        return finish(failure(notFoundMessage()));
+        return finish(failure(missingMessage()));
     if (!m_child || !m_child->isRunning())
         startChild(interpreter);
     if (!request)

@@ -41,8 +41,14 @@ public:
     [[nodiscard]] static QStringList defaultInterpreters();
     /// "Python 3 not found. Install Python from …", without a full stop.
     [[nodiscard]] static QString notFoundMessage();
-    /// The first candidate that exists, or an empty text. Looked up anew for each request, so that
-    /// an interpreter installed meanwhile is found.
+    /// The program at \p path, or that of the virtual environment in this folder; empty without
+    /// one.
+    [[nodiscard]] static QString pythonAt(const QString &path);
+    /// Uses pythonAt(\p path) and no other; the usual candidates when it is empty. Counts from the
+    /// next start of the child.
+    void setInterpreter(const QString &path) { m_chosenInterpreter = path; }
+    /// The chosen interpreter, or the first candidate that exists, or an empty text. Looked up anew
+    /// for each request, so that an interpreter installed meanwhile is found.
     [[nodiscard]] QString findPython() const;
 
     /// Runs a whole file. An empty \p path means a document that was never saved; otherwise
@@ -84,9 +90,11 @@ private:
     void kill(const QString &notice);
     void finish(RunResult result);
     void setQuestion(std::optional<int> question);
+    [[nodiscard]] QString missingMessage() const;
     [[nodiscard]] bool isPending() const { return m_reply && !m_reply->isDone(); }
 
     QStringList m_interpreters;
+    QString m_chosenInterpreter;
     PythonChild *m_child = nullptr; // owned as a QObject's child, as are those being replaced
     SessionStream m_stream;
     QTimer m_watchdog;

@@ -129,6 +129,16 @@ QFont Theme::monospacedFont()
     return font;
 }
 
+QFont Theme::monospacedFont(const QString &family, int pixelSize)
+{
+    QFont font = monospacedFont();
+    if (!family.isEmpty())
+        font.setFamily(family);
+    if (pixelSize > 0)
+        font.setPixelSize(pixelSize);
+    return font;
+}
+
 QFont Theme::captionFont(const QFont &font)
 {
     QFont caption = font;

@@ -60,6 +60,8 @@ public:
     /// The desktop's fixed font, for code and for what programs print; "monospace" where that font
     /// has characters of different widths.
     [[nodiscard]] static QFont monospacedFont();
+    /// The same in \p family, unless that is empty, and in \p pixelSize, unless that is 0.
+    [[nodiscard]] static QFont monospacedFont(const QString &family, int pixelSize);
     /// \p font for captions: 0.9 times its size.
     [[nodiscard]] static QFont captionFont(const QFont &font);
     /// \p font for headlines: semibold.

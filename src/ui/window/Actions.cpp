@@ -58,6 +58,7 @@ void Actions::addEditCommands()
     addEdit(Copy, tr("&Copy"), QKeySequence::Copy, "copy");
     addEdit(Paste, tr("&Paste"), QKeySequence::Paste, "paste");
     addEdit(SelectAll, tr("Select &All"), QKeySequence::SelectAll, "selectAll");
+    add(ShowPreferences, tr("Prefere&nces…"), KeyText::sequence(u"⌘,"));
 }
 
 void Actions::addPaneCommands()

@@ -21,7 +21,8 @@ class AppState;
 /// Menus, toolbar and debug bar show these actions, and none makes a second one for a command.
 ///
 /// Commands on the state are connected here. Commands of a view or of the assistant's server
-/// (CloseFile, NextFile, PreviousFile, NextPane and the last four) are connected by their owners.
+/// (CloseFile, ShowPreferences, NextFile, PreviousFile, NextPane and the last four) are connected
+/// by their owners.
 class Actions final : public QObject
 {
     Q_OBJECT
@@ -41,6 +42,7 @@ public:
         Copy,
         Paste,
         SelectAll,
+        ShowPreferences,
         ShowLocalFiles,
         ShowDeviceFiles,
         ShowShell,

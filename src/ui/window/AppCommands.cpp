@@ -59,6 +59,8 @@ void AppCommands::addEditMenu()
                       editor[EditorCommands::ToggleComment], editor[EditorCommands::MoveLinesUp],
                       editor[EditorCommands::MoveLinesDown], editor[EditorCommands::DuplicateLines],
                       editor[EditorCommands::DeleteLines], editor[EditorCommands::JoinLines]});
+    menu->addSeparator();
+    menu->addAction(m_actions[Actions::ShowPreferences]);
 }
 
 void AppCommands::addViewMenu()

@@ -1,5 +1,6 @@
 #include "ui/window/Appearance.h"
 
+#include "app/Preferences.h"
 #include "theme/Theme.h"
 
 #include <QApplication>
@@ -8,11 +9,12 @@
 
 namespace Korvane {
 
-Appearance::Appearance(QObject *parent)
-    : QObject(parent)
+Appearance::Appearance(Preferences &preferences)
+    : m_preferences(preferences)
 {
     follow(QApplication::palette());
     qApp->installEventFilter(this);
+    preferences.whenChanged(Preferences::Appearance, this, [this] { followPlatform(); });
 }
 
 bool Appearance::eventFilter(QObject *watched, QEvent *event)
@@ -38,7 +40,9 @@ void Appearance::followPlatform()
 
 void Appearance::follow(const QPalette &palette)
 {
-    const QString wanted = qEnvironmentVariable("KORVANE_APPEARANCE");
+    QString wanted = m_preferences.text(Preferences::Appearance);
+    if (m_preferences.isDefault(Preferences::Appearance))
+        wanted = qEnvironmentVariable("KORVANE_APPEARANCE");
     const Theme &theme = wanted == u"dark" ? Theme::dark()
         : wanted == u"light"               ? Theme::light()
                                            : Theme::of(palette);

@@ -4,19 +4,22 @@
 
 namespace Korvane {
 
+class Preferences;
+
 /// Gives the program the light or the dark theme, whichever the desktop uses, at start and
 /// whenever the desktop changes.
 ///
 /// What the desktop uses is told by the palette that the platform hands to the program. Where that
 /// knows nothing of it (a plain X server, a desktop without its Qt platform theme),
-/// KORVANE_APPEARANCE=light or =dark decides, and holds against the platform's palette too.
+/// KORVANE_APPEARANCE=light or =dark decides, and holds against the platform's palette too. The
+/// user's preference holds against both.
 class Appearance final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// One per program; the QApplication must exist.
-    explicit Appearance(QObject *parent = nullptr);
+    /// One per program; the QApplication must exist, and \p preferences must outlive this.
+    explicit Appearance(Preferences &preferences);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -24,6 +27,7 @@ private:
     void followPlatform();
     void follow(const QPalette &palette);
 
+    Preferences &m_preferences;
     bool m_isSetting = false;
 };
 

@@ -7,14 +7,19 @@
 #include "mcp/MCPServer.h"
 #include "ui/controls/Accessibility.h"
 #include "ui/controls/ThemeStyle.h"
+#include "ui/dialogs/PreferencesDialog.h"
+#include "ui/window/Actions.h"
 #include "ui/window/Appearance.h"
 #include "ui/window/ClaudeCommands.h"
 #include "ui/window/ContentView.h"
 #include "ui/window/HelpCommands.h"
 #include "ui/window/LocalFileOpening.h"
+#include "ui/window/PreferenceEffects.h"
 #include "ui/window/RecoveryFilesMenu.h"
+#include "ui/window/Translations.h"
 #include "ui/window/WindowState.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QThreadPool>
 #include <QTimer>
@@ -47,7 +52,7 @@ void KorvaneApp::preloadFonts()
     QThreadPool::globalInstance()->start([] { FcInit(); });
 }
 
-void KorvaneApp::setUp(QApplication &application)
+void KorvaneApp::setUp(QApplication &)
 {
     QApplication::setApplicationName(QStringLiteral("Korvane"));
     QApplication::setApplicationDisplayName(QStringLiteral("Korvane"));
@@ -56,7 +61,6 @@ void KorvaneApp::setUp(QApplication &application)
     QApplication::setDesktopFileName(QStringLiteral("korvane"));
     Accessibility::install();
     QApplication::setStyle(new ThemeStyle);
-    new Appearance(&application);
 }
 
 KorvaneApp::KorvaneApp()
@@ -65,6 +69,10 @@ KorvaneApp::KorvaneApp()
 {
     m_unsavedCopies = std::make_unique<RecoveryFiles>(m_state.documents(), m_state.shell(),
                                                       RecoveryFiles::defaultFolder());
+    Preferences &preferences = m_state.preferences();
+    preferences.follow(Preferences::KeepRecoveryFiles, m_unsavedCopies.get(), [this, &preferences] {
+        m_unsavedCopies->setKeeping(preferences.flag(Preferences::KeepRecoveryFiles));
+    });
     makeWindow();
     m_prompts.setWindow(m_window.get());
     m_prompts.setStopServer([this] { m_server->stop(); });
@@ -98,9 +106,30 @@ AppState::Dependencies KorvaneApp::withServer(AppState::Dependencies dependencie
 
 void KorvaneApp::makeWindow()
 {
+    Preferences &preferences = m_state.preferences();
+    m_appearance = std::make_unique<Appearance>(preferences);
+    Translations::install(preferences.text(Preferences::Language));
     m_window = std::make_unique<ContentView>(m_state);
+    new PreferenceEffects(preferences, *m_window);
     new ClaudeCommands(m_state, *m_server, *m_window); // the window's own
     new HelpCommands(*m_window);
+    connectPreferences();
+}
+
+void KorvaneApp::connectPreferences()
+{
+    Preferences &preferences = m_state.preferences();
+    preferences.whenChanged(Preferences::ServerPort, m_window.get(), [this, &preferences] {
+        m_server->setPort(static_cast<quint16>(preferences.number(Preferences::ServerPort)));
+    });
+    QObject::connect(m_window->commands()[Actions::ShowPreferences], &QAction::triggered,
+                     m_window.get(), [this] {
+                         if (!m_preferencesDialog)
+                             m_preferencesDialog =
+                                 new PreferencesDialog(m_state, *m_server, m_window.get());
+                         m_preferencesDialog->show();
+                         m_preferencesDialog->activateWindow();
+                     });
 }
 
 void KorvaneApp::show()

@@ -3,6 +3,8 @@
 #include "app/AppState.h"
 #include "ui/dialogs/PromptDialogs.h"
 
+#include <QPointer>
+
 #include <memory>
 
 class QApplication;
@@ -13,6 +15,7 @@ class Appearance;
 class ContentView;
 struct CommandLine;
 class MCPServer;
+class PreferencesDialog;
 class RecoveryFiles;
 
 /// The program: its settings, its one state and its window, in the order in which they need each
@@ -23,7 +26,7 @@ public:
     /// Begins what takes long at the start and needs no QApplication. Before that is made; without
     /// it the start takes longer, and nothing else changes.
     static void preloadFonts();
-    /// Names the program and gives it its look. Once, before anything is shown.
+    /// Names the program and gives it its style. Once, before anything is shown.
     static void setUp(QApplication &application);
 
     /// With the user's own settings, the usual interpreters and the computer's serial ports.
@@ -48,13 +51,16 @@ public:
 private:
     [[nodiscard]] AppState::Dependencies withServer(AppState::Dependencies dependencies);
     void makeWindow();
+    void connectPreferences();
 
     std::unique_ptr<Settings> m_settings; // null when they came from outside
     PromptDialogs m_prompts;
     MCPServer *m_server = nullptr; // the state's own
     AppState m_state;
-    std::unique_ptr<RecoveryFiles> m_unsavedCopies; // null with dependencies from outside
-    std::unique_ptr<ContentView> m_window;          // goes first: it shows the state
+    std::unique_ptr<Appearance> m_appearance;
+    std::unique_ptr<RecoveryFiles> m_unsavedCopies;  // null with dependencies from outside
+    std::unique_ptr<ContentView> m_window;           // goes first: it shows the state
+    QPointer<PreferencesDialog> m_preferencesDialog; // the window's; null until it is first opened
 };
 
 } // namespace Korvane

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QWidget>
+
+class QComboBox;
+
+namespace Korvane {
+
+class AppState;
+
+/// Chooses the speed of each serial port, which counts from the next connecting.
+class BaudRateField final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// \p state must outlive this.
+    explicit BaudRateField(AppState &state, QWidget *parent = nullptr);
+
+private:
+    void listPorts();
+    void showRate();
+
+    AppState &m_state;
+    QComboBox *m_port;
+    QComboBox *m_rate;
+};
+
+} // namespace Korvane

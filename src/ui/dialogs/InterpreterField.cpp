@@ -1,0 +1,98 @@
+#include "ui/dialogs/InterpreterField.h"
+
+#include "app/AppState.h"
+#include "theme/Theme.h"
+#include "ui/dialogs/PreferenceControls.h"
+
+#include <QComboBox>
+#include <QDir>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace Korvane {
+
+InterpreterField::InterpreterField(AppState &state, QWidget *parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_path(new QComboBox)
+    , m_problem(new QLabel)
+{
+    m_path->setObjectName(QStringLiteral("interpreter"));
+    m_path->setEditable(true);
+    m_path->setInsertPolicy(QComboBox::NoInsert);
+    m_path->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    m_path->setMinimumContentsLength(16);
+    PreferenceControls::ignoreWheelWithoutFocus(m_path);
+    setFocusProxy(m_path);
+    auto *browseButton = new QPushButton(tr("Choose…"));
+    browseButton->setAutoDefault(false);
+    m_problem->setObjectName(QStringLiteral("interpreterProblem"));
+    m_problem->setText(tr("There is no Python at this path."));
+    m_problem->hide();
+    auto *row = new QHBoxLayout;
+    row->addWidget(m_path, 1);
+    row->addWidget(browseButton);
+    auto *column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addLayout(row);
+    column->addWidget(m_problem);
+
+    listFound();
+    connect(m_path->lineEdit(), &QLineEdit::editingFinished, this,
+            [this] { choose(m_path->currentText()); });
+    connect(m_path, &QComboBox::activated, this, [this] { choose(m_path->currentText()); });
+    connect(browseButton, &QPushButton::clicked, this, &InterpreterField::browse);
+    m_state.preferences().follow(Preferences::Interpreter, this, [this] { showChosen(); });
+}
+
+/// The usual interpreters, and virtual environments in the folder that is browsed.
+void InterpreterField::listFound()
+{
+    const QDir folder(m_state.localFiles().localWorkingDir());
+    QStringList candidates = PythonRunner::defaultInterpreters();
+    candidates << folder.filePath(QStringLiteral(".venv"))
+               << folder.filePath(QStringLiteral("venv"));
+    for (const QString &candidate : std::as_const(candidates)) {
+        if (!PythonRunner::pythonAt(candidate).isEmpty())
+            m_path->addItem(candidate);
+    }
+}
+
+void InterpreterField::showChosen()
+{
+    m_path->setEditText(m_state.preferences().text(Preferences::Interpreter));
+    m_path->lineEdit()->setPlaceholderText(
+        m_path->count() > 0 ? tr("Found by itself: %1").arg(m_path->itemText(0))
+                            : tr("Path of a Python or of a virtual environment"));
+    m_problem->hide();
+}
+
+void InterpreterField::choose(const QString &path)
+{
+    const QString trimmed = path.trimmed();
+    const bool isPython = trimmed.isEmpty() || !PythonRunner::pythonAt(trimmed).isEmpty();
+    QPalette colors = palette();
+    colors.setColor(QPalette::WindowText, Theme::of(colors).color(Theme::Role::Red));
+    m_problem->setPalette(colors);
+    m_problem->setVisible(!isPython);
+    if (isPython)
+        m_state.preferences().setText(Preferences::Interpreter, trimmed);
+}
+
+void InterpreterField::browse()
+{
+    auto *dialog = new QFileDialog(this, tr("Python or the python of a virtual environment"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::ExistingFile);
+    dialog->setDirectory(m_state.localFiles().localWorkingDir());
+    connect(dialog, &QFileDialog::fileSelected, this, [this](const QString &path) {
+        m_path->setEditText(path);
+        choose(path);
+    });
+    dialog->open();
+}
+
+} // namespace Korvane

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QWidget>
+
+class QComboBox;
+class QLabel;
+
+namespace Korvane {
+
+class AppState;
+
+/// Chooses the Python of local runs: by its path, that of a virtual environment, or none, so that
+/// the program looks for one. A path without a Python is not stored, and the field says so.
+class InterpreterField final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// \p state must outlive this.
+    explicit InterpreterField(AppState &state, QWidget *parent = nullptr);
+
+private:
+    void listFound();
+    void showChosen();
+    void choose(const QString &path);
+    void browse();
+
+    AppState &m_state;
+    QComboBox *m_path;
+    QLabel *m_problem;
+};
+
+} // namespace Korvane

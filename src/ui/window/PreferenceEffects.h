@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QObject>
+
+namespace Korvane {
+
+class ContentView;
+class Preferences;
+
+/// Gives the views of the window what the user has chosen for them, and each change at once.
+class PreferenceEffects final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Child of \p window. \p preferences must outlive it.
+    PreferenceEffects(Preferences &preferences, ContentView &window);
+
+private:
+    void setEditorAids();
+    void setEditorFont();
+    void setShellFont();
+
+    Preferences &m_preferences;
+    ContentView &m_window;
+};
+
+} // namespace Korvane
