@@ -1,6 +1,7 @@
 #include "app/AppState.h"
 
 #include "app/AssistantServer.h"
+#include "board/DeviceError.h"
 
 #include <utility>
 
@@ -17,6 +18,9 @@ QByteArray forPrompt(QString command)
     command.replace(u'\n', u'\r');
     return '\x05' + command.toUtf8() + "\r\x04";
 }
+
+// The limit of the Shell is a number of megabytes, of text that is mostly ASCII.
+constexpr qsizetype charactersPerUnit = 1'000'000;
 
 } // namespace
 
@@ -52,7 +56,7 @@ QCoro::Task<void> AppState::runCurrentFile()
     const EditorFile *selected = m_documents.selectedFile();
     if (!selected || selected->content().isEmpty())
         co_return;
-    emit runStarted();
+    noteRun(selected->id());
     setRunning(true);
     if (m_link.connectionState().isConnected()) {
         const QString source = selected->content();
@@ -62,6 +66,88 @@ QCoro::Task<void> AppState::runCurrentFile()
         co_return;
     }
     co_await runLocally(selected->name(), selected->content(), selected->path());
+}
+
+QCoro::Task<void> AppState::runPiece(QString code, int firstLine)
+{
+    const EditorFile *selected = m_documents.selectedFile();
+    if (!selected || code.isEmpty())
+        co_return;
+    const bool isOnBoard = m_link.connectionState().isConnected();
+    if (isOnBoard && m_programRun.deviceProgramRunning()) {
+        m_errors.report(DeviceError::programRunning());
+        co_return;
+    }
+    if (!code.contains(u'\n')) {
+        emit runStarted();
+        submitShell(code);
+        co_return;
+    }
+    noteRun(selected->id());
+    // Empty lines in front, so that tracebacks have the lines of the document.
+    const QString source = QString(firstLine - 1, u'\n') + code;
+    m_shell.appendInfo(QStringLiteral("▶ Running lines %1 to %2 of %3…")
+                           .arg(firstLine)
+                           .arg(firstLine + code.count(u'\n'))
+                           .arg(selected->name()));
+    if (isOnBoard) {
+        m_programRun.runOnDeviceStreamed(source);
+        co_return;
+    }
+    const auto life = m_life.watch();
+    const int run = ++m_lastLocalRun;
+    setRunning(true);
+    const QString path =
+        selected->path().isEmpty() ? QStringLiteral("<untitled>") : selected->path();
+    const RunResult result = co_await m_runner.runShell(source, path);
+    if (!life)
+        co_return;
+    finishLocally(result);
+    if (run == m_lastLocalRun)
+        setRunning(false);
+}
+
+void AppState::noteRun(const QUuid &document)
+{
+    m_documentsOfRuns.insert(m_shell.beginRun(), document);
+    emit runStarted();
+}
+
+QCoro::Task<void> AppState::openSource(QString file, int line, int run)
+{
+    const auto life = m_life.watch();
+    const EditorFile *document = m_documents.file(m_documentsOfRuns.value(run));
+    const bool isUnsaved = file == QLatin1String("<stdin>") || file == QLatin1String("<untitled>");
+    if (document && (isUnsaved || document->path() == file)) {
+        m_documents.select(document->id());
+        emit sourceLineOpened(line);
+        co_return;
+    }
+    if (isUnsaved && run > 0)
+        m_shell.appendInfo(QStringLiteral("The document of that program is not open any more."));
+    if (file.startsWith(u'<'))
+        co_return; // code that is in no file
+    const QStringList places{file, u'/' + file, QStringLiteral("/lib/") + file};
+    for (const QString &place : places) {
+        const DeviceFileNode *node = m_deviceFiles.deviceNode(place);
+        if (!node || node->isDirectory)
+            continue;
+        const DeviceFileNode copy = *node;
+        co_await m_boardDocuments.openDeviceFile(copy);
+        if (!life)
+            co_return;
+        const EditorFile *selected = m_documents.selectedFile();
+        if (selected && selected->devicePath() == copy.path)
+            emit sourceLineOpened(line);
+        co_return;
+    }
+    const auto opened = co_await m_documents.openFile(file);
+    if (!life)
+        co_return;
+    if (opened)
+        emit sourceLineOpened(line);
+    else
+        m_shell.appendError(QStringLiteral("Cannot open %1: %2").arg(file, opened.error().message));
 }
 
 void AppState::stopRun()
@@ -78,7 +164,7 @@ QCoro::Task<void> AppState::startDebugRun()
     const EditorFile *file = m_documents.selectedFile();
     if (!file)
         co_return;
-    emit runStarted();
+    noteRun(file->id());
     const auto life = m_life.watch();
     // A second start is refused while the first one is in progress.
     const bool isFirst = m_startingDebugFile.isNull();
@@ -93,6 +179,7 @@ void AppState::submitShell(const QString &command)
 {
     if (command.isEmpty())
         return;
+    m_shell.endRun();
     m_shell.appendLine(QStringLiteral(">>> ") + command, REPLLine::Kind::Input);
     if (!m_link.connectionState().isConnected())
         runShellLocally(command);
@@ -223,6 +310,12 @@ void AppState::wireFiles()
 
 void AppState::wirePreferences()
 {
+    m_preferences.follow(Preferences::ShowReplMessages, &m_wiring, [this] {
+        m_shell.setShowsReplMessages(m_preferences.flag(Preferences::ShowReplMessages));
+    });
+    m_preferences.follow(Preferences::ShellOutputLimit, &m_wiring, [this] {
+        m_shell.setLimit(m_preferences.number(Preferences::ShellOutputLimit) * charactersPerUnit);
+    });
     m_link.setBaudRates([this](const QString &port) { return m_preferences.baudRate(port); });
     m_runner.setInterpreter(m_preferences.text(Preferences::Interpreter));
     m_preferences.whenChanged(Preferences::Interpreter, &m_wiring, [this] {

@@ -22,6 +22,7 @@
 #include "session/PythonRunner.h"
 
 #include <QCoro/QCoroTask>
+#include <QHash>
 #include <QObject>
 #include <QPointer>
 
@@ -96,6 +97,13 @@ public:
     /// Interrupts the program on the board while one is connected, and otherwise, or when a local
     /// program waits for input, the local run.
     void stopRun();
+    /// Runs a part of the selected document in what earlier runs have left, here or on the board.
+    /// \p code, whose first line is \p firstLine of the document, has no indentation in common. One
+    /// line is typed into the Shell, which shows its value. The task may be dropped.
+    QCoro::Task<void> runPiece(QString code, int firstLine);
+    /// Opens what a traceback of \p run, as of REPLLine::run, calls \p file, and signals
+    /// sourceLineOpened. Says in the Shell when it can't be opened. The task may be dropped.
+    QCoro::Task<void> openSource(QString file, int line, int run);
     /// Debugs the selected document, saved or not, on the board. The task may be dropped. How the
     /// run goes on, and what makes it go on, is the debug session's.
     QCoro::Task<void> startDebugRun();
@@ -129,6 +137,8 @@ public:
 signals:
     /// The user has started a program, here or on the board; it has printed nothing so far.
     void runStarted();
+    /// The document of a traceback is selected; \p line is to be shown.
+    void sourceLineOpened(int line);
     void isRunningChanged();
     void bottomTabChanged();
     void sidebarTabChanged();
@@ -152,9 +162,11 @@ private:
     QCoro::Task<void> runShellLocally(QString command);
     void finishLocally(const RunResult &result);
     void setRunning(bool isRunning);
+    void noteRun(const QUuid &document);
 
     bool m_isRunning = false;
     int m_lastLocalRun = 0;
+    QHash<int, QUuid> m_documentsOfRuns; // by REPLLine::run
     BottomTab m_bottomTab = BottomTab::Shell;
     SidebarTab m_sidebarTab = SidebarTab::Local;
     bool m_mcpRunning = false;

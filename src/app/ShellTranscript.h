@@ -7,8 +7,8 @@
 
 namespace Korvane {
 
-/// The lines of the Shell. They are only ever added at the end, or all removed; their number has
-/// no limit.
+/// The lines of the Shell. They are added at the end and all removed at once; the oldest text is
+/// removed where all exceeds the limit.
 ///
 /// Output of a program is merged into one line, which may grow to hundreds of megabytes: it stays
 /// linear as long as no other object keeps a copy of that line's text. Views therefore take what is
@@ -27,7 +27,20 @@ public:
     void appendOutput(const QString &text) override;
     /// Shows what still waits. To be called when the program that printed has ended.
     void flushOutput();
+    /// The same, marked as a message of the REPL, or nothing while those are not shown.
+    void appendReplMessage(const QString &text) override;
     void clear();
+    /// Run numbers are from 1 to this, and start again.
+    static constexpr int maxRun = 0x1ffff;
+    /// Lines from now on belong to a new run, whose number this returns.
+    int beginRun();
+    /// Lines from now on belong to no run.
+    void endRun() { m_run = 0; }
+    void setShowsReplMessages(bool isShown) { m_showsReplMessages = isShown; }
+    /// In characters. A tenth more is kept until the oldest text is removed, so that the time for
+    /// it stays linear.
+    void setLimit(qsizetype characters);
+    [[nodiscard]] qsizetype limit() const { return m_limit; }
 
     [[nodiscard]] const QList<REPLLine> &replLines() const { return m_replLines; }
 
@@ -37,13 +50,22 @@ signals:
     /// \p text was added at the end of the last line, which is output and has a new id.
     void outputExtended(const QString &text);
     void cleared();
+    /// The first \p lines lines were removed, and then \p characters of the one that is first now.
+    void trimmed(qsizetype lines, qsizetype characters);
 
 private:
     void addLine(const QString &text, REPLLine::Kind kind);
-    void addOutput(const QString &text);
+    enum class Source { Program, Repl };
+    void addOutput(const QString &text, Source source = Source::Program);
+    void trim();
 
     QList<REPLLine> m_replLines;
     AnsiFilter m_cleaner;
+    bool m_showsReplMessages = true;
+    qsizetype m_limit = 100'000'000;
+    qsizetype m_characters = 0; // of all lines
+    int m_run = 0;
+    int m_lastRun = 0;
 };
 
 } // namespace Korvane

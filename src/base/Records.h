@@ -24,9 +24,21 @@ struct REPLLine
 {
     enum class Kind { Input, Output, Error, Info };
 
+    /// A part of the text.
+    struct Range
+    {
+        qsizetype start = 0;
+        qsizetype length = 0;
+        friend bool operator==(const Range &, const Range &) = default;
+    };
+
     Kind kind;
     QString text;
     QUuid id = QUuid::createUuid();
+    /// What the board's REPL itself said, of a line of output; ascending.
+    QList<Range> replMessages = {};
+    /// The run that wrote the line, as of ShellTranscript::beginRun; 0 for none.
+    int run = 0;
 };
 
 /// One entry of a local folder.

@@ -18,6 +18,9 @@ public:
     /// line.
     virtual void appendOutput(const QString &text) = 0;
 
+    /// Adds what the board's REPL itself said, between the outputs of programs.
+    virtual void appendReplMessage(const QString &text) { appendOutput(text); }
+
     /// Adds a notice of one line. Control characters of the names in it are shown as signs, so that
     /// no name can add a notice of its own.
     void appendInfo(const QString &text)

@@ -45,7 +45,7 @@ DeviceLink::DeviceLink(ShellSink &shell, SerialPortManager::Roots roots, QObject
     connect(&m_serial, &SerialPortManager::writeFailed, this, &DeviceLink::handleWriteFailure);
     m_rawReplTimer.setSingleShot(true);
     m_rawReplTimer.setInterval(longestPause);
-    connect(&m_rawReplTimer, &QTimer::timeout, this, [this] { m_serial.write("\x02"); });
+    connect(&m_rawReplTimer, &QTimer::timeout, this, &DeviceLink::leaveRawRepl);
 }
 
 DeviceLink::~DeviceLink()
@@ -267,7 +267,7 @@ void DeviceLink::writeInput(const QByteArray &bytes)
 {
     if (m_rawReplTimer.isActive()) {
         m_rawReplTimer.stop();
-        m_serial.write("\x02");
+        leaveRawRepl();
     }
     m_serial.write(bytes);
 }
@@ -309,7 +309,15 @@ void DeviceLink::releaseCommand(const RawReplExchange *command)
     m_current = nullptr;
     if (command->isInRawRepl())
         m_rawReplTimer.start();
+    else
+        emit rawReplLeft();
     setInFlight(false);
+}
+
+void DeviceLink::leaveRawRepl()
+{
+    m_serial.write("\x02");
+    emit rawReplLeft();
 }
 
 } // namespace Korvane

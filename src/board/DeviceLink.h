@@ -116,6 +116,8 @@ signals:
     void deviceCommandInFlightChanged();
     /// A new connection is about to be read: what is left of the stream before is void.
     void readerStarting();
+    /// A command has ended and left the raw REPL: the board's banner is what comes next.
+    void rawReplLeft();
     /// Bytes that belong to no command.
     void dataReceived(const QByteArray &chunk);
     /// The last step of connecting.
@@ -131,6 +133,7 @@ private:
     void handleDeviceLost();
     void endLink(const QString &notice);
     void setInFlight(bool isInFlight);
+    void leaveRawRepl();
     void releaseCommand(const RawReplExchange *command);
     void dropWaiting(RawReplExchange *command);
     [[nodiscard]] Async<DeviceExecution> execute(std::unique_ptr<RawReplExchange> exchange,

@@ -36,6 +36,12 @@ void takeText(QByteArrayView bytes, DeviceStreamScanner::Scan &scan)
     }
     scan.ended = true;
     scan.pausesBehindEnd = 0;
+    for (qsizetype mark = bytes.indexOf(endMark); mark >= 0;
+         mark = bytes.indexOf(endMark, mark + 1)) {
+        QByteArray before = bytes.first(mark).toByteArray();
+        before.removeIf([](char byte) { return byte == endMark; });
+        scan.endMarks << scan.text.size() + Utf8::decodeLossy(before).size();
+    }
     QByteArray shown = bytes.toByteArray();
     shown.removeIf([](char byte) { return byte == endMark; });
     scan.text += Utf8::decodeLossy(shown);

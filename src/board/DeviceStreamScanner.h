@@ -16,6 +16,8 @@ public:
     {
         /// What to show: without end marks, and without records and the line end behind each.
         QString text;
+        /// Where in the text the end marks were.
+        QList<qsizetype> endMarks;
         /// In the order of arrival.
         QList<DebugPause> pauses;
         /// An end mark (0x04) was among the bytes.

@@ -28,6 +28,7 @@ ProgramRun::ProgramRun(DeviceLink &link, ShellSink &shell, QObject *parent)
     connect(&link, &DeviceLink::readerStarting, this, &ProgramRun::clearStream);
     connect(&link, &DeviceLink::dataReceived, this, &ProgramRun::handleDeviceData);
     connect(&link, &DeviceLink::lost, this, &ProgramRun::flushStream);
+    connect(&link, &DeviceLink::rawReplLeft, this, [this] { m_messages.expectBanner(); });
     connect(&link, &DeviceLink::ended, this, &ProgramRun::reset);
     // Queued: a waiting command starts after what the caller and other slots write or send.
     connect(this, &ProgramRun::deviceProgramRunningChanged, &link, &DeviceLink::startNextCommand,
@@ -102,6 +103,8 @@ void ProgramRun::sendProgram()
         return;
     m_lateReply.stop();
     const QString source = std::exchange(m_source, {});
+    m_messages.expectReply();
+    m_restartWatch.clear();
     m_reply = Reply::Awaited;
     // Before the link is free, so that no command can start in between.
     const bool wasRunning = std::exchange(m_deviceProgramRunning, true);
@@ -139,8 +142,8 @@ void ProgramRun::leaveEntry()
 void ProgramRun::handleDeviceData(const QByteArray &chunk)
 {
     const DeviceStreamScanner::Scan scan = m_deviceStream.feed(chunk);
-    if (!scan.text.isEmpty())
-        m_shell.appendOutput(scan.text);
+    const bool hasRestarted = m_restartWatch.feed(scan.text) && !m_isEntering;
+    showText(scan.text, scan.endMarks);
     const qsizetype pausesBeforeEnd = scan.pauses.size() - scan.pausesBehindEnd;
     for (const DebugPause &pause : scan.pauses.first(pausesBeforeEnd))
         notePause(pause);
@@ -150,6 +153,20 @@ void ProgramRun::handleDeviceData(const QByteArray &chunk)
         notePause(pause);
     if (scan.replyWhole)
         finishReply();
+    if (hasRestarted && m_deviceProgramRunning) {
+        m_shell.appendInfo(QStringLiteral("The board restarted, which ended the program."));
+        noteEnd();
+    }
+}
+
+void ProgramRun::showText(QStringView text, const QList<qsizetype> &endMarks)
+{
+    for (const ReplMessages::Piece &piece : m_messages.feed(text, endMarks)) {
+        if (piece.isMessage)
+            m_shell.appendReplMessage(piece.text);
+        else
+            m_shell.appendOutput(piece.text);
+    }
 }
 
 void ProgramRun::notePause(const DebugPause &pause)
@@ -193,8 +210,7 @@ void ProgramRun::flushStream()
 {
     showHeldBack();
     const QString rest = m_deviceStream.flush();
-    if (!rest.isEmpty())
-        m_shell.appendOutput(rest);
+    showText(rest);
 }
 
 void ProgramRun::abandon()
@@ -202,6 +218,7 @@ void ProgramRun::abandon()
     if (m_isEntering) {
         leaveEntry();
         m_link.serial().write("\x02");
+        m_messages.expectBanner();
     }
     setDeviceProgramRunning(false);
 }

@@ -2,6 +2,8 @@
 
 #include "board/DeviceStreamScanner.h"
 #include "board/RawReplHandshake.h"
+#include "board/ReplMessages.h"
+#include "board/RestartWatch.h"
 
 #include <QObject>
 #include <QString>
@@ -13,8 +15,8 @@ class DeviceLink;
 class ShellSink;
 
 /// Sends a program to the board and leaves it running there, and handles what the board sends while
-/// no command uses the link: text goes to the Shell, stops and the end are signaled. Main thread
-/// only.
+/// no command uses the link: text goes to the Shell, stops and the end are signaled. A board that
+/// restarts by itself, by a reset or a crash, ends the program, too. Main thread only.
 class ProgramRun final : public QObject
 {
     Q_OBJECT
@@ -74,6 +76,7 @@ private:
 
     void takeEntering(const QByteArray &chunk);
     void showHeldBack();
+    void showText(QStringView text, const QList<qsizetype> &endMarks = {});
     void sendProgram();
     void giveUp();
     void leaveEntry();
@@ -85,6 +88,8 @@ private:
     DeviceLink &m_link;
     ShellSink &m_shell;
     DeviceStreamScanner m_deviceStream;
+    ReplMessages m_messages;
+    RestartWatch m_restartWatch;
     bool m_deviceProgramRunning = false;
 
     // The run that is being started, if any. There is one at most: the last one asked for.

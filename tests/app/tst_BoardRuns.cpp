@@ -2,6 +2,7 @@
 #include "support/VirtualBoard.h"
 
 #include <QRegularExpression>
+#include <QSignalSpy>
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
@@ -32,6 +33,22 @@ class tst_BoardRuns final : public QObject
     }
 
 private slots:
+    void opensTheSourceOfATraceback()
+    {
+        BoardAppFixture shop;
+        QSignalSpy opened(shop.state.get(), &AppState::sourceLineOpened);
+        shop.runOnBoard();
+        QTRY_VERIFY(shop.isBoardIdle());
+        const QUuid sent = shop.state->documents().selectedFileID();
+        shop.state->documents().newFile();
+        shop.state->openSource(u"<stdin>"_s, 7, 1);
+        QCOMPARE(shop.state->documents().selectedFileID(), sent);
+        QCOMPARE(opened, QList<QVariantList>({{7}}));
+        shop.state->openSource(u"/nowhere/a.py"_s, 1, 0);
+        QTRY_COMPARE(shop.lines().last(),
+                     u"error: Cannot open /nowhere/a.py: No such file or directory"_s);
+    }
+
     void initTestCase() { QVERIFY2(m_board.start(), qPrintable(m_board.errorText())); }
 
     void showsOutputThenVariablesThenAnswersTheShell()

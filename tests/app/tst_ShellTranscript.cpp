@@ -36,6 +36,25 @@ class tst_ShellTranscript final : public QObject
     Q_OBJECT
 
 private slots:
+    void keepsTheEndOfItsText()
+    {
+        ShellTranscript shell;
+        shell.setLimit(100);
+        shell.appendInfo(u"0123456789"_s);
+        shell.appendReplMessage(u"OK"_s);
+        QSignalSpy trimmed(&shell, &ShellTranscript::trimmed);
+        for (int i = 0; i < 99; ++i)
+            shell.appendOutput(u"a"_s);
+        QCOMPARE(trimmed, QList<QVariantList>({{1LL, 1LL}}));
+        const REPLLine line = shell.replLines().constFirst();
+        QCOMPARE(line.text, u"K"_s + QString(99, u'a'));
+        QCOMPARE(line.replMessages, QList<REPLLine::Range>({{0, 1}}));
+        shell.setShowsReplMessages(false);
+        shell.appendReplMessage(u">"_s);
+        shell.appendOutput(u"b"_s);
+        QVERIFY(shell.replLines().constLast().text.endsWith(u"ab"_s));
+    }
+
     void cleansOutputHoweverItIsSplit()
     {
         const QList<std::pair<QString, QString>> cases{

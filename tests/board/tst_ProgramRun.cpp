@@ -57,6 +57,13 @@ private slots:
             u"running paused-3 free ended running paused-4"_s);
         row("an end mark of its own", reply("a\x04-", "c>"), u"OKa-c>>"_s);
         row("no prompt", "a\x04-\x04", u"OKa-"_s); // whole after a second
+        row("a soft reset without an end", "a\r\nMPY: soft reboot\r\nraw REPL; CTRL-B to exit\r\n>",
+            u"OKa\r\nMPY: soft reboot\r\nraw REPL; CTRL-B to exit\r\n>"_s);
+        row("a restart",
+            "rst:0x1\r\nMicroPython v1 on x; y\r\n"
+            "Type \"help()\" for more information.\r\n>>> ",
+            u"OKrst:0x1\r\nMicroPython v1 on x; y\r\nType \"help()\" for more information."
+            "\r\n>>> "_s);
         row("no end", "abc", u"OKabc"_s, u"running"_s);
     }
 

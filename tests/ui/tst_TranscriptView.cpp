@@ -52,6 +52,50 @@ class tst_TranscriptView final : public QObject
     Q_OBJECT
 
 private slots:
+    void opensWhatATracebackNames()
+    {
+        Pane pane;
+        QStringList asked;
+        connect(pane.view.get(), &TranscriptView::sourceAsked, pane.view.get(),
+                [&asked](const QString &file, int line, int run) {
+                    asked << u"%1 %2 %3"_s.arg(file).arg(line).arg(run);
+                });
+        QVERIFY(!pane.view->followNextLink());
+        pane.shell.beginRun();
+        pane.shell.appendLine(u"Traceback\n  File \"a.py\", line 2, in f\n    x\nE"_s,
+                              REPLLine::Kind::Error);
+        pane.shell.beginRun();
+        pane.print(u"  File \"<stdin>\", line 31, in <module>\r\nlast\r\n"_s);
+        QTRY_VERIFY(pane.view->isCaughtUp());
+        QVERIFY(pane.view->followNextLink() && pane.view->followNextLink());
+        QVERIFY(!pane.view->followNextLink());
+        QCOMPARE(asked, QStringList({u"<stdin> 31 2"_s, u"a.py 2 1"_s}));
+
+        QTextCursor caret(pane.view->document()->findBlockByNumber(1));
+        pane.view->setTextCursor(caret);
+        QTest::keyClick(pane.view.get(), Qt::Key_Return);
+        caret.movePosition(QTextCursor::Right, QTextCursor::MoveAnchor, 10);
+        const QPoint point = pane.view->cursorRect(caret).center();
+        QTest::mouseMove(pane.view->viewport(), point);
+        QCOMPARE(pane.view->viewport()->cursor().shape(), Qt::PointingHandCursor);
+        QTest::mouseClick(pane.view->viewport(), Qt::LeftButton, {}, point);
+        QTest::mouseClick(pane.view->viewport(), Qt::LeftButton, {}, point + QPoint(400, 0));
+        QCOMPARE(asked.mid(2), QStringList({u"a.py 2 1"_s, u"a.py 2 1"_s}));
+    }
+
+    void removesTheOldestText()
+    {
+        Pane pane;
+        pane.shell.setLimit(10'000);
+        pane.printLines(300);
+        pane.bar().setValue(200);
+        const QString top = pane.view->cursorForPosition({10, 4}).block().text();
+        pane.printLines(2'000);
+        QVERIFY(pane.view->document()->characterCount() < 11'500);
+        QVERIFY(pane.copied().endsWith(u"line 1998\nline 1999"_s));
+        QVERIFY(!pane.copied().contains(top));
+    }
+
     void copiesWhatWasPrinted_data()
     {
         QTest::addColumn<QStringList>("printed"); // null stands for an info line in between

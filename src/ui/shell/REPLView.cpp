@@ -54,6 +54,9 @@ REPLView::REPLView(AppState &state, QWidget *parent)
     const auto stop = [this] { m_state.stopRun(); };
     connect(m_input, &ShellInput::stopAsked, this, stop);
     connect(m_transcript, &TranscriptView::stopAsked, this, stop);
+    connect(
+        m_transcript, &TranscriptView::sourceAsked, this,
+        [this](const QString &file, int line, int run) { m_state.openSource(file, line, run); });
     connect(&state, &AppState::runStarted, m_transcript, &TranscriptView::followEnd);
     const auto noteTyping = [this] {
         m_state.setTypingInShell(m_input->hasFocus() && !m_input->document()->isEmpty());
@@ -111,6 +114,11 @@ QString REPLView::inputText() const
 void REPLView::focusInput()
 {
     m_input->setFocus();
+}
+
+bool REPLView::followNextLink()
+{
+    return m_transcript->followNextLink();
 }
 
 bool REPLView::inputFocused() const

@@ -21,6 +21,8 @@ public:
 
     // Not a focus proxy: the Tab key would jump over what stands before the input.
     void focusInput();
+    /// As of TranscriptView.
+    bool followNextLink();
 
     [[nodiscard]] QString inputText() const;
     /// What was submitted, oldest first. Lives as long as the pane.

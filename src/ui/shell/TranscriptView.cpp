@@ -7,6 +7,7 @@
 #include <QEvent>
 #include <QKeyEvent>
 #include <QMimeData>
+#include <QPainter>
 #include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QStyle>
@@ -24,6 +25,35 @@ constexpr qint64 turnMilliseconds = 8;
 constexpr qsizetype turnCharacters = 131'072;
 constexpr qsizetype pieceCharacters = 8'192; // between looks at the clock
 constexpr qsizetype lineCost = 64;           // what even an empty line costs, in characters
+
+constexpr int isReplMessageProperty = QTextFormat::UserProperty;
+
+void recolorMessages(const QTextBlock &block, QTextCursor &cursor, const QTextCharFormat &format)
+{
+    for (auto i = block.begin(); !i.atEnd(); ++i) {
+        const QTextFragment fragment = i.fragment();
+        if (!fragment.charFormat().boolProperty(isReplMessageProperty))
+            continue;
+        cursor.setPosition(fragment.position());
+        cursor.setPosition(fragment.position() + fragment.length(), QTextCursor::KeepAnchor);
+        cursor.setCharFormat(format);
+    }
+}
+
+/// How many characters of \p line from \p offset on are of one kind, and whether they are messages
+/// of the REPL.
+std::pair<qsizetype, bool> pieceAt(const REPLLine &line, qsizetype offset)
+{
+    const auto next = std::lower_bound(line.replMessages.cbegin(), line.replMessages.cend(), offset,
+                                       [](const REPLLine::Range &range, qsizetype at) {
+                                           return range.start + range.length <= at;
+                                       });
+    if (next == line.replMessages.cend())
+        return {line.text.size() - offset, false};
+    if (next->start > offset)
+        return {next->start - offset, false};
+    return {next->start + next->length - offset, true};
+}
 
 } // namespace
 
@@ -76,6 +106,7 @@ TranscriptView::TranscriptView(const ShellTranscript &transcript, QWidget *paren
     setFont(Theme::monospacedFont());
     setTabWidth();
     applyTheme();
+    viewport()->setMouseTracking(true);
 
     m_more.setSingleShot(true);
     connect(&m_more, &QTimer::timeout, this, &TranscriptView::showMore);
@@ -85,6 +116,7 @@ TranscriptView::TranscriptView(const ShellTranscript &transcript, QWidget *paren
     };
     connect(&transcript, &ShellTranscript::lineAppended, this, moreWaits);
     connect(&transcript, &ShellTranscript::outputExtended, this, moreWaits);
+    connect(&transcript, &ShellTranscript::trimmed, this, &TranscriptView::removeOldest);
     connect(&transcript, &ShellTranscript::cleared, this, &TranscriptView::forget);
 
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &TranscriptView::noteScrolling);
@@ -134,6 +166,7 @@ void TranscriptView::forget()
     m_line = 0;
     m_offset = 0;
     m_tail = {};
+    m_linkCursor = {};
     m_followsEnd = true;
     const QScopedValueRollback guard(m_isAdjusting, true);
     clear();
@@ -144,11 +177,13 @@ void TranscriptView::showMore()
     if (isCaughtUp())
         return;
     const qsizetype lineBefore = m_line;
+    m_linkCursor = {};
     {
         const QScopedValueRollback guard(m_isAdjusting, true);
         const SelectionKeeper selection(*this);
         takeOver();
     }
+    shortenDocument();
 
     const bool isCaught = isCaughtUp();
     if (!isCaught)
@@ -176,18 +211,21 @@ void TranscriptView::takeOver()
     const QList<REPLLine> &lines = m_transcript.replLines();
     TranscriptWriter writer(
         *document(), m_tail,
-        [this](REPLLine::Kind kind) -> const QTextCharFormat & { return format(kind); });
+        [this](REPLLine::Kind kind, bool isReplMessage) -> const QTextCharFormat & {
+            return format(kind, isReplMessage);
+        });
     QElapsedTimer time;
     time.start();
     qsizetype taken = 0;
     while (taken < turnCharacters && time.elapsed() < turnMilliseconds) {
         const REPLLine &line = lines[m_line];
         const qsizetype waiting = line.text.size() - m_offset;
-        writer.enterLine(line.kind, waiting, m_line == 0);
+        writer.enterLine(line, waiting, m_line == 0 && document()->isEmpty());
         // A view into the transcript's own text: copying a line that grows would cost its square.
+        const auto [length, isReplMessage] = pieceAt(line, m_offset);
         const auto text =
-            QStringView(line.text).sliced(m_offset, std::min(waiting, pieceCharacters));
-        writer.append(text);
+            QStringView(line.text).sliced(m_offset, std::min(length, pieceCharacters));
+        writer.append(text, isReplMessage);
         m_offset += text.size();
         taken += text.size() + lineCost;
         if (m_offset < line.text.size())
@@ -225,7 +263,111 @@ void TranscriptView::keyPressEvent(QKeyEvent *event)
         emit stopAsked();
         return;
     }
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (isReturn && follow(TranscriptLinks::inLineOf(textCursor())))
+        return;
     QPlainTextEdit::keyPressEvent(event);
+}
+
+bool TranscriptView::follow(const std::optional<TranscriptLinks::Link> &link)
+{
+    if (link)
+        emit sourceAsked(link->file, link->line, link->run);
+    return link.has_value();
+}
+
+bool TranscriptView::followNextLink()
+{
+    if (m_linkCursor.isNull()) {
+        m_linkCursor = QTextCursor(document());
+        m_linkCursor.movePosition(QTextCursor::End);
+    }
+    const auto link = TranscriptLinks::before(m_linkCursor);
+    if (!link)
+        return false;
+    m_linkCursor.setPosition(link->start);
+    m_linkCursor.setKeepPositionOnInsert(true);
+    QTextCursor shown = m_linkCursor;
+    shown.setPosition(link->start + link->length, QTextCursor::KeepAnchor);
+    setTextCursor(shown);
+    return follow(link);
+}
+
+std::optional<TranscriptLinks::Link> TranscriptView::linkAt(const QPoint &point) const
+{
+    const QTextCursor cursor = cursorForPosition(point);
+    const auto link = TranscriptLinks::inLineOf(cursor);
+    const bool isOnIt = link && cursor.position() >= link->start
+        && cursor.position() <= link->start + link->length
+        && std::abs(cursorRect(cursor).center().x() - point.x())
+            < 2 * fontMetrics().averageCharWidth();
+    return isOnIt ? link : std::nullopt;
+}
+
+void TranscriptView::mouseMoveEvent(QMouseEvent *event)
+{
+    QPlainTextEdit::mouseMoveEvent(event);
+    const bool isLink = event->buttons() == Qt::NoButton && linkAt(event->pos());
+    viewport()->setCursor(isLink ? Qt::PointingHandCursor : Qt::IBeamCursor);
+}
+
+void TranscriptView::mouseReleaseEvent(QMouseEvent *event)
+{
+    QPlainTextEdit::mouseReleaseEvent(event);
+    if (event->button() == Qt::LeftButton && !textCursor().hasSelection())
+        follow(linkAt(event->pos()));
+}
+
+void TranscriptView::paintEvent(QPaintEvent *event)
+{
+    QPlainTextEdit::paintEvent(event);
+    QPainter painter(viewport());
+    painter.setPen(Theme::of(palette()).color(Theme::Role::Accent));
+    QPointF offset = contentOffset();
+    for (QTextBlock block = firstVisibleBlock(); block.isValid(); block = block.next()) {
+        const QRectF box = blockBoundingGeometry(block).translated(offset);
+        if (box.top() > event->rect().bottom())
+            break;
+        TranscriptLinks::underline(painter, block, box.topLeft());
+    }
+}
+
+void TranscriptView::removeOldest(qsizetype lines, qsizetype characters)
+{
+    if (m_line < lines) {
+        // None of what is left was taken so far.
+        m_line = 0;
+        m_offset = 0;
+        m_tail.isLineBegun = false;
+    } else {
+        m_line -= lines;
+        if (m_line == 0)
+            m_offset = std::max<qsizetype>(m_offset - characters, 0);
+    }
+    shortenDocument();
+}
+
+void TranscriptView::shortenDocument()
+{
+    const qsizetype limit = m_transcript.limit();
+    const qsizetype excess = document()->characterCount() - limit;
+    if (excess <= limit / 10)
+        return;
+    const QTextBlock kept = document()->findBlock(static_cast<int>(excess)).next();
+    if (!kept.isValid())
+        return;
+    const QScopedValueRollback guard(m_isAdjusting, true);
+    const QTextBlock top = firstVisibleBlock();
+    const bool isTopKept = top.position() >= kept.position();
+    QTextCursor cursor(document());
+    cursor.setPosition(kept.position(), QTextCursor::KeepAnchor);
+    const int state = kept.userState();
+    const int rows = kept.lineCount();
+    cursor.removeSelectedText();
+    document()->firstBlock().setUserState(state);
+    document()->firstBlock().setLineCount(rows);
+    if (!m_followsEnd)
+        verticalScrollBar()->setValue(isTopKept ? top.firstLineNumber() : 0);
 }
 
 QMimeData *TranscriptView::createMimeDataFromSelection() const
@@ -293,17 +435,21 @@ void TranscriptView::applyTheme()
     const Theme &theme = Theme::of(palette());
     m_errorFormat.setForeground(theme.color(Theme::Role::Red));
     m_infoFormat.setForeground(theme.color(Theme::Role::SecondaryLabel));
+    m_messageFormat.setForeground(theme.color(Theme::Role::SecondaryLabel));
+    m_messageFormat.setProperty(isReplMessageProperty, true);
 
     // What is typed and printed follows the palette by itself.
     QTextCursor cursor(document());
     cursor.beginEditBlock();
     for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
         const REPLLine::Kind kind = TranscriptBlock::of(block).kind;
+        if (kind == REPLLine::Kind::Output)
+            recolorMessages(block, cursor, m_messageFormat);
         if (kind != REPLLine::Kind::Error && kind != REPLLine::Kind::Info)
             continue;
         cursor.setPosition(block.position());
         cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
-        cursor.setCharFormat(format(kind));
+        cursor.setCharFormat(format(kind, false));
     }
     cursor.endEditBlock();
 }
@@ -313,8 +459,10 @@ void TranscriptView::setTabWidth()
     setTabStopDistance(8 * fontMetrics().horizontalAdvance(u' '));
 }
 
-const QTextCharFormat &TranscriptView::format(REPLLine::Kind kind) const
+const QTextCharFormat &TranscriptView::format(REPLLine::Kind kind, bool isReplMessage) const
 {
+    if (isReplMessage)
+        return m_messageFormat;
     switch (kind) {
     case REPLLine::Kind::Error:
         return m_errorFormat;

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "ui/shell/TranscriptLinks.h"
 #include "ui/shell/TranscriptWriter.h"
 
 #include <QPlainTextEdit>
 #include <QTextCharFormat>
 #include <QTimer>
 #include <QVariantAnimation>
+
+#include <optional>
 
 namespace Korvane {
 
@@ -19,7 +22,8 @@ class ShellTranscript;
 /// several lines share a block: a document of a million blocks would cost seconds and a gigabyte at
 /// each change of its width. What is copied is the text as it was printed.
 ///
-/// It keeps showing the end unless the user has scrolled away from it.
+/// It keeps showing the end unless the user has scrolled away from it. Where a traceback names a
+/// place in a source, a click, or Return with the caret in that line, asks for it.
 class TranscriptView final : public QPlainTextEdit
 {
     Q_OBJECT
@@ -33,12 +37,21 @@ public:
     [[nodiscard]] bool followsEnd() const { return m_followsEnd; }
     /// Goes to the end, and stays there as it grows.
     void followEnd();
+    /// Goes to the source line that a traceback names: the last one of the Shell, and with each
+    /// further call the one above it, until the end of the text changes. False when there is none.
+    bool followNextLink();
 
 signals:
     /// The key for copying was pressed, and nothing is selected.
     void stopAsked();
+    /// The user wants to see what a traceback of \p run, as of REPLLine::run, names.
+    void sourceAsked(const QString &file, int line, int run);
 
 protected:
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    /// Underlines the links to sources.
+    void paintEvent(QPaintEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     QMimeData *createMimeDataFromSelection() const override;
     void changeEvent(QEvent *event) override;
@@ -53,14 +66,22 @@ private:
     void noteScrolling();
     void scrollToEnd();
     void applyTheme();
+    void removeOldest(qsizetype lines, qsizetype characters);
+    /// The document has about the limit of the transcript; it need not be the same to the
+    /// character.
+    void shortenDocument();
+    [[nodiscard]] std::optional<TranscriptLinks::Link> linkAt(const QPoint &point) const;
+    bool follow(const std::optional<TranscriptLinks::Link> &link);
     void setTabWidth();
     void restoreLineCounts();
-    [[nodiscard]] const QTextCharFormat &format(REPLLine::Kind kind) const;
+    [[nodiscard]] const QTextCharFormat &format(REPLLine::Kind kind, bool isReplMessage) const;
 
     const ShellTranscript &m_transcript;
     QTextCharFormat m_plainFormat;
     QTextCharFormat m_errorFormat;
     QTextCharFormat m_infoFormat;
+    QTextCharFormat m_messageFormat;
+    QTextCursor m_linkCursor; // where followNextLink has been; null at first
     QTimer m_more;
     QVariantAnimation m_scroll;
 

@@ -1,5 +1,7 @@
 #include "ui/shell/TranscriptWriter.h"
 
+#include "app/ShellTranscript.h"
+
 #include <QTextBlock>
 #include <QTextDocument>
 
@@ -21,6 +23,14 @@ constexpr qsizetype roomForLine = 500;
 // Laid-out blocks behind the end that keep their layout; the rest is laid out again when seen.
 constexpr int keptLayouts = 200;
 
+// How the user state of a block is divided, below its sign: two bits for the kind, one for
+// continuesLine, eleven for the lines, of which a block has at most maxLength, the rest for the
+// run.
+constexpr int maxLines = 0x7ff;
+constexpr int runShift = 14;
+static_assert(TranscriptBlock::maxLength <= maxLines);
+static_assert(ShellTranscript::maxRun == 0x7fffffff >> runShift);
+
 bool endsLine(QChar character)
 {
     return character == u'\n' || character == u'\r' || character == QChar::ParagraphSeparator
@@ -39,12 +49,13 @@ bool isReserved(QChar character)
 TranscriptBlock TranscriptBlock::of(const QTextBlock &block)
 {
     const int state = std::max(block.userState(), 0); // -1 when never set
-    return {static_cast<REPLLine::Kind>(state & 3), (state & 4) != 0, std::max(state >> 3, 1)};
+    return {static_cast<REPLLine::Kind>(state & 3), (state & 4) != 0,
+            std::max((state >> 3) & maxLines, 1), state >> runShift};
 }
 
 int TranscriptBlock::packed() const
 {
-    return static_cast<int>(kind) | (continuesLine ? 4 : 0) | (lines << 3);
+    return static_cast<int>(kind) | (continuesLine ? 4 : 0) | (lines << 3) | (run << runShift);
 }
 
 TranscriptWriter::TranscriptWriter(QTextDocument &document, TranscriptTail &tail, Format format)
@@ -63,10 +74,11 @@ TranscriptWriter::~TranscriptWriter()
     m_cursor.endEditBlock();
 }
 
-void TranscriptWriter::enterLine(REPLLine::Kind kind, qsizetype waiting, bool isFirst)
+void TranscriptWriter::enterLine(const REPLLine &line, qsizetype waiting, bool isFirst)
 {
     writePending(); // what belongs to the line before
-    m_kind = kind;
+    m_kind = line.kind;
+    m_run = line.run;
     m_sharesBlocks = waiting > floodCharacters || m_document.blockCount() > manyBlocks;
     if (m_tail.isLineBegun)
         return;
@@ -78,8 +90,11 @@ void TranscriptWriter::enterLine(REPLLine::Kind kind, qsizetype waiting, bool is
     m_tail.owesLineEnd = false;
 }
 
-void TranscriptWriter::append(QStringView text)
+void TranscriptWriter::append(QStringView text, bool isReplMessage)
 {
+    if (isReplMessage != m_isReplMessage)
+        writePending();
+    m_isReplMessage = isReplMessage;
     while (!text.isEmpty()) {
         const auto end = std::find_if(text.cbegin(), text.cend(), endsLine);
         const auto length = static_cast<qsizetype>(end - text.cbegin());
@@ -127,7 +142,7 @@ void TranscriptWriter::writePending()
         return;
     std::replace_if(m_pending.begin(), m_pending.end(), isReserved,
                     QChar(QChar::ReplacementCharacter));
-    m_cursor.insertText(m_pending, m_format(m_kind));
+    m_cursor.insertText(m_pending, m_format(m_kind, m_isReplMessage));
     m_pending.resize(0);
     if (m_tail.blockLines > 1) {
         // The document takes every block that it has not laid out for one line high.
@@ -151,7 +166,7 @@ void TranscriptWriter::startBlock(bool continuesLine)
 
 void TranscriptWriter::markBlock(bool continuesLine)
 {
-    m_cursor.block().setUserState(TranscriptBlock{m_kind, continuesLine, 1}.packed());
+    m_cursor.block().setUserState(TranscriptBlock{m_kind, continuesLine, 1, m_run}.packed());
     m_tail.blockLength = 0;
     m_tail.blockLines = 1;
 }

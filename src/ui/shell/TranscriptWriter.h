@@ -25,6 +25,8 @@ struct TranscriptBlock
     bool continuesLine = false;
     /// How many lines share the block.
     int lines = 1;
+    /// The run that wrote the block, as of REPLLine::run.
+    int run = 0;
 
     [[nodiscard]] static TranscriptBlock of(const QTextBlock &block);
     [[nodiscard]] int packed() const;
@@ -49,7 +51,7 @@ struct TranscriptTail
 class TranscriptWriter final
 {
 public:
-    using Format = std::function<const QTextCharFormat &(REPLLine::Kind)>;
+    using Format = std::function<const QTextCharFormat &(REPLLine::Kind, bool isReplMessage)>;
 
     /// Borrows \p document and \p tail.
     TranscriptWriter(QTextDocument &document, TranscriptTail &tail, Format format);
@@ -59,8 +61,9 @@ public:
 
     /// Continues with a line of which \p waiting characters are not written yet. \p isFirst: the
     /// first line of the document, which goes into the block that every document begins with.
-    void enterLine(REPLLine::Kind kind, qsizetype waiting, bool isFirst);
-    void append(QStringView text);
+    void enterLine(const REPLLine &line, qsizetype waiting, bool isFirst);
+    /// \p isReplMessage: what the board's REPL itself said.
+    void append(QStringView text, bool isReplMessage = false);
 
 private:
     void appendWithinLine(QStringView text);
@@ -74,6 +77,8 @@ private:
     const Format m_format;
     QTextCursor m_cursor;
     REPLLine::Kind m_kind = REPLLine::Kind::Output;
+    int m_run = 0;
+    bool m_isReplMessage = false; // what is pending
     QString m_pending;
     bool m_sharesBlocks = false;
 };

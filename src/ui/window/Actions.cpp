@@ -99,6 +99,8 @@ void Actions::addRunCommands()
     add(Stop, tr("S&top"), KeyText::sequence(u"⌘."), [this] { m_state.stopRun(); });
     describe(Stop, QStringLiteral("stop.circle.fill"), Theme::Role::Red, tr("Stop"),
              tr("Stop (⌘.)"));
+    add(RunPiece, tr("Run Selection, Line or &Cell"), QKeySequence(Qt::SHIFT | Qt::Key_Return));
+    add(FollowTraceback, tr("Go to &Traceback Line"), QKeySequence(Qt::Key_F4));
 }
 
 void Actions::addDebugCommands()

@@ -21,8 +21,8 @@ class AppState;
 /// Menus, toolbar and debug bar show these actions, and none makes a second one for a command.
 ///
 /// Commands on the state are connected here. Commands of a view or of the assistant's server
-/// (CloseFile, ShowPreferences, NextFile, PreviousFile, NextPane and the last four) are connected
-/// by their owners.
+/// (CloseFile, ShowPreferences, NextFile, PreviousFile, NextPane, RunPiece, FollowTraceback and the
+/// last four) are connected by their owners.
 class Actions final : public QObject
 {
     Q_OBJECT
@@ -52,6 +52,8 @@ public:
         NextPane,
         Run,  // made visible by the toolbar while no local program runs
         Stop, // also ends a program on the board
+        RunPiece,
+        FollowTraceback,
         Debug,
         Step,
         Continue,

@@ -80,7 +80,10 @@ void AppCommands::addViewMenu()
 void AppCommands::addRunMenu()
 {
     QMenu *menu = m_window.menuBar()->addMenu(tr("&Run"));
-    menu->addActions({m_actions[Actions::Run], m_actions[Actions::Stop]});
+    menu->addActions(
+        {m_actions[Actions::Run], m_actions[Actions::RunPiece], m_actions[Actions::Stop]});
+    menu->addSeparator();
+    menu->addAction(m_actions[Actions::FollowTraceback]);
 }
 
 void AppCommands::addDebugMenu()

@@ -88,6 +88,11 @@ void BottomPane::focusPane()
         m_variablesTab->setFocus();
 }
 
+void BottomPane::followTraceback()
+{
+    m_shell->followNextLink();
+}
+
 void BottomPane::showError()
 {
     if (m_state.bottomTab() == AppState::BottomTab::Shell)

@@ -24,6 +24,8 @@ public:
 
     /// Gives the focus to the Shell's input, or else to the tab that is shown.
     void focusPane();
+    /// Opens the source line that a traceback in the Shell names, from the last one upward.
+    void followTraceback();
 
 private:
     void showTab();

@@ -1,6 +1,7 @@
 #include "ui/window/ContentView.h"
 
 #include "app/AppState.h"
+#include "document/CodePiece.h"
 #include "editor/CodeEditorView.h"
 #include "ui/window/Actions.h"
 #include "ui/window/Announcer.h"
@@ -66,6 +67,17 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     addToolBar(new IDEToolbar(state, *m_commands));
     connectTabs();
     connectFocus();
+    CodeEditorView *editor = &m_editorArea->editor();
+    QAction *runPiece = (*m_commands)[Actions::RunPiece];
+    runPiece->setShortcutContext(Qt::WidgetWithChildrenShortcut); // elsewhere it ends a line
+    editor->addAction(runPiece);
+    connect(runPiece, &QAction::triggered, this, &ContentView::runPiece);
+    connect((*m_commands)[Actions::FollowTraceback], &QAction::triggered, m_bottomPane,
+            &BottomPane::followTraceback);
+    connect(&state, &AppState::sourceLineOpened, editor, [editor](int line) {
+        editor->goToLine(line);
+        editor->setFocus();
+    });
     new Announcer(state, this);
     setAcceptDrops(true);
 
@@ -160,6 +172,17 @@ bool ContentView::eventFilter(QObject *watched, QEvent *event)
         }
     }
     return QMainWindow::eventFilter(watched, event);
+}
+
+void ContentView::runPiece()
+{
+    CodeEditorView &editor = m_editorArea->editor();
+    const QTextCursor cursor = editor.textCursor();
+    const CodePiece piece =
+        CodePiece::at(editor.text(), cursor.selectionStart(), cursor.selectionEnd());
+    m_state.runPiece(piece.code, piece.firstLine);
+    if (!cursor.hasSelection())
+        editor.goToLine(piece.nextLine);
 }
 
 void ContentView::closeEvent(QCloseEvent *event)

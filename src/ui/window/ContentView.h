@@ -42,6 +42,7 @@ private:
     void openDropped(const QMimeData *dropped);
     void connectTabs();
     void connectFocus();
+    void runPiece();
     void focusNextPane();
     [[nodiscard]] bool isOwnShortcut(const QKeySequence &keys) const;
 

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringView>
+
+namespace Korvane {
+
+/// Tells what the board's REPL itself says from what a program prints: the "OK" before the output
+/// of a program that was sent, the prompt behind its reply, and the banner when the raw REPL is
+/// left. Fed with the text of the board as it comes; it is passed on at once, however it is cut.
+class ReplMessages final
+{
+public:
+    struct Piece
+    {
+        QString text;
+        bool isMessage = false;
+        friend bool operator==(const Piece &, const Piece &) = default;
+    };
+
+    /// A program was sent to the raw REPL: its acknowledgment comes next.
+    void expectReply();
+    /// The raw REPL was left: the banner and the friendly prompt come next.
+    void expectBanner();
+
+    /// \p text without the end marks of a reply; \p endMarks are their places in it, ascending.
+    [[nodiscard]] QList<Piece> feed(QStringView text, const QList<qsizetype> &endMarks = {});
+
+private:
+    enum class Expected { Nothing, Acknowledgment, EndOfOutput, EndOfReply, Prompt, Banner };
+
+    void feedPart(QStringView text, QList<Piece> &pieces);
+    void noteEndMark();
+    [[nodiscard]] qsizetype bannerLength(QStringView text);
+
+    Expected m_expected = Expected::Nothing;
+    qsizetype m_matched = 0; // characters of the acknowledgment
+    QString m_banner;        // what has come of it
+};
+
+} // namespace Korvane

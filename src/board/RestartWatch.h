@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+#include <QStringView>
+
+namespace Korvane {
+
+/// Finds in a board's text the signs of a restart: the line that announces a soft reset, or the
+/// banner and a prompt.
+class RestartWatch final
+{
+public:
+    /// True when \p text completes one of the signs. Looks at each character once.
+    [[nodiscard]] bool feed(QStringView text);
+    void clear();
+
+private:
+    [[nodiscard]] bool endsLine();
+
+    QString m_line; // its beginning
+    int m_bannerLines = 0;
+};
+
+} // namespace Korvane

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+
+namespace Korvane {
+
+/// The part of a program that is run by itself. Lines are from 1.
+struct CodePiece
+{
+    /// Whole lines, without the indentation that all of them have; empty when there is nothing to
+    /// run.
+    QString code;
+    int firstLine = 1;
+    /// The line at which the next piece starts; one behind the last line at the end.
+    int nextLine = 1;
+
+    /// The lines of the selection from \p start to \p end, two offsets into \p text. Without a
+    /// selection, the cell around it where the text has lines that begin with "# %%"; otherwise the
+    /// line, with the deeper lines of its block.
+    [[nodiscard]] static CodePiece at(const QString &text, qsizetype start, qsizetype end);
+    /// The lines from \p first to \p last of \p lines, both counted from 0.
+    [[nodiscard]] static CodePiece ofLines(const QStringList &lines, qsizetype first,
+                                           qsizetype last);
+
+    friend bool operator==(const CodePiece &, const CodePiece &) = default;
+};
+
+} // namespace Korvane
