@@ -39,7 +39,7 @@ struct DebugDesk : WindowFixture
         press(Qt::Key_Y, Qt::ControlModifier);
         QVERIFY(QTest::qWaitFor([this] { return session().pausedAt().has_value(); }));
         // The Variables tab asks the board when it is shown, and must find it taken.
-        QCOMPARE(board.received().count('\x01'), 2); // for the helper and the program
+        QVERIFY(!board.received().contains("__VARS__"));
         QVERIFY(find<QWidget>("Variables")->property("checked").toBool());
         board.forget();
     }
