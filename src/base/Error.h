@@ -20,6 +20,8 @@ enum class ErrorCode {
     // Local files
     File,
     NotText,
+    // What the user typed, such as a regular expression
+    Input,
     // The board was replaced by another connection while the operation waited
     BoardReplaced,
     // The user declined, or an equal operation is under way; the message, if any, is a notice

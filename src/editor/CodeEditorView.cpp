@@ -1,7 +1,7 @@
 #include "editor/CodeEditorView.h"
 
 #include "document/EditorFile.h"
-#include "document/PythonIndentation.h"
+#include "document/LineCommands.h"
 #include "document/PythonTextStorage.h"
 #include "editor/EditorBar.h"
 #include "editor/EditorCommands.h"
@@ -213,6 +213,20 @@ void CodeEditorView::select(int position, int length)
     setTextCursor(selection);
 }
 
+void CodeEditorView::apply(const TextEdit &edit)
+{
+    QTextCursor cursor(m_storage);
+    cursor.setPosition(edit.start);
+    cursor.setPosition(edit.end, QTextCursor::KeepAnchor);
+    cursor.insertText(edit.replacement);
+    if (const auto &move = edit.move)
+        m_file->moveBreakpoints(move->firstLine, move->lastLine, move->movedBy);
+    cursor.setPosition(edit.selection.anchor);
+    cursor.setPosition(edit.selection.position, QTextCursor::KeepAnchor);
+    setTextCursor(cursor);
+    ensureCursorVisible();
+}
+
 QList<CodeEditorView::LineRows> CodeEditorView::visibleLines() const
 {
     QList<LineRows> lines;
@@ -267,7 +281,7 @@ void CodeEditorView::setBar(EditorBar *bar)
 void CodeEditorView::layOut()
 {
     const int thickness = m_ruler->thickness();
-    const int barHeight = m_bar ? m_bar->sizeHint().height() : 0;
+    const int barHeight = m_bar ? m_bar->fitTo(width()) : 0;
     if (const QMargins margins(thickness, barHeight, 0, 0); margins != viewportMargins())
         setViewportMargins(margins);
     const QRect area = viewport()->geometry();

@@ -12,6 +12,7 @@ class EditorFile;
 class EditorMarks;
 class LineNumberRulerView;
 class PythonTextStorage;
+struct TextEdit;
 
 /// Shows one document and edits its text: the text in colors, the gutter on its left and, on
 /// request, a find bar above it. Caret and scroll position are kept with the document.
@@ -51,6 +52,8 @@ public:
     void goToLine(int line);
     /// Selects \p length characters from \p position on and shows them.
     void select(int position, int length);
+    /// Does \p edit as one step of the undo history.
+    void apply(const TextEdit &edit);
     [[nodiscard]] QList<LineRows> visibleLines() const;
     /// The part of the text that the viewport shows: the first character and the one behind the
     /// last.

@@ -8,11 +8,13 @@
 #include <QLineEdit>
 #include <QPainter>
 #include <QToolButton>
+#include <QVBoxLayout>
 
 namespace Korvane {
 
 EditorBar::EditorBar(const QString &name, QWidget *parent)
     : QWidget(parent)
+    , m_rows(new QVBoxLayout(this))
     , m_controls(new QHBoxLayout)
     , m_field(new QLineEdit)
 {
@@ -26,9 +28,11 @@ EditorBar::EditorBar(const QString &name, QWidget *parent)
     setBackgroundRole(QPalette::Window);
     setFont(QGuiApplication::font()); // not the code's
 
-    auto *row = new QHBoxLayout(this);
-    row->setContentsMargins(8, 4, 6, 5);
+    m_rows->setContentsMargins(8, 4, 6, 5);
+    m_rows->setSpacing(4);
+    auto *row = new QHBoxLayout;
     row->setSpacing(4);
+    m_rows->addLayout(row);
     m_controls->setSpacing(4);
     row->addLayout(m_controls, 1);
     QToolButton *close = makeButton(QStringLiteral("×"), tr("Close “%1” (Esc)").arg(name));
@@ -43,6 +47,11 @@ void EditorBar::takeFocus()
     m_field->selectAll();
 }
 
+int EditorBar::fitTo(int)
+{
+    return sizeHint().height();
+}
+
 QToolButton *EditorBar::makeButton(const QString &sign, const QString &toolTip)
 {
     auto *button = new QToolButton(this);
@@ -52,6 +61,23 @@ QToolButton *EditorBar::makeButton(const QString &sign, const QString &toolTip)
     button->setAutoRaise(true);
     button->setCursor(Qt::ArrowCursor);
     return button;
+}
+
+bool EditorBar::focusNextPrevChild(bool next)
+{
+    const QWidget *start = focusWidget();
+    QWidget *widget = focusWidget();
+    while (widget) {
+        widget = next ? widget->nextInFocusChain() : widget->previousInFocusChain();
+        if (widget == start)
+            break;
+        const bool takesFocus = (widget->focusPolicy() & Qt::TabFocus) == Qt::TabFocus;
+        if (takesFocus && isAncestorOf(widget) && widget->isVisible()) {
+            widget->setFocus(next ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+            break;
+        }
+    }
+    return true;
 }
 
 void EditorBar::showEvent(QShowEvent *event)

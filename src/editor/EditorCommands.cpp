@@ -39,6 +39,8 @@ void EditorCommands::addSearchCommands(EditorSearch &search)
             &EditorSearch::findNext);
     connect(add(FindPrevious, tr("Find &Previous"), Qt::SHIFT | Qt::Key_F3), &QAction::triggered,
             &search, &EditorSearch::findPrevious);
+    connect(add(Replace, tr("&Replace…"), Qt::CTRL | Qt::Key_H), &QAction::triggered, &search,
+            &EditorSearch::openReplace);
     connect(add(GoToLine, tr("&Go to Line…"), Qt::CTRL | Qt::Key_G), &QAction::triggered, this,
             &EditorCommands::openGoToLineBar);
 }
@@ -90,18 +92,8 @@ LineCommands EditorCommands::lineCommands() const
 
 void EditorCommands::apply(const std::optional<TextEdit> &edit)
 {
-    if (!edit)
-        return;
-    QTextCursor cursor = m_view.textCursor();
-    cursor.setPosition(edit->start);
-    cursor.setPosition(edit->end, QTextCursor::KeepAnchor);
-    cursor.insertText(edit->replacement);
-    if (const auto &move = edit->move)
-        m_view.file().moveBreakpoints(move->firstLine, move->lastLine, move->movedBy);
-    cursor.setPosition(edit->selection.anchor);
-    cursor.setPosition(edit->selection.position, QTextCursor::KeepAnchor);
-    m_view.setTextCursor(cursor);
-    m_view.ensureCursorVisible();
+    if (edit)
+        m_view.apply(*edit);
 }
 
 void EditorCommands::selectNextOccurrence()

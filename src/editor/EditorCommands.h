@@ -31,6 +31,7 @@ public:
         Find,
         FindNext,
         FindPrevious,
+        Replace,
         GoToLine,
         // While the editor has the focus
         ToggleBreakpoint,

@@ -55,6 +55,9 @@ FindBar &EditorSearch::bar()
     connect(m_bar, &FindBar::searchChanged, this, &EditorSearch::searchFromOrigin);
     connect(m_bar, &FindBar::nextRequested, this, &EditorSearch::findNext);
     connect(m_bar, &FindBar::previousRequested, this, &EditorSearch::findPrevious);
+    connect(m_bar, &FindBar::inSelectionChanged, this, &EditorSearch::setScope);
+    connect(m_bar, &FindBar::replaceRequested, this, &EditorSearch::replace);
+    connect(m_bar, &FindBar::replaceAllRequested, this, &EditorSearch::replaceAll);
     connect(m_bar, &FindBar::closeRequested, &m_view, [this] { m_view.setBar(nullptr); });
     return *m_bar;
 }
@@ -66,11 +69,26 @@ bool EditorSearch::isOpen() const
 
 void EditorSearch::open()
 {
+    show(false);
+}
+
+void EditorSearch::openReplace()
+{
+    show(true);
+}
+
+void EditorSearch::show(bool withReplace)
+{
     const QTextCursor selection = m_view.textCursor();
     const int start = selection.selectionStart();
     const QString selected = m_view.text().mid(start, selection.selectionEnd() - start);
-    m_view.setBar(&bar());
-    if (!selected.isEmpty() && !selected.contains(u'\n')) {
+    bar().setReplaceShown(withReplace);
+    m_view.setBar(m_bar);
+    m_isReplacedShown = false;
+    if (selected.contains(u'\n')) {
+        if (withReplace)
+            m_bar->setInSelection(true);
+    } else if (!selected.isEmpty()) {
         m_bar->setQuery(selected);
         m_bar->takeFocus(); // selects what is now there
     }
@@ -99,9 +117,73 @@ void EditorSearch::findPrevious()
     showCount();
 }
 
+void EditorSearch::replace()
+{
+    refresh();
+    const TextSelection selected{m_view.textCursor().selectionStart(),
+                                 m_view.textCursor().selectionEnd()};
+    const auto place = firstFrom(selected.start());
+    if (place == m_found.cend() || !isSelected(*place)) {
+        findNext();
+        return;
+    }
+    const auto edit =
+        m_search.replace(m_view.text(), selected.start(), selected.end(), m_bar->replacement());
+    if (!edit) {
+        m_bar->showFault(edit.error().message);
+        return;
+    }
+    if (*edit)
+        m_view.apply(**edit);
+    findNext();
+}
+
+void EditorSearch::replaceAll()
+{
+    refresh();
+    const TextSelection range = scope();
+    const auto count = static_cast<qsizetype>(m_found.size());
+    const auto edit =
+        m_search.replace(m_view.text(), range.start(), range.end(), m_bar->replacement());
+    if (!edit) {
+        m_bar->showFault(edit.error().message);
+        return;
+    }
+    if (*edit)
+        m_view.apply(**edit);
+    m_isReplacedShown = true;
+    m_bar->showReplaced(count);
+}
+
+/// Searches only in what is selected now, or in everything again.
+void EditorSearch::setScope()
+{
+    const QTextCursor selected = m_view.textCursor();
+    m_scopeStart = m_scopeEnd = QTextCursor();
+    if (m_bar->isInSelection() && selected.hasSelection()) {
+        m_scopeStart = m_scopeEnd = QTextCursor(m_view.document());
+        m_scopeStart.setPosition(selected.selectionStart());
+        m_scopeStart.setKeepPositionOnInsert(true);
+        m_scopeEnd.setPosition(selected.selectionEnd());
+    } else {
+        m_bar->setInSelection(false);
+    }
+    m_isStale = true;
+    searchAgain();
+}
+
+/// The part of the text that is searched.
+TextSelection EditorSearch::scope() const
+{
+    if (m_scopeStart.isNull() || m_scopeStart.document() != m_view.document())
+        return {0, static_cast<int>(m_view.text().size())};
+    return {m_scopeStart.position(), m_scopeEnd.position()};
+}
+
 void EditorSearch::searchFromOrigin()
 {
     const int origin = m_origin;
+    m_isReplacedShown = false;
     refresh();
     const QScopedValueRollback guard(m_isSelecting, true);
     if (m_found.empty()) {
@@ -117,7 +199,8 @@ void EditorSearch::searchFromOrigin()
 void EditorSearch::searchAgain()
 {
     refresh();
-    showCount();
+    if (!m_isReplacedShown)
+        showCount();
     showFound();
 }
 
@@ -127,25 +210,42 @@ void EditorSearch::refresh()
     if (!m_isStale && search == m_search)
         return;
     m_search = search;
-    m_found = m_search.positions(m_view.text());
+    if (m_bar && !m_scopeStart.isNull() && m_scopeStart.document() != m_view.document())
+        m_bar->setInSelection(false); // it was in another document
+    auto found = m_search.find(m_view.text());
+    m_fault = found ? QString() : found.error().message;
+    m_found = found ? std::move(*found) : Places();
+    const TextSelection range = scope();
+    std::erase_if(m_found, [&](const TextSearch::Match &place) {
+        return place.position < range.start() || place.position + place.length > range.end();
+    });
     m_isStale = false;
     m_delay.stop();
 }
 
-void EditorSearch::select(int position)
+void EditorSearch::select(const TextSearch::Match &place)
 {
-    m_view.select(position, static_cast<int>(m_search.query.size()));
+    m_view.select(place.position, place.length);
+}
+
+bool EditorSearch::isSelected(const TextSearch::Match &place) const
+{
+    const QTextCursor selection = m_view.textCursor();
+    return place.position == selection.selectionStart()
+        && place.position + place.length == selection.selectionEnd();
 }
 
 void EditorSearch::showCount()
 {
     if (!isOpen() || m_isStale)
         return;
-    const QTextCursor selection = m_view.textCursor();
-    const auto place = firstFrom(selection.selectionStart());
-    const bool isSelected = place != m_found.cend() && *place == selection.selectionStart()
-        && selection.selectionEnd() - *place == m_search.query.size();
-    m_bar->showCount(isSelected ? place - m_found.cbegin() + 1 : 0,
+    if (!m_fault.isEmpty()) {
+        m_bar->showFault(m_fault);
+        return;
+    }
+    const auto place = firstFrom(m_view.textCursor().selectionStart());
+    const bool isCurrent = place != m_found.cend() && isSelected(*place);
+    m_bar->showCount(isCurrent ? place - m_found.cbegin() + 1 : 0,
                      static_cast<qsizetype>(m_found.size()));
 }
 
@@ -157,14 +257,16 @@ void EditorSearch::showFound()
         const auto [start, end] = m_view.visibleRange();
         QTextCharFormat format;
         format.setBackground(Theme::of(m_view.palette()).color(Theme::Role::FoundText));
-        const int length = static_cast<int>(m_search.query.size());
         // In the middle of an edit the text may be shorter than it was.
-        const int last = std::min(end, m_view.document()->characterCount() - 1 - length);
+        const int last = m_view.document()->characterCount() - 1;
         for (auto place = firstFrom(start);
-             place != m_found.cend() && *place <= last && shown.size() < mostShown; ++place) {
+             place != m_found.cend() && place->position <= end && shown.size() < mostShown;
+             ++place) {
+            if (place->position + place->length > last)
+                break;
             QTextCursor cursor(m_view.document());
-            cursor.setPosition(*place);
-            cursor.setPosition(*place + length, QTextCursor::KeepAnchor);
+            cursor.setPosition(place->position);
+            cursor.setPosition(place->position + place->length, QTextCursor::KeepAnchor);
             shown.append({cursor, format});
         }
     }
@@ -174,7 +276,9 @@ void EditorSearch::showFound()
 
 EditorSearch::Places::const_iterator EditorSearch::firstFrom(int position) const
 {
-    return std::lower_bound(m_found.cbegin(), m_found.cend(), position);
+    return std::lower_bound(
+        m_found.cbegin(), m_found.cend(), position,
+        [](const TextSearch::Match &place, int wanted) { return place.position < wanted; });
 }
 
 } // namespace Korvane

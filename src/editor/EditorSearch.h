@@ -1,8 +1,9 @@
 #pragma once
 
-#include "editor/TextSearch.h"
+#include "document/TextSearch.h"
 
 #include <QObject>
+#include <QTextCursor>
 #include <QTimer>
 
 #include <vector>
@@ -23,21 +24,29 @@ public:
 
     /// Shows the bar with the selected text, if that is part of one line.
     void open();
+    /// The same with the row that replaces. Only in the selection, if that has several lines.
+    void openReplace();
     /// Select the next or previous place from the caret on, and begin again at the other end of the
     /// text; without a query they open the bar.
     void findNext();
     void findPrevious();
 
 private:
-    using Places = std::vector<int>;
+    using Places = std::vector<TextSearch::Match>;
 
     /// Made at the first call: at start-up its field would load a font that nothing else uses.
     [[nodiscard]] FindBar &bar();
     [[nodiscard]] bool isOpen() const;
+    void show(bool withReplace);
     void searchFromOrigin();
     void searchAgain();
     void refresh();
-    void select(int position);
+    void setScope();
+    [[nodiscard]] TextSelection scope() const;
+    void replace();
+    void replaceAll();
+    void select(const TextSearch::Match &place);
+    [[nodiscard]] bool isSelected(const TextSearch::Match &place) const;
     void showCount();
     void showFound();
     [[nodiscard]] Places::const_iterator firstFrom(int position) const;
@@ -47,10 +56,15 @@ private:
     QTimer m_delay;
     TextSearch m_search;
     Places m_found;
+    QString m_fault; // of the search; empty without one
+    /// Around the text that is searched; null for all of it.
+    QTextCursor m_scopeStart;
+    QTextCursor m_scopeEnd;
     bool m_isStale = true;
     /// Where the caret was when the user began to type: each key in the query searches from there.
     int m_origin = 0;
     bool m_isSelecting = false;
+    bool m_isReplacedShown = false; // in place of the count
 };
 
 } // namespace Korvane

@@ -367,6 +367,39 @@ private slots:
         QCOMPARE(selection(), 23);
     }
 
+    void replacesWhatIsFound()
+    {
+        const QString before = u"a1 a2\na3 b\nA4"_s;
+        Desk desk(before);
+        desk.putCaret(10, 0);
+        desk.press(Qt::Key_H, Qt::ControlModifier);
+        QVERIFY(desk.find<QToolButton>("inSelection")->isChecked()); // several lines are selected
+        desk.find<QToolButton>("regularExpression")->click();
+        desk.type(u"(a)("_s);
+        QCOMPARE(desk.found(), u"A parenthesis has no partner (4)"_s);
+        desk.type(u"\\d)"_s);
+        QCOMPARE(desk.found(), u"1 of 3"_s);
+        desk.press(Qt::Key_Tab);
+        desk.type(u"\\2\\1"_s);
+        desk.press(Qt::Key_Return);
+        QCOMPARE(desk.editor.text(), u"1a a2\na3 b\nA4"_s);
+        QCOMPARE(desk.found(), u"1 of 2"_s);
+        desk.find<QToolButton>("inSelection")->click();
+        desk.find<QToolButton>("replaceAll")->click();
+        QCOMPARE(desk.editor.text(), u"1a 2a\n3a b\n4A"_s);
+        QCOMPARE(desk.found(), u"3 replaced"_s);
+        desk.editor.undo();
+        QCOMPARE(desk.editor.text(), u"1a a2\na3 b\nA4"_s);
+        desk.editor.undo();
+        QCOMPARE(desk.editor.text(), before);
+        // The bar fits into a narrow editor.
+        desk.editor.resize(300, 300);
+        const QRect room(QPoint(), desk.find<QWidget>("findBar")->size());
+        for (const QWidget *control : desk.find<QWidget>("findBar")->findChildren<QWidget *>())
+            QVERIFY(room.contains(
+                QRect(control->mapTo(desk.find<QWidget>("findBar"), QPoint()), control->size())));
+    }
+
     void keepsCountWhileTheTextChanges()
     {
         Desk desk(u"one two one"_s);

@@ -51,7 +51,7 @@ void AppCommands::addEditMenu()
     menu->addSeparator();
     const EditorCommands &editor = m_editor.commands();
     menu->addActions({editor[EditorCommands::Find], editor[EditorCommands::FindNext],
-                      editor[EditorCommands::FindPrevious],
+                      editor[EditorCommands::FindPrevious], editor[EditorCommands::Replace],
                       editor[EditorCommands::SelectNextOccurrence],
                       editor[EditorCommands::GoToLine]});
     menu->addSeparator();

@@ -1,0 +1,126 @@
+#include "document/RegularExpression.h"
+
+#include <QCoreApplication>
+
+#include <unicode/uregex.h>
+
+namespace Korvane {
+
+namespace {
+
+QString translated(const char *text)
+{
+    return QCoreApplication::translate("Korvane::RegularExpression", text);
+}
+
+QString faultOf(UErrorCode status)
+{
+    switch (status) {
+    case U_REGEX_MISMATCHED_PAREN:
+        return translated("A parenthesis has no partner");
+    case U_REGEX_MISSING_CLOSE_BRACKET:
+        return translated("A “[” has no “]”");
+    case U_REGEX_BAD_INTERVAL:
+    case U_REGEX_MAX_LT_MIN:
+    case U_REGEX_NUMBER_TOO_BIG:
+        return translated("A number of repetitions is wrong");
+    case U_REGEX_BAD_ESCAPE_SEQUENCE:
+        return translated("Unknown escape sequence");
+    case U_REGEX_INVALID_BACK_REF:
+    case U_REGEX_INVALID_CAPTURE_GROUP_NAME:
+        return translated("Unknown group");
+    case U_REGEX_LOOK_BEHIND_LIMIT:
+        return translated("A look-behind has no bounded length");
+    case U_REGEX_TIME_OUT:
+    case U_REGEX_STACK_OVERFLOW:
+        return translated("The expression takes too long");
+    default:
+        return translated("Not a regular expression");
+    }
+}
+
+Error errorOf(UErrorCode status)
+{
+    return {ErrorCode::Input, faultOf(status)};
+}
+
+const UChar *units(QStringView text)
+{
+    return text.utf16();
+}
+
+} // namespace
+
+void RegularExpression::Close::operator()(URegularExpression *expression) const
+{
+    uregex_close(expression);
+}
+
+Result<RegularExpression> RegularExpression::compile(const QString &pattern,
+                                                     Qt::CaseSensitivity sensitivity)
+{
+    RegularExpression made;
+    made.m_pattern = pattern;
+    made.m_pattern.replace(QStringLiteral("(?P<"), QStringLiteral("(?<"));
+    uint32_t flags = UREGEX_MULTILINE;
+    if (sensitivity == Qt::CaseInsensitive)
+        flags |= UREGEX_CASE_INSENSITIVE;
+    UParseError place{};
+    UErrorCode status = U_ZERO_ERROR;
+    made.m_expression.reset(uregex_open(units(made.m_pattern),
+                                        static_cast<int32_t>(made.m_pattern.size()), flags, &place,
+                                        &status));
+    if (U_FAILURE(status)) {
+        Error error = errorOf(status);
+        if (place.offset > 0)
+            error.message = QStringLiteral("%1 (%2)").arg(error.message).arg(place.offset);
+        return error;
+    }
+    return made;
+}
+
+void RegularExpression::search(QStringView text, std::chrono::milliseconds limit)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    uregex_setTimeLimit(m_expression.get(), static_cast<int32_t>(limit.count()), &status);
+    uregex_setText(m_expression.get(), units(text), static_cast<int32_t>(text.size()), &status);
+}
+
+Result<std::optional<RegularExpression::Range>> RegularExpression::next()
+{
+    UErrorCode status = U_ZERO_ERROR;
+    while (uregex_findNext(m_expression.get(), &status)) {
+        const std::optional<Range> found = group(0);
+        if (found && found->end > found->start)
+            return found;
+    }
+    if (U_FAILURE(status))
+        return errorOf(status);
+    return std::optional<Range>();
+}
+
+std::optional<RegularExpression::Range> RegularExpression::group(int number) const
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const int start = uregex_start(m_expression.get(), number, &status);
+    const int end = uregex_end(m_expression.get(), number, &status);
+    if (U_FAILURE(status) || start < 0)
+        return std::nullopt;
+    return Range{start, end};
+}
+
+int RegularExpression::groupCount() const
+{
+    UErrorCode status = U_ZERO_ERROR;
+    return uregex_groupCount(m_expression.get(), &status);
+}
+
+std::optional<int> RegularExpression::groupNumber(const QString &name) const
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const int number = uregex_groupNumberFromName(m_expression.get(), units(name),
+                                                  static_cast<int32_t>(name.size()), &status);
+    return U_FAILURE(status) ? std::nullopt : std::optional(number);
+}
+
+} // namespace Korvane

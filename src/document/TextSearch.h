@@ -1,0 +1,48 @@
+#pragma once
+
+#include "base/Result.h"
+#include "document/LineCommands.h"
+
+#include <QString>
+
+#include <chrono>
+#include <vector>
+
+namespace Korvane {
+
+/// What is looked for in a text, and what replaces it. Linear in the text; a regular expression
+/// that would take longer ends in an error.
+struct TextSearch
+{
+    /// How long a regular expression may search one text.
+    static constexpr std::chrono::milliseconds longestSearch{1'000};
+
+    /// Characters of a text; none over another in a list.
+    struct Match
+    {
+        int position;
+        int length;
+
+        friend bool operator==(const Match &, const Match &) = default;
+    };
+
+    QString query;
+    bool matchesCase = false;
+    bool findsWholeWords = false;
+    bool isRegularExpression = false;
+
+    /// Where \p text has it, in ascending order. Nothing for an empty query; a match of no
+    /// characters is left out. Fails with a message for a wrong or too slow regular expression.
+    [[nodiscard]] Result<std::vector<Match>> find(const QString &text) const;
+
+    /// One edit that replaces the matches from \p start to before \p end, with the caret behind the
+    /// last of them. With a regular expression, \p replacement may name what its groups matched:
+    /// \1 or $1, \g<1> and \g<name>; \0 is the whole match, \n a line end and \t a tab. Fails as
+    /// `find`, and for a group that there is not; nothing when no match lies between.
+    [[nodiscard]] Result<std::optional<TextEdit>> replace(const QString &text, int start, int end,
+                                                          const QString &replacement) const;
+
+    bool operator==(const TextSearch &) const = default;
+};
+
+} // namespace Korvane

@@ -1,0 +1,99 @@
+#include "document/TextSearch.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+class tst_TextSearch final : public QObject
+{
+    Q_OBJECT
+
+private:
+    static std::vector<int> places(const TextSearch &search, const QString &text)
+    {
+        std::vector<int> result;
+        const auto found = search.find(text);
+        if (!found)
+            return {-1};
+        for (const TextSearch::Match &match : *found)
+            result.push_back(match.position);
+        return result;
+    }
+
+private slots:
+    void findsPlaces()
+    {
+        struct Case
+        {
+            QString text;
+            QString query;
+            std::vector<int> places;
+            std::vector<int> withCase;
+            std::vector<int> wholeWords;
+        };
+        const std::vector<Case> cases{
+            {u"abc"_s, {}, {}, {}, {}},
+            {u"Aa aA"_s, u"aa"_s, {0, 3}, {}, {0, 3}},
+            {u"aaaaa"_s, u"aa"_s, {0, 2}, {0, 2}, {}}, // none over another
+            {u"in int_in in"_s, u"in"_s, {0, 3, 7, 10}, {0, 3, 7, 10}, {0, 10}},
+            {u"f(x)(y"_s, u"("_s, {1, 4}, {1, 4}, {1, 4}},
+            {u"ÉTÉ été\nétés"_s, u"été"_s, {0, 4, 8}, {4, 8}, {0, 4}},
+        };
+        for (const Case &row : cases) {
+            QCOMPARE(places({row.query, false, false}, row.text), row.places);
+            QCOMPARE(places({row.query, true, false}, row.text), row.withCase);
+            QCOMPARE(places({row.query, false, true}, row.text), row.wholeWords);
+        }
+        const TextSearch lines{u"^a.*$"_s, true, false, true};
+        QCOMPARE(places(lines, u"ab\nba\na\nA"_s), (std::vector<int>{0, 6}));
+        QCOMPARE(places({u"x*"_s, false, false, true}, u"axxb"_s), std::vector<int>{1});
+        QCOMPARE(places({u"\\w(?P<n>n)"_s, false, true, true}, u"in int an"_s),
+                 (std::vector<int>{0, 7}));
+    }
+
+    void replacesMatches()
+    {
+        struct Case
+        {
+            TextSearch search;
+            QString replacement;
+            QString after;
+        };
+        const QString before = u"ab ac\nAB"_s;
+        for (const auto &[search, replacement, after] : std::vector<Case>{
+                 {{u"a"_s}, u"\\1$1"_s, u"\\1$1b \\1$1c\n\\1$1B"_s},
+                 {{u"a(?<x>.)"_s, true, false, true},
+                  u"\\1$0\\g<x>\\n\\$"_s,
+                  u"babb\n$ cacc\n$\nAB"_s},
+                 {{u"(a)|b"_s, true, false, true}, u"<\\1>"_s, u"<a><> <a>c\nAB"_s},
+                 {{u"z"_s}, u"y"_s, before},
+                 {{u"a"_s, true, false, true}, u"\\2"_s, u"There is no group 2"_s},
+                 {{u"(a"_s, true, false, true}, u""_s, u"A parenthesis has no partner (2)"_s}}) {
+            const auto edit =
+                search.replace(before, 0, static_cast<int>(before.size()), replacement);
+            QString text = before;
+            if (!edit)
+                text = edit.error().message;
+            else if (*edit)
+                text.replace((*edit)->start, (*edit)->end - (*edit)->start, (*edit)->replacement);
+            QCOMPARE(text, after);
+        }
+        const auto within = TextSearch{u"a"_s}.replace(before, 1, 6, u"x"_s);
+        QVERIFY(within && *within && (*within)->start == 3 && (*within)->end == 4);
+    }
+
+    void endsWhateverTheExpression()
+    {
+        QElapsedTimer time;
+        time.start();
+        for (const QString &query : {u"(a+)+b"_s, u"(\\w|\\w\\w)*[\\s\\S]*z"_s})
+            QVERIFY(!TextSearch(query, true, false, true).find(QString(400'000, u'a')));
+        QVERIFY2(time.elapsed() < 20'000, qPrintable(QString::number(time.elapsed())));
+        qInfo("%lld ms", time.elapsed());
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_TextSearch)
+#include "tst_TextSearch.moc"
