@@ -25,12 +25,18 @@ void ErrorReporter::report(const Error &error)
         m_shell.appendError(error.message);
 }
 
+void ErrorReporter::reportFailureOf(const Result<void> &result)
+{
+    if (!result)
+        report(result.error());
+}
+
 QCoro::Task<void> ErrorReporter::reportFailureOf(Async<void> operation)
 {
     const auto life = m_life.watch();
     const auto result = co_await std::move(operation);
-    if (life && !result)
-        report(result.error());
+    if (life)
+        reportFailureOf(result);
 }
 
 } // namespace Korvane

@@ -18,6 +18,8 @@ public:
     /// An error line, after one for the error's cause; an info line for `Cancelled`. Writes nothing
     /// for an empty message, for `Closed`, and for `Tool`, which is for the assistant alone.
     void report(const Error &error);
+    /// Reports the failure of \p result, if it is one.
+    void reportFailureOf(const Result<void> &result);
     /// Awaits \p operation and reports its failure. The task may be dropped.
     QCoro::Task<void> reportFailureOf(Async<void> operation);
 

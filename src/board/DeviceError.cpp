@@ -49,6 +49,13 @@ Error notConnected()
     return {ErrorCode::NotConnected, QStringLiteral("Not connected")};
 }
 
+Error notOpened(const Error &reason)
+{
+    Error error = reason;
+    error.message.prepend(QStringLiteral("Connection failed: "));
+    return error;
+}
+
 Error pausedAtBreakpoint()
 {
     return {ErrorCode::PausedAtBreakpoint,

@@ -12,6 +12,8 @@ namespace Korvane::DeviceError {
 /// The program raised. `detail` keeps the whole \p traceback; the message is its last line.
 [[nodiscard]] Error remote(const QString &traceback);
 [[nodiscard]] Error notConnected();
+/// The port was not opened; keeps the code and errno of \p reason.
+[[nodiscard]] Error notOpened(const Error &reason);
 [[nodiscard]] Error pausedAtBreakpoint();
 [[nodiscard]] Error programRunning();
 [[nodiscard]] Error noRawREPL();

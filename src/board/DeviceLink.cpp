@@ -6,15 +6,11 @@
 #include "board/RawReplExchange.h"
 #include "board/SoftReset.h"
 
-#include <QLoggingCategory>
-
 #include <utility>
 
 namespace Korvane {
 
 using namespace std::chrono_literals;
-
-Q_LOGGING_CATEGORY(deviceLog, "korvane.device")
 
 namespace {
 
@@ -108,20 +104,17 @@ void DeviceLink::refreshPorts()
     emit availablePortsChanged();
 }
 
-void DeviceLink::connectDevice(const QString &port)
+Result<void> DeviceLink::connectDevice(const QString &port)
 {
-    if (m_connectionState != DeviceConnectionState::disconnected()) {
-        qCWarning(deviceLog) << "connecting while the link is in use";
-        return;
-    }
+    if (m_connectionState != DeviceConnectionState::disconnected())
+        return DeviceError::cancelled();
     m_connectionState = DeviceConnectionState::connecting();
     emit connectionStateChanged();
     const int baudRate = m_baudRateOf ? m_baudRateOf(port) : defaultBaudRate;
     if (const auto opened = m_serial.open(port, baudRate, m_roots); !opened) {
         m_connectionState = DeviceConnectionState::disconnected();
-        m_shell.appendError(QStringLiteral("Connection failed: ") + opened.error().message);
         emit connectionStateChanged();
-        return;
+        return DeviceError::notOpened(opened.error());
     }
     m_connectionState = DeviceConnectionState::connected(port);
     ++m_connectionNumber;
@@ -132,6 +125,7 @@ void DeviceLink::connectDevice(const QString &port)
     m_serial.write("\x03\x03");
     emit connectionStateChanged();
     emit connected();
+    return {};
 }
 
 void DeviceLink::disconnectDevice()

@@ -70,8 +70,9 @@ public:
     void refreshPorts();
     /// Lists \p port too from now on, as if KORVANE_EXTRA_PORTS named it.
     void addExtraPort(const QString &port);
-    /// The outcome is in the Shell and in connectionState(). Does nothing unless disconnected.
-    void connectDevice(const QString &port);
+    /// Opens \p port and interrupts what its board is running. Errors: `SerialPort`, with errno and
+    /// the text of SerialPortManager::open; `Cancelled`, without a text, unless disconnected.
+    Result<void> connectDevice(const QString &port);
     /// Unfinished commands end at once, with `NotConnected`. Nothing is sent to the board.
     void disconnectDevice();
     /// Interrupts what the board is doing and resets it; a command that uses the link ends with

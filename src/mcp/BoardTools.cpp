@@ -153,9 +153,10 @@ BoardTools::Answer BoardTools::connectDevice(ToolArguments arguments, CallStop)
             co_return MCPToolError::severalPorts(ports);
         port = ports.first();
     }
-    link.connectDevice(port);
-    if (!isConnected())
+    if (const auto opened = link.connectDevice(port); !opened) {
+        m_state.errors().report(opened.error());
         co_return MCPToolError::notOpened(port);
+    }
     co_await m_state.deviceFiles().refreshDeviceFiles();
     if (!life)
         co_return MCPToolError::closed();

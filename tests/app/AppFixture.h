@@ -31,7 +31,7 @@ struct AppFixture
     void connectTo(ScriptedBoard &board)
     {
         const auto answers = std::exchange(board.onProgram, &ScriptedBoard::answerWithoutFiles);
-        state->link().connectDevice(board.port());
+        QVERIFY(state->link().connectDevice(board.port()));
         QVERIFY(QTest::qWaitFor([&] { return isBoardIdle() && board.received().endsWith('\2'); }));
         board.onProgram = answers;
         board.forget();

@@ -166,7 +166,7 @@ private slots:
             const qsizetype before = shop.lines(0).size();
 
             shop.board.plugIn();
-            shop.state->link().connectDevice(shop.board.port());
+            QVERIFY(shop.state->link().connectDevice(shop.board.port()));
             QVERIFY(shop.isConnected());
             shop.run();
             QTRY_VERIFY2(shop.lines(before).join(u'\n').contains(u"OKdone\n>"_s),

@@ -54,7 +54,7 @@ private slots:
     void showsOutputThenVariablesThenAnswersTheShell()
     {
         AppFixture shop;
-        shop.state->link().connectDevice(m_board.port());
+        QVERIFY(shop.state->link().connectDevice(m_board.port()));
         shop.write(u"import sys\nx = 'a' * 600\n_hidden = 1\nprint('hällo')\n"_s);
         shop.run();
         QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
@@ -70,7 +70,7 @@ private slots:
     {
         AppFixture shop;
         DebugSession &session = shop.state->debugSession();
-        shop.state->link().connectDevice(m_board.port());
+        QVERIFY(shop.state->link().connectDevice(m_board.port()));
         shop.write(u"print('on')\nwhile True:\n    i = 1\n"_s);
         shop.state->documents().toggleBreakpoint(3);
         shop.state->startDebugRun();
@@ -108,7 +108,7 @@ private slots:
         QFETCH(bool, isNextDebugged);
         AppFixture shop;
         DebugSession &session = shop.state->debugSession();
-        shop.state->link().connectDevice(m_board.port());
+        QVERIFY(shop.state->link().connectDevice(m_board.port()));
         QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
         shop.write(u"import time\ni = 0\nwhile True:\n    print('old', i)\n    i += 1\n"
                    "    time.sleep_ms(3)\n"_s);
@@ -142,7 +142,7 @@ private slots:
     void givesUpOnAProgramThatCatchesTheInterrupt()
     {
         AppFixture shop;
-        shop.state->link().connectDevice(m_board.port());
+        QVERIFY(shop.state->link().connectDevice(m_board.port()));
         QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
         shop.write(u"import time\nfor i in range(60):\n    try:\n        print('old', i)\n"
                    "        time.sleep_ms(50)\n    except KeyboardInterrupt:\n"

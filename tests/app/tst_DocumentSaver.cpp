@@ -49,7 +49,7 @@ private:
 
     void connectBoard(Desk &fixture)
     {
-        fixture.state->link().connectDevice(m_board.port());
+        QVERIFY(fixture.state->link().connectDevice(m_board.port()));
         QTRY_VERIFY(fixture.isBoardIdle());
         fixture.state->deviceFiles().setDeviceWorkingDir(u"/"_s);
         fixture.said();

@@ -51,8 +51,10 @@ struct LinkFixture final : ShellSink, DeviceLinkClient
 
     bool connectTo(const QString &port)
     {
-        link->connectDevice(port);
-        return link->connectionState() == DeviceConnectionState::connected(port);
+        const auto opened = link->connectDevice(port);
+        if (!opened)
+            log << QStringLiteral("failed: ") + opened.error().message;
+        return opened && link->connectionState() == DeviceConnectionState::connected(port);
     }
     QCoro::Task<Result<DeviceExecution>> run(
         const char *code, std::chrono::duration<double> timeout = std::chrono::seconds(10))

@@ -54,7 +54,7 @@ private slots:
         });
         QCOMPARE(awaited(fixture.link->softReset()).error().code, ErrorCode::NotConnected);
         QVERIFY(fixture.connectTo(board.port()));
-        fixture.link->connectDevice(board.port());
+        QCOMPARE(fixture.link->connectDevice(board.port()).error().code, ErrorCode::Cancelled);
         QCOMPARE(fixture.log,
                  QStringList({u"reader starting"_s, u"info: Connected to "_s + board.port(),
                               u"connected"_s}));
@@ -70,7 +70,7 @@ private slots:
         fixture.log.clear();
         QVERIFY(!fixture.connectTo(u"/no/such/port"_s));
         QCOMPARE(fixture.log,
-                 QStringList{u"error: Connection failed: No such file or directory"_s});
+                 QStringList{u"failed: Connection failed: No such file or directory"_s});
         QCOMPARE(states.join(u' '), u"connecting connected disconnected connecting disconnected"_s);
         QCOMPARE(board.transcript(), u"^C^C^C^C^B^D"_s);
     }

@@ -51,8 +51,8 @@ struct DebugFixture final : DeviceLinkClient
     /// Connects, lets the board answer the greeting with its prompt, and forgets both.
     bool connectTo(const QString &port, const QString &greeting)
     {
-        link.connectDevice(port);
-        const bool isGreeted = QTest::qWaitFor([&] { return shell.output().endsWith(greeting); });
+        const bool isGreeted = link.connectDevice(port)
+            && QTest::qWaitFor([&] { return shell.output().endsWith(greeting); });
         shell.clear();
         events.clear();
         data.clear();

@@ -160,7 +160,7 @@ private slots:
                     session().debugStop();
             });
         });
-        m_fixture->link.connectDevice(m_board.port());
+        QVERIFY(m_fixture->link.connectDevice(m_board.port()));
     }
 
     void printsTheSameWhenDebugged_data() { addPrograms(); }

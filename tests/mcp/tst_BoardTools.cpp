@@ -259,7 +259,7 @@ private slots:
         box.connectTo(board);
         box.prompts.meanwhile = [&] {
             box.state->link().disconnectDevice();
-            box.state->link().connectDevice(board.port());
+            QVERIFY(box.state->link().connectDevice(board.port()));
             board.forget();
         };
         const QByteArray write = "write_device_file|path=/a|content=x";

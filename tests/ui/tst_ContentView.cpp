@@ -280,8 +280,7 @@ private slots:
         QFETCH(QString, state);
         ScriptedBoard board;
         auto fixture = std::make_unique<WindowFixture>(WindowFixture::Python::None, board.port());
-        fixture->state().link().connectDevice(board.port());
-        QTRY_VERIFY(fixture->state().link().connectionState().isConnected());
+        QVERIFY(fixture->state().link().connectDevice(board.port()));
         if (state == u"program on the board") {
             board.onProgram = [](const QByteArray &) { return QByteArray("running\r\n"); };
             fixture->state().documents().updateSelectedContent(u"pass"_s);

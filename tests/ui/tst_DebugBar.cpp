@@ -24,8 +24,8 @@ struct DebugDesk : WindowFixture
 
     DebugDesk()
     {
-        state().link().connectDevice(board.port());
-        if (!QTest::qWaitFor([this] { return !state().link().deviceCommandInFlight(); }))
+        if (!state().link().connectDevice(board.port())
+            || !QTest::qWaitFor([this] { return !state().link().deviceCommandInFlight(); }))
             qFatal("the board is never idle");
         board.onProgram = [](const QByteArray &program) {
             return program.contains("_bp(2") ? pauseAt(2)

@@ -56,7 +56,7 @@ private:
     }
     void connectBoard()
     {
-        m_fixture->state().link().connectDevice(m_board->port());
+        QVERIFY(m_fixture->state().link().connectDevice(m_board->port()));
         QTRY_VERIFY(m_fixture->state().link().connectionState().isConnected() && isIdle());
     }
     void choose(int number)

@@ -93,7 +93,7 @@ private slots:
         const QString port = fixture.folder.filePath(QString(200, u'p'));
         QVERIFY(QFile::link(board.port(), port));
         const int leastWidth = fixture.window().minimumSizeHint().width();
-        fixture.state().link().connectDevice(port);
+        QVERIFY(fixture.state().link().connectDevice(port));
         QTRY_COMPARE(caption->text(), port);
         QCoreApplication::processEvents();
         QCOMPARE(fixture.window().minimumSizeHint().width(), leastWidth);

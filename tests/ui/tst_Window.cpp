@@ -81,7 +81,7 @@ private slots:
         ScriptedBoard board;
         WindowFixture fixture(WindowFixture::Python::Real, board.port());
         QWidget *announcer = fixture.find<QWidget>("announcer");
-        fixture.state().link().connectDevice(board.port());
+        QVERIFY(fixture.state().link().connectDevice(board.port()));
         QTRY_COMPARE(announcer->accessibleName(), u"Connected to "_s + board.port());
         fixture.state().documents().updateSelectedContent(QStringLiteral("x = 1"));
         fixture.click("play.circle.fill"); // sent to the board, which has not run it yet

@@ -53,8 +53,9 @@ void DeviceConnectButton::fillMenu()
 {
     m_ports->clear();
     for (const QString &port : m_state.link().availablePorts()) {
-        connect(m_ports->addAction(PlainText::label(port)), &QAction::triggered, this,
-                [this, port] { m_state.link().connectDevice(port); });
+        connect(
+            m_ports->addAction(PlainText::label(port)), &QAction::triggered, this,
+            [this, port] { m_state.errors().reportFailureOf(m_state.link().connectDevice(port)); });
     }
     // Words, not a command: the theme gives them the secondary color.
     if (m_ports->isEmpty())
