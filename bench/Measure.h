@@ -4,11 +4,25 @@
 #include <QFile>
 #include <QTimer>
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <csignal>
 #include <ctime>
 #include <utility>
 
 namespace Korvane::Bench {
+
+/// Ends the process with an error after ten minutes, whatever it waits for.
+inline void limitTime()
+{
+    std::signal(SIGALRM, [](int) {
+        constexpr char message[] = "the benchmark did not end within ten minutes\n";
+        [[maybe_unused]] const auto written = ::write(STDERR_FILENO, message, sizeof message - 1);
+        ::_exit(1);
+    });
+    ::alarm(600);
+}
 
 /// A line of /proc/self/status that counts kilobytes, such as "VmHWM:", in megabytes.
 inline double statusMegabytes(const QByteArray &name)

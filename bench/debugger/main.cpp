@@ -139,7 +139,10 @@ const QString timed = u"start = time.ticks_ms()\n"
 bool measureRuns(const QString &port)
 {
     Runner runner(port);
-    runner.link.connectDevice(port);
+    if (const auto opened = runner.link.connectDevice(port); !opened) {
+        std::fprintf(stderr, "%s\n", qPrintable(opened.error().message));
+        return false;
+    }
     for (const auto &[name, program] : {std::pair{"a tight loop", tightLoop}, {"calls", calls}}) {
         QList<double> plain;
         QList<double> debugged;

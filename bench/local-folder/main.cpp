@@ -33,6 +33,7 @@ constexpr int rounds = 9;
 
 int main(int argc, char **argv)
 {
+    Bench::limitTime();
     QApplication application(argc, argv);
     KorvaneApp::setUp(application);
     const int files = argc > 1 ? atoi(argv[1]) : 20'000;

@@ -16,6 +16,7 @@
 //                                bytes a second. With the limit, files of up to LARGEST bytes (100
 //                                kB)
 
+#include "Measure.h"
 #include "board/BoardFixture.h"
 #include "board/BoardScripts.h"
 #include "support/Awaited.h"
@@ -280,6 +281,7 @@ bool measureMatrix(qsizetype largest)
 
 int main(int argc, char **argv)
 {
+    Bench::limitTime();
     QCoreApplication application(argc, argv);
     qputenv("KORVANE_SOURCE_DIR", KORVANE_SOURCE_DIR);
     QString rate = application.arguments().value(1);
