@@ -99,6 +99,70 @@ QCoro::Task<bool> DocumentSaver::saveFile(QUuid id)
 QCoro::Task<bool> DocumentSaver::writeTo(QUuid id, DocumentPlace place, QString name,
                                          DocumentWriter::Check check)
 {
+    const auto life = m_life.watch();
+    ++m_running;
+    const bool isWritten = co_await writeAndMove(id, place, name, check);
+    if (!life)
+        co_return false;
+    if (--m_running == 0) {
+        for (OneShot<bool> &end : m_runningEnds)
+            end.deliver(true);
+    }
+    co_return isWritten;
+}
+
+QCoro::Task<void> DocumentSaver::finished()
+{
+    const auto life = m_life.watch();
+    m_failures.clear();
+    while (isWriting()) {
+        co_await m_parts.writer.finished();
+        if (!life)
+            co_return;
+        // A save goes on after its write: with its error, or with a dialog for another name.
+        if (m_running > 0) {
+            OneShot<bool> &end = m_runningEnds.emplace_back();
+            const auto position = std::prev(m_runningEnds.end());
+            static_cast<void>(co_await end.wait());
+            if (!life)
+                co_return;
+            m_runningEnds.erase(position);
+        }
+    }
+}
+
+QCoro::Task<bool> DocumentSaver::mayClose()
+{
+    const auto life = m_life.watch();
+    while (!m_failures.isEmpty()) {
+        const QUuid id = m_failures.constBegin().key();
+        const Error error = m_failures.take(id);
+        const EditorFile *file = m_parts.documents.file(id);
+        if (!file || !file->isModified())
+            continue;
+        if (error.code == ErrorCode::Cancelled)
+            co_return false;
+        UserPrompts::Choice question;
+        question.title = QStringLiteral("“") + file->name() + QStringLiteral("” was not saved");
+        question.message = error.message
+            + QStringLiteral("\n\nThe next start offers its text in View › Unsaved Files.");
+        question.answers << UserPrompts::Answer{QStringLiteral("Save As…"), false}
+                         << UserPrompts::Answer{QStringLiteral("Close Without Saving"), true};
+        const int answer = co_await m_parts.prompts.choose(std::move(question));
+        if (!life || answer < 0)
+            co_return false;
+        if (answer == 0) {
+            const bool isSaved = co_await saveWithDialog(id);
+            if (!life || !isSaved)
+                co_return false;
+        }
+    }
+    co_return true;
+}
+
+QCoro::Task<bool> DocumentSaver::writeAndMove(QUuid id, DocumentPlace place, QString name,
+                                              DocumentWriter::Check check)
+{
     std::optional<TransferStatus::Running> running;
     if (place.kind == DocumentPlace::Kind::Board) {
         running.emplace(m_parts.transfer);
@@ -113,7 +177,9 @@ QCoro::Task<bool> DocumentSaver::writeTo(QUuid id, DocumentPlace place, QString 
     running.reset();
     if (!life)
         co_return false;
+    m_failures.remove(id);
     if (!outcome) {
+        m_failures.insert(id, outcome.error());
         m_parts.errors.report(outcome.error());
         co_return false;
     }

@@ -2,14 +2,17 @@
 
 #include "base/Background.h"
 #include "base/Lifetime.h"
+#include "base/OneShot.h"
 #include "base/UserPrompts.h"
 #include "document/DocumentWriter.h"
 
 #include <QCoro/QCoroTask>
+#include <QHash>
 #include <QSet>
 #include <QUuid>
 
 #include <functional>
+#include <list>
 
 namespace Korvane {
 
@@ -57,10 +60,13 @@ public:
     /// Closes a document; asks first when it has edits that are not saved and questions are wanted.
     QCoro::Task<void> close(QUuid id);
 
-    /// A document is being written.
-    [[nodiscard]] bool isWriting() const { return m_parts.writer.isWriting(); }
-    /// Waits for the writes that are under way.
-    [[nodiscard]] QCoro::Task<void> finished() { return m_parts.writer.finished(); }
+    /// A document is being saved or sent.
+    [[nodiscard]] bool isWriting() const { return m_running > 0 || m_parts.writer.isWriting(); }
+    /// Waits for what is being saved or sent.
+    [[nodiscard]] QCoro::Task<void> finished();
+    /// Whether the window may close after finished(): asks about each document whose save failed
+    /// during that wait. False, without a question, when the user canceled such a save.
+    [[nodiscard]] QCoro::Task<bool> mayClose();
 
 private:
     /// The following return whether the document was saved.
@@ -72,6 +78,8 @@ private:
     [[nodiscard]] QCoro::Task<bool> saveAt(QUuid id, QString path);
     [[nodiscard]] QCoro::Task<bool> writeTo(QUuid id, DocumentPlace place, QString name,
                                             DocumentWriter::Check check);
+    [[nodiscard]] QCoro::Task<bool> writeAndMove(QUuid id, DocumentPlace place, QString name,
+                                                 DocumentWriter::Check check);
     /// Asks whether another document that is open at \p place may be replaced; true without one.
     [[nodiscard]] QCoro::Task<bool> mayReplaceOpenFile(QUuid id, DocumentPlace place);
     /// Closes the other document that is open where \p id was saved.
@@ -79,6 +87,9 @@ private:
 
     Parts m_parts;
     QSet<QUuid> m_closing; // whose question is open
+    int m_running = 0;     // calls of writeTo
+    std::list<OneShot<bool>> m_runningEnds;
+    QHash<QUuid, Error> m_failures; // of the last save of each document, since finished()
     Background m_background;
     Lifetime m_life;
 };

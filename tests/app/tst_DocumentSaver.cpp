@@ -106,6 +106,28 @@ private slots:
         QCOMPARE(bytesOf(path), "new"_ba);
     }
 
+    void asksBeforeTheEndWhenASaveFailed()
+    {
+        Desk fixture;
+        const QString path = fixture.at(u"folder/f.py"_s);
+        put(path, "old");
+        QVERIFY(fixture.open(path));
+        fixture.write(u"new"_s);
+        QVERIFY(QDir(fixture.at(u"folder"_s)).removeRecursively());
+        fixture.prompts.name = fixture.at(u"other.py"_s);
+        const auto mayClose = [&](const QString &answer) {
+            const auto saving = fixture.state->saving().save();
+            awaited(fixture.state->saving().finished());
+            fixture.prompts.choice = answer;
+            return awaited(fixture.state->saving().mayClose());
+        };
+        QVERIFY(!mayClose(u"Cancel"_s));
+        QVERIFY(fixture.prompts.takeAsked().startsWith(u"“f.py” was not saved | "));
+        QVERIFY(mayClose(u"Close Without Saving"_s) && fixture.file().isModified());
+        QVERIFY(mayClose(u"Save As…"_s) && !fixture.file().isModified());
+        QVERIFY(mayClose({}) && bytesOf(fixture.at(u"other.py"_s)) == "new");
+    }
+
     void noticesWhatOtherProgramsDoToItsFile()
     {
         Desk fixture;

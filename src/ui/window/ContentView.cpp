@@ -207,8 +207,12 @@ QCoro::Task<void> ContentView::closeWhenWritten()
     if (!self)
         co_return;
     delete progress;
+    const bool mayClose = co_await m_state.saving().mayClose();
+    if (!self)
+        co_return;
     m_isClosing = false;
-    close();
+    if (mayClose)
+        close();
 }
 
 void ContentView::dragEnterEvent(QDragEnterEvent *event)
