@@ -85,7 +85,7 @@ private slots:
     void init()
     {
         m_listing = R"([{"n":"main.py","p":"/main.py","d":false,"s":1023},
-            {"n":"b.bin","p":"/b.bin","d":false,"s":1536},
+            {"n":"%1 %2.bin","p":"/%1 %2.bin","d":false,"s":1536},
             {"n":"large.hex","p":"/large.hex","d":false,"s":3145728},
             {"n":"lib","p":"/lib","d":true,"s":0,"c":[
                 {"n":"deep","p":"/lib/deep","d":true,"s":0,"c":[]},
@@ -122,7 +122,7 @@ private slots:
         });
         connectBoard();
         QCOMPARE(seen.join(u';'), u"Loading files…"_s);
-        QCOMPARE(shown(), u"lib, folder|b.bin, 1.5 KB|large.hex, 3072.0 KB|main.py, 1023 B"_s);
+        QCOMPARE(shown(), u"lib, folder|%1 %2.bin, 1.5 KB|large.hex, 3072.0 KB|main.py, 1023 B"_s);
         QCOMPARE(row(3).data(FileListModel::SizeTextRole).toString(), u"1023 B"_s);
         QStringList symbols;
         for (const auto &row : static_cast<FileListModel *>(list().model())->rows())
@@ -185,14 +185,14 @@ private slots:
         pick(1, u"Delete"_s);
         QTRY_COMPARE(m_fixture->prompts.asked.size(), 1);
         QCOMPARE(m_fixture->prompts.takeAsked(),
-                 u"Delete “b.bin” from the device? | Removes /b.bin (1536 bytes) from %1. This "
-                 "cannot be undone. | Delete"_s.arg(m_board->port()));
+                 u"Delete “%1 %2.bin” from the device? | Removes /%1 %2.bin (1536 bytes) from "_s
+                     + m_board->port() + u". This cannot be undone. | Delete"_s);
         QCOMPARE(m_programs, QStringList());
         m_fixture->prompts.confirmation.confirmed = true;
         m_listing = R"([{"n":"main.py","p":"/main.py","d":false,"s":1023}])";
         pick(1, u"Delete"_s);
         QTRY_COMPARE(shown(), u"main.py, 1023 B"_s);
-        QVERIFY(m_programs.join(u' ').contains(u"'/b.bin'"));
+        QVERIFY(m_programs.join(u' ').contains(u"'/%1 %2.bin'"));
         QTRY_VERIFY(list().hasFocus());
     }
 
