@@ -147,7 +147,9 @@ QStringList SerialPortManager::listPorts(const Roots &roots)
 {
     QStringList ports;
     const QDir ttys(roots.sysfs + QStringLiteral("/class/tty"));
-    for (const QString &entry : ttys.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+    // Entries of all kinds: asking for folders alone would look at each of about 70 consoles.
+    const auto all = QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot;
+    for (const QString &entry : ttys.entryList(all, QDir::Unsorted)) {
         // sysfs writes "!" where the device's name has a slash.
         const QString device = roots.dev + u'/' + QString(entry).replace(u'!', u'/');
         if (isRealPort(ttys.filePath(entry)) && QFileInfo::exists(device))

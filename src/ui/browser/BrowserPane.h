@@ -37,6 +37,7 @@ protected:
     /// \p path in full is the label's help.
     void setFolder(const QString &shown, const QString &path);
     [[nodiscard]] ElidedLabel &folderLabel() { return *m_folder; }
+    /// Takes a page that can be shown in place of the entries.
     void addPage(QWidget *page);
     /// Null shows the entries. The keyboard's focus stays in the pane.
     void showPage(QWidget *page);

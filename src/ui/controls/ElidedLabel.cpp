@@ -17,16 +17,10 @@ void ElidedLabel::setText(const QString &text)
 {
     m_text = VisibleText::line(text);
     setAccessibleName(m_text);
-    updateGeometry();
     update();
 }
 
 QSize ElidedLabel::sizeHint() const
-{
-    return {fontMetrics().horizontalAdvance(m_text) + 1, fontMetrics().height()};
-}
-
-QSize ElidedLabel::minimumSizeHint() const
 {
     return {0, fontMetrics().height()};
 }

@@ -4,7 +4,8 @@
 
 namespace Korvane {
 
-/// One line of plain text that is shortened to the room there is. It asks for none.
+/// One line of plain text that is shortened to the room there is. It asks for none, so a
+/// layout needs a stretch factor for it.
 class ElidedLabel final : public QWidget
 {
     Q_OBJECT
@@ -17,7 +18,7 @@ public:
     [[nodiscard]] const QString &text() const { return m_text; }
 
     [[nodiscard]] QSize sizeHint() const override;
-    [[nodiscard]] QSize minimumSizeHint() const override;
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
     void paintEvent(QPaintEvent *event) override;
