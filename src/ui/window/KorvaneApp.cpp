@@ -47,8 +47,8 @@ constexpr std::chrono::milliseconds iconDelay{100};
 struct FontPreload
 {
     bool isStarted = false;
-    QSemaphore applicationMade;
-    QSemaphore isDone;
+    QSemaphore loaded;     // Fontconfig's list
+    QSemaphore loadedByQt; // Qt's list, made from it
 } fontPreload;
 
 } // namespace
@@ -60,9 +60,7 @@ void KorvaneApp::preloadFonts()
     fontPreload.isStarted = true;
     QThreadPool::globalInstance()->start([] {
         FcInit();
-        fontPreload.applicationMade.acquire(); // Qt's own list needs the QApplication
-        QFontDatabase::families();
-        fontPreload.isDone.release();
+        fontPreload.loaded.release();
     });
 }
 
@@ -75,7 +73,13 @@ void KorvaneApp::setUp(QApplication &)
     QApplication::setDesktopFileName(QStringLiteral("korvane"));
     Accessibility::install();
     QApplication::setStyle(new ThemeStyle);
-    fontPreload.applicationMade.release();
+    if (fontPreload.isStarted) {
+        QThreadPool::globalInstance()->start([] {
+            fontPreload.loaded.acquire();
+            QFontDatabase::families();
+            fontPreload.loadedByQt.release();
+        });
+    }
 }
 
 KorvaneApp::KorvaneApp()
@@ -126,7 +130,7 @@ void KorvaneApp::makeWindow()
     Translations::install(preferences.text(Preferences::Language));
     // Otherwise this thread would load the fonts a second time.
     if (std::exchange(fontPreload.isStarted, false))
-        fontPreload.isDone.acquire();
+        fontPreload.loadedByQt.acquire();
     m_window = std::make_unique<ContentView>(m_state);
     new PreferenceEffects(preferences, *m_window);
     new ClaudeCommands(m_state, *m_server, *m_window); // the window's own
@@ -164,7 +168,7 @@ void KorvaneApp::open(const CommandLine &commandLine)
     for (const FileArgument &file : commandLine.files)
         openLocalFile(m_state, file.path);
     if (!commandLine.port.isEmpty())
-        m_state.link().connectDevice(commandLine.port);
+        m_state.errors().reportFailureOf(m_state.link().connectDevice(commandLine.port));
 }
 
 void KorvaneApp::activateWindow()
