@@ -1,8 +1,12 @@
 #include "app/BoardStore.h"
 
 #include "board/DeviceError.h"
+#include "board/DeviceFileContent.h"
 #include "board/DeviceFiles.h"
 #include "board/DeviceLink.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace Korvane {
 
@@ -27,6 +31,29 @@ Async<std::optional<QByteArray>> BoardStore::read(DocumentPlace place)
     if (!bytes)
         co_return bytes.error();
     co_return std::optional(*bytes);
+}
+
+Async<DocumentStore::Held> BoardStore::compare(DocumentPlace place, QList<QByteArray> contents)
+{
+    const auto life = m_life.watch();
+    const bool isLarge =
+        std::any_of(contents.cbegin(), contents.cend(), [](const QByteArray &content) {
+            return content.size() > DeviceFileContent::smallSize;
+        });
+    if (!isLarge) // then reading it takes fewer commands
+        co_return co_await DocumentStore::compare(std::move(place), std::move(contents));
+    const auto isSameBoard = co_await checkBoard(place);
+    if (!isSameBoard)
+        co_return isSameBoard.error();
+    const bool exists = co_await m_files.deviceFileExists(place.path);
+    if (!life)
+        co_return DeviceError::closed();
+    if (!exists)
+        co_return Held::NoFile;
+    const auto isExpected = co_await m_files.deviceFileHolds(place.path, std::move(contents));
+    if (!isExpected)
+        co_return isExpected.error();
+    co_return *isExpected ? Held::Expected : Held::Other;
 }
 
 Async<void> BoardStore::write(DocumentPlace place, QString text, QString name)

@@ -16,6 +16,8 @@ public:
     BoardStore(DeviceLink &link, DeviceFiles &files);
 
     [[nodiscard]] Async<std::optional<QByteArray>> read(DocumentPlace place) override;
+    /// Compares large contents by a digest that the board computes.
+    [[nodiscard]] Async<Held> compare(DocumentPlace place, QList<QByteArray> contents) override;
     [[nodiscard]] Async<void> write(DocumentPlace place, QString text, QString name) override;
 
 private:

@@ -33,6 +33,13 @@ public:
     [[nodiscard]] Async<void> read(QString path, QString label, qint64 sizeBytes,
                                    PieceTransfer::Sink sink, PieceTransfer::Observer observer);
 
+    /// Whether the file holds one of \p contents. The board computes a digest if it can; otherwise
+    /// the file is read.
+    [[nodiscard]] Async<bool> holds(QString path, QList<QByteArray> contents)
+    {
+        return m_queue.holds(std::move(path), std::move(contents));
+    }
+
     /// A source of \p bytes.
     [[nodiscard]] static Source sourceOf(const QByteArray &bytes);
 

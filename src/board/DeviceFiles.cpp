@@ -123,6 +123,11 @@ Async<QByteArray> DeviceFiles::readDeviceFile(QString path, QString label)
     co_return std::move(*bytes);
 }
 
+Async<bool> DeviceFiles::deviceFileHolds(QString path, QList<QByteArray> contents)
+{
+    return m_content.holds(std::move(path), std::move(contents));
+}
+
 Async<void> DeviceFiles::receiveFile(QString path, QString label, PieceTransfer::Sink sink,
                                      PieceTransfer::Observer observer)
 {

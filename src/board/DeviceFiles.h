@@ -51,6 +51,8 @@ public:
     QCoro::Task<void> refreshDeviceFiles();
     /// Shown as a transfer, which can be canceled, when the file is not small.
     [[nodiscard]] Async<QByteArray> readDeviceFile(QString path, QString label);
+    /// Whether the file holds one of \p contents, by their digests.
+    [[nodiscard]] Async<bool> deviceFileHolds(QString path, QList<QByteArray> contents);
     /// The same into \p sink, reporting to \p observer. On failure \p sink may have got a part.
     [[nodiscard]] Async<void> receiveFile(QString path, QString label, PieceTransfer::Sink sink,
                                           PieceTransfer::Observer observer);

@@ -4,6 +4,7 @@
 #include "board/DeviceLink.h"
 #include "board/TransferScripts.h"
 
+#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -67,6 +68,25 @@ Async<void> TransferQueue::receive(QString path, PieceTransfer::Sink sink,
         co_return board.error();
     PieceTransfer transfer(m_link, *board, std::move(observer));
     co_return co_await transfer.receive(std::move(path), std::move(sink));
+}
+
+Async<bool> TransferQueue::holds(QString path, QList<QByteArray> contents)
+{
+    const auto turn = co_await this->turn();
+    if (!turn)
+        co_return turn.error();
+    const auto board = co_await m_profile.capabilities();
+    if (!board)
+        co_return board.error();
+    PieceTransfer transfer(m_link, *board, {});
+    const auto held = co_await transfer.digest(std::move(path));
+    if (!held)
+        co_return held.error();
+    co_return std::any_of(contents.cbegin(), contents.cend(), [&](const QByteArray &content) {
+        FileDigest digest(*board);
+        digest.add(content);
+        return digest.hex() == *held;
+    });
 }
 
 /// Fails when the connection that the transfer was asked for has ended meanwhile.

@@ -41,6 +41,8 @@ public:
                                          PieceTransfer::Observer observer);
     [[nodiscard]] Async<void> receive(QString path, PieceTransfer::Sink sink,
                                       PieceTransfer::Observer observer);
+    /// Compares the digest of the board's file with those of \p contents.
+    [[nodiscard]] Async<bool> holds(QString path, QList<QByteArray> contents);
 
 private:
     /// Ends with the last copy.

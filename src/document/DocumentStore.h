@@ -14,10 +14,14 @@ namespace Korvane {
 class DocumentStore
 {
 public:
+    enum class Held { NoFile, Expected, Other };
+
     virtual ~DocumentStore() = default;
 
     /// The file's bytes; nothing when there is no such file.
     [[nodiscard]] virtual Async<std::optional<QByteArray>> read(DocumentPlace place) = 0;
+    /// Whether the file holds one of \p contents; reads it.
+    [[nodiscard]] virtual Async<Held> compare(DocumentPlace place, QList<QByteArray> contents);
     /// Creates or replaces the file, without asking. \p name is the document's, for messages.
     [[nodiscard]] virtual Async<void> write(DocumentPlace place, QString text, QString name) = 0;
 };

@@ -99,14 +99,16 @@ Async<DocumentWriter::Outcome> DocumentWriter::carryOut(std::shared_ptr<Queue> q
     const QString fileText = job->text.fileText();
     const QByteArray bytes = fileText.toUtf8();
     if (job->check == Check::AskBeforeReplacing) {
-        const auto held = co_await storeOf(queue->place).read(queue->place);
+        QList<QByteArray> ours;
+        for (const auto &content : {std::optional(bytes), job->known, queue->written}) {
+            if (content)
+                ours << *content;
+        }
+        const auto held = co_await storeOf(queue->place).compare(queue->place, std::move(ours));
         if (!life)
             co_return Error{ErrorCode::Closed, {}};
         // A file that can't be read fails to be written, too, which says more.
-        const bool isThere = held && held->has_value();
-        const bool isOurs =
-            isThere && (*held == bytes || *held == job->known || *held == queue->written);
-        if (isThere && !isOurs) {
+        if (held && *held == DocumentStore::Held::Other) {
             const auto answer = co_await askToReplace(queue, job);
             if (!life)
                 co_return Error{ErrorCode::Closed, {}};

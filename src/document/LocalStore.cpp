@@ -8,8 +8,8 @@ namespace Korvane {
 
 Async<std::optional<QByteArray>> LocalStore::read(DocumentPlace place)
 {
-    using Held = Result<std::optional<QByteArray>>;
-    const std::function<Held()> work = [path = place.path]() -> Held {
+    using Bytes = Result<std::optional<QByteArray>>;
+    const std::function<Bytes()> work = [path = place.path]() -> Bytes {
         if (!QFileInfo::exists(path))
             return std::optional<QByteArray>();
         auto bytes = LocalFile::read(path);

@@ -241,7 +241,8 @@ private slots:
         QCOMPARE(fixture.place(), u"|/lib/mine.py|"_s);
         QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), "one\n"_ba);
 
-        fixture.write(u"two\n"_s);
+        const QString two = u"two\n"_s.repeated(1000); // compared by its digest
+        fixture.write(two);
         fixture.save();
         QVERIFY2(fixture.prompts.asked.isEmpty(), "its own place needs no question");
         QCOMPARE(fixture.said(), u"info: Saved mine.py to device."_s);
@@ -255,7 +256,7 @@ private slots:
         QCOMPARE(fixture.said(),
                  u"info: Send cancelled — /lib/mine.py on the device is unchanged."_s);
         QCOMPARE(fixture.place(), u"||*"_s);
-        QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), "two\n"_ba);
+        QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), two.toUtf8());
     }
 
     void belongsToOnePlace()
@@ -291,10 +292,12 @@ private slots:
         awaited(board.openDeviceFile(*files.deviceNode(u"/a.py"_s)));
         QCOMPARE(fixture.place() + fixture.file().content(), u"|/a.py|4"_s);
         QVERIFY(awaited(files.writeDeviceFile("5"_ba, files.permitWrite(u"/a.py"_s), {})));
-        fixture.write(u"mine"_s);
-        fixture.save();
-        QVERIFY(fixture.prompts.takeAsked().contains(u"was changed by another program"_s));
-        QCOMPARE(onBoard(fixture, u"/a.py"_s), "5"_ba);
+        for (const int length : {4, 4000}) {
+            fixture.write(QString(length, u'#'));
+            fixture.save();
+            QVERIFY(fixture.prompts.takeAsked().contains(u"was changed by another program"_s));
+            QCOMPARE(onBoard(fixture, u"/a.py"_s), "5"_ba);
+        }
     }
 
     void opensABoardFileOnceAndWritesItBackAsItWas()
