@@ -25,13 +25,18 @@ struct DebugDesk : WindowFixture
     DebugDesk()
     {
         if (!state().link().connectDevice(board.port())
-            || !QTest::qWaitFor([this] { return !state().link().deviceCommandInFlight(); }))
+            || !QTest::qWaitFor([this] { return isIdle(); }))
             qFatal("the board is never idle");
         board.onProgram = [](const QByteArray &program) {
             return program.contains("_bp(2") ? pauseAt(2)
                                              : ScriptedBoard::answerWithoutFiles(program);
         };
         state().documents().updateSelectedContent(u"x = 1\nx = 2\nx = 3\n"_s);
+    }
+    /// No command is executed, and the raw REPL is left.
+    bool isIdle()
+    {
+        return !state().link().deviceCommandInFlight() && board.received().endsWith('\x02');
     }
     void debugToPause()
     {
