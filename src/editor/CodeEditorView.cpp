@@ -218,9 +218,10 @@ void CodeEditorView::apply(const TextEdit &edit)
     QTextCursor cursor(m_storage);
     cursor.setPosition(edit.start);
     cursor.setPosition(edit.end, QTextCursor::KeepAnchor);
-    cursor.insertText(edit.replacement);
+    m_file->insertText(cursor, edit.replacement);
     if (const auto &move = edit.move)
-        m_file->moveBreakpoints(move->firstLine, move->lastLine, move->movedBy);
+        m_file->moveBreakpoints(m_file->longLines().fileLine(move->firstLine),
+                                m_file->longLines().fileLine(move->lastLine), move->movedBy);
     cursor.setPosition(edit.selection.anchor);
     cursor.setPosition(edit.selection.position, QTextCursor::KeepAnchor);
     setTextCursor(cursor);

@@ -2,6 +2,7 @@
 
 #include <QFontDatabase>
 #include <QFontInfo>
+#include <QFontMetricsF>
 #include <QGuiApplication>
 
 #include <algorithm>
@@ -118,13 +119,22 @@ const Theme &Theme::current()
     return of(QGuiApplication::palette());
 }
 
+/// Whether the font that is used for it has characters of one width. What the request and the
+/// desktop say of it may be wrong, so this measures as well.
+static bool isFixedPitch(const QFont &font)
+{
+    const QFontMetricsF metrics(font);
+    return QFontInfo(font).fixedPitch()
+        && qFuzzyCompare(metrics.horizontalAdvance(u'i'), metrics.horizontalAdvance(u'M'));
+}
+
 QFont Theme::monospacedFont()
 {
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     font.setStyleHint(QFont::Monospace); // for a desktop font that is not installed
     font.setFixedPitch(true);
     // Some desktops name a proportional font here.
-    if (!QFontInfo(font).fixedPitch())
+    if (!isFixedPitch(font))
         font.setFamily(QStringLiteral("monospace"));
     return font;
 }

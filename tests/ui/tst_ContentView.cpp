@@ -7,11 +7,13 @@
 #include <QDir>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
 #include <QStyle>
 #include <QTabBar>
 #include <QToolButton>
+#include <QTreeWidget>
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
@@ -124,6 +126,29 @@ private slots:
             fixture.press(Qt::Key_Return);
             QCOMPARE(editor->currentLine(), 3);
         }
+    }
+
+    void findsCommandsByName()
+    {
+        WindowFixture fixture;
+        auto *editor = fixture.find<CodeEditorView>("editor");
+        fixture.state().documents().updateSelectedContent(u"a\nb"_s);
+        fixture.press(Qt::Key_P, Qt::ControlModifier | Qt::ShiftModifier);
+        auto *field = fixture.find<QLineEdit>("commandField");
+        auto *list = fixture.find<QTreeWidget>("commandList");
+        QVERIFY(list->topLevelItemCount() > 40);
+        QTest::keyClicks(field, u"dup line"_s);
+        QCOMPARE(list->topLevelItemCount(), 1);
+        QCOMPARE(list->topLevelItem(0)->text(1), u"Ctrl+Shift+D"_s);
+        QTest::keyClick(field, Qt::Key_Return);
+        QCOMPARE(editor->text(), u"a\na\nb"_s);
+        QVERIFY(!field->isVisible());
+
+        const int size = editor->fontInfo().pixelSize();
+        fixture.press(Qt::Key_Plus, Qt::ControlModifier);
+        QVERIFY(editor->fontInfo().pixelSize() > size);
+        fixture.press(Qt::Key_0, Qt::ControlModifier);
+        QCOMPARE(editor->fontInfo().pixelSize(), size);
     }
 
     void runsAndStopsWithKeysAndButtons()

@@ -59,10 +59,19 @@ QRect scrollHandle(const QStyleOptionSlider &bar)
                         : QRect(bar.rect.x(), bar.rect.y() + start, bar.rect.width(), handle);
 }
 
-void drawScrollBar(QPainter *painter, const QStyleOptionSlider &bar)
+/// Beside a text without a background of its own, as the Shell's input, the window's is in view.
+bool isOnWindow(const QWidget *scrollBar)
+{
+    const QWidget *container = scrollBar ? scrollBar->parentWidget() : nullptr;
+    const auto *area =
+        container ? qobject_cast<const QAbstractScrollArea *>(container->parentWidget()) : nullptr;
+    return area && !area->viewport()->autoFillBackground();
+}
+
+void drawScrollBar(QPainter *painter, const QStyleOptionSlider &bar, const QWidget *widget)
 {
     const Theme &theme = Theme::of(bar.palette);
-    painter->fillRect(bar.rect, bar.palette.base());
+    painter->fillRect(bar.rect, isOnWindow(widget) ? bar.palette.window() : bar.palette.base());
     if (bar.maximum <= bar.minimum)
         return;
     const bool isHeld = (bar.activeSubControls & QStyle::SC_ScrollBarSlider)
@@ -202,7 +211,7 @@ void ThemeStyle::drawComplexControl(ComplexControl control, const QStyleOptionCo
         return;
     }
     if (control == CC_ScrollBar) {
-        drawScrollBar(painter, *static_cast<const QStyleOptionSlider *>(option));
+        drawScrollBar(painter, *static_cast<const QStyleOptionSlider *>(option), widget);
         return;
     }
     QProxyStyle::drawComplexControl(control, option, painter, widget);

@@ -58,6 +58,7 @@ void Actions::addEditCommands()
     addEdit(Copy, tr("&Copy"), QKeySequence::Copy, "copy");
     addEdit(Paste, tr("&Paste"), QKeySequence::Paste, "paste");
     addEdit(SelectAll, tr("Select &All"), QKeySequence::SelectAll, "selectAll");
+    add(FindInFiles, tr("Find in F&iles…"), KeyText::sequence(u"⇧⌘F"));
     add(ShowPreferences, tr("Prefere&nces…"), KeyText::sequence(u"⌘,"));
 }
 
@@ -89,6 +90,15 @@ void Actions::addPaneCommands()
                         QKeySequence(Qt::CTRL | Qt::Key_PageUp)});
     // The editor keeps Tab for itself.
     add(NextPane, tr("Next P&ane"), Qt::Key_F6);
+
+    add(ShowCommands, tr("&Commands…"), KeyText::sequence(u"⇧⌘P"));
+    // With and without Shift, which the sign + needs on many keyboards.
+    add(ZoomIn, tr("Zoom &In"))
+        ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Plus),
+                        QKeySequence(Qt::CTRL | Qt::Key_Equal),
+                        QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Plus)});
+    add(ZoomOut, tr("Zoom &Out"), Qt::CTRL | Qt::Key_Minus);
+    add(ResetZoom, tr("&Reset Zoom"), Qt::CTRL | Qt::Key_0);
 }
 
 void Actions::addRunCommands()

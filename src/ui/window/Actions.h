@@ -21,8 +21,8 @@ class AppState;
 /// Menus, toolbar and debug bar show these actions, and none makes a second one for a command.
 ///
 /// Commands on the state are connected here. Commands of a view or of the assistant's server
-/// (CloseFile, ShowPreferences, NextFile, PreviousFile, NextPane, RunPiece, FollowTraceback and the
-/// last four) are connected by their owners.
+/// (CloseFile, FindInFiles, ShowPreferences, from NextFile to ResetZoom, RunPiece, FollowTraceback
+/// and the last four) are connected by their owners.
 class Actions final : public QObject
 {
     Q_OBJECT
@@ -42,6 +42,7 @@ public:
         Copy,
         Paste,
         SelectAll,
+        FindInFiles,
         ShowPreferences,
         ShowLocalFiles,
         ShowDeviceFiles,
@@ -50,6 +51,10 @@ public:
         NextFile,
         PreviousFile,
         NextPane,
+        ShowCommands,
+        ZoomIn,
+        ZoomOut,
+        ResetZoom,
         Run,  // made visible by the toolbar while no local program runs
         Stop, // also ends a program on the board
         RunPiece,

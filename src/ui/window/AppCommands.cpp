@@ -53,7 +53,7 @@ void AppCommands::addEditMenu()
     menu->addActions({editor[EditorCommands::Find], editor[EditorCommands::FindNext],
                       editor[EditorCommands::FindPrevious], editor[EditorCommands::Replace],
                       editor[EditorCommands::SelectNextOccurrence],
-                      editor[EditorCommands::GoToLine]});
+                      editor[EditorCommands::GoToLine], m_actions[Actions::FindInFiles]});
     menu->addSeparator();
     menu->addActions({editor[EditorCommands::Indent], editor[EditorCommands::Unindent],
                       editor[EditorCommands::ToggleComment], editor[EditorCommands::MoveLinesUp],
@@ -73,6 +73,10 @@ void AppCommands::addViewMenu()
     m_viewMenu->addSeparator();
     m_viewMenu->addActions({m_actions[Actions::NextPane], m_actions[Actions::NextFile],
                             m_actions[Actions::PreviousFile]});
+    m_viewMenu->addSeparator();
+    m_viewMenu->addActions({m_actions[Actions::ShowCommands], m_actions[Actions::ZoomIn],
+                            m_actions[Actions::ZoomOut], m_actions[Actions::ResetZoom]});
+    m_viewMenu->addSeparator();
     QMenu *files = m_viewMenu->addMenu(tr("&Open Files"));
     connect(files, &QMenu::aboutToShow, this, [this, files] { listOpenFiles(files); });
 }

@@ -12,6 +12,7 @@
 #include "ui/window/IDEToolbar.h"
 #include "ui/window/LocalFileOpening.h"
 #include "ui/window/SidebarView.h"
+#include "ui/window/WindowCommands.h"
 
 #include <QAction>
 #include <QApplication>
@@ -26,6 +27,7 @@
 #include <QProgressDialog>
 #include <QScreen>
 #include <QSplitter>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <utility>
@@ -61,6 +63,7 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     , m_editorArea(new EditorArea(state, *m_commands))
     , m_bottomPane(new BottomPane(state, *m_commands))
     , m_menus(new AppCommands(state, *m_commands, m_editorArea->editor(), *this))
+    , m_tools(new WindowCommands(state, *m_commands, m_editorArea->editor(), *this))
 {
     setObjectName(QStringLiteral("contentView"));
     setAccessibleName(QGuiApplication::applicationDisplayName()); // in place of the title
@@ -156,6 +159,13 @@ bool ContentView::eventFilter(QObject *watched, QEvent *event)
         const auto *key = static_cast<QKeyEvent *>(event);
         if (isOwnShortcut(QKeySequence(key->keyCombination()))) {
             event->ignore();
+            return true;
+        }
+    }
+    if (event->type() == QEvent::Wheel) {
+        const auto *wheel = static_cast<QWheelEvent *>(event);
+        if (wheel->modifiers() == Qt::ControlModifier) {
+            m_tools->turnWheel(wheel->angleDelta().y());
             return true;
         }
     }

@@ -15,6 +15,7 @@ class BottomPane;
 class EditorArea;
 class IDEToolbar;
 class SidebarView;
+class WindowCommands;
 
 /// The main window. It has no title of its own, so that the desktop lists it under the program's
 /// name.
@@ -53,6 +54,7 @@ private:
     EditorArea *m_editorArea;
     BottomPane *m_bottomPane;
     AppCommands *m_menus;
+    WindowCommands *m_tools;
 };
 
 } // namespace Korvane

@@ -9,6 +9,7 @@
 
 #include <QMouseEvent>
 #include <QPainter>
+#include <QRegularExpression>
 #include <QScopedValueRollback>
 #include <QStyleOption>
 #include <QWheelEvent>
@@ -127,6 +128,12 @@ void EditorTabStrip::showFile(int index, const EditorFile &file)
     if (QWidget *previous = tabButton(index, RightSide))
         previous->deleteLater(); // it may be what was clicked
     setTabButton(index, RightSide, end);
+    // The tab that does not fit goes on below the arrows.
+    for (QToolButton *arrow : findChildren<QToolButton *>(
+             QRegularExpression(QStringLiteral("Scroll.*Button")), Qt::FindDirectChildrenOnly)) {
+        arrow->setAutoFillBackground(true);
+        arrow->raise();
+    }
 }
 
 void EditorTabStrip::close(int index)

@@ -6,6 +6,7 @@
 #include "ui/shell/ShellInput.h"
 #include "ui/shell/TranscriptView.h"
 #include "ui/window/ContentView.h"
+#include "ui/window/TextZoom.h"
 
 namespace Korvane {
 
@@ -13,6 +14,7 @@ PreferenceEffects::PreferenceEffects(Preferences &preferences, ContentView &wind
     : QObject(&window)
     , m_preferences(preferences)
     , m_window(window)
+    , m_zoom(window.findChild<TextZoom *>())
 {
     // The views are made with the defaults.
     for (const auto id : {Preferences::EditorFont, Preferences::EditorFontSize}) {
@@ -25,6 +27,10 @@ PreferenceEffects::PreferenceEffects(Preferences &preferences, ContentView &wind
             setShellFont();
         preferences.whenChanged(id, this, [this] { setShellFont(); });
     }
+    connect(m_zoom, &TextZoom::changed, this, [this] {
+        setEditorFont();
+        setShellFont();
+    });
     for (const auto id :
          {Preferences::IndentWidth, Preferences::LineLengthMark, Preferences::ShowBlanks}) {
         if (!preferences.isDefault(id))
@@ -44,14 +50,15 @@ void PreferenceEffects::setEditorAids()
 void PreferenceEffects::setEditorFont()
 {
     m_window.findChild<CodeEditorView *>()->setFont(
-        Theme::monospacedFont(m_preferences.text(Preferences::EditorFont),
-                              m_preferences.number(Preferences::EditorFontSize)));
+        m_zoom->applied(Theme::monospacedFont(m_preferences.text(Preferences::EditorFont),
+                                              m_preferences.number(Preferences::EditorFontSize))));
 }
 
 void PreferenceEffects::setShellFont()
 {
-    const QFont font = Theme::monospacedFont(m_preferences.text(Preferences::ShellFont),
-                                             m_preferences.number(Preferences::ShellFontSize));
+    const QFont font =
+        m_zoom->applied(Theme::monospacedFont(m_preferences.text(Preferences::ShellFont),
+                                              m_preferences.number(Preferences::ShellFontSize)));
     m_window.findChild<TranscriptView *>()->setFont(font);
     m_window.findChild<ShellInput *>()->setFont(font);
 }

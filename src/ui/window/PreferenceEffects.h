@@ -6,6 +6,7 @@ namespace Korvane {
 
 class ContentView;
 class Preferences;
+class TextZoom;
 
 /// Gives the views of the window what the user has chosen for them, and each change at once.
 class PreferenceEffects final : public QObject
@@ -23,6 +24,7 @@ private:
 
     Preferences &m_preferences;
     ContentView &m_window;
+    TextZoom *m_zoom; // of the window
 };
 
 } // namespace Korvane

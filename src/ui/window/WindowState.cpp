@@ -1,6 +1,7 @@
 #include "ui/window/WindowState.h"
 
 #include "base/StateFolder.h"
+#include "ui/window/TextZoom.h"
 
 #include <QEvent>
 #include <QMainWindow>
@@ -16,6 +17,7 @@ using namespace std::chrono_literals;
 namespace {
 
 const QString geometryKey = QStringLiteral("geometry");
+const QString zoomKey = QStringLiteral("zoom"); // percent
 
 } // namespace
 
@@ -29,12 +31,15 @@ WindowState::WindowState(const QString &path, QMainWindow &window)
     , m_path(path)
     , m_window(window)
     , m_splitters(window.findChildren<QSplitter *>())
+    , m_zoom(window.findChild<TextZoom *>())
 {
     restore();
     m_rest.setSingleShot(true);
     m_rest.setInterval(500ms);
     connect(&m_rest, &QTimer::timeout, this, &WindowState::save);
     window.installEventFilter(this);
+    if (m_zoom)
+        connect(m_zoom, &TextZoom::changed, &m_rest, qOverload<>(&QTimer::start));
     for (const QSplitter *splitter : m_splitters)
         connect(splitter, &QSplitter::splitterMoved, &m_rest, qOverload<>(&QTimer::start));
 }
@@ -64,6 +69,8 @@ void WindowState::restore()
     m_window.restoreGeometry(file.value(geometryKey).toByteArray());
     for (QSplitter *splitter : m_splitters)
         splitter->restoreState(file.value(splitter->objectName()).toByteArray());
+    if (const int percent = file.value(zoomKey).toInt(); m_zoom && percent > 0)
+        m_zoom->setPercent(percent);
 }
 
 void WindowState::save()
@@ -73,6 +80,8 @@ void WindowState::save()
     file.setValue(geometryKey, m_window.saveGeometry());
     for (const QSplitter *splitter : m_splitters)
         file.setValue(splitter->objectName(), splitter->saveState());
+    if (m_zoom)
+        file.setValue(zoomKey, m_zoom->percent());
 }
 
 } // namespace Korvane

@@ -8,8 +8,10 @@ class QSplitter;
 
 namespace Korvane {
 
-/// Remembers where the window was, how large, and how its panes were divided, in a state file of
-/// its own: nothing of it is a setting.
+class TextZoom;
+
+/// Remembers where the window was, how large, how its panes were divided and its text enlarged, in
+/// a state file of its own: nothing of it is a setting.
 ///
 /// What changed is written a moment after it came to rest, so that it is there however the program
 /// ends. A file that is missing or damaged leaves the window as it is; one that can't be written
@@ -35,6 +37,7 @@ private:
     const QString m_path;
     QMainWindow &m_window;
     QList<QSplitter *> m_splitters;
+    TextZoom *m_zoom; // null without one
     QTimer m_rest;
 };
 
