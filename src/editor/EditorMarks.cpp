@@ -42,9 +42,15 @@ void EditorMarks::follow()
 
 void EditorMarks::findBrackets()
 {
-    updateBrackets();
     const QTextCursor caret = m_view.textCursor();
-    m_brackets = caret.hasSelection() ? std::nullopt : bracketAt(m_view.text(), caret.position());
+    const Place place{m_view.document(), m_view.document()->revision(),
+                      caret.hasSelection() ? -1 : caret.position()};
+    // A key moves the caret and changes the text, which is scanned once for both.
+    if (place == m_searched)
+        return;
+    m_searched = place;
+    updateBrackets();
+    m_brackets = place.caret < 0 ? std::nullopt : bracketAt(m_view.text(), place.caret);
     updateBrackets();
 }
 

@@ -6,6 +6,7 @@
 
 class QPaintEvent;
 class QPainter;
+class QTextDocument;
 
 namespace Korvane {
 
@@ -30,6 +31,16 @@ public:
     [[nodiscard]] const std::optional<BracketPair> &brackets() const { return m_brackets; }
 
 private:
+    /// A caret in one state of a text.
+    struct Place
+    {
+        const QTextDocument *document = nullptr; // to compare only
+        int revision = 0;
+        int caret = -1; // -1 while something is selected
+
+        bool operator==(const Place &) const = default;
+    };
+
     void follow();
     void findBrackets();
     void paintBracket(QPainter &painter, int position) const;
@@ -39,6 +50,7 @@ private:
 
     CodeEditorView &m_view;
     std::optional<BracketPair> m_brackets;
+    Place m_searched; // for brackets
     int m_line = 1;
     int m_lineLength = 0;
 };

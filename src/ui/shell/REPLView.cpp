@@ -70,7 +70,6 @@ QWidget *REPLView::makeInputRow()
     auto *row = new QWidget;
     row->setMinimumHeight(36);
     auto *prompt = new QLabel(QStringLiteral(">>>"));
-    prompt->setFont(m_input->font());
     prompt->setForegroundRole(QPalette::PlaceholderText);
     prompt->setBuddy(m_input);
     auto *stop = new IconButton(QStringLiteral("stop.circle.fill"), Theme::Role::SecondaryLabel,
@@ -86,7 +85,13 @@ QWidget *REPLView::makeInputRow()
     layout->setContentsMargins(8, 4, 8, 4);
     layout->setSpacing(6);
     // The prompt stays beside the first of several lines.
-    prompt->setMinimumHeight(m_input->sizeHint().height());
+    const auto fitPrompt = [this, prompt] {
+        prompt->setFont(m_input->font());
+        // As high as one line of the input, whatever the number of its lines.
+        prompt->setMinimumHeight(prompt->fontMetrics().lineSpacing() + 5);
+    };
+    connect(m_input, &ShellInput::fontChanged, prompt, fitPrompt);
+    fitPrompt();
     auto *promptColumn = new QVBoxLayout;
     promptColumn->addWidget(prompt);
     promptColumn->addStretch();

@@ -141,8 +141,10 @@ void ShellInput::keyPressEvent(QKeyEvent *event)
 void ShellInput::changeEvent(QEvent *event)
 {
     QPlainTextEdit::changeEvent(event);
-    if (event->type() == QEvent::FontChange)
+    if (event->type() == QEvent::FontChange) {
         updateGeometry();
+        emit fontChanged();
+    }
 }
 
 void ShellInput::resizeEvent(QResizeEvent *event)

@@ -29,6 +29,7 @@ public:
     [[nodiscard]] QSize minimumSizeHint() const override;
 
 signals:
+    void fontChanged();
     void submitted();
     void historyAsked(Korvane::ShellInput::Step step);
     /// The key for copying was pressed, and nothing is selected.

@@ -9,7 +9,6 @@
 
 #include <QMouseEvent>
 #include <QPainter>
-#include <QRegularExpression>
 #include <QScopedValueRollback>
 #include <QStyleOption>
 #include <QWheelEvent>
@@ -129,10 +128,12 @@ void EditorTabStrip::showFile(int index, const EditorFile &file)
         previous->deleteLater(); // it may be what was clicked
     setTabButton(index, RightSide, end);
     // The tab that does not fit goes on below the arrows.
-    for (QToolButton *arrow : findChildren<QToolButton *>(
-             QRegularExpression(QStringLiteral("Scroll.*Button")), Qt::FindDirectChildrenOnly)) {
-        arrow->setAutoFillBackground(true);
-        arrow->raise();
+    for (const QString &arrowName :
+         {QStringLiteral("ScrollLeftButton"), QStringLiteral("ScrollRightButton")}) {
+        if (auto *arrow = findChild<QToolButton *>(arrowName, Qt::FindDirectChildrenOnly)) {
+            arrow->setAutoFillBackground(true);
+            arrow->raise();
+        }
     }
 }
 
