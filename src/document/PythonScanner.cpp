@@ -1,5 +1,7 @@
 #include "document/PythonScanner.h"
 
+#include <QString>
+
 #include <algorithm>
 
 namespace Korvane {
