@@ -32,6 +32,7 @@ public:
     void setFlag(const QString &, bool) override { }
     void setNumber(const QString &, int) override { }
     void setText(const QString &, const QString &) override { }
+    void remove(const QString &) override { }
 
 private:
     int m_port;

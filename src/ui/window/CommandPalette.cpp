@@ -1,6 +1,7 @@
 #include "ui/window/CommandPalette.h"
 
 #include <QAction>
+#include <QCoreApplication>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLineEdit>
