@@ -105,9 +105,10 @@ DeviceFileContent::Source DeviceFileContent::sourceOf(const QByteArray &bytes)
             bytes.size()};
 }
 
-Async<void> DeviceFileContent::write(Source source, QString path, QString label,
+Async<void> DeviceFileContent::write(Source source, WritePermit permit, QString label,
                                      PieceTransfer::Observer observer)
 {
+    const QString path = permit.path();
     const auto life = m_life.watch();
     if (source.sizeBytes <= smallSize && mayHaveBase64(m_profile)) {
         auto written = co_await writeAtOnce(source.open(), path, label);
@@ -126,7 +127,7 @@ Async<void> DeviceFileContent::write(Source source, QString path, QString label,
         co_return DeviceError::closed();
     if (!sent.result && isOutOfSpace(sent.result.error())
         && sent.fileState == PieceTransfer::FileState::Old) {
-        const auto confirmed = co_await confirmInPlace(path, label);
+        const auto confirmed = co_await confirmInPlace(permit, label);
         if (!life)
             co_return DeviceError::closed();
         if (!confirmed) {
@@ -153,8 +154,9 @@ Async<void> DeviceFileContent::checkNeedsPieces(Error error)
 }
 
 /// False when the user declines, and when there is no old file that takes room.
-Async<bool> DeviceFileContent::confirmInPlace(QString path, QString label)
+Async<bool> DeviceFileContent::confirmInPlace(WritePermit permit, QString label)
 {
+    const QString path = permit.path();
     const auto life = m_life.watch();
     const int connection = m_link.connectionNumber();
     const auto output = co_await m_link.executeOnDevice(BoardScripts::exists(path), quickTimeout);
@@ -169,6 +171,7 @@ Async<bool> DeviceFileContent::confirmInPlace(QString path, QString label)
     question.message = u"The board has no room for the old and the new %1. If writing over the old "
                        "file fails, both are lost on the board."_s.arg(path);
     question.confirmTitle = u"Write Over"_s;
+    question.asker = permit.asker();
     const auto answer = co_await m_prompts.confirm(std::move(question));
     if (!life)
         co_return DeviceError::closed();

@@ -2,6 +2,7 @@
 
 #include "base/UserPrompts.h"
 #include "board/TransferQueue.h"
+#include "board/WritePermit.h"
 
 namespace Korvane {
 
@@ -26,7 +27,7 @@ public:
 
     /// Creates or replaces the file at \p path. When the board has no room for the old and the new
     /// file, the user is asked whether to write over the old one.
-    [[nodiscard]] Async<void> write(Source source, QString path, QString label,
+    [[nodiscard]] Async<void> write(Source source, WritePermit permit, QString label,
                                     PieceTransfer::Observer observer);
     /// Reads the file into \p sink. \p sizeBytes is its size as last listed, 0 when unknown: then
     /// one command is tried first. On failure \p sink may have got a part of the file.
@@ -47,7 +48,7 @@ private:
     [[nodiscard]] Async<void> writeAtOnce(PieceTransfer::Source next, QString path, QString label);
     [[nodiscard]] Async<QByteArray> readAtOnce(QString path, QString label);
     [[nodiscard]] Async<void> checkNeedsPieces(Error error);
-    [[nodiscard]] Async<bool> confirmInPlace(QString path, QString label);
+    [[nodiscard]] Async<bool> confirmInPlace(WritePermit permit, QString label);
 
     DeviceLink &m_link;
     UserPrompts &m_prompts;

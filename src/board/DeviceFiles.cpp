@@ -177,8 +177,7 @@ Async<void> DeviceFiles::sendFile(DeviceFileContent::Source source, WritePermit 
     if (auto same = checkConnection(permit.m_connection); !same)
         co_return same;
     const auto life = m_life.watch();
-    auto written =
-        co_await m_content.write(std::move(source), permit.path(), label, std::move(observer));
+    auto written = co_await m_content.write(std::move(source), permit, label, std::move(observer));
     if (!life)
         co_return DeviceError::closed();
     // What the board holds now may differ from what was listed.

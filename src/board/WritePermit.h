@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/UserPrompts.h"
+
 #include <QSet>
 #include <QString>
 
@@ -21,8 +23,13 @@ public:
     /// For an entry of the folder that this permit is for.
     [[nodiscard]] WritePermit forEntry(const QString &relativePath) const
     {
-        return {m_path + u'/' + relativePath, m_connection, m_claim};
+        WritePermit entry = *this;
+        entry.m_path = m_path + u'/' + relativePath;
+        return entry;
     }
+    /// For whose action the file is written, for questions that come up while it is written.
+    [[nodiscard]] UserPrompts::Asker asker() const { return m_asker; }
+    void setAsker(UserPrompts::Asker asker) { m_asker = asker; }
 
 private:
     friend class DeviceFiles;
@@ -52,6 +59,7 @@ private:
 
     QString m_path;
     int m_connection;
+    UserPrompts::Asker m_asker = UserPrompts::Asker::User;
     std::shared_ptr<const Claim> m_claim;
 };
 

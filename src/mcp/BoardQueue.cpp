@@ -36,9 +36,14 @@ QCoro::Task<BoardQueue::Turn> BoardQueue::turn(CallStop stop)
     co_return turn;
 }
 
+bool BoardQueue::isFree() const
+{
+    return !m_isTaken && !m_link.deviceCommandInFlight();
+}
+
 void BoardQueue::grantNext()
 {
-    if (m_isTaken || m_link.deviceCommandInFlight())
+    if (!isFree())
         return;
     const auto next = std::find_if(m_waiting.begin(), m_waiting.end(),
                                    [](const OneShot<bool> &waiting) { return !waiting.isDone(); });

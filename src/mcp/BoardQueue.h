@@ -32,6 +32,9 @@ public:
     /// destroyed. Does not suspend while nothing is waiting and the link is free.
     [[nodiscard]] QCoro::Task<Turn> turn(CallStop stop);
 
+    /// Whether a turn could begin at once.
+    [[nodiscard]] bool isFree() const;
+
 private:
     void grantNext();
     void end();

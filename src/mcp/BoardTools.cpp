@@ -160,6 +160,8 @@ BoardTools::Answer BoardTools::connectDevice(ToolArguments arguments, CallStop)
     co_await m_state.deviceFiles().refreshDeviceFiles();
     if (!life)
         co_return MCPToolError::closed();
+    if (!isConnected()) // unplugged meanwhile
+        co_return MCPToolError::notOpened(port);
     co_return u"Connected to "_s + port + u'.';
 }
 
@@ -229,21 +231,27 @@ BoardTools::Answer BoardTools::writeDeviceFile(ToolArguments arguments, CallStop
 
     WritePermit permit = files.permitWrite(*path);
     if (asksFirst()) {
-        // The board is asked whether the file exists, then other calls may continue while the
-        // question is open.
-        const auto askingTurn = std::make_shared<BoardQueue::Turn>(std::move(turn));
+        turn.reset(); // other calls continue while the question waits and is open
         DeviceFiles::WriteRequest request;
         request.path = *path;
         request.declined = MCPToolError::writeDeclined(*path);
-        request.question = [this, path = *path, size, stop, askingTurn](bool exists) {
-            askingTurn->reset();
-            UserPrompts::Confirmation question = writeQuestion(path, size, exists);
+        request.looksForPath = false;
+        request.question = [this, path = *path, size, stop](bool) {
+            UserPrompts::Confirmation question;
+            question.asker = UserPrompts::Asker::Assistant;
             question.withdrawn = stop.unwanted;
+            question.prepare = [this, path, size, stop, life = m_life.watch()] {
+                return writeQuestion(path, size, stop, life);
+            };
             return std::optional(std::move(question));
         };
         const auto granted = co_await files.requestWrite(std::move(request));
         if (!life)
             co_return MCPToolError::closed();
+        if (!granted && stop.unwanted.stop_requested())
+            co_return MCPToolError::canceled();
+        if (!granted && !isConnected())
+            co_return failed(MCPToolError::notConnected());
         if (!granted)
             co_return failed(granted.error());
         permit = *granted;
@@ -253,6 +261,7 @@ BoardTools::Answer BoardTools::writeDeviceFile(ToolArguments arguments, CallStop
         if (!turn)
             co_return MCPToolError::canceled();
     }
+    permit.setAsker(UserPrompts::Asker::Assistant);
     const auto written = co_await files.writeTextToDevice(*content, permit, *path);
     if (!life)
         co_return MCPToolError::closed();
@@ -397,18 +406,36 @@ BoardTools::Answer BoardTools::openInEditor(ToolArguments arguments, CallStop)
         + u" in the editor. It is not on the device until you write it there."_s;
 }
 
-UserPrompts::Confirmation BoardTools::writeQuestion(const QString &path, const QString &size,
-                                                    bool exists) const
+/// The text of the question, at the time when it is opened. The board is asked whether the file
+/// exists, unless it is busy: questions of the user must not wait for that.
+QCoro::Task<std::optional<UserPrompts::Texts>> BoardTools::writeQuestion(QString path, QString size,
+                                                                         CallStop stop,
+                                                                         Lifetime::Watch life)
 {
-    UserPrompts::Confirmation question;
-    question.title = u"Let Claude write “"_s + path + u"”?"_s;
-    question.message = size
-        + (exists ? u" bytes, replacing the file already at "_s + path + u" on "_s
-                  : u" bytes, creating a new file on "_s)
-        + deviceName() + u'.';
-    question.confirmTitle = exists ? u"Replace"_s : u"Write"_s;
-    question.asker = UserPrompts::Asker::Assistant;
-    return question;
+    if (!life || !isConnected())
+        co_return std::nullopt;
+    std::optional<bool> exists;
+    if (m_queue.isFree()) {
+        const BoardQueue::Turn turn = co_await m_queue.turn(stop);
+        if (!life || !turn || !isConnected())
+            co_return std::nullopt;
+        const bool isThere = co_await m_state.deviceFiles().deviceFileExists(path);
+        if (!life || !isConnected())
+            co_return std::nullopt;
+        exists = isThere;
+    }
+    const QString place = path + u" on "_s + deviceName();
+    UserPrompts::Texts texts;
+    texts.title = u"Let Claude write “"_s + path + u"”?"_s;
+    if (!exists)
+        texts.message = size + u" bytes, replacing the file at "_s + place
+            + u" if there is one. The board is busy and can’t be asked."_s;
+    else if (*exists)
+        texts.message = size + u" bytes, replacing the file already at "_s + place + u'.';
+    else
+        texts.message = size + u" bytes, creating a new file on "_s + deviceName() + u'.';
+    texts.confirmTitle = exists.value_or(true) ? u"Replace"_s : u"Write"_s;
+    co_return texts;
 }
 
 bool BoardTools::isConnected() const

@@ -10,6 +10,7 @@
 #include <QObject>
 
 #include <list>
+#include <optional>
 
 namespace Korvane {
 
@@ -51,8 +52,8 @@ private:
     [[nodiscard]] Answer openInEditor(ToolArguments arguments, CallStop stop);
 
     [[nodiscard]] Answer run(QString code, double timeoutSeconds, CallStop stop);
-    [[nodiscard]] UserPrompts::Confirmation writeQuestion(const QString &path, const QString &size,
-                                                          bool exists) const;
+    [[nodiscard]] QCoro::Task<std::optional<UserPrompts::Texts>> writeQuestion(
+        QString path, QString size, CallStop stop, Lifetime::Watch life);
     [[nodiscard]] bool isConnected() const;
     [[nodiscard]] bool asksFirst() const;
     [[nodiscard]] QString deviceName() const;

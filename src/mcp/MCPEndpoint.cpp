@@ -3,6 +3,8 @@
 #include "mcp/RPCReader.h"
 #include "mcp/RPCReply.h"
 
+#include <QUuid>
+
 #include <utility>
 
 namespace Korvane {
@@ -55,6 +57,7 @@ MCPEndpoint::Answer MCPEndpoint::answer(const HTTPRequest &request) const
         work.steps.push_back(std::move(step));
         bytes += stepCostBytes;
     };
+    bool begins = false;
     const RPCBody body = readMessages(request.body, [&](RPCMessage message) {
         if (bytes > maxBatchBytes)
             return;
@@ -62,6 +65,7 @@ MCPEndpoint::Answer MCPEndpoint::answer(const HTTPRequest &request) const
             addStep(ToolRequest::Call{std::move(message.id), std::move(message.toolName),
                                       std::move(message.arguments)});
         } else if (message.isRequest) {
+            begins = begins || message.method == "initialize"_L1;
             const QByteArray one = reply(message);
             if (!replies.isEmpty())
                 replies += ',';
@@ -84,8 +88,15 @@ MCPEndpoint::Answer MCPEndpoint::answer(const HTTPRequest &request) const
             return invalidRequest();
     }
     work.isBatch = body == RPCBody::Batch;
-    if (work.steps.empty())
-        return response(replies, work.isBatch);
+    if (work.steps.empty()) {
+        HTTPResponse known = response(replies, work.isBatch);
+        if (begins)
+            known.headers["Mcp-Session-Id"] = QUuid::createUuid().toByteArray(QUuid::Id128);
+        return known;
+    }
+    if (const auto session = request.headers.find("mcp-session-id");
+        session != request.headers.end())
+        work.session = session->second;
     if (!replies.isEmpty())
         work.steps.emplace_back(std::move(replies));
     return work;

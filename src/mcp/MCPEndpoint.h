@@ -28,6 +28,8 @@ struct ToolRequest
     using Step = std::variant<QByteArray, Call, Cancellation>;
 
     bool isBatch = false;
+    /// The client's `Mcp-Session-Id`; empty when it sends none.
+    QByteArray session = {};
     std::vector<Step> steps;
 };
 

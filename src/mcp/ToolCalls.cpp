@@ -29,6 +29,7 @@ QCoro::Task<HTTPResponse> ToolCalls::run(ToolRequest request, quint64 connection
     const auto alive = m_lifetime.watch();
     const auto running = m_running.emplace(m_running.end());
     running->connection = connection;
+    running->session = request.session;
     QByteArray replies;
     QElapsedTimer turn;
     turn.start();
@@ -42,7 +43,7 @@ QCoro::Task<HTTPResponse> ToolCalls::run(ToolRequest request, quint64 connection
         if (auto *const known = std::get_if<QByteArray>(&step)) {
             reply = std::move(*known);
         } else if (auto *const cancellation = std::get_if<ToolRequest::Cancellation>(&step)) {
-            cancel(cancellation->requestId);
+            cancel(cancellation->requestId, *running);
             continue;
         } else {
             ToolRequest::Call next = std::move(std::get<ToolRequest::Call>(step));
@@ -99,13 +100,18 @@ void ToolCalls::abandonAll()
     }
 }
 
-/// Clients are not told apart, and two of them may use the same id: then none is canceled.
-void ToolCalls::cancel(const QByteArray &requestId)
+/// Cancels the call with that id that the client of \p by has under way: one on the same connection
+/// or of the same session. Of clients without a session nothing else is known: when two of their
+/// calls have the id, none is canceled.
+void ToolCalls::cancel(const QByteArray &requestId, const Running &by)
 {
-    const auto hasId = [&](const Running &running) { return running.id == requestId; };
-    if (requestId.isEmpty() || std::count_if(m_running.begin(), m_running.end(), hasId) != 1)
+    const auto isMeant = [&](const Running &running) {
+        return running.id == requestId
+            && (running.session == by.session || running.connection == by.connection);
+    };
+    if (requestId.isEmpty() || std::count_if(m_running.begin(), m_running.end(), isMeant) != 1)
         return;
-    const auto found = std::find_if(m_running.begin(), m_running.end(), hasId);
+    const auto found = std::find_if(m_running.begin(), m_running.end(), isMeant);
     found->unwanted.request_stop();
     found->canceled.request_stop();
 }

@@ -32,6 +32,7 @@ private:
     struct Running
     {
         quint64 connection = 0;
+        QByteArray session;
         bool isAbandoned = false;
         // Of the call under way.
         QByteArray id;
@@ -40,7 +41,7 @@ private:
     };
 
     [[nodiscard]] QCoro::Task<QByteArray> call(ToolRequest::Call call, Running &running);
-    void cancel(const QByteArray &requestId);
+    void cancel(const QByteArray &requestId, const Running &by);
 
     ToolSet &m_tools;
     QPointer<const QObject> m_state;

@@ -240,6 +240,12 @@ private slots:
         check(true, "write_device_file|path=/a|content=xyz", "Wrote 3 bytes to /a.",
               u"Let Claude write “/a”? | 3 bytes, replacing the file already at /a on %1."
               " | Replace"_s);
+        std::optional<decltype(box->begin({}))> other; // has the board when the question is opened
+        box->prompts.waiting = [&] { other = box->begin("run_code|code=1"); };
+        check(false, "write_device_file|path=/a|content=", "! The user declined the write to /a.",
+              u"Let Claude write “/a”? | 0 bytes, replacing the file at /a on %1 if there is one. "
+              "The board is busy and can’t be asked. | Replace"_s);
+        box->prompts.waiting = [] {};
         check(true, "delete_device_file|path=/d", "Deleted /d.",
               u"Let Claude delete “/d”? | Removes the directory from %1. It must be empty."
               " | Delete"_s);

@@ -153,10 +153,15 @@ private slots:
         checkUnknown(",'method':'a/b \\'c\\'\\n\\u00e4'", "a/b \\'c\\'\\nä");
 
         const auto checkInitialize = [&](const QByteArray &params, const QByteArray &version) {
-            check("{'id':1,'method':'initialize','params':" + params + '}',
-                  ok
-                      + result("{'capabilities':{'tools':{'listChanged':false}},'protocolVersion':'"
-                               + version + "','serverInfo':{'name':'korvane','version':'1.0.0'}}"));
+            QByteArray actual = answer("{'id':1,'method':'initialize','params':" + params + '}');
+            const auto session = actual.indexOf("[Mcp-Session-Id: ");
+            QCOMPARE(session, ok.size());
+            actual.remove(session, actual.indexOf(' ', session + 20) + 1 - session);
+            QCOMPARE(
+                actual,
+                ok
+                    + result("{'capabilities':{'tools':{'listChanged':false}},'protocolVersion':'"
+                             + version + "','serverInfo':{'name':'korvane','version':'1.0.0'}}"));
         };
         checkInitialize("{}", "2025-06-18");
         checkInitialize("{'protocolVersion':'1999 \\'x\\''}", "1999 \\'x\\'");

@@ -17,9 +17,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QByteArray asked(const QByteArray &body)
+QByteArray ofSession(const QByteArray &session, const QByteArray &body)
 {
-    return post(body, "Authorization: Bearer 0123abcd\r\n");
+    const QByteArray token = "Authorization: Bearer 0123abcd\r\n";
+    return post(body, session.isEmpty() ? token : token + "Mcp-Session-Id: " + session + "\r\n");
 }
 
 /// A server with all that it needs, on a port that is free at the time.
@@ -46,12 +47,13 @@ public:
                                     std::move(fakes), &state}));
     }
     /// Lets \p client call the tool that waits.
-    void beginCall(SocketClient &client, const QByteArray &id)
+    void beginCall(SocketClient &client, const QByteArray &id, const QByteArray &session = {})
     {
         const auto before = tools->stops.size();
         server->start();
         client.connectTo(server->port());
-        client.send(asked(R"({"method":"tools/call","params":{"name":"wait"},"id":)" + id + '}'));
+        client.send(ofSession(
+            session, R"({"method":"tools/call","params":{"name":"wait"},"id":)" + id + '}'));
         QTRY_COMPARE(tools->stops.size(), before + 1);
     }
 
@@ -159,10 +161,11 @@ private slots:
                                                        : '-';
             return text;
         };
-        const auto cancel = [&](const QByteArray &id) {
+        const auto cancel = [&](const QByteArray &id, const QByteArray &session = {}) {
             SocketClient other(served.server->port());
-            other.send(
-                asked(R"({"method":"notifications/cancelled","params":{"requestId":)" + id + "}}"));
+            other.send(ofSession(session,
+                                 R"({"method":"notifications/cancelled","params":{"requestId":)"
+                                     + id + "}}"));
             auto response = std::async(std::launch::async, [&] { return other.response(); });
             return QTest::qWaitFor([&] {
                        return response.wait_for(std::chrono::seconds(0))
@@ -174,18 +177,21 @@ private slots:
         SocketClient second;
         SocketClient third;
         auto closing = std::make_unique<SocketClient>();
-        served.beginCall(first, "1");
+        served.beginCall(first, "1", "x");
         served.beginCall(second, "\"a\"");
-        served.beginCall(third, "1");
+        served.beginCall(third, "1", "y");
         served.beginCall(*closing, "4");
         closing.reset();
         QTRY_COMPARE(stops(), "---u");
         QVERIFY(cancel("\"a\""));
         QVERIFY(cancel("99"));
-        QVERIFY(cancel("1")); // of two clients
+        QVERIFY(cancel("1")); // of another client
+        QVERIFY(cancel("1", "z"));
         QCOMPARE(stops(), "-c-u");
+        QVERIFY(cancel("1", "y"));
+        QCOMPARE(stops(), "-ccu");
         served.server->stop();
-        QCOMPARE(stops(), "ucuu");
+        QCOMPARE(stops(), "uccu");
     }
 };
 

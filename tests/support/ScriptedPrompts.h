@@ -19,6 +19,8 @@ public:
     QString name;
     /// The answer that is chosen where there are several; another one cancels.
     QString choice;
+    /// Runs before the question is opened.
+    std::function<void()> waiting = [] {};
     /// Runs while the question is open.
     std::function<void()> meanwhile = [] {};
 
@@ -28,6 +30,7 @@ public:
 
     QCoro::Task<ConfirmationAnswer> confirm(Confirmation question) override
     {
+        waiting();
         if (question.prepare) {
             const std::optional<Texts> texts = co_await question.prepare();
             if (!texts)
