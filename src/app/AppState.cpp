@@ -28,6 +28,7 @@ AppState::AppState(Dependencies dependencies, QObject *parent)
     : QObject(parent)
     , m_settings(dependencies.settings)
     , m_prompts(dependencies.prompts)
+    , m_inputHistory(dependencies.historyPath, m_preferences)
     , m_runner(std::move(dependencies.interpreters))
     , m_link(m_shell, std::move(dependencies.serialRoots))
     , m_saving({m_documents, m_writer, m_localFiles, m_link, m_deviceFiles, m_transfer, m_prompts,
@@ -312,6 +313,10 @@ void AppState::wirePreferences()
 {
     m_preferences.follow(Preferences::ShowReplMessages, &m_wiring, [this] {
         m_shell.setShowsReplMessages(m_preferences.flag(Preferences::ShowReplMessages));
+    });
+    m_preferences.whenChanged(Preferences::KeepShellHistory, &m_wiring, [this] {
+        if (!m_preferences.flag(Preferences::KeepShellHistory))
+            m_inputHistory.forget();
     });
     m_preferences.follow(Preferences::ShellOutputLimit, &m_wiring, [this] {
         m_shell.setLimit(m_preferences.number(Preferences::ShellOutputLimit) * charactersPerUnit);

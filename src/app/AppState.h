@@ -1,9 +1,11 @@
 #pragma once
 
+#include "app/BoardControl.h"
 #include "app/BoardDocuments.h"
 #include "app/BoardStore.h"
 #include "app/DocumentSaver.h"
 #include "app/ErrorReporter.h"
+#include "app/InputHistory.h"
 #include "app/LocalFiles.h"
 #include "app/Preferences.h"
 #include "app/ShellTranscript.h"
@@ -57,6 +59,8 @@ public:
         UserPrompts &prompts;
         QStringList interpreters = PythonRunner::defaultInterpreters();
         SerialPortManager::Roots serialRoots = {};
+        /// Where the history of the Shell's input is kept; empty for nowhere.
+        QString historyPath = {};
         /// Makes the server for the assistant, which borrows the AppState. Without it there is
         /// none.
         std::function<std::unique_ptr<AssistantServer>(AppState &)> makeServer = {};
@@ -74,6 +78,7 @@ public:
     [[nodiscard]] UserPrompts &prompts() { return m_prompts; }
     [[nodiscard]] ShellTranscript &shell() { return m_shell; }
     [[nodiscard]] ErrorReporter &errors() { return m_errors; }
+    [[nodiscard]] InputHistory &inputHistory() { return m_inputHistory; }
     [[nodiscard]] OpenFiles &documents() { return m_documents; }
     [[nodiscard]] DocumentSaver &saving() { return m_saving; }
     [[nodiscard]] FileWatch &fileWatch() { return m_fileWatch; }
@@ -81,6 +86,7 @@ public:
     [[nodiscard]] LocalFiles &localFiles() { return m_localFiles; }
     [[nodiscard]] PythonRunner &runner() { return m_runner; }
     [[nodiscard]] DeviceLink &link() { return m_link; }
+    [[nodiscard]] BoardControl &board() { return m_board; }
     [[nodiscard]] DeviceFiles &deviceFiles() { return m_deviceFiles; }
     [[nodiscard]] FileTransfer &fileTransfer() { return m_fileTransfer; }
     [[nodiscard]] TransferStatus &transfer() { return m_transfer; }
@@ -180,11 +186,13 @@ private:
     Preferences m_preferences{m_settings};
     UserPrompts &m_prompts;
     ShellTranscript m_shell;
+    InputHistory m_inputHistory;
     ErrorReporter m_errors{m_shell};
     OpenFiles m_documents{m_shell};
     LocalStore m_localStore;
     PythonRunner m_runner;
     DeviceLink m_link;
+    BoardControl m_board{m_link, m_errors, m_shell, m_preferences};
     ProgramRun m_programRun{m_link, m_shell};
     DebugSession m_debugSession{m_link, m_programRun, m_shell};
     VariablesStore m_variablesStore{m_runner, m_link, m_programRun};

@@ -10,6 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <utility>
+
 namespace Korvane {
 
 Q_LOGGING_CATEGORY(appLog, "korvane.app")
@@ -21,32 +23,51 @@ constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 /// QSettings writes a temporary file beside the old one and gives it the old one's mode before the
 /// first byte; a file that it has to create is open to everybody for a while. So there is always an
 /// old one, and it is closed to others.
-void makePrivate(const QString &path)
+bool makePrivate(const QString &path)
 {
     QDir().mkpath(QFileInfo(path).path());
     const QByteArray name = QFile::encodeName(path);
     const int descriptor =
         ::open(name.constData(), O_RDONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, ownerOnly);
-    if (descriptor < 0 || ::fchmod(descriptor, ownerOnly) != 0)
-        qCWarning(appLog) << "The settings in" << path
-                          << "cannot be kept private:" << qt_error_string();
+    const bool isPrivate = descriptor >= 0 && ::fchmod(descriptor, ownerOnly) == 0;
     if (descriptor >= 0)
         ::close(descriptor);
-}
-
-QString privatePath(const QString &path)
-{
-    makePrivate(path);
-    return path;
+    return isPrivate;
 }
 
 } // namespace
 
 FileSettings::FileSettings(const QString &path)
-    : m_file(privatePath(path), QSettings::IniFormat)
+    : m_file(prepare(path), QSettings::IniFormat)
 {
     if (m_file.status() == QSettings::FormatError)
-        qCWarning(appLog) << "The settings in" << path << "are damaged; what can be read is used.";
+        report(
+            QStringLiteral("The settings in %1 are damaged. What can be read is used.").arg(path));
+}
+
+void FileSettings::tellProblems(std::function<void(const QString &)> tell)
+{
+    m_tell = std::move(tell);
+    for (const QString &problem : std::as_const(m_problems))
+        m_tell(problem);
+}
+
+QString FileSettings::prepare(const QString &path)
+{
+    if (!makePrivate(path))
+        report(QStringLiteral("The settings in %1 cannot be kept private: %2")
+                   .arg(path, qt_error_string()));
+    return path;
+}
+
+void FileSettings::report(const QString &problem)
+{
+    if (m_problems.contains(problem))
+        return;
+    qCWarning(appLog).noquote() << problem;
+    m_problems << problem;
+    if (m_tell)
+        m_tell(problem);
 }
 
 QString FileSettings::defaultPath()
@@ -97,14 +118,17 @@ void FileSettings::remove(const QString &key)
 
 void FileSettings::store(const QString &key, const QVariant &value)
 {
-    makePrivate(m_file.fileName());
+    prepare(m_file.fileName());
     if (value.isValid())
         m_file.setValue(key, value);
     else
         m_file.remove(key);
     m_file.sync();
     if (m_file.status() == QSettings::AccessError)
-        qCWarning(appLog) << "The settings could not be written to" << m_file.fileName();
+        report(
+            QStringLiteral("The settings could not be written to %1. What you choose lasts until "
+                           "Korvane ends.")
+                .arg(m_file.fileName()));
 }
 
 } // namespace Korvane

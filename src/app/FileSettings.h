@@ -3,6 +3,9 @@
 #include "app/Settings.h"
 
 #include <QSettings>
+#include <QStringList>
+
+#include <functional>
 
 namespace Korvane {
 
@@ -15,6 +18,10 @@ public:
     explicit FileSettings(const QString &path = defaultPath());
     FileSettings(const FileSettings &) = delete;
     FileSettings &operator=(const FileSettings &) = delete;
+
+    /// Calls \p tell for each problem with the file, once: those so far now, and later ones when
+    /// they occur. They are logged in any case.
+    void tellProblems(std::function<void(const QString &)> tell);
 
     /// In the user's configuration folder.
     [[nodiscard]] static QString defaultPath();
@@ -30,7 +37,12 @@ public:
 private:
     /// An invalid \p value removes the key.
     void store(const QString &key, const QVariant &value);
+    /// Keeps the file from others; returns \p path.
+    QString prepare(const QString &path);
+    void report(const QString &problem);
 
+    std::function<void(const QString &)> m_tell;
+    QStringList m_problems;   // each is told once
     mutable QSettings m_file; // reads the file again where that has changed
 };
 

@@ -68,6 +68,11 @@ public:
 
     /// Lists the ports now. The list also follows boards that are plugged in and unplugged.
     void refreshPorts();
+    /// What the board at \p port says of itself.
+    [[nodiscard]] SerialPortManager::Identity portIdentity(const QString &port) const
+    {
+        return SerialPortManager::identity(port, m_roots);
+    }
     /// Lists \p port too from now on, as if KORVANE_EXTRA_PORTS named it.
     void addExtraPort(const QString &port);
     /// Opens \p port and interrupts what its board is running. Errors: `SerialPort`, with errno and

@@ -175,6 +175,11 @@ bool SerialPortManager::isSerialPort(const QString &path, const Roots &roots)
 
 QString SerialPortManager::serialNumber(const QString &port, const Roots &roots)
 {
+    return identity(port, roots).serialNumber;
+}
+
+SerialPortManager::Identity SerialPortManager::identity(const QString &port, const Roots &roots)
+{
     const QString root = QFileInfo(roots.sysfs).canonicalFilePath();
     // The port may be a link such as those in /dev/serial/by-id.
     const QString device = QFileInfo(port).canonicalFilePath();
@@ -182,13 +187,15 @@ QString SerialPortManager::serialNumber(const QString &port, const Roots &roots)
     if (root.isEmpty() || !device.startsWith(dev))
         return {};
     const QString entry = device.mid(dev.size()).replace(u'/', u'!');
-    // From the tty's device up to the USB device, which has the number beside its vendor.
+    // From the tty's device up to the USB device, which has the texts beside its vendor's number.
     QDir folder(
         QFileInfo(roots.sysfs + QStringLiteral("/class/tty/") + entry + QStringLiteral("/device"))
             .canonicalFilePath());
     while (folder.path().startsWith(root + u'/')) {
         if (folder.exists(QStringLiteral("idVendor")))
-            return firstLine(folder.filePath(QStringLiteral("serial")));
+            return {firstLine(folder.filePath(QStringLiteral("manufacturer"))),
+                    firstLine(folder.filePath(QStringLiteral("product"))),
+                    firstLine(folder.filePath(QStringLiteral("serial")))};
         folder.setPath(QFileInfo(folder.path()).path());
     }
     return {};

@@ -49,6 +49,16 @@ public:
     [[nodiscard]] static QStringList listPorts(const Roots &roots);
     /// Whether \p path is one of listPorts(), or a link to one.
     [[nodiscard]] static bool isSerialPort(const QString &path, const Roots &roots);
+    /// What the USB device that a port belongs to says of itself; each may be empty.
+    struct Identity
+    {
+        QString manufacturer;
+        QString product;
+        QString serialNumber;
+        friend bool operator==(const Identity &, const Identity &) = default;
+    };
+    /// Empty for ports that belong to no USB device.
+    [[nodiscard]] static Identity identity(const QString &port, const Roots &roots);
     /// The serial number of the USB device that \p port belongs to; empty for other ports and for
     /// devices that have none.
     [[nodiscard]] static QString serialNumber(const QString &port, const Roots &roots);

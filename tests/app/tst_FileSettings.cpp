@@ -70,10 +70,18 @@ private slots:
     {
         const Place place(
             QByteArrayLiteral("[General\nMCPServerPort\0=\xff\xfe%U%%\n]]=@Variant(\n"));
-        FileSettings(place.path).setFlag(Settings::serverEnabled, true);
+        QStringList problems;
+        const auto note = [&problems](const QString &text) { problems << text; };
+        FileSettings broken(place.path);
+        broken.tellProblems(note);
+        QVERIFY(problems.takeFirst().contains(u"damaged"_s) && problems.isEmpty());
+        broken.setFlag(Settings::serverEnabled, true);
         QVERIFY(FileSettings(place.path).flag(Settings::serverEnabled));
         FileSettings nowhere(place.folder.path()); // a folder
+        nowhere.tellProblems(note);
         nowhere.setText(Settings::serverToken, u"kept"_s);
+        nowhere.setText(Settings::serverToken, u"kept"_s);
+        QCOMPARE(problems.filter(u"could not be written"_s).size(), 1);
         QCOMPARE(nowhere.text(Settings::serverToken), u"kept"_s);
     }
 };

@@ -148,6 +148,25 @@ private slots:
         QVERIFY(bar->maximum() > 400);
     }
 
+    void searchesTheHistory()
+    {
+        ShellDesk fixture;
+        for (const char16_t *command : {u"import os", u"os.name", u"1 + 1"})
+            fixture.type(QString::fromUtf16(command));
+        QTest::keyClicks(fixture.input, u"OS"_s);
+        fixture.press(Qt::Key_R, Qt::ControlModifier); // elsewhere it runs the document
+        auto *search = fixture.find<QWidget>("historySearch");
+        QVERIFY(search->isVisible());
+        fixture.press(Qt::Key_R, Qt::ControlModifier);
+        fixture.press(Qt::Key_Return);
+        QVERIFY(!search->isVisible() && fixture.view->inputFocused());
+        QCOMPARE(fixture.view->inputText(), u"import os"_s);
+        fixture.press(Qt::Key_R, Qt::ControlModifier);
+        fixture.press(Qt::Key_Escape);
+        QCOMPARE(fixture.view->inputText(), u"import os"_s);
+        QVERIFY(!search->isVisible() && fixture.view->inputFocused());
+    }
+
     void clearsWhileACommandRuns()
     {
         ShellDesk fixture(WindowFixture::Python::Real);

@@ -3,6 +3,7 @@
 #include "app/AppState.h"
 #include "ui/controls/Divider.h"
 #include "ui/controls/IconButton.h"
+#include "ui/shell/HistorySearch.h"
 #include "ui/shell/TranscriptView.h"
 
 #include <QApplication>
@@ -43,6 +44,7 @@ REPLView::REPLView(AppState &state, QWidget *parent)
 
     connect(m_input, &ShellInput::submitted, this, &REPLView::submit);
     connect(m_input, &ShellInput::historyAsked, this, &REPLView::showHistory);
+    connect(m_input, &ShellInput::searchAsked, this, &REPLView::searchHistory);
     connect(m_input, &ShellInput::endAsked, this, [this] { m_state.endInput(); });
     const auto showHint = [this] {
         m_input->setHint(m_state.runner().isWaitingForInput()
@@ -62,7 +64,11 @@ REPLView::REPLView(AppState &state, QWidget *parent)
         m_state.setTypingInShell(m_input->hasFocus() && !m_input->document()->isEmpty());
     };
     connect(m_input, &QPlainTextEdit::textChanged, this, noteTyping);
-    connect(qApp, &QApplication::focusChanged, this, noteTyping);
+    connect(qApp, &QApplication::focusChanged, this, [this, noteTyping] {
+        noteTyping();
+        if (m_input->hasFocus())
+            m_state.inputHistory().load();
+    });
 }
 
 QWidget *REPLView::makeInputRow()
@@ -143,7 +149,7 @@ void REPLView::submit()
     const QString command = trimmed(m_input->text());
     if (command.isEmpty())
         return;
-    m_inputHistory.append(command);
+    m_state.inputHistory().add(command);
     m_historyIndex = -1;
     m_input->setText({});
     m_transcript->followEnd(); // who asks wants to see the answer
@@ -152,13 +158,34 @@ void REPLView::submit()
 
 void REPLView::showHistory(ShellInput::Step step)
 {
-    if (m_inputHistory.isEmpty())
+    const QStringList &history = inputHistory();
+    if (history.isEmpty())
         return;
     const qsizetype wanted = m_historyIndex + (step == ShellInput::Step::Back ? 1 : -1);
-    m_historyIndex = std::clamp<qsizetype>(wanted, -1, m_inputHistory.size() - 1);
-    m_input->setText(m_historyIndex < 0
-                         ? QString()
-                         : m_inputHistory[m_inputHistory.size() - 1 - m_historyIndex]);
+    m_historyIndex = std::clamp<qsizetype>(wanted, -1, history.size() - 1);
+    m_input->setText(m_historyIndex < 0 ? QString() : history[history.size() - 1 - m_historyIndex]);
+}
+
+const QStringList &REPLView::inputHistory() const
+{
+    return m_state.inputHistory().entries();
+}
+
+void REPLView::searchHistory()
+{
+    if (!m_search) {
+        m_search = new HistorySearch(m_state.inputHistory(), this);
+        const auto end = [this] {
+            m_input->setFocus();
+            m_search->hide();
+        };
+        connect(m_search, &HistorySearch::canceled, this, end);
+        connect(m_search, &HistorySearch::chosen, this, [this, end](const QString &command) {
+            m_input->setText(command);
+            end();
+        });
+    }
+    m_search->open(m_input->text(), m_transcript->geometry().bottom() + 1);
 }
 
 } // namespace Korvane

@@ -8,6 +8,7 @@
 namespace Korvane {
 
 class AppState;
+class HistorySearch;
 class TranscriptView;
 
 /// The Shell pane: the transcript, and below it the line in which Python is typed.
@@ -25,8 +26,8 @@ public:
     bool followNextLink();
 
     [[nodiscard]] QString inputText() const;
-    /// What was submitted, oldest first. Lives as long as the pane.
-    [[nodiscard]] const QStringList &inputHistory() const { return m_inputHistory; }
+    /// What was submitted, oldest first.
+    [[nodiscard]] const QStringList &inputHistory() const;
     /// Place in the history counted from its end; -1 when no entry of it is shown.
     [[nodiscard]] qsizetype historyIndex() const { return m_historyIndex; }
     [[nodiscard]] bool inputFocused() const;
@@ -34,12 +35,13 @@ public:
 private:
     void submit();
     void showHistory(ShellInput::Step step);
+    void searchHistory();
     [[nodiscard]] QWidget *makeInputRow();
 
     AppState &m_state;
     TranscriptView *m_transcript;
     ShellInput *m_input;
-    QStringList m_inputHistory;
+    HistorySearch *m_search = nullptr; // made when it is opened first
     qsizetype m_historyIndex = -1;
 };
 

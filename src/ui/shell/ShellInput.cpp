@@ -114,6 +114,10 @@ void ShellInput::keyPressEvent(QKeyEvent *event)
         emit endAsked();
         return;
     }
+    if (claims(event->keyCombination())) {
+        emit searchAsked();
+        return;
+    }
     const int key = event->key();
     const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
     if (modifiers == Qt::NoModifier) {

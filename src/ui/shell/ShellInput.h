@@ -19,6 +19,9 @@ public:
 
     explicit ShellInput(QWidget *parent = nullptr);
 
+    /// Whether a key is the field's own, also where the window has a command for it.
+    [[nodiscard]] static bool claims(QKeyCombination key) { return key == (Qt::CTRL | Qt::Key_R); }
+
     [[nodiscard]] QString text() const;
     /// Puts the cursor at the end.
     void setText(const QString &text);
@@ -34,6 +37,8 @@ signals:
     void historyAsked(Korvane::ShellInput::Step step);
     /// The key for copying was pressed, and nothing is selected.
     void stopAsked();
+    /// The key for searching in the history was pressed.
+    void searchAsked();
     /// Ctrl+D was pressed in the empty field.
     void endAsked();
 

@@ -21,6 +21,7 @@ Actions::Actions(AppState &state, QMainWindow &window)
     addPaneCommands();
     addRunCommands();
     addDebugCommands();
+    addBoardCommands();
     addServerCommands();
 
     const DeviceLink &link = state.link();
@@ -137,6 +138,19 @@ void Actions::addDebugCommands()
         m_actions[Step]->setShortcut(isDebugging ? KeyText::sequence(u"⌥⌘Y") : QKeySequence());
         m_actions[Continue]->setShortcut(isDebugging ? KeyText::sequence(u"⇧⌘Y") : QKeySequence());
     });
+}
+
+void Actions::addBoardCommands()
+{
+    BoardControl &board = m_state.board();
+    add(DisconnectBoard, tr("&Disconnect"), {}, [this] {
+        if (m_state.link().connectionState().isConnected())
+            m_state.link().disconnectDevice();
+    });
+    add(InterruptBoard, tr("&Interrupt"), {}, [&board] { board.interrupt(); });
+    add(ResetBoard, tr("Soft &Reset"), {}, [&board] { board.softReset(); });
+    add(ShowBoardDetails, tr("Board D&etails"), {}, [&board] { board.showDetails(); });
+    add(SetBoardClock, tr("Set &Clock to This Computer’s"), {}, [&board] { board.setClock(); });
 }
 
 void Actions::addServerCommands()

@@ -64,6 +64,11 @@ public:
         Continue,
         StopDebugging,
         ClearBreakpoints,
+        DisconnectBoard,
+        InterruptBoard,
+        ResetBoard,
+        ShowBoardDetails,
+        SetBoardClock,
         StartOrStopServer,
         CopyConnectionCommand,
         StartServerWithProgram,
@@ -86,6 +91,7 @@ private:
     void addPaneCommands();
     void addRunCommands();
     void addDebugCommands();
+    void addBoardCommands();
     void addServerCommands();
     QAction *add(Command command, const QString &text, const QKeySequence &key = {},
                  std::function<void()> run = {});

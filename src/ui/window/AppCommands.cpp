@@ -5,6 +5,7 @@
 #include "editor/EditorCommands.h"
 #include "ui/controls/PlainText.h"
 #include "ui/window/Actions.h"
+#include "ui/window/PortsMenu.h"
 
 #include <QAction>
 #include <QMainWindow>
@@ -25,6 +26,7 @@ AppCommands::AppCommands(AppState &state, Actions &actions, CodeEditorView &edit
     addViewMenu();
     addRunMenu();
     addDebugMenu();
+    addBoardMenu();
 }
 
 void AppCommands::addFileMenu()
@@ -98,6 +100,17 @@ void AppCommands::addDebugMenu()
     menu->addSeparator();
     menu->addActions({m_editor.commands()[EditorCommands::ToggleBreakpoint],
                       m_actions[Actions::ClearBreakpoints]});
+}
+
+void AppCommands::addBoardMenu()
+{
+    QMenu *menu = m_window.menuBar()->addMenu(tr("&Board"));
+    menu->addMenu(new PortsMenu(m_state, tr("C&onnect"), menu));
+    menu->addAction(m_actions[Actions::DisconnectBoard]);
+    menu->addSeparator();
+    menu->addActions({m_actions[Actions::InterruptBoard], m_actions[Actions::ResetBoard]});
+    menu->addSeparator();
+    menu->addActions({m_actions[Actions::ShowBoardDetails], m_actions[Actions::SetBoardClock]});
 }
 
 void AppCommands::listOpenFiles(QMenu *menu)

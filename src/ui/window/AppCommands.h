@@ -11,7 +11,7 @@ class Actions;
 class AppState;
 class CodeEditorView;
 
-/// The menus File, Edit, View, Run and Debug of the menu bar.
+/// The menus File, Edit, View, Run, Debug and Board of the menu bar.
 class AppCommands final : public QObject
 {
     Q_OBJECT
@@ -30,6 +30,7 @@ private:
     void addViewMenu();
     void addRunMenu();
     void addDebugMenu();
+    void addBoardMenu();
     void listOpenFiles(QMenu *menu);
 
     AppState &m_state;

@@ -3,6 +3,7 @@
 #include "app/AppState.h"
 #include "document/CodePiece.h"
 #include "editor/CodeEditorView.h"
+#include "ui/shell/ShellInput.h"
 #include "ui/window/Actions.h"
 #include "ui/window/Announcer.h"
 #include "ui/window/AppCommands.h"
@@ -157,6 +158,10 @@ bool ContentView::eventFilter(QObject *watched, QEvent *event)
     // shortcuts win wherever the focus is.
     if (event->type() == QEvent::ShortcutOverride) {
         const auto *key = static_cast<QKeyEvent *>(event);
+        if (qobject_cast<ShellInput *>(watched) && ShellInput::claims(key->keyCombination())) {
+            event->accept();
+            return true;
+        }
         if (isOwnShortcut(QKeySequence(key->keyCombination()))) {
             event->ignore();
             return true;

@@ -4,15 +4,14 @@
 #include "board/DeviceLink.h"
 #include "theme/Icons.h"
 #include "ui/controls/PlainText.h"
-
-#include <QMenu>
+#include "ui/window/PortsMenu.h"
 
 namespace Korvane {
 
 DeviceConnectButton::DeviceConnectButton(AppState &state, QWidget *parent)
     : QToolButton(parent)
     , m_state(state)
-    , m_ports(new QMenu(this))
+    , m_ports(new PortsMenu(state, {}, this))
 {
     setObjectName(QStringLiteral("deviceConnect"));
     setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
@@ -25,9 +24,6 @@ DeviceConnectButton::DeviceConnectButton(AppState &state, QWidget *parent)
     });
     connect(&state.link(), &DeviceLink::connectionStateChanged, this,
             &DeviceConnectButton::showState);
-    connect(&state.link(), &DeviceLink::availablePortsChanged, this,
-            &DeviceConnectButton::fillMenu);
-    fillMenu();
     showState();
 }
 
@@ -39,7 +35,8 @@ void DeviceConnectButton::showState()
         m_ports->close();
         setText(tr("Disconnect"));
         setIcon(Icons::icon(QStringLiteral("cable.connector.slash"), Theme::Role::Orange));
-        setToolTip(PlainText::toolTip(tr("Disconnect from %1").arg(connection.port())));
+        setToolTip(PlainText::toolTip(
+            tr("Disconnect from %1").arg(m_state.board().nameOf(connection.port()))));
     } else {
         const bool isConnecting = connection.kind() == DeviceConnectionState::Kind::Connecting;
         setText(isConnecting ? tr("Connecting…") : tr("Connect Device"));
@@ -47,22 +44,6 @@ void DeviceConnectButton::showState()
         setToolTip(tr("Connect a MicroPython device"));
     }
     setMenu(isConnected ? nullptr : m_ports);
-}
-
-void DeviceConnectButton::fillMenu()
-{
-    m_ports->clear();
-    for (const QString &port : m_state.link().availablePorts()) {
-        connect(
-            m_ports->addAction(PlainText::label(port)), &QAction::triggered, this,
-            [this, port] { m_state.errors().reportFailureOf(m_state.link().connectDevice(port)); });
-    }
-    // Words, not a command: the theme gives them the secondary color.
-    if (m_ports->isEmpty())
-        m_ports->addAction(tr("No serial ports found"))->setEnabled(false);
-    m_ports->addSeparator();
-    connect(m_ports->addAction(tr("Refresh ports")), &QAction::triggered, this,
-            [this] { m_state.link().refreshPorts(); });
 }
 
 } // namespace Korvane

@@ -19,7 +19,6 @@ public:
 
 private:
     void showState();
-    void fillMenu();
 
     AppState &m_state;
     QMenu *m_ports;

@@ -84,8 +84,12 @@ void KorvaneApp::setUp(QApplication &)
 
 KorvaneApp::KorvaneApp()
     : m_settings(std::make_unique<FileSettings>())
-    , m_state(withServer(AppState::Dependencies{.settings = *m_settings, .prompts = m_prompts}))
+    , m_state(withServer(AppState::Dependencies{.settings = *m_settings,
+                                                .prompts = m_prompts,
+                                                .historyPath = InputHistory::defaultPath()}))
 {
+    m_settings->tellProblems(
+        [this](const QString &problem) { m_state.shell().appendError(problem); });
     m_unsavedCopies = std::make_unique<RecoveryFiles>(m_state.documents(), m_state.shell(),
                                                       RecoveryFiles::defaultFolder());
     Preferences &preferences = m_state.preferences();
@@ -166,9 +170,9 @@ void KorvaneApp::show()
 void KorvaneApp::open(const CommandLine &commandLine)
 {
     for (const FileArgument &file : commandLine.files)
-        openLocalFile(m_state, file.path);
+        openLocalFile(m_state, file.path, file.line);
     if (!commandLine.port.isEmpty())
-        m_state.errors().reportFailureOf(m_state.link().connectDevice(commandLine.port));
+        m_state.board().connectTo(commandLine.port);
 }
 
 void KorvaneApp::activateWindow()

@@ -13,6 +13,7 @@ namespace Korvane {
 
 class Appearance;
 class ContentView;
+class FileSettings;
 struct CommandLine;
 class MCPServer;
 class PreferencesDialog;
@@ -53,7 +54,7 @@ private:
     void makeWindow();
     void connectPreferences();
 
-    std::unique_ptr<Settings> m_settings; // null when they came from outside
+    std::unique_ptr<FileSettings> m_settings; // null when they came from outside
     PromptDialogs m_prompts;
     MCPServer *m_server = nullptr; // the state's own
     AppState m_state;

@@ -3,12 +3,16 @@
 #include "app/AppState.h"
 
 #include <QFileInfo>
+#include <QPointer>
 
 namespace Korvane {
 
-QCoro::Task<void> openLocalFile(AppState &state, QString path)
+QCoro::Task<void> openLocalFile(AppState &state, QString path, int line)
 {
+    const QPointer<AppState> alive = &state;
     const auto opened = co_await state.documents().openFile(path);
+    if (opened && alive && line > 0)
+        emit state.sourceLineOpened(line);
     // Closed: the state was destroyed.
     if (opened || opened.error().code == ErrorCode::Closed)
         co_return;

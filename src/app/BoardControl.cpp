@@ -1,0 +1,190 @@
+#include "app/BoardControl.h"
+
+#include "app/ErrorReporter.h"
+#include "app/PortAdvice.h"
+#include "app/Preferences.h"
+#include "base/PythonResource.h"
+#include "base/ShellSink.h"
+#include "board/DeviceError.h"
+#include "board/DeviceLink.h"
+
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QLocale>
+
+#include <chrono>
+#include <utility>
+
+#include <unistd.h>
+
+namespace Korvane {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto commandTimeout = 10s;
+// A port that appears is given its owner and mode only then.
+constexpr auto retryInterval = 300ms;
+constexpr int mostAttempts = 10;
+// The clock is set again when the command had to wait longer for the link.
+constexpr qint64 longestClockDelay = 1'000;
+
+QString clockScript(const QDateTime &time)
+{
+    return QStringLiteral("import machine\nmachine.RTC().datetime((%1,%2,%3,%4,%5,%6,%7,0))")
+        .arg(time.date().year())
+        .arg(time.date().month())
+        .arg(time.date().day())
+        .arg(time.date().dayOfWeek() - 1)
+        .arg(time.time().hour())
+        .arg(time.time().minute())
+        .arg(time.time().second());
+}
+
+QString size(const QString &bytes)
+{
+    bool isNumber = false;
+    const qint64 number = bytes.toLongLong(&isNumber);
+    return isNumber ? QLocale::c().formattedDataSize(number, 1, QLocale::DataSizeSIFormat)
+                    : QString();
+}
+
+} // namespace
+
+BoardControl::BoardControl(DeviceLink &link, ErrorReporter &errors, ShellSink &shell,
+                           const Preferences &preferences, QObject *parent)
+    : QObject(parent)
+    , m_link(link)
+    , m_errors(errors)
+    , m_shell(shell)
+    , m_preferences(preferences)
+{
+    m_retry.setSingleShot(true);
+    m_retry.setInterval(retryInterval);
+    connect(&m_retry, &QTimer::timeout, this, &BoardControl::reconnect);
+    connect(&link, &DeviceLink::connected, this, [this] {
+        m_retry.stop();
+        m_isLost = false;
+        m_port = m_link.connectionState().port();
+        m_identity = m_link.portIdentity(m_port);
+    });
+    connect(&link, &DeviceLink::lost, this, [this] { m_isLost = true; });
+    connect(&link, &DeviceLink::availablePortsChanged, this, [this] {
+        m_attempts = 0;
+        reconnect();
+    });
+}
+
+void BoardControl::connectTo(const QString &port)
+{
+    m_isLost = false; // the user has chosen
+    m_retry.stop();
+    const Result<void> connected = m_link.connectDevice(port);
+    if (connected)
+        return;
+    m_errors.report(connected.error());
+    advise(connected.error(), port);
+}
+
+QCoro::Task<void> BoardControl::advise(Error error, QString port)
+{
+    const auto life = m_life.watch();
+    std::function<QStringList()> work = [error, port] { return PortAdvice::lines(error, port); };
+    const auto lines = co_await m_background.run(std::move(work));
+    if (!lines || !life)
+        co_return;
+    for (const QString &line : *lines)
+        m_shell.appendInfo(line);
+}
+
+QString BoardControl::nameOf(const QString &port) const
+{
+    const SerialPortManager::Identity identity = m_link.portIdentity(port);
+    const QString name = identity.product.isEmpty() ? identity.manufacturer : identity.product;
+    return name.isEmpty() ? port : name + QStringLiteral(", ") + QFileInfo(port).fileName();
+}
+
+/// The lost board may have come back at another port, since the kernel numbers them.
+void BoardControl::reconnect()
+{
+    if (!m_isLost || m_link.connectionState() != DeviceConnectionState::disconnected()
+        || !m_preferences.flag(Preferences::ReconnectBoards))
+        return;
+    const QStringList ports = m_link.availablePorts();
+    for (const QString &port : ports) {
+        if (m_identity.serialNumber.isEmpty() && port != m_port)
+            continue;
+        if (m_link.portIdentity(port) != m_identity)
+            continue;
+        const bool isUsable = ::access(QFile::encodeName(port).constData(), R_OK | W_OK) == 0;
+        if (isUsable && m_link.connectDevice(port))
+            return;
+        if (++m_attempts < mostAttempts)
+            m_retry.start();
+        return;
+    }
+}
+
+void BoardControl::interrupt()
+{
+    if (m_link.connectionState().isConnected())
+        m_link.serial().writeUrgent("\x03");
+    else
+        m_errors.report(DeviceError::notConnected());
+}
+
+QCoro::Task<void> BoardControl::softReset()
+{
+    return m_errors.reportFailureOf(m_link.softReset());
+}
+
+QCoro::Task<void> BoardControl::showDetails()
+{
+    const auto life = m_life.watch();
+    const QString script = pythonResource(QLatin1StringView("app/board-details.py"));
+    const auto output = co_await m_link.executeOnDevice(script, commandTimeout);
+    if (!life)
+        co_return;
+    if (!output) {
+        m_errors.report(output.error());
+        co_return;
+    }
+    const QStringList lines =
+        output->section(QStringLiteral("__BOARD__"), 1).remove(u'\r').split(u'\n').mid(1);
+    QStringList details{nameOf(m_link.connectionState().port())};
+    for (const QString &text : lines.mid(0, 2)) {
+        if (!text.isEmpty())
+            details << text;
+    }
+    if (const QString memory = size(lines.value(2)); !memory.isEmpty())
+        details << QStringLiteral("%1 of memory free").arg(memory);
+    if (const QString flash = size(lines.value(3)); !flash.isEmpty())
+        details << QStringLiteral("%1 of flash free").arg(flash);
+    m_shell.appendInfo(details.join(QStringLiteral(" — ")));
+}
+
+QCoro::Task<void> BoardControl::setClock()
+{
+    const auto life = m_life.watch();
+    for (bool isLate = true; isLate;) {
+        QElapsedTimer elapsed;
+        elapsed.start();
+        const QDateTime time = QDateTime::currentDateTime();
+        const QString script = clockScript(time);
+        const auto done = co_await m_link.executeOnDevice(script, commandTimeout);
+        if (!life)
+            co_return;
+        if (!done) {
+            m_errors.report(done.error());
+            co_return;
+        }
+        isLate = elapsed.elapsed() > longestClockDelay;
+        if (!isLate)
+            m_shell.appendInfo(QStringLiteral("The board’s clock was set to %1.")
+                                   .arg(time.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))));
+    }
+}
+
+} // namespace Korvane

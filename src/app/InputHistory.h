@@ -1,0 +1,50 @@
+#pragma once
+
+#include "base/Background.h"
+#include "base/Lifetime.h"
+
+#include <QCoro/QCoroTask>
+#include <QString>
+#include <QStringList>
+
+namespace Korvane {
+
+class Preferences;
+
+/// What was typed into the Shell, oldest first, kept between starts in a file that only its owner
+/// can read: one JSON string a line, the newest last. Several instances may add to the same file.
+/// Main thread only.
+class InputHistory final
+{
+public:
+    static constexpr qsizetype maxEntries = 1000;  // of those that are read
+    static constexpr qsizetype maxLength = 10'000; // of an entry that is kept in the file
+
+    /// Without a \p path, and while the preference says so, nothing is read or written.
+    InputHistory(const QString &path, const Preferences &preferences);
+
+    [[nodiscard]] static QString defaultPath();
+
+    /// Reads the file, once: its entries come before those that were added since. The task may be
+    /// dropped.
+    QCoro::Task<void> load();
+    void add(const QString &entry);
+    /// Removes the file.
+    void forget();
+
+    [[nodiscard]] const QStringList &entries() const { return m_entries; }
+    /// The entries that contain \p text, in any case, each once, the newest first.
+    [[nodiscard]] QStringList matching(const QString &text) const;
+
+private:
+    [[nodiscard]] bool isKept() const;
+
+    QString m_path;
+    const Preferences &m_preferences;
+    QStringList m_entries;
+    bool m_isLoaded = false;
+    Background m_background{1}; // in order
+    Lifetime m_life;
+};
+
+} // namespace Korvane
