@@ -140,6 +140,13 @@ QCoro::Task<void> BoardControl::softReset()
     return m_errors.reportFailureOf(m_link.softReset());
 }
 
+void BoardControl::reportFailure(const QString &what, Error error)
+{
+    if (!error.message.isEmpty())
+        error.message.prepend(what);
+    m_errors.report(error);
+}
+
 QCoro::Task<void> BoardControl::showDetails()
 {
     const auto life = m_life.watch();
@@ -148,7 +155,7 @@ QCoro::Task<void> BoardControl::showDetails()
     if (!life)
         co_return;
     if (!output) {
-        m_errors.report(output.error());
+        reportFailure(QStringLiteral("Could not read the board’s details: "), output.error());
         co_return;
     }
     const QStringList lines =
@@ -177,7 +184,7 @@ QCoro::Task<void> BoardControl::setClock()
         if (!life)
             co_return;
         if (!done) {
-            m_errors.report(done.error());
+            reportFailure(QStringLiteral("Could not set the board’s clock: "), done.error());
             co_return;
         }
         isLate = elapsed.elapsed() > longestClockDelay;

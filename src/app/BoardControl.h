@@ -45,6 +45,7 @@ public:
 private:
     QCoro::Task<void> advise(Error error, QString port);
     void reconnect();
+    void reportFailure(const QString &what, Error error);
 
     DeviceLink &m_link;
     ErrorReporter &m_errors;

@@ -89,7 +89,8 @@ private slots:
     {
         BoardAppFixture shop;
         shop.state->board().showDetails();
-        QCOMPARE(shop.lines(), QStringList{u"error: Not connected"_s});
+        QCOMPARE(shop.lines(),
+                 QStringList{u"error: Could not read the board’s details: Not connected"_s});
         shop.connectBoard();
         shop.answer = ScriptedBoard::reply("__BOARD__\r\nPico with RP2040\r\n"
                                            "micropython v1.22\r\n180000\r\n\r\n");

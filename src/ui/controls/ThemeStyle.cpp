@@ -15,7 +15,8 @@ namespace {
 
 constexpr qreal cornerRadius = 5;
 constexpr int menuArrowWidth = 12;
-constexpr int labelInset = 3;
+constexpr int labelInset = 3; // by which a button with words is wider
+constexpr int labelShift = 7; // as much space in front of the icon as behind the words
 constexpr int minimumHandleLength = 32;
 
 bool hasWordsBesideIcon(const QStyleOption *option)
@@ -193,7 +194,7 @@ void ThemeStyle::drawControl(ControlElement element, const QStyleOption *option,
     if (element == CE_ToolButtonLabel && hasWordsBesideIcon(option)) {
         // The words have blanks behind them; this gives the icon as much in front.
         QStyleOptionToolButton moved(*static_cast<const QStyleOptionToolButton *>(option));
-        moved.rect.adjust(labelInset, 0, 0, 0);
+        moved.rect.adjust(labelShift, 0, 0, 0);
         QProxyStyle::drawControl(element, &moved, painter, widget);
         return;
     }
