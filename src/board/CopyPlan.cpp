@@ -4,6 +4,9 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QMap>
+
+#include <algorithm>
 
 namespace Korvane {
 
@@ -96,6 +99,23 @@ qint64 CopyPlan::totalSize() const
     for (const CopyItem &item : items)
         total += item.size;
     return total;
+}
+
+QStringList CopyPlan::skippedLines() const
+{
+    QMap<QString, QStringList> pathsByReason;
+    for (const Skipped &entry : skipped)
+        pathsByReason[entry.reason] << entry.relativePath;
+    QStringList lines;
+    for (auto group = pathsByReason.cbegin(); group != pathsByReason.cend(); ++group) {
+        const QStringList named = group->first(std::min<qsizetype>(5, group->size()));
+        QString line =
+            QStringLiteral("Not copied (%1): ").arg(group.key()) + named.join(QStringLiteral(", "));
+        if (group->size() > named.size())
+            line += QStringLiteral(" and %1 more").arg(group->size() - named.size());
+        lines << line + u'.';
+    }
+    return lines;
 }
 
 CopyPlan planLocalFolder(const QString &folder)

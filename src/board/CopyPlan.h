@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 namespace Korvane {
 
@@ -37,6 +38,8 @@ struct CopyPlan
 
     [[nodiscard]] QList<CopyItem> files() const;
     [[nodiscard]] qint64 totalSize() const;
+    /// One line for each reason, which names the first five entries and counts the rest.
+    [[nodiscard]] QStringList skippedLines() const;
 };
 
 /// Reads the tree below \p folder. Leaves out hidden entries. Skips, with a reason each, links to

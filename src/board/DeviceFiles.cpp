@@ -240,6 +240,11 @@ WritePermit DeviceFiles::permitWrite(const QString &path) const
     return {path, m_link.connectionNumber()};
 }
 
+Result<void> DeviceFiles::check(const WritePermit &permit) const
+{
+    return checkConnection(permit.m_connection);
+}
+
 Async<WritePermit> DeviceFiles::requestWrite(WriteRequest request)
 {
     const QString path = request.path;

@@ -76,6 +76,9 @@ public:
 
     /// A permit for the board that is connected now, without asking, and without holding the path.
     [[nodiscard]] WritePermit permitWrite(const QString &path) const;
+    /// Fails with `BoardReplaced` when \p permit was given for another connection. While not
+    /// connected it succeeds: the command itself fails.
+    [[nodiscard]] Result<void> check(const WritePermit &permit) const;
     /// The one way to ask whether a file may be created or replaced. The permit holds the path:
     /// meanwhile a second request for it fails with `Cancelled`.
     [[nodiscard]] Async<WritePermit> requestWrite(WriteRequest request);

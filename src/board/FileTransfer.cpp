@@ -9,7 +9,6 @@
 #include "board/TransferStatus.h"
 
 #include <QFileInfo>
-#include <QMap>
 
 #include <filesystem>
 #include <numeric>
@@ -126,7 +125,7 @@ Async<void> FileTransfer::copyFolderToDevice(QString localFolder)
     if (!plan)
         co_return DeviceError::closed();
     if (plan->items.isEmpty()) {
-        reportSkipped(plan->skipped);
+        reportSkipped(*plan);
         co_return Error{ErrorCode::File, name + u" is empty — nothing to copy."_s};
     }
 
@@ -150,7 +149,7 @@ Async<void> FileTransfer::copyFolderToDevice(QString localFolder)
 
     TransferStatus::Running running(m_transfer);
     m_shell.appendInfo(u"↑ Copying %1 → %2…"_s.arg(name, target));
-    reportSkipped(plan->skipped);
+    reportSkipped(*plan);
     running.setStatus(u"Copying %1…"_s.arg(name));
     running.setTotal(plan->totalSize());
     QStringList folders{target};
@@ -335,19 +334,10 @@ Async<void> FileTransfer::receiveFile(QString source, QString path, QString labe
     co_return error;
 }
 
-void FileTransfer::reportSkipped(const QList<CopyPlan::Skipped> &skipped)
+void FileTransfer::reportSkipped(const CopyPlan &plan)
 {
-    QMap<QString, QStringList> pathsByReason;
-    for (const CopyPlan::Skipped &entry : skipped)
-        pathsByReason[entry.reason] << entry.relativePath;
-    for (auto group = pathsByReason.cbegin(); group != pathsByReason.cend(); ++group) {
-        const QStringList named = group->first(std::min<qsizetype>(5, group->size()));
-        const QString more = group->size() > named.size()
-            ? u" and %1 more"_s.arg(group->size() - named.size())
-            : QString();
-        m_shell.appendInfo(u"Not copied ("_s + group.key() + u"): "_s + named.join(u", "_s) + more
-                           + u'.');
-    }
+    for (const QString &line : plan.skippedLines())
+        m_shell.appendInfo(line);
 }
 
 } // namespace Korvane

@@ -52,8 +52,7 @@ private:
     /// Copies \p files, which are below both folders, and stops at the first failure.
     [[nodiscard]] Async<void> receiveFiles(QList<CopyItem> files, QString sourceFolder,
                                            QString targetFolder);
-    /// One line for each reason, which names the first five entries and counts the rest.
-    void reportSkipped(const QList<CopyPlan::Skipped> &skipped);
+    void reportSkipped(const CopyPlan &plan);
 
     DeviceLink &m_link;
     DeviceFiles &m_files;

@@ -5,6 +5,15 @@
 
 namespace Korvane {
 
+namespace {
+
+bool isPathWithin(const QString &path, const QString &folder)
+{
+    return path == folder || path.startsWith(folder + u'/');
+}
+
+} // namespace
+
 DocumentPlace DocumentPlace::local(const QString &path)
 {
     return {Kind::Local, path, {}, QDir::cleanPath(path)};
@@ -31,10 +40,39 @@ DocumentPlace DocumentPlace::resolved() const
     return result;
 }
 
+DocumentPlace DocumentPlace::localEntry(const QString &path)
+{
+    const QFileInfo entry(path);
+    const QString folder = QFileInfo(entry.absolutePath()).canonicalFilePath();
+    DocumentPlace place = local(path);
+    if (!folder.isEmpty())
+        place.canonicalPath = QDir(folder).filePath(entry.fileName());
+    return place;
+}
+
 bool DocumentPlace::isSameFile(const DocumentPlace &other) const
 {
     return kind != Kind::Nowhere && kind == other.kind && board == other.board
         && canonicalPath == other.canonicalPath;
+}
+
+bool DocumentPlace::isWithin(const DocumentPlace &other) const
+{
+    return kind != Kind::Nowhere && kind == other.kind && board == other.board
+        && (isPathWithin(canonicalPath, other.canonicalPath) || isPathWithin(path, other.path));
+}
+
+DocumentPlace DocumentPlace::moved(const DocumentPlace &from, const DocumentPlace &to) const
+{
+    DocumentPlace result = *this;
+    if (isPathWithin(canonicalPath, from.canonicalPath)) {
+        const QString rest = canonicalPath.sliced(from.canonicalPath.size());
+        result.path = to.path + rest;
+        result.canonicalPath = to.canonicalPath + rest;
+    }
+    if (isPathWithin(path, from.path)) // also by way of a link, which still leads to its target
+        result.path = to.path + path.sliced(from.path.size());
+    return result;
 }
 
 } // namespace Korvane

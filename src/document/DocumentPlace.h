@@ -24,8 +24,15 @@ struct DocumentPlace
     /// This place with the canonical path of a local file, which need not exist. Reads the disk:
     /// not on the main thread.
     [[nodiscard]] DocumentPlace resolved() const;
+    /// The entry at \p path itself, also when that is a link: the canonical path is that of its
+    /// folder and its name. Reads the disk: not on the main thread.
+    [[nodiscard]] static DocumentPlace localEntry(const QString &path);
     /// Whether both are the same file. Nowhere is not the same as nowhere.
     [[nodiscard]] bool isSameFile(const DocumentPlace &other) const;
+    /// Whether this is \p other, or below it when that is a folder.
+    [[nodiscard]] bool isWithin(const DocumentPlace &other) const;
+    /// Where this place is after \p from, which it is within, was moved to \p to.
+    [[nodiscard]] DocumentPlace moved(const DocumentPlace &from, const DocumentPlace &to) const;
 
     friend bool operator==(const DocumentPlace &, const DocumentPlace &) = default;
 };

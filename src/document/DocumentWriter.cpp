@@ -152,6 +152,12 @@ bool DocumentWriter::isWriting(const DocumentPlace &place) const
                        [&](const auto &queue) { return queue->place.isSameFile(place); });
 }
 
+bool DocumentWriter::isWritingWithin(const DocumentPlace &place) const
+{
+    return std::any_of(m_queues.cbegin(), m_queues.cend(),
+                       [&](const auto &queue) { return queue->place.isWithin(place); });
+}
+
 QCoro::Task<void> DocumentWriter::finished()
 {
     if (!isWriting())

@@ -45,6 +45,8 @@ public:
 
     [[nodiscard]] bool isWriting() const { return !m_queues.empty(); }
     [[nodiscard]] bool isWriting(const DocumentPlace &place) const;
+    /// Whether a file in the folder \p place, or that file, is being written.
+    [[nodiscard]] bool isWritingWithin(const DocumentPlace &place) const;
     /// Waits until nothing is being written or waiting.
     [[nodiscard]] QCoro::Task<void> finished();
 

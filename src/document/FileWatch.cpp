@@ -129,6 +129,11 @@ QCoro::Task<void> FileWatch::reload(QUuid id)
 
 QCoro::Task<void> FileWatch::keep(QUuid id)
 {
+    EditorFile *onBoard = m_documents.file(id);
+    if (onBoard && onBoard->place().kind == DocumentPlace::Kind::Board) { // deleted there
+        onBoard->setSavedText(std::nullopt);
+        co_return;
+    }
     const auto life = m_life.watch();
     const auto held = co_await read(id);
     if (!life || !held)

@@ -154,6 +154,39 @@ void OpenFiles::closeFile(const QUuid &id)
         emit selectedFileChanged();
 }
 
+void OpenFiles::followMove(const DocumentPlace &from, const DocumentPlace &to)
+{
+    const QList<EditorFile *> files = openFiles();
+    QList<EditorFile *> moved;
+    QList<EditorFile *> replaced;
+    for (EditorFile *file : files) {
+        if (file->place().isWithin(from))
+            moved << file;
+        else if (file->place().isSameFile(to))
+            replaced << file;
+    }
+    for (EditorFile *file : std::as_const(moved)) {
+        const DocumentPlace place = file->place().moved(from, to);
+        file->moveTo(place.path.section(u'/', -1), place);
+    }
+    for (EditorFile *file : std::as_const(replaced)) {
+        if (!file->isModified()) {
+            closeFile(file->id());
+            continue;
+        }
+        file->moveTo(file->name(), DocumentPlace());
+        file->setSavedText(std::nullopt);
+    }
+}
+
+void OpenFiles::markDeleted(const DocumentPlace &place)
+{
+    for (EditorFile *file : openFiles()) {
+        if (file->place().isWithin(place))
+            file->setFileChange(EditorFile::FileChange::Deleted);
+    }
+}
+
 QList<EditorFile *> OpenFiles::openFiles() const
 {
     QList<EditorFile *> files;

@@ -55,6 +55,12 @@ public:
     void closeFile(const QUuid &id);
     /// The same, after unsavedClosing().
     void closeKeepingEdits(const QUuid &id);
+    /// The file or folder at \p from was moved to \p to: its documents belong to their new places
+    /// from now on. Of the documents of a file that was replaced, those without edits are closed,
+    /// and the others belong nowhere.
+    void followMove(const DocumentPlace &from, const DocumentPlace &to);
+    /// The file or folder at \p place was deleted: marks its documents.
+    void markDeleted(const DocumentPlace &place);
 
     /// In the order of the tabs. Valid until they are closed.
     [[nodiscard]] QList<EditorFile *> openFiles() const;

@@ -1,0 +1,197 @@
+#include "board/DeviceFileOperations.h"
+
+#include "base/PythonResource.h"
+#include "board/BoardScripts.h"
+#include "board/DeviceError.h"
+#include "board/DeviceFiles.h"
+#include "board/DeviceLink.h"
+
+#include <chrono>
+#include <optional>
+#include <utility>
+
+namespace Korvane {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace {
+
+using BoardScripts::pathLiteral;
+
+constexpr auto quickTimeout = 5s;
+constexpr auto treeTimeout = 15s;
+/// Deleted by one command, so that progress can be shown and the time-out is kept on slow flash.
+constexpr int entriesPerCommand = 32;
+/// Characters of path literals in one command, for boards with small heaps.
+constexpr qsizetype literalsPerCommand = 1000;
+
+QString script(QLatin1StringView name)
+{
+    const QByteArray path = "board/scripts/files/" + QByteArray(name.data(), name.size()) + ".py";
+    return pythonResource(QLatin1StringView(path));
+}
+
+/// What follows the first \p marker, or nothing when it is missing.
+std::optional<QString> textAfter(const QString &output, QStringView marker)
+{
+    const qsizetype at = output.indexOf(marker);
+    return at < 0 ? std::nullopt : std::optional(output.mid(at + marker.size()));
+}
+
+/// The two numbers at the start of \p answer.
+std::optional<std::pair<qint64, qint64>> numbersIn(const QString &answer)
+{
+    bool isFirst = false;
+    bool isSecond = false;
+    const qint64 first = answer.section(u' ', 0, 0).toLongLong(&isFirst);
+    const qint64 second = answer.section(u' ', 1, 1).trimmed().toLongLong(&isSecond);
+    if (!isFirst || !isSecond)
+        return std::nullopt;
+    return std::pair(first, second);
+}
+
+Error unexpected(const QString &output)
+{
+    return {ErrorCode::Remote, u"the board answered “%1”"_s.arg(output.trimmed())};
+}
+
+} // namespace
+
+bool isUsableDeviceName(const QString &name)
+{
+    return !name.isEmpty() && name != u"." && name != u".." && !name.contains(u'/')
+        && !name.contains(QChar::Null) && name.isValidUtf16();
+}
+
+DeviceFileOperations::DeviceFileOperations(DeviceLink &link, const DeviceFiles &files)
+    : m_link(link)
+    , m_files(files)
+{
+}
+
+Async<void> DeviceFileOperations::createFile(WritePermit permit)
+{
+    co_return co_await expectOk(script("create-file"_L1).arg(pathLiteral(permit.path())), permit);
+}
+
+Async<void> DeviceFileOperations::createFolder(WritePermit permit)
+{
+    co_return co_await expectOk(script("create-folder"_L1).arg(pathLiteral(permit.path())), permit);
+}
+
+Async<void> DeviceFileOperations::move(QString from, WritePermit target, Existing existing)
+{
+    const QString source = pathLiteral(from);
+    const QString destination = pathLiteral(target.path());
+    const QString check = existing == Existing::Replace
+        ? u"pass"_s
+        : QString(u"_qm("_s + source + u',' + destination + u')');
+    // All in one call: a path may read like a placeholder.
+    co_return co_await expectOk(script("move"_L1).arg(source, destination, check), target);
+}
+
+Async<void> DeviceFileOperations::remove(WritePermit permit, IsCanceled isCanceled)
+{
+    const auto life = m_life.watch();
+    const QString code =
+        script("remove"_L1).arg(pathLiteral(permit.path()), QString::number(entriesPerCommand));
+    while (true) {
+        if (isCanceled())
+            co_return DeviceError::cancelled();
+        if (auto same = m_files.check(permit); !same)
+            co_return same;
+        const auto output = co_await m_link.executeOnDevice(code, treeTimeout);
+        if (!life)
+            co_return DeviceError::closed();
+        if (!output)
+            co_return output.error();
+        if (output->contains("__OK__"_L1))
+            co_return Result<void>();
+        if (output->contains("__MORE__"_L1))
+            continue;
+        const auto failed = textAfter(*output, u"__ERR__");
+        if (!failed)
+            co_return unexpected(*output);
+        const QString reason =
+            DeviceError::withSystemErrorNamed(failed->section(u'\n', 0, 0).trimmed());
+        const QString path = failed->section(u'\n', 1).trimmed();
+        const bool isWithin = !path.isEmpty() && path != permit.path();
+        co_return Error{ErrorCode::Remote, isWithin ? path + u": "_s + reason : reason};
+    }
+}
+
+Async<QList<DeviceFileOperations::Kind>> DeviceFileOperations::look(QStringList paths)
+{
+    const auto life = m_life.watch();
+    QList<Kind> kinds;
+    while (kinds.size() < paths.size()) {
+        QString literals;
+        qsizetype asked = 0;
+        while (kinds.size() + asked < paths.size()
+               && (asked == 0 || literals.size() < literalsPerCommand))
+            literals += pathLiteral(paths.at(kinds.size() + asked++)) + u',';
+        const QString code = script("look"_L1).arg(literals);
+        const auto output = co_await m_link.executeOnDevice(code, quickTimeout);
+        if (!life)
+            co_return DeviceError::closed();
+        if (!output)
+            co_return output.error();
+        const QString digits = textAfter(*output, u"__LOOK__").value_or(QString()).trimmed();
+        if (digits.size() != asked)
+            co_return unexpected(*output);
+        for (const QChar digit : digits)
+            kinds << (digit == u'2' ? Kind::Folder : digit == u'1' ? Kind::File : Kind::Missing);
+    }
+    co_return std::move(kinds);
+}
+
+Async<DeviceFileOperations::Contents> DeviceFileOperations::count(QString path)
+{
+    const auto output =
+        co_await m_link.executeOnDevice(script("count"_L1).arg(pathLiteral(path)), treeTimeout);
+    if (!output)
+        co_return output.error();
+    const auto counted = numbersIn(textAfter(*output, u"__COUNT__").value_or(QString()));
+    if (!counted)
+        co_return unexpected(*output);
+    Contents contents;
+    contents.files = counted->first;
+    contents.bytes = counted->second;
+    co_return contents;
+}
+
+Async<QHash<QString, DeviceFileOperations::Space>> DeviceFileOperations::spaces()
+{
+    const auto output = co_await m_link.executeOnDevice(script("space"_L1), treeTimeout);
+    if (!output)
+        co_return output.error();
+    QHash<QString, Space> spaces;
+    for (const QString &line : output->split(u'\n')) {
+        const QString answer = textAfter(line, u"__SPACE__").value_or(QString());
+        const auto numbers = numbersIn(answer);
+        if (!numbers)
+            continue;
+        Space space;
+        space.totalBytes = numbers->first;
+        space.freeBytes = numbers->second;
+        spaces.insert(answer.section(u' ', 2), space);
+    }
+    if (spaces.isEmpty())
+        co_return unexpected(*output);
+    co_return std::move(spaces);
+}
+
+Async<void> DeviceFileOperations::expectOk(QString code, WritePermit permit)
+{
+    if (auto same = m_files.check(permit); !same)
+        co_return same;
+    const auto output = co_await m_link.executeOnDevice(code, treeTimeout);
+    if (!output)
+        co_return output.error();
+    if (!output->contains("__OK__"_L1))
+        co_return unexpected(*output);
+    co_return Result<void>();
+}
+
+} // namespace Korvane

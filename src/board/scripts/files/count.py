@@ -1,0 +1,12 @@
+import os
+_qn=[0,0]
+def _qc(p):
+ s=os.stat(p)
+ if s[0]&16384:
+  for f in os.listdir(p):
+   _qc(p+'/'+f)
+ else:
+  _qn[0]+=1
+  _qn[1]+=s[6]
+_qc(%1)
+print('__COUNT__%d %d'%tuple(_qn))

@@ -1,0 +1,3 @@
+import os
+os.mkdir(%1)
+print('__OK__')
