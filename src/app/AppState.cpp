@@ -305,6 +305,10 @@ void AppState::wireFiles()
 {
     connect(&m_fileTransfer, &FileTransfer::localFilesChanged, &m_wiring,
             [this] { m_localFiles.reload(); });
+    connect(&m_filesCopy, &FilesCopy::localFilesChanged, &m_wiring,
+            [this] { m_localFiles.reload(); });
+    connect(&m_boardFileActions, &BoardFileActions::fileCreated, &m_wiring,
+            [this](const DeviceFileNode &node) { m_boardDocuments.openDeviceFile(node); });
     connect(&m_boardDocuments, &BoardDocuments::sent, &m_wiring,
             [this] { setSidebarTab(SidebarTab::Device); });
 }

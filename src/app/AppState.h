@@ -2,10 +2,14 @@
 
 #include "app/BoardControl.h"
 #include "app/BoardDocuments.h"
+#include "app/BoardFileActions.h"
+#include "app/BoardSpace.h"
 #include "app/BoardStore.h"
 #include "app/DocumentSaver.h"
 #include "app/ErrorReporter.h"
 #include "app/InputHistory.h"
+#include "app/FilesCopy.h"
+#include "app/LocalFileActions.h"
 #include "app/LocalFiles.h"
 #include "app/Preferences.h"
 #include "app/ShellTranscript.h"
@@ -88,6 +92,10 @@ public:
     [[nodiscard]] DeviceLink &link() { return m_link; }
     [[nodiscard]] BoardControl &board() { return m_board; }
     [[nodiscard]] DeviceFiles &deviceFiles() { return m_deviceFiles; }
+    [[nodiscard]] BoardSpace &boardSpace() { return m_boardSpace; }
+    [[nodiscard]] BoardFileActions &boardFileActions() { return m_boardFileActions; }
+    [[nodiscard]] LocalFileActions &localFileActions() { return m_localFileActions; }
+    [[nodiscard]] FilesCopy &filesCopy() { return m_filesCopy; }
     [[nodiscard]] FileTransfer &fileTransfer() { return m_fileTransfer; }
     [[nodiscard]] TransferStatus &transfer() { return m_transfer; }
     [[nodiscard]] ProgramRun &programRun() { return m_programRun; }
@@ -199,12 +207,19 @@ private:
     TransferStatus m_transfer;
     LocalFiles m_localFiles{m_shell, m_prompts};
     DeviceFiles m_deviceFiles{m_link, m_prompts, m_transfer};
+    DeviceFileOperations m_deviceOperations{m_link, m_deviceFiles};
+    BoardSpace m_boardSpace{m_link, m_deviceFiles, m_deviceOperations};
     FileTransfer m_fileTransfer{m_link, m_deviceFiles, m_transfer, m_shell};
     BoardStore m_boardStore{m_link, m_deviceFiles};
     DocumentWriter m_writer{m_localStore, m_boardStore, m_prompts};
     FileWatch m_fileWatch{m_documents, m_writer, m_localStore};
     BoardDocuments m_boardDocuments{
         {m_documents, m_writer, m_link, m_deviceFiles, m_transfer, m_shell, m_errors}};
+    BoardFileActions m_boardFileActions{
+        {m_documents, m_writer, m_link, m_deviceFiles, m_deviceOperations, m_transfer, m_prompts}};
+    LocalFileActions m_localFileActions{{m_documents, m_writer, m_localFiles, m_prompts}};
+    FilesCopy m_filesCopy{
+        {m_link, m_deviceFiles, m_deviceOperations, m_transfer, m_prompts, m_shell}};
     DocumentSaver m_saving;
     std::unique_ptr<AssistantServer> m_assistantServer;
     QObject m_wiring; // context of the connections to the parts: none fires while they are going

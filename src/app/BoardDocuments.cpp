@@ -109,25 +109,4 @@ QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
     co_await m_parts.files.refreshDeviceFiles();
 }
 
-QCoro::Task<void> BoardDocuments::deleteDeviceFile(DeviceFileNode node)
-{
-    const auto life = m_life.watch();
-    UserPrompts::Confirmation question;
-    question.title = QStringLiteral("Delete “%1” from the device?").arg(node.name);
-    question.message = node.isDirectory
-        ? QStringLiteral("Removes the directory %1 from %2. It must be empty.")
-              .arg(node.path, m_parts.files.portLabel())
-        : QStringLiteral("Removes %1 (%2 bytes) from %3. This cannot be undone.")
-              .arg(node.path, QString::number(node.size), m_parts.files.portLabel());
-    question.confirmTitle = QStringLiteral("Delete");
-    const auto confirmed = co_await m_parts.files.confirmAction(std::move(question));
-    if (!life)
-        co_return;
-    if (!confirmed) {
-        m_parts.errors.report(confirmed.error());
-        co_return;
-    }
-    co_await m_parts.errors.reportFailureOf(m_parts.files.deleteDeviceNode(node));
-}
-
 } // namespace Korvane

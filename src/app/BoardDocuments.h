@@ -42,8 +42,6 @@ public:
     /// Writes the selected document to the board: to where it belongs, otherwise into the root
     /// folder, asking before a file there is replaced.
     QCoro::Task<void> sendCurrentFileToDevice();
-    /// Asks, then deletes.
-    QCoro::Task<void> deleteDeviceFile(DeviceFileNode node);
 
 signals:
     /// A document was sent: the board's files should be shown now.

@@ -8,7 +8,9 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <cerrno>
 #include <filesystem>
+#include <optional>
 #include <utility>
 
 namespace Korvane {
@@ -84,6 +86,22 @@ Async<QList<FileNode>> LocalFiles::list(QString path)
     if (!nodes)
         co_return Error{ErrorCode::Closed, {}};
     co_return *std::move(nodes);
+}
+
+Async<LocalFiles::Details> LocalFiles::details(QString path)
+{
+    const std::function<std::optional<Details>()> read = [path]() -> std::optional<Details> {
+        const QFileInfo entry(path);
+        if (!entry.exists())
+            return std::nullopt;
+        return Details{entry.size(), entry.lastModified()};
+    };
+    const auto details = co_await m_background.run(read);
+    if (!details)
+        co_return Error{ErrorCode::Closed, {}};
+    if (!*details)
+        co_return Error{ErrorCode::File, systemErrorText(ENOENT)};
+    co_return **details;
 }
 
 QCoro::Task<void> LocalFiles::createFolder()

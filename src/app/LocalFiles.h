@@ -7,6 +7,7 @@
 #include "base/UserPrompts.h"
 
 #include <QCoro/QCoroTask>
+#include <QDateTime>
 #include <QObject>
 
 namespace Korvane {
@@ -42,6 +43,13 @@ public:
     /// order. Fails when it cannot be read, and with ErrorCode::Closed when this object was
     /// destroyed meanwhile.
     [[nodiscard]] Async<QList<FileNode>> list(QString path);
+    struct Details
+    {
+        qint64 size = 0; // bytes
+        QDateTime modified;
+    };
+    /// Of the file or folder at \p path. Fails when there is none.
+    [[nodiscard]] Async<Details> details(QString path);
     /// Asks for a name and makes a folder of that name.
     QCoro::Task<void> createFolder();
 

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "base/Async.h"
+#include "base/Lifetime.h"
+#include "base/UserPrompts.h"
+#include "board/BoardRecords.h"
+#include "board/DeviceFileOperations.h"
+
+#include <QObject>
+
+namespace Korvane {
+
+class DeviceFiles;
+class DeviceLink;
+class DocumentWriter;
+class OpenFiles;
+class TransferStatus;
+
+/// What the user does with the board's files in the browser: asks, carries it out, lists the board
+/// again, and lets the open documents follow. An error's message is the full text for the user.
+/// Main thread only.
+class BoardFileActions final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What BoardFileActions works with; all must outlive it.
+    struct Parts
+    {
+        OpenFiles &documents;
+        DocumentWriter &writer;
+        DeviceLink &link;
+        DeviceFiles &files;
+        DeviceFileOperations &operations;
+        TransferStatus &transfer;
+        UserPrompts &prompts;
+    };
+
+    explicit BoardFileActions(Parts parts, QObject *parent = nullptr);
+
+    /// Asks for a name and creates an empty file in \p folder.
+    [[nodiscard]] Async<void> createFile(QString folder);
+    [[nodiscard]] Async<void> createFolder(QString folder);
+    /// Asks before another file is replaced.
+    [[nodiscard]] Async<void> rename(DeviceFileNode node, QString name);
+    /// Moves all \p nodes into \p folder. Asks once before files there are replaced. What is there
+    /// already is left alone.
+    [[nodiscard]] Async<void> move(QList<DeviceFileNode> nodes, QString folder);
+    /// Deletes files, and folders with their contents, after a question that says how many files
+    /// these are. Shown as an operation that can be canceled.
+    [[nodiscard]] Async<void> remove(QList<DeviceFileNode> nodes);
+
+signals:
+    /// An entry was created or renamed, and the board was listed again.
+    void entryPlaced(const QString &path);
+    void fileCreated(const Korvane::DeviceFileNode &node);
+
+private:
+    [[nodiscard]] Async<void> create(DeviceFileOperations::Kind kind, QString folder);
+    [[nodiscard]] Async<void> moveEntry(QString from, QString to,
+                                        DeviceFileOperations::Existing existing);
+    [[nodiscard]] Async<void> removeEntries(QList<DeviceFileNode> nodes);
+    [[nodiscard]] Async<UserPrompts::Confirmation> removalQuestion(QList<DeviceFileNode> nodes);
+
+    Parts m_parts;
+    Lifetime m_life;
+};
+
+} // namespace Korvane

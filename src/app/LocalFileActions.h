@@ -1,0 +1,61 @@
+#pragma once
+
+#include "base/Async.h"
+#include "base/Background.h"
+#include "base/Lifetime.h"
+
+#include <QObject>
+#include <QStringList>
+
+namespace Korvane {
+
+class DocumentWriter;
+class LocalFiles;
+class OpenFiles;
+class UserPrompts;
+
+/// What the user does with local files in the browser: asks, carries it out off the main thread,
+/// has the folder listed again, and lets the open documents follow. Paths are absolute. An error's
+/// message is the full text for the user. Main thread only.
+class LocalFileActions final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What LocalFileActions works with; all must outlive it.
+    struct Parts
+    {
+        OpenFiles &documents;
+        DocumentWriter &writer;
+        LocalFiles &files;
+        UserPrompts &prompts;
+    };
+
+    explicit LocalFileActions(Parts parts, QObject *parent = nullptr);
+
+    /// Asks for a name and creates an empty file in \p folder.
+    [[nodiscard]] Async<void> createFile(QString folder);
+    /// Asks before another file is replaced.
+    [[nodiscard]] Async<void> rename(QString path, QString name);
+    /// Moves all \p paths into \p folder. Asks once before files there are replaced. What is there
+    /// already is left alone.
+    [[nodiscard]] Async<void> move(QStringList paths, QString folder);
+    /// Moves files and folders to the desktop's trash, after a question.
+    [[nodiscard]] Async<void> moveToTrash(QStringList paths);
+
+signals:
+    /// An entry was created or renamed.
+    void entryPlaced(const QString &path);
+    void fileCreated(const QString &path);
+
+private:
+    enum class Existing { Refuse, Replace };
+
+    [[nodiscard]] Async<void> moveEntry(QString from, QString to, Existing existing);
+
+    Parts m_parts;
+    Background m_background;
+    Lifetime m_life;
+};
+
+} // namespace Korvane
