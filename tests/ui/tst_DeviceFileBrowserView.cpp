@@ -169,20 +169,21 @@ private slots:
         QVERIFY(QDir().mkdir(folder));
         connectBoard();
         browseHere(u"/"_s);
-        QCOMPARE(pick(3, u"Open in Editor"_s), u"Open in Editor|Copy to /|Delete"_s);
+        QCOMPARE(pick(3, u"&Open in Editor"_s), u"&Open in Editor|&Copy to /||&Rename…|De&lete…"_s);
         QTRY_COMPARE(m_fixture->state().documents().selectedFile()->name(), u"main.py"_s);
         QCOMPARE(m_fixture->state().documents().selectedFile()->devicePath(), u"/main.py"_s);
         browseHere(folder);
-        pick(3, u"Copy to R&&D"_s);
+        pick(3, u"&Copy to R&&D"_s);
         QTRY_VERIFY(QFile::exists(folder + u"/main.py"_s));
         QTRY_VERIFY(isIdle() && !m_fixture->state().transfer().isSendingToDevice());
 
         m_fixture->prompts.confirmation.confirmed = false;
         m_programs.clear();
-        QCOMPARE(pick(0, u"Copy Folder to R&&D"_s), u"Copy Folder to R&&D|Delete"_s);
+        QCOMPARE(pick(0, u"&Copy Folder to R&&D"_s),
+                 u"&Open|&Copy Folder to R&&D||&Rename…|De&lete…"_s);
         QTRY_COMPARE(m_fixture->prompts.asked.size(), 1);
         QVERIFY(m_fixture->prompts.takeAsked().startsWith(u"Copy “lib” to "));
-        pick(1, u"Delete"_s);
+        pick(1, u"De&lete…"_s);
         QTRY_COMPARE(m_fixture->prompts.asked.size(), 1);
         QCOMPARE(m_fixture->prompts.takeAsked(),
                  u"Delete “%1 %2.bin” from the device? | Removes /%1 %2.bin (1536 bytes) from "_s
@@ -190,7 +191,7 @@ private slots:
         QCOMPARE(m_programs, QStringList());
         m_fixture->prompts.confirmation.confirmed = true;
         m_listing = R"([{"n":"main.py","p":"/main.py","d":false,"s":1023}])";
-        pick(1, u"Delete"_s);
+        pick(1, u"De&lete…"_s);
         QTRY_COMPARE(shown(), u"main.py, 1023 B"_s);
         QVERIFY(m_programs.join(u' ').contains(u"'/%1 %2.bin'"));
         QTRY_VERIFY(list().hasFocus());

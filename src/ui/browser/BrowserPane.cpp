@@ -1,5 +1,6 @@
 #include "ui/browser/BrowserPane.h"
 
+#include "ui/browser/BoardPathsMime.h"
 #include "ui/browser/FileListView.h"
 #include "ui/controls/Divider.h"
 #include "ui/controls/ElidedLabel.h"
@@ -7,9 +8,15 @@
 #include "ui/controls/PlainText.h"
 #include "ui/controls/ProgressIndicator.h"
 
+#include <QAction>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMenu>
+#include <QMimeData>
 #include <QStackedWidget>
 #include <QVBoxLayout>
 
@@ -43,6 +50,24 @@ BrowserPane::BrowserPane(const QString &listName, QWidget *parent)
     column->addWidget(m_body, 1);
 
     connect(up, &QToolButton::clicked, this, &BrowserPane::enclosingFolderRequested);
+    connect(m_list, &FileListView::selectedRowsChanged, this, &BrowserPane::abilitiesChanged);
+    connect(m_list, &FileListView::menuRequested, this,
+            [this](int row) { m_list->openMenu(makeMenu(row)); });
+    connect(m_list, &FileListView::copyRequested, this, [this] { putOnClipboard(false); });
+    connect(m_list, &FileListView::cutRequested, this, [this] { putOnClipboard(true); });
+    connect(m_list, &FileListView::pasteRequested, this, [this] {
+        if (const QMimeData *dropped = QGuiApplication::clipboard()->mimeData())
+            paste(*dropped);
+    });
+    connect(&m_list->entries(), &FileListModel::nameEdited, this, &BrowserPane::nameEdited);
+    m_list->setMakeDragData([this] { return dragData(); });
+    auto *drops = new PaneDrops(*this, *this, *m_list, *up);
+    connect(drops, &PaneDrops::restedOver, this, [this](int row) {
+        if (row < 0)
+            emit enclosingFolderRequested();
+        else
+            emit m_list->opened(row);
+    });
 }
 
 QToolButton *BrowserPane::addButton(const QString &symbol, const QString &help, const char *name)
@@ -65,6 +90,54 @@ void BrowserPane::addPage(QWidget *page)
 {
     page->hide();
     page->setParent(this);
+}
+
+void BrowserPane::addFooter(QWidget *footer)
+{
+    layout()->addWidget(footer);
+}
+
+void BrowserPane::setMenuActions(const MenuActions &actions)
+{
+    m_menuActions = actions;
+    // Those with a key of the list's alone act while it has the focus.
+    m_list->addActions(actions.forEntries);
+}
+
+QMenu *BrowserPane::makeMenu(int row)
+{
+    const QList<QAction *> &actions = row < 0 ? m_menuActions.forFolder : m_menuActions.forEntries;
+    auto *menu = new QMenu(this);
+    menu->addActions(actions);
+    return menu;
+}
+
+void BrowserPane::contextMenuEvent(QContextMenuEvent *event)
+{
+    if (m_body->currentWidget() == m_list) // which opens menus itself
+        return;
+    QMenu *menu = makeMenu(-1);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->popup(event->globalPos());
+}
+
+void BrowserPane::putOnClipboard(bool isCut)
+{
+    std::unique_ptr<QMimeData> carried = dragData();
+    if (!carried)
+        return;
+    if (isCut)
+        CutMark::set(*carried);
+    QGuiApplication::clipboard()->setMimeData(carried.release());
+}
+
+bool BrowserPane::dropHere(const QMimeData &dropped)
+{
+    const QString folder = dropFolder(-1);
+    if (dropAction(dropped, folder) == Qt::IgnoreAction)
+        return false;
+    drop(dropped, folder);
+    return true;
 }
 
 void BrowserPane::showPage(QWidget *page)

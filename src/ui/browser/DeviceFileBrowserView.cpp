@@ -2,15 +2,21 @@
 
 #include "app/AppState.h"
 #include "base/VisibleText.h"
+#include "board/DeviceListing.h"
+#include "ui/browser/BoardPathsMime.h"
 #include "ui/browser/FileListView.h"
+#include "ui/browser/SpaceFooter.h"
 #include "ui/controls/ElidedLabel.h"
 #include "ui/controls/KeyText.h"
 #include "ui/controls/MessagePage.h"
 #include "ui/controls/PlainText.h"
 
 #include <QFileInfo>
-#include <QMenu>
+#include <QLocale>
 #include <QToolButton>
+
+#include <algorithm>
+#include <utility>
 
 namespace Korvane {
 
@@ -23,6 +29,7 @@ DeviceFileBrowserView::DeviceFileBrowserView(AppState &state, QWidget *parent)
     , m_emptyPage(new MessagePage(QStringLiteral("tray")))
     , m_failedPage(new MessagePage(QStringLiteral("exclamationmark.triangle")))
     , m_loadingPage(makeLoadingPage())
+    , m_space(new SpaceFooter)
 {
     list().setObjectName(QStringLiteral("deviceFiles"));
     auto *refresh =
@@ -34,14 +41,19 @@ DeviceFileBrowserView::DeviceFileBrowserView(AppState &state, QWidget *parent)
           static_cast<QWidget *>(m_failedPage), m_loadingPage})
         addPage(page);
     connect(this, &BrowserPane::enclosingFolderRequested, this,
-            &DeviceFileBrowserView::goToEnclosingFolder);
+            [this] { m_state.deviceFiles().setDeviceWorkingDir(enclosingFolder()); });
     connect(m_send, &QToolButton::clicked, this,
             [this] { m_state.boardDocuments().sendCurrentFileToDevice(); });
     connect(refresh, &QToolButton::clicked, this,
             [this] { m_state.deviceFiles().refreshDeviceFiles(); });
     connect(&list(), &FileListView::opened, this, [this](int row) { open(m_nodes.at(row)); });
-    connect(&list(), &FileListView::menuRequested, this,
-            [this](int row) { openMenu(m_nodes.at(row)); });
+    connect(&list(), &FileListView::toolTipRequested, this, [this](int row) {
+        const DeviceFileNode &node = m_nodes.at(row);
+        const QString size = tr("%1 bytes").arg(QLocale().toString(node.size));
+        list().showToolTip(row, node.isDirectory ? node.path : node.path + u'\n' + size);
+    });
+    m_space->hide();
+    addFooter(m_space);
 
     DeviceFiles &files = state.deviceFiles();
     connect(&state.link(), &DeviceLink::connectionStateChanged, this,
@@ -50,6 +62,21 @@ DeviceFileBrowserView::DeviceFileBrowserView(AppState &state, QWidget *parent)
             &DeviceFileBrowserView::showState);
     connect(&files, &DeviceFiles::deviceFileNodesChanged, this, &DeviceFileBrowserView::showState);
     connect(&files, &DeviceFiles::deviceWorkingDirChanged, this, &DeviceFileBrowserView::showState);
+    connect(&files, &DeviceFiles::deviceWorkingDirChanged, this, &DeviceFileBrowserView::showSpace);
+    connect(&files, &DeviceFiles::isLoadingDeviceFilesChanged, this,
+            &DeviceFileBrowserView::requestSpace);
+    connect(&state.boardSpace(), &BoardSpace::changed, this, &DeviceFileBrowserView::showSpace);
+    connect(&state.boardFileActions(), &BoardFileActions::entryPlaced, this,
+            [this](const QString &path) { list().chooseName(path.section(u'/', -1)); });
+    for (auto changed :
+         {&DeviceFiles::deviceFileNodesChanged, &DeviceFiles::deviceWorkingDirChanged})
+        connect(&files, changed, this, &BrowserPane::abilitiesChanged);
+    connect(&state.link(), &DeviceLink::connectionStateChanged, this,
+            &BrowserPane::abilitiesChanged);
+    connect(&state.programRun(), &ProgramRun::deviceProgramRunningChanged, this,
+            &BrowserPane::abilitiesChanged);
+    connect(&state.localFiles(), &LocalFiles::localWorkingDirChanged, this,
+            &BrowserPane::abilitiesChanged);
     OpenFiles &documents = state.documents();
     connect(&documents, &OpenFiles::selectedFileChanged, this,
             &DeviceFileBrowserView::showSendHelp);
@@ -101,12 +128,33 @@ void DeviceFileBrowserView::showSendHelp()
     m_send->setAccessibleName(VisibleText::line(help));
 }
 
-void DeviceFileBrowserView::goToEnclosingFolder()
+void DeviceFileBrowserView::showSpace()
 {
-    const QString folder = m_state.deviceFiles().deviceWorkingDir();
+    const auto space = m_state.boardSpace().space(m_state.deviceFiles().deviceWorkingDir());
+    m_space->setVisible(space.has_value());
+    if (space)
+        m_space->setSpace(space->totalBytes, space->freeBytes);
+}
+
+/// What is not shown is not asked for.
+void DeviceFileBrowserView::requestSpace()
+{
+    if (isVisible() && m_state.link().connectionState().isConnected()
+        && !m_state.deviceFiles().isLoadingDeviceFiles())
+        m_state.boardSpace().request();
+}
+
+void DeviceFileBrowserView::showEvent(QShowEvent *event)
+{
+    BrowserPane::showEvent(event);
+    requestSpace();
+}
+
+QString DeviceFileBrowserView::enclosingFolder() const
+{
+    const QString &folder = m_state.deviceFiles().deviceWorkingDir();
     const qsizetype slash = folder.lastIndexOf(u'/');
-    m_state.deviceFiles().setDeviceWorkingDir(slash > 0 ? folder.first(slash)
-                                                        : QStringLiteral("/"));
+    return slash > 0 ? folder.first(slash) : QStringLiteral("/");
 }
 
 void DeviceFileBrowserView::open(const DeviceFileNode &node)
@@ -117,29 +165,158 @@ void DeviceFileBrowserView::open(const DeviceFileNode &node)
         m_state.boardDocuments().openDeviceFile(node);
 }
 
-void DeviceFileBrowserView::openMenu(const DeviceFileNode &node)
+void DeviceFileBrowserView::report(Async<void> operation)
 {
-    const QString local = m_state.localFiles().localWorkingDir();
-    const QString localName = PlainText::label(local == u"/" ? local : QFileInfo(local).fileName());
-    auto *menu = new QMenu(this);
-    if (node.isDirectory) {
-        connect(menu->addAction(tr("Copy Folder to %1").arg(localName)), &QAction::triggered, this,
-                [this, node, local] {
-                    m_state.errors().reportFailureOf(
-                        m_state.fileTransfer().copyFolderFromDevice(node, local));
-                });
-    } else {
-        connect(menu->addAction(tr("Open in Editor")), &QAction::triggered, this,
-                [this, node] { open(node); });
-        connect(menu->addAction(tr("Copy to %1").arg(localName)), &QAction::triggered, this,
-                [this, node, local] {
-                    m_state.errors().reportFailureOf(
-                        m_state.fileTransfer().copyFileFromDevice(node, local));
-                });
+    m_state.errors().reportFailureOf(std::move(operation));
+}
+
+bool DeviceFileBrowserView::isFree() const
+{
+    return m_state.link().connectionState().isConnected()
+        && !m_state.programRun().deviceProgramRunning();
+}
+
+QList<DeviceFileNode> DeviceFileBrowserView::selectedNodes() const
+{
+    QList<DeviceFileNode> nodes;
+    for (const int row : list().selectedRows())
+        nodes << m_nodes.at(row);
+    return nodes;
+}
+
+QList<DeviceFileNode> DeviceFileBrowserView::nodesAt(const QStringList &paths) const
+{
+    QList<DeviceFileNode> nodes;
+    for (const QString &path : paths) {
+        if (const DeviceFileNode *node = m_state.deviceFiles().deviceNode(path))
+            nodes << *node;
     }
-    connect(menu->addAction(tr("Delete")), &QAction::triggered, this,
-            [this, node] { m_state.boardDocuments().deleteDeviceFile(node); });
-    list().openMenu(menu);
+    return nodes;
+}
+
+BrowserPane::Abilities DeviceFileBrowserView::abilities() const
+{
+    const QList<DeviceFileNode> nodes = selectedNodes();
+    const bool isFolder = nodes.size() == 1 && nodes.first().isDirectory;
+    const bool hasFolder = std::any_of(nodes.cbegin(), nodes.cend(),
+                                       [](const auto &node) { return node.isDirectory; });
+    const QString local = m_state.localFiles().localWorkingDir();
+    const QString target = PlainText::label(local == u"/" ? local : QFileInfo(local).fileName());
+    Abilities abilities;
+    abilities.canCreate = isFree();
+    abilities.canOpen = isFree() && !nodes.isEmpty() && (nodes.size() == 1 || !hasFolder);
+    abilities.canCopy = isFree() && !nodes.isEmpty();
+    abilities.canDelete = abilities.canCopy;
+    abilities.canRename = isFree() && nodes.size() == 1;
+    abilities.openText = isFolder ? tr("&Open") : tr("&Open in Editor");
+    abilities.copyText = isFolder ? tr("&Copy Folder to %1").arg(target)
+        : nodes.size() > 1        ? tr("&Copy %1 Items to %2").arg(nodes.size()).arg(target)
+                                  : tr("&Copy to %1").arg(target);
+    abilities.deleteText = tr("De&lete…");
+    return abilities;
+}
+
+void DeviceFileBrowserView::openSelected()
+{
+    for (const DeviceFileNode &node : selectedNodes())
+        open(node);
+}
+
+void DeviceFileBrowserView::copySelected()
+{
+    const QList<DeviceFileNode> nodes = selectedNodes();
+    const QString local = m_state.localFiles().localWorkingDir();
+    if (nodes.size() > 1)
+        report(m_state.filesCopy().fromDevice(nodes, local));
+    else if (nodes.size() == 1 && nodes.first().isDirectory)
+        report(m_state.fileTransfer().copyFolderFromDevice(nodes.first(), local));
+    else if (nodes.size() == 1)
+        report(m_state.fileTransfer().copyFileFromDevice(nodes.first(), local));
+}
+
+void DeviceFileBrowserView::deleteSelected()
+{
+    report(m_state.boardFileActions().remove(selectedNodes()));
+}
+
+void DeviceFileBrowserView::createFile()
+{
+    report(m_state.boardFileActions().createFile(m_state.deviceFiles().deviceWorkingDir()));
+}
+
+void DeviceFileBrowserView::createFolder()
+{
+    report(m_state.boardFileActions().createFolder(m_state.deviceFiles().deviceWorkingDir()));
+}
+
+void DeviceFileBrowserView::nameEdited(const QString &oldName, const QString &newName)
+{
+    const auto node = std::find_if(m_nodes.cbegin(), m_nodes.cend(),
+                                   [&](const auto &entry) { return entry.name == oldName; });
+    if (node != m_nodes.cend())
+        report(m_state.boardFileActions().rename(*node, newName));
+}
+
+std::unique_ptr<QMimeData> DeviceFileBrowserView::dragData() const
+{
+    QStringList paths;
+    for (const DeviceFileNode &node : selectedNodes())
+        paths << node.path;
+    if (paths.isEmpty())
+        return nullptr;
+    return BoardPathsMime::make(paths, m_state.link().connectionNumber());
+}
+
+void DeviceFileBrowserView::paste(const QMimeData &dropped)
+{
+    const QString folder = m_state.deviceFiles().deviceWorkingDir();
+    const auto paths = BoardPathsMime::paths(dropped, m_state.link().connectionNumber());
+    if (paths && CutMark::isSet(dropped))
+        report(m_state.boardFileActions().move(nodesAt(*paths), folder));
+    else if (paths)
+        m_state.shell().appendError(tr("Files on the device can be cut and pasted, or copied to "
+                                       "this computer."));
+    else
+        report(m_state.filesCopy().toDevice(localPaths(dropped), folder));
+}
+
+QString DeviceFileBrowserView::dropFolder(int row) const
+{
+    return row < 0 ? m_state.deviceFiles().deviceWorkingDir() : m_nodes.at(row).path;
+}
+
+bool DeviceFileBrowserView::isFolder(int row) const
+{
+    return m_nodes.at(row).isDirectory;
+}
+
+bool DeviceFileBrowserView::accepts(const QMimeData &dropped) const
+{
+    return BoardPathsMime::paths(dropped, m_state.link().connectionNumber())
+        || !localPaths(dropped).isEmpty();
+}
+
+Qt::DropAction DeviceFileBrowserView::dropAction(const QMimeData &dropped,
+                                                 const QString &folder) const
+{
+    const auto paths = BoardPathsMime::paths(dropped, m_state.link().connectionNumber());
+    if (!paths)
+        return localPaths(dropped).isEmpty() ? Qt::IgnoreAction : Qt::CopyAction;
+    const bool canMove = std::all_of(paths->cbegin(), paths->cend(), [&](const QString &path) {
+        return path != folder && !folder.startsWith(path + u'/');
+    });
+    const bool isElsewhere = std::any_of(paths->cbegin(), paths->cend(), [&](const QString &path) {
+        return path != DeviceListing::join(folder, path.section(u'/', -1));
+    });
+    return canMove && isElsewhere ? Qt::MoveAction : Qt::IgnoreAction;
+}
+
+void DeviceFileBrowserView::drop(const QMimeData &dropped, const QString &folder)
+{
+    if (const auto paths = BoardPathsMime::paths(dropped, m_state.link().connectionNumber()))
+        report(m_state.boardFileActions().move(nodesAt(*paths), folder));
+    else
+        report(m_state.filesCopy().toDevice(localPaths(dropped), folder));
 }
 
 } // namespace Korvane

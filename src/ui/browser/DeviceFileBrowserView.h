@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Async.h"
 #include "board/BoardRecords.h"
 #include "ui/browser/BrowserPane.h"
 
@@ -7,6 +8,7 @@ namespace Korvane {
 
 class AppState;
 class MessagePage;
+class SpaceFooter;
 
 /// The folder of the board that is being browsed, one level at a time.
 class DeviceFileBrowserView final : public BrowserPane
@@ -17,13 +19,39 @@ public:
     /// \p state must outlive this.
     explicit DeviceFileBrowserView(AppState &state, QWidget *parent = nullptr);
 
+    [[nodiscard]] Abilities abilities() const override;
+    void openSelected() override;
+    void copySelected() override;
+    void deleteSelected() override;
+    void createFile() override;
+    void createFolder() override;
+
+protected:
+    void showEvent(QShowEvent *event) override;
+    [[nodiscard]] std::unique_ptr<QMimeData> dragData() const override;
+    void nameEdited(const QString &oldName, const QString &newName) override;
+    void paste(const QMimeData &dropped) override;
+    [[nodiscard]] QString dropFolder(int row) const override;
+    [[nodiscard]] bool isFolder(int row) const override;
+    [[nodiscard]] QString enclosingFolder() const override;
+    [[nodiscard]] bool accepts(const QMimeData &dropped) const override;
+    [[nodiscard]] Qt::DropAction dropAction(const QMimeData &dropped,
+                                            const QString &folder) const override;
+    void drop(const QMimeData &dropped, const QString &folder) override;
+
 private:
     void showState();
     void showEntries();
     void showSendHelp();
-    void goToEnclosingFolder();
+    void showSpace();
+    void requestSpace();
     void open(const DeviceFileNode &node);
-    void openMenu(const DeviceFileNode &node);
+    void report(Async<void> operation);
+    [[nodiscard]] QList<DeviceFileNode> selectedNodes() const;
+    /// The listed entries of \p paths.
+    [[nodiscard]] QList<DeviceFileNode> nodesAt(const QStringList &paths) const;
+    /// The connected board can be changed now.
+    [[nodiscard]] bool isFree() const;
 
     AppState &m_state;
     QToolButton *m_send;
@@ -31,6 +59,7 @@ private:
     MessagePage *m_emptyPage;
     MessagePage *m_failedPage;
     QWidget *m_loadingPage;
+    SpaceFooter *m_space;
     /// What the rows stand for; the listing's own list, shared.
     QList<DeviceFileNode> m_nodes;
 };

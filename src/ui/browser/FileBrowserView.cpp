@@ -1,6 +1,7 @@
 #include "ui/browser/FileBrowserView.h"
 
 #include "app/AppState.h"
+#include "ui/browser/BoardPathsMime.h"
 #include "ui/browser/FileListView.h"
 #include "ui/controls/ElidedLabel.h"
 #include "ui/controls/MessagePage.h"
@@ -8,11 +9,15 @@
 
 #include <QFileInfo>
 #include <QLabel>
-#include <QMenu>
+#include <QLocale>
+#include <QMimeData>
 #include <QShowEvent>
 #include <QToolButton>
+#include <QUrl>
 
+#include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace Korvane {
 
@@ -45,11 +50,16 @@ FileBrowserView::FileBrowserView(AppState &state, QWidget *parent)
     LocalFiles &files = state.localFiles();
     connect(this, &BrowserPane::enclosingFolderRequested, this,
             [this] { m_state.localFiles().goToEnclosingFolder(); });
-    connect(create, &QToolButton::clicked, this, [this] { m_state.localFiles().createFolder(); });
+    connect(create, &QToolButton::clicked, this, &FileBrowserView::createFolder);
     connect(refresh, &QToolButton::clicked, this, [this] { load(); });
     connect(&list(), &FileListView::opened, this, [this](int row) { open(m_nodes.at(row)); });
-    connect(&list(), &FileListView::menuRequested, this,
-            [this](int row) { openMenu(m_nodes.at(row)); });
+    connect(&list(), &FileListView::toolTipRequested, this, &FileBrowserView::showToolTip);
+    connect(&list(), &FileListView::movedAway, this, [this] { m_state.localFiles().reload(); });
+    LocalFileActions &actions = state.localFileActions();
+    connect(&actions, &LocalFileActions::entryPlaced, this,
+            [this](const QString &path) { list().chooseName(QFileInfo(path).fileName()); });
+    connect(&actions, &LocalFileActions::fileCreated, this,
+            [this](const QString &path) { openLocalFile(m_state, path); });
     connect(&files, &LocalFiles::localWorkingDirChanged, this, [this] {
         showFolder();
         if (isVisible()) // otherwise it is listed once it is shown
@@ -101,7 +111,7 @@ void FileBrowserView::showNodes(const QString &folder)
     QList<FileListModel::Row> rows;
     rows.reserve(m_nodes.size());
     for (const FileNode &node : m_nodes)
-        rows.append({node.name, node.isDirectory, std::nullopt});
+        rows.append({node.name, node.isDirectory, std::nullopt, !node.path.isEmpty()});
     list().showRows(std::move(rows), folder);
     showPage(m_nodes.isEmpty() ? m_emptyPage : nullptr);
 }
@@ -117,25 +127,189 @@ void FileBrowserView::open(const FileNode &node)
         openLocalFile(m_state, node.path);
 }
 
-void FileBrowserView::openMenu(const FileNode &node)
+void FileBrowserView::report(Async<void> operation)
 {
-    auto *menu = new QMenu(this);
-    if (node.isDirectory) {
-        connect(menu->addAction(tr("Copy Folder to Device")), &QAction::triggered, this,
-                [this, node] {
-                    m_state.errors().reportFailureOf(
-                        m_state.fileTransfer().copyFolderToDevice(node.path));
-                });
-    } else {
-        connect(menu->addAction(tr("Open")), &QAction::triggered, this,
-                [this, node] { open(node); });
-        connect(menu->addAction(tr("Copy to Device")), &QAction::triggered, this, [this, node] {
-            m_state.errors().reportFailureOf(m_state.fileTransfer().copyFileToDevice(node.path));
-        });
+    m_state.errors().reportFailureOf(std::move(operation));
+}
+
+QCoro::Task<void> FileBrowserView::showToolTip(int row)
+{
+    const FileNode node = m_nodes.at(row);
+    if (node.path.isEmpty()) {
+        list().showToolTip(row, node.name);
+        co_return;
     }
-    for (QAction *action : menu->actions())
-        action->setEnabled(!node.path.isEmpty());
-    list().openMenu(menu);
+    const auto life = m_life.watch();
+    const int listing = m_listing;
+    const auto details = co_await m_state.localFiles().details(node.path);
+    if (!life || listing != m_listing || !details)
+        co_return;
+    QStringList lines{node.path};
+    if (!node.isDirectory)
+        lines << tr("%1 bytes").arg(QLocale().toString(details->size));
+    lines << tr("Changed %1")
+                 .arg(QLocale().toString(details->modified.toLocalTime(), QLocale::ShortFormat));
+    list().showToolTip(row, lines.join(u'\n'));
+}
+
+QList<FileNode> FileBrowserView::selectedNodes() const
+{
+    QList<FileNode> nodes;
+    for (const int row : list().selectedRows())
+        nodes << m_nodes.at(row);
+    return nodes;
+}
+
+QStringList FileBrowserView::selectedPaths() const
+{
+    QStringList paths;
+    for (const FileNode &node : selectedNodes()) {
+        if (!node.path.isEmpty())
+            paths << node.path;
+    }
+    return paths;
+}
+
+BrowserPane::Abilities FileBrowserView::abilities() const
+{
+    const QList<FileNode> nodes = selectedNodes();
+    const bool isFolder = nodes.size() == 1 && nodes.first().isDirectory;
+    const bool hasFolder = std::any_of(nodes.cbegin(), nodes.cend(),
+                                       [](const FileNode &node) { return node.isDirectory; });
+    // An entry without a path has a name that Qt can't use.
+    const bool canUse = !nodes.isEmpty() && selectedPaths().size() == nodes.size();
+    Abilities abilities;
+    abilities.canCreate = true;
+    abilities.canOpen = canUse && (nodes.size() == 1 || !hasFolder);
+    abilities.canCopy = canUse;
+    abilities.canDelete = canUse;
+    abilities.canRename = canUse && nodes.size() == 1;
+    abilities.openText = tr("&Open");
+    abilities.copyText = isFolder ? tr("&Copy Folder to Device")
+        : nodes.size() > 1        ? tr("&Copy %1 Items to Device").arg(nodes.size())
+                                  : tr("&Copy to Device");
+    abilities.deleteText = tr("Move to &Trash…");
+    return abilities;
+}
+
+void FileBrowserView::openSelected()
+{
+    for (const FileNode &node : selectedNodes())
+        open(node);
+}
+
+void FileBrowserView::copySelected()
+{
+    const QList<FileNode> nodes = selectedNodes();
+    const QString folder = m_state.deviceFiles().deviceWorkingDir();
+    if (nodes.size() > 1)
+        report(m_state.filesCopy().toDevice(selectedPaths(), folder));
+    else if (nodes.size() == 1 && nodes.first().isDirectory)
+        report(m_state.fileTransfer().copyFolderToDevice(nodes.first().path));
+    else if (nodes.size() == 1)
+        report(m_state.fileTransfer().copyFileToDevice(nodes.first().path));
+}
+
+void FileBrowserView::deleteSelected()
+{
+    report(m_state.localFileActions().moveToTrash(selectedPaths()));
+}
+
+void FileBrowserView::createFile()
+{
+    report(m_state.localFileActions().createFile(m_state.localFiles().localWorkingDir()));
+}
+
+void FileBrowserView::createFolder()
+{
+    m_state.localFiles().createFolder();
+}
+
+void FileBrowserView::nameEdited(const QString &oldName, const QString &newName)
+{
+    const auto node = std::find_if(m_nodes.cbegin(), m_nodes.cend(),
+                                   [&](const FileNode &entry) { return entry.name == oldName; });
+    if (node != m_nodes.cend() && !node->path.isEmpty())
+        report(m_state.localFileActions().rename(node->path, newName));
+}
+
+std::unique_ptr<QMimeData> FileBrowserView::dragData() const
+{
+    QList<QUrl> urls;
+    for (const QString &path : selectedPaths())
+        urls << QUrl::fromLocalFile(path);
+    if (urls.isEmpty())
+        return nullptr;
+    auto carried = std::make_unique<QMimeData>();
+    carried->setUrls(urls);
+    return carried;
+}
+
+std::optional<QStringList> FileBrowserView::boardPaths(const QMimeData &dropped) const
+{
+    return BoardPathsMime::paths(dropped, m_state.link().connectionNumber());
+}
+
+void FileBrowserView::paste(const QMimeData &dropped)
+{
+    const QStringList paths = localPaths(dropped);
+    if (boardPaths(dropped))
+        drop(dropped, m_state.localFiles().localWorkingDir());
+    else if (CutMark::isSet(dropped) && !paths.isEmpty())
+        report(m_state.localFileActions().move(paths, m_state.localFiles().localWorkingDir()));
+    else if (!paths.isEmpty())
+        m_state.shell().appendError(
+            tr("Files of this computer can be cut and pasted here, or copied to the device."));
+}
+
+QString FileBrowserView::dropFolder(int row) const
+{
+    return row < 0 ? m_state.localFiles().localWorkingDir() : m_nodes.at(row).path;
+}
+
+bool FileBrowserView::isFolder(int row) const
+{
+    return m_nodes.at(row).isDirectory && !m_nodes.at(row).path.isEmpty();
+}
+
+QString FileBrowserView::enclosingFolder() const
+{
+    return QFileInfo(m_state.localFiles().localWorkingDir()).absolutePath();
+}
+
+bool FileBrowserView::accepts(const QMimeData &dropped) const
+{
+    // Files of other programs are opened by the window.
+    return boardPaths(dropped) || list().isDragSource();
+}
+
+Qt::DropAction FileBrowserView::dropAction(const QMimeData &dropped, const QString &folder) const
+{
+    if (boardPaths(dropped))
+        return Qt::CopyAction;
+    if (!list().isDragSource())
+        return Qt::IgnoreAction;
+    const QStringList paths = localPaths(dropped);
+    const bool canMove = std::all_of(paths.cbegin(), paths.cend(), [&](const QString &path) {
+        return path != folder && !folder.startsWith(path + u'/')
+            && QFileInfo(path).absolutePath() != folder;
+    });
+    return canMove ? Qt::MoveAction : Qt::IgnoreAction;
+}
+
+void FileBrowserView::drop(const QMimeData &dropped, const QString &folder)
+{
+    const auto paths = boardPaths(dropped);
+    if (!paths) {
+        report(m_state.localFileActions().move(localPaths(dropped), folder));
+        return;
+    }
+    QList<DeviceFileNode> nodes;
+    for (const QString &path : *paths) {
+        if (const DeviceFileNode *node = m_state.deviceFiles().deviceNode(path))
+            nodes << *node;
+    }
+    report(m_state.filesCopy().fromDevice(nodes, folder));
 }
 
 } // namespace Korvane

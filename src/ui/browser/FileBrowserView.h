@@ -1,11 +1,14 @@
 #pragma once
 
+#include "base/Async.h"
 #include "base/Lifetime.h"
 #include "base/Records.h"
 #include "ui/browser/BrowserPane.h"
 
 #include <QCoro/QCoroTask>
 #include <QTimer>
+
+#include <optional>
 
 namespace Korvane {
 
@@ -24,15 +27,37 @@ public:
     /// A listing is under way.
     [[nodiscard]] bool isLoading() const { return m_isLoading; }
 
+    [[nodiscard]] Abilities abilities() const override;
+    void openSelected() override;
+    void copySelected() override;
+    void deleteSelected() override;
+    void createFile() override;
+    void createFolder() override;
+
 protected:
     void showEvent(QShowEvent *event) override;
+    [[nodiscard]] std::unique_ptr<QMimeData> dragData() const override;
+    void nameEdited(const QString &oldName, const QString &newName) override;
+    void paste(const QMimeData &dropped) override;
+    [[nodiscard]] QString dropFolder(int row) const override;
+    [[nodiscard]] bool isFolder(int row) const override;
+    [[nodiscard]] QString enclosingFolder() const override;
+    [[nodiscard]] bool accepts(const QMimeData &dropped) const override;
+    [[nodiscard]] Qt::DropAction dropAction(const QMimeData &dropped,
+                                            const QString &folder) const override;
+    void drop(const QMimeData &dropped, const QString &folder) override;
 
 private:
     QCoro::Task<void> load();
     void showFolder();
     void showNodes(const QString &folder);
     void open(const FileNode &node);
-    void openMenu(const FileNode &node);
+    void report(Async<void> operation);
+    QCoro::Task<void> showToolTip(int row);
+    [[nodiscard]] QList<FileNode> selectedNodes() const;
+    /// The paths of the selected entries that have one.
+    [[nodiscard]] QStringList selectedPaths() const;
+    [[nodiscard]] std::optional<QStringList> boardPaths(const QMimeData &dropped) const;
 
     AppState &m_state;
     QWidget *m_emptyPage;

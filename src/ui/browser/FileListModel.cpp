@@ -2,7 +2,6 @@
 
 #include "base/VisibleText.h"
 #include "theme/Icons.h"
-#include "ui/controls/PlainText.h"
 
 #include <QFileInfo>
 
@@ -31,11 +30,11 @@ QVariant FileListModel::data(const QModelIndex &index, int role) const
     switch (role) {
     case Qt::DisplayRole:
         return VisibleText::line(row.name);
+    case Qt::EditRole:
+        return row.name;
     case Qt::DecorationRole:
         return Icons::icon(symbol(row),
                            row.isDirectory ? Theme::Role::Accent : Theme::Role::SecondaryLabel);
-    case Qt::ToolTipRole:
-        return PlainText::toolTip(row.name);
     case Qt::AccessibleTextRole:
         if (row.isDirectory)
             return tr("%1, folder").arg(VisibleText::line(row.name));
@@ -46,6 +45,24 @@ QVariant FileListModel::data(const QModelIndex &index, int role) const
     default:
         return {};
     }
+}
+
+bool FileListModel::setData(const QModelIndex &index, const QVariant &value, int role)
+{
+    if (role != Qt::EditRole || !checkIndex(index, CheckIndexOption::IndexIsValid))
+        return false;
+    const QString oldName = m_rows[index.row()].name;
+    if (value.toString() != oldName)
+        emit nameEdited(oldName, value.toString());
+    return false;
+}
+
+Qt::ItemFlags FileListModel::flags(const QModelIndex &index) const
+{
+    Qt::ItemFlags flags = QAbstractListModel::flags(index);
+    if (index.isValid() && m_rows[index.row()].canChange)
+        flags |= Qt::ItemIsEditable | Qt::ItemIsDragEnabled;
+    return flags;
 }
 
 QString FileListModel::sizeText(qint64 bytes)

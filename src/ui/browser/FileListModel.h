@@ -18,6 +18,8 @@ public:
         bool isDirectory = false;
         /// Bytes, where a browser shows sizes.
         std::optional<qint64> size;
+        /// Can be renamed, copied, moved and deleted.
+        bool canChange = true;
     };
     /// The text at the end of a row.
     static constexpr int SizeTextRole = Qt::UserRole;
@@ -29,11 +31,17 @@ public:
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
+    /// Changes nothing: the entry gets its new name with the next listing.
+    bool setData(const QModelIndex &index, const QVariant &value, int role) override;
+    [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
 
     /// "1023 B", "1.5 KB", "3072.0 KB".
     [[nodiscard]] static QString sizeText(qint64 bytes);
     /// The symbol of a file or folder of that name.
     [[nodiscard]] static QString symbol(const Row &row);
+
+signals:
+    void nameEdited(const QString &oldName, const QString &newName);
 
 private:
     QList<Row> m_rows;

@@ -1,12 +1,22 @@
 #include "ui/browser/FileListView.h"
 
+#include "theme/Theme.h"
 #include "ui/browser/BrowserPane.h"
 #include "ui/browser/FileRowDelegate.h"
+#include "ui/controls/PlainText.h"
 
 #include <QContextMenuEvent>
+#include <QDrag>
+#include <QHelpEvent>
+#include <QItemSelectionModel>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QMenu>
+#include <QMimeData>
+#include <QPainter>
+#include <QPointer>
 #include <QScrollBar>
+#include <QToolTip>
 
 #include <algorithm>
 #include <utility>
@@ -22,7 +32,8 @@ FileListView::FileListView(QWidget *parent)
     setFrameShape(QFrame::NoFrame);
     setUniformItemSizes(true); // a folder of 20,000 entries is laid out at once
     setEditTriggers(NoEditTriggers);
-    setSelectionMode(SingleSelection);
+    setSelectionMode(ExtendedSelection);
+    setDragEnabled(true);
     setVerticalScrollMode(ScrollPerPixel);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // long names are shortened
     connect(this, &QListView::doubleClicked, this,
@@ -31,26 +42,73 @@ FileListView::FileListView(QWidget *parent)
 
 void FileListView::showRows(QList<FileListModel::Row> rows, const QString &folder)
 {
+    Listing listing{std::move(rows), folder};
+    if (state() == EditingState && folder == m_folder)
+        m_pending = std::move(listing);
+    else
+        show(std::move(listing));
+}
+
+void FileListView::show(Listing listing)
+{
+    m_pending.reset();
+    const QString folder = listing.folder;
     const bool isSameFolder = folder == m_folder;
     const QModelIndex current = currentIndex();
     if (current.isValid() || !isSameFolder) {
         m_chosenName = current.isValid() ? m_model->rows().at(current.row()).name : QString();
         m_chosenRow = current.row();
     }
+    QSet<QString> selected;
+    if (isSameFolder) {
+        for (const int row : selectedRows())
+            selected << m_model->rows().at(row).name;
+    }
     const int scrolledTo = isSameFolder ? verticalScrollBar()->value() : 0;
-    m_model->setRows(std::move(rows));
-    const int row = rowToChoose(folder);
+    m_isShowing = true; // one signal at the end is enough
+    m_dropRow = -1;
+    m_model->setRows(std::move(listing.rows));
+    const int awaited = m_awaitedName.isEmpty() ? -1 : rowOf(m_awaitedName);
+    const int row = awaited >= 0 ? awaited : rowToChoose(folder);
     m_folder = folder;
     doItemsLayout(); // now, so that the range to scroll in is the new one
     if (row >= 0)
         setCurrentIndex(m_model->index(row));
-    if (isSameFolder || row < 0)
+    if (awaited < 0 && selected.size() > 1) {
+        QItemSelection selection;
+        for (int i = 0; i < m_model->rowCount(); ++i) {
+            if (selected.contains(m_model->rows().at(i).name))
+                selection.select(m_model->index(i), m_model->index(i));
+        }
+        selectionModel()->select(selection, QItemSelectionModel::Select);
+    }
+    if (awaited < 0 && (isSameFolder || row < 0))
         verticalScrollBar()->setValue(scrolledTo);
+    if (awaited >= 0)
+        m_awaitedName.clear();
+    m_isShowing = false;
+    emit selectedRowsChanged();
+}
+
+void FileListView::chooseName(const QString &name)
+{
+    const int row = rowOf(name);
+    if (row >= 0 && !m_pending)
+        setCurrentIndex(m_model->index(row));
+    else
+        m_awaitedName = name;
+}
+
+int FileListView::rowOf(const QString &name) const
+{
+    const QList<FileListModel::Row> &rows = m_model->rows();
+    const auto found = std::find_if(rows.cbegin(), rows.cend(),
+                                    [&name](const auto &row) { return row.name == name; });
+    return found == rows.cend() ? -1 : static_cast<int>(found - rows.cbegin());
 }
 
 int FileListView::rowToChoose(const QString &folder) const
 {
-    const QList<FileListModel::Row> &rows = m_model->rows();
     QString name;
     if (folder == m_folder) {
         name = m_chosenName;
@@ -59,21 +117,132 @@ int FileListView::rowToChoose(const QString &folder) const
         if (m_folder.startsWith(prefix))
             name = m_folder.sliced(prefix.size()).section(u'/', 0, 0);
     }
-    const auto found = std::find_if(rows.cbegin(), rows.cend(),
-                                    [&name](const auto &row) { return row.name == name; });
-    if (!name.isEmpty() && found != rows.cend())
-        return static_cast<int>(found - rows.cbegin());
-    const int last = static_cast<int>(rows.size()) - 1;
+    const int found = name.isEmpty() ? -1 : rowOf(name);
+    if (found >= 0)
+        return found;
+    const int last = m_model->rowCount() - 1;
     if (folder == m_folder)
         return std::min(m_chosenRow, last); // it was deleted: its neighbour
     // Keyboard users continue from the first row.
     return hasFocus() ? std::min(0, last) : -1;
 }
 
+QList<int> FileListView::selectedRows() const
+{
+    QList<int> rows;
+    for (const QModelIndex &index : selectionModel()->selectedIndexes())
+        rows << index.row();
+    std::sort(rows.begin(), rows.end());
+    return rows;
+}
+
 void FileListView::openMenu(QMenu *menu)
 {
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->popup(m_menuPosition);
+}
+
+void FileListView::editName()
+{
+    const QModelIndex index = currentIndex();
+    if (!index.isValid())
+        return;
+    scrollTo(index);
+    edit(index);
+    // Qt selects all of the name; the extension usually stays.
+    auto *field = viewport()->findChild<QLineEdit *>(FileRowDelegate::editorName);
+    const QString name = index.data(Qt::EditRole).toString();
+    const qsizetype dot = name.lastIndexOf(u'.');
+    if (field && dot > 0)
+        field->setSelection(0, static_cast<int>(dot));
+}
+
+void FileListView::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint hint)
+{
+    QListView::closeEditor(editor, hint);
+    if (m_pending)
+        show(*std::exchange(m_pending, std::nullopt));
+}
+
+void FileListView::setMakeDragData(std::function<std::unique_ptr<QMimeData>()> make)
+{
+    m_makeDragData = std::move(make);
+}
+
+void FileListView::startDrag(Qt::DropActions)
+{
+    std::unique_ptr<QMimeData> dragged = m_makeDragData ? m_makeDragData() : nullptr;
+    if (!dragged)
+        return;
+    const QPointer<FileListView> self = this;
+    auto *drag = new QDrag(this);
+    drag->setPixmap(dragPixmap());
+    drag->setHotSpot(QPoint(-12, drag->pixmap().height() / 2));
+    drag->setMimeData(dragged.release());
+    // Qt offers no other way to start a drag than one that returns at its end.
+    m_isDragSource = true;
+    const Qt::DropAction action = drag->exec(Qt::CopyAction | Qt::MoveAction, Qt::CopyAction);
+    if (!self)
+        return;
+    m_isDragSource = false;
+    if (action == Qt::MoveAction)
+        emit movedAway();
+}
+
+/// The symbol and the name of the dragged entry, or how many there are.
+QPixmap FileListView::dragPixmap() const
+{
+    const QList<int> rows = selectedRows();
+    if (rows.isEmpty())
+        return {};
+    const QModelIndex first = m_model->index(rows.first());
+    const QString text =
+        rows.size() == 1 ? first.data().toString() : tr("%1 items").arg(rows.size());
+    const QString shown = fontMetrics().elidedText(text, Qt::ElideMiddle, 200);
+    const QSize size(fontMetrics().horizontalAdvance(shown) + 38, fontMetrics().height() + 10);
+    QPixmap pixmap(size * devicePixelRatioF());
+    pixmap.setDevicePixelRatio(devicePixelRatioF());
+    pixmap.fill(Qt::transparent);
+    const Theme &theme = Theme::of(palette());
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(theme.color(Theme::Role::Separator));
+    painter.setBrush(theme.color(Theme::Role::ControlBackground));
+    painter.drawRoundedRect(QRectF(QPointF(0.5, 0.5), QSizeF(size) - QSizeF(1, 1)), 5, 5);
+    first.data(Qt::DecorationRole)
+        .value<QIcon>()
+        .paint(&painter, QRect(8, (size.height() - 16) / 2, 16, 16));
+    painter.setFont(font());
+    painter.setPen(theme.color(Theme::Role::Label));
+    painter.drawText(QRect(30, 0, size.width() - 30, size.height()), Qt::AlignVCenter, shown);
+    return pixmap;
+}
+
+void FileListView::setDropRow(int row)
+{
+    if (std::exchange(m_dropRow, row) != row)
+        viewport()->update();
+}
+
+void FileListView::paintEvent(QPaintEvent *event)
+{
+    QListView::paintEvent(event);
+    if (m_dropRow < 0)
+        return;
+    const Theme &theme = Theme::of(palette());
+    QPainter painter(viewport());
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(theme.color(Theme::Role::Accent), 2));
+    painter.drawRoundedRect(QRectF(visualRect(m_model->index(m_dropRow))).adjusted(2, 1, -2, -1), 4,
+                            4);
+}
+
+void FileListView::selectionChanged(const QItemSelection &selected,
+                                    const QItemSelection &deselected)
+{
+    QListView::selectionChanged(selected, deselected);
+    if (!m_isShowing)
+        emit selectedRowsChanged();
 }
 
 void FileListView::keyPressEvent(QKeyEvent *event)
@@ -89,6 +258,12 @@ void FileListView::keyPressEvent(QKeyEvent *event)
         emit menuRequested(current.row());
     } else if (isEnter && current.isValid()) {
         emit opened(current.row());
+    } else if (event->matches(QKeySequence::Copy)) {
+        copy();
+    } else if (event->matches(QKeySequence::Cut)) {
+        cut();
+    } else if (event->matches(QKeySequence::Paste)) {
+        paste();
     } else if (BrowserPane::isUpKey(*event)) {
         event->ignore(); // the pane's
     } else {
@@ -99,11 +274,37 @@ void FileListView::keyPressEvent(QKeyEvent *event)
 void FileListView::contextMenuEvent(QContextMenuEvent *event)
 {
     // The menu key comes as a key press too, on every platform.
-    const QModelIndex index = indexAt(event->pos());
-    if (event->reason() != QContextMenuEvent::Mouse || !index.isValid())
+    if (event->reason() != QContextMenuEvent::Mouse)
         return;
     m_menuPosition = event->globalPos();
+    const QModelIndex index = indexAt(event->pos());
+    if (index.isValid() && !selectionModel()->isSelected(index))
+        setCurrentIndex(index);
     emit menuRequested(index.row());
+}
+
+bool FileListView::viewportEvent(QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QListView::viewportEvent(event);
+    const auto *help = static_cast<QHelpEvent *>(event);
+    const QModelIndex index = indexAt(help->pos());
+    m_toolTipPosition = help->globalPos();
+    if (index.isValid())
+        emit toolTipRequested(index.row());
+    else
+        QToolTip::hideText();
+    return true;
+}
+
+void FileListView::showToolTip(int row, const QString &text)
+{
+    const QPoint mouse = viewport()->mapFromGlobal(QCursor::pos());
+    if (indexAt(viewport()->mapFromGlobal(m_toolTipPosition)).row() != row
+        || !viewport()->rect().contains(mouse))
+        return;
+    QToolTip::showText(m_toolTipPosition, PlainText::toolTip(text), viewport(),
+                       visualRect(m_model->index(row)));
 }
 
 } // namespace Korvane

@@ -4,6 +4,7 @@
 #include "ui/browser/FileListModel.h"
 
 #include <QApplication>
+#include <QLineEdit>
 #include <QPainter>
 
 namespace Korvane {
@@ -50,6 +51,31 @@ void FileRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &optio
         nameRect, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
         option.fontMetrics.elidedText(index.data().toString(), Qt::ElideMiddle, nameRect.width()));
     painter->restore();
+}
+
+QWidget *FileRowDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem &,
+                                       const QModelIndex &index) const
+{
+    auto *editor = new QLineEdit(parent);
+    editor->setObjectName(editorName);
+    editor->setAccessibleName(tr("New name of %1").arg(index.data(Qt::DisplayRole).toString()));
+    return editor;
+}
+
+void FileRowDelegate::setEditorData(QWidget *editor, const QModelIndex &index) const
+{
+    static_cast<QLineEdit *>(editor)->setText(index.data(Qt::EditRole).toString());
+}
+
+void FileRowDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,
+                                           const QModelIndex &) const
+{
+    QRect room = option.rect;
+    room.setLeft(room.left() + margin + iconSize);
+    const int height = std::max(room.height(), editor->sizeHint().height());
+    room.setTop(room.center().y() - height / 2);
+    room.setHeight(height);
+    editor->setGeometry(room);
 }
 
 QSize FileRowDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &) const

@@ -18,6 +18,7 @@ Actions::Actions(AppState &state, QMainWindow &window)
 {
     addFileCommands();
     addEditCommands();
+    addBrowserCommands();
     addPaneCommands();
     addRunCommands();
     addDebugCommands();
@@ -61,6 +62,19 @@ void Actions::addEditCommands()
     addEdit(SelectAll, tr("Select &All"), QKeySequence::SelectAll, "selectAll");
     add(FindInFiles, tr("Find in F&iles…"), KeyText::sequence(u"⇧⌘F"));
     add(ShowPreferences, tr("Prefere&nces…"), KeyText::sequence(u"⌘,"));
+}
+
+void Actions::addBrowserCommands()
+{
+    add(OpenEntries, tr("&Open"));
+    add(CopyEntries, tr("&Copy to Device"));
+    add(CreateFile, tr("New &File…"), KeyText::sequence(u"⌥⌘N"));
+    add(CreateFolder, tr("New Fol&der…"), KeyText::sequence(u"⇧⌘N"));
+    add(RenameEntry, tr("&Rename…"), Qt::Key_F2);
+    add(DeleteEntries, tr("De&lete…"), Qt::Key_Delete);
+    // Elsewhere these keys belong to what has the focus.
+    for (const Command command : {RenameEntry, DeleteEntries})
+        m_actions[command]->setShortcutContext(Qt::WidgetShortcut);
 }
 
 void Actions::addPaneCommands()

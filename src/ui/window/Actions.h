@@ -21,8 +21,8 @@ class AppState;
 /// Menus, toolbar and debug bar show these actions, and none makes a second one for a command.
 ///
 /// Commands on the state are connected here. Commands of a view or of the assistant's server
-/// (CloseFile, FindInFiles, ShowPreferences, from NextFile to ResetZoom, RunPiece, FollowTraceback
-/// and the last four) are connected by their owners.
+/// (CloseFile, FindInFiles, ShowPreferences, from NextFile to ResetZoom, RunPiece, FollowTraceback,
+/// those of the file browser and the last four) are connected by their owners.
 class Actions final : public QObject
 {
     Q_OBJECT
@@ -44,6 +44,12 @@ public:
         SelectAll,
         FindInFiles,
         ShowPreferences,
+        OpenEntries, // of the file browser that is shown, as the following
+        CopyEntries,
+        CreateFile,
+        CreateFolder,
+        RenameEntry,
+        DeleteEntries,
         ShowLocalFiles,
         ShowDeviceFiles,
         ShowShell,
@@ -88,6 +94,7 @@ signals:
 private:
     void addFileCommands();
     void addEditCommands();
+    void addBrowserCommands();
     void addPaneCommands();
     void addRunCommands();
     void addDebugCommands();

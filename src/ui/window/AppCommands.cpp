@@ -27,6 +27,7 @@ AppCommands::AppCommands(AppState &state, Actions &actions, CodeEditorView &edit
     addRunMenu();
     addDebugMenu();
     addBoardMenu();
+    addBrowserMenu();
 }
 
 void AppCommands::addFileMenu()
@@ -111,6 +112,16 @@ void AppCommands::addBoardMenu()
     menu->addActions({m_actions[Actions::InterruptBoard], m_actions[Actions::ResetBoard]});
     menu->addSeparator();
     menu->addActions({m_actions[Actions::ShowBoardDetails], m_actions[Actions::SetBoardClock]});
+}
+
+void AppCommands::addBrowserMenu()
+{
+    QMenu *menu = m_window.menuBar()->addMenu(tr("Bro&wser"));
+    menu->addActions({m_actions[Actions::OpenEntries], m_actions[Actions::CopyEntries]});
+    menu->addSeparator();
+    menu->addActions({m_actions[Actions::CreateFile], m_actions[Actions::CreateFolder]});
+    menu->addSeparator();
+    menu->addActions({m_actions[Actions::RenameEntry], m_actions[Actions::DeleteEntries]});
 }
 
 void AppCommands::listOpenFiles(QMenu *menu)

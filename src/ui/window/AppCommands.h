@@ -11,7 +11,7 @@ class Actions;
 class AppState;
 class CodeEditorView;
 
-/// The menus File, Edit, View, Run, Debug and Board of the menu bar.
+/// The menus File, Edit, View, Run, Debug, Board and Browser of the menu bar.
 class AppCommands final : public QObject
 {
     Q_OBJECT
@@ -31,6 +31,7 @@ private:
     void addRunMenu();
     void addDebugMenu();
     void addBoardMenu();
+    void addBrowserMenu();
     void listOpenFiles(QMenu *menu);
 
     AppState &m_state;

@@ -53,7 +53,7 @@ void FileChangeBar::follow()
     if (!isVisibleTo(parentWidget()))
         return;
     const bool isDeleted = change == EditorFile::FileChange::Deleted;
-    const QString text = isDeleted ? tr("%1 was deleted by another program.")
+    const QString text = isDeleted ? tr("The file of %1 was deleted. Saving creates it again.")
                                    : tr("%1 was changed by another program.");
     m_text->setText(text.arg(file->name()));
     m_reload->setVisible(!isDeleted);

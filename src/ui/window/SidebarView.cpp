@@ -2,6 +2,7 @@
 
 #include "app/AppState.h"
 #include "theme/Icons.h"
+#include "ui/browser/BrowserCommands.h"
 #include "ui/browser/DeviceFileBrowserView.h"
 #include "ui/browser/FileBrowserView.h"
 #include "ui/controls/Divider.h"
@@ -10,15 +11,22 @@
 #include "ui/controls/PlainText.h"
 #include "ui/controls/ProgressIndicator.h"
 
+#include <QDropEvent>
 #include <QHBoxLayout>
+#include <QMimeData>
 #include <QShortcut>
 #include <QStackedWidget>
 
 #include <algorithm>
+#include <chrono>
 
 namespace Korvane {
 
 namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto dragRestTime = 500ms;
 
 QToolButton *makeTab(const QString &symbol, const QString &title)
 {
@@ -32,7 +40,7 @@ QToolButton *makeTab(const QString &symbol, const QString &title)
 
 } // namespace
 
-SidebarView::SidebarView(AppState &state, QWidget *parent)
+SidebarView::SidebarView(AppState &state, Actions &actions, QWidget *parent)
     : QWidget(parent)
     , m_state(state)
     , m_localTab(makeTab(QStringLiteral("laptopcomputer"), tr("Local")))
@@ -60,12 +68,47 @@ SidebarView::SidebarView(AppState &state, QWidget *parent)
     connect(m_deviceTab, &QToolButton::clicked, this,
             [this] { m_state.setSidebarTab(AppState::SidebarTab::Device); });
     connect(&state, &AppState::sidebarTabChanged, this, &SidebarView::showTab);
+    new BrowserCommands(state, actions, *m_localBrowser, *m_deviceBrowser, this);
+    for (QToolButton *tab : {m_localTab, m_deviceTab}) {
+        tab->setAcceptDrops(true);
+        tab->installEventFilter(this);
+    }
+    m_dragRest.setSingleShot(true);
+    m_dragRest.setInterval(dragRestTime);
+    connect(&m_dragRest, &QTimer::timeout, this, [this] { m_dragTab->click(); });
     showTab();
 }
 
 void SidebarView::focusPane()
 {
     static_cast<BrowserPane *>(m_body->currentWidget())->focusEntries();
+}
+
+bool SidebarView::eventFilter(QObject *watched, QEvent *event)
+{
+    BrowserPane *pane = watched == m_localTab ? m_localBrowser : m_deviceBrowser;
+    switch (event->type()) {
+    case QEvent::DragEnter: {
+        auto *drag = static_cast<QDragEnterEvent *>(event);
+        if (!pane->acceptsDrop(*drag->mimeData()))
+            return false;
+        m_dragTab = watched == m_localTab ? m_localTab : m_deviceTab;
+        m_dragRest.start();
+        drag->acceptProposedAction();
+        return true;
+    }
+    case QEvent::DragLeave:
+        m_dragRest.stop();
+        return true;
+    case QEvent::Drop: {
+        auto *drop = static_cast<QDropEvent *>(event);
+        m_dragRest.stop();
+        drop->setAccepted(pane->dropHere(*drop->mimeData()));
+        return true;
+    }
+    default:
+        return QWidget::eventFilter(watched, event);
+    }
 }
 
 QWidget *SidebarView::makePicker()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QTimer>
 #include <QWidget>
 
 class QStackedWidget;
@@ -7,7 +8,9 @@ class QToolButton;
 
 namespace Korvane {
 
+class Actions;
 class AppState;
+class BrowserPane;
 
 /// The window's left column: the choice between the two file browsers, the chosen one, and the
 /// transfer in progress, with a button that cancels it.
@@ -16,11 +19,13 @@ class SidebarView final : public QWidget
     Q_OBJECT
 
 public:
-    /// \p state must outlive this.
-    explicit SidebarView(AppState &state, QWidget *parent = nullptr);
+    /// Both must outlive this.
+    SidebarView(AppState &state, Actions &actions, QWidget *parent = nullptr);
 
     /// Into the entries of the chosen browser.
     void focusPane();
+    /// A drag over the choice of a browser shows that one; a drop there goes into its folder.
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     [[nodiscard]] QWidget *makePicker();
@@ -31,8 +36,11 @@ private:
     QToolButton *m_localTab;
     QToolButton *m_deviceTab;
     QStackedWidget *m_body;
-    QWidget *m_localBrowser;
-    QWidget *m_deviceBrowser;
+    BrowserPane *m_localBrowser;
+    BrowserPane *m_deviceBrowser;
+    /// Runs while a drag rests over m_dragTab.
+    QTimer m_dragRest;
+    QToolButton *m_dragTab = nullptr;
 };
 
 } // namespace Korvane

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+
+class QDropEvent;
+class QMimeData;
+class QWidget;
+
+namespace Korvane {
+
+class FileListView;
+
+/// Drops on a file browser: on a folder among the entries, on the button of the enclosing folder,
+/// and elsewhere in the pane for the folder that is shown. A folder over which the mouse rests is
+/// opened.
+class PaneDrops final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What the pane decides.
+    class Target
+    {
+    public:
+        virtual ~Target() = default;
+
+        /// Where a drop on \p row goes: the path of that folder; for -1, and for a file, that of
+        /// the folder that is shown.
+        [[nodiscard]] virtual QString dropFolder(int row) const = 0;
+        [[nodiscard]] virtual bool isFolder(int row) const = 0;
+        [[nodiscard]] virtual QString enclosingFolder() const = 0;
+        /// Whether \p data can be dropped anywhere in the pane. If not, the window gets it.
+        [[nodiscard]] virtual bool accepts(const QMimeData &data) const = 0;
+        /// What a drop of \p data does there; IgnoreAction when it is refused.
+        [[nodiscard]] virtual Qt::DropAction dropAction(const QMimeData &data,
+                                                        const QString &folder) const = 0;
+        virtual void drop(const QMimeData &data, const QString &folder) = 0;
+    };
+
+    /// Watches \p pane, its owner. \p target, \p list and \p up must outlive this.
+    PaneDrops(Target &target, QWidget &pane, FileListView &list, QWidget &up);
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+signals:
+    /// The mouse rests over a folder, or with -1 over the button of the enclosing folder.
+    void restedOver(int row);
+
+private:
+    struct Place
+    {
+        QString folder;
+        int row = -1;
+        bool isUp = false;
+    };
+
+    [[nodiscard]] Place placeOf(const QDropEvent &event) const;
+    void follow(QDropEvent &event);
+    void end();
+
+    Target &m_target;
+    QWidget &m_pane;
+    FileListView &m_list;
+    QWidget &m_up;
+    QTimer m_rest;
+    int m_restRow = -1;
+    bool m_restsOnUp = false;
+};
+
+} // namespace Korvane
