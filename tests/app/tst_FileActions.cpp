@@ -119,7 +119,7 @@ private slots:
         SerialPortManager::Roots ports = TestPort::roots();
         ports.extraPorts = m_board.port();
         m_fixture = std::make_unique<AppFixture>(QStringList(), ports);
-        state().link().connectDevice(m_board.port());
+        QVERIFY(state().link().connectDevice(m_board.port()));
         QTRY_VERIFY(state().link().connectionState().isConnected());
         QTRY_VERIFY(!files().isLoadingDeviceFiles());
     }

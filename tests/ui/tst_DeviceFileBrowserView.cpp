@@ -1,13 +1,18 @@
 #include "support/Awaited.h"
+#include "support/Files.h"
 #include "support/ScriptedBoard.h"
 #include "ui/WindowFixture.h"
+#include "ui/browser/BoardPathsMime.h"
 #include "ui/browser/DeviceFileBrowserView.h"
 #include "ui/browser/FileListView.h"
 #include "ui/controls/ElidedLabel.h"
 
 #include <QDir>
+#include <QDropEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
+#include <QMimeData>
 #include <QToolButton>
 
 using namespace Korvane;
@@ -96,6 +101,8 @@ private slots:
             if (program.contains("__LS__"))
                 return ScriptedBoard::reply("__LS__" + m_listing.simplified());
             m_programs << QString::fromUtf8(program);
+            if (program.contains("__LOOK__"))
+                return ScriptedBoard::reply("__LOOK__0");
             if (program.contains("__FILE__"))
                 return ScriptedBoard::reply("__FILE__cHJpbnQoMSkK");
             return ScriptedBoard::reply(program.contains("__EXISTS__") ? "__EXISTS__0" : "__OK__");
@@ -195,6 +202,54 @@ private slots:
         QTRY_COMPARE(shown(), u"main.py, 1023 B"_s);
         QVERIFY(m_programs.join(u' ').contains(u"'/%1 %2.bin'"));
         QTRY_VERIFY(list().hasFocus());
+    }
+
+    void renamesInPlaceAndDeletesSeveral()
+    {
+        connectBoard();
+        choose(3);
+        m_fixture->press(Qt::Key_F2);
+        auto *field = list().findChild<QLineEdit *>(u"renameField"_s);
+        QVERIFY(field);
+        QCOMPARE(field->selectedText(), u"main"_s);
+        QTest::keyClicks(field, u"boot"_s);
+        QTest::keyClick(field, Qt::Key_Return);
+        QTRY_VERIFY(m_programs.join(u' ').contains(u"os.rename('/main.py','/boot.py')"));
+        QTRY_VERIFY(isIdle() && list().isVisible());
+        choose(1);
+        m_fixture->press(Qt::Key_Down, Qt::ShiftModifier);
+        m_fixture->prompts.confirmation.confirmed = false;
+        m_fixture->press(Qt::Key_Delete);
+        QTRY_COMPARE(m_fixture->prompts.asked.size(), 1);
+        QVERIFY(m_fixture->prompts.takeAsked().startsWith(
+            u"Delete 2 items from the device? | Removes “b.bin”, “large.hex” with 2 files"));
+    }
+
+    void takesWhatIsDropped()
+    {
+        connectBoard();
+        const QPoint folder = list().viewport()->mapTo(m_view, list().visualRect(row(0)).center());
+        const auto drop = [&](const QMimeData &dropped) {
+            const Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction;
+            QDragEnterEvent enter(folder, actions, &dropped, Qt::LeftButton, {});
+            QCoreApplication::sendEvent(m_view, &enter);
+            QDropEvent event(folder, actions, &dropped, Qt::LeftButton, {});
+            QCoreApplication::sendEvent(m_view, &event);
+            return event.isAccepted();
+        };
+        const QString path = m_fixture->folder.filePath(u"n.py"_s);
+        put(path, "x");
+        QMimeData urls;
+        urls.setUrls({QUrl::fromLocalFile(path)});
+        QVERIFY(drop(urls));
+        QTRY_VERIFY(m_programs.join(u' ').contains(u"open('/lib/n.py','wb')"));
+        QTRY_VERIFY(isIdle() && list().isVisible());
+        const int connection = m_fixture->state().link().connectionNumber();
+        QVERIFY(drop(*BoardPathsMime::make({u"/main.py"_s}, connection)));
+        QTRY_VERIFY(m_programs.join(u' ').contains(u"os.rename('/main.py','/lib/main.py')"));
+        QVERIFY(!drop(*BoardPathsMime::make({u"/lib"_s}, connection))); // into itself
+        QVERIFY(!drop(*BoardPathsMime::make({u"/main.py"_s}, connection - 1)));
+        QTRY_VERIFY(isIdle());
     }
 
     void tellsWhatIsBeingSent()
