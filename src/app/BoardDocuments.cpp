@@ -20,7 +20,8 @@ BoardDocuments::BoardDocuments(Parts parts, QObject *parent)
 {
 }
 
-QCoro::Task<void> BoardDocuments::openDeviceFile(DeviceFileNode node)
+QCoro::Task<void> BoardDocuments::openDeviceFile(DeviceFileNode node,
+                                                 std::function<void(EditorFile &)> prepare)
 {
     const auto life = m_life.watch();
     const auto board = co_await m_parts.link.boardIdentity();
@@ -47,10 +48,14 @@ QCoro::Task<void> BoardDocuments::openDeviceFile(DeviceFileNode node)
     }
     // It may have been open before, or opened while this read it.
     EditorFile *open = m_parts.documents.fileAt(place);
-    if (!open)
-        m_parts.documents.open(node.name, place, *text);
-    else if (!open->isModified())
+    if (!open) {
+        auto file = std::make_unique<EditorFile>(node.name, place, DocumentText::fromFile(*text));
+        if (prepare)
+            prepare(*file);
+        m_parts.documents.add(std::move(file));
+    } else if (!open->isModified()) {
         open->reload(DocumentText::fromFile(*text));
+    }
 }
 
 QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()

@@ -6,11 +6,14 @@
 #include <QCoro/QCoroTask>
 #include <QObject>
 
+#include <functional>
+
 namespace Korvane {
 
 class DeviceFiles;
 class DeviceLink;
 class DocumentWriter;
+class EditorFile;
 class ErrorReporter;
 class OpenFiles;
 class ShellSink;
@@ -38,7 +41,9 @@ public:
 
     /// Selects the document that belongs there and reads it again unless it has edits, or reads the
     /// file into a new one.
-    QCoro::Task<void> openDeviceFile(DeviceFileNode node);
+    /// \p prepare is called with a new one before it is shown.
+    QCoro::Task<void> openDeviceFile(DeviceFileNode node,
+                                     std::function<void(EditorFile &)> prepare = {});
     /// Writes the selected document to the board: to where it belongs, otherwise into the root
     /// folder, asking before a file there is replaced.
     QCoro::Task<void> sendCurrentFileToDevice();

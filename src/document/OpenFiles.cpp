@@ -83,10 +83,14 @@ bool OpenFiles::selectPlace(const DocumentPlace &place)
 EditorFile &OpenFiles::open(const QString &name, const DocumentPlace &place,
                             const QString &fileText)
 {
-    EditorFile &opened =
-        append(std::make_unique<EditorFile>(name, place, DocumentText::fromFile(fileText)));
+    return add(std::make_unique<EditorFile>(name, place, DocumentText::fromFile(fileText)));
+}
+
+EditorFile &OpenFiles::add(std::unique_ptr<EditorFile> file)
+{
+    EditorFile &added = append(std::move(file));
     emit fileChosen();
-    return opened;
+    return added;
 }
 
 QUuid OpenFiles::openUnsaved(const QString &name, const DocumentPlace &place,
@@ -97,6 +101,21 @@ QUuid OpenFiles::openUnsaved(const QString &name, const DocumentPlace &place,
     const QUuid id = append(std::move(file)).id();
     emit fileChosen();
     return id;
+}
+
+void OpenFiles::moveFile(const QUuid &id, qsizetype index)
+{
+    const auto found = std::find_if(m_openFiles.begin(), m_openFiles.end(),
+                                    [&](const auto &open) { return open->id() == id; });
+    const auto size = static_cast<qsizetype>(m_openFiles.size());
+    if (found == m_openFiles.end() || index < 0 || index >= size)
+        return;
+    const auto to = m_openFiles.begin() + index;
+    if (found < to)
+        std::rotate(found, found + 1, to + 1);
+    else
+        std::rotate(to, found, found + 1);
+    emit openFilesChanged();
 }
 
 void OpenFiles::select(const QUuid &id)
@@ -138,6 +157,7 @@ void OpenFiles::closeFile(const QUuid &id)
                                     [&](const auto &open) { return open->id() == id; });
     if (found == m_openFiles.end())
         return;
+    emit fileClosing(id);
     // Destroyed at the end: the editor shows it until it learns of another one.
     const std::unique_ptr<EditorFile> closed = std::move(*found);
     m_openFiles.erase(found);

@@ -42,6 +42,10 @@ public:
     /// Appends a document with unsaved edits, selects it and returns its id. What its place holds
     /// is not known.
     QUuid openUnsaved(const QString &name, const DocumentPlace &place, const QString &fileText);
+    /// Appends \p file, selects it and returns it.
+    EditorFile &add(std::unique_ptr<EditorFile> file);
+    /// Moves the document to the place \p index among the open ones.
+    void moveFile(const QUuid &id, qsizetype index);
     /// Selects the document; one that is not open changes nothing.
     void select(const QUuid &id);
     /// Replaces the text of the selected document as one edit. Without one nothing happens.
@@ -73,12 +77,14 @@ public:
     [[nodiscard]] EditorFile *fileAt(const DocumentPlace &place) const;
 
 signals:
-    /// Documents were opened or closed.
+    /// Documents were opened, closed or moved.
     void openFilesChanged();
     void selectedFileChanged();
     /// The user has made, opened or chosen a document, which may have been the selected one
     /// already.
     void fileChosen();
+    /// The document is about to be removed.
+    void fileClosing(const QUuid &id);
     /// The document, which has edits that are not saved, is about to be removed, and its text shall
     /// be kept.
     void unsavedClosing(const QUuid &id);

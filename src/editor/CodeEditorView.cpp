@@ -127,10 +127,15 @@ void CodeEditorView::prepareStorage()
 /// Keeps caret and scroll position with the document.
 void CodeEditorView::leaveDocument()
 {
-    m_file->viewState.caret = textCursor();
-    m_file->viewState.firstVisibleLine = firstVisibleBlock().blockNumber() + 1;
+    keepViewState();
     m_file->disconnect(this);
     m_storage->disconnect(this);
+}
+
+void CodeEditorView::keepViewState()
+{
+    m_file->viewState.caret = textCursor();
+    m_file->viewState.firstVisibleLine = firstVisibleBlock().blockNumber() + 1;
 }
 
 const QString &CodeEditorView::text() const

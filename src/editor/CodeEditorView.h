@@ -42,6 +42,8 @@ public:
     /// was left; in one whose caret was never placed, the caret gets the offset it had in the
     /// document before, or goes to the end of a shorter text.
     void showDocument(EditorFile *file);
+    /// Writes caret and scroll position into the document's viewState.
+    void keepViewState();
     /// The text that is shown: with "\n" line ends, also between the pieces of very long lines.
     [[nodiscard]] const QString &text() const;
 

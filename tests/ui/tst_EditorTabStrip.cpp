@@ -6,6 +6,7 @@
 
 #include <QAccessible>
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QDropEvent>
 #include <QLineEdit>
 #include <QMenuBar>
@@ -275,6 +276,55 @@ private slots:
         m_fixture->press(Qt::Key_S, Qt::ControlModifier);
         QTRY_VERIFY(!m_fixture->window().isVisible());
         QVERIFY(!isModified() && bytesOf(path) == bytes);
+    }
+
+    void movesTabsWithTheMouseAndClosesTheOthers()
+    {
+        open(u"a.py b.py c.py"_s);
+        const QPoint from = m_tabs->tabRect(2).center();
+        QTest::mousePress(m_tabs, Qt::LeftButton, {}, from);
+        for (int x = from.x(); x > m_tabs->tabRect(0).left(); x -= 5) {
+            QMouseEvent move(QEvent::MouseMove, QPointF(x, from.y()),
+                             m_tabs->mapToGlobal(QPointF(x, from.y())), Qt::NoButton,
+                             Qt::LeftButton, {});
+            QApplication::sendEvent(m_tabs, &move);
+        }
+        QTest::mouseRelease(m_tabs, Qt::LeftButton, {}, m_tabs->tabRect(0).center());
+        QCOMPARE(shown(), u"[c.py] a.py b.py"_s);
+
+        documents().updateSelectedContent(u"edited"_s);
+        const auto closeOthers = [this](int tab) {
+            const QPoint place = m_tabs->tabRect(tab).center();
+            QContextMenuEvent event(QContextMenuEvent::Mouse, place, m_tabs->mapToGlobal(place));
+            QApplication::sendEvent(m_tabs, &event);
+            auto *entries = m_tabs->findChild<QMenu *>();
+            entries->actions().at(1)->trigger();
+            delete entries;
+        };
+        closeOthers(1); // the question about c.py is canceled
+        QCOMPARE(shown(), u"[c.py*] a.py b.py"_s);
+        m_fixture->prompts.choice = u"Don’t Save"_s;
+        closeOthers(1);
+        QTRY_COMPARE(shown(), u"[a.py]"_s);
+    }
+
+    void hidesAndResizesTheParts()
+    {
+        const auto *sidebar = m_fixture->find<QWidget>("sidebar");
+        const auto *shell = m_fixture->find<QWidget>("shellInput");
+        const int width = sidebar->width();
+        m_fixture->press(Qt::Key_F7, Qt::ControlModifier);
+        QCOMPARE(sidebar->width(), width + 40);
+        m_fixture->press(Qt::Key_F7);
+        QVERIFY(!sidebar->isVisible());
+        m_fixture->press(Qt::Key_F6, Qt::ShiftModifier); // skips what is hidden
+        QVERIFY(shell->hasFocus());
+        m_fixture->press(Qt::Key_F8);
+        QVERIFY(!shell->isVisible() && m_fixture->find<QWidget>("editor")->hasFocus());
+        m_fixture->command(u"&Variables"_s)->trigger();
+        QVERIFY(m_fixture->find<QWidget>("Variables")->isVisible());
+        m_fixture->command(u"&Local Files"_s)->trigger();
+        QVERIFY(sidebar->isVisible());
     }
 
     void hasTheMenusOfTheProgram()

@@ -3,6 +3,7 @@
 #include "theme/Theme.h"
 
 #include <QPainter>
+#include <QStyle>
 #include <QTimerEvent>
 
 namespace Korvane {
@@ -39,7 +40,9 @@ void ProgressIndicator::paintEvent(QPaintEvent *)
 
 void ProgressIndicator::showEvent(QShowEvent *)
 {
-    m_timer.start(stepMilliseconds, this);
+    // Without animations it stands still.
+    if (style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this) > 0)
+        m_timer.start(stepMilliseconds, this);
 }
 
 void ProgressIndicator::hideEvent(QHideEvent *)

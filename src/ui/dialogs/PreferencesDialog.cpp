@@ -138,7 +138,14 @@ void PreferencesDialog::addWindowSection()
 
 void PreferencesDialog::addDocumentSection()
 {
+    Preferences &preferences = m_state.preferences();
     addSection(tr("Documents"));
+    addRow(tr("At the start, open"), Preferences::RestoreAtStart,
+           PreferenceControls::makeChoice(preferences, Preferences::RestoreAtStart,
+                                          {{QStringLiteral("all"), tr("The last files and folder")},
+                                           {QStringLiteral("folder"), tr("The last folder")},
+                                           {QStringLiteral("nothing"), tr("An empty file")}}),
+           tr("the last files and folder"));
     addFlag(tr("Keep unsaved edits in recovery files"), Preferences::KeepRecoveryFiles,
             tr("They survive a crash and the end of the program: View › Unsaved Files."));
     addFlag(tr("Ask before closing a tab with unsaved edits"), Preferences::AskBeforeClosing,

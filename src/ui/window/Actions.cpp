@@ -105,6 +105,7 @@ void Actions::addPaneCommands()
                         QKeySequence(Qt::CTRL | Qt::Key_PageUp)});
     // The editor keeps Tab for itself.
     add(NextPane, tr("Next P&ane"), Qt::Key_F6);
+    add(PreviousPane, tr("Pre&vious Pane"), Qt::SHIFT | Qt::Key_F6);
 
     add(ShowCommands, tr("&Commands…"), KeyText::sequence(u"⇧⌘P"));
     // With and without Shift, which the sign + needs on many keyboards.

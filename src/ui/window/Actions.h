@@ -57,6 +57,7 @@ public:
         NextFile,
         PreviousFile,
         NextPane,
+        PreviousPane,
         ShowCommands,
         ZoomIn,
         ZoomOut,

@@ -32,14 +32,14 @@ AppCommands::AppCommands(AppState &state, Actions &actions, CodeEditorView &edit
 
 void AppCommands::addFileMenu()
 {
-    QMenu *menu = m_window.menuBar()->addMenu(tr("&File"));
-    menu->addActions({m_actions[Actions::NewFile], m_actions[Actions::OpenFile]});
-    menu->addSeparator();
-    menu->addActions({m_actions[Actions::Save], m_actions[Actions::SaveAs]});
-    menu->addSeparator();
-    menu->addAction(m_actions[Actions::SendToDevice]);
-    menu->addSeparator();
-    menu->addActions({m_actions[Actions::CloseFile], m_actions[Actions::Quit]});
+    m_fileMenu = m_window.menuBar()->addMenu(tr("&File"));
+    m_fileMenu->addActions({m_actions[Actions::NewFile], m_actions[Actions::OpenFile]});
+    m_fileMenu->addSeparator();
+    m_fileMenu->addActions({m_actions[Actions::Save], m_actions[Actions::SaveAs]});
+    m_fileMenu->addSeparator();
+    m_fileMenu->addAction(m_actions[Actions::SendToDevice]);
+    m_fileMenu->addSeparator();
+    m_fileMenu->addActions({m_actions[Actions::CloseFile], m_actions[Actions::Quit]});
 }
 
 void AppCommands::addEditMenu()
@@ -74,8 +74,8 @@ void AppCommands::addViewMenu()
     m_viewMenu->addSeparator();
     m_viewMenu->addActions({m_actions[Actions::ShowShell], m_actions[Actions::ShowVariables]});
     m_viewMenu->addSeparator();
-    m_viewMenu->addActions({m_actions[Actions::NextPane], m_actions[Actions::NextFile],
-                            m_actions[Actions::PreviousFile]});
+    m_viewMenu->addActions({m_actions[Actions::NextPane], m_actions[Actions::PreviousPane],
+                            m_actions[Actions::NextFile], m_actions[Actions::PreviousFile]});
     m_viewMenu->addSeparator();
     m_viewMenu->addActions({m_actions[Actions::ShowCommands], m_actions[Actions::ZoomIn],
                             m_actions[Actions::ZoomOut], m_actions[Actions::ResetZoom]});

@@ -21,6 +21,8 @@ public:
     /// outlive this.
     AppCommands(AppState &state, Actions &actions, CodeEditorView &editor, QMainWindow &window);
 
+    /// The menu File, whose last two entries are Close and Quit.
+    [[nodiscard]] QMenu &fileMenu() { return *m_fileMenu; }
     /// The menu View, to which others add at its end.
     [[nodiscard]] QMenu &viewMenu() { return *m_viewMenu; }
 
@@ -38,6 +40,7 @@ private:
     Actions &m_actions;
     CodeEditorView &m_editor;
     QMainWindow &m_window;
+    QMenu *m_fileMenu = nullptr;
     QMenu *m_viewMenu = nullptr;
 };
 

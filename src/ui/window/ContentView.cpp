@@ -12,6 +12,7 @@
 #include "ui/window/EditorTabStrip.h"
 #include "ui/window/IDEToolbar.h"
 #include "ui/window/LocalFileOpening.h"
+#include "ui/window/PaneCommands.h"
 #include "ui/window/SidebarView.h"
 #include "ui/window/WindowCommands.h"
 
@@ -103,6 +104,11 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     columns->setStretchFactor(1, 1);
     columns->setSizes({240, 840});
     setCentralWidget(columns);
+    auto *panes = new PaneCommands(*this, viewMenu());
+    for (const auto page : {Actions::ShowShell, Actions::ShowVariables})
+        connect((*m_commands)[page], &QAction::triggered, panes, &PaneCommands::showLowerPane);
+    for (const auto page : {Actions::ShowLocalFiles, Actions::ShowDeviceFiles})
+        connect((*m_commands)[page], &QAction::triggered, panes, &PaneCommands::showSidebar);
 
     setMinimumSize(QSize(560, 400).expandedTo(minimumSizeHint()));
     resize(QSize(1080, 740).boundedTo(screen()->availableSize() * 9 / 10));
@@ -116,6 +122,16 @@ ContentView::ContentView(AppState &state, QWidget *parent)
             edit->installEventFilter(this);
     });
     m_editorArea->editor().setFocus();
+}
+
+CodeEditorView &ContentView::editor()
+{
+    return m_editorArea->editor();
+}
+
+QMenu &ContentView::fileMenu()
+{
+    return m_menus->fileMenu();
 }
 
 QMenu &ContentView::viewMenu()
@@ -137,7 +153,8 @@ void ContentView::connectTabs()
 void ContentView::connectFocus()
 {
     const Actions &commands = *m_commands;
-    connect(commands[Actions::NextPane], &QAction::triggered, this, &ContentView::focusNextPane);
+    connect(commands[Actions::NextPane], &QAction::triggered, this, [this] { focusPane(1); });
+    connect(commands[Actions::PreviousPane], &QAction::triggered, this, [this] { focusPane(-1); });
     for (const auto page : {Actions::ShowShell, Actions::ShowVariables})
         connect(commands[page], &QAction::triggered, m_bottomPane, &BottomPane::focusPane);
     const auto focusEditor = [this] { m_editorArea->editor().setFocus(); };
@@ -254,15 +271,27 @@ void ContentView::openDropped(const QMimeData *dropped)
     }
 }
 
-void ContentView::focusNextPane()
+void ContentView::focusPane(int step)
 {
+    const QList<QWidget *> panes{m_editorArea, m_bottomPane, m_sidebar};
     const QWidget *focused = QApplication::focusWidget();
-    if (m_editorArea->isAncestorOf(focused))
-        m_bottomPane->focusPane();
-    else if (m_bottomPane->isAncestorOf(focused))
-        m_sidebar->focusPane();
-    else
+    const auto count = static_cast<int>(panes.size());
+    const auto holdsFocus = [&](const QWidget *pane) { return pane->isAncestorOf(focused); };
+    const auto found = std::find_if(panes.begin(), panes.end(), holdsFocus);
+    // From the toolbar into the editor.
+    int next = found == panes.end() ? 0 : static_cast<int>(found - panes.begin()) + step;
+    while (panes[(next + count) % count]->isHidden()) // the editor never is
+        next += step;
+    switch ((next + count) % count) {
+    case 0:
         m_editorArea->editor().setFocus();
+        break;
+    case 1:
+        m_bottomPane->focusPane();
+        break;
+    default:
+        m_sidebar->focusPane();
+    }
 }
 
 bool ContentView::isOwnShortcut(const QKeySequence &keys) const

@@ -12,6 +12,7 @@ class Actions;
 class AppCommands;
 class AppState;
 class BottomPane;
+class CodeEditorView;
 class EditorArea;
 class IDEToolbar;
 class SidebarView;
@@ -28,7 +29,9 @@ public:
     explicit ContentView(AppState &state, QWidget *parent = nullptr);
 
     [[nodiscard]] const Actions &commands() const { return *m_commands; }
+    [[nodiscard]] QMenu &fileMenu();
     [[nodiscard]] QMenu &viewMenu();
+    [[nodiscard]] CodeEditorView &editor();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -44,7 +47,8 @@ private:
     void connectTabs();
     void connectFocus();
     void runPiece();
-    void focusNextPane();
+    /// In the order editor, lower pane, sidebar; to the one before with \p step -1.
+    void focusPane(int step);
     [[nodiscard]] bool isOwnShortcut(const QKeySequence &keys) const;
 
     AppState &m_state;

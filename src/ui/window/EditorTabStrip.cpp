@@ -7,8 +7,13 @@
 #include "ui/controls/PlainText.h"
 #include "ui/controls/TabCloseButton.h"
 
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QPointer>
 #include <QScopedValueRollback>
 #include <QStyleOption>
 #include <QWheelEvent>
@@ -93,12 +98,17 @@ void EditorTabStrip::follow()
         if (!documents.file(idAt(index)))
             removeTab(index);
     }
-    // The order of documents never changes: new ones are at the end.
     const QList<EditorFile *> files = documents.openFiles();
-    for (qsizetype i = count(); i < files.size(); ++i) {
-        const int index = addTab(QString());
-        setTabData(index, files[i]->id());
-        showFile(index, *files[i]);
+    for (int i = 0; i < static_cast<int>(files.size()); ++i) {
+        const int shown = indexOf(files[i]->id());
+        if (shown >= 0) {
+            if (shown != i)
+                moveTab(shown, i);
+            continue;
+        }
+        insertTab(i, QString());
+        setTabData(i, files[i]->id());
+        showFile(i, *files[i]);
     }
     setCurrentIndex(indexOf(documents.selectedFileID()));
 }
@@ -153,6 +163,58 @@ void EditorTabStrip::step(int tabs)
         setCurrentIndex(((currentIndex() + tabs) % count() + count()) % count());
 }
 
+QCoro::Task<void> EditorTabStrip::closeOthers(QUuid kept)
+{
+    const QPointer<EditorTabStrip> self = this;
+    for (const EditorFile *file : m_state.documents().openFiles()) {
+        const QUuid id = file->id();
+        if (id == kept)
+            continue;
+        co_await m_state.saving().close(id);
+        if (!self || m_state.documents().file(id)) // the question was canceled
+            co_return;
+    }
+}
+
+void EditorTabStrip::contextMenuEvent(QContextMenuEvent *event)
+{
+    const bool isKey = event->reason() == QContextMenuEvent::Keyboard;
+    const int index = isKey ? currentIndex() : tabAt(event->pos());
+    const EditorFile *file = m_state.documents().file(idAt(index));
+    if (!file)
+        return;
+    const QUuid id = file->id();
+    const QString path = file->place().path;
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(tr("&Close"), this, [this, id] { close(indexOf(id)); });
+    menu->addAction(tr("Close &Others"), this, [this, id] { closeOthers(id); })
+        ->setEnabled(count() > 1);
+    menu->addAction(tr("Copy &Path"), this, [path] { QGuiApplication::clipboard()->setText(path); })
+        ->setEnabled(!path.isEmpty());
+    menu->popup(isKey ? mapToGlobal(tabRect(index).center()) : event->globalPos());
+}
+
+void EditorTabStrip::mouseMoveEvent(QMouseEvent *event)
+{
+    // QTabBar would draw the dragged tab in the style's way.
+    if (!(event->buttons() & Qt::LeftButton) || m_dragged.isNull())
+        return QTabBar::mouseMoveEvent(event);
+    const QPoint position = event->position().toPoint();
+    if (!m_isDragging
+        && (position - m_pressed).manhattanLength() < QApplication::startDragDistance())
+        return;
+    m_isDragging = true;
+    const int from = indexOf(m_dragged);
+    const int to = tabAt(QPoint(position.x(), height() / 2));
+    if (from < 0 || to < 0 || to == from)
+        return;
+    // Over the far half of the other tab, so that it does not move back at the next event.
+    const int middle = tabRect(to).center().x();
+    if (to > from ? position.x() > middle : position.x() < middle)
+        m_state.documents().moveFile(m_dragged, to);
+}
+
 int EditorTabStrip::indexOf(const QUuid &id) const
 {
     for (int index = 0; index < count(); ++index) {
@@ -168,10 +230,14 @@ void EditorTabStrip::mousePressEvent(QMouseEvent *event)
         m_middlePressed = tabAt(event->position().toPoint());
     else
         QTabBar::mousePressEvent(event);
+    m_isDragging = false;
+    m_pressed = event->position().toPoint();
+    m_dragged = event->button() == Qt::LeftButton ? idAt(tabAt(m_pressed)) : QUuid();
 }
 
 void EditorTabStrip::mouseReleaseEvent(QMouseEvent *event)
 {
+    m_dragged = {};
     if (event->button() != Qt::MiddleButton) {
         QTabBar::mouseReleaseEvent(event);
         return;

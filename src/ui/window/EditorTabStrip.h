@@ -2,14 +2,15 @@
 
 #include "document/EditorFile.h"
 
+#include <QCoro/QCoroTask>
 #include <QTabBar>
 
 namespace Korvane {
 
 class AppState;
 
-/// One tab for each open document, in their order. A tab shows that its document has edits that
-/// are not saved, in place of its close button.
+/// One tab for each open document, in their order, which the mouse can change. A tab shows that its
+/// document has edits that are not saved, in place of its close button.
 class EditorTabStrip final : public QTabBar
 {
     Q_OBJECT
@@ -25,6 +26,8 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
@@ -35,12 +38,16 @@ private:
     void follow();
     void showFile(int index, const EditorFile &file);
     void close(int index);
+    QCoro::Task<void> closeOthers(QUuid kept);
     [[nodiscard]] QUuid idAt(int index) const { return tabData(index).toUuid(); }
     [[nodiscard]] int indexOf(const QUuid &id) const;
 
     AppState &m_state;
     bool m_isFollowing = false;
     int m_middlePressed = -1;
+    QUuid m_dragged; // the document of the tab on which the left button is held
+    QPoint m_pressed;
+    bool m_isDragging = false;
     int m_turned = 0; // part of a wheel notch, in eighths of a degree
 };
 

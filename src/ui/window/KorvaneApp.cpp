@@ -2,7 +2,9 @@
 
 #include "app/CommandLine.h"
 #include "app/FileSettings.h"
+#include "app/Workspace.h"
 #include "document/RecoveryFiles.h"
+#include "editor/CodeEditorView.h"
 #include "mcp/BoardTools.h"
 #include "mcp/MCPServer.h"
 #include "ui/controls/Accessibility.h"
@@ -16,8 +18,10 @@
 #include "ui/window/LocalFileOpening.h"
 #include "ui/window/PreferenceEffects.h"
 #include "ui/window/RecoveryFilesMenu.h"
+#include "ui/window/StartPage.h"
 #include "ui/window/Translations.h"
 #include "ui/window/WindowState.h"
+#include "ui/window/WorkspaceMenu.h"
 
 #include <QAction>
 #include <QApplication>
@@ -101,6 +105,7 @@ KorvaneApp::KorvaneApp()
     m_prompts.setStopServer([this] { m_server->stop(); });
     new RecoveryFilesMenu(*m_unsavedCopies, m_prompts, m_window->viewMenu());
     new WindowState(WindowState::defaultPath(), *m_window); // the window's own
+    makeWorkspace();
 }
 
 KorvaneApp::KorvaneApp(AppState::Dependencies dependencies)
@@ -142,6 +147,19 @@ void KorvaneApp::makeWindow()
     connectPreferences();
 }
 
+void KorvaneApp::makeWorkspace()
+{
+    m_workspace = std::make_unique<Workspace>(m_state, WorkspaceFile::defaultPath());
+    m_workspace->setCollector([this] {
+        if (m_window)
+            m_window->editor().keepViewState();
+    });
+    new WorkspaceMenu(*m_workspace, m_state, m_window->fileMenu(),
+                      m_window->commands()[Actions::CloseFile]);
+    new StartPage(*m_workspace, m_state, m_window->editor());
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit, m_workspace.get(), &Workspace::save);
+}
+
 void KorvaneApp::connectPreferences()
 {
     Preferences &preferences = m_state.preferences();
@@ -161,6 +179,8 @@ void KorvaneApp::connectPreferences()
 void KorvaneApp::show()
 {
     m_window->show();
+    if (m_workspace)
+        m_workspace->restore();
     // Qt draws the icon in many sizes, so this comes after the window's first frame. A timer of 0
     // ms would end before the X server's expose event arrives.
     QTimer::singleShot(iconDelay, m_window.get(),

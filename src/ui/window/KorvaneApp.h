@@ -18,6 +18,7 @@ struct CommandLine;
 class MCPServer;
 class PreferencesDialog;
 class RecoveryFiles;
+class Workspace;
 
 /// The program: its settings, its one state and its window, in the order in which they need each
 /// other.
@@ -52,6 +53,7 @@ public:
 private:
     [[nodiscard]] AppState::Dependencies withServer(AppState::Dependencies dependencies);
     void makeWindow();
+    void makeWorkspace();
     void connectPreferences();
 
     std::unique_ptr<FileSettings> m_settings; // null when they came from outside
@@ -60,6 +62,7 @@ private:
     AppState m_state;
     std::unique_ptr<Appearance> m_appearance;
     std::unique_ptr<RecoveryFiles> m_unsavedCopies;  // null with dependencies from outside
+    std::unique_ptr<Workspace> m_workspace;          // null with dependencies from outside
     std::unique_ptr<ContentView> m_window;           // goes first: it shows the state
     QPointer<PreferencesDialog> m_preferencesDialog; // the window's; null until it is first opened
 };

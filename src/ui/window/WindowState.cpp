@@ -19,6 +19,11 @@ namespace {
 const QString geometryKey = QStringLiteral("geometry");
 const QString zoomKey = QStringLiteral("zoom"); // percent
 
+QString hiddenKey(const QSplitter &splitter, int part)
+{
+    return splitter.objectName() + QStringLiteral("Hidden") + QString::number(part);
+}
+
 } // namespace
 
 QString WindowState::defaultPath()
@@ -42,19 +47,27 @@ WindowState::WindowState(const QString &path, QMainWindow &window)
         connect(m_zoom, &TextZoom::changed, &m_rest, qOverload<>(&QTimer::start));
     for (const QSplitter *splitter : m_splitters)
         connect(splitter, &QSplitter::splitterMoved, &m_rest, qOverload<>(&QTimer::start));
+    for (const QSplitter *splitter : m_splitters) {
+        for (int part = 0; part < splitter->count(); ++part)
+            splitter->widget(part)->installEventFilter(this);
+    }
 }
 
 bool WindowState::eventFilter(QObject *watched, QEvent *event)
 {
     switch (event->type()) {
+    case QEvent::HideToParent:
+    case QEvent::ShowToParent:
+        m_rest.start();
+        break;
     case QEvent::Move:
     case QEvent::Resize:
     case QEvent::WindowStateChange:
-        if (m_window.isVisible())
+        if (watched == &m_window && m_window.isVisible())
             m_rest.start();
         break;
     case QEvent::Close:
-        if (m_rest.isActive())
+        if (watched == &m_window && m_rest.isActive())
             save();
         break;
     default:
@@ -71,6 +84,12 @@ void WindowState::restore()
         splitter->restoreState(file.value(splitter->objectName()).toByteArray());
     if (const int percent = file.value(zoomKey).toInt(); m_zoom && percent > 0)
         m_zoom->setPercent(percent);
+    for (QSplitter *splitter : m_splitters) {
+        for (int part = 0; part < splitter->count(); ++part) {
+            if (file.value(hiddenKey(*splitter, part)).toBool())
+                splitter->widget(part)->hide();
+        }
+    }
 }
 
 void WindowState::save()
@@ -82,6 +101,10 @@ void WindowState::save()
         file.setValue(splitter->objectName(), splitter->saveState());
     if (m_zoom)
         file.setValue(zoomKey, m_zoom->percent());
+    for (const QSplitter *splitter : m_splitters) {
+        for (int part = 0; part < splitter->count(); ++part)
+            file.setValue(hiddenKey(*splitter, part), splitter->widget(part)->isHidden());
+    }
 }
 
 } // namespace Korvane

@@ -1,0 +1,103 @@
+#pragma once
+
+#include "app/WorkspaceFile.h"
+#include "base/Background.h"
+#include "base/Lifetime.h"
+#include "document/EditorFile.h"
+
+#include <QCoro/QCoroTask>
+#include <QHash>
+#include <QObject>
+#include <QTimer>
+#include <QUuid>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace Korvane {
+
+class AppState;
+
+/// Brings documents and folders back: those that were open when the program ended, those that were
+/// used lately, and those that were closed since the start. The preference RestoreAtStart decides
+/// what a start opens.
+///
+/// All of it is in a state file, readable by its owner only, which is written a second after a
+/// change and by save(). Files are read and written in the background. Main thread only.
+class Workspace final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// \p state must outlive this. Nothing is read before restore().
+    Workspace(AppState &state, const QString &path, QObject *parent = nullptr);
+    /// Writes what save() was told, and waits for it.
+    ~Workspace() override;
+
+    /// Called before the caret and the scroll position of the shown document are needed, to have
+    /// them written into EditorFile::viewState.
+    void setCollector(std::function<void()> collect) { m_collect = std::move(collect); }
+
+    /// Reads the state file, once, and opens what the preference says. Files that can't be read are
+    /// named in one line of the Shell. The first, empty document is closed when there are others.
+    QCoro::Task<void> restore();
+    /// Writes the state now, unless it is as written, or before restore() is done.
+    void save();
+
+    /// Opens the document that was closed last, with the edits that it had. Nothing without one.
+    QCoro::Task<void> reopenClosed();
+    /// Opens the documents of the connected board that were open when the program ended.
+    QCoro::Task<void> openBoardDocuments();
+
+    [[nodiscard]] const QStringList &recentFiles() const { return m_recentFiles; }
+    [[nodiscard]] const QStringList &recentFolders() const { return m_recentFolders; }
+    void clearRecent();
+    [[nodiscard]] bool hasClosed() const { return !m_closed.isEmpty(); }
+    /// How many documents openBoardDocuments() would open.
+    [[nodiscard]] qsizetype boardDocumentCount() const { return m_ofThisBoard.size(); }
+
+signals:
+    /// What a menu shows of this has changed.
+    void changed();
+
+private:
+    struct Read;
+    struct Closed
+    {
+        QString name;
+        WorkspaceFile::Document document;
+        /// Of a document with edits, or without a file.
+        std::optional<DocumentText> text;
+        std::optional<DocumentText> savedText;
+    };
+
+    [[nodiscard]] WorkspaceFile::Document describe(const EditorFile &file) const;
+    [[nodiscard]] WorkspaceFile snapshot();
+    [[nodiscard]] QCoro::Task<std::optional<Read>> read(QString path);
+    [[nodiscard]] QCoro::Task<bool> openDocuments(QList<WorkspaceFile::Document> documents,
+                                                  int selected, QUuid first);
+    void note();
+    void noteFiles();
+    void keepClosing(const QUuid &id);
+    QCoro::Task<void> offerBoardDocuments();
+
+    AppState &m_state;
+    const QString m_path;
+    std::function<void()> m_collect = [] {};
+    bool m_isReady = false;
+    QByteArray m_written;
+    QTimer m_delay;
+    QHash<QUuid, QString> m_knownPaths;
+    QStringList m_recentFiles;
+    QStringList m_recentFolders;
+    QList<Closed> m_closed; // the last one was closed last
+    /// Documents of boards that were open and have not been opened again.
+    QList<WorkspaceFile::Document> m_boardDocuments;
+    QList<WorkspaceFile::Document> m_ofThisBoard;
+    Background m_background;
+    Background m_writer{1};
+    Lifetime m_life;
+};
+
+} // namespace Korvane

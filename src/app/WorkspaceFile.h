@@ -1,0 +1,53 @@
+#pragma once
+
+#include "document/DocumentPlace.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QStringList>
+
+namespace Korvane {
+
+/// What the program remembers of its documents and folders from one start to the next, as a JSON
+/// file. Values only: any thread.
+struct WorkspaceFile
+{
+    static constexpr qsizetype maxDocuments = 100;
+    static constexpr qsizetype maxRecent = 10;
+
+    /// How an open document was left.
+    struct Document
+    {
+        DocumentPlace place;
+        /// In characters from the start.
+        int caret = 0;
+        /// From 1.
+        int firstVisibleLine = 1;
+        /// Lines from 1, ascending.
+        QList<int> breakpoints;
+
+        friend bool operator==(const Document &, const Document &) = default;
+    };
+
+    /// In the order of the tabs.
+    QList<Document> documents;
+    /// Index of the selected document; -1 when it is not among them.
+    int selected = -1;
+    QString folder;
+    /// Local paths, the latest first.
+    QStringList recentFiles;
+    QStringList recentFolders;
+
+    /// $XDG_STATE_HOME/korvane/workspace.json, by default below ~/.local/state.
+    [[nodiscard]] static QString defaultPath();
+    /// What can be understood of \p json; nothing of a damaged one.
+    [[nodiscard]] static WorkspaceFile fromJson(const QByteArray &json);
+    [[nodiscard]] QByteArray toJson() const;
+
+    /// Puts \p path first into \p recent, once, and drops what is too many.
+    static void addRecent(QStringList &recent, const QString &path);
+
+    friend bool operator==(const WorkspaceFile &, const WorkspaceFile &) = default;
+};
+
+} // namespace Korvane

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+
+class QAction;
+class QMenu;
+
+namespace Korvane {
+
+class AppState;
+class Workspace;
+
+/// The commands of the menu File that bring documents and folders back.
+class WorkspaceMenu final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Puts the commands into \p file before \p next, and becomes its child. \p workspace and
+    /// \p state must outlive this.
+    WorkspaceMenu(Workspace &workspace, AppState &state, QMenu &file, QAction *next);
+
+private:
+    void fillRecent();
+    void addPaths(const QStringList &paths, bool areFolders);
+    void update();
+
+    Workspace &m_workspace;
+    AppState &m_state;
+    QMenu *m_recent;
+    QAction *m_reopenClosed;
+    QAction *m_reopenOfBoard;
+};
+
+} // namespace Korvane
