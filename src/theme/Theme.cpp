@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 
 #include <algorithm>
+#include <cmath>
 
 namespace Korvane {
 
@@ -48,15 +49,61 @@ constexpr std::array<Entry, Theme::roleCount> table{{
     {0x47ffc400, 0x47ffd60a}, // PausedBand
 }};
 
+constexpr double highContrast = 7;
+
+/// As the WCAG define it.
+double luminance(const QColor &color)
+{
+    const auto linear = [](double part) {
+        return part <= 0.03928 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+    };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF())
+        + 0.0722 * linear(color.blueF());
+}
+
+double contrastOf(const QColor &a, const QColor &b)
+{
+    const auto [dark, light] = std::minmax({luminance(a), luminance(b)});
+    return (light + 0.05) / (dark + 0.05);
+}
+
+/// \p color with a tenth of \p other.
+QColor mixed(const QColor &color, const QColor &other)
+{
+    const auto part = [](int from, int to) { return (9 * from + to) / 10; };
+    return QColor(part(color.red(), other.red()), part(color.green(), other.green()),
+                  part(color.blue(), other.blue()));
+}
+
 } // namespace
 
-Theme::Theme(bool isDark)
+Theme::Theme(bool isDark, Contrast contrast)
     : m_isDark(isDark)
 {
     std::transform(table.begin(), table.end(), m_colors.begin(), [isDark](const Entry &entry) {
         return QColor::fromRgba(isDark ? entry.dark : entry.light);
     });
+    if (contrast == Contrast::High)
+        raiseContrast();
     m_palette = makePalette();
+}
+
+void Theme::raiseContrast()
+{
+    const QColor background = m_isDark ? Qt::black : Qt::white;
+    const QColor foreground = m_isDark ? Qt::white : Qt::black;
+    const auto set = [this](Role role, const QColor &color) {
+        m_colors[static_cast<size_t>(role)] = color;
+    };
+    for (int role = 0; role < textRoleCount; ++role) {
+        QColor &color = m_colors[static_cast<size_t>(role)];
+        for (int steps = 0; steps < 20 && contrastOf(color, background) < highContrast; ++steps)
+            color = mixed(color, foreground);
+    }
+    for (const Role role : {Role::Label, Role::Separator})
+        set(role, foreground);
+    for (const Role role : {Role::TextBackground, Role::WindowBackground, Role::ControlBackground})
+        set(role, background);
 }
 
 QPalette Theme::makePalette() const
@@ -97,20 +144,35 @@ QPalette Theme::makePalette() const
 
 const Theme &Theme::light()
 {
-    static const Theme theme(false);
+    static const Theme theme(false, Contrast::Normal);
     return theme;
 }
 
 const Theme &Theme::dark()
 {
-    static const Theme theme(true);
+    static const Theme theme(true, Contrast::Normal);
+    return theme;
+}
+
+const Theme &Theme::highContrastLight()
+{
+    static const Theme theme(false, Contrast::High);
+    return theme;
+}
+
+const Theme &Theme::highContrastDark()
+{
+    static const Theme theme(true, Contrast::High);
     return theme;
 }
 
 const Theme &Theme::of(const QPalette &palette)
 {
-    const bool isDark =
-        palette.color(QPalette::Base).lightness() < palette.color(QPalette::Text).lightness();
+    const QColor base = palette.color(QPalette::Base);
+    const bool isDark = base.lightness() < palette.color(QPalette::Text).lightness();
+    const bool isPure = base.rgb() == QColor(isDark ? Qt::black : Qt::white).rgb();
+    if (isPure && palette.color(QPalette::Window).rgb() == base.rgb())
+        return isDark ? highContrastDark() : highContrastLight();
     return isDark ? dark() : light();
 }
 

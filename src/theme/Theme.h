@@ -52,7 +52,11 @@ public:
 
     [[nodiscard]] static const Theme &light();
     [[nodiscard]] static const Theme &dark();
-    /// The theme that goes with \p palette: dark when its Base is darker than its Text.
+    /// For desktops with a theme of high contrast: all text 7:1 or more on pure white or black.
+    [[nodiscard]] static const Theme &highContrastLight();
+    [[nodiscard]] static const Theme &highContrastDark();
+    /// The theme that goes with \p palette: dark when its Base is darker than its Text, and of high
+    /// contrast when its Window and its Base are both pure white or black.
     [[nodiscard]] static const Theme &of(const QPalette &palette);
     /// The theme of the application's palette.
     [[nodiscard]] static const Theme &current();
@@ -74,7 +78,10 @@ public:
 private:
     using Colors = std::array<QColor, roleCount>;
 
-    explicit Theme(bool isDark);
+    enum class Contrast { Normal, High };
+
+    Theme(bool isDark, Contrast contrast);
+    void raiseContrast();
     [[nodiscard]] QPalette makePalette() const;
 
     bool m_isDark;

@@ -52,6 +52,8 @@ private slots:
         QTest::addColumn<const Theme *>("tested");
         QTest::newRow("light") << &Theme::light();
         QTest::newRow("dark") << &Theme::dark();
+        QTest::newRow("high contrast, light") << &Theme::highContrastLight();
+        QTest::newRow("high contrast, dark") << &Theme::highContrastDark();
     }
 
     void everyTextCanBeRead()
@@ -64,6 +66,10 @@ private slots:
             QVERIFY2(ratio >= 4.5, qPrintable(u"%1: %2"_s.arg(what).arg(ratio)));
         };
         for (int role = 0; role < Theme::textRoleCount; ++role) {
+            const QColor text = theme.color(static_cast<Role>(role));
+            const bool isHigh = theme.color(Role::WindowBackground) == QColor(Qt::white)
+                || theme.color(Role::WindowBackground) == QColor(Qt::black);
+            QVERIFY(!isHigh || contrast(text, theme.color(Role::TextBackground)) >= 7);
             for (const Role background :
                  {Role::TextBackground, Role::WindowBackground, Role::ControlBackground})
                 check(u"role %1"_s.arg(role), theme.color(static_cast<Role>(role)),
