@@ -112,6 +112,10 @@ void PreferencesDialog::addShellSection()
            PreferenceControls::makeNumber(preferences, Preferences::ShellFontSize, tr(" px"),
                                           tr("The desktop’s size")),
            tr("the desktop’s"));
+    addRow(tr("Output kept"), Preferences::ShellOutputLimit,
+           PreferenceControls::makeNumber(preferences, Preferences::ShellOutputLimit, tr(" MB")),
+           tr("100 MB"), tr("Older output is removed from the Shell."));
+    addFlag(tr("Show what the board’s REPL says around a run"), Preferences::ShowReplMessages);
 }
 
 void PreferencesDialog::addWindowSection()
