@@ -17,11 +17,13 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QSpinBox>
 #include <QToolButton>
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace Korvane {
 
@@ -77,9 +79,19 @@ PreferencesDialog::PreferencesDialog(AppState &state, MCPServer &server, QWidget
     addRunSection();
     addServerSection();
     connect(m_search, &QLineEdit::textChanged, this, &PreferencesDialog::search);
-    const QSize wanted(page->sizeHint().width() + 2 * margin, 600);
-    resize(wanted.expandedTo(QSize(620, 0)).boundedTo(screen()->availableSize() * 9 / 10));
     m_search->setFocus();
+}
+
+void PreferencesDialog::showEvent(QShowEvent *event)
+{
+    QDialog::showEvent(event);
+    if (std::exchange(m_isSized, true))
+        return;
+    // Known only now: the widgets have got their fonts.
+    const int width = m_scroll->widget()->minimumSizeHint().width()
+        + m_scroll->verticalScrollBar()->sizeHint().width();
+    const QSize wanted(std::max(width, 620), 600);
+    resize(wanted.boundedTo(screen()->availableSize() * 9 / 10));
 }
 
 void PreferencesDialog::addEditorSection()
@@ -134,10 +146,8 @@ void PreferencesDialog::addWindowSection()
     addRow(tr("Language"), Preferences::Language,
            PreferenceControls::makeChoice(preferences, Preferences::Language, languages),
            tr("as the system"),
-           languages.size() > 2
-               ? tr("Counts from the next start.")
-               : tr("English is the only language that is installed. Others are read from %1.")
-                     .arg(Translations::folder()));
+           languages.size() > 2 ? tr("Counts from the next start.")
+                                : tr("English is the only language that is installed."));
 }
 
 void PreferencesDialog::addDocumentSection()
@@ -149,7 +159,7 @@ void PreferencesDialog::addDocumentSection()
                                           {{QStringLiteral("all"), tr("The last files and folder")},
                                            {QStringLiteral("folder"), tr("The last folder")},
                                            {QStringLiteral("nothing"), tr("An empty file")}}),
-           tr("the last files and folder"));
+           tr("the last ones"));
     addFlag(tr("Keep unsaved edits in recovery files"), Preferences::KeepRecoveryFiles,
             tr("They survive a crash and the end of the program: View › Unsaved Files."));
     addFlag(tr("Ask before closing a tab with unsaved edits"), Preferences::AskBeforeClosing,

@@ -27,6 +27,9 @@ public:
     /// \p state and \p server must outlive this.
     PreferencesDialog(AppState &state, MCPServer &server, QWidget *window);
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private:
     /// What the search shows and hides together.
     struct Row
@@ -59,6 +62,7 @@ private:
     MCPServer &m_server;
     QLineEdit *m_search;
     QScrollArea *m_scroll;
+    bool m_isSized = false;
     QGridLayout *m_grid;
     QLabel *m_nothingFound;
     QList<QLabel *> m_sections;

@@ -51,6 +51,7 @@ void StartPage::update()
 
 void StartPage::fill()
 {
+    hide(); // the size of new widgets counts only in a hidden parent
     qDeleteAll(findChildren<QWidget *>(Qt::FindDirectChildrenOnly));
     delete m_column;
     m_column = new QVBoxLayout(this);
@@ -76,6 +77,9 @@ void StartPage::addLinks(const QString &title, const QStringList &paths, bool ar
         link->setCursor(Qt::PointingHandCursor);
         link->setFocusPolicy(
             Qt::NoFocus); // the editor keeps the Tab key; File › Open Recent has them
+        QPalette colors = palette();
+        colors.setColor(QPalette::ButtonText, colors.color(QPalette::Link));
+        link->setPalette(colors);
         m_column->addWidget(link);
         connect(link, &QToolButton::clicked, this, [this, path, areFolders] {
             if (areFolders) {
