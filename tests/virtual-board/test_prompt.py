@@ -10,19 +10,9 @@ class Prompt(BoardTest):
         self.assertEqual(error, 'Traceback (most recent call last):\r\n  File "<stdin>", line 1004, '
                                 "in <module>\r\nZeroDivisionError: divide by zero\r\n")
 
-    def test_has_the_modules_of_a_board(self):
-        self.assertOutput("import ubinascii, binascii, json, ujson, os, uos, time, utime, select, "
-                          "asyncio, hashlib, gc, sys, struct, random, math, re", "")
-        self.assertOutput("print(sys.implementation[0], os.uname().release)", "micropython 1.27.0\r\n")
-
     def test_refuses_raw_paste_and_goes_on(self):
         self.assertEqual(self.board.ask(b"\x05A\x01", b">"), b"R\x00>")
         self.assertOutput("print('plain')", "plain\r\n")
-
-    def test_interrupt_that_was_typed_does_not_hit_the_program_behind_it(self):
-        for _ in range(20):
-            self.board.send(INTERRUPT)
-            self.assertOutput("n = 0\nfor i in range(100000): n += 1\nprint(n)", "100000\r\n")
 
     def test_friendly_prompt_evaluates_indents_and_pastes(self):
         self.assertRegex(self.board.ask(FRIENDLY), rb"^\r\nMicroPython v1\.27\.0.*\r\nType .*\r\n>>> $")

@@ -30,25 +30,6 @@ class Reset(BoardTest):
         self.assertEqual(self.board.ask(b"import sys\nprint('bye')\nsys.exit()" + END, RAW_BANNER),
                          b"OKbye\r\n\x04\x04MPY: soft reboot\r\nboot runs\r\n" + RAW_BANNER)
 
-    def test_shows_how_a_file_failed(self):
-        frames = 'Traceback (most recent call last):\r\n  File "main.py", line '
-        self.write(boot="1/0", main="print('main runs')")
-        self.assertTrue(self.reset().endswith("ZeroDivisionError: divide by zero\r\n"))
-        self.board.enter_raw()
-        self.write(boot="")
-        cases = {
-            "x = = 1": frames + "1\r\nSyntaxError: invalid syntax\r\n",
-            "print('a')\ndef f(): 1/0\nf()": "a\r\n" + frames + '3, in <module>\r\n  File "main.py", '
-                                             "line 2, in f\r\nZeroDivisionError: divide by zero\r\n",
-            "print('a' + chr(4) + 'b')\nprint('c')": "a\x04b\r\nc\r\n",
-            "import sys\nsys.exit()": "",
-        }
-        for program, output in cases.items():
-            with self.subTest(program):
-                self.board.enter_raw()
-                self.write(main=program)
-                self.assertEqual(self.reset(), "\r\nMPY: soft reboot\r\n" + output)
-
     def test_endless_main_prints_until_it_is_interrupted(self):
         self.write(main="import time\nwhile True:\n  print('tick')\n  time.sleep(0.01)")
         self.board.ask(FRIENDLY)

@@ -24,18 +24,6 @@ class Running(BoardTest):
                 self.assertNotIn("after", output)
                 self.assertLess(time.monotonic() - asked, 5)
 
-    def test_interrupt_sent_along_with_the_program_is_heard(self):
-        for _ in range(10):
-            self.board.send(b"while True: pass" + END + INTERRUPT)
-            self.board.until(b"OK")
-            self.assertIn("KeyboardInterrupt", self.board.finish()[1])
-
-    def test_interrupt_is_an_ordinary_byte_while_switched_off(self):
-        self.board.start("import micropython, sys\nmicropython.kbd_intr(-1)\nprint('<go>')\n"
-                         "print(sys.stdin.read(3).encode())")
-        self.board.ask(b"a\x03b", b"<go>\r\n")
-        self.assertEqual(self.board.finish(), ("b'a\\x03b'\r\n", ""))
-
     def test_interrupt_is_heard_behind_unread_input(self):
         self.board.start("print('<go>')\nwhile True: pass")
         self.board.until(b"<go>\r\n")
@@ -51,9 +39,3 @@ class Running(BoardTest):
         self.board.send(b"import sys\nprint([sys.stdin.readline(), sys.stdin.readline()])\x04c\rnext\n")
         self.board.until(b"OK")
         self.assertEqual(self.board.finish(), ("['c\\n', 'next\\n']\r\n", ""))
-
-    def test_input_echoes_and_edits(self):
-        self.board.start("print('got', repr(input('name? ')))")
-        self.board.until(b"name? ")
-        self.board.send(b"bot\x7fb\r")
-        self.assertEqual(self.board.finish(), ("bot\b \bb\r\ngot 'bob'\r\n", ""))
