@@ -56,6 +56,7 @@ private slots:
             "\x1E{\"line\":3}\x1E\r\na\x04\x1E{\"line\":4}\x1E\r\nb", u"OKab"_s,
             u"running paused-3 free ended running paused-4"_s);
         row("an end mark of its own", reply("a\x04-", "c>"), u"OKa-c>>"_s);
+        row("bytes that are no text", reply("ab\xff", {}), u"OKab\uFFFD>"_s);
         row("no prompt", "a\x04-\x04", u"OKa-"_s); // whole after a second
         row("a soft reset without an end", "a\r\nMPY: soft reboot\r\nraw REPL; CTRL-B to exit\r\n>",
             u"OKa\r\nMPY: soft reboot\r\nraw REPL; CTRL-B to exit\r\n>"_s);

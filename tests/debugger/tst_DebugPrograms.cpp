@@ -3,26 +3,12 @@
 #include "support/VirtualBoard.h"
 
 #include <QDir>
-#include <QRegularExpression>
-
-#include <malloc.h>
 
 using namespace Korvane;
 using namespace std::chrono_literals;
 using namespace Qt::StringLiterals;
 
-// Of the address sanitizer, whose heap mallinfo2 does not know; the name is its own.
-// NOLINTNEXTLINE(bugprone-reserved-identifier)
-extern "C" __attribute__((weak)) size_t __sanitizer_get_current_allocated_bytes();
-
 namespace {
-
-qint64 heapBytes()
-{
-    return static_cast<qint64>(__sanitizer_get_current_allocated_bytes
-                                   ? __sanitizer_get_current_allocated_bytes()
-                                   : mallinfo2().uordblks);
-}
 
 /// What a program's own last lines say of it: its breakpoints, and one line for each stop:
 ///
@@ -210,27 +196,6 @@ private slots:
         QCOMPARE(*awaited(m_fixture->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
     }
 
-    void printsPlainly_data()
-    {
-        QTest::addColumn<QString>("source");
-        QTest::addColumn<QString>("printed");
-        QTest::newRow("no program at all")
-            << u"x = = 1"_s
-            << u"Traceback (most recent call last):\n  File \"<stdin>\", line 1\n"
-               "SyntaxError: invalid syntax\n>"_s;
-        QTest::newRow("a record mark of its own") << u"print('a\\x1eb')"_s << u"a\u001Eb\n>"_s;
-        QTest::newRow("bytes that are no text")
-            << u"import sys\nsys.stdout.buffer.write(b'ab\\xff')"_s << u"ab\uFFFD>"_s;
-        QTest::newRow("a megabyte") << u"for i in range(16384):\n    print('é' * 32)"_s
-                                    << (QString(32, u'é') + u'\n').repeated(16384) + u'>';
-    }
-
-    void printsPlainly()
-    {
-        QFETCH(QString, source);
-        QTEST(output(source, std::nullopt, {}), "printed");
-    }
-
     void leavesTheBoardFreeAfterProgramsItCannotFollow_data()
     {
         QTest::addColumn<QString>("source");
@@ -267,41 +232,6 @@ private slots:
         QVERIFY2(shown.endsWith(printed), qPrintable(shown));
         QVERIFY(!session().isDebugging() && !m_fixture->run->deviceProgramRunning());
         QCOMPARE(*awaited(m_fixture->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
-    }
-
-    // Its mark and the next stop's make a record of what is none, and the stop is not seen.
-    void canBeStoppedAfterAMarkOfItsOwn()
-    {
-        resetBoard();
-        m_command = [](const DebugPause &) { return u"s"_s; };
-        session().startDebugRun(u"program.py"_s, u"print('a\\x1eb')\nprint('c')\n"_s, {});
-        QTRY_VERIFY(m_fixture->shell.output().contains(u"\"line\": 2"));
-        QVERIFY(session().isDebugging() && !session().pausedAt());
-        session().debugStop();
-        QTRY_VERIFY(isWhole());
-        QVERIFY(m_fixture->shell.output().contains(u"KeyboardInterrupt"));
-        QCOMPARE(*awaited(m_fixture->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
-    }
-
-    void stepsThroughTwoThousandTurnsWithoutGrowing()
-    {
-        const QString source = u"total = 0\nfor i in range(2000):\n    total += i\n"_s;
-        int stops = 0;
-        qint64 early = 0;
-        qint64 late = 0;
-        output(source, QSet<int>(), [&](const DebugPause &) {
-            m_fixture->shell.clear();
-            m_fixture->events.clear();
-            m_fixture->data.clear();
-            if (++stops == 200)
-                early = heapBytes();
-            else if (stops == 2000)
-                late = heapBytes();
-            return u"s"_s;
-        });
-        QCOMPARE(stops, 2001);
-        QVERIFY2(late - early < 16'384, qPrintable(QString::number(late - early)));
-        QCOMPARE(*awaited(m_fixture->link.executeOnDevice(u"print(total)"_s, 20s)), u"1999000\n"_s);
     }
 };
 

@@ -92,13 +92,6 @@ class tst_DebugSession final : public QObject
     Q_OBJECT
 
 private slots:
-    void armsTheBreakpoints()
-    {
-        QVERIFY(
-            DebugHelper::installCode({9, 4, 30}).endsWith(u"\n_dbrk = {4, 9, 30}\n_dstep = 0\n"_s));
-        QVERIFY(DebugHelper::installCode({}).endsWith(u"\n_dbrk = set()\n_dstep = 1\n"_s));
-    }
-
     void refusesToStart_data()
     {
         QTest::addColumn<QString>("phase");
@@ -210,18 +203,6 @@ private slots:
                      QStringList{couldNot + u"The device is running a program — stop it first"_s});
         QCOMPARE(c.board.received().count('\x01'), 2);
         QCOMPARE(c.state(), u"debugging 0 [3]"_s);
-    }
-
-    void signalsAPauseBeforeTheShellShowsIt()
-    {
-        Connection c;
-        c.answer = "a" + pauseAt3;
-        QStringList seen;
-        connect(&c.session(), &DebugSession::paused, this,
-                [&] { seen << c.state() << c.lastLine(); });
-        c.start();
-        QTRY_COMPARE(seen, (QStringList{u"debugging 3 [3]"_s, u"output: OKa"_s}));
-        QCOMPARE(c.lastLine(), u"info: ⏸ Paused at line 3."_s);
     }
 
     void stopsBeforeTheProgramIsSent()

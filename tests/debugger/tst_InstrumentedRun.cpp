@@ -43,7 +43,6 @@ private slots:
             "def f(self, a: int = 1, *args, b=(1, 2), *, /, **kw):\n «a,args,b,kw»x");
         row("parameters over lines", "def f(a,\n  b = [\n1], c=')'\n):\n x",
             "def f(a,\n  b = [\n1], c=')'\n):\n «a,b,c»x");
-        row("no parameters", "def f():\n x\ndef g:\n y", "def f():\n «»x\ndef g:\n «»y");
         row("comments among parameters hide the next", "def f(a, # b\n c):\n x",
             "def f(a, # b\n c):\n «a»x");
         row("all kinds of binding",
@@ -55,14 +54,10 @@ private slots:
             "   «b,c,d,g,i,j,p»x");
         row("keywords and private names", "def f(_a):\n s = ' as in, it'\n _b = None = c = 1\n x",
             "def f(_a):\n «»s = ' as in, it'\n «s»_b = None = c = 1\n «s»x");
-        row("a string with one name in it", "def f():\n s = ' as in, it,'\n x",
-            "def f():\n «»s = ' as in, it,'\n «it,s»x");
         row("a class is no function", "class A:\n x = 1\n def f(self, a):\n  y = 1\n z",
             "class A:\n «»x = 1\n def f(self, a):\n  «a»y = 1\n «»z");
         row("names of inner functions count", "def f(a):\n def g(b):\n  c = 1\n  a = 1\n d = 1\n x",
             "def f(a):\n def g(b):\n  «b»c = 1\n  «b,c»a = 1\n «a,c»d = 1\n «a,c,d»x");
-        row("after the function", "async def f(a):\n x\ny", "async def f(a):\n «a»x\n«»y");
-        row("only what is right of the line", "def f(a):\nif b:\n  x", "def f(a):\nif b:\n  «»x");
         row("headers and continuations stay",
             "if a: b\n(c,\n d)\n@e\n# f\nelse:", "if a: b\n«»(c,\n d)\n@e\n# f\nelse:");
     }
@@ -128,8 +123,6 @@ private slots:
             {u"2!the block at line 2 has no body to stop in"_s,
              u"3!the block at line 4 has no body to stop in"_s,
              u"6!the block at line 6 has no body to stop in"_s});
-        row("a decorator of nothing", u" @a\nx"_s, {1}, {},
-            {u"1!the block at line 1 has no body to stop in"_s});
         QString nested;
         for (int depth = 0; depth < 100; ++depth)
             nested += QString(depth, u' ') + u"if a:\n"_s;

@@ -62,12 +62,6 @@ private slots:
         QCOMPARE(source.indents.size(), source.lines.size());
     }
 
-    void countsIndentation()
-    {
-        const PythonSource source(u"a\n    b\n\t c\n  \n(\n   d"_s);
-        QCOMPARE(source.indents, (QList<int>{0, 4, 2, 2, 0, 3}));
-    }
-
     // In what follows "|" stands where the part that is looked for ends, or is.
     void readsIdentifiersAndNames()
     {
@@ -79,36 +73,6 @@ private slots:
             QVERIFY2(PythonSource::isName(name), qPrintable(name));
         for (const QString &text : {u""_s, u"1a"_s, u"²"_s, u"a.b"_s, u"lambda"_s, u"with"_s})
             QVERIFY2(!PythonSource::isName(text), qPrintable(text));
-    }
-
-    void cutsComments()
-    {
-        for (const QString &text : {u"a = '|"_s, u"a |# b # c"_s, u"'#' + \"'#\" |# c"_s,
-                                    u"'\\'|# c'"_s, u"|"_s, u"|# 'a"_s})
-            QCOMPARE(PythonSource::withoutComment(QString(text).remove(u'|')),
-                     text.section(u'|', 0, 0));
-    }
-
-    void splitsAtTopLevelCommas()
-    {
-        for (const QString &text :
-             {u""_s, u"a"_s, u" a|b "_s, u"f(a, b)| [c, {d, e}]| g"_s, u"a), b(| c"_s}) {
-            const QString line = u", \t,"_s + QString(text).replace(u'|', u',') + u',';
-            QStringList pieces;
-            for (const QStringView piece : PythonSource::splitTopLevelCommas(line))
-                pieces << piece.toString();
-            QCOMPARE(pieces.join(u'|'), text);
-        }
-    }
-
-    void findsAssignments()
-    {
-        for (const QString &text :
-             {u"a |= 1"_s, u"a +|= 1"_s, u"a == b |= c"_s, u"f(a=1) |= b = c"_s, u"|="_s,
-              u"'a=' + \"'=\" |= 1"_s, u"'\\'=' |= 1"_s, u"a == 1"_s, u"a != b <= c >= d"_s,
-              u"a >>= 1"_s, u"f(a=1)[b=2]{c=3}"_s, u"a)=1"_s, u"'\\"_s, u""_s})
-            QCOMPARE(PythonSource::findAssignment(QString(text).remove(u'|')).value_or(-1),
-                     text.indexOf(u'|'));
     }
 };
 
