@@ -3,21 +3,11 @@
 #include <QByteArray>
 
 #include <arpa/inet.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
 
 namespace Korvane {
-
-/// With both ends of all connections in one process, the usual 1,024 descriptors are too few.
-inline void allowManyDescriptors()
-{
-    rlimit limits = {};
-    ::getrlimit(RLIMIT_NOFILE, &limits);
-    limits.rlim_cur = limits.rlim_max;
-    ::setrlimit(RLIMIT_NOFILE, &limits);
-}
 
 /// A client of the server under test on a blocking socket, for tests and the threads they start.
 /// Nothing blocks for longer than half a minute.
@@ -39,11 +29,6 @@ public:
     SocketClient(const SocketClient &) = delete;
     SocketClient &operator=(const SocketClient &) = delete;
 
-    /// To be called before connecting; a small one fills soon when nothing is read.
-    void setReceiveBuffer(int bytes)
-    {
-        ::setsockopt(m_socket, SOL_SOCKET, SO_RCVBUF, &bytes, sizeof bytes);
-    }
     bool connectTo(quint16 port, const char *address = "127.0.0.1")
     {
         sockaddr_in target = {};
@@ -64,7 +49,6 @@ public:
         }
         return true;
     }
-    void closeSending() { ::shutdown(m_socket, SHUT_WR); }
 
     /// One whole response, head and body, as it came; empty when the connection ended before.
     QByteArray response()

@@ -4,8 +4,6 @@
 #include "support/Files.h"
 #include "support/VirtualBoard.h"
 
-#include <QElapsedTimer>
-
 #include <cmath>
 
 using namespace Korvane;
@@ -275,21 +273,6 @@ private slots:
         QVERIFY2(!board.transcript().contains(u"wb"_s), qPrintable(board.transcript()));
         box.prompts.meanwhile = [&] { box.state->link().disconnectDevice(); };
         QCOMPARE(box.call(write), "! Device write failed: Not connected");
-    }
-
-    void hearsOfABoardThatVanishes()
-    {
-        ScriptedBoard board;
-        Toolbox box;
-        box.connectTo(board);
-        board.setMute(true);
-        auto running = box.begin("run_code|code=1");
-        QElapsedTimer elapsed;
-        elapsed.start();
-        board.vanish();
-        QCOMPARE(Toolbox::told(awaited(std::move(running))),
-                 "! The board was disconnected before the command ended");
-        QCOMPARE_LT(elapsed.elapsed(), 5000); // not its own time-out
     }
 
     void saysWhyAListingFailed()

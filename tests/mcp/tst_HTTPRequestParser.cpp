@@ -1,9 +1,6 @@
 #include "mcp/HTTPRequestParser.h"
 
-#include <QRandomGenerator>
 #include <QTest>
-
-#include <functional>
 
 using namespace Korvane;
 
@@ -22,13 +19,13 @@ QByteArray cut(HTTPRequestParser &parser)
     return text;
 }
 
-/// Feeds pieces as long as \p size says each time, cutting after each.
-QByteArray cutInPieces(const QByteArray &bytes, const std::function<qsizetype()> &size)
+/// Feeds pieces of \p size bytes, cutting after each.
+QByteArray cutInPieces(const QByteArray &bytes, qsizetype size)
 {
     HTTPRequestParser parser;
     QByteArray text;
     for (qsizetype at = 0; at < bytes.size();) {
-        const auto piece = QByteArrayView(bytes).sliced(at, std::min(size(), bytes.size() - at));
+        const auto piece = QByteArrayView(bytes).sliced(at, std::min(size, bytes.size() - at));
         parser.append(piece);
         text += cut(parser);
         at += piece.size();
@@ -73,17 +70,9 @@ private slots:
         cases.emplace_back(longHead + "\r\n\r\nB / 1\r\n\r\n", longHead + " ()\nB / ()\n");
         cases.emplace_back(longHead + "a\r\n\r\nB / 1\r\n\r\n", "refused");
         cases.emplace_back(longHead + "aaaa", "refused");
-        const auto seed = QRandomGenerator::global()->generate();
-        QRandomGenerator random(seed);
         for (const auto &[bytes, requests] : cases) {
-            QCOMPARE(cutInPieces(bytes, [&] { return bytes.size(); }), requests);
-            QCOMPARE(cutInPieces(bytes, [] { return qsizetype(1); }), requests);
-            for (int round = 0; round < 20; ++round) {
-                const QByteArray result = cutInPieces(
-                    bytes, [&] { return qsizetype(1) + random.bounded(1 + random.bounded(60)); });
-                QVERIFY2(result == requests,
-                         "with seed " + QByteArray::number(seed) + ": " + result);
-            }
+            for (const qsizetype size : {bytes.size(), qsizetype(1), qsizetype(7)})
+                QCOMPARE(cutInPieces(bytes, size), requests);
         }
     }
 

@@ -2,15 +2,10 @@
 
 #include "mcp/SocketClient.h"
 
-#include <QFile>
 #include <QTest>
 
-#include <atomic>
 #include <condition_variable>
-#include <fcntl.h>
 #include <list>
-#include <sys/resource.h>
-#include <unistd.h>
 
 using namespace Korvane;
 using namespace std::chrono_literals;
@@ -102,31 +97,6 @@ class tst_MCPHTTPServer final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { allowManyDescriptors(); }
-
-    void writesResponsesToTheByte()
-    {
-        const QByteArray keepAlive = "\r\nConnection: keep-alive\r\n";
-        const QByteArray empty = keepAlive + "Content-Length: 0\r\n\r\n";
-        const std::pair<HTTPResponse, QByteArray> cases[] = {
-            {{202}, "202 Accepted" + empty},
-            {{401, {{"Content-Type", "text/plain"}}, "Ünauthorized"},
-             "401 Unauthorized" + keepAlive
-                 + "Content-Length: 13\r\nContent-Type: text/plain\r\n\r\nÜnauthorized"},
-            // In byte order, its own ones replaced.
-            {{405, {{"a", "1"}, {"Z", "2"}, {"Connection", "x"}, {"Content-Length", "9"}}, "b"},
-             "405 Method Not Allowed" + keepAlive + "Content-Length: 1\r\nZ: 2\r\na: 1\r\n\r\nb"},
-        };
-        const auto server = started([&](const HTTPRequest &request, const HTTPReply &) -> Answer {
-            return cases[request.path.toInt()].first;
-        });
-        SocketClient client(server->port());
-        for (size_t i = 0; i < std::size(cases); ++i) {
-            client.send(get(QByteArray::number(i)));
-            QCOMPARE(client.response(), "HTTP/1.1 " + cases[i].second);
-        }
-    }
-
     void sendsRepliesInTheOrderInWhichTheyAreGiven()
     {
         Kept kept;
@@ -185,74 +155,6 @@ private slots:
         QCOMPARE(kept.paths().size(), 1);
     }
 
-    void holdsBackOnlyWhoReadsSlowly()
-    {
-        const QByteArray answer(64'000, 'a');
-        std::atomic<qsizetype> count = 0;
-        const auto server = started([&](const HTTPRequest &request, const HTTPReply &) -> Answer {
-            count += request.path == "/big";
-            return HTTPResponse{200, {}, request.path == "/big" ? answer : "small"};
-        });
-        SocketClient slow;
-        slow.setReceiveBuffer(4096);
-        slow.connectTo(server->port());
-        constexpr qsizetype asked = 2000;
-        slow.send(get("/big").repeated(asked));
-        SocketClient quick(server->port());
-        for (int i = 0; i < 200; ++i) {
-            quick.send(get("/small"));
-            QCOMPARE(quick.body(), "small");
-        }
-        // The bound, what was on its way when that was reached, and what the system buffers.
-        QCOMPARE_LT(count.load() * answer.size(), 20 * 1024 * 1024);
-        for (qsizetype i = 0; i < asked; ++i)
-            QCOMPARE(slow.body().size(), answer.size());
-        QCOMPARE(count.load(), asked);
-    }
-
-    void handsOverOnlySoManyUnansweredRequests()
-    {
-        const auto check = [](const QByteArray &request, qsizetype asked, qsizetype most) {
-            Kept kept;
-            SocketClient client(kept.server->port());
-            const std::jthread sender([&] { client.send(request.repeated(asked)); });
-            for (qsizetype answered = 0; answered < asked;) {
-                const auto expected = std::min(asked, answered + most);
-                QCOMPARE(kept.waitFor(expected), expected);
-                for (HTTPReply &reply : kept.takeReplies()) {
-                    reply(HTTPResponse{});
-                    ++answered;
-                }
-            }
-            for (qsizetype i = 0; i < asked; ++i)
-                QVERIFY(!client.response().isEmpty());
-        };
-        check(get("/"), 5000, HTTPConnection::maxUnanswered);
-        check(post(QByteArray(300'000, 'b')), 20, 4);
-        check(post(QByteArray(5'000'000, 'b')), 3, 1);
-    }
-
-    void countsTheUnansweredRequestsOfClosedConnections()
-    {
-        Kept kept;
-        qsizetype count = 0;
-        while (count < HTTPLoad::maxRequests) {
-            SocketClient client(kept.server->port());
-            client.send(get("/").repeated(HTTPConnection::maxUnanswered));
-            count += count < HTTPLoad::maxRequests / 2 ? HTTPConnection::maxUnanswered : 1;
-            QCOMPARE(kept.waitFor(count), count);
-        }
-        SocketClient waiting(kept.server->port());
-        waiting.send(get("/waiting"));
-        QCOMPARE(kept.waitFor(count + 1, 100ms), count);
-        for (bool isThere = false; !isThere;) {
-            isThere = kept.paths().contains("/waiting");
-            for (HTTPReply &reply : kept.takeReplies())
-                reply(HTTPResponse{200, {}, "in the end"});
-        }
-        QCOMPARE(waiting.body(), "in the end");
-    }
-
     void closesIdleConnectionsWithoutAnAuthorizedRequestFirst()
     {
         const auto server = started(echo);
@@ -270,43 +172,6 @@ private slots:
         QCOMPARE(late.body(), "/in/3");
         silent.back().send(" 1\r\n\r\n");
         QCOMPARE(silent.back().body(), "/in");
-    }
-
-    void refusesConnectionsWhenAllWaitForAnswers()
-    {
-        Kept kept;
-        std::list<SocketClient> waiting;
-        for (size_t i = 0; i < MCPHTTPServer::maxConnections; ++i)
-            waiting.emplace_back(kept.server->port()).send(get("/in"));
-        QCOMPARE(kept.waitFor(MCPHTTPServer::maxConnections),
-                 qsizetype(MCPHTTPServer::maxConnections));
-        QCOMPARE(SocketClient(kept.server->port()).rest(), QByteArray());
-        for (HTTPReply &reply : kept.takeReplies())
-            reply(HTTPResponse{200, {}, "/in"});
-        for (SocketClient &client : waiting)
-            QCOMPARE(client.body(), "/in");
-    }
-
-    void leavesDescriptorsToTheRestOfTheProgram()
-    {
-        const auto server = started(echo);
-        std::list<SocketClient> clients(200); // their descriptors exist before there is a limit
-        const int lowestFree = ::fcntl(0, F_DUPFD_CLOEXEC, 0);
-        ::close(lowestFree);
-        rlimit limits = {};
-        getrlimit(RLIMIT_NOFILE, &limits);
-        const rlimit few = {rlim_t(lowestFree) + 150, limits.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &few);
-        for (SocketClient &client : clients) {
-            client.connectTo(server->port());
-            client.send(get("/out"));
-        }
-        QCOMPARE(clients.back().body(), "/out"); // so all have been accepted
-        std::vector<FileDescriptor> free;
-        for (int copy = 0; (copy = ::fcntl(0, F_DUPFD_CLOEXEC, 0)) >= 0;)
-            free.emplace_back(copy);
-        setrlimit(RLIMIT_NOFILE, &limits);
-        QCOMPARE_GE(free.size(), size_t(few.rlim_cur / 4));
     }
 
     void closesConnectionsThatSendNoCompleteRequest()
@@ -344,14 +209,6 @@ private slots:
         SocketClient client(server->port());
         client.send(get("/"));
         QCOMPARE(client.body(), "/");
-        // A child program inherits nothing of it.
-        for (int descriptor = 3; descriptor < 100; ++descriptor) {
-            const QString target =
-                QFile::symLinkTarget(QStringLiteral("/proc/self/fd/%1").arg(descriptor));
-            if (target.contains(QStringLiteral("socket:"))
-                || target.contains(QStringLiteral("anon")))
-                QVERIFY2(::fcntl(descriptor, F_GETFD) & FD_CLOEXEC, qPrintable(target));
-        }
     }
 };
 

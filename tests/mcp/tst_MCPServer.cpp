@@ -7,7 +7,6 @@
 #include "support/RecordingShell.h"
 
 #include <QRegularExpression>
-#include <QSignalSpy>
 #include <QTest>
 
 #include <future>
@@ -42,9 +41,8 @@ public:
         server.reset();
         auto fakes = std::make_unique<FakeTools>();
         tools = fakes.get();
-        server.reset(new MCPServer({shell, settings,
-                                    [this](bool isRunning) { flags += isRunning ? u'+' : u'-'; },
-                                    std::move(fakes), &state}));
+        server.reset(
+            new MCPServer({shell, settings, [](bool) {}, std::move(fakes), &state}));
     }
     /// Lets \p client call the tool that waits.
     void beginCall(SocketClient &client, const QByteArray &id, const QByteArray &session = {})
@@ -59,7 +57,6 @@ public:
 
     RecordingShell shell;
     MemorySettings settings;
-    QString flags; // what it was told: + runs, - does not
     QObject state;
     FakeTools *tools;
     std::unique_ptr<MCPServer> server;
@@ -95,42 +92,6 @@ private slots:
         served.settings.setText(Settings::serverToken, {});
         served.make();
         QVERIFY(served.server->token() != token);
-    }
-
-    void saysWhenItStartsAndStopsAndWhyItCannot()
-    {
-        Served first;
-        const QString port = QString::number(first.server->port());
-        const QSignalSpy changes(first.server.get(), &MCPServer::isRunningChanged);
-        first.server->stop();
-        first.server->start();
-        first.server->start();
-        QVERIFY(first.server->isRunning());
-
-        Served second;
-        second.settings.setNumber(Settings::serverPort, first.server->port());
-        second.make();
-        const QSignalSpy errors(second.server.get(), &MCPServer::lastErrorChanged);
-        second.server->start();
-        const QString reason = qt_error_string(EADDRINUSE);
-        QCOMPARE(second.shell.lines(),
-                 QStringList(u"error: Could not start MCP server: "_s + reason));
-        QCOMPARE(second.server->lastError(), reason);
-        QVERIFY(!second.server->isRunning());
-        QCOMPARE(second.flags, QString());
-
-        first.server->stop();
-        first.server->stop();
-        QVERIFY(!first.server->isRunning());
-        QCOMPARE(first.shell.lines(),
-                 (QStringList{u"info: MCP server listening on http://127.0.0.1:%1/mcp"_s.arg(port),
-                              u"info: MCP server stopped."_s}));
-        QCOMPARE(first.flags, u"+-"_s);
-        QCOMPARE(changes.size(), 2);
-        second.server->start();
-        QVERIFY(second.server->isRunning());
-        QCOMPARE(second.server->lastError(), QString());
-        QCOMPARE(errors.size(), 2);
     }
 
     void closesAllWhenItStopsOrGoesWhileACallWaits()
