@@ -1,5 +1,4 @@
 #include "app/AppFixture.h"
-#include "app/AssistantServer.h"
 #include "support/ScriptedBoard.h"
 
 #include <QDir>
@@ -11,20 +10,6 @@ using namespace Qt::StringLiterals;
 namespace {
 
 const QString welcome = u"info: Korvane — connect a device or run Python locally."_s;
-class RecordedServer final : public AssistantServer
-{
-public:
-    explicit RecordedServer(AppState &state)
-        : m_state(state)
-    {
-    }
-    void start() override { m_state.shell().appendInfo(u"listening"_s); }
-    void stop() override { }
-    bool isRunning() const override { return false; }
-
-private:
-    AppState &m_state;
-};
 
 } // namespace
 
@@ -47,23 +32,6 @@ private slots:
             QStringList({welcome,
                          u"info: ⚠️  Python 3 not found. Install Python from python.org or "
                          "via Homebrew."_s}));
-    }
-
-    void startsTheServerWhenThePersonWantsIt()
-    {
-        for (const bool enabled : {false, true}) {
-            MemorySettings settings;
-            settings.setFlag(Settings::serverEnabled, enabled);
-            ScriptedPrompts prompts;
-            AppState state({
-                .settings = settings,
-                .prompts = prompts,
-                .makeServer = [](AppState &app) { return std::make_unique<RecordedServer>(app); },
-            });
-            QVERIFY(state.assistantServer());
-            QCOMPARE(describe(state.shell().replLines()).mid(1),
-                     QStringList(enabled ? 1 : 0, u"info: listening"_s));
-        }
     }
 
     void runsTheDocumentInTheSession()
@@ -149,30 +117,6 @@ private slots:
             shop.connectBoard();
             shop.board.send("b");
             QTRY_VERIFY(shop.lines().constLast().endsWith(u"b"));
-        }
-    }
-
-    void losesTheBoardAtAnyMomentAndTakesItBack()
-    {
-        // How many bytes of ^A work() ^D ^A script ^D it takes before its cable is pulled.
-        for (const int bytes : {0, 4, 8, 9, 200, 10 + 364}) {
-            BoardAppFixture shop;
-            shop.connectBoard();
-            shop.board.vanishAfterReceiving(bytes);
-            shop.runOnBoard();
-            QTRY_VERIFY2(!shop.isConnected(), qPrintable(QString::number(bytes)));
-            QCOMPARE(shop.lines().constLast(), u"info: Device disconnected."_s);
-            QVERIFY(!shop.state->programRun().deviceProgramRunning() && !shop.state->isRunning());
-            const qsizetype before = shop.lines(0).size();
-
-            shop.board.plugIn();
-            QVERIFY(shop.state->link().connectDevice(shop.board.port()));
-            QVERIFY(shop.isConnected());
-            shop.run();
-            QTRY_VERIFY2(shop.lines(before).join(u'\n').contains(u"OKdone\n>"_s),
-                         qPrintable(shop.text()));
-            QCOMPARE(shop.lines(before).filter(u"error: "_s), QStringList());
-            QCOMPARE(shop.lines().count(u"info: Device disconnected."_s), 1);
         }
     }
 };

@@ -138,28 +138,6 @@ private slots:
         QVERIFY2(!shop.text().contains(u"raw REPL"), qPrintable(shop.text()));
         QCOMPARE(shop.lines().filter(u"error"_s), QStringList());
     }
-
-    void givesUpOnAProgramThatCatchesTheInterrupt()
-    {
-        AppFixture shop;
-        QVERIFY(shop.state->link().connectDevice(m_board.port()));
-        QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
-        shop.write(u"import time\nfor i in range(60):\n    try:\n        print('old', i)\n"
-                   "        time.sleep_ms(50)\n    except KeyboardInterrupt:\n"
-                   "        print('caught')\n"_s);
-        shop.run();
-        QTRY_VERIFY2(printedNumbers(shop.text()) > 5, qPrintable(shop.text()));
-        shop.write(u"print('new')\n"_s);
-        shop.run();
-        QTRY_COMPARE(shop.lines().filter(u"error"_s).size(), 1);
-        QVERIFY2(shop.text().contains(u"error: The board never entered the raw REPL"_s),
-                 qPrintable(shop.text()));
-        QVERIFY(shop.state->programRun().deviceProgramRunning());
-        QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
-        QCOMPARE(printedNumbers(shop.text()), 60);
-        QCOMPARE(shop.text().count(u"caught\n"_s), 1);
-        QVERIFY2(!shop.text().contains(u"new\n"), qPrintable(shop.text()));
-    }
 };
 
 QTEST_GUILESS_MAIN(tst_BoardRuns)

@@ -9,22 +9,6 @@ class tst_Utf8 final : public QObject
     Q_OBJECT
 
 private slots:
-    void findsTheUnfinishedTail()
-    {
-        const QList<std::pair<QByteArray, int>> cases{
-            {"", 0},
-            {"whole \xE2\x82\xAC", 0},
-            {"a\xE2", 1},
-            {"a\xE2\x82", 2},
-            {"a\x80", 0},
-            {"three of \xF0\x9F\x98", 3},
-            {"impossible \xFF", 0},
-            {"overlong \xC0", 0},
-        };
-        for (const auto &[bytes, length] : cases)
-            QVERIFY2(Utf8::unfinishedTailLength(bytes) == length, bytes.toPercentEncoding());
-    }
-
     void dropsAnIllFormedChunkAndRecovers()
     {
         Utf8::ChunkDecoder decoder;

@@ -186,19 +186,6 @@ private slots:
         }
     }
 
-    void keepsTheReplyBehindACharacterThatNothingContinues()
-    {
-        Connection c(true);
-        c.board.on("\1", ScriptedBoard::banner);
-        c.board.on("x\4", "OKa\xC3");
-        auto command = c.fixture.run("x");
-        QTRY_COMPARE(c.board.transcript(), u"^Ax^D"_s);
-        QTRY_COMPARE(c.board.sentBytes(), qsizetype(sizeof ScriptedBoard::banner - 1 + 4));
-        QTRY_COMPARE(c.board.line().unreadBytes(), 0); // so that what follows is another chunk
-        c.board.send("\4\4>");
-        QCOMPARE(told(awaited(std::move(command))), u"a|"_s);
-    }
-
     void runsOneCommandAfterTheOther()
     {
         Connection c;

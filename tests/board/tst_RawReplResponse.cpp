@@ -1,6 +1,5 @@
 #include "board/RawReplResponse.h"
 
-#include <QRandomGenerator>
 #include <QTest>
 
 using namespace Korvane;
@@ -41,19 +40,16 @@ private slots:
         QTEST(execution.stdout, "output");
         QTEST(execution.stderr, "error");
 
-        const quint32 seed = QRandomGenerator::global()->generate();
-        QRandomGenerator random(seed);
-        for (int round = 0; round < 50; ++round) {
+        for (const qsizetype length : {1, 2, 5}) {
             RawReplResponse reply;
             bool wasComplete = false;
-            for (qsizetype from = 0, length = 0; from < text.size(); from += length) {
+            for (qsizetype from = 0; from < text.size(); from += length) {
                 QVERIFY2(!wasComplete || text.endsWith(u"more"), "complete before its end");
-                length = round == 0 ? 1 : 1 + random.bounded(5);
                 reply.feed(QStringView(text).mid(from, length));
                 wasComplete = reply.isComplete();
             }
-            QVERIFY2(reply.isComplete() == complete, qPrintable(QString::number(seed)));
-            QVERIFY2(reply.execution() == execution, qPrintable(QString::number(seed)));
+            QCOMPARE(reply.isComplete(), complete);
+            QVERIFY(reply.execution() == execution);
         }
     }
 

@@ -56,18 +56,6 @@ private slots:
         for (const auto &[text, expected] : cases)
             QVERIFY2(colored(text) == QLatin1String(expected), qPrintable(text + colored(text)));
     }
-
-    // Each of these makes a simple scanner go over the same text again and again, or overrun its
-    // stack; with a quadratic cost the test runs into its time limit.
-    void takesTimeLinearInTheText()
-    {
-        for (const char *piece :
-             {"\\\"", "\"\"\" ", "1e+", "0x", "def ", " \n", "'\\\n", "1\xCC\x81"}) {
-            const QString text = QString::fromUtf8(piece).repeated(100'000);
-            for (const QString &start : {u"\""_s, u"def"_s, u"1."_s})
-                QCOMPARE(colored(start + text).size(), start.size() + text.size());
-        }
-    }
 };
 
 QTEST_GUILESS_MAIN(tst_PythonColoring)

@@ -1,6 +1,5 @@
 #include "document/TextSearch.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 using namespace Korvane;
@@ -86,12 +85,8 @@ private slots:
 
     void endsWhateverTheExpression()
     {
-        QElapsedTimer time;
-        time.start();
         for (const QString &query : {u"(a+)+b"_s, u"(\\w|\\w\\w)*[\\s\\S]*z"_s})
             QVERIFY(!TextSearch(query, true, false, true).find(QString(400'000, u'a')));
-        QVERIFY2(time.elapsed() < 20'000, qPrintable(QString::number(time.elapsed())));
-        qInfo("%lld ms", time.elapsed());
     }
 };
 

@@ -157,23 +157,6 @@ private slots:
         }
     }
 
-    void takesAReadOfNothingForNoLoss()
-    {
-        Reading reading;
-        QVERIFY(reading.start());
-        // Ctrl-D ends a file in this mode: poll() reports it, and a read returns 0 bytes.
-        termios settings = reading.line.settings();
-        settings.c_lflag |= ICANON;
-        reading.line.setSettings(settings);
-        reading.line.write("\x04");
-        QTest::qWait(50);
-        settings.c_lflag &= ~tcflag_t(ICANON);
-        reading.line.setSettings(settings);
-        reading.line.write("on");
-        QTRY_COMPARE(reading.data, "on");
-        QCOMPARE(reading.losses, 0);
-    }
-
     void holdsABoardBackThatSendsFasterThanItIsRead()
     {
         const QByteArray bytes = pattern(qsizetype(4) << 20);
@@ -201,19 +184,7 @@ private slots:
         using Action = std::function<void(Reading &)>;
         const auto closes = [](Reading &reading) { reading.manager->close(); };
         const auto deletesIt = [](Reading &reading) { reading.manager.reset(); };
-        const auto opensAnother = [](Reading &reading) {
-            const PtyPair other;
-            QVERIFY(openPort(*reading.manager, other));
-        };
-        const auto startsAnew = [](Reading &reading) {
-            const auto again = [&reading](const QByteArray &chunk) { reading.data += chunk; };
-            reading.manager->startReading(again, {});
-        };
-        for (const auto &[action, hearsTheRest, isOpenThen] :
-             {std::tuple{Action(closes), false, false},
-              {deletesIt, false, false},
-              {opensAnother, false, true},
-              {startsAnew, true, false}}) {
+        for (const Action &action : {Action(closes), Action(deletesIt)}) {
             Reading reading;
             QVERIFY(reading.start());
             reading.manager->setDataInterceptor([&](const QByteArray &chunk) {
@@ -226,11 +197,8 @@ private slots:
             reading.line.closeMaster(); // the loss is known too by then, and must hit no other port
             QTRY_VERIFY(!reading.intercepted.isEmpty());
             QTest::qWait(20);
-            if (hearsTheRest)
-                QTRY_COMPARE(reading.intercepted + reading.data, sent);
-            else
-                QVERIFY2(reading.intercepted.size() <= 4096, "delivered after the end");
-            QTRY_COMPARE(reading.manager && reading.manager->isOpen(), isOpenThen);
+            QVERIFY2(reading.intercepted.size() <= 4096, "delivered after the end");
+            QVERIFY(!reading.manager || !reading.manager->isOpen());
             QCOMPARE(reading.losses, 0);
         }
     }

