@@ -60,6 +60,14 @@ void EditorFile::moveTo(const QString &name, const DocumentPlace &place)
     emit changed();
 }
 
+QString EditorFile::textWithPieceEnds() const
+{
+    QString text = m_storage->text();
+    for (const int line : m_longLines.continued())
+        text[m_storage->findBlockByNumber(line - 1).position() - 1] = LongLines::pieceEnd;
+    return text;
+}
+
 QString EditorFile::content() const
 {
     return content(0, static_cast<int>(m_storage->text().size()));
@@ -102,6 +110,42 @@ void EditorFile::insertText(QTextCursor &cursor, QString text)
     m_longLines.forgetInsertion();
 }
 
+TextSelection EditorFile::apply(const TextEdit &edit)
+{
+    QString text = edit.replacement;
+    text.remove(LongLines::pieceEnd);
+    QTextCursor cursor(m_storage);
+    cursor.setPosition(edit.start);
+    cursor.setPosition(edit.end, QTextCursor::KeepAnchor);
+    insertText(cursor, text);
+    if (const auto &move = edit.move) {
+        m_breakpoints.moveLines(move->firstLine, move->lastLine, move->movedBy);
+        emit breakpointsChanged();
+    }
+
+    // The pieces of the inserted lines may end elsewhere than before.
+    const int end = cursor.position();
+    const auto shown = [&](int position) {
+        const int inserted = position - edit.start;
+        if (inserted <= 0)
+            return position;
+        if (inserted > edit.replacement.size())
+            return end + inserted - static_cast<int>(edit.replacement.size());
+        int place = position
+            - static_cast<int>(
+                        QStringView(edit.replacement).first(inserted).count(LongLines::pieceEnd));
+        for (const int line : m_longLines.continued()) {
+            const int pieceEnd = m_storage->findBlockByNumber(line - 1).position() - 1;
+            if (pieceEnd >= place)
+                break;
+            if (pieceEnd >= edit.start)
+                ++place;
+        }
+        return place;
+    };
+    return {shown(edit.selection.anchor), shown(edit.selection.position)};
+}
+
 void EditorFile::reload(const DocumentText &text)
 {
     m_saved = text;
@@ -137,12 +181,6 @@ void EditorFile::clearBreakpoints()
     if (m_breakpoints.lines().isEmpty())
         return;
     m_breakpoints.clear();
-    emit breakpointsChanged();
-}
-
-void EditorFile::moveBreakpoints(int firstLine, int lastLine, int by)
-{
-    m_breakpoints.moveLines(m_longLines.fileLine(firstLine), m_longLines.fileLine(lastLine), by);
     emit breakpointsChanged();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "document/DocumentPlace.h"
+#include "document/LineCommands.h"
 #include "document/LineMarks.h"
 #include "document/LongLines.h"
 #include "document/TextFormat.h"
@@ -70,6 +71,9 @@ public:
     /// What the editor shows and edits: the text, with very long lines in pieces.
     [[nodiscard]] PythonTextStorage &storage() const { return *m_storage; }
     [[nodiscard]] const LongLines &longLines() const { return m_longLines; }
+    /// The same with LongLines::pieceEnd, in place of "\n", between the pieces of a line: what
+    /// commands on whole lines and replacing work on. All positions are those of the storage.
+    [[nodiscard]] QString textWithPieceEnds() const;
     /// With "\n" line ends.
     [[nodiscard]] QString content() const;
     /// The part of it that \p start and \p end limit in the storage.
@@ -79,6 +83,8 @@ public:
     void setContent(const QString &content);
     /// Replaces the selection of \p cursor by \p text.
     void insertText(QTextCursor &cursor, QString text);
+    /// Carries out an edit of `textWithPieceEnds`. Returns what is selected then.
+    TextSelection apply(const TextEdit &edit);
     /// Replaces text and file format by \p text, which the document's place holds now.
     void reload(const DocumentText &text);
 
@@ -100,8 +106,6 @@ public:
     /// Sets a breakpoint on \p line or removes it.
     void toggleBreakpoint(int line);
     void clearBreakpoints();
-    /// As LineMarks::moveLines.
-    void moveBreakpoints(int firstLine, int lastLine, int by);
 
     /// The lines on which the debug run of this document has armed breakpoints, and the one where
     /// it is paused. 1-based, in the text that was sent.

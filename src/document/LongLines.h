@@ -20,6 +20,9 @@ class LongLines final
 public:
     /// A longer line is broken into pieces of this length.
     static constexpr qsizetype maxLength = 10'000;
+    /// Stands for the line end between two pieces of a line. Never in a text: QTextDocument uses
+    /// this noncharacter as the border of a frame.
+    static constexpr QChar pieceEnd{0xFDD0};
 
     /// Where a text goes: how many characters of its first and last line are there already.
     struct Place

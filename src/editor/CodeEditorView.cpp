@@ -143,6 +143,11 @@ const QString &CodeEditorView::text() const
     return m_storage->text();
 }
 
+QString CodeEditorView::textWithPieceEnds() const
+{
+    return m_file ? m_file->textWithPieceEnds() : text();
+}
+
 void CodeEditorView::putCaret(int position)
 {
     QTextCursor caret(m_storage);
@@ -220,15 +225,10 @@ void CodeEditorView::select(int position, int length)
 
 void CodeEditorView::apply(const TextEdit &edit)
 {
+    const TextSelection selection = m_file->apply(edit);
     QTextCursor cursor(m_storage);
-    cursor.setPosition(edit.start);
-    cursor.setPosition(edit.end, QTextCursor::KeepAnchor);
-    m_file->insertText(cursor, edit.replacement);
-    if (const auto &move = edit.move)
-        m_file->moveBreakpoints(m_file->longLines().fileLine(move->firstLine),
-                                m_file->longLines().fileLine(move->lastLine), move->movedBy);
-    cursor.setPosition(edit.selection.anchor);
-    cursor.setPosition(edit.selection.position, QTextCursor::KeepAnchor);
+    cursor.setPosition(selection.anchor);
+    cursor.setPosition(selection.position, QTextCursor::KeepAnchor);
     setTextCursor(cursor);
     ensureCursorVisible();
 }

@@ -46,6 +46,8 @@ public:
     void keepViewState();
     /// The text that is shown: with "\n" line ends, also between the pieces of very long lines.
     [[nodiscard]] const QString &text() const;
+    /// As EditorFile's.
+    [[nodiscard]] QString textWithPieceEnds() const;
 
     [[nodiscard]] int lineCount() const;
     /// The line of the caret.

@@ -79,26 +79,23 @@ QAction *EditorCommands::add(Command command, const QString &text, const QKeySeq
 }
 
 void EditorCommands::addLineCommand(Command command, const QString &text, const QKeySequence &key,
-                                    std::optional<TextEdit> (LineCommands::*edit)() const)
+                                    LinesEdit edit)
 {
-    connect(add(command, text, key), &QAction::triggered, this,
-            [this, edit] { apply((lineCommands().*edit)()); });
+    connect(add(command, text, key), &QAction::triggered, this, [this, edit] { editLines(edit); });
 }
 
-LineCommands EditorCommands::lineCommands() const
+void EditorCommands::editLines(LinesEdit edit)
 {
-    return {m_view.text(), selectionOf(m_view.textCursor()), indentation()};
-}
-
-void EditorCommands::apply(const std::optional<TextEdit> &edit)
-{
-    if (edit)
-        m_view.apply(*edit);
+    const QString text = m_view.textWithPieceEnds();
+    const LineCommands commands(text, selectionOf(m_view.textCursor()), indentation());
+    if (const auto changed = (commands.*edit)())
+        m_view.apply(*changed);
 }
 
 void EditorCommands::selectNextOccurrence()
 {
-    if (const auto next = lineCommands().nextOccurrence())
+    const LineCommands commands(m_view.text(), selectionOf(m_view.textCursor()));
+    if (const auto next = commands.nextOccurrence())
         m_view.select(next->start(), next->end() - next->start());
 }
 
@@ -125,7 +122,7 @@ bool EditorCommands::handleKey(const QKeyEvent &event)
     case Qt::Key_Backtab:
         if (modifiers != Qt::ShiftModifier)
             return false;
-        apply(lineCommands().unindent());
+        editLines(&LineCommands::unindent);
         return true;
     default:
         return false;

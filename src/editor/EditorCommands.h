@@ -58,13 +58,14 @@ public:
     bool handleKey(const QKeyEvent &event);
 
 private:
+    using LinesEdit = std::optional<TextEdit> (LineCommands::*)() const;
+
     void addSearchCommands(EditorSearch &search);
     void addLineCommands();
     QAction *add(Command command, const QString &text, const QKeySequence &key);
     void addLineCommand(Command command, const QString &text, const QKeySequence &key,
-                        std::optional<TextEdit> (LineCommands::*edit)() const);
-    [[nodiscard]] LineCommands lineCommands() const;
-    void apply(const std::optional<TextEdit> &edit);
+                        LinesEdit edit);
+    void editLines(LinesEdit edit);
     void selectNextOccurrence();
     [[nodiscard]] PythonIndentation indentation() const { return PythonIndentation(m_indentWidth); }
     void beginLine();

@@ -127,8 +127,8 @@ void EditorSearch::replace()
         findNext();
         return;
     }
-    const auto edit =
-        m_search.replace(m_view.text(), selected.start(), selected.end(), m_bar->replacement());
+    const auto edit = m_search.replace(m_view.textWithPieceEnds(), selected.start(), selected.end(),
+                                       m_bar->replacement());
     if (!edit) {
         m_bar->showFault(edit.error().message);
         return;
@@ -143,8 +143,8 @@ void EditorSearch::replaceAll()
     refresh();
     const TextSelection range = scope();
     const auto count = static_cast<qsizetype>(m_found.size());
-    const auto edit =
-        m_search.replace(m_view.text(), range.start(), range.end(), m_bar->replacement());
+    const auto edit = m_search.replace(m_view.textWithPieceEnds(), range.start(), range.end(),
+                                       m_bar->replacement());
     if (!edit) {
         m_bar->showFault(edit.error().message);
         return;
@@ -212,7 +212,7 @@ void EditorSearch::refresh()
     m_search = search;
     if (m_bar && !m_scopeStart.isNull() && m_scopeStart.document() != m_view.document())
         m_bar->setInSelection(false); // it was in another document
-    auto found = m_search.find(m_view.text());
+    auto found = m_search.find(m_view.textWithPieceEnds());
     m_fault = found ? QString() : found.error().message;
     m_found = found ? std::move(*found) : Places();
     const TextSelection range = scope();

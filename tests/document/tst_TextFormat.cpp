@@ -1,11 +1,14 @@
 #include "document/EditorFile.h"
+#include "document/LineCommands.h"
 #include "document/PythonTextStorage.h"
+#include "document/TextSearch.h"
 
 #include <QRandomGenerator>
 #include <QTest>
 #include <QTextBlock>
 
 #include <algorithm>
+#include <functional>
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
@@ -101,6 +104,47 @@ private slots:
         while (file.storage().isRedoAvailable())
             file.storage().redo();
         QCOMPARE(file.content(), last);
+    }
+
+    void changesWholeLinesInPieces()
+    {
+        const QString longLine(25'000, u'b');
+        const QString text = u"a\n"_s + longLine + u"\nc"_s;
+        const TextSelection inLastPiece{20'010, 20'010};
+        const auto lines = [&](std::optional<TextEdit> (LineCommands::*edit)() const) {
+            return [edit, inLastPiece](const QString &marked) {
+                return *(LineCommands(marked, inLastPiece).*edit)();
+            };
+        };
+        const auto replace = [](const QString &query, const QString &replacement) {
+            return [=](const QString &marked) {
+                TextSearch search{query};
+                search.isRegularExpression = true;
+                const int end = static_cast<int>(marked.size());
+                return **search.replace(marked, 0, end, replacement);
+            };
+        };
+        const QList<std::pair<std::function<TextEdit(const QString &)>, QString>> cases{
+            {lines(&LineCommands::indent), u"a\n    "_s + longLine + u"\nc"_s},
+            {lines(&LineCommands::moveUp), longLine + u"\na\nc"_s},
+            {lines(&LineCommands::duplicate), u"a\n"_s + longLine + u'\n' + longLine + u"\nc"_s},
+            {lines(&LineCommands::join), u"a\n"_s + longLine + u" c"_s},
+            {replace(u"[ac]"_s, u"x\\ny"_s), u"x\ny\n"_s + longLine + u"\nx\ny"_s},
+            {replace(u"a\\n(b+)"_s, u"$1"_s), longLine + u"\nc"_s},
+        };
+        for (const auto &[edit, expected] : cases) {
+            EditorFile file(u"f.py"_s, {}, DocumentText::fromFile(text));
+            const QString marked = file.textWithPieceEnds();
+            const TextEdit change = edit(marked);
+            const TextSelection selection = file.apply(change);
+            QCOMPARE(file.content(), expected);
+            QString beforeCaret = marked.first(change.start) + change.replacement;
+            beforeCaret += marked.sliced(change.end);
+            beforeCaret.truncate(change.selection.position);
+            QCOMPARE(file.content(0, selection.position), beforeCaret.remove(LongLines::pieceEnd));
+            file.storage().undo();
+            QCOMPARE(file.content(), text);
+        }
     }
 };
 
