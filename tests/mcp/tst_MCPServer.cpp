@@ -41,8 +41,7 @@ public:
         server.reset();
         auto fakes = std::make_unique<FakeTools>();
         tools = fakes.get();
-        server.reset(
-            new MCPServer({shell, settings, [](bool) {}, std::move(fakes), &state}));
+        server.reset(new MCPServer({shell, settings, [](bool) {}, std::move(fakes), &state}));
     }
     /// Lets \p client call the tool that waits.
     void beginCall(SocketClient &client, const QByteArray &id, const QByteArray &session = {})

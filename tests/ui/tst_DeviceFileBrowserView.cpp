@@ -222,7 +222,7 @@ private slots:
         m_fixture->press(Qt::Key_Delete);
         QTRY_COMPARE(m_fixture->prompts.asked.size(), 1);
         QVERIFY(m_fixture->prompts.takeAsked().startsWith(
-            u"Delete 2 items from the device? | Removes “b.bin”, “large.hex” with 2 files"));
+            u"Delete 2 items from the device? | Removes “%1 %2.bin”, “large.hex” with 2 files"));
     }
 
     void takesWhatIsDropped()

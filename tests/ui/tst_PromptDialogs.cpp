@@ -33,12 +33,6 @@ QCoro::Task<void> keep(QCoro::Task<QString> asking, QStringList &log)
     log << u'<' + answer + u'>';
 }
 
-QCoro::Task<void> keep(QCoro::Task<int> asking, QStringList &log)
-{
-    const int answer = co_await std::move(asking);
-    log << QString::number(answer);
-}
-
 QCoro::Task<std::optional<UserPrompts::Texts>> textsFor(QStringList state)
 {
     std::optional<UserPrompts::Texts> texts;
