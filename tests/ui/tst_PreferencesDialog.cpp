@@ -97,6 +97,9 @@ private slots:
         QVERIFY(!port->isVisible() && !size->isVisible());
         search->clear();
         QVERIFY(port->isVisible() && size->isVisible());
+        for (int id = 0; id < Preferences::idCount; ++id)
+            fixture.find<QToolButton>(QByteArray("reset")
+                                      + Preferences::definition(Preferences::Id(id)).key.data());
     }
 
     void restartsTheSessionWithTheChosenInterpreter()

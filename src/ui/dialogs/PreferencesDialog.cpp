@@ -128,6 +128,8 @@ void PreferencesDialog::addShellSection()
            PreferenceControls::makeNumber(preferences, Preferences::ShellOutputLimit, tr(" MB")),
            tr("100 MB"), tr("Older output is removed from the Shell."));
     addFlag(tr("Show what the board’s REPL says around a run"), Preferences::ShowReplMessages);
+    addFlag(tr("Keep the input history between starts"), Preferences::KeepShellHistory,
+            tr("Turning it off deletes the file with the history."));
 }
 
 void PreferencesDialog::addWindowSection()
@@ -173,6 +175,8 @@ void PreferencesDialog::addRunSection()
            tr("found by itself"),
            tr("For programs that run on this computer: a Python, or the folder of a virtual "
               "environment. A change restarts the local session."));
+    addFlag(tr("Connect a board again that was unplugged"), Preferences::ReconnectBoards,
+            tr("When it is plugged in again, unless it was disconnected by command."));
     addRow(tr("Baud rate of port"), new BaudRateField(m_state),
            tr("Counts from the next connecting. Default: %1.").arg(Preferences::defaultBaudRate));
 }
