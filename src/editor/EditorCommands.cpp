@@ -37,9 +37,9 @@ void EditorCommands::addSearchCommands(EditorSearch &search)
             &EditorSearch::open);
     connect(add(FindNext, tr("Find &Next"), Qt::Key_F3), &QAction::triggered, &search,
             &EditorSearch::findNext);
-    connect(add(FindPrevious, tr("Find &Previous"), Qt::SHIFT | Qt::Key_F3), &QAction::triggered,
+    connect(add(FindPrevious, tr("Find Pre&vious"), Qt::SHIFT | Qt::Key_F3), &QAction::triggered,
             &search, &EditorSearch::findPrevious);
-    connect(add(Replace, tr("&Replace…"), Qt::CTRL | Qt::Key_H), &QAction::triggered, &search,
+    connect(add(Replace, tr("R&eplace…"), Qt::CTRL | Qt::Key_H), &QAction::triggered, &search,
             &EditorSearch::openReplace);
     connect(add(GoToLine, tr("&Go to Line…"), Qt::CTRL | Qt::Key_G), &QAction::triggered, this,
             &EditorCommands::openGoToLineBar);

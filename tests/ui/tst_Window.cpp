@@ -5,6 +5,7 @@
 #include <QAccessible>
 #include <QLabel>
 #include <QMenu>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QSplitter>
 #include <QTest>
@@ -146,7 +147,7 @@ private slots:
         fixture.command(u"&Variables"_s)->trigger();
         QVERIFY(fixture.find<QWidget>("variablesCaption")->isVisible());
         fixture.state().documents().openTextInEditor(u"R&D.py"_s, u"x"_s);
-        emit fixture.command(u"&Open Files"_s)->menu()->aboutToShow();
+        emit fixture.command(u"Open &Files"_s)->menu()->aboutToShow();
         QVERIFY(fixture.command(u"R&&D.py"_s)->isChecked());
         fixture.command(u"untitled.py"_s)->trigger();
         QCOMPARE(fixture.state().documents().selectedFile()->name(), u"untitled.py"_s);
@@ -167,6 +168,17 @@ private slots:
         QCOMPARE(step->defaultAction(), fixture.command(u"&Step"_s));
         const auto *send = fixture.find<QToolButton>("arrow.up.doc");
         QCOMPARE(send->defaultAction(), fixture.command(u"Send to &Device"_s));
+        QList<QWidget *> menus{fixture.window().menuBar()};
+        for (QMenu *menu : fixture.window().findChildren<QMenu *>())
+            menus << menu;
+        for (const QWidget *menu : menus) {
+            QStringList letters;
+            for (const QAction *action : menu->actions()) {
+                const QString letter = QKeySequence::mnemonic(action->text()).toString();
+                QVERIFY2(letter.isEmpty() || !letters.contains(letter), qPrintable(action->text()));
+                letters << letter;
+            }
+        }
     }
 
     void tellsAboutItself()

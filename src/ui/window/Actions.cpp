@@ -61,7 +61,7 @@ void Actions::addEditCommands()
     addEdit(Paste, tr("&Paste"), QKeySequence::Paste, "paste");
     addEdit(SelectAll, tr("Select &All"), QKeySequence::SelectAll, "selectAll");
     add(FindInFiles, tr("Find in F&iles…"), KeyText::sequence(u"⇧⌘F"));
-    add(ShowPreferences, tr("Prefere&nces…"), KeyText::sequence(u"⌘,"));
+    add(ShowPreferences, tr("Preference&s…"), KeyText::sequence(u"⌘,"));
 }
 
 void Actions::addBrowserCommands()
@@ -105,9 +105,9 @@ void Actions::addPaneCommands()
                         QKeySequence(Qt::CTRL | Qt::Key_PageUp)});
     // The editor keeps Tab for itself.
     add(NextPane, tr("Next P&ane"), Qt::Key_F6);
-    add(PreviousPane, tr("Pre&vious Pane"), Qt::SHIFT | Qt::Key_F6);
+    add(PreviousPane, tr("Pr&evious Pane"), Qt::SHIFT | Qt::Key_F6);
 
-    add(ShowCommands, tr("&Commands…"), KeyText::sequence(u"⇧⌘P"));
+    add(ShowCommands, tr("Co&mmands…"), KeyText::sequence(u"⇧⌘P"));
     // With and without Shift, which the sign + needs on many keyboards.
     add(ZoomIn, tr("Zoom &In"))
         ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Plus),
@@ -126,7 +126,7 @@ void Actions::addRunCommands()
     describe(Stop, QStringLiteral("stop.circle.fill"), Theme::Role::Red, tr("Stop"),
              tr("Stop (⌘.)"));
     add(RunPiece, tr("Run Selection, Line or &Cell"), QKeySequence(Qt::SHIFT | Qt::Key_Return));
-    add(FollowTraceback, tr("Go to &Traceback Line"), QKeySequence(Qt::Key_F4));
+    add(FollowTraceback, tr("&Go to Traceback Line"), QKeySequence(Qt::Key_F4));
 }
 
 void Actions::addDebugCommands()

@@ -58,7 +58,8 @@ void AppCommands::addEditMenu()
                       editor[EditorCommands::SelectNextOccurrence],
                       editor[EditorCommands::GoToLine], m_actions[Actions::FindInFiles]});
     menu->addSeparator();
-    menu->addActions({editor[EditorCommands::Indent], editor[EditorCommands::Unindent],
+    menu->addMenu(tr("&Lines"))
+        ->addActions({editor[EditorCommands::Indent], editor[EditorCommands::Unindent],
                       editor[EditorCommands::ToggleComment], editor[EditorCommands::MoveLinesUp],
                       editor[EditorCommands::MoveLinesDown], editor[EditorCommands::DuplicateLines],
                       editor[EditorCommands::DeleteLines], editor[EditorCommands::JoinLines]});
@@ -76,12 +77,11 @@ void AppCommands::addViewMenu()
     m_viewMenu->addSeparator();
     m_viewMenu->addActions({m_actions[Actions::NextPane], m_actions[Actions::PreviousPane],
                             m_actions[Actions::NextFile], m_actions[Actions::PreviousFile]});
+    QMenu *files = m_viewMenu->addMenu(tr("Open &Files"));
+    connect(files, &QMenu::aboutToShow, this, [this, files] { listOpenFiles(files); });
     m_viewMenu->addSeparator();
     m_viewMenu->addActions({m_actions[Actions::ShowCommands], m_actions[Actions::ZoomIn],
                             m_actions[Actions::ZoomOut], m_actions[Actions::ResetZoom]});
-    m_viewMenu->addSeparator();
-    QMenu *files = m_viewMenu->addMenu(tr("&Open Files"));
-    connect(files, &QMenu::aboutToShow, this, [this, files] { listOpenFiles(files); });
 }
 
 void AppCommands::addRunMenu()

@@ -116,12 +116,13 @@ void CommandPalette::collectFrom(const QList<QAction *> &actions, const QString 
     for (QAction *action : actions) {
         if (action->isSeparator() || !action->isVisible() || !action->isEnabled())
             continue;
-        const QString name = nameOf(*action);
+        const QString text = nameOf(*action);
+        const QString name = menu.isEmpty() ? text : tr("%1: %2").arg(menu, text);
         if (QMenu *submenu = action->menu()) {
             emit submenu->aboutToShow(); // some are filled only then
             collectFrom(submenu->actions(), name);
-        } else if (!name.isEmpty()) {
-            m_entries.append({menu.isEmpty() ? name : tr("%1: %2").arg(menu, name), action});
+        } else if (!text.isEmpty()) {
+            m_entries.append({name, action});
         }
     }
 }

@@ -155,7 +155,7 @@ void KorvaneApp::makeWorkspace()
             m_window->editor().keepViewState();
     });
     new WorkspaceMenu(*m_workspace, m_state, m_window->fileMenu(),
-                      m_window->commands()[Actions::CloseFile]);
+                      m_window->commands()[Actions::Save]);
     new StartPage(*m_workspace, m_state, m_window->editor());
     QObject::connect(qApp, &QCoreApplication::aboutToQuit, m_workspace.get(), &Workspace::save);
 }

@@ -23,14 +23,15 @@ PaneCommands::PaneCommands(QMainWindow &window, QMenu &menu)
 {
     menu.addSeparator();
     m_sidebar = addToggle(tr("Side&bar"), Qt::Key_F7, m_columns, 0);
-    add(tr("&Wider Sidebar"), Qt::CTRL | Qt::Key_F7,
-        [this] { resizePart(m_columns, 0, resizeStep); });
-    add(tr("Na&rrower Sidebar"), Qt::SHIFT | Qt::Key_F7,
-        [this] { resizePart(m_columns, 0, -resizeStep); });
     m_lowerPane = addToggle(tr("Lo&wer Pane"), Qt::Key_F8, m_detail, 1);
-    add(tr("&Taller Lower Pane"), Qt::CTRL | Qt::Key_F8,
+    QMenu &sizes = *menu.addMenu(tr("Pane Si&ze"));
+    add(sizes, tr("&Wider Sidebar"), Qt::CTRL | Qt::Key_F7,
+        [this] { resizePart(m_columns, 0, resizeStep); });
+    add(sizes, tr("&Narrower Sidebar"), Qt::SHIFT | Qt::Key_F7,
+        [this] { resizePart(m_columns, 0, -resizeStep); });
+    add(sizes, tr("&Taller Lower Pane"), Qt::CTRL | Qt::Key_F8,
         [this] { resizePart(m_detail, 1, resizeStep); });
-    add(tr("S&horter Lower Pane"), Qt::SHIFT | Qt::Key_F8,
+    add(sizes, tr("&Shorter Lower Pane"), Qt::SHIFT | Qt::Key_F8,
         [this] { resizePart(m_detail, 1, -resizeStep); });
     addFullScreen();
 }
@@ -47,11 +48,12 @@ void PaneCommands::showLowerPane()
     m_lowerPane->setChecked(true);
 }
 
-QAction *PaneCommands::add(const QString &text, const QKeySequence &key, std::function<void()> run)
+QAction *PaneCommands::add(QMenu &menu, const QString &text, const QKeySequence &key,
+                           std::function<void()> run)
 {
     auto *action = new QAction(text, this);
     action->setShortcut(key);
-    m_menu.addAction(action);
+    menu.addAction(action);
     if (run)
         connect(action, &QAction::triggered, this, std::move(run));
     return action;
@@ -60,7 +62,7 @@ QAction *PaneCommands::add(const QString &text, const QKeySequence &key, std::fu
 QAction *PaneCommands::addToggle(const QString &text, const QKeySequence &key, QSplitter *splitter,
                                  int part)
 {
-    QAction *action = add(text, key);
+    QAction *action = add(m_menu, text, key);
     action->setCheckable(true);
     action->setChecked(true);
     QWidget *pane = splitter->widget(part);
@@ -89,7 +91,7 @@ void PaneCommands::resizePart(QSplitter *splitter, int part, int pixels)
 
 void PaneCommands::addFullScreen()
 {
-    QAction *action = add(tr("F&ull Screen"), Qt::Key_F11);
+    QAction *action = add(m_menu, tr("Full S&creen"), Qt::Key_F11);
     action->setCheckable(true);
     connect(action, &QAction::triggered, this, [this](bool isFull) {
         m_window.setWindowState(m_window.windowState().setFlag(Qt::WindowFullScreen, isFull));

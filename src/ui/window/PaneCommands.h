@@ -26,7 +26,8 @@ public:
     void showLowerPane();
 
 private:
-    QAction *add(const QString &text, const QKeySequence &key, std::function<void()> run = {});
+    QAction *add(QMenu &menu, const QString &text, const QKeySequence &key,
+                 std::function<void()> run = {});
     QAction *addToggle(const QString &text, const QKeySequence &key, QSplitter *splitter, int part);
     void resizePart(QSplitter *splitter, int part, int pixels);
     void addFullScreen();

@@ -40,7 +40,6 @@ RecoveryFilesMenu::RecoveryFilesMenu(RecoveryFiles &recovery, UserPrompts &promp
     : QMenu(tr("&Unsaved Files"), &view)
     , m_recovery(recovery)
     , m_prompts(prompts)
-    , m_discardMenu(new QMenu(tr("&Discard"), this))
 {
     setObjectName(QStringLiteral("unsavedFiles"));
     view.addMenu(this);
@@ -51,9 +50,14 @@ RecoveryFilesMenu::RecoveryFilesMenu(RecoveryFiles &recovery, UserPrompts &promp
 
 void RecoveryFilesMenu::fill()
 {
-    clear();
-    m_discardMenu->clear();
     const QList<RecoveryFiles::Leftover> &leftovers = m_recovery.leftovers();
+    clear();
+    menuAction()->setVisible(!leftovers.isEmpty());
+    if (leftovers.isEmpty())
+        return;
+    if (!m_discardMenu)
+        m_discardMenu = new QMenu(tr("&Discard"), this);
+    m_discardMenu->clear();
     const QStringList texts = labels(leftovers);
     for (qsizetype i = 0; i < leftovers.size(); ++i) {
         const RecoveryFiles::Leftover leftover = leftovers[i];
@@ -68,7 +72,6 @@ void RecoveryFilesMenu::fill()
     connect(removeAll, &QAction::triggered, this, [this] { discard(m_recovery.leftovers()); });
     addSeparator();
     addMenu(m_discardMenu);
-    menuAction()->setVisible(!leftovers.isEmpty());
 }
 
 QCoro::Task<void> RecoveryFilesMenu::discard(QList<RecoveryFiles::Leftover> leftovers)

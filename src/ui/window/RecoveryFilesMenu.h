@@ -26,7 +26,7 @@ private:
 
     RecoveryFiles &m_recovery;
     UserPrompts &m_prompts;
-    QMenu *m_discardMenu;
+    QMenu *m_discardMenu = nullptr; // made with the first leftover
     Lifetime m_life;
 };
 
