@@ -64,11 +64,12 @@ endfunction()
 
 # korvane_add_library(board SOURCES a.cpp … LINKS base Qt6::Core …)
 #
-# One folder of src, one static library. LINKS names folders by their bare name and foreign
+# One folder of src, one library: static, or shared with BUILD_SHARED_LIBS, which links faster after a
+# change of one file. LINKS names folders by their bare name and foreign
 # libraries by their target.
 function(korvane_add_library name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINKS")
-    add_library(korvane_${name} STATIC ${arg_SOURCES})
+    add_library(korvane_${name} ${arg_SOURCES})
     target_include_directories(korvane_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
     target_link_libraries(korvane_${name} PUBLIC korvane_flags)
     korvane_link(korvane_${name} PUBLIC ${arg_LINKS})
