@@ -22,6 +22,10 @@ endif()
 # Sixty test programs are linked after each change of base.
 find_program(KORVANE_MOLD mold)
 
+# Qt's targets add -fPIC. With a second one, the object files of static libraries that ccache has could
+# not be used for shared ones.
+set(CMAKE_CXX_COMPILE_OPTIONS_PIC "")
+
 add_library(korvane_flags INTERFACE)
 if(KORVANE_MOLD AND NOT CMAKE_BUILD_TYPE STREQUAL Release)
     target_link_options(korvane_flags INTERFACE -fuse-ld=mold)
@@ -73,6 +77,8 @@ function(korvane_add_library name)
     target_include_directories(korvane_${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
     target_link_libraries(korvane_${name} PUBLIC korvane_flags)
     korvane_link(korvane_${name} PUBLIC ${arg_LINKS})
+    # Else each shared library has a macro of its own, and none can use the precompiled headers.
+    set_target_properties(korvane_${name} PROPERTIES DEFINE_SYMBOL "")
     korvane_precompile(korvane_${name})
 endfunction()
 
