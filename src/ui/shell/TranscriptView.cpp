@@ -26,35 +26,6 @@ constexpr qsizetype turnCharacters = 131'072;
 constexpr qsizetype pieceCharacters = 8'192; // between looks at the clock
 constexpr qsizetype lineCost = 64;           // what even an empty line costs, in characters
 
-constexpr int isReplMessageProperty = QTextFormat::UserProperty;
-
-void recolorMessages(const QTextBlock &block, QTextCursor &cursor, const QTextCharFormat &format)
-{
-    for (auto i = block.begin(); !i.atEnd(); ++i) {
-        const QTextFragment fragment = i.fragment();
-        if (!fragment.charFormat().boolProperty(isReplMessageProperty))
-            continue;
-        cursor.setPosition(fragment.position());
-        cursor.setPosition(fragment.position() + fragment.length(), QTextCursor::KeepAnchor);
-        cursor.setCharFormat(format);
-    }
-}
-
-/// How many characters of \p line from \p offset on are of one kind, and whether they are messages
-/// of the REPL.
-std::pair<qsizetype, bool> pieceAt(const REPLLine &line, qsizetype offset)
-{
-    const auto next = std::lower_bound(line.replMessages.cbegin(), line.replMessages.cend(), offset,
-                                       [](const REPLLine::Range &range, qsizetype at) {
-                                           return range.start + range.length <= at;
-                                       });
-    if (next == line.replMessages.cend())
-        return {line.text.size() - offset, false};
-    if (next->start > offset)
-        return {next->start - offset, false};
-    return {next->start + next->length - offset, true};
-}
-
 } // namespace
 
 /// A selection that reaches the end of the document would grow with it.
@@ -209,11 +180,7 @@ void TranscriptView::showMore()
 void TranscriptView::takeOver()
 {
     const QList<REPLLine> &lines = m_transcript.replLines();
-    TranscriptWriter writer(
-        *document(), m_tail,
-        [this](REPLLine::Kind kind, bool isReplMessage) -> const QTextCharFormat & {
-            return format(kind, isReplMessage);
-        });
+    TranscriptWriter writer(*document(), m_tail, m_formats);
     QElapsedTimer time;
     time.start();
     qsizetype taken = 0;
@@ -221,13 +188,9 @@ void TranscriptView::takeOver()
         const REPLLine &line = lines[m_line];
         const qsizetype waiting = line.text.size() - m_offset;
         writer.enterLine(line, waiting, m_line == 0 && document()->isEmpty());
-        // A view into the transcript's own text: copying a line that grows would cost its square.
-        const auto [length, isReplMessage] = pieceAt(line, m_offset);
-        const auto text =
-            QStringView(line.text).sliced(m_offset, std::min(length, pieceCharacters));
-        writer.append(text, isReplMessage);
-        m_offset += text.size();
-        taken += text.size() + lineCost;
+        const qsizetype written = writer.append(line, m_offset, pieceCharacters);
+        m_offset += written;
+        taken += written + lineCost;
         if (m_offset < line.text.size())
             continue;
         if (m_line == lines.size() - 1)
@@ -372,22 +335,8 @@ void TranscriptView::shortenDocument()
 
 QMimeData *TranscriptView::createMimeDataFromSelection() const
 {
-    const QTextCursor selection = textCursor();
-    const int start = selection.selectionStart();
-    const int end = selection.selectionEnd();
-    QString text;
-    text.reserve(end - start);
-    for (QTextBlock block = document()->findBlock(start);
-         block.isValid() && block.position() <= end; block = block.next()) {
-        const int from = std::max(start - block.position(), 0);
-        const int to = std::min(end - block.position(), block.length() - 1);
-        if (block.position() > start && !TranscriptBlock::of(block).continuesLine)
-            text.append(u'\n');
-        text.append(QStringView(block.text()).sliced(from, to - from));
-    }
-    text.replace(QChar::LineSeparator, QChar(u'\n'));
     auto *copied = new QMimeData;
-    copied->setText(text);
+    copied->setText(TranscriptBlock::printedText(textCursor()));
     return copied;
 }
 
@@ -432,47 +381,13 @@ void TranscriptView::restoreLineCounts()
 
 void TranscriptView::applyTheme()
 {
-    const Theme &theme = Theme::of(palette());
-    m_errorFormat.setForeground(theme.color(Theme::Role::Red));
-    m_infoFormat.setForeground(theme.color(Theme::Role::SecondaryLabel));
-    m_messageFormat.setForeground(theme.color(Theme::Role::SecondaryLabel));
-    m_messageFormat.setProperty(isReplMessageProperty, true);
-
-    // What is typed and printed follows the palette by itself.
-    QTextCursor cursor(document());
-    cursor.beginEditBlock();
-    for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
-        const REPLLine::Kind kind = TranscriptBlock::of(block).kind;
-        if (kind == REPLLine::Kind::Output)
-            recolorMessages(block, cursor, m_messageFormat);
-        if (kind != REPLLine::Kind::Error && kind != REPLLine::Kind::Info)
-            continue;
-        cursor.setPosition(block.position());
-        cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
-        cursor.setCharFormat(format(kind, false));
-    }
-    cursor.endEditBlock();
+    m_formats.setColors(Theme::of(palette()));
+    m_formats.applyTo(*document());
 }
 
 void TranscriptView::setTabWidth()
 {
     setTabStopDistance(8 * fontMetrics().horizontalAdvance(u' '));
-}
-
-const QTextCharFormat &TranscriptView::format(REPLLine::Kind kind, bool isReplMessage) const
-{
-    if (isReplMessage)
-        return m_messageFormat;
-    switch (kind) {
-    case REPLLine::Kind::Error:
-        return m_errorFormat;
-    case REPLLine::Kind::Info:
-        return m_infoFormat;
-    case REPLLine::Kind::Input:
-    case REPLLine::Kind::Output:
-        break;
-    }
-    return m_plainFormat;
 }
 
 } // namespace Korvane

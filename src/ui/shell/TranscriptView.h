@@ -1,10 +1,11 @@
 #pragma once
 
+#include "ui/shell/TranscriptFormats.h"
 #include "ui/shell/TranscriptLinks.h"
 #include "ui/shell/TranscriptWriter.h"
 
 #include <QPlainTextEdit>
-#include <QTextCharFormat>
+#include <QTextCursor>
 #include <QTimer>
 #include <QVariantAnimation>
 
@@ -74,13 +75,9 @@ private:
     bool follow(const std::optional<TranscriptLinks::Link> &link);
     void setTabWidth();
     void restoreLineCounts();
-    [[nodiscard]] const QTextCharFormat &format(REPLLine::Kind kind, bool isReplMessage) const;
 
     const ShellTranscript &m_transcript;
-    QTextCharFormat m_plainFormat;
-    QTextCharFormat m_errorFormat;
-    QTextCharFormat m_infoFormat;
-    QTextCharFormat m_messageFormat;
+    TranscriptFormats m_formats;
     QTextCursor m_linkCursor; // where followNextLink has been; null at first
     QTimer m_more;
     QVariantAnimation m_scroll;

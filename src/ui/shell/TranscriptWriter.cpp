@@ -1,6 +1,7 @@
 #include "ui/shell/TranscriptWriter.h"
 
 #include "app/ShellTranscript.h"
+#include "ui/shell/TranscriptFormats.h"
 
 #include <QTextBlock>
 #include <QTextDocument>
@@ -44,6 +45,21 @@ bool isReserved(QChar character)
         || character == QChar::ObjectReplacementCharacter;
 }
 
+/// How many characters of \p line from \p offset on have one format, and whether they are a message
+/// of the REPL.
+std::pair<qsizetype, bool> pieceAt(const REPLLine &line, qsizetype offset)
+{
+    const auto next = std::lower_bound(line.replMessages.cbegin(), line.replMessages.cend(), offset,
+                                       [](const REPLLine::Range &range, qsizetype at) {
+                                           return range.start + range.length <= at;
+                                       });
+    if (next == line.replMessages.cend())
+        return {line.text.size() - offset, false};
+    if (next->start > offset)
+        return {next->start - offset, false};
+    return {next->start + next->length - offset, true};
+}
+
 } // namespace
 
 TranscriptBlock TranscriptBlock::of(const QTextBlock &block)
@@ -58,10 +74,29 @@ int TranscriptBlock::packed() const
     return static_cast<int>(kind) | (continuesLine ? 4 : 0) | (lines << 3) | (run << runShift);
 }
 
-TranscriptWriter::TranscriptWriter(QTextDocument &document, TranscriptTail &tail, Format format)
+QString TranscriptBlock::printedText(const QTextCursor &selection)
+{
+    const int start = selection.selectionStart();
+    const int end = selection.selectionEnd();
+    QString text;
+    text.reserve(end - start);
+    for (QTextBlock block = selection.document()->findBlock(start);
+         block.isValid() && block.position() <= end; block = block.next()) {
+        const int from = std::max(start - block.position(), 0);
+        const int to = std::min(end - block.position(), block.length() - 1);
+        if (block.position() > start && !of(block).continuesLine)
+            text.append(u'\n');
+        text.append(QStringView(block.text()).sliced(from, to - from));
+    }
+    text.replace(QChar::LineSeparator, QChar(u'\n'));
+    return text;
+}
+
+TranscriptWriter::TranscriptWriter(QTextDocument &document, TranscriptTail &tail,
+                                   const TranscriptFormats &formats)
     : m_document(document)
     , m_tail(tail)
-    , m_format(std::move(format))
+    , m_formats(formats)
     , m_cursor(&document)
 {
     m_cursor.movePosition(QTextCursor::End);
@@ -90,7 +125,16 @@ void TranscriptWriter::enterLine(const REPLLine &line, qsizetype waiting, bool i
     m_tail.owesLineEnd = false;
 }
 
-void TranscriptWriter::append(QStringView text, bool isReplMessage)
+qsizetype TranscriptWriter::append(const REPLLine &line, qsizetype offset, qsizetype maxLength)
+{
+    const auto [length, isReplMessage] = pieceAt(line, offset);
+    // A view into the line's own text: copying a line that grows would take quadratic time.
+    const auto text = QStringView(line.text).sliced(offset, std::min(length, maxLength));
+    appendText(text, isReplMessage);
+    return text.size();
+}
+
+void TranscriptWriter::appendText(QStringView text, bool isReplMessage)
 {
     if (isReplMessage != m_isReplMessage)
         writePending();
@@ -142,7 +186,7 @@ void TranscriptWriter::writePending()
         return;
     std::replace_if(m_pending.begin(), m_pending.end(), isReserved,
                     QChar(QChar::ReplacementCharacter));
-    m_cursor.insertText(m_pending, m_format(m_kind, m_isReplMessage));
+    m_cursor.insertText(m_pending, m_formats.format(m_kind, m_isReplMessage));
     m_pending.resize(0);
     if (m_tail.blockLines > 1) {
         // The document takes every block that it has not laid out for one line high.

@@ -6,13 +6,12 @@
 #include <QStringView>
 #include <QTextCursor>
 
-#include <functional>
-
 class QTextBlock;
-class QTextCharFormat;
 class QTextDocument;
 
 namespace Korvane {
+
+class TranscriptFormats;
 
 /// What the Shell's document keeps of each of its blocks, in the block's user state.
 struct TranscriptBlock
@@ -30,6 +29,8 @@ struct TranscriptBlock
 
     [[nodiscard]] static TranscriptBlock of(const QTextBlock &block);
     [[nodiscard]] int packed() const;
+    /// The selected text as it was printed: without the ends of blocks within a line.
+    [[nodiscard]] static QString printedText(const QTextCursor &selection);
 };
 
 /// The state of the end of the document, where the next characters are written.
@@ -51,10 +52,9 @@ struct TranscriptTail
 class TranscriptWriter final
 {
 public:
-    using Format = std::function<const QTextCharFormat &(REPLLine::Kind, bool isReplMessage)>;
-
-    /// Borrows \p document and \p tail.
-    TranscriptWriter(QTextDocument &document, TranscriptTail &tail, Format format);
+    /// Borrows all three.
+    TranscriptWriter(QTextDocument &document, TranscriptTail &tail,
+                     const TranscriptFormats &formats);
     ~TranscriptWriter();
     TranscriptWriter(const TranscriptWriter &) = delete;
     TranscriptWriter &operator=(const TranscriptWriter &) = delete;
@@ -62,10 +62,12 @@ public:
     /// Continues with a line of which \p waiting characters are not written yet. \p isFirst: the
     /// first line of the document, which goes into the block that every document begins with.
     void enterLine(const REPLLine &line, qsizetype waiting, bool isFirst);
-    /// \p isReplMessage: what the board's REPL itself said.
-    void append(QStringView text, bool isReplMessage = false);
+    /// Writes the next characters of the line from \p offset on: of one format, and \p maxLength at
+    /// most. Returns how many.
+    qsizetype append(const REPLLine &line, qsizetype offset, qsizetype maxLength);
 
 private:
+    void appendText(QStringView text, bool isReplMessage);
     void appendWithinLine(QStringView text);
     void writeLineEnd(qsizetype nextLength);
     void writePending();
@@ -74,7 +76,7 @@ private:
 
     QTextDocument &m_document;
     TranscriptTail &m_tail;
-    const Format m_format;
+    const TranscriptFormats &m_formats;
     QTextCursor m_cursor;
     REPLLine::Kind m_kind = REPLLine::Kind::Output;
     int m_run = 0;
