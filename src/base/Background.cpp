@@ -18,8 +18,8 @@ Background::~Background()
     }
     if (m_pool->waitForDone(static_cast<int>(m_endTimeout.count())))
         return;
-    // ~QThreadPool would wait without limit. The threads that still run hold nothing of this
-    // program but the values of their work, and end with the process.
+    // ~QThreadPool would wait without limit. The threads that still run use only the values
+    // captured by their work, and end with the process.
     m_pool->clear();
     static_cast<void>(m_pool.release());
 }

@@ -19,9 +19,9 @@ namespace Korvane {
 /// Runs blocking work, such as reading a network folder, in a thread pool of its owner and lets
 /// coroutines wait for the result. Main thread only; the work runs on the pool's threads.
 ///
-/// Up to sixteen calls run at the same time, further ones are queued. A call that hangs holds
-/// one thread of this pool and delays neither other owners nor the fifteen calls
-/// beside it.
+/// Up to sixteen calls run at the same time, further ones are queued. A call that hangs occupies
+/// one thread of this pool; calls of other owners, and the fifteen calls that may run beside it,
+/// are not delayed.
 class Background final
 {
 public:

@@ -6,7 +6,7 @@ namespace Korvane {
 
 Delay::~Delay()
 {
-    // A sleeper that wakes here may start nothing new: it finds its object gone.
+    // A coroutine that is resumed here must not start anything: its object is being destroyed.
     m_isGoing = true;
     std::list<Nap> naps;
     naps.swap(m_naps);
@@ -22,7 +22,7 @@ QCoro::Task<bool> Delay::sleep(std::chrono::milliseconds duration)
     nap.timer.start(duration);
 
     const std::optional<bool> elapsed = co_await nap.done.wait();
-    // Its time may be up already when this goes before it could wake.
+    // The timer may have fired although the coroutine has not been resumed yet.
     if (!elapsed || m_isGoing)
         co_return false;
     m_naps.erase(position);

@@ -10,7 +10,8 @@
 
 namespace Korvane {
 
-/// Lets the coroutines of one object sleep, and wakes them early when that object goes.
+/// Suspends the coroutines of one object for a time; they are resumed early when that object is
+/// destroyed.
 class Delay final
 {
 public:
@@ -19,8 +20,8 @@ public:
     Delay(const Delay &) = delete;
     Delay &operator=(const Delay &) = delete;
 
-    /// Yields true after \p duration on a monotonic clock, false when the Delay went before: the
-    /// caller must then return without touching its object.
+    /// Yields true after \p duration on a monotonic clock, false when the Delay was destroyed
+    /// before that: the caller must then return without touching its object.
     [[nodiscard]] QCoro::Task<bool> sleep(std::chrono::milliseconds duration);
 
 private:

@@ -1,7 +1,7 @@
 #pragma once
 
-/// The limit of open descriptors. A server whose connections may all be taken by others needs more
-/// than the usual 1,024, and the window fails in bad ways when there are none.
+/// The limit of open descriptors. With many clients the server needs more than the usual 1,024, and
+/// the window cannot load fonts, open files or start processes without one.
 namespace Korvane::DescriptorLimit {
 
 /// Raises the soft limit to the hard one. Must be called before there are threads.

@@ -6,9 +6,9 @@ namespace Korvane {
 
 /// Tells a coroutine, after a wait, whether the object it belongs to still exists.
 ///
-/// A QPointer does not do for this: it stays set until ~QObject, while the parts of the object
-/// are already gone. Declare the Lifetime as the **last** member, so that it ends first; take a
-/// `watch()` before the first wait and test it after every one. Main thread only.
+/// A QPointer is not enough: it is not null before ~QObject, when the members of the object are
+/// already destroyed. Declare the Lifetime as the **last** member, so that it is destroyed first;
+/// take a `watch()` before the first wait and test it after every one. Main thread only.
 class Lifetime final
 {
 public:

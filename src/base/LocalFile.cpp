@@ -57,7 +57,7 @@ QByteArray attribute(const QByteArray &file, const char *name)
 }
 
 /// Gives \p descriptor the extended attributes of \p path. Those that this user may not set, or
-/// that the file system does not know, are left out; false, with errno set, when another reason
+/// that the file system does not support, are left out; false, with errno set, when another reason
 /// such as lack of space prevents it.
 bool copyAttributes(const QString &path, int descriptor)
 {
@@ -80,7 +80,7 @@ bool copyAttributes(const QString &path, int descriptor)
 }
 
 /// False, with errno set, when the disk could not take what was written: some file systems report
-/// lack of space only here. A file system that cannot sync is no failure.
+/// lack of space only here. A file system without support for syncing is not a failure.
 bool sync(int descriptor)
 {
     return ::fsync(descriptor) == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;

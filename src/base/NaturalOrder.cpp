@@ -5,7 +5,7 @@ namespace Korvane {
 namespace {
 
 /// In the C locale QCollator falls back to plain comparison and ignores its modes, so that file10
-/// would come before file2 there.
+/// would precede file2 there.
 QLocale collationLocale()
 {
     const QLocale locale;

@@ -9,8 +9,8 @@
 
 namespace Korvane {
 
-/// The order in which file managers show names: case-insensitive, by the user's locale, with
-/// runs of digits compared by value, so that file2 comes before file10.
+/// The order in which file managers show names: case-insensitive, by the user's locale, with runs
+/// of digits compared by value, so that file2 precedes file10.
 class NaturalOrder final
 {
 public:

@@ -11,9 +11,9 @@ namespace Korvane {
 /// A result that is delivered once, to the one coroutine that waits for it.
 ///
 /// The producer owns the OneShot. `deliver` resumes the waiter from the event loop, never inside
-/// the producer's own call; only the first delivery counts. When the producer goes without having
-/// delivered, the waiter is resumed at once with nothing, so that no wait is without an end: it
-/// must then return without touching the producer. Main thread only.
+/// the producer's own call; only the first delivery counts. When the producer is destroyed without
+/// having delivered, the waiter is resumed at once with nothing; it must then return without
+/// touching the producer. Main thread only.
 template <typename T> class OneShot final
 {
 public:
@@ -67,7 +67,7 @@ private:
     std::optional<T> m_value;
     std::coroutine_handle<> m_waiter;
     bool m_isClosed = false;
-    QObject m_context; // receives the resumption, and drops it when this goes
+    QObject m_context; // receives the resumption, and drops it when this is destroyed
 };
 
 } // namespace Korvane

@@ -35,7 +35,7 @@ struct REPLLine
     Kind kind;
     QString text;
     QUuid id = QUuid::createUuid();
-    /// What the board's REPL itself said, of a line of output; ascending.
+    /// The parts of a line of output that the board's REPL wrote itself; ascending.
     QList<Range> replMessages = {};
     /// The run that wrote the line, as of ShellTranscript::beginRun; 0 for none.
     int run = 0;
@@ -51,7 +51,7 @@ struct FileNode
     QUuid id = QUuid::createUuid();
 };
 
-/// What one request to the local Python session yields.
+/// The result of one request to the local Python session.
 struct RunResult
 {
     /// Empty on success.

@@ -10,7 +10,7 @@ namespace Korvane {
 
 /// A value, or the `Error` that prevented it. Ignoring one is a compiler warning.
 ///
-/// The only place that names tl::expected, so that std::expected can take over with a newer
+/// The only file that uses tl::expected, so that std::expected can replace it with a newer
 /// compiler. Check first, then use `*result` or `result->`.
 template <typename T> class [[nodiscard]] Result
 {

@@ -5,12 +5,13 @@
 
 namespace Korvane {
 
-/// Where the program remembers what is neither a setting nor a document of the user's:
+/// The folder for state that is neither a setting nor a document of the user:
 /// $XDG_STATE_HOME/korvane, by default ~/.local/state/korvane. It need not exist.
 [[nodiscard]] inline QString stateFolder()
 {
     QString folder = qEnvironmentVariable("XDG_STATE_HOME");
-    if (!QDir::isAbsolutePath(folder)) // the convention says to ignore a relative one
+    // Relative paths are ignored, as the XDG Base Directory convention requires.
+    if (!QDir::isAbsolutePath(folder))
         folder = QDir::homePath() + QStringLiteral("/.local/state");
     return folder + QStringLiteral("/korvane");
 }

@@ -4,8 +4,8 @@
 
 namespace Korvane {
 
-/// The name of a POSIX error number, for example "No space left on the device" for ENOSPC;
-/// "Error 12345" for a number that the system does not know. Any thread.
+/// The name of a POSIX error number, for example "No space left on the device" for ENOSPC; "Error
+/// 12345" for an unknown number. Any thread.
 [[nodiscard]] QString systemErrorText(int code);
 
 } // namespace Korvane

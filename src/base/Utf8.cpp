@@ -60,8 +60,8 @@ std::optional<QString> ChunkDecoder::feed(QByteArrayView chunk)
         m_tail = joined.right(tailLength);
         return text;
     }
-    // Perhaps only the tail was ill-formed, a character that nothing continues. The chunk itself
-    // must not go with it: the end of a reply may be in it.
+    // Perhaps only the tail was ill-formed, a character that nothing continues. The rest of the
+    // chunk is kept, because it may contain the end of a reply.
     return joined.size() > chunk.size() ? feed(chunk) : std::nullopt;
 }
 

@@ -6,8 +6,8 @@
 
 #include <optional>
 
-/// UTF-8 as it comes from pipes and serial lines: in pieces, and not always well-formed. Unlike
-/// QString::fromUtf8 these keep a leading byte-order mark, so that nothing of a file is lost.
+/// UTF-8 from pipes and serial ports: in pieces, and not always well-formed. Unlike
+/// QString::fromUtf8 these keep a leading byte-order mark, so that a file keeps it.
 namespace Korvane::Utf8 {
 
 /// The text, or nothing when the bytes are not well-formed.

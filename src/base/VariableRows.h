@@ -17,7 +17,7 @@ struct Keys
     const char *value;
 };
 
-/// What a board writes, to save time on the line.
+/// Short names, which a board uses to send fewer bytes.
 inline constexpr Keys boardKeys{"n", "t", "v"};
 
 /// The rows in order, with "?" for a text that is missing; nothing when \p rows is no list of

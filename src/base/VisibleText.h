@@ -7,7 +7,7 @@
 ///
 /// Control characters become the control pictures of Unicode (U+0007 becomes "␇"). Bidirectional
 /// marks, invisible format characters, Unicode's line separators and lone surrogates become their
-/// code point in brackets, such as "⟨U+202E⟩". The joiners U+200C and U+200D stay: scripts and
+/// code point in brackets, such as "⟨U+202E⟩". The joiners U+200C and U+200D are kept: scripts and
 /// emoji need them.
 namespace Korvane::VisibleText {
 

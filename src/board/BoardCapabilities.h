@@ -6,8 +6,8 @@
 
 namespace Korvane {
 
-/// What the MicroPython of the connected board offers to file operations and transfers. Read at
-/// most once per connection (BoardProfile).
+/// The modules and functions of the connected board's MicroPython that file operations and
+/// transfers use. Read at most once per connection (BoardProfile).
 struct BoardCapabilities
 {
     /// Free bytes of the heap after a garbage collection; 0 when unknown.

@@ -4,7 +4,7 @@
 #include <QString>
 #include <QUuid>
 
-#include <cstdio> // stdout and stderr are field names below; the macros must be known first
+#include <cstdio> // stdout and stderr are field names below; the macros must be defined before
 #include <optional>
 #include <utility>
 
@@ -24,7 +24,7 @@ struct DeviceFileNode
     QUuid id = QUuid::createUuid();
 };
 
-/// What one program on the board left behind; line ends are "\n".
+/// The result of one program on the board; line ends are "\n".
 struct DeviceExecution
 {
     /// Everything it printed.

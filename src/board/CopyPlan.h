@@ -20,11 +20,11 @@ struct CopyItem
     friend bool operator==(const CopyItem &, const CopyItem &) = default;
 };
 
-/// What a folder copy will do, folders before what is in them, so that making folders in this
-/// order never lacks a parent.
+/// The steps of a folder copy, each folder before its contents, so that every parent exists when a
+/// folder is made.
 struct CopyPlan
 {
-    /// An entry that is left out.
+    /// An entry that is not copied.
     struct Skipped
     {
         /// As in CopyItem; the folder's own name when the folder itself cannot be read.

@@ -15,8 +15,8 @@ struct DebugPause
     int line = 0;
     QList<PythonVariable> variables;
 
-    /// Reads what stands between the two marks of a pause record (docs/formats/pause-record.md).
-    /// Nothing when it is no JSON object with a whole number as its line; no variables when their
+    /// Parses the bytes between the two marks of a pause record (docs/formats/pause-record.md).
+    /// Nothing unless it is a JSON object with a whole number as its line; no variables when their
     /// list is not as expected.
     [[nodiscard]] static std::optional<DebugPause> fromRecord(QByteArrayView json);
 

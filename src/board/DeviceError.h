@@ -23,19 +23,18 @@ namespace Korvane::DeviceError {
 [[nodiscard]] Error boardReset();
 /// The board showed no sign of a soft reset.
 [[nodiscard]] Error notReset();
-/// Another connection took the place of the one that the user was asked about.
+/// The connection that the user was asked about was replaced by another one.
 [[nodiscard]] Error boardReplaced();
 /// A transfer to \p path was asked for before and has not ended.
 [[nodiscard]] Error alreadyWriting(const QString &path);
-/// The user declined; \p notice says what stays as it is, if that needs saying.
+/// The user declined; \p notice says what was left unchanged; it may be empty.
 [[nodiscard]] Error cancelled(const QString &notice = {});
 /// The object that carried out the operation was destroyed.
 [[nodiscard]] Error closed();
 
-/// Replaces what MicroPython prints for an OSError that has no text of its own ("28", "OSError:
-/// 28",
-/// "[Errno 28] ENOSPC") by the error's name; any other text is returned unchanged. White space
-/// around it is kept.
+/// Replaces what MicroPython prints for an OSError that has no text of its own ("28",
+/// "OSError: 28", "[Errno 28] ENOSPC") by the error's name; any other text is returned unchanged.
+/// White space around it is kept.
 [[nodiscard]] QString withSystemErrorNamed(const QString &text);
 
 } // namespace Korvane::DeviceError

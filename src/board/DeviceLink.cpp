@@ -16,7 +16,7 @@ namespace {
 
 constexpr int defaultBaudRate = 115200;
 constexpr auto identityTimeout = 5s;
-/// How long the board stays in the raw REPL for the next command of a sequence.
+/// How long the board is left in the raw REPL for the next command of a sequence.
 constexpr auto longestPause = 100ms;
 
 /// A traceback is an error.

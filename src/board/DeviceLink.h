@@ -25,8 +25,8 @@ class RawReplExchange;
 class ShellSink;
 class SoftReset;
 
-/// The link to the board: connecting, disconnecting, losing it, and running commands on it, first
-/// come, first served. Main thread only.
+/// The link to the board: connecting, disconnecting, losing it, and running commands on it in the
+/// order of the calls. Main thread only.
 ///
 /// The link has one user at a time, which `deviceCommandInFlight` shows: a command of
 /// executeOnDeviceRaw, the start of a streamed run, which takes the link by force, or a soft reset.
@@ -68,7 +68,7 @@ public:
 
     /// Lists the ports now. The list also follows boards that are plugged in and unplugged.
     void refreshPorts();
-    /// What the board at \p port says of itself.
+    /// The USB descriptors of the board at \p port.
     [[nodiscard]] SerialPortManager::Identity portIdentity(const QString &port) const
     {
         return SerialPortManager::identity(port, m_roots);
@@ -86,14 +86,14 @@ public:
     [[nodiscard]] Async<void> softReset();
 
     /// Waits until the link is free, also of a program that was started meanwhile, then runs \p
-    /// code on the board. With \p whenBusy Interrupt, a program that doesn't come from here, such
-    /// as one started at the Shell's prompt, is interrupted, and what it prints until then is in
+    /// code on the board. With \p whenBusy Interrupt, a program that Korvane did not send, such as
+    /// one started at the Shell's prompt, is interrupted, and what it prints until then is in
     /// dataReceived. Errors: `NotConnected` (also when the connection ends first),
     /// `ProgramRunning`, `PausedAtBreakpoint` (nothing was written), `NoRawREPL`, `TimedOut` (the
     /// program was interrupted, unless the link was taken by force), `Closed` (this object was
-    /// destroyed). \p timeout counts from when the link is free; its whole seconds are named in
-    /// the error. \p stop ends a command that is waiting, with `Cancelled`, and interrupts one that
-    /// is canceled while it runs: its result is then what the program printed.
+    /// destroyed). \p timeout counts from when the link is free; its whole seconds are named in the
+    /// error. \p stop ends a command that is waiting, with `Cancelled`, and interrupts one that is
+    /// canceled while it runs: its result is then what the program printed.
     [[nodiscard]] Async<DeviceExecution> executeOnDeviceRaw(
         QString code, std::chrono::duration<double> timeout, CallStop stop = {},
         WhenBusy whenBusy = WhenBusy::KeepAsking);
@@ -102,7 +102,7 @@ public:
                                                  std::chrono::duration<double> timeout,
                                                  WhenBusy whenBusy = WhenBusy::KeepAsking);
 
-    /// As executeOnDevice, for one of several commands that follow each other: the board stays in
+    /// As executeOnDevice, for one of several commands that follow each other: the board is left in
     /// the raw REPL for a moment, so that the next command of this kind needs no handshake.
     [[nodiscard]] Async<QString> executeInSequence(QString code,
                                                    std::chrono::duration<double> timeout);
@@ -120,15 +120,15 @@ signals:
     void connectionStateChanged();
     void availablePortsChanged();
     void deviceCommandInFlightChanged();
-    /// A new connection is about to be read: what is left of the stream before is void.
+    /// A new connection is about to be read: incomplete data of the previous one must be dropped.
     void readerStarting();
-    /// A command has ended and left the raw REPL: the board's banner is what comes next.
+    /// A command has ended and left the raw REPL: the board sends its banner next.
     void rawReplLeft();
     /// Bytes that belong to no command.
     void dataReceived(const QByteArray &chunk);
     /// The last step of connecting.
     void connected();
-    /// The first step of losing the board: no more bytes will come.
+    /// The first step of losing the board: no more bytes will arrive.
     void lost();
     /// The connection has ended, by the user or by a loss; connectionState() says so already.
     void ended();
@@ -159,7 +159,7 @@ private:
     QString m_boardIdentity; // of the connected board, once it is known
     /// All commands whose result hasn't been taken: waiting, on the board, cut off, ended.
     std::list<std::unique_ptr<RawReplExchange>> m_commands;
-    /// Those that wait for the link, in the order in which they came.
+    /// Those that wait for the link, in the order of the calls.
     std::deque<RawReplExchange *> m_waiting;
     /// The command that uses the link; null when the link is free or has another user.
     RawReplExchange *m_current = nullptr;

@@ -7,9 +7,9 @@
 /// The board's file tree as its listing script prints it.
 namespace Korvane::DeviceListing {
 
-/// The tree in what the listing script printed; nothing when it holds no listing. What stands
-/// before the marker is ignored. Entries without a usable name, path or kind are left out. Each
-/// folder is sorted in the order of file managers, folders first.
+/// The tree in what the listing script printed; nothing when it holds no listing. Text before the
+/// marker is ignored. Entries without a usable name, path or kind are left out. Each folder is
+/// sorted in the order of file managers, folders first.
 [[nodiscard]] std::optional<QList<DeviceFileNode>> parse(const QString &output);
 
 /// The entries of the folder at \p path, or null when the tree has no such folder. Points into

@@ -18,7 +18,7 @@ constexpr qsizetype longestHeldTail = 4;
 /// but four are shown.
 qsizetype showableCount(QByteArrayView bytes)
 {
-    // No character contains an end mark, so nothing in front of one can wait for its other half.
+    // No character contains an end mark, so whatever precedes one is complete.
     const qsizetype settled = bytes.lastIndexOf(endMark) + 1;
     const QByteArrayView rest = bytes.sliced(settled);
     for (qsizetype held = 0; held <= longestHeldTail && held < rest.size(); ++held) {
@@ -55,7 +55,7 @@ DeviceStreamScanner::Scan DeviceStreamScanner::feed(QByteArrayView chunk)
     scan.replyWhole = completesReply(chunk);
     m_buffer.append(chunk);
 
-    qsizetype position = 0; // everything in front of it is dealt with
+    qsizetype position = 0; // everything in front of it is processed
     while (position < m_buffer.size()) {
         if (!skipLineEnd(position))
             break;
@@ -90,8 +90,8 @@ void DeviceStreamScanner::clear()
     *this = {};
 }
 
-// A record never holds an end mark, and an end mark is never held back: the reply's end can be read
-// off the bytes as they come.
+// A record never holds an end mark, and an end mark is never held back: the end of the reply is
+// found as soon as its bytes arrive.
 bool DeviceStreamScanner::completesReply(QByteArrayView chunk)
 {
     if (chunk.isEmpty())

@@ -7,8 +7,8 @@
 namespace Korvane {
 
 /// Splits what the board sends while a program runs into text, pauses and the program's end
-/// (docs/formats/pause-record.md). Fed with chunks as they come; every byte is looked at a fixed
-/// number of times, however long a record stays open.
+/// (docs/formats/pause-record.md). Fed with chunks as they arrive. The time is linear in the number
+/// of bytes, also for long records.
 class DeviceStreamScanner final
 {
 public:
@@ -29,11 +29,11 @@ public:
         bool replyWhole = false;
     };
 
-    /// Everything that \p chunk settles. The beginning of a character, of a record or of the line
-    /// end behind one waits for the next chunk.
+    /// Everything that \p chunk completes. The beginning of a character, of a record or of the line
+    /// end behind one is held back until the next chunk.
     [[nodiscard]] Scan feed(QByteArrayView chunk);
 
-    /// What was still waiting, as text; then everything begins anew.
+    /// Returns what was held back, as text, and resets the scanner.
     [[nodiscard]] QString flush();
     /// The same without the text.
     void clear();

@@ -18,11 +18,10 @@ class TransferStatus;
 
 /// Copies files and whole folders between this computer and the board, in both directions.
 ///
-/// A folder copy asks once, then works through its plan and stops at the first failure; what was
-/// copied before stays, and copying again merges. Start and success are written to the Shell,
-/// failures are returned. Local files are read and written in pieces, off the main thread; a local
-/// file is replaced when all of its content has arrived and was checked. Everything else happens on
-/// the main thread.
+/// A folder copy asks once and stops at the first failure; what was copied before is kept, and
+/// copying again merges. Start and success are written to the Shell, failures are returned. Local
+/// files are read and written in pieces, off the main thread; a local file is replaced when all of
+/// its content has arrived and was checked. Everything else happens on the main thread.
 class FileTransfer final : public QObject
 {
     Q_OBJECT
@@ -41,7 +40,7 @@ public:
                                                    QString destinationFolder);
 
 signals:
-    /// Files on this computer came or changed.
+    /// Files on this computer were created or changed.
     void localFilesChanged();
 
 private:

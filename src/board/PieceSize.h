@@ -6,13 +6,13 @@
 
 namespace Korvane {
 
-/// How many bytes of a file go into the next command of a transfer: as many as the line carries in
+/// How many bytes of a file go into the next command of a transfer: as many as are sent within
 /// `target`, bounded by the free heap of the board.
 class PieceSize final
 {
 public:
-    /// Long enough that the overhead of a command (about 10 ms at 115200 baud) is small beside it,
-    /// short enough that progress, Cancel and other commands don't wait.
+    /// Long compared with the overhead of a command (about 10 ms at 115200 baud), short enough that
+    /// progress, Cancel and other commands are not delayed noticeably.
     static constexpr std::chrono::milliseconds target{450};
     static constexpr qsizetype smallest = 256;
     static constexpr qsizetype largest = 16 * 1024;

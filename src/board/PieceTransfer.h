@@ -19,9 +19,9 @@ class DeviceLink;
 /// time-out of its own (docs/formats/file-transfer.md). Other commands of the link run in between.
 ///
 /// A file that is written goes to a temporary name in the same folder, is checked by its length and
-/// digest, and replaces the old file by a rename: until then the old file is whole. A piece that
-/// the line damaged is sent again, up to three times; one that the board has no memory for is
-/// divided.
+/// digest, and replaces the old file by a rename: until then the old file is unchanged. A piece
+/// that was damaged on the way is sent again, up to three times; one that the board has no memory
+/// for is divided.
 ///
 /// The object must outlive the operation, which it does as a local variable of the coroutine that
 /// awaits it. One operation at a time on one board. Main thread only.

@@ -46,7 +46,7 @@ ProgramRun::~ProgramRun()
 void ProgramRun::runOnDeviceStreamed(const QString &source, BoardState boardState)
 {
     // The rest of an ended run's reply is no longer waited for. A run that has not ended may still
-    // be on the board when this one gives up; its end is handled whenever it comes.
+    // be on the board when this one gives up; its end is handled when it arrives.
     m_lateReply.stop();
     if (m_reply == Reply::Ending || boardState == BoardState::AtPrompt)
         m_reply = Reply::None;
@@ -73,8 +73,8 @@ void ProgramRun::runOnDeviceStreamed(const QString &source, BoardState boardStat
     }
 }
 
-/// Until the banner comes, the board may still send the output of the program that it was running,
-/// with stops and an end.
+/// Until the banner arrives, the board may still send the output of the program that it was
+/// running, with stops and an end.
 void ProgramRun::takeEntering(const QByteArray &chunk)
 {
     const RawReplHandshake::Received received = m_handshake.feed(chunk);
@@ -94,10 +94,10 @@ void ProgramRun::showHeldBack()
 
 void ProgramRun::sendProgram()
 {
-    // Nothing completes what is incomplete now. The beginning of a record would swallow the first
-    // output of the new program, and its end marks are counted from here.
+    // Incomplete data of the old program will not be completed. The beginning of a record would
+    // swallow the first output of the new program, and its end marks are counted from here.
     flushStream();
-    // The board is at a prompt: a program whose end mark has not come was ended by a reset.
+    // The board is at a prompt: a program whose end mark has not arrived was ended by a reset.
     noteEnd();
     if (!m_isEntering)
         return;
@@ -171,7 +171,8 @@ void ProgramRun::showText(QStringView text, const QList<qsizetype> &endMarks)
 
 void ProgramRun::notePause(const DebugPause &pause)
 {
-    // A program that stops goes on: an end mark before this was printed by the program.
+    // A program that reports a stop has not ended: an end mark before this was printed by the
+    // program.
     m_reply = Reply::Awaited;
     m_lateReply.stop();
     setDeviceProgramRunning(true);

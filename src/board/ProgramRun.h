@@ -41,7 +41,7 @@ public:
     void handleDeviceData(const QByteArray &chunk);
     /// A new connection is about to be read: incomplete bytes are dropped.
     void clearStream();
-    /// No more bytes will come: incomplete bytes are shown as they are.
+    /// No more bytes will arrive: incomplete bytes are shown as they are.
     void flushStream();
     /// The caller has told the program to end and doesn't wait for that: from now on the program
     /// does not count as running. Its reply is still awaited, since the board is not free before. A
@@ -51,11 +51,11 @@ public:
     /// signaled for it.
     void reset();
 
-    /// A program was sent, and its end has not come.
+    /// A program was sent and has not ended.
     [[nodiscard]] bool deviceProgramRunning() const { return m_deviceProgramRunning; }
     /// The program has ended, but not its reply. Ends with `replyWhole`, `reset` or the next run.
     [[nodiscard]] bool isReplyEnding() const { return m_reply == Reply::Ending; }
-    /// A program is about to be sent, unless the board stays out of the raw REPL.
+    /// A program is about to be sent, unless the board does not enter the raw REPL.
     [[nodiscard]] bool isEntering() const { return m_isEntering; }
 
 signals:
@@ -63,7 +63,7 @@ signals:
     void paused(const DebugPause &pause);
     /// The program's output has ended; its traceback may follow.
     void programEnded();
-    /// The reply is complete, or no more of it came for a second after the program's end: the
+    /// The reply is complete, or none of it arrived for a second after the program's end: the
     /// board, still in its raw REPL, is free for commands. Not emitted while a run is being
     /// started.
     void replyWhole();
@@ -96,7 +96,7 @@ private:
     bool m_isEntering = false;
     RawReplHandshake m_handshake;
     QString m_source;
-    bool m_showsOldOutput = false; // what comes before the banner is the output of a program
+    bool m_showsOldOutput = false; // text before the banner is the output of a program
 
     // The board's reply to the program that was sent last. Apart from deviceProgramRunning, which
     // may be cleared by others while the reply is still awaited.

@@ -20,7 +20,7 @@ class SerialPortManager;
 /// One program sent through the raw REPL, from the first Ctrl-A to the Ctrl-B after its reply.
 /// Commands of a sequence share one Ctrl-A and one Ctrl-B.
 ///
-/// It ends exactly once: by the whole reply, by a board that never shows the banner, by the
+/// It ends exactly once: with the whole reply, when the board never shows the banner, at the
 /// time-out, or by abort().
 class RawReplExchange final : public QObject
 {

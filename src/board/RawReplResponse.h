@@ -14,7 +14,7 @@ namespace Korvane {
 class RawReplResponse final
 {
 public:
-    /// A reply longer than \p maxLength characters is let go: it never becomes complete.
+    /// A reply longer than \p maxLength characters is discarded and never becomes complete.
     explicit RawReplResponse(qsizetype maxLength = defaultMaxLength)
         : m_maxLength(maxLength)
     {

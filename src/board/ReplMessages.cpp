@@ -10,7 +10,7 @@ constexpr QStringView acknowledgment = u"OK";
 constexpr QStringView prompt = u">";
 constexpr QStringView bannerStart = u"MicroPython ";
 constexpr QStringView bannerEnd = u"\n>>> ";
-// A board that answers otherwise is not to have all that follows taken for its banner.
+// Without this limit, all output of a board with another banner would be taken for its banner.
 constexpr qsizetype longestBanner = 512;
 
 void add(QList<ReplMessages::Piece> &pieces, QStringView text, bool isMessage)

@@ -6,9 +6,9 @@
 
 namespace Korvane {
 
-/// Tells what the board's REPL itself says from what a program prints: the "OK" before the output
-/// of a program that was sent, the prompt behind its reply, and the banner when the raw REPL is
-/// left. Fed with the text of the board as it comes; it is passed on at once, however it is cut.
+/// Separates the messages of the board's REPL from program output: the "OK" before the output of a
+/// program that was sent, the prompt behind its reply, and the banner when the raw REPL is left.
+/// Fed with the text of the board as it arrives; nothing is held back.
 class ReplMessages final
 {
 public:
@@ -19,9 +19,9 @@ public:
         friend bool operator==(const Piece &, const Piece &) = default;
     };
 
-    /// A program was sent to the raw REPL: its acknowledgment comes next.
+    /// A program was sent to the raw REPL: its acknowledgment is expected next.
     void expectReply();
-    /// The raw REPL was left: the banner and the friendly prompt come next.
+    /// The raw REPL was left: the banner and the friendly prompt are expected next.
     void expectBanner();
 
     /// \p text without the end marks of a reply; \p endMarks are their places in it, ascending.
@@ -36,7 +36,7 @@ private:
 
     Expected m_expected = Expected::Nothing;
     qsizetype m_matched = 0; // characters of the acknowledgment
-    QString m_banner;        // what has come of it
+    QString m_banner;        // the part that has arrived
 };
 
 } // namespace Korvane

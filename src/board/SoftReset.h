@@ -9,8 +9,8 @@
 
 namespace Korvane {
 
-/// One soft reset of the board, whatever it is doing: Ctrl-C twice interrupts a program, Ctrl-B
-/// leaves the raw REPL, where a reset would not run main.py, and Ctrl-D resets. Main thread only.
+/// One soft reset of the board, in any state: Ctrl-C twice interrupts a program, Ctrl-B leaves the
+/// raw REPL, where a reset would not run main.py, and Ctrl-D resets. Main thread only.
 class SoftReset final : public QObject
 {
     Q_OBJECT

@@ -59,7 +59,8 @@ public:
     [[nodiscard]] QString status() const;
     /// An operation that has not been canceled yet can be.
     [[nodiscard]] bool canCancel() const;
-    /// Asks all operations to end; each does so after its current piece, and says what it left.
+    /// Requests all operations to end; each does so after its current piece and reports what it
+    /// left on the board.
     void cancel();
 
     /// "45 %, 10 kB/s, 12 s left"; empty when nothing can be said yet.

@@ -13,7 +13,7 @@ namespace DebugHelper {
 /// the program stops at its first statement.
 [[nodiscard]] QString installCode(const QSet<int> &activeLines);
 
-// The commands that the helper reads while the program stands still.
+// The commands that the helper reads while the program is paused.
 inline constexpr char continueCommand[] = "c\n";
 inline constexpr char stepCommand[] = "s\n";
 inline constexpr char quitCommand[] = "q\n";

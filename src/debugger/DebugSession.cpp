@@ -121,7 +121,7 @@ QCoro::Task<Result<void>> DebugSession::installHelper(QSet<int> activeLines)
         m_isInstalling = false;
     if (!output)
         co_return output.error();
-    // Its reply was the last that came before the board went.
+    // Its reply was the last one before the connection was lost.
     if (connection != m_connection)
         co_return DeviceError::notConnected();
     co_return Result<void>();

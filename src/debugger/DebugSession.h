@@ -19,9 +19,9 @@ class ShellSink;
 struct DebugPause;
 struct InstrumentedRun;
 
-/// Debugs programs on the board: starts them, follows them from stop to stop, and tells them to go
-/// on (docs/debugger.md). Follows the program run by itself; the owner of the link calls `reset`
-/// when it ends. Main thread only.
+/// Debugs programs on the board: starts them, tracks their stops, and continues them
+/// (docs/debugger.md). Follows the program run by itself; the owner of the link calls `reset` when
+/// it ends. Main thread only.
 class DebugSession final : public QObject
 {
     Q_OBJECT
@@ -40,15 +40,15 @@ public:
     void debugContinue();
     /// Lets the paused program run one statement. Nothing while it is not paused.
     void debugStep();
-    /// Ends the program. Debugging is over at once; what the board still has to say goes to the
+    /// Ends the program. Debugging is over at once; further output of the board is shown in the
     /// Shell. Nothing while nothing is debugged.
     void debugStop();
 
     /// A debug run is about to be sent, with breakpoints armed on these lines.
     void begin(const QSet<int> &activeBreakpointLines);
-    /// The program stopped. Counts as debugging, however it came to stop.
+    /// The program stopped. Counts as debugging for any reason of the stop.
     void pause(const DebugPause &pause);
-    /// Nothing is being debugged any more; says nothing.
+    /// Debugging is over. Writes nothing to the Shell.
     void reset();
 
     [[nodiscard]] bool isDebugging() const { return m_isDebugging; }
@@ -60,8 +60,8 @@ public:
 signals:
     /// Any of the three above.
     void changed();
-    /// A run is being sent: time to make room for the variables. The line is taken already, so that
-    /// no view asks the board for what it has now.
+    /// A run is being sent: time to make room for the variables. The link is in use already, so
+    /// that no view reads from the board now.
     void began();
     /// After the state, before the Shell says so: time to show the variables.
     void paused(const DebugPause &pause);
@@ -81,9 +81,9 @@ private:
     std::optional<int> m_pausedAt;
     QSet<int> m_activeBreakpointLines;
 
-    /// A start has the helper installed on this connection, and has not come to its result.
+    /// A start has installed the helper on this connection and has not finished.
     bool m_isInstalling = false;
-    /// Changes with each end of the link. What was installed then is gone.
+    /// Changes with each end of the link. What was installed before is lost.
     int m_connection = 0;
     Delay m_delay;
     Lifetime m_life;

@@ -18,7 +18,7 @@ QStringView upTo(QStringView text, QChar end)
     return position < 0 ? text : text.first(position);
 }
 
-/// What stands between the first "(" and the bracket that closes it.
+/// The text between the first "(" and the bracket that closes it.
 QStringView insideFirstBrackets(QStringView text)
 {
     const qsizetype open = text.indexOf(u'(');
@@ -137,8 +137,8 @@ void FunctionScopes::Function::addLocal(QStringView name)
 
 void FunctionScopes::Function::bind(QStringView name)
 {
-    // The function around this one takes these over. However many it knows already, with the first
-    // maxLocals of them it has as many as it may have.
+    // The function around this one takes these over. Its list is limited to maxLocals as well, so
+    // no more than that many are taken over.
     if (bound.size() >= maxLocals || bound.contains(name) || !isShown(name))
         return;
     bound.append(name);

@@ -10,8 +10,8 @@ namespace Korvane {
 
 struct PythonSource;
 
-/// Tells, while a source is walked through from top to bottom, which local names the function
-/// around the current line has bound so far. Each line costs the same, however long the function.
+/// Tracks which local names the function around the current line has bound so far, while a source
+/// is read from top to bottom. The time for a line does not depend on the length of the function.
 ///
 /// For each line on which a statement or header starts, in order: `enter` it, ask, `leave` it.
 class FunctionScopes final

@@ -64,8 +64,8 @@ private:
 
     [[nodiscard]] bool isEnd(qsizetype index) const { return index == m_source.lines.size(); }
 
-    /// Whether the line \p next belongs to the header before it; what a decorator is for stands as
-    /// deep as the decorator itself.
+    /// Whether the line \p next belongs to the header before it; a decorator and the definition
+    /// after it have the same indentation.
     [[nodiscard]] bool isInside(qsizetype next, qsizetype header) const
     {
         const bool isDecorator = PythonSource::trimmed(m_source.lines[header]).startsWith(u'@');

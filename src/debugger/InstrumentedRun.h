@@ -7,8 +7,8 @@
 namespace Korvane {
 
 /// A program rewritten so that it can be stopped: each statement line first asks whether to call
-/// the breakpoint helper. Every statement stays on its own line, so that the board's line numbers
-/// are the user's. Making it never fails; what did not go as asked is in `notes`.
+/// the breakpoint helper. No statement is moved to another line, so that the board's line numbers
+/// are the user's. Making it never fails; `notes` lists the breakpoints that were moved or ignored.
 struct InstrumentedRun
 {
     /// \p breakpoints are 1-based lines; those that can't hold a stop move down or are ignored.
@@ -21,7 +21,7 @@ struct InstrumentedRun
     QSet<int> activeLines;
     /// 1-based lines at which the program can stop.
     QSet<int> steppableLines;
-    /// What the user should know, in the order of the breakpoints.
+    /// Messages for the user, in the order of the breakpoints.
     QStringList notes;
     qsizetype originalBytes;
     qsizetype instrumentedBytes;

@@ -69,7 +69,7 @@ public:
     void scan(QStringView line)
     {
         m_isJoined = false;
-        QChar quote; // of a string on this line; one that stays open is forgotten
+        QChar quote; // of a string on this line; one that is not closed ends with the line
         for (qsizetype i = 0; i < line.size();) {
             const QChar c = line[i];
             const bool isInString = !m_tripleQuote.isNull() || !quote.isNull();

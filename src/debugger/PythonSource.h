@@ -9,9 +9,9 @@
 
 namespace Korvane {
 
-/// What each physical line of a Python file is to the debugger. A fast, approximate scan, not a
-/// parser: it knows indentation, comments, strings, brackets, backslash joins, and block headers by
-/// their first word.
+/// How the debugger classifies each physical line of a Python file. A fast, approximate scan, not a
+/// parser: it recognizes indentation, comments, strings, brackets, backslash joins, and block
+/// headers by their first word.
 struct PythonSource
 {
     enum class Role {
@@ -40,9 +40,9 @@ struct PythonSource
     /// How many blanks and tabs lead the line; a tab counts as one.
     QList<int> indents;
 
-    // What else is to be read off a line. The results are parts of the argument.
+    // Helpers for single lines. The results are parts of the argument.
 
-    /// Without the blanks and tabs at both ends; other white space stays.
+    /// Without the blanks and tabs at both ends; other white space is kept.
     [[nodiscard]] static QStringView trimmed(QStringView text);
     /// The letters, digits and underscores that \p text begins with.
     [[nodiscard]] static QStringView leadingIdentifier(QStringView text);
@@ -50,7 +50,7 @@ struct PythonSource
     [[nodiscard]] static bool isName(QStringView text);
     /// Whether a line that begins with \p word is the header of a block.
     [[nodiscard]] static bool isBlockKeyword(QStringView word);
-    /// What is in front of the first "#" outside quotes. Knows no escapes.
+    /// What is in front of the first "#" outside quotes. Escapes in strings are not recognized.
     [[nodiscard]] static QStringView withoutComment(QStringView line);
     /// The pieces between the commas that are outside brackets, less those that are empty or white.
     [[nodiscard]] static QList<QStringView> splitTopLevelCommas(QStringView text);

@@ -14,9 +14,9 @@
 namespace Korvane {
 
 /// Reports that the list of serial ports may have changed: a device was plugged in or unplugged.
-/// Uses inotify on the folder of the devices and on those of the extra ports, so it costs nothing
-/// while nothing changes. An extra port is watched when its folder exists at construction. Where
-/// inotify is not available nothing is reported. Main thread only.
+/// Uses inotify on the folder of the devices and on those of the extra ports, so it uses no
+/// processor time while nothing changes. An extra port is watched when its folder exists at
+/// construction. Where inotify is not available nothing is reported. Main thread only.
 class PortWatcher final : public QObject
 {
     Q_OBJECT
@@ -35,7 +35,7 @@ private:
 
     FileDescriptor m_inotify;
     std::unique_ptr<QSocketNotifier> m_notifier;
-    /// The names to report, by watch; an empty set stands for all.
+    /// The names to report, by watch; an empty set means all.
     QHash<int, QSet<QByteArray>> m_names;
     QTimer m_settleTimer;
     QTimer m_reportTimer;

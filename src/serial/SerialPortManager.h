@@ -30,7 +30,7 @@ class SerialPortManager final : public QObject
     Q_OBJECT
 
 public:
-    /// Where ports are looked for; tests lay out their own.
+    /// Where ports are looked for; tests use folders of their own.
     struct Roots
     {
         QString sysfs = QStringLiteral("/sys");
@@ -49,7 +49,7 @@ public:
     [[nodiscard]] static QStringList listPorts(const Roots &roots);
     /// Whether \p path is one of listPorts(), or a link to one.
     [[nodiscard]] static bool isSerialPort(const QString &path, const Roots &roots);
-    /// What the USB device that a port belongs to says of itself; each may be empty.
+    /// The descriptors of the USB device that a port belongs to; each may be empty.
     struct Identity
     {
         QString manufacturer;
@@ -70,9 +70,9 @@ public:
     [[nodiscard]] Result<void> open(const QString &path, int baudRate, const Roots &roots);
 
     /// Delivers each chunk that arrives (at most 4096 bytes, in order) to the interceptor set at
-    /// that moment, otherwise to \p onData. When the port is lost, after all data, it is
-    /// closed and \p onDisconnect called, once. Does nothing while the port is closed; when called
-    /// again, what has not been delivered yet goes to the new callbacks.
+    /// that moment, otherwise to \p onData. When the port is lost, after all data, it is closed and
+    /// \p onDisconnect called, once. Does nothing while the port is closed; when called again, what
+    /// has not been delivered yet is delivered to the new callbacks.
     void startReading(DataCallback onData, std::function<void()> onDisconnect);
 
     /// Accepts the bytes for writing and returns at once. They are handed to the driver at once
@@ -104,7 +104,7 @@ public:
 
 signals:
     /// pendingBytes() has become 0; emitted from the event loop, not within write(). A transfer
-    /// that sends its next piece then keeps the queue short.
+    /// sends its next piece then, to keep the queue short.
     void outputDrained();
     /// The driver took nothing for 2 s while something was queued, or refused it. What was queued
     /// has been dropped; the port stays open. Emitted from the event loop.

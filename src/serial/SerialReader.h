@@ -14,8 +14,8 @@ namespace Korvane {
 /// A thread that is blocked on a serial port and queues what it reads for the main thread.
 ///
 /// The queue is bounded: when it is full the thread stops reading, the driver's buffer fills, and
-/// the board has to wait. New chunks are announced by an eventfd that becomes readable, not by
-/// posted events: Qt delivers all posted events before anything else, so a board that prints
+/// flow control stops the board. New chunks are announced by an eventfd that becomes readable, not
+/// by posted events: Qt delivers all posted events before anything else, so a board that prints
 /// without end would block all other events.
 ///
 /// The port is lost when it is hung up (POLLHUP, EIO and other errors) or when its device node has
@@ -26,7 +26,7 @@ public:
     using Chunks = std::deque<QByteArray>;
 
     /// Borrows both descriptors, which must stay open until stop(). \p earlier is what a previous
-    /// reader of the same port left undelivered; it comes first.
+    /// reader of the same port left undelivered; it is delivered first.
     SerialReader(int portDescriptor, int wakeDescriptor, Chunks earlier);
     ~SerialReader();
     SerialReader(const SerialReader &) = delete;

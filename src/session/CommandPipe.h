@@ -14,9 +14,9 @@ namespace Korvane {
 
 /// The channel on which a child process receives its commands, as a pipe of our own.
 ///
-/// QProcess's own channel won't do: after a failed write it accepts and keeps further bytes and
-/// reports nothing, so that the next request would never be answered; and it hides the reason.
-/// Main thread only; never blocks.
+/// QProcess's own channel is not used: after a failed write it accepts further bytes without an
+/// error, so that the next request would never be answered, and it does not report the reason. Main
+/// thread only; never blocks.
 class CommandPipe final : public QObject
 {
     Q_OBJECT
@@ -30,7 +30,7 @@ public:
     [[nodiscard]] int childEnd() const { return m_pipe.childEnd(); }
     void closeChildEnd() { m_pipe.closeChildEnd(); }
 
-    /// Writes what the pipe takes now, and the rest as the child reads on.
+    /// Writes what the pipe accepts now, and the rest when the child has read that.
     void write(const QByteArray &bytes);
     /// The child then reads the end of its standard input. What is not yet written is dropped.
     void close();

@@ -51,7 +51,7 @@ PythonRunner::~PythonRunner()
     const auto children = findChildren<PythonChild *>(Qt::FindDirectChildrenOnly);
     PythonChild::endAll(children);
     qDeleteAll(children);
-    // m_isClosed refuses what a resumed caller still asks for.
+    // m_isClosed makes further requests of a resumed caller fail.
     const auto reply = std::exchange(m_reply, nullptr);
     std::list<OneShot<bool>> waiters;
     waiters.swap(m_waiters);
@@ -171,8 +171,8 @@ QCoro::Task<RunResult> PythonRunner::send(std::optional<QByteArray> request)
     co_return std::move(*result);
 }
 
-/// Hands the session on to the caller that has waited longest. It stays busy meanwhile, so that a
-/// new call can't get in between.
+/// Resumes the caller that has waited longest. It stays busy meanwhile, so that a new call can't
+/// get in between.
 void PythonRunner::release()
 {
     if (m_waiters.empty())

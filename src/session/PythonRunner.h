@@ -21,9 +21,9 @@ class PythonChild;
 
 /// The local Python session: one long-lived child process that is given one request at a time.
 ///
-/// The child is started by the first request that needs it, and anew after it has ended. Callers
-/// are served in the order in which they came; each waits until its reply comes, its child ends or
-/// is replaced, or the runner is destroyed. There is no time limit. Main thread only.
+/// The child is started by the first request that needs it, and anew after it has ended. Calls are
+/// served in their order; each is suspended until its reply arrives, its child ends or is replaced,
+/// or the runner is destroyed. There is no time limit. Main thread only.
 class PythonRunner final : public QObject
 {
     Q_OBJECT
@@ -44,8 +44,8 @@ public:
     /// The program at \p path, or that of the virtual environment in this folder; empty without
     /// one.
     [[nodiscard]] static QString pythonAt(const QString &path);
-    /// Uses pythonAt(\p path) and no other; the usual candidates when it is empty. Counts from the
-    /// next start of the child.
+    /// Uses pythonAt(\p path) and no other; the usual candidates when it is empty. Takes effect at
+    /// the next start of the child.
     void setInterpreter(const QString &path) { m_chosenInterpreter = path; }
     /// The chosen interpreter, or the first candidate that exists, or an empty text. Looked up anew
     /// for each request, so that an interpreter installed meanwhile is found.
@@ -58,8 +58,8 @@ public:
     /// Tracebacks name \p path, or "<shell>" when it is empty.
     QCoro::Task<RunResult> runShell(QString code, QString path = {});
     QCoro::Task<RunResult> readVariables();
-    /// Replaces the child at once, whatever it is doing, and yields the new one's empty table. Says
-    /// so, unless there is no interpreter.
+    /// Replaces the child at once, also during a request, and yields the empty table of the new
+    /// one. Emits a notice unless no interpreter was found.
     QCoro::Task<RunResult> restart();
     /// Interrupts the request under way, if there is one. A child that has not answered 2 s later
     /// is replaced.
@@ -74,7 +74,8 @@ public:
     std::function<void(const QString &)> onOutput;
     /// What arrives on the child's standard error, read by read; ill-formed UTF-8 is replaced.
     std::function<void(const QString &)> onErrorOutput;
-    /// Notices for the user. One about a replaced child comes before its caller is resumed.
+    /// Notices for the user. One about a replaced child is emitted before the pending caller is
+    /// resumed.
     std::function<void(const QString &)> onInfo;
 
 signals:

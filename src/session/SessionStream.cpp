@@ -54,7 +54,8 @@ void SessionStream::takeDecodable(QByteArrayView bytes, QList<Item> &items)
             items.emplaceBack(Output{*text});
         return;
     }
-    // The fault is further from the end than a character is long, so that it is a true one.
+    // The ill-formed bytes are further from the end than a character is long, so no later bytes can
+    // complete them.
     m_isUndecodable = true;
 }
 

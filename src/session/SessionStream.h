@@ -9,10 +9,10 @@
 
 namespace Korvane {
 
-/// Tells what a program prints from the session's replies: both share the child's standard
-/// output, a reply standing between two 0x04 bytes (docs/formats/session-protocol.md).
+/// Separates program output from reply frames: both arrive on the child's standard output, a frame
+/// between two 0x04 bytes (docs/formats/session-protocol.md).
 ///
-/// Each byte is looked at a fixed number of times, however the stream is cut into pieces.
+/// The time is linear in the number of bytes, for any division into pieces.
 class SessionStream final
 {
 public:
@@ -22,7 +22,7 @@ public:
         QString text;
         friend bool operator==(const Output &, const Output &) = default;
     };
-    /// What stands between the delimiters: JSON, unless the program printed a 0x04 of its own.
+    /// The bytes between the delimiters: JSON, unless the program printed a 0x04 of its own.
     struct Reply
     {
         QByteArray body;

@@ -53,8 +53,8 @@ class _Input(io.TextIOBase):
 
 sys.stdin = _Input()
 
-# Blocked, also by the parent before this starts, except while user code runs: an interrupt ends
-# that, and never this program.
+# Blocked, also by the parent before this starts, except while user code runs: an interrupt must end
+# the user code and not this program.
 _INTERRUPT = [_signal.SIGINT]
 def _block():
     _signal.pthread_sigmask(_signal.SIG_BLOCK, _INTERRUPT)
@@ -68,8 +68,8 @@ def _reset():
     NS.update({"__name__": "__main__", "__doc__": None, "__builtins__": builtins})
 _reset()
 
-# Modules, functions, classes and methods are machinery rather than data, and the old inspector
-# listing its own `import json` as a variable was pure noise.
+# Modules, functions, classes and methods are not data: without this, the table would list every
+# import.
 HIDDEN = (types.ModuleType, types.FunctionType, types.BuiltinFunctionType,
           types.MethodType, types.BuiltinMethodType, type)
 LIMIT = 500
@@ -109,7 +109,7 @@ def _reply(payload):
     # here would arrive in a later read than the frame and be mistaken for program output.
     _stdout.write(FRAME + json.dumps(payload) + FRAME)
     _stdout.flush()
-    # One that came since user code ended would end the next request.
+    # One that arrived after the end of the user code would interrupt the next request.
     while _signal.sigtimedwait(_INTERRUPT, 0):
         pass
 
@@ -167,7 +167,7 @@ while True:
     except KeyboardInterrupt:
         payload["error"] = "KeyboardInterrupt\n"
     except SystemExit as exc:
-        # The program asked to quit; the session stays up so its variables can still be read.
+        # The program called exit(); the session continues, so that its variables can be read.
         if exc.code not in (None, 0):
             payload["error"] = "SystemExit: %s\n" % (exc.code,)
     except BaseException:

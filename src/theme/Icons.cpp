@@ -6,8 +6,8 @@
 #include <QPixmapCache>
 #include <QSvgRenderer>
 
-// Outside of all namespaces, as the macro demands. Without it the linker would leave the resource
-// of this static library behind.
+// Outside of all namespaces, as the macro requires. Without it the linker would leave out the
+// resource of this static library.
 static void initializeResource()
 {
     Q_INIT_RESOURCE(icons);
@@ -35,7 +35,7 @@ public:
                             rect.y() + (rect.height() - size) / 2, drawn);
     }
 
-    // The size comes in pixels, not in points.
+    // The size is in pixels, not in points.
     QPixmap scaledPixmap(const QSize &size, QIcon::Mode mode, QIcon::State, qreal scale) override
     {
         QPixmap drawn =

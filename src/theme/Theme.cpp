@@ -136,7 +136,8 @@ QPalette Theme::makePalette() const
     QPalette palette;
     for (const auto &[role, value] : entries)
         palette.setColor(QPalette::All, role, value);
-    // Disabled text is information too: a menu's plain text, the answers of a new question.
+    // Disabled text must be readable too: section titles of menus, and the answers of a dialog in
+    // its first moment.
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         palette.setColor(QPalette::Disabled, role, color(Role::SecondaryLabel));
     return palette;
@@ -181,8 +182,8 @@ const Theme &Theme::current()
     return of(QGuiApplication::palette());
 }
 
-/// Whether the font that is used for it has characters of one width. What the request and the
-/// desktop say of it may be wrong, so this measures as well.
+/// Whether the font that is used for it has characters of one width. QFontInfo may be wrong about
+/// it, so this measures as well.
 static bool isFixedPitch(const QFont &font)
 {
     const QFontMetricsF metrics(font);

@@ -9,8 +9,8 @@
 namespace Korvane {
 
 /// The colors of the program by their purpose, for a light and for a dark desktop, and its fonts.
-/// The palette in force decides between the two: ask `Theme::of(palette())` while painting and keep
-/// no color, because the desktop can change its appearance at any time.
+/// The palette in force decides between the two: call `Theme::of(palette())` while painting and
+/// store no color, because the desktop can change its appearance at any time.
 ///
 /// Every text role has a contrast of 4.5:1 or more on TextBackground, WindowBackground and
 /// ControlBackground.
@@ -55,8 +55,8 @@ public:
     /// For desktops with a theme of high contrast: all text 7:1 or more on pure white or black.
     [[nodiscard]] static const Theme &highContrastLight();
     [[nodiscard]] static const Theme &highContrastDark();
-    /// The theme that goes with \p palette: dark when its Base is darker than its Text, and of high
-    /// contrast when its Window and its Base are both pure white or black.
+    /// The theme for \p palette: dark when its Base is darker than its Text, and of high contrast
+    /// when its Window and its Base are both pure white or black.
     [[nodiscard]] static const Theme &of(const QPalette &palette);
     /// The theme of the application's palette.
     [[nodiscard]] static const Theme &current();
