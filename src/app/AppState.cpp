@@ -31,6 +31,7 @@ AppState::AppState(Dependencies dependencies, QObject *parent)
     , m_inputHistory(dependencies.historyPath, m_preferences)
     , m_runner(std::move(dependencies.interpreters))
     , m_link(m_shell, std::move(dependencies.serialRoots))
+    , m_board(m_link, m_errors, m_shell, m_preferences, std::move(dependencies.virtualBoardFolder))
     , m_saving({m_documents, m_writer, m_localFiles, m_link, m_deviceFiles, m_transfer, m_prompts,
                 m_shell, m_errors, [this] { return isBoardBrowsed(); },
                 [this] { return asksBeforeClosing(); }})

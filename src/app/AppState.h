@@ -14,6 +14,7 @@
 #include "app/Preferences.h"
 #include "app/ShellTranscript.h"
 #include "app/VariablesStore.h"
+#include "app/VirtualBoardProcess.h"
 #include "base/Lifetime.h"
 #include "board/DeviceFiles.h"
 #include "board/DeviceLink.h"
@@ -65,6 +66,8 @@ public:
         SerialPortManager::Roots serialRoots = {};
         /// Where the history of the Shell's input is kept; empty for nowhere.
         QString historyPath = {};
+        /// As for VirtualBoardProcess.
+        QString virtualBoardFolder = VirtualBoardProcess::defaultFolder();
         /// Makes the server for the assistant, which borrows the AppState. Without it there is
         /// none.
         std::function<std::unique_ptr<AssistantServer>(AppState &)> makeServer = {};
@@ -200,7 +203,7 @@ private:
     LocalStore m_localStore;
     PythonRunner m_runner;
     DeviceLink m_link;
-    BoardControl m_board{m_link, m_errors, m_shell, m_preferences};
+    BoardControl m_board;
     ProgramRun m_programRun{m_link, m_shell};
     DebugSession m_debugSession{m_link, m_programRun, m_shell};
     VariablesStore m_variablesStore{m_runner, m_link, m_programRun};

@@ -3,6 +3,7 @@
 #include "app/ErrorReporter.h"
 #include "app/PortAdvice.h"
 #include "app/Preferences.h"
+#include "app/VirtualBoardProcess.h"
 #include "base/PythonResource.h"
 #include "base/ShellSink.h"
 #include "board/DeviceError.h"
@@ -54,12 +55,14 @@ QString size(const QString &bytes)
 } // namespace
 
 BoardControl::BoardControl(DeviceLink &link, ErrorReporter &errors, ShellSink &shell,
-                           const Preferences &preferences, QObject *parent)
+                           const Preferences &preferences, QString virtualBoardFolder,
+                           QObject *parent)
     : QObject(parent)
     , m_link(link)
     , m_errors(errors)
     , m_shell(shell)
     , m_preferences(preferences)
+    , m_virtualBoardFolder(std::move(virtualBoardFolder))
 {
     m_retry.setSingleShot(true);
     m_retry.setInterval(retryInterval);
@@ -77,6 +80,8 @@ BoardControl::BoardControl(DeviceLink &link, ErrorReporter &errors, ShellSink &s
     });
 }
 
+BoardControl::~BoardControl() = default;
+
 void BoardControl::connectTo(const QString &port)
 {
     m_isLost = false; // the user has chosen
@@ -86,6 +91,23 @@ void BoardControl::connectTo(const QString &port)
         return;
     m_errors.report(connected.error());
     advise(connected.error(), port);
+}
+
+void BoardControl::connectToVirtualBoard()
+{
+    if (!m_virtualBoard) {
+        m_virtualBoard = std::make_unique<VirtualBoardProcess>(m_virtualBoardFolder);
+        connect(m_virtualBoard.get(), &VirtualBoardProcess::started, this,
+                [this](const QString &port) {
+                    m_link.addExtraPort(port);
+                    connectTo(port);
+                });
+        connect(m_virtualBoard.get(), &VirtualBoardProcess::startFailed, this,
+                [this](const Error &error) { m_errors.report(error); });
+    }
+    if (!m_virtualBoard->isRunning())
+        m_shell.appendInfo(QStringLiteral("Starting the virtual board…"));
+    m_virtualBoard->start();
 }
 
 QCoro::Task<void> BoardControl::advise(Error error, QString port)
@@ -101,6 +123,8 @@ QCoro::Task<void> BoardControl::advise(Error error, QString port)
 
 QString BoardControl::nameOf(const QString &port) const
 {
+    if (m_virtualBoard && m_virtualBoard->port() == port)
+        return QStringLiteral("Virtual board");
     const SerialPortManager::Identity identity = m_link.portIdentity(port);
     const QString name = identity.product.isEmpty() ? identity.manufacturer : identity.product;
     return name.isEmpty() ? port : name + QStringLiteral(", ") + QFileInfo(port).fileName();

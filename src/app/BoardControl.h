@@ -10,12 +10,15 @@
 #include <QString>
 #include <QTimer>
 
+#include <memory>
+
 namespace Korvane {
 
 class DeviceLink;
 class ErrorReporter;
 class Preferences;
 class ShellSink;
+class VirtualBoardProcess;
 
 /// What the user does with the board as a whole, with its outcome in the Shell. Connects a board
 /// again that was lost and is plugged in again, unless the preference says no. Main thread only.
@@ -24,14 +27,19 @@ class BoardControl final : public QObject
     Q_OBJECT
 
 public:
-    /// All must outlive this.
+    /// All must outlive this. \p virtualBoardFolder is as for VirtualBoardProcess.
     BoardControl(DeviceLink &link, ErrorReporter &errors, ShellSink &shell,
-                 const Preferences &preferences, QObject *parent = nullptr);
+                 const Preferences &preferences, QString virtualBoardFolder,
+                 QObject *parent = nullptr);
+    ~BoardControl() override;
 
     /// Connects to the board at \p port. A failure is followed by what helps.
     void connectTo(const QString &port);
-    /// "Pico, ttyACM0": what the board says of itself and the port's name; the path of a port that
-    /// says nothing.
+    /// Starts the virtual board, unless it runs, and connects to it. The Shell says what to install
+    /// when something is missing. The board ends with this.
+    void connectToVirtualBoard();
+    /// "Pico, ttyACM0": what the board says of itself and the port's name; "Virtual board" for
+    /// that; the path of a port that says nothing.
     [[nodiscard]] QString nameOf(const QString &port) const;
     /// Sends Ctrl-C, ahead of what is queued.
     void interrupt();
@@ -57,6 +65,8 @@ private:
     bool m_isLost = false;
     int m_attempts = 0;
     QTimer m_retry;
+    QString m_virtualBoardFolder;
+    std::unique_ptr<VirtualBoardProcess> m_virtualBoard; // null until it is first asked for
     Background m_background{1};
     Lifetime m_life;
 };

@@ -35,12 +35,13 @@ VirtualBoardProcess::VirtualBoardProcess(QString folder, QObject *parent)
     connect(&m_process, &QProcess::readyReadStandardOutput, this, &VirtualBoardProcess::readPort);
     connect(&m_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error == QProcess::FailedToStart)
-            fail(tr("The virtual board needs Python 3. Install it with: sudo apt install python3"));
+            fail(QStringLiteral(
+                "The virtual board needs Python 3. Install it with: sudo apt install python3"));
     });
     connect(&m_process, &QProcess::finished, this, [this] {
         m_port.clear();
         const QString reason = QString::fromUtf8(m_process.readAllStandardError()).trimmed();
-        fail(tr("The virtual board did not start: %1").arg(reason.section(u'\n', -1)));
+        fail(QStringLiteral("The virtual board did not start: %1").arg(reason.section(u'\n', -1)));
     });
 }
 
@@ -63,13 +64,15 @@ void VirtualBoardProcess::start()
         return;
     if (m_folder.isEmpty()
         || !QFileInfo::exists(m_folder + QStringLiteral("/node_modules/@micropython"))) {
-        fail(tr("The virtual board is not installed. In a source tree, run scripts/virtual-board "
-                "once"));
+        fail(QStringLiteral(
+            "The virtual board is not installed. In a source tree, run scripts/virtual-board "
+            "once"));
         return;
     }
     if (QStandardPaths::findExecutable(QStringLiteral("node")).isEmpty()) {
-        fail(tr("The virtual board needs Node.js 18 or later. Install it with: sudo apt install "
-                "nodejs"));
+        fail(QStringLiteral(
+            "The virtual board needs Node.js 18 or later. Install it with: sudo apt install "
+            "nodejs"));
         return;
     }
     m_process.start(QStringLiteral("python3"),

@@ -28,6 +28,8 @@ public:
     /// already, `started` is emitted again with the same port.
     void start();
     [[nodiscard]] bool isRunning() const { return !m_port.isEmpty(); }
+    /// The path of its serial port; empty while it does not run.
+    [[nodiscard]] QString port() const { return m_port; }
 
 signals:
     /// The board is on the serial port \p port.

@@ -31,8 +31,12 @@ struct WindowFixture
             KorvaneApp::setUp(*qApp);
             qApp->setProperty("korvaneIsSetUp", true);
         }
-        AppState::Dependencies dependencies{
-            .settings = settings, .prompts = prompts, .serialRoots = TestPort::roots()};
+        AppState::Dependencies dependencies{.settings = settings,
+                                            .prompts = prompts,
+                                            .serialRoots = TestPort::roots(),
+                                            .virtualBoardFolder =
+                                                qEnvironmentVariable("KORVANE_SOURCE_DIR")
+                                                + QStringLiteral("/tools/virtual-board")};
         if (!ports.isEmpty())
             dependencies.serialRoots.extraPorts = ports;
         if (python == Python::None)

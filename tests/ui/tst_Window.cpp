@@ -85,6 +85,15 @@ private slots:
                  QAccessible::Notification);
     }
 
+    void connectsToAVirtualBoard()
+    {
+        WindowFixture fixture;
+        const DeviceLink &link = fixture.state().link();
+        fixture.command(u"Try Without a Board"_s)->trigger();
+        QTRY_VERIFY_WITH_TIMEOUT(link.connectionState().isConnected(), 30'000);
+        QCOMPARE(fixture.state().board().nameOf(link.connectionState().port()), u"Virtual board"_s);
+    }
+
     void showsPanesToChooseFrom()
     {
         WindowFixture fixture;

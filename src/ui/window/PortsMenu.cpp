@@ -26,6 +26,10 @@ PortsMenu::PortsMenu(AppState &state, const QString &title, QWidget *parent)
 {
     setToolTipsVisible(true);
     connect(&state.link(), &DeviceLink::availablePortsChanged, this, &PortsMenu::fill);
+    connect(&state.link(), &DeviceLink::connectionStateChanged, this, [this] {
+        menuAction()->setEnabled(m_state.link().connectionState()
+                                 == DeviceConnectionState::disconnected());
+    });
     fill();
 }
 
@@ -45,6 +49,8 @@ void PortsMenu::fill()
     if (isEmpty())
         addAction(tr("No serial ports found"))->setEnabled(false);
     addSeparator();
+    connect(addAction(tr("Try Without a Board")), &QAction::triggered, this,
+            [this] { m_state.board().connectToVirtualBoard(); });
     connect(addAction(tr("Refresh ports")), &QAction::triggered, this,
             [this] { m_state.link().refreshPorts(); });
 }
