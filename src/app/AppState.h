@@ -5,6 +5,7 @@
 #include "app/BoardFileActions.h"
 #include "app/BoardSpace.h"
 #include "app/BoardStore.h"
+#include "app/ChangedFiles.h"
 #include "app/DocumentSaver.h"
 #include "app/ErrorReporter.h"
 #include "app/FilesCopy.h"
@@ -19,6 +20,7 @@
 #include "board/DeviceFiles.h"
 #include "board/DeviceLink.h"
 #include "board/FileTransfer.h"
+#include "board/FolderSync.h"
 #include "board/ProgramRun.h"
 #include "board/TransferStatus.h"
 #include "debugger/DebugSession.h"
@@ -99,6 +101,7 @@ public:
     [[nodiscard]] BoardFileActions &boardFileActions() { return m_boardFileActions; }
     [[nodiscard]] LocalFileActions &localFileActions() { return m_localFileActions; }
     [[nodiscard]] FilesCopy &filesCopy() { return m_filesCopy; }
+    [[nodiscard]] ChangedFiles &changedFiles() { return m_changedFiles; }
     [[nodiscard]] FileTransfer &fileTransfer() { return m_fileTransfer; }
     [[nodiscard]] TransferStatus &transfer() { return m_transfer; }
     [[nodiscard]] ProgramRun &programRun() { return m_programRun; }
@@ -223,6 +226,8 @@ private:
     LocalFileActions m_localFileActions{{m_documents, m_writer, m_localFiles, m_prompts}};
     FilesCopy m_filesCopy{
         {m_link, m_deviceFiles, m_deviceOperations, m_transfer, m_prompts, m_shell}};
+    FolderSync m_folderSync{m_link, m_deviceFiles, m_transfer, m_shell};
+    ChangedFiles m_changedFiles{{m_documents, m_folderSync, m_prompts, m_shell}};
     DocumentSaver m_saving;
     std::unique_ptr<AssistantServer> m_assistantServer;
     QObject m_wiring; // context of the connections to the parts: none fires while they are going

@@ -60,6 +60,25 @@ public:
         QString message;
         QList<Answer> answers;
     };
+    /// What an operation is about to do, of which the user may leave parts out.
+    struct Checklist
+    {
+        struct Entry
+        {
+            /// The heading that the entry stands under; entries of one group follow each other.
+            QString group;
+            QString name;
+            QString detail;
+            bool isChecked = true;
+            /// Something is lost by the entry.
+            bool isDestructive = false;
+        };
+
+        QString title;
+        QString message;
+        QString confirmTitle;
+        QList<Entry> entries;
+    };
     /// One line of text, with the confirming button as the default.
     struct NamePrompt
     {
@@ -74,6 +93,9 @@ public:
     [[nodiscard]] virtual QCoro::Task<ConfirmationAnswer> confirm(Confirmation question) = 0;
     /// The index of the chosen answer; -1 when cancelled.
     [[nodiscard]] virtual QCoro::Task<int> choose(Choice question) = 0;
+    /// The indices of the entries that are checked; nothing when cancelled.
+    [[nodiscard]] virtual QCoro::Task<std::optional<QList<qsizetype>>> review(
+        Checklist question) = 0;
     /// The name without the white space around it; empty when cancelled.
     [[nodiscard]] virtual QCoro::Task<QString> askName(NamePrompt prompt) = 0;
     /// The chosen local path, starting in \p folder; empty when cancelled. The dialog itself asks

@@ -41,6 +41,12 @@ public:
         return m_queue.holds(std::move(path), std::move(contents));
     }
 
+    /// The digest of the board's file at \p path, as FileDigest writes it.
+    [[nodiscard]] Async<QByteArray> digest(QString path, PieceTransfer::Observer observer)
+    {
+        return m_queue.digest(std::move(path), std::move(observer));
+    }
+
     /// A source of \p bytes.
     [[nodiscard]] static Source sourceOf(const QByteArray &bytes);
 

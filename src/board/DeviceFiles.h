@@ -91,6 +91,9 @@ public:
     [[nodiscard]] Async<void> confirmAction(UserPrompts::Confirmation question,
                                             Error declined = {ErrorCode::Cancelled, {}});
 
+    [[nodiscard]] BoardProfile &profile() { return m_profile; }
+    [[nodiscard]] DeviceFileContent &content() { return m_content; }
+
     /// The top level of the last listing.
     [[nodiscard]] const QList<DeviceFileNode> &deviceFileNodes() const { return m_deviceFileNodes; }
     /// The entries of a folder of the tree, or null when it has no such folder. Valid until the

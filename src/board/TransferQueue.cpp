@@ -72,21 +72,33 @@ Async<void> TransferQueue::receive(QString path, PieceTransfer::Sink sink,
 
 Async<bool> TransferQueue::holds(QString path, QList<QByteArray> contents)
 {
+    const auto life = m_life.watch();
+    PieceTransfer::Observer unobserved;
+    const auto held = co_await digest(std::move(path), std::move(unobserved));
+    if (!held)
+        co_return held.error();
+    if (!life)
+        co_return DeviceError::closed();
+    const auto board = co_await m_profile.capabilities();
+    if (!board)
+        co_return board.error();
+    co_return std::any_of(contents.cbegin(), contents.cend(), [&](const QByteArray &content) {
+        FileDigest digest(*board);
+        digest.add(content);
+        return digest.hex() == *held;
+    });
+}
+
+Async<QByteArray> TransferQueue::digest(QString path, PieceTransfer::Observer observer)
+{
     const auto turn = co_await this->turn();
     if (!turn)
         co_return turn.error();
     const auto board = co_await m_profile.capabilities();
     if (!board)
         co_return board.error();
-    PieceTransfer transfer(m_link, *board, {});
-    const auto held = co_await transfer.digest(std::move(path));
-    if (!held)
-        co_return held.error();
-    co_return std::any_of(contents.cbegin(), contents.cend(), [&](const QByteArray &content) {
-        FileDigest digest(*board);
-        digest.add(content);
-        return digest.hex() == *held;
-    });
+    PieceTransfer transfer(m_link, *board, std::move(observer));
+    co_return co_await transfer.digest(board->nativePath(path));
 }
 
 /// Fails when the connection that the transfer was asked for has ended meanwhile.

@@ -44,6 +44,9 @@ public:
     /// Compares the digest of the board's file with those of \p contents.
     [[nodiscard]] Async<bool> holds(QString path, QList<QByteArray> contents);
 
+    /// The digest of the file at \p path, as PieceTransfer::digest.
+    [[nodiscard]] Async<QByteArray> digest(QString path, PieceTransfer::Observer observer);
+
 private:
     /// Ends with the last copy.
     using Turn = std::shared_ptr<const void>;

@@ -147,6 +147,23 @@ QString hashPiece(int blocks)
     return u"_kx(%1)"_s.arg(blocks);
 }
 
+QString hashFiles(const QStringList &paths, const BoardCapabilities &board)
+{
+    const QString block = u"d if b==512 else d[:b]"_s;
+    QString literals;
+    for (const QString &path : paths)
+        literals += pathLiteral(path) + u',';
+    if (board.hasSha256) {
+        return script("hash-files"_L1)
+            .arg(importing(u"sha256"_s, u"hashlib"_s, u"_kh"_s), u"_kh()"_s,
+                 u"h.update("_s + block + u')', u"''.join('%02x'%x for x in h.digest())"_s,
+                 literals);
+    }
+    return script("hash-files"_L1)
+        .arg(importing(u"crc32"_s, board.crc32Module, u"_kc"_s), u"0"_s,
+             u"h=_kc("_s + block + u",h)"_s, u"'%08x'%h"_s, literals);
+}
+
 std::optional<HashState> parseHash(const QString &output)
 {
     const auto fields = fieldsAfter(output, "__HASH__"_L1, 2);

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QStringList>
 
 #include <optional>
 
@@ -55,6 +56,10 @@ struct HashState
     QByteArray digest;
 };
 [[nodiscard]] std::optional<HashState> parseHash(const QString &output);
+
+/// Prints for each file "__SUM__" and its digest as FileDigest writes it, or nothing more when it
+/// cannot be opened. For boards with SHA-256 or CRC-32.
+[[nodiscard]] QString hashFiles(const QStringList &paths, const BoardCapabilities &board);
 
 /// Ends writing; fails when the board cannot store the rest. Prints "__OK__".
 [[nodiscard]] QString flush();

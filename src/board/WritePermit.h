@@ -23,8 +23,9 @@ public:
     /// For an entry of the folder that this permit is for.
     [[nodiscard]] WritePermit forEntry(const QString &relativePath) const
     {
+        const QString folder = m_path == u"/" ? QString() : m_path;
         WritePermit entry = *this;
-        entry.m_path = m_path + u'/' + relativePath;
+        entry.m_path = folder + u'/' + relativePath;
         return entry;
     }
     /// For whose action the file is written, for questions that come up while it is written.

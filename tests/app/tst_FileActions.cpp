@@ -93,6 +93,8 @@ private:
             return state().boardFileActions().createFile(words[0]);
         if (verb == u"folder")
             return state().boardFileActions().createFolder(words[0]);
+        if (verb == u"changed")
+            return state().changedFiles().send(m_fixture->folder.path(), words[0]);
         if (verb == u"send") {
             const QString to = words.takeLast();
             for (QString &name : words)
@@ -198,6 +200,10 @@ private slots:
             "/b.py"_s);
         row("send and skip", u"send a.py n.py /"_s, u"Skip"_s, u"Replace “a.py”?"_s,
             u"↑ Copied 1 file to /."_s, all + u" /n.py"_s);
+        row("send changed files", u"changed /lib"_s, u"deep/c.py"_s,
+            u"Send changed files to /lib?"_s,
+            u"↑ Sent 3 files to /lib, removed 1 file; 0 files unchanged."_s,
+            u"/lib/ /lib/deep/ /lib/sub/ /lib/sub/a.py /lib/a.py /lib/n.py /a.py /b.py"_s);
         row("send and cancel", u"send a.py n.py /"_s, u"no"_s, u"Replace “a.py”?"_s,
             u"Copy cancelled — nothing was changed."_s, all);
     }

@@ -56,6 +56,20 @@ public:
         meanwhile();
         co_return int(answers.indexOf(choice));
     }
+    QCoro::Task<std::optional<QList<qsizetype>>> review(Checklist question) override
+    {
+        QStringList parts{question.title, question.message};
+        QList<qsizetype> checked;
+        for (qsizetype i = 0; i < question.entries.size(); ++i) {
+            const Checklist::Entry &entry = question.entries[i];
+            parts << QStringList({entry.group, entry.name, entry.detail}).join(u' ');
+            if (entry.isChecked || choice.contains(entry.name))
+                checked << i;
+        }
+        asked << parts.join(QStringLiteral(" | "));
+        meanwhile();
+        co_return confirmation.confirmed ? std::optional(checked) : std::nullopt;
+    }
     QCoro::Task<QString> askName(NamePrompt prompt) override
     {
         asked << QStringList(

@@ -25,20 +25,23 @@ BrowserCommands::BrowserCommands(AppState &state, Actions &actions, BrowserPane 
     menus.forEntries = {actions[Actions::OpenEntries], actions[Actions::CopyEntries], separator(),
                         actions[Actions::RenameEntry], actions[Actions::DeleteEntries]};
     menus.forFolder = {actions[Actions::CreateFile], actions[Actions::CreateFolder]};
+    device.setMenuActions(menus);
+    menus.forEntries.insert(2, actions[Actions::SendChangedFiles]);
+    menus.forFolder << separator() << actions[Actions::SendChangedFiles];
+    local.setMenuActions(menus);
     const auto act = [this](Actions::Command command, void (BrowserPane::*operation)()) {
         connect(m_actions[command], &QAction::triggered, this,
                 [this, operation] { (shown().*operation)(); });
     };
     act(Actions::OpenEntries, &BrowserPane::openSelected);
     act(Actions::CopyEntries, &BrowserPane::copySelected);
+    act(Actions::SendChangedFiles, &BrowserPane::sendChangedFiles);
     act(Actions::CreateFile, &BrowserPane::createFile);
     act(Actions::CreateFolder, &BrowserPane::createFolder);
     act(Actions::RenameEntry, &BrowserPane::renameSelected);
     act(Actions::DeleteEntries, &BrowserPane::deleteSelected);
-    for (BrowserPane *pane : {&local, &device}) {
-        pane->setMenuActions(menus);
+    for (BrowserPane *pane : {&local, &device})
         connect(pane, &BrowserPane::abilitiesChanged, this, &BrowserCommands::follow);
-    }
     connect(&state, &AppState::sidebarTabChanged, this, &BrowserCommands::follow);
     follow();
 }
@@ -58,6 +61,7 @@ void BrowserCommands::follow()
     };
     set(Actions::OpenEntries, abilities.canOpen, abilities.openText);
     set(Actions::CopyEntries, abilities.canCopy, abilities.copyText);
+    set(Actions::SendChangedFiles, !abilities.sendChangedText.isEmpty(), abilities.sendChangedText);
     set(Actions::CreateFile, abilities.canCreate, {});
     set(Actions::CreateFolder, abilities.canCreate, {});
     set(Actions::RenameEntry, abilities.canRename, {});

@@ -106,6 +106,8 @@ void BrowserPane::setMenuActions(const MenuActions &actions)
 
 QMenu *BrowserPane::makeMenu(int row)
 {
+    if (row < 0) // the commands are for the folder then
+        m_list->clearSelection();
     const QList<QAction *> &actions = row < 0 ? m_menuActions.forFolder : m_menuActions.forEntries;
     auto *menu = new QMenu(this);
     menu->addActions(actions);

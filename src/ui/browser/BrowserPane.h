@@ -37,6 +37,8 @@ public:
         /// The texts of the commands here.
         QString openText;
         QString copyText;
+        /// Empty where changed files are not sent from.
+        QString sendChangedText;
         QString deleteText;
     };
     /// The commands in the context menus.
@@ -61,6 +63,8 @@ public:
     virtual void copySelected() = 0;
     virtual void deleteSelected() = 0;
     void renameSelected() { m_list->editName(); }
+    /// Of the selected folder, or of the one that is shown.
+    virtual void sendChangedFiles() { }
     // In the folder that is shown
     virtual void createFile() = 0;
     virtual void createFolder() = 0;

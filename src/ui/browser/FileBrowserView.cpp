@@ -1,10 +1,12 @@
 #include "ui/browser/FileBrowserView.h"
 
 #include "app/AppState.h"
+#include "board/DeviceListing.h"
 #include "ui/browser/BoardPathsMime.h"
 #include "ui/browser/FileListView.h"
 #include "ui/controls/ElidedLabel.h"
 #include "ui/controls/MessagePage.h"
+#include "ui/controls/PlainText.h"
 #include "ui/window/LocalFileOpening.h"
 
 #include <QFileInfo>
@@ -188,6 +190,12 @@ BrowserPane::Abilities FileBrowserView::abilities() const
     abilities.copyText = isFolder ? tr("&Copy Folder to Device")
         : nodes.size() > 1        ? tr("&Copy %1 Items to Device").arg(nodes.size())
                                   : tr("&Copy to Device");
+    const QString &shown = m_state.localFiles().localWorkingDir();
+    const QString folder = isFolder ? nodes.first().name : QFileInfo(shown).fileName();
+    if (!isFolder || canUse) {
+        abilities.sendChangedText = tr("Send C&hanged Files of “%1”…")
+                                        .arg(PlainText::label(folder.isEmpty() ? shown : folder));
+    }
     abilities.deleteText = tr("Move to &Trash…");
     return abilities;
 }
@@ -213,6 +221,17 @@ void FileBrowserView::copySelected()
 void FileBrowserView::deleteSelected()
 {
     report(m_state.localFileActions().moveToTrash(selectedPaths()));
+}
+
+void FileBrowserView::sendChangedFiles()
+{
+    const QList<FileNode> nodes = selectedNodes();
+    const QString target = m_state.deviceFiles().deviceWorkingDir();
+    if (nodes.size() == 1 && nodes.first().isDirectory)
+        report(m_state.changedFiles().send(nodes.first().path,
+                                           DeviceListing::join(target, nodes.first().name)));
+    else
+        report(m_state.changedFiles().send(m_state.localFiles().localWorkingDir(), target));
 }
 
 void FileBrowserView::createFile()

@@ -31,6 +31,7 @@ public:
     void openSelected() override;
     void copySelected() override;
     void deleteSelected() override;
+    void sendChangedFiles() override;
     void createFile() override;
     void createFolder() override;
 

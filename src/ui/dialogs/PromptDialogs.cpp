@@ -1,6 +1,7 @@
 #include "ui/dialogs/PromptDialogs.h"
 
 #include "ui/controls/WrappedLabel.h"
+#include "ui/dialogs/ChecklistDialog.h"
 #include "ui/dialogs/QuestionDialog.h"
 
 #include <QCheckBox>
@@ -225,6 +226,18 @@ QCoro::Task<int> PromptDialogs::choose(Choice question)
     };
     const int number = co_await ask(dialog, chosen);
     co_return number - 1;
+}
+
+QCoro::Task<std::optional<QList<qsizetype>>> PromptDialogs::review(Checklist question)
+{
+    const std::unique_ptr<Turn> turn = co_await takeTurn(Asker::User, std::stop_token());
+    if (!turn)
+        co_return std::nullopt;
+    auto *dialog = new ChecklistDialog(question, m_window);
+    const std::function<std::optional<QList<qsizetype>>()> answer = [dialog] {
+        return std::optional(dialog->checkedEntries());
+    };
+    co_return co_await ask(dialog, answer);
 }
 
 QCoro::Task<QString> PromptDialogs::askName(NamePrompt prompt)

@@ -40,6 +40,7 @@ public:
 
     [[nodiscard]] QCoro::Task<ConfirmationAnswer> confirm(Confirmation question) override;
     [[nodiscard]] QCoro::Task<int> choose(Choice question) override;
+    [[nodiscard]] QCoro::Task<std::optional<QList<qsizetype>>> review(Checklist question) override;
     [[nodiscard]] QCoro::Task<QString> askName(NamePrompt prompt) override;
     [[nodiscard]] QCoro::Task<QString> askSavePath(QString folder, QString proposedName) override;
     [[nodiscard]] QCoro::Task<QString> askOpenPath(QString folder) override;

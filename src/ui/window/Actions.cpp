@@ -68,6 +68,7 @@ void Actions::addBrowserCommands()
 {
     add(OpenEntries, tr("&Open"));
     add(CopyEntries, tr("&Copy to Device"));
+    add(SendChangedFiles, tr("Send C&hanged Files…"));
     add(CreateFile, tr("New &File…"), KeyText::sequence(u"⌥⌘N"));
     add(CreateFolder, tr("New Fol&der…"), KeyText::sequence(u"⇧⌘N"));
     add(RenameEntry, tr("&Rename…"), Qt::Key_F2);

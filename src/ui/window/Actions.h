@@ -46,6 +46,7 @@ public:
         ShowPreferences,
         OpenEntries, // of the file browser that is shown, as the following
         CopyEntries,
+        SendChangedFiles,
         CreateFile,
         CreateFolder,
         RenameEntry,

@@ -117,7 +117,8 @@ void AppCommands::addBoardMenu()
 void AppCommands::addBrowserMenu()
 {
     QMenu *menu = m_window.menuBar()->addMenu(tr("Bro&wser"));
-    menu->addActions({m_actions[Actions::OpenEntries], m_actions[Actions::CopyEntries]});
+    menu->addActions({m_actions[Actions::OpenEntries], m_actions[Actions::CopyEntries],
+                      m_actions[Actions::SendChangedFiles]});
     menu->addSeparator();
     menu->addActions({m_actions[Actions::CreateFile], m_actions[Actions::CreateFolder]});
     menu->addSeparator();

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "base/Async.h"
+#include "base/Lifetime.h"
+
+#include <QString>
+
+namespace Korvane {
+
+class FolderSync;
+class OpenFiles;
+class ShellSink;
+class UserPrompts;
+struct FolderChanges;
+
+/// Sends the files of a local folder that differ from those on the board, once the user has seen
+/// which ones these are. An error's message is the full text for the user. Main thread only.
+class ChangedFiles final
+{
+public:
+    /// What ChangedFiles works with; all must outlive it.
+    struct Parts
+    {
+        OpenFiles &documents;
+        FolderSync &sync;
+        UserPrompts &prompts;
+        ShellSink &shell;
+    };
+
+    explicit ChangedFiles(Parts parts);
+
+    /// Compares, asks and sends. Files that are only on the board are left alone, unless the user
+    /// chooses to delete them.
+    [[nodiscard]] Async<void> send(QString localFolder, QString boardFolder);
+
+private:
+    [[nodiscard]] QString notes(const FolderChanges &changes) const;
+
+    Parts m_parts;
+    Lifetime m_life;
+};
+
+} // namespace Korvane

@@ -1,0 +1,330 @@
+#include "board/FolderSync.h"
+
+#include "base/LocalFile.h"
+#include "base/ShellSink.h"
+#include "board/BoardScripts.h"
+#include "board/DeviceError.h"
+#include "board/DeviceFiles.h"
+#include "board/DeviceLink.h"
+#include "board/DeviceListing.h"
+#include "board/TransferScripts.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace Korvane {
+
+namespace {
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+constexpr auto quickTimeout = 5s;
+constexpr auto hashTimeout = 15s;
+/// Of one command that hashes several files: a few seconds also on a slow board.
+constexpr qsizetype mostFilesPerCommand = 16;
+constexpr qint64 mostBytesPerCommand = 128 * 1024;
+constexpr qsizetype localPieceBytes = 256 * 1024;
+
+/// Empty for a file that cannot be read. Blocks.
+QByteArray localDigest(const QString &path, const BoardCapabilities &board)
+{
+    const auto reader = LocalFile::Reader::open(path);
+    if (!reader)
+        return {};
+    FileDigest digest(board);
+    while (true) {
+        const auto bytes = (*reader)->read(localPieceBytes);
+        if (!bytes)
+            return {};
+        if (bytes->isEmpty())
+            return digest.hex();
+        digest.add(*bytes);
+    }
+}
+
+Error stoppedAt(const QString &relativePath, const Error &cause)
+{
+    Error error = cause;
+    if (cause.code == ErrorCode::Closed)
+        return error;
+    if (cause.code == ErrorCode::Cancelled) {
+        error.message =
+            u"Sending cancelled at %1; the files before it were sent."_s.arg(relativePath);
+        return error;
+    }
+    error.cause = cause.message;
+    error.message = u"Sending stopped at %1; the files before it were sent."_s.arg(relativePath);
+    return error;
+}
+
+QString countOfFiles(qsizetype count)
+{
+    return count == 1 ? u"1 file"_s : u"%1 files"_s.arg(count);
+}
+
+/// \p folder, unless it is the root, and the folders below it that \p entries are in.
+QStringList foldersOf(const QList<FolderChanges::Entry> &entries, const QString &folder)
+{
+    QStringList folders;
+    if (folder != u"/")
+        folders << folder;
+    for (const FolderChanges::Entry &entry : entries) {
+        for (qsizetype slash = entry.relativePath.indexOf(u'/'); slash >= 0;
+             slash = entry.relativePath.indexOf(u'/', slash + 1))
+            folders << DeviceListing::join(folder, entry.relativePath.first(slash));
+    }
+    folders.removeDuplicates();
+    return folders;
+}
+
+} // namespace
+
+FolderSync::FolderSync(DeviceLink &link, DeviceFiles &files, TransferStatus &transfer,
+                       ShellSink &shell, QObject *parent)
+    : QObject(parent)
+    , m_link(link)
+    , m_files(files)
+    , m_transfer(transfer)
+    , m_shell(shell)
+{
+}
+
+FolderSync::Tree FolderSync::readTree(const QString &folder)
+{
+    Tree tree;
+    if (const auto rules = LocalFile::readText(folder + u"/.korvaneignore"_s))
+        tree.rules.add(*rules);
+    const CopyPlan plan = planLocalFolder(folder);
+    tree.items = tree.rules.keptOf(plan.items);
+    for (const CopyPlan::Skipped &skipped : plan.skipped) {
+        if (!tree.rules.isIgnored(skipped.relativePath, true))
+            tree.skipped << skipped;
+    }
+    return tree;
+}
+
+QList<CopyItem> FolderSync::boardItems(const QString &folder, const IgnoreRules &rules) const
+{
+    const QList<DeviceFileNode> *nodes = m_files.deviceChildren(folder);
+    if (!nodes)
+        return {};
+    QList<CopyItem> items = planDeviceFolder(*nodes).items;
+    items.removeIf([](const CopyItem &item) {
+        return item.relativePath.startsWith(u'.') || item.relativePath.contains("/."_L1);
+    });
+    return rules.keptOf(items);
+}
+
+Async<FolderChanges> FolderSync::compare(QString localFolder, QString boardFolder)
+{
+    const QString name = QFileInfo(localFolder).fileName();
+    if (!m_link.connectionState().isConnected()) {
+        co_return Error{ErrorCode::NotConnected,
+                        u"Connect a device before sending files of %1."_s.arg(name)};
+    }
+    const auto life = m_life.watch();
+    TransferStatus::Running running(m_transfer);
+    running.setStatus(u"Comparing %1…"_s.arg(name));
+    const std::function<Tree()> read = [localFolder] { return readTree(localFolder); };
+    const auto tree = co_await m_background.run(read);
+    if (!tree)
+        co_return DeviceError::closed();
+    const int connection = m_link.connectionNumber();
+    co_await m_files.refreshDeviceFiles();
+    if (!life)
+        co_return DeviceError::closed();
+    if (const auto error = m_files.listingError())
+        co_return *error;
+
+    QList<CopyItem> candidates;
+    FolderChanges changes =
+        FolderChanges::compare(tree->items, boardItems(boardFolder, tree->rules), candidates);
+    changes.localFolder = localFolder;
+    changes.boardFolder = boardFolder;
+    changes.skipped = tree->skipped;
+    changes.connection = connection;
+    qint64 total = 0;
+    for (const CopyItem &item : candidates)
+        total += item.size;
+    running.setTotal(total);
+    const auto board = co_await m_files.profile().capabilities();
+    if (!board)
+        co_return board.error();
+    const auto onBoard = co_await boardDigests(candidates, boardFolder, running.observer());
+    if (!onBoard)
+        co_return onBoard.error();
+    const std::function<QList<QByteArray>()> hash = [localFolder, candidates, board = *board] {
+        QList<QByteArray> digests;
+        for (const CopyItem &item : candidates)
+            digests << localDigest(localFolder + u'/' + item.relativePath, board);
+        return digests;
+    };
+    const auto here = co_await m_background.run(hash);
+    if (!here)
+        co_return DeviceError::closed();
+    for (qsizetype i = 0; i < candidates.size(); ++i) {
+        if (here->at(i).isEmpty() || here->at(i) != onBoard->at(i))
+            changes.entries.append(
+                {candidates[i].relativePath, FolderChanges::Kind::Changed, candidates[i].size});
+        else
+            ++changes.unchangedCount;
+    }
+    std::stable_sort(changes.entries.begin(), changes.entries.end(),
+                     [](const FolderChanges::Entry &a, const FolderChanges::Entry &b) {
+                         return a.kind < b.kind;
+                     });
+    co_return changes;
+}
+
+Async<QList<QByteArray>> FolderSync::boardDigests(QList<CopyItem> files, QString folder,
+                                                  PieceTransfer::Observer observer)
+{
+    const auto life = m_life.watch();
+    const auto board = co_await m_files.profile().capabilities();
+    if (!board)
+        co_return board.error();
+    const bool hasDigest = board->hasSha256 || board->hasCrc32();
+    QList<QByteArray> digests;
+    qint64 done = 0;
+    while (digests.size() < files.size()) {
+        if (!life)
+            co_return DeviceError::closed();
+        if (observer.isCanceled())
+            co_return Error{ErrorCode::Cancelled, u"Comparing was cancelled; nothing was sent."_s};
+        QStringList paths;
+        qint64 bytes = 0;
+        while (hasDigest && digests.size() + paths.size() < files.size()
+               && paths.size() < mostFilesPerCommand) {
+            const CopyItem &file = files.at(digests.size() + paths.size());
+            if (bytes + file.size > mostBytesPerCommand)
+                break;
+            bytes += file.size;
+            paths << board->nativePath(DeviceListing::join(folder, file.relativePath));
+        }
+        if (paths.isEmpty()) { // a large file, or one that must be read again
+            const CopyItem &file = files.at(digests.size());
+            const QString path = DeviceListing::join(folder, file.relativePath);
+            bytes = file.size;
+            const auto digest = co_await m_files.content().digest(path, observer);
+            if (!digest)
+                co_return digest.error();
+            digests << *digest;
+        } else {
+            const QString code = TransferScripts::hashFiles(paths, *board);
+            const auto output = co_await m_link.executeInSequence(code, hashTimeout);
+            if (!output)
+                co_return output.error();
+            const QStringList sums = output->split("__SUM__"_L1).sliced(1);
+            if (sums.size() != paths.size())
+                co_return Error{ErrorCode::Remote, u"The board gave no valid answer"_s};
+            for (const QString &sum : sums)
+                digests << sum.trimmed().toLatin1();
+        }
+        done += bytes;
+        observer.moved(done);
+    }
+    co_return digests;
+}
+
+Async<void> FolderSync::send(FolderChanges changes)
+{
+    if (!m_link.connectionState().isConnected())
+        co_return DeviceError::notConnected();
+    if (changes.connection != m_link.connectionNumber())
+        co_return DeviceError::boardReplaced();
+    const auto life = m_life.watch();
+    DeviceFiles::WriteRequest request;
+    request.path = changes.boardFolder;
+    const auto permit = co_await m_files.requestWrite(std::move(request));
+    if (!permit)
+        co_return permit.error();
+    if (!life)
+        co_return DeviceError::closed();
+    QList<FolderChanges::Entry> sent;
+    QList<FolderChanges::Entry> removed;
+    qint64 total = 0;
+    for (const FolderChanges::Entry &entry : changes.entries) {
+        const bool isSent = entry.kind != FolderChanges::Kind::OnlyOnBoard;
+        (isSent ? sent : removed).append(entry);
+        total += isSent ? entry.size : 0;
+    }
+    TransferStatus::Running running(m_transfer);
+    running.setTotal(total);
+    if (!sent.isEmpty()) {
+        QStringList folders = foldersOf(sent, changes.boardFolder);
+        const auto made = co_await m_files.makeDeviceFolders(std::move(folders), *permit);
+        if (!made)
+            co_return made.error();
+    }
+    qint64 done = 0;
+    Result<void> result;
+    const QList<FolderChanges::Entry> all = sent + removed;
+    for (qsizetype i = 0; result && i < all.size(); ++i) {
+        if (!life)
+            co_return DeviceError::closed();
+        const FolderChanges::Entry &entry = all.at(i);
+        running.setStatus(u"Sending %1 (%2 of %3)…"_s.arg(
+            entry.relativePath, QString::number(i + 1), QString::number(all.size())));
+        if (running.isCanceled())
+            result = DeviceError::cancelled();
+        else if (changes.connection != m_link.connectionNumber())
+            result = DeviceError::boardReplaced();
+        else if (i < sent.size())
+            result = co_await sendFile(entry, changes.localFolder, *permit, running.observer(done));
+        else
+            result = co_await remove(entry, changes.boardFolder);
+        if (!result)
+            result = stoppedAt(entry.relativePath, result.error());
+        else if (i < sent.size())
+            running.setDone(done += entry.size);
+    }
+    if (!life)
+        co_return DeviceError::closed();
+    if (result) {
+        const QString removal =
+            removed.isEmpty() ? QString() : u", removed %1"_s.arg(countOfFiles(removed.size()));
+        m_shell.appendInfo(u"↑ Sent %1 to %2%3; %4 unchanged."_s.arg(
+            countOfFiles(sent.size()), changes.boardFolder, removal,
+            countOfFiles(changes.unchangedCount)));
+    }
+    if (m_link.connectionState().isConnected())
+        co_await m_files.refreshDeviceFiles();
+    co_return result;
+}
+
+Async<void> FolderSync::sendFile(FolderChanges::Entry entry, QString localFolder,
+                                 WritePermit permit, PieceTransfer::Observer observer)
+{
+    const auto reader = co_await m_local.openReader(localFolder + u'/' + entry.relativePath);
+    if (!reader && reader.error().code == ErrorCode::Closed)
+        co_return reader.error();
+    if (!reader)
+        co_return Error{ErrorCode::File, u"Cannot read %1."_s.arg(entry.relativePath)};
+    auto source = m_local.sourceOf(*reader);
+    co_return co_await m_files.sendFile(std::move(source), permit.forEntry(entry.relativePath),
+                                        entry.relativePath, std::move(observer));
+}
+
+Async<void> FolderSync::remove(FolderChanges::Entry entry, QString boardFolder)
+{
+    const auto board = m_files.profile().known();
+    const QString path = DeviceListing::join(boardFolder, entry.relativePath);
+    const QString code =
+        BoardScripts::remove(board ? board->nativePath(path) : path, BoardScripts::NodeKind::File);
+    const auto output = co_await m_link.executeOnDevice(code, quickTimeout);
+    if (!output)
+        co_return output.error();
+    if (!output->contains("__OK__"_L1)) {
+        co_return Error{
+            ErrorCode::Remote,
+            u"Delete failed: "_s
+                + DeviceError::withSystemErrorNamed(output->section("__ERR__"_L1, 1).trimmed())};
+    }
+    co_return Result<void>();
+}
+
+} // namespace Korvane
