@@ -53,7 +53,8 @@ bool isRunning(const QString &program, const QString &proc)
 
 } // namespace
 
-QStringList lines(const Error &error, const QString &port, const QString &proc)
+QStringList lines(const Error &error, const QString &port, const QString &proc,
+                  const QString &rules)
 {
     switch (error.systemCode) {
     case EACCES:
@@ -61,10 +62,15 @@ QStringList lines(const Error &error, const QString &port, const QString &proc)
         const QString group = QFileInfo(port).group();
         if (group.isEmpty() || group == QLatin1String("root"))
             return {};
-        return {QStringLiteral("Only members of the group “%1” may use %2. This command adds you; "
-                               "log out and in again afterwards:")
-                    .arg(group, port),
-                QStringLiteral("sudo usermod -aG %1 $USER").arg(group)};
+        QStringList advice;
+        if (QFileInfo::exists(rules)) // they count from the next time that the board is plugged in
+            advice << QStringLiteral(
+                "Unplug the board and plug it in again. If that does not help:");
+        advice << QStringLiteral("Only members of the group “%1” may use %2. This command adds "
+                                 "you; log out and in again afterwards:")
+                      .arg(group, port)
+               << QStringLiteral("sudo usermod -aG %1 $USER").arg(group);
+        return advice;
     }
     case EBUSY: {
         const QStringList users = usersOf(port, proc);

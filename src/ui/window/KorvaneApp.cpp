@@ -25,6 +25,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QFileInfo>
 #include <QFontDatabase>
 #include <QSemaphore>
 #include <QThreadPool>
@@ -32,6 +33,7 @@
 
 #include <fontconfig/fontconfig.h>
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -105,6 +107,7 @@ KorvaneApp::KorvaneApp()
     m_prompts.setStopServer([this] { m_server->stop(); });
     new RecoveryFilesMenu(*m_unsavedCopies, m_prompts, m_window->viewMenu());
     new WindowState(WindowState::defaultPath(), *m_window); // the window's own
+    showFirstSteps();
     makeWorkspace();
 }
 
@@ -158,6 +161,23 @@ void KorvaneApp::makeWorkspace()
                       m_window->commands()[Actions::Save]);
     new StartPage(*m_workspace, m_state, m_window->editor());
     QObject::connect(qApp, &QCoreApplication::aboutToQuit, m_workspace.get(), &Workspace::save);
+}
+
+void KorvaneApp::showFirstSteps()
+{
+    if (m_state.runner().findPython().isEmpty())
+        m_state.shell().appendInfo(QObject::tr("This installs Python: sudo apt install python3"));
+    if (QFileInfo::exists(WorkspaceFile::defaultPath()))
+        return; // not the first start
+    DeviceLink &link = m_state.link();
+    const QStringList ports = link.availablePorts();
+    const bool isBoardThere = std::any_of(ports.begin(), ports.end(), [&link](const QString &port) {
+        return !link.portIdentity(port).product.isEmpty();
+    });
+    if (!isBoardThere)
+        m_state.shell().appendInfo(
+            QObject::tr("No board is plugged in. Connect Device › Try Without a Board starts a "
+                        "virtual one."));
 }
 
 void KorvaneApp::connectPreferences()

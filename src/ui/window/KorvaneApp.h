@@ -54,6 +54,7 @@ private:
     [[nodiscard]] AppState::Dependencies withServer(AppState::Dependencies dependencies);
     void makeWindow();
     void makeWorkspace();
+    void showFirstSteps();
     void connectPreferences();
 
     std::unique_ptr<FileSettings> m_settings; // null when they came from outside
