@@ -17,9 +17,9 @@ enum class Match { None, Unfinished, Whole };
 
 /// Looks for an escape sequence at the start of \p text, which begins with ESC.
 ///
-/// The third alternative of the pattern, ESC ] … BEL, never has its turn: "]" is inside the range
-/// `\\-_` of the first, so that ESC ] is always a sequence of its own. The three character classes
-/// of the second do not overlap, so going forwards once finds all that backtracking would.
+/// The third alternative of the pattern, ESC ] … BEL, never matches: "]" is inside the range `\\-_`
+/// of the first, so that ESC ] is always a sequence of its own. The three character classes of the
+/// second do not overlap, so no backtracking is needed.
 std::pair<Match, qsizetype> matchEscape(QStringView text)
 {
     if (text.size() < 2)
@@ -66,7 +66,7 @@ QString AnsiFilter::feed(const QString &chunk)
     };
 
     const QStringView view = text;
-    qsizetype from = 0; // what lies before is done with
+    qsizetype from = 0; // everything before it is processed
     qsizetype at = 0;
     while (at < view.size()) {
         if (view[at] == u'\r') {

@@ -6,28 +6,29 @@ namespace Korvane {
 
 /// Turns what a program prints into plain text with "\n" line ends, chunk by chunk.
 ///
-/// Removes the terminal escape sequences that match
-/// `\x1b(?:[@-Z\\-_]|\[[0-9;?]*[ -/]*[@-~]|\][^\x07\x1b]*(?:\x07|\x1b\\))` with its alternatives
-/// tried from left to right, then turns "\r\n" and every other "\r" into "\n". All chunks together
-/// give what the whole text would: a "\r" at the end of a chunk, and up to `maxWaiting` characters
-/// that may still become an escape sequence, wait for the next chunk. Time is linear in the text.
+/// Removes the terminal escape sequences that match `\x1b(?:[@-Z\\-_]|\[[0-9;?]*[
+/// -/]*[@-~]|\][^\x07\x1b]*(?:\x07|\x1b\\))` with its alternatives tried from left to right, then
+/// turns "\r\n" and every other "\r" into "\n". All chunks together give what the whole text would:
+/// a "\r" at the end of a chunk, and up to `maxWaiting` characters that may still become an escape
+/// sequence, are held back until the next chunk. Time is linear in the text.
 class AnsiFilter final
 {
 public:
     static constexpr qsizetype maxWaiting = 64;
 
-    /// What \p chunk adds to the text; empty when all of it waits or is removed.
+    /// The text that \p chunk adds; empty when all of it is held back or removed.
     [[nodiscard]] QString feed(const QString &chunk);
-    /// What waits, as the text it is when nothing follows; afterwards nothing waits.
+    /// Returns what is held back, as at the end of the text, and forgets it.
     [[nodiscard]] QString finish();
-    /// The same in the middle of the text: a "\n" that comes next still belongs to a "\r" that is
-    /// given out here.
+    /// The same in the middle of the text: a "\n" at the start of the next chunk still belongs to a
+    /// "\r" that is returned here.
     [[nodiscard]] QString pause();
-    /// Drops a line end that waits, also its "\n" to come; the start of an escape sequence stays.
+    /// Drops a line end that is held back, also a "\n" of it in the next chunk; the start of an
+    /// escape sequence is kept.
     void dropLineEnd();
 
 private:
-    /// What became of a "\r" that was the last thing before m_escapeStart.
+    /// Whether a "\r" directly before m_escapeStart was returned or dropped.
     enum class LineEnd { None, Waits, Settled };
 
     QString m_escapeStart;

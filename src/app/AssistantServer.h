@@ -2,8 +2,8 @@
 
 namespace Korvane {
 
-/// What the program knows of the server through which an assistant reaches it: enough to start it
-/// with the program and from a menu. It reports what happens through AppState.
+/// The interface of the assistant's server that the rest of the program uses: to start it with the
+/// program and from a menu. It reports its state through AppState.
 class AssistantServer
 {
 public:
@@ -11,7 +11,7 @@ public:
 
     /// Does nothing when it is running. A failure is an error line in the Shell.
     virtual void start() = 0;
-    /// Returns when nothing listens any more.
+    /// Returns when the server does not listen any more.
     virtual void stop() = 0;
     [[nodiscard]] virtual bool isRunning() const = 0;
 };

@@ -19,7 +19,7 @@ class OpenFiles;
 class ShellSink;
 class TransferStatus;
 
-/// Documents that live on the board, and sending one there. Main thread only.
+/// Documents that belong to files of the board, and sending one there. Main thread only.
 class BoardDocuments final : public QObject
 {
     Q_OBJECT

@@ -24,7 +24,7 @@ public:
 
     /// Asks the board, unless it was asked since the last listing. The task may be dropped.
     QCoro::Task<void> request();
-    /// Of the file system that has \p folder; nothing while it is not known.
+    /// Of the file system that has \p folder; nothing while it has not been read.
     [[nodiscard]] std::optional<DeviceFileOperations::Space> space(const QString &folder) const;
 
 signals:

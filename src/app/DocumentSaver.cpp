@@ -119,7 +119,8 @@ QCoro::Task<void> DocumentSaver::finished()
         co_await m_parts.writer.finished();
         if (!life)
             co_return;
-        // A save goes on after its write: with its error, or with a dialog for another name.
+        // A save is not finished with its write: its error is reported, or a dialog asks for
+        // another name.
         if (m_running > 0) {
             OneShot<bool> &end = m_runningEnds.emplace_back();
             const auto position = std::prev(m_runningEnds.end());

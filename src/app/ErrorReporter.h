@@ -7,8 +7,8 @@ namespace Korvane {
 
 class ShellSink;
 
-/// Writes the failures of operations to the Shell. Every operation that the user starts ends here,
-/// or in a tool's answer. Main thread only.
+/// Writes the failures of operations to the Shell. Used by every operation that the user starts;
+/// those of tools answer with the error. Main thread only.
 class ErrorReporter final
 {
 public:

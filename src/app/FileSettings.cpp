@@ -21,8 +21,8 @@ namespace {
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 
 /// QSettings writes a temporary file beside the old one and gives it the old one's mode before the
-/// first byte; a file that it has to create is open to everybody for a while. So there is always an
-/// old one, and it is closed to others.
+/// first byte; a file that it has to create is readable for others at first. So an old one is
+/// always created before, readable for its owner only.
 bool makePrivate(const QString &path)
 {
     QDir().mkpath(QFileInfo(path).path());
@@ -78,8 +78,8 @@ QString FileSettings::defaultPath()
 
 bool FileSettings::flag(const QString &key) const
 {
-    // QVariant would take any text it does not know for true, and one of the flags lets the
-    // assistant write without asking.
+    // QVariant converts any other text to true, and one of the flags lets the assistant write
+    // without asking.
     return text(key).compare(QStringLiteral("true"), Qt::CaseInsensitive) == 0;
 }
 
@@ -90,7 +90,7 @@ int FileSettings::number(const QString &key) const
 
 QString FileSettings::text(const QString &key) const
 {
-    // What another instance or an editor has written since counts: one of the flags lets the
+    // Reads changes that another instance or an editor has written since: one of the flags lets the
     // assistant write without asking. Costs a look at the file's time unless that has changed.
     m_file.sync();
     return m_file.value(key).toString();

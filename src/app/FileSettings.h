@@ -9,9 +9,9 @@
 
 namespace Korvane {
 
-/// The settings in one INI file that only its owner can read, since it holds the assistant's
-/// token. What is set is on disk at once. A damaged file, or a place where no file can be, costs
-/// the stored values but nothing else: what is set then lasts until the program ends.
+/// The settings in one INI file that only its owner can read, since it holds the assistant's token.
+/// Values are written to the disk at once. When the file is damaged or cannot be written, the
+/// stored values are lost, and values that are set last until the program ends.
 class FileSettings final : public Settings
 {
 public:
@@ -19,8 +19,8 @@ public:
     FileSettings(const FileSettings &) = delete;
     FileSettings &operator=(const FileSettings &) = delete;
 
-    /// Calls \p tell for each problem with the file, once: those so far now, and later ones when
-    /// they occur. They are logged in any case.
+    /// Calls \p tell once for each problem with the file: now for those so far, and for later ones
+    /// when they occur. They are logged in any case.
     void tellProblems(std::function<void(const QString &)> tell);
 
     /// In the user's configuration folder.
@@ -37,7 +37,7 @@ public:
 private:
     /// An invalid \p value removes the key.
     void store(const QString &key, const QVariant &value);
-    /// Keeps the file from others; returns \p path.
+    /// Makes the file readable for its owner only; returns \p path.
     QString prepare(const QString &path);
     void report(const QString &problem);
 

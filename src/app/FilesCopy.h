@@ -22,8 +22,8 @@ class UserPrompts;
 
 /// Copies several files and folders at once between this computer and the board, as one operation
 /// with one question, which is asked only when files would be replaced. Folders are merged. It
-/// stops at the first failure; what was copied before stays. Main thread only; local files are read
-/// and written in the background.
+/// stops at the first failure; what was copied before is kept. Main thread only; local files are
+/// read and written in the background.
 class FilesCopy final : public QObject
 {
     Q_OBJECT
@@ -48,7 +48,7 @@ public:
     [[nodiscard]] Async<void> fromDevice(QList<DeviceFileNode> nodes, QString folder);
 
 signals:
-    /// Files on this computer came or changed.
+    /// Files on this computer were created or changed.
     void localFilesChanged();
 
 private:

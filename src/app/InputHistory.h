@@ -25,7 +25,7 @@ public:
 
     [[nodiscard]] static QString defaultPath();
 
-    /// Reads the file, once: its entries come before those that were added since. The task may be
+    /// Reads the file, once: its entries precede those that were added since. The task may be
     /// dropped.
     QCoro::Task<void> load();
     void add(const QString &entry);

@@ -13,10 +13,11 @@ class Settings;
 
 /// What the user can choose, typed, with a default and a range for each, over the stored settings.
 ///
-/// Nothing is kept here: each read asks the settings, so that what another program has written
-/// counts, and a stored value that does not fit its definition reads as the default. Other keys of
-/// the settings are left alone. Reading costs a look at the file, so code that runs for every key
-/// press or every line of output keeps what `follow` has given it. Main thread only.
+/// Values are not cached: each read asks the settings, so that changes by another program take
+/// effect, and a stored value that does not fit its definition reads as the default. Other keys of
+/// the settings are left alone. Reading checks the time of the file, so code that runs for every
+/// key press or every line of output stores the value that `follow` has passed to it. Main thread
+/// only.
 class Preferences final : public QObject
 {
     Q_OBJECT

@@ -92,7 +92,7 @@ RunningInstance::RunningInstance(const QString &path, QObject *parent)
 {
     const std::optional<sockaddr_un> name = address(path);
     if (!name || connectedTo(path).isValid())
-        return;          // another program listens there, and goes on doing so
+        return;          // another program listens there
     QFile::remove(path); // of a program that was killed
     m_listener.reset(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!m_listener.isValid()

@@ -25,15 +25,15 @@ public:
     static constexpr qsizetype maxMessageBytes = 256 * 1024;
     static constexpr char acceptedByte = 'k';
 
-    /// The socket's path: in the runtime folder, with a name that stands for the settings folder,
-    /// so that programs with different settings don't meet. Empty when there is no such folder.
+    /// The socket's path: in the runtime folder, with a name made from the settings folder, so that
+    /// instances with different settings are independent. Empty when there is no such folder.
     [[nodiscard]] static QString defaultPath();
 
     /// Sends \p commandLine to the program that listens at \p path. False when none answers within
     /// a second; the caller then opens a window of its own.
     [[nodiscard]] static bool handOver(const CommandLine &commandLine, const QString &path);
 
-    /// Listens at \p path and takes the place of a socket that nobody answers. Failing to listen
+    /// Listens at \p path and replaces a socket without a listening process. Failing to listen
     /// isn't an error for the user: a second start then opens a second window.
     explicit RunningInstance(const QString &path, QObject *parent = nullptr);
     /// Stops listening and removes the socket.

@@ -5,7 +5,7 @@
 
 namespace Korvane {
 
-/// The user's stored settings by their keys. Reading and writing never fail towards the caller.
+/// The user's stored settings by their keys. Reading and writing report no errors to the caller.
 /// What each key of the program means, and its default, is in `Preferences`.
 class Settings
 {

@@ -34,8 +34,8 @@ void ShellTranscript::appendReplMessage(const QString &text)
 
 void ShellTranscript::clear()
 {
-    // A line end that waits goes with the text that it ends. The rest of an escape sequence is
-    // still to come, and would be shown as text without its start.
+    // A line end that is held back is dropped with its line. The start of an escape sequence is
+    // kept, because its rest would be shown as text without it.
     m_cleaner.dropLineEnd();
     m_replLines.clear();
     m_characters = 0;
@@ -84,7 +84,7 @@ void ShellTranscript::addOutput(const QString &text, Source source)
         else
             ranges.append({line.text.size(), text.size()});
     }
-    line.text += text; // in place: a copy of the line for each chunk would cost its square
+    line.text += text; // in place: a copy of the line for each chunk would take quadratic time
     m_characters += text.size();
     if (isNew) {
         emit lineAppended(m_replLines.size() - 1);

@@ -10,9 +10,9 @@ namespace Korvane {
 /// The lines of the Shell. They are added at the end and all removed at once; the oldest text is
 /// removed where all exceeds the limit.
 ///
-/// Output of a program is merged into one line, which may grow to hundreds of megabytes: it stays
-/// linear as long as no other object keeps a copy of that line's text. Views therefore take what is
-/// new from `outputExtended` and read `replLines` without keeping it.
+/// Output of a program is merged into one line, which may grow to hundreds of megabytes: the time
+/// is linear as long as no other object holds a copy of that line's text. Views therefore take new
+/// text from `outputExtended` and do not store `replLines`.
 class ShellTranscript final : public QObject, public ShellSink
 {
     Q_OBJECT
@@ -22,23 +22,23 @@ public:
 
     void appendLine(const QString &text, REPLLine::Kind kind) override;
     /// Adds what a program printed, cleaned as AnsiFilter does and merged into the last line if
-    /// that is output. What has to wait for the next chunk (a "\r", the start of an escape
+    /// that is output. What is held back until the next chunk (a "\r", the start of an escape
     /// sequence) is shown by `flushOutput` or by the next line at the latest.
     void appendOutput(const QString &text) override;
-    /// Shows what still waits. To be called when the program that printed has ended.
+    /// Shows what is held back. To be called when the program that printed has ended.
     void flushOutput();
     /// The same, marked as a message of the REPL, or nothing while those are not shown.
     void appendReplMessage(const QString &text) override;
     void clear();
-    /// Run numbers are from 1 to this, and start again.
+    /// Run numbers are from 1 to this; the next one is 1 again.
     static constexpr int maxRun = 0x1ffff;
     /// Lines from now on belong to a new run, whose number this returns.
     int beginRun();
     /// Lines from now on belong to no run.
     void endRun() { m_run = 0; }
     void setShowsReplMessages(bool isShown) { m_showsReplMessages = isShown; }
-    /// In characters. A tenth more is kept until the oldest text is removed, so that the time for
-    /// it stays linear.
+    /// In characters. A tenth more is kept until the oldest text is removed, so that removing takes
+    /// linear time.
     void setLimit(qsizetype characters);
     [[nodiscard]] qsizetype limit() const { return m_limit; }
 

@@ -13,7 +13,7 @@ std::optional<TracebackLink> TracebackLink::find(QStringView text)
     if (!text.sliced(start).startsWith(opening))
         return std::nullopt;
     const qsizetype nameStart = start + opening.size();
-    // A name may hold quotes itself.
+    // A name may contain quotes.
     const qsizetype nameEnd = text.lastIndexOf(middle);
     if (nameEnd <= nameStart)
         return std::nullopt;

@@ -27,7 +27,7 @@ QString variablesScript()
     return pythonResource(QLatin1StringView("app/variables.py"));
 }
 
-/// Reads what the program above printed; nothing when that is not as it should be.
+/// Reads what the program above printed; nothing when its form is unexpected.
 std::optional<QList<PythonVariable>> parseVariables(const QString &output)
 {
     static constexpr QStringView marker = u"__VARS__";
@@ -92,7 +92,7 @@ Async<void> VariablesStore::refreshFromBoard()
         co_await m_link.executeOnDevice(variablesScript(), variablesTimeout);
     if (!life)
         co_return DeviceError::closed();
-    if (connection != m_link.connectionNumber()) // these variables are gone
+    if (connection != m_link.connectionNumber()) // these are the variables of another connection
         co_return Result<void>();
     if (!output) {
         Error error = output.error();

@@ -12,8 +12,8 @@ class DeviceLink;
 class ProgramRun;
 class PythonRunner;
 
-/// The Variables table: what the interpreter in charge holds, the board's when one is connected,
-/// otherwise the local session's. It is always replaced whole.
+/// The Variables table: the global variables of the board when one is connected, otherwise of the
+/// local session. It is always replaced as a whole.
 class VariablesStore final : public QObject
 {
     Q_OBJECT
@@ -26,8 +26,8 @@ public:
     [[nodiscard]] const QList<PythonVariable> &variables() const { return m_variables; }
     void setVariables(const QList<PythonVariable> &variables);
 
-    /// Reads the variables of the interpreter in charge. While the board is busy the table stays as
-    /// it is, without an error.
+    /// Reads the variables of that interpreter. While the board is busy the table is not changed,
+    /// without an error.
     [[nodiscard]] Async<void> refreshVariables();
     /// Replaces the local session by a fresh one, also while a board is connected. Fails when there
     /// is no interpreter.

@@ -92,7 +92,7 @@ void VirtualBoardProcess::readPort()
 
 void VirtualBoardProcess::fail(const QString &message)
 {
-    // The end of a board that has run is seen on its port.
+    // The end of a board that has run is reported by its port.
     if (std::exchange(m_isStarting, false))
         emit startFailed({ErrorCode::NotConnected, message});
 }

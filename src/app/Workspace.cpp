@@ -228,7 +228,7 @@ void Workspace::save()
     const QByteArray json = snapshot().toJson();
     if (std::exchange(m_written, json) == json)
         return;
-    // A failure costs no more than what would be restored.
+    // After a failure the next start restores an older state.
     const std::function<bool()> write = [path = m_path, json] { return writeState(path, json); };
     const auto task = m_writer.run(write);
 }

@@ -40,11 +40,11 @@ struct WorkspaceFile
 
     /// $XDG_STATE_HOME/korvane/workspace.json, by default below ~/.local/state.
     [[nodiscard]] static QString defaultPath();
-    /// What can be understood of \p json; nothing of a damaged one.
+    /// Parses \p json; values of unexpected form are left out, and a damaged file is empty.
     [[nodiscard]] static WorkspaceFile fromJson(const QByteArray &json);
     [[nodiscard]] QByteArray toJson() const;
 
-    /// Puts \p path first into \p recent, once, and drops what is too many.
+    /// Puts \p path first into \p recent, once, and drops the oldest beyond the limit.
     static void addRecent(QStringList &recent, const QString &path);
 
     friend bool operator==(const WorkspaceFile &, const WorkspaceFile &) = default;

@@ -4,7 +4,7 @@
 
 namespace Korvane {
 
-/// Where a document belongs: nowhere yet, in a local file, or in a file of one board.
+/// The file that a document belongs to: none, a local file, or a file of one board.
 struct DocumentPlace
 {
     enum class Kind { Nowhere, Local, Board };

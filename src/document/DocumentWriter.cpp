@@ -15,7 +15,7 @@ struct DocumentWriter::Job
     QString name;
     DocumentText text;
     Check check = Check::AskBeforeReplacing;
-    /// What the document knows the file to hold.
+    /// The content that the document last read or wrote.
     std::optional<QByteArray> known;
     OneShot<Result<Outcome>> done;
 };
@@ -107,7 +107,7 @@ Async<DocumentWriter::Outcome> DocumentWriter::carryOut(std::shared_ptr<Queue> q
         const auto held = co_await storeOf(queue->place).compare(queue->place, std::move(ours));
         if (!life)
             co_return Error{ErrorCode::Closed, {}};
-        // A file that can't be read fails to be written, too, which says more.
+        // A file that can't be read can't be written either; the error of writing is reported.
         if (held && *held == DocumentStore::Held::Other) {
             const auto answer = co_await askToReplace(queue, job);
             if (!life)

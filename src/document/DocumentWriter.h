@@ -25,7 +25,7 @@ public:
         Written,
         /// A newer text was written, or is waiting to be.
         Superseded,
-        /// The file was changed by another program, and the user wants another name.
+        /// The file was changed by another program, and the user chose to save under another name.
         SaveAsRequested,
     };
     /// Whether the file may hold something else than this document last read or wrote there.

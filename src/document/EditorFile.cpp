@@ -211,7 +211,7 @@ void EditorFile::handleEdited()
 
 void EditorFile::updateModified()
 {
-    // Most keys need no look at the text.
+    // Most edits are decided without comparing the texts.
     const qsizetype size = m_storage->text().size() - m_longLines.continued().size();
     const bool isSame = m_saved && m_saved->content.size() == size && m_saved->content == content();
     // Undoing the removal of a line does not restore its line end in a file that mixes them.

@@ -39,7 +39,7 @@ class EditorFile final : public QObject
     Q_OBJECT
 
 public:
-    /// How an editor left the document. Kept here so that it comes back with the document.
+    /// Caret and scroll position, kept here so that an editor can restore them.
     struct ViewState
     {
         QTextCursor caret;
@@ -93,9 +93,9 @@ public:
     [[nodiscard]] FileChange fileChange() const { return m_fileChange; }
     void setFileChange(FileChange change);
 
-    /// The text differs from what was last read or saved, or that is not known.
+    /// The text differs from what was last read or saved, or no saved text is known.
     [[nodiscard]] bool isModified() const { return m_isModified; }
-    /// What was last read or written at the document's place; nothing when that is not known.
+    /// What was last read or written at the document's place; nothing when it is unknown.
     [[nodiscard]] const std::optional<DocumentText> &savedText() const { return m_saved; }
     void setSavedText(const std::optional<DocumentText> &text);
     /// Changes whenever the saved text is set.

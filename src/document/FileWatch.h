@@ -37,8 +37,8 @@ public:
     QCoro::Task<void> check(QUuid id);
     /// Gives the document the text of its file, as one edit that can be undone.
     QCoro::Task<void> reload(QUuid id);
-    /// Keeps the document's text: the change of its file is known from now on, and saving replaces
-    /// it without a question.
+    /// Keeps the document's text: the current content of its file counts as read, and saving
+    /// replaces it without a question.
     QCoro::Task<void> keep(QUuid id);
 
 private:

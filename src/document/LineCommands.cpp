@@ -68,7 +68,7 @@ template <typename Change> std::optional<TextEdit> LineCommands::changeLines(Cha
     QString changed;
     changed.reserve(m_end - m_start);
     TextSelection selection = m_selection;
-    // A caret at the place of an insertion goes behind it; the start of a selection stays.
+    // A caret at the place of an insertion moves behind it; the start of a selection does not.
     const auto follow = [&](int &place, int before, qsizetype start, const LineChange &of) {
         const qsizetype at = start + of.column;
         const bool staysAtStart = !m_selection.isEmpty() && before == m_selection.start();
@@ -186,7 +186,7 @@ std::optional<TextEdit> LineCommands::remove() const
         return std::nullopt;
     const int column =
         m_selection.position - PythonIndentation::lineStart(m_text, m_selection.position);
-    if (m_end == m_text.size()) { // the line end before goes, as there is none behind
+    if (m_end == m_text.size()) { // the line end before it is removed, since none follows
         const int from = std::max(m_start - 1, 0);
         const int line = PythonIndentation::lineStart(m_text, from);
         const int caret = m_start == 0 ? 0 : std::min(line + column, from);

@@ -30,8 +30,8 @@ struct TextEdit
     int end;
     QString replacement;
     TextSelection selection;
-    /// Lines that change their places, whose marks go with them: those from `firstLine` to
-    /// `lastLine` (from 1) move by `movedBy` lines, and the line beyond takes the free place.
+    /// Lines that are moved together with their marks: those from `firstLine` to `lastLine` (from
+    /// 1) move by `movedBy` lines, and the line beyond takes their old place.
     struct Move
     {
         int firstLine;
@@ -42,8 +42,8 @@ struct TextEdit
 };
 
 /// Commands on whole lines: all that have a part of the selection, or the line of the caret. A
-/// selection that ends at the start of a line does not include that line. Each gives nothing where
-/// it would change nothing.
+/// selection that ends at the start of a line does not include that line. Each returns nothing when
+/// the text would not change.
 class LineCommands final
 {
 public:

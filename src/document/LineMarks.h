@@ -20,15 +20,15 @@ struct LineEdit
     bool endsLine = false;
 };
 
-/// Marked lines of a text (from 1) that move with their lines while the text is edited. A removed
-/// line loses its mark, and gets it back when the removal is undone.
+/// Marked lines of a text (from 1) that move with their lines while the text is edited. Removing a
+/// line removes its mark, and undoing that restores it.
 class LineMarks final
 {
 public:
     /// Whether a mark moves with the characters of its line, or with the line end above it.
     enum class Belongs { ToText, ToLineEnd };
-    /// Marks that an edit brings with it: of the lines from `firstLine` to `lastLine`, or of the
-    /// whole text, `lines` are marked after it and no others.
+    /// Marks that an edit sets itself: of the lines from `firstLine` to `lastLine`, or of the whole
+    /// text, `lines` are marked after it and no others.
     struct Inserted
     {
         int firstLine = 0;
@@ -62,8 +62,8 @@ private:
     Belongs m_belongs = Belongs::ToText;
     QSet<int> m_lines;
     int m_undoSteps = 0;
-    /// The marks in each known state of the undo history. Forgotten when a mark is set or removed
-    /// by hand: from then on marks only move.
+    /// The marks in each known state of the undo history. Cleared when a mark is set or removed by
+    /// hand: undoing then only moves marks.
     std::map<int, QSet<int>> m_history;
 };
 

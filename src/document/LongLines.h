@@ -12,19 +12,19 @@ namespace Korvane {
 /// The lines of a document that are shown in pieces.
 ///
 /// QTextLayout lays out a line as a whole, and needs more than half a second for a line of 4 MB. So
-/// a longer line of a file is broken where it comes into the editor, and joined again where its
-/// text leaves: only the editor and its QTextDocument know the pieces, each of which is a line
-/// there. Lines that are shown and lines of the file are counted from 1.
+/// a longer line of a file is broken when its text is set or inserted, and joined again when the
+/// text is read or copied: only the editor and its QTextDocument contain the pieces, each as a line
+/// of its own. Lines that are shown and lines of the file are counted from 1.
 class LongLines final
 {
 public:
     /// A longer line is broken into pieces of this length.
     static constexpr qsizetype maxLength = 10'000;
-    /// Stands for the line end between two pieces of a line. Never in a text: QTextDocument uses
-    /// this noncharacter as the border of a frame.
+    /// The line end between two pieces of a line. Never in a text: QTextDocument uses this
+    /// noncharacter as the border of a frame.
     static constexpr QChar pieceEnd{0xFDD0};
 
-    /// Where a text goes: how many characters of its first and last line are there already.
+    /// Where a text is inserted: how many characters of its first and last line are there already.
     struct Place
     {
         int line = 1;

@@ -158,7 +158,7 @@ void OpenFiles::closeFile(const QUuid &id)
     if (found == m_openFiles.end())
         return;
     emit fileClosing(id);
-    // Destroyed at the end: the editor shows it until it learns of another one.
+    // Destroyed at the end: the editor shows it until the selection has changed.
     const std::unique_ptr<EditorFile> closed = std::move(*found);
     m_openFiles.erase(found);
     closed->disconnect(this);

@@ -15,8 +15,8 @@ namespace Korvane {
 
 class ShellSink;
 
-/// Owns the open documents, one tab each, and knows which of them is selected. There is always at
-/// least one: closing the last opens a new untitled one. Main thread only.
+/// Owns the open documents, one tab each, and the selection among them. There is always at least
+/// one: closing the last opens a new untitled one. Main thread only.
 class OpenFiles final : public QObject
 {
     Q_OBJECT
@@ -39,8 +39,8 @@ public:
     bool selectPlace(const DocumentPlace &place);
     /// Appends an unmodified document and selects it.
     EditorFile &open(const QString &name, const DocumentPlace &place, const QString &fileText);
-    /// Appends a document with unsaved edits, selects it and returns its id. What its place holds
-    /// is not known.
+    /// Appends a document with unsaved edits, selects it and returns its id. The content of its
+    /// file counts as unknown.
     QUuid openUnsaved(const QString &name, const DocumentPlace &place, const QString &fileText);
     /// Appends \p file, selects it and returns it.
     EditorFile &add(std::unique_ptr<EditorFile> file);
@@ -61,7 +61,7 @@ public:
     void closeKeepingEdits(const QUuid &id);
     /// The file or folder at \p from was moved to \p to: its documents belong to their new places
     /// from now on. Of the documents of a file that was replaced, those without edits are closed,
-    /// and the others belong nowhere.
+    /// and the others belong to no file any more.
     void followMove(const DocumentPlace &from, const DocumentPlace &to);
     /// The file or folder at \p place was deleted: marks its documents.
     void markDeleted(const DocumentPlace &place);

@@ -41,7 +41,7 @@ private:
 
     static size_t bucket(QStringView word)
     {
-        // Tells nearly all of them apart, and most other words from them.
+        // Distinguishes nearly all of them from each other and from most other words.
         const auto size = static_cast<size_t>(word.size());
         return (word.front().unicode() * 37U + word.back().unicode() * 5U + size) % bucketCount;
     }
@@ -110,7 +110,7 @@ private:
             tokens[i] = tokens[i] < token ? token : tokens[i];
     }
 
-    /// What a search of the string pass that failed tells of the ones to come.
+    /// What a failed search of the string pass implies for later ones.
     struct Failure
     {
         /// No triple quote closes from here on.
@@ -287,8 +287,8 @@ qsizetype Run::stringEnd(qsizetype start)
         failure.tripleFrom = body;
     }
 
-    // A search that starts within one that failed is bound to fail as well: its quote was passed
-    // as an escaped character, so both see the same from there on.
+    // A search that starts within one that failed fails as well: its quote was passed as an escaped
+    // character, so both continue with the same text.
     if (start < failure.singleUntil)
         return start;
     qsizetype i = start + 1;

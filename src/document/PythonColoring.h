@@ -40,10 +40,10 @@ constexpr int pythonTokenCount = static_cast<int>(PythonToken::ClassName) + 1;
 /// | ClassName    | `\bclass\s+(\w+)`                                     | 1     |
 ///
 /// `.` matches every character, a CR LF pair as one; `\w`, `\d`, `\s` and `\b` are Unicode's
-/// (WordCharacters). The passes do not know of each other: a keyword inside a string is a keyword.
+/// (WordCharacters). The passes are independent: a keyword inside a string is a keyword.
 ///
-/// Scanners written by hand give the same result in a time linear in the text, whatever the text:
-/// no pattern goes back over what it has seen, and no string is too long.
+/// Scanners written by hand give the same result in linear time for every text: there is no
+/// backtracking, and no limit for the length of a string.
 class PythonColoring final
 {
 public:

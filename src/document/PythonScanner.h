@@ -29,9 +29,9 @@ struct PythonPiece
     bool isUnclosed = false;
 };
 
-/// Divides Python source into pieces, leaving out blanks. Unlike `PythonColoring`, which runs
-/// passes that do not know of each other, it tells a bracket in the code from one in a string or a
-/// comment. Linear in the text.
+/// Divides Python source into pieces, leaving out blanks. Unlike `PythonColoring`, whose passes are
+/// independent, it distinguishes a bracket in the code from one in a string or a comment. Linear in
+/// the text.
 class PythonScanner final
 {
 public:

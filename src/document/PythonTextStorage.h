@@ -19,10 +19,10 @@ class Theme;
 /// The text of one Python source with its undo history, colored again after each change of its
 /// characters.
 ///
-/// The colors of the whole text are always known. They become formats of the text layouts only for
-/// the blocks that are shown (`showColors`): a key in a long file then costs one scan of the text
-/// and new layouts for the few visible lines whose colors changed. Formats are neither edits nor
-/// part of the undo history.
+/// The colors of the whole text are computed after each change. They are set as formats of the text
+/// layouts only for the blocks that are shown (`showColors`): a key in a long file then needs one
+/// scan of the text and new layouts for the few visible lines whose colors changed. Formats are
+/// neither edits nor part of the undo history.
 class PythonTextStorage final : public QTextDocument
 {
     Q_OBJECT
@@ -39,7 +39,7 @@ public:
 
     /// Exactly what was set and edited, with "\n" line ends.
     [[nodiscard]] const QString &text() const { return m_text; }
-    /// Replaces everything and forgets the undo history, which belongs to the text before.
+    /// Replaces everything and clears the undo history.
     void setText(const QString &text);
     /// Replaces everything as one edit that can be undone. Only the part that differs is edited.
     void replaceText(const QString &text);

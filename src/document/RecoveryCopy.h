@@ -18,7 +18,7 @@ struct RecoveryCopy
     DocumentPlace place;
     /// As it would be written to the document's file.
     QString fileText;
-    /// What was last read or written at `place`; nothing when that is not known.
+    /// What was last read or written at `place`; nothing when it is unknown.
     std::optional<QString> savedText;
 
     /// Nothing when \p file does not exist or is damaged.

@@ -60,13 +60,13 @@ public:
     ~RecoveryFiles() override;
 
     /// Whether recovery files are written from now on. Otherwise those of open documents are
-    /// removed; leftovers stay.
+    /// removed; leftovers are kept.
     void setKeeping(bool isKeeping);
     /// The latest first.
     [[nodiscard]] const QList<Leftover> &leftovers() const { return m_leftovers; }
-    /// Opens it as a document with unsaved text, which knows what its file held when it was last
-    /// saved. If the file is already open without edits, its document gets the text as an edit; if
-    /// it has edits, the text becomes a document that is not saved anywhere.
+    /// Opens it as a document with unsaved text and the saved text that was stored with it. If the
+    /// file is already open without edits, its document gets the text as an edit; if it has edits,
+    /// the text becomes a document that is not saved anywhere.
     QCoro::Task<void> open(Leftover leftover);
     /// Deletes the recovery files.
     QCoro::Task<void> discard(QList<Leftover> leftovers);

@@ -25,7 +25,7 @@ bool isWholeWord(QStringView text, qsizetype start, qsizetype end)
     return !isWithinWord(text, start) && !isWithinWord(text, end);
 }
 
-/// Goes through the matches of a search in one text.
+/// Iterates over the matches of a search in one text.
 class Matches final
 {
 public:

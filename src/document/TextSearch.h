@@ -10,7 +10,7 @@
 
 namespace Korvane {
 
-/// What is looked for in a text, and what replaces it. Linear in the text; a regular expression
+/// A search in a text, and the replacement of its matches. Linear in the text; a regular expression
 /// that would take longer ends in an error.
 struct TextSearch
 {

@@ -106,7 +106,7 @@ void CodeEditorView::present(EditorFile &file)
     connect(m_storage, &PythonTextStorage::textReplaced, this, [this] { putCaret(m_keptCaret); });
     connect(&file, &EditorFile::breakpointsChanged, this, &CodeEditorView::showBreakpoints);
     connect(&file, &EditorFile::debugLinesChanged, this, &CodeEditorView::showDebugLines);
-    // The storage is destroyed after this signal. The stand-in lives as long as the view.
+    // The storage is destroyed after this signal. m_noFile is destroyed with the view.
     if (&file != m_noFile)
         connect(&file, &QObject::destroyed, this, [this] { present(*m_noFile); });
     layOut();
@@ -116,7 +116,7 @@ void CodeEditorView::present(EditorFile &file)
     emit contentShown();
 }
 
-/// Makes the shown text look like code of this view.
+/// Sets font, layout and colors of the shown text.
 void CodeEditorView::prepareStorage()
 {
     setCodeFont();
@@ -169,7 +169,7 @@ void CodeEditorView::showDebugLines()
         scrollTo(*line <= lineCount() ? *line : 1);
 }
 
-/// Shows the line, in the middle unless it is in view already. The caret stays.
+/// Shows the line, in the middle unless it is in view already. The caret does not move.
 void CodeEditorView::scrollTo(int line)
 {
     for (const LineRows &rows : visibleLines()) {
@@ -262,7 +262,8 @@ std::pair<int, int> CodeEditorView::visibleRange() const
     return {first.position(), last.position() + last.length() - 1};
 }
 
-/// As many lines as fit if none is wrapped; at most a few below the viewport are colored in vain.
+/// As many lines as fit if none is wrapped; at most a few lines below the viewport are colored
+/// without need.
 void CodeEditorView::showColors()
 {
     const int rows = viewport()->height() / fontMetrics().lineSpacing();
@@ -292,7 +293,7 @@ void CodeEditorView::layOut()
         setViewportMargins(margins);
     const QRect area = viewport()->geometry();
     m_ruler->setGeometry(area.left() - thickness, area.top(), thickness, area.height());
-    // The bar goes over the whole width, and the scroll bar begins below it.
+    // The bar has the whole width, and the scroll bar begins below it.
     m_besideBar->setFixedHeight(barHeight);
     if (m_bar) {
         m_bar->setGeometry(0, area.top() - barHeight, width(), barHeight);

@@ -38,9 +38,9 @@ public:
     /// The one font of all code: the desktop's monospaced one.
     [[nodiscard]] static const QFont &codeFont();
 
-    /// Shows \p file, or nothing when it is null. A document that was shown before comes back as it
-    /// was left; in one whose caret was never placed, the caret gets the offset it had in the
-    /// document before, or goes to the end of a shorter text.
+    /// Shows \p file, or an empty document when it is null. Caret and scroll position of a document
+    /// that was shown before are restored; in one whose caret was never placed, the caret gets the
+    /// offset it had in the previous document, limited to the end of the text.
     void showDocument(EditorFile *file);
     /// Writes caret and scroll position into the document's viewState.
     void keepViewState();
@@ -56,7 +56,7 @@ public:
     void goToLine(int line);
     /// Selects \p length characters from \p position on and shows them.
     void select(int position, int length);
-    /// Does \p edit as one step of the undo history.
+    /// Applies \p edit as one step of the undo history.
     void apply(const TextEdit &edit);
     [[nodiscard]] QList<LineRows> visibleLines() const;
     /// The part of the text that the viewport shows: the first character and the one behind the
@@ -69,7 +69,7 @@ public:
     void setBar(EditorBar *bar);
 
     [[nodiscard]] const EditorCommands &commands() const { return *m_commands; }
-    /// The document that is shown, or a stand-in.
+    /// The document that is shown; an empty one when there is none.
     [[nodiscard]] EditorFile &file() const { return *m_file; }
 
     /// The blanks of a step of indentation, and the width of a tab character. At first 4.

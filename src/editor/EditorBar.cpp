@@ -20,7 +20,7 @@ EditorBar::EditorBar(const QString &name, QWidget *parent)
 {
     hide();
     setAccessibleName(name);
-    // Otherwise a click beside the field would go on to the text below.
+    // Otherwise a click beside the field would be passed on to the text below.
     setAttribute(Qt::WA_NoMousePropagation);
     setFocusPolicy(Qt::ClickFocus);
     setFocusProxy(m_field);
@@ -82,7 +82,7 @@ bool EditorBar::focusNextPrevChild(bool next)
 
 void EditorBar::showEvent(QShowEvent *event)
 {
-    // The bar is made after the rest of the window, and would come last in the Tab order.
+    // The bar is made after the rest of the window, and would be last in the Tab order.
     setTabOrder(parentWidget(), m_field);
     QWidget *previous = m_field;
     for (QToolButton *button : findChildren<QToolButton *>()) {

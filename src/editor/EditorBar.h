@@ -10,8 +10,8 @@ class QToolButton;
 namespace Korvane {
 
 /// A bar of controls above the text, with a field first. Escape and its button at the right ask to
-/// close it. A click on anything in it puts the focus into the field. Tab goes round in it, because
-/// the editor keeps Tab for the text.
+/// close it. A click on anything in it puts the focus into the field. Tab cycles through its
+/// controls, because the editor keeps Tab for the text.
 class EditorBar : public QWidget
 {
     Q_OBJECT

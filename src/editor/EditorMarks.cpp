@@ -17,7 +17,7 @@ EditorMarks::EditorMarks(CodeEditorView &view)
     , m_view(view)
 {
     connect(&view, &QPlainTextEdit::cursorPositionChanged, this, &EditorMarks::follow);
-    // An edit may change the pair although the caret stays.
+    // An edit may change the pair without moving the caret.
     connect(&view, &CodeEditorView::contentShown, this, &EditorMarks::follow);
 }
 

@@ -13,8 +13,8 @@ namespace Korvane {
 class CodeEditorView;
 class FindBar;
 
-/// Finds text in the editor: owns the find bar and knows all places where the document that is
-/// shown has what is looked for.
+/// Finds text in the editor: owns the find bar and the list of all places where the document that
+/// is shown has what is looked for.
 class EditorSearch final : public QObject
 {
     Q_OBJECT
