@@ -14,8 +14,8 @@ namespace Korvane {
 
 class DeviceLink;
 
-/// Lets the tool calls work on the board one after the other, in the order in which they came, and
-/// each only when the link is free: a call that is waiting here has not begun on the board, and can
+/// A queue of the tool calls that use the board: one after the other in the order of their arrival,
+/// each only when the link is free. A call that is waiting here has not begun on the board, and can
 /// still be dropped. Main thread only.
 class BoardQueue final : public QObject
 {
@@ -28,11 +28,11 @@ public:
     /// \p link must outlive this.
     explicit BoardQueue(DeviceLink &link);
 
-    /// Waits for a turn. Returns null when \p stop drops the call first, or when this object is
+    /// Waits in the queue. Returns null when \p stop drops the call first, or when this object is
     /// destroyed. Does not suspend while nothing is waiting and the link is free.
     [[nodiscard]] QCoro::Task<Turn> turn(CallStop stop);
 
-    /// Whether a turn could begin at once.
+    /// Whether a call could start at once.
     [[nodiscard]] bool isFree() const;
 
 private:

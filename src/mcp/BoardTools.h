@@ -17,9 +17,9 @@ namespace Korvane {
 class AppState;
 struct DeviceExecution;
 
-/// The tools with which an assistant sees and works with the board. They go through the same
-/// operations as the window, so that the Shell shows what the assistant does, and what cannot be
-/// undone waits for the user's confirmation.
+/// The tools with which an assistant reads and uses the board. They call the same operations as the
+/// window, so that the Shell shows what the assistant does, and what cannot be undone waits for the
+/// user's confirmation.
 class BoardTools final : public ToolSet
 {
 public:

@@ -52,11 +52,12 @@ HTTPConnection::Outcome HTTPConnection::receive(std::span<char> scratch, bool ha
         (void)handOver();
         if (m_parser.isRefusing())
             break;
-        // Less than there was room for: the socket is most likely empty, and epoll reports if not.
+        // The socket returned less than fits: it is most likely empty, and epoll reports it
+        // otherwise.
         if (!hasPeerClosed && size_t(count) < scratch.size())
             break;
     }
-    // Not earlier: a request that came with the end of the stream is not answered.
+    // Not earlier: a request that arrived with the end of the stream is not answered.
     if (!handOverAndSend())
         return Outcome::Closed;
     return outcome();

@@ -29,7 +29,7 @@ struct HTTPLoad
 };
 
 /// One accepted connection: cuts the requests out of the bytes received and sends the responses.
-/// Lives on the server's thread, which reports what the socket is ready for.
+/// Used on the server's thread only, which reports what the socket is ready for.
 ///
 /// A client that sends many requests, or reads responses slowly, delays only itself: beyond the
 /// limits below nothing more is read from its socket.

@@ -6,7 +6,7 @@
 
 namespace Korvane {
 
-/// One request as it came over the wire; only the parser makes them. All strings are UTF-8.
+/// One request as received; only the parser makes them. All strings are UTF-8.
 struct HTTPRequest
 {
     /// As sent: case kept, nothing decoded, the query string still in the path.

@@ -134,7 +134,7 @@ bool HTTPRequestParser::readHead()
     return true;
 }
 
-/// Fills m_request and m_bodyLeft. False when the head was none, and all bytes had to go.
+/// Fills m_request and m_bodyLeft. False when it was not a valid head; all bytes are dropped then.
 bool HTTPRequestParser::parseHead(QByteArrayView head)
 {
     if (!head.isValidUtf8()) {
@@ -176,7 +176,7 @@ bool HTTPRequestParser::parseHead(QByteArrayView head)
 
 void HTTPRequestParser::takeBody(QByteArrayView bytes)
 {
-    // No more is reserved than came: what a head announces is only a claim.
+    // The length that a head announces is not reserved: it may be wrong.
     if (m_isBodyKept)
         m_request.body.append(bytes);
     m_bodyLeft -= bytes.size();

@@ -9,8 +9,9 @@
 
 namespace Korvane {
 
-/// Cuts requests out of the bytes of one connection, however these are split. The cost is linear
-/// in the bytes, and no more is held than was received. See docs/formats/http-and-json-rpc.md.
+/// Cuts requests out of the bytes of one connection, however these are split. The cost is linear in
+/// the bytes, and no more memory is used than for the bytes received. See
+/// docs/formats/http-and-json-rpc.md.
 class HTTPRequestParser final
 {
 public:
@@ -34,8 +35,8 @@ public:
     /// The check has accepted at least one head.
     [[nodiscard]] bool hasSeenAuthorized() const { return m_hasSeenAuthorized; }
 
-    /// A length or size was beyond the bounds. The stream cannot be followed any further: nothing
-    /// is accepted from then on.
+    /// A length or size was beyond the bounds. The stream cannot be parsed any further: nothing is
+    /// accepted from then on.
     [[nodiscard]] bool isRefusing() const { return m_isRefusing; }
 
 private:

@@ -57,7 +57,7 @@ void HTTPResponse::appendTo(QByteArray &wire) const
     append(wire, reasonPhrase(status));
     append(wire, "\r\n");
 
-    // Each of the two goes in front of the first given header that sorts behind it.
+    // Each of the two is inserted in front of the first given header that sorts behind it.
     bool isConnectionWritten = false;
     bool isLengthWritten = false;
     const auto writeOwnBefore = [&](const QByteArray *name) {

@@ -6,7 +6,7 @@
 
 namespace Korvane {
 
-/// An answer as its maker sees it; what every answer carries is added on writing.
+/// One answer, without the headers that every answer has; writing adds those.
 struct HTTPResponse
 {
     int status = 200;
@@ -14,8 +14,8 @@ struct HTTPResponse
     std::map<QByteArray, QByteArray> headers = {};
     QByteArray body = {};
 
-    /// Appends the whole answer as it goes over the wire: headers in the byte order of their
-    /// names, `Content-Length` and `Connection` among them whatever the maker gave for these.
+    /// Appends the whole answer as it is sent: headers in the byte order of their names, with
+    /// `Content-Length` and `Connection` in place of given ones.
     void appendTo(QByteArray &wire) const;
 };
 

@@ -4,8 +4,8 @@
 
 namespace Korvane {
 
-/// Who may speak to the endpoint: requests for its path that carry the token. A value, to be used
-/// on any thread.
+/// Checks whether a request may use the endpoint: it must name its path and carry the token. A
+/// value, to be used on any thread.
 class MCPAccess final
 {
 public:

@@ -11,7 +11,7 @@ namespace Korvane {
 
 struct RPCMessage;
 
-/// What a POST asks of the main thread, in the order of its messages.
+/// The steps of a POST that need the main thread, in the order of its messages.
 struct ToolRequest
 {
     struct Call
@@ -24,7 +24,7 @@ struct ToolRequest
     {
         QByteArray requestId; // as JSON
     };
-    /// A QByteArray holds replies that are known already, separated by commas.
+    /// A QByteArray holds finished replies, separated by commas.
     using Step = std::variant<QByteArray, Call, Cancellation>;
 
     bool isBatch = false;
@@ -33,8 +33,9 @@ struct ToolRequest
     std::vector<Step> steps;
 };
 
-/// Answers the requests of an assistant as far as that needs no main thread: checks who asks, reads
-/// the JSON-RPC messages, answers all but tool calls and cancellations. Immutable and thread-safe.
+/// Answers the requests of an assistant as far as that needs no main thread: checks the access,
+/// parses the JSON-RPC messages, answers all but tool calls and cancellations. Immutable and
+/// thread-safe.
 ///
 /// The messages and their answers are described in docs/formats/http-and-json-rpc.md.
 class MCPEndpoint final
@@ -52,8 +53,9 @@ public:
     /// The response to a batch whose replies would be longer than `maxBatchBytes`.
     [[nodiscard]] static HTTPResponse invalidRequest();
 
-    /// A batch asks for more than it contains: without a limit, a few megabytes could ask for
-    /// gigabytes. Limits the replies, and the memory of calls that are waiting.
+    /// The replies to a batch may be much larger than the batch: without a limit, a few megabytes
+    /// of requests could cause gigabytes of replies. Limits the replies, and the memory of calls
+    /// that are waiting.
     static constexpr qsizetype maxBatchBytes = qsizetype{64} * 1024 * 1024;
 
 private:

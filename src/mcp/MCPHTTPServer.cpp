@@ -30,7 +30,7 @@ constexpr quint64 firstConnectionId = 2;
 
 constexpr size_t scratchBytes = size_t{64} * 1024;
 constexpr int acceptsPerTurn = 64;
-// Left to the rest of the program, which fails in bad ways without descriptors: it could not save.
+// Reserved for the rest of the program, which needs descriptors to save files, for example.
 constexpr rlim_t reservedDescriptors = 128;
 // How long a refused client may continue to send before its connection is closed.
 constexpr auto leavingTime = 1s;
@@ -107,7 +107,8 @@ Result<void> MCPHTTPServer::listenOnLoopback()
     if (m_replies->descriptor() < 0 || !m_epoll.isValid() || !m_listener.isValid())
         return systemError(errno);
 
-    // Connections of a server that has just stopped linger; they must not keep the port.
+    // Connections of a server that has just stopped remain in TIME_WAIT; they must not keep the
+    // port.
     const int on = 1;
     ::setsockopt(m_listener.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     sockaddr_in address = {};
@@ -291,8 +292,8 @@ void MCPHTTPServer::deliverReplies()
     m_marked.clear();
 }
 
-/// The connections that have waited longest come before those whose replies are ready: otherwise a
-/// client that asks without pause would take every place that becomes free.
+/// The connections that have waited longest have priority over those whose replies are ready:
+/// otherwise a client that sends without pause would use all the load that becomes free.
 void MCPHTTPServer::resumeHeldBack()
 {
     while (!m_heldBack.empty() && !m_load.isFull()) {

@@ -34,7 +34,7 @@ class MCPServer final : public QObject, public AssistantServer
 public:
     static constexpr quint16 defaultPort = 8787;
 
-    /// What it needs of the rest of the program; all of it outlives the server.
+    /// The parts of the program that it uses; all must outlive the server.
     struct Dependencies
     {
         ShellSink &shell;

@@ -87,7 +87,7 @@ private:
     const std::function<void(RPCMessage)> &m_take;
     RPCBody m_body = RPCBody::NotJSON;
     Place m_place = Place::Top;
-    Member m_member = Member::Other; // whose value comes next, in a message or its params
+    Member m_member = Member::Other; // whose value is next, in a message or its params
     QString m_argument;              // the same in arguments
     qsizetype m_depth = 0;           // of the containers open inside m_place
     QByteArray *m_copy = nullptr;    // the id whose JSON is being copied
@@ -167,8 +167,8 @@ bool MessageReader::key(std::string &name)
     return true;
 }
 
-/// Forgets what an earlier member of the same name held, and finds out whether the value has to be
-/// copied. False when there can be no such value.
+/// Clears the value of an earlier member of the same name, and determines whether the value has to
+/// be copied. False when there can be no such value.
 bool MessageReader::beginValue()
 {
     switch (m_place) {

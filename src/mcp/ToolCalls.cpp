@@ -101,8 +101,8 @@ void ToolCalls::abandonAll()
 }
 
 /// Cancels the call with that id that the client of \p by has under way: one on the same connection
-/// or of the same session. Of clients without a session nothing else is known: when two of their
-/// calls have the id, none is canceled.
+/// or of the same session. Clients without a session cannot be told apart otherwise: when two of
+/// their calls have the id, none is canceled.
 void ToolCalls::cancel(const QByteArray &requestId, const Running &by)
 {
     const auto isMeant = [&](const Running &running) {

@@ -4,7 +4,7 @@
 
 namespace Korvane {
 
-/// What the assistant is told of the tools: a JSON array in UTF-8, its objects' keys sorted.
+/// The definitions of the tools for the assistant: a JSON array in UTF-8, its objects' keys sorted.
 [[nodiscard]] QByteArray toolDefinitions();
 
 } // namespace Korvane

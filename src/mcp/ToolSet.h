@@ -40,7 +40,7 @@ private:
     QHash<QString, std::variant<QString, double>> m_values;
 };
 
-/// What an assistant can do. Main thread only.
+/// The tools that an assistant can call. Main thread only.
 class ToolSet
 {
 public:

@@ -13,7 +13,8 @@ inline const QString nameKey = QStringLiteral("name");
 inline const QString contentKey = QStringLiteral("content");
 inline const QString codeKey = QStringLiteral("code");
 
-/// The line that announces a call in the Shell: the tool, and the arguments that name something.
+/// The line that shows a call in the Shell: the tool, and those of its arguments that are names or
+/// paths.
 [[nodiscard]] QString logLine(const QString &tool, const ToolArguments &arguments);
 /// The text argument \p key, or an error that names it when it is missing. Only the content of a
 /// file may be empty.

@@ -136,7 +136,7 @@ void DeviceFileBrowserView::showSpace()
         m_space->setSpace(space->totalBytes, space->freeBytes);
 }
 
-/// What is not shown is not asked for.
+/// The space is read only while it is shown.
 void DeviceFileBrowserView::requestSpace()
 {
     if (isVisible() && m_state.link().connectionState().isConnected()

@@ -60,7 +60,7 @@ private:
     MessagePage *m_failedPage;
     QWidget *m_loadingPage;
     SpaceFooter *m_space;
-    /// What the rows stand for; the listing's own list, shared.
+    /// The entries of the rows; shares the data of the listing.
     QList<DeviceFileNode> m_nodes;
 };
 

@@ -31,7 +31,7 @@ public:
 
     [[nodiscard]] int rowCount(const QModelIndex &parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex &index, int role) const override;
-    /// Changes nothing: the entry gets its new name with the next listing.
+    /// Changes nothing in the model: the entry gets its new name with the next listing.
     bool setData(const QModelIndex &index, const QVariant &value, int role) override;
     [[nodiscard]] Qt::ItemFlags flags(const QModelIndex &index) const override;
 

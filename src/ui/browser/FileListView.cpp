@@ -149,7 +149,7 @@ void FileListView::editName()
         return;
     scrollTo(index);
     edit(index);
-    // Qt selects all of the name; the extension usually stays.
+    // Qt selects all of the name; the extension is usually kept.
     auto *field = viewport()->findChild<QLineEdit *>(FileRowDelegate::editorName);
     const QString name = index.data(Qt::EditRole).toString();
     const qsizetype dot = name.lastIndexOf(u'.');
@@ -273,7 +273,7 @@ void FileListView::keyPressEvent(QKeyEvent *event)
 
 void FileListView::contextMenuEvent(QContextMenuEvent *event)
 {
-    // The menu key comes as a key press too, on every platform.
+    // The menu key causes a key press too, on every platform.
     if (event->reason() != QContextMenuEvent::Mouse)
         return;
     m_menuPosition = event->globalPos();

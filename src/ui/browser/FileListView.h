@@ -14,8 +14,8 @@ class QMimeData;
 
 namespace Korvane {
 
-/// The entries of one folder, to be looked through, selected and acted on by mouse or keyboard.
-/// What its signals mean is its owner's business.
+/// The entries of one folder. Signals report what the user requested by mouse or keyboard; the
+/// owner carries it out.
 class FileListView final : public QListView
 {
     Q_OBJECT

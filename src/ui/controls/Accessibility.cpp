@@ -36,7 +36,7 @@ public:
     {
         if (name != pressAction())
             QAccessibleWidget::doAction(name);
-        else // later: an open menu returns only when it is closed, and the asker waits meanwhile
+        else // later: opening a menu returns when it is closed, and would block the caller
             QMetaObject::invokeMethod(
                 m_button, m_button->menu() ? &QToolButton::showMenu : &QToolButton::click,
                 Qt::QueuedConnection);
@@ -49,8 +49,8 @@ private:
     QToolButton *m_button;
 };
 
-/// Qt exposes a menu only below a menu bar. A user who goes through the window's controls from
-/// the top would never find the ports.
+/// Qt exposes a menu only below a menu bar. Assistive programs that list the window's controls from
+/// the top would not find the ports.
 class ConnectButtonInterface final : public ButtonInterface
 {
 public:

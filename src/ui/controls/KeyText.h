@@ -3,13 +3,13 @@
 #include <QKeySequence>
 #include <QString>
 
-/// Help texts and shortcuts are written in the code with the key signs ⌘ ⌥ ⇧; here they are turned
-/// into what the keyboard in use has.
+/// Help texts and shortcuts are written in the code with the key signs ⌘ ⌥ ⇧; here they are
+/// replaced by the names of the keys on this platform.
 namespace Korvane::KeyText {
 
-/// \p text with its key signs as this keyboard's names: "Save (⌘S)" gives "Save (Ctrl+S)".
+/// \p text with the names of the keys in place of their signs: "Save (⌘S)" gives "Save (Ctrl+S)".
 [[nodiscard]] QString rendered(const QString &text);
-/// The key sequence that \p signs stand for, such as "⇧⌘S".
+/// The key sequence of \p signs, such as "⇧⌘S".
 [[nodiscard]] QKeySequence sequence(QStringView signs);
 /// \p help without the key in brackets at its end: "Save (⌘S)" gives "Save".
 [[nodiscard]] QString withoutKey(const QString &help);

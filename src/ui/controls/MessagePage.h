@@ -6,7 +6,7 @@ namespace Korvane {
 
 class WrappedLabel;
 
-/// What a pane shows when it has nothing to show: a symbol, a title and a text below it.
+/// Shown in a pane without content: a symbol, a title and a text below it.
 class MessagePage final : public QWidget
 {
     Q_OBJECT

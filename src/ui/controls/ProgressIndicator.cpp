@@ -40,7 +40,7 @@ void ProgressIndicator::paintEvent(QPaintEvent *)
 
 void ProgressIndicator::showEvent(QShowEvent *)
 {
-    // Without animations it stands still.
+    // It does not turn when animations are switched off.
     if (style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this) > 0)
         m_timer.start(stepMilliseconds, this);
 }

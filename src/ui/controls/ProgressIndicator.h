@@ -5,7 +5,7 @@
 
 namespace Korvane {
 
-/// Turns for as long as it can be seen: something is going on whose end is not known.
+/// A spinner for an operation of unknown length; it turns while it is visible.
 class ProgressIndicator final : public QWidget
 {
     Q_OBJECT

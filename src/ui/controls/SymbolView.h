@@ -7,7 +7,7 @@
 
 namespace Korvane {
 
-/// Shows a symbol beside words that say the same; it has nothing of its own to tell or to do.
+/// Shows a symbol beside a text with the same meaning; assistive programs ignore it.
 class SymbolView final : public QWidget
 {
     Q_OBJECT

@@ -26,7 +26,7 @@ TabCloseButton::TabCloseButton(const QString &documentName, QWidget *parent)
     setToolTip(PlainText::toolTip(help));
     setAccessibleName(VisibleText::line(help));
     setAutoRaise(true);
-    // The keyboard closes the chosen tab from wherever it is; a stop per tab would be in its way.
+    // Close has a shortcut; a focus stop in each tab would make the Tab order longer.
     setFocusPolicy(Qt::NoFocus);
     setFixedSize(side, side);
 }

@@ -5,8 +5,8 @@
 namespace Korvane {
 
 /// Fusion with this program's own look for the few elements that a window is made of: flat tool
-/// buttons with round corners, thin splitters and scroll bars, a visible focus ring. All colors
-/// come from the theme that goes with the palette in force.
+/// buttons with round corners, thin splitters and scroll bars, a visible focus ring. All colors are
+/// those of Theme::of the current palette.
 class ThemeStyle final : public QProxyStyle
 {
     Q_OBJECT

@@ -8,7 +8,7 @@ namespace Korvane {
 
 class AppState;
 
-/// Chooses the speed of each serial port, which counts from the next connecting.
+/// Chooses the speed of each serial port, which takes effect at the next connection.
 class BaudRateField final : public QWidget
 {
     Q_OBJECT

@@ -15,12 +15,12 @@ class QSpinBox;
 /// stores what the user chooses at once.
 namespace Korvane::PreferenceControls {
 
-/// Values with the texts that stand for them.
+/// Values with their texts.
 using Choices = QList<std::pair<QString, QString>>;
 
 [[nodiscard]] QCheckBox *makeFlag(Preferences &preferences, Preferences::Id id,
                                   const QString &title);
-/// \p defaultText stands for a default that is not within the range.
+/// \p defaultText is shown for a default that is not within the range.
 [[nodiscard]] QSpinBox *makeNumber(Preferences &preferences, Preferences::Id id,
                                    const QString &suffix, const QString &defaultText = {});
 [[nodiscard]] QComboBox *makeChoice(Preferences &preferences, Preferences::Id id,
@@ -28,7 +28,7 @@ using Choices = QList<std::pair<QString, QString>>;
 /// The families with characters of one width, and the desktop's choice.
 [[nodiscard]] QComboBox *makeFontFamily(Preferences &preferences, Preferences::Id id);
 
-/// Leaves the wheel to the scroll area around \p control unless that has the focus.
+/// Passes wheel events to the scroll area around \p control unless that has the focus.
 void ignoreWheelWithoutFocus(QWidget *control);
 
 } // namespace Korvane::PreferenceControls

@@ -17,7 +17,7 @@ namespace Korvane {
 class AppState;
 class MCPServer;
 
-/// All preferences on one page, with a search field. What is chosen counts at once; beside each
+/// All preferences on one page, with a search field. Changes take effect at once; beside each
 /// preference a button shows the default and returns to it.
 class PreferencesDialog final : public QDialog
 {
@@ -31,7 +31,7 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
-    /// What the search shows and hides together.
+    /// Widgets that the search shows and hides together.
     struct Row
     {
         QString text; // searched

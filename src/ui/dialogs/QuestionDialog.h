@@ -15,8 +15,8 @@ namespace Korvane {
 /// texts are plain text; long ones are wrapped and scrolled, so that the dialog fits on the screen.
 ///
 /// All questions have the same width, and each kind of button has its own place: harmless answers
-/// at the left, destructive ones next to Cancel, Cancel at the right. A click meant for one kind
-/// does not hit the other kind of the next question.
+/// at the left, destructive ones next to Cancel, Cancel at the right. So a second click at the same
+/// place does not press a button of another kind in the next question.
 ///
 /// For the guard time after it is shown the dialog takes no click and no key.
 class QuestionDialog final : public QDialog

@@ -77,7 +77,7 @@ bool HistorySearch::eventFilter(QObject *watched, QEvent *event)
     const bool isNext = key->keyCombination() == (Qt::CTRL | Qt::Key_R);
     if (isOverride) {
         if (isNext)
-            event->accept(); // Run's key elsewhere
+            event->accept(); // elsewhere in the window it is the key of Run
         return isNext;
     }
     if (isNext || key->key() == Qt::Key_Down)

@@ -90,7 +90,7 @@ QWidget *REPLView::makeInputRow()
     auto *layout = new QHBoxLayout(row);
     layout->setContentsMargins(8, 4, 8, 4);
     layout->setSpacing(6);
-    // The prompt stays beside the first of several lines.
+    // The prompt is beside the first of several lines.
     const auto fitPrompt = [this, prompt] {
         prompt->setFont(m_input->font());
         // As high as one line of the input, whatever the number of its lines.
@@ -152,7 +152,7 @@ void REPLView::submit()
     m_state.inputHistory().add(command);
     m_historyIndex = -1;
     m_input->setText({});
-    m_transcript->followEnd(); // who asks wants to see the answer
+    m_transcript->followEnd(); // so that the reply is in view
     m_state.submitShell(command);
 }
 

@@ -20,7 +20,7 @@ public:
     /// \p state must outlive this.
     explicit REPLView(AppState &state, QWidget *parent = nullptr);
 
-    // Not a focus proxy: the Tab key would jump over what stands before the input.
+    // Not a focus proxy: the Tab key would skip the widgets before the input.
     void focusInput();
     /// As of TranscriptView.
     bool followNextLink();

@@ -20,7 +20,7 @@ bool isBlank(QChar character)
     return character == u' ' || character == u'\t';
 }
 
-/// Takes off what all lines have in front, so that lines from inside a function can be pasted.
+/// Removes the common indentation, so that lines from inside a function can be pasted.
 QString withoutSharedIndentation(const QString &text)
 {
     QStringList lines = text.split(u'\n');
@@ -95,7 +95,7 @@ void ShellInput::insertFromMimeData(const QMimeData *source)
 {
     QString text = source->text();
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n")).replace(u'\r', u'\n');
-    // A copied line usually brings its end along; that does not make it two.
+    // A copied line usually contains its line end; that must not start a second line.
     while (text.endsWith(u'\n'))
         text.chop(1);
     if (text.contains(u'\n'))

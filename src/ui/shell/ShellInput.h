@@ -6,10 +6,10 @@ namespace Korvane {
 
 /// The Shell's input field: one line high while it holds one line.
 ///
-/// Return submits. A pasted text of several lines stays what it is, with the indentation that all
-/// its lines share taken off, and is submitted as one command; the field grows to show it.
-/// Shift+Return adds a line by hand. Up and Down ask for the history, but inside several lines
-/// they first move through them. Ctrl+C with nothing selected asks to stop what runs.
+/// Return submits. A pasted text of several lines is kept, without the indentation that all its
+/// lines share, and is submitted as one command; the field grows to show it. Shift+Return adds a
+/// line by hand. Up and Down ask for the history, but inside several lines they first move through
+/// them. Ctrl+C with nothing selected asks to stop what runs.
 class ShellInput final : public QPlainTextEdit
 {
     Q_OBJECT
@@ -19,13 +19,13 @@ public:
 
     explicit ShellInput(QWidget *parent = nullptr);
 
-    /// Whether a key is the field's own, also where the window has a command for it.
+    /// Whether the field handles a key for which the window has a command, too.
     [[nodiscard]] static bool claims(QKeyCombination key) { return key == (Qt::CTRL | Qt::Key_R); }
 
     [[nodiscard]] QString text() const;
     /// Puts the cursor at the end.
     void setText(const QString &text);
-    /// What the empty field says, shortened where it does not fit.
+    /// The placeholder text, shortened where it does not fit.
     void setHint(const QString &hint);
 
     [[nodiscard]] QSize sizeHint() const override;

@@ -9,8 +9,8 @@ class QPointF;
 class QTextBlock;
 class QTextCursor;
 
-/// The places in sources that tracebacks in the Shell's document name. They are looked for in the
-/// text when they are needed; nothing of them is kept.
+/// The places in sources that tracebacks in the Shell's document name. They are searched for in the
+/// text when they are needed, and not stored.
 namespace Korvane::TranscriptLinks {
 
 struct Link

@@ -20,11 +20,12 @@ namespace Korvane {
 
 namespace {
 
-// One turn of the event loop: long enough to keep up with any program, short enough to be unseen.
+// One turn of the event loop: enough to show the output of any program as it arrives, without a
+// visible delay of the window.
 constexpr qint64 turnMilliseconds = 8;
 constexpr qsizetype turnCharacters = 131'072;
-constexpr qsizetype pieceCharacters = 8'192; // between looks at the clock
-constexpr qsizetype lineCost = 64;           // what even an empty line costs, in characters
+constexpr qsizetype pieceCharacters = 8'192; // between two checks of the time
+constexpr qsizetype lineCost = 64;           // of an empty line, in characters
 
 } // namespace
 
@@ -91,13 +92,13 @@ TranscriptView::TranscriptView(const ShellTranscript &transcript, QWidget *paren
     connect(&transcript, &ShellTranscript::cleared, this, &TranscriptView::forget);
 
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &TranscriptView::noteScrolling);
-    // Scrolling that follows the cursor moves the bar without its telling so.
+    // Scrolling that follows the cursor moves the bar without a signal of it.
     connect(this, &QPlainTextEdit::updateRequest, this, [this](const QRect &, int scrolledBy) {
         if (scrolledBy != 0)
             noteScrolling();
     });
     connect(verticalScrollBar(), &QScrollBar::rangeChanged, this, [this](int, int maximum) {
-        // Lines turn out to wrap only when they are about to be painted.
+        // The rows of a wrapped line are counted only when it is about to be painted.
         if (!m_followsEnd || m_isAdjusting || m_scroll.state() == QAbstractAnimation::Running)
             return;
         const QScopedValueRollback guard(m_isAdjusting, true);
@@ -161,7 +162,8 @@ void TranscriptView::showMore()
         m_more.start(0);
     if (!m_followsEnd)
         return;
-    // New lines glide in; output that grows, and more than a page, would only lag behind itself.
+    // Scrolling to new lines is animated, but not while output continues or for more than a page:
+    // the animation would lag behind.
     QScrollBar *bar = verticalScrollBar();
     const int duration = style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this);
     if (isCaught && m_line > lineBefore && duration > 0 && isVisible()
@@ -208,7 +210,7 @@ void TranscriptView::noteScrolling()
     if (m_isAdjusting)
         return;
     m_scroll.stop();
-    // A cursor on the last line leaves the margin below it out of sight.
+    // With the cursor on the last line, the view does not show the margin below it.
     const int left = verticalScrollBar()->maximum() - value;
     m_followsEnd = left == 0 || (left == 1 && isDown);
 }
@@ -362,7 +364,7 @@ void TranscriptView::resizeEvent(QResizeEvent *event)
         verticalScrollBar()->setValue(top.firstLineNumber());
 }
 
-/// A change of width makes the document take every block for one line high again.
+/// A change of width resets the line count of every block to 1.
 void TranscriptView::restoreLineCounts()
 {
     bool isChanged = false;

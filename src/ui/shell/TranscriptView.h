@@ -17,14 +17,14 @@ class ShellTranscript;
 
 /// The lines of the Shell as one read-only text that can be selected and copied across lines.
 ///
-/// It takes what is new from the transcript at its own pace, a bounded piece in each turn of the
-/// event loop, so that a program that floods the Shell never stops the window. A line longer than
-/// `TranscriptBlock::maxLength` is shown in several blocks of the document, and where a lot waits,
-/// several lines share a block: a document of a million blocks would cost seconds and a gigabyte at
-/// each change of its width. What is copied is the text as it was printed.
+/// It copies new text from the transcript in bounded pieces, one in each turn of the event loop, so
+/// that a program that prints without pause never blocks the window. A line longer than
+/// `TranscriptBlock::maxLength` is shown in several blocks of the document, and where much text is
+/// waiting, several lines share a block: a document of a million blocks would need seconds and a
+/// gigabyte at each change of its width. What is copied is the text as it was printed.
 ///
 /// It keeps showing the end unless the user has scrolled away from it. Where a traceback names a
-/// place in a source, a click, or Return with the caret in that line, asks for it.
+/// place in a source, a click, or Return with the caret in that line, emits sourceAsked.
 class TranscriptView final : public QPlainTextEdit
 {
     Q_OBJECT
@@ -36,16 +36,17 @@ public:
     /// Whether all that the transcript holds is in the document.
     [[nodiscard]] bool isCaughtUp() const;
     [[nodiscard]] bool followsEnd() const { return m_followsEnd; }
-    /// Goes to the end, and stays there as it grows.
+    /// Scrolls to the end, and follows it when text is added.
     void followEnd();
-    /// Goes to the source line that a traceback names: the last one of the Shell, and with each
-    /// further call the one above it, until the end of the text changes. False when there is none.
+    /// Selects the source line that a traceback names and emits sourceAsked: the last one of the
+    /// Shell, and with each further call the one above it, until the end of the text changes. False
+    /// when there is none.
     bool followNextLink();
 
 signals:
     /// The key for copying was pressed, and nothing is selected.
     void stopAsked();
-    /// The user wants to see what a traceback of \p run, as of REPLLine::run, names.
+    /// The user asks for the place that a traceback of \p run, as of REPLLine::run, names.
     void sourceAsked(const QString &file, int line, int run);
 
 protected:
@@ -68,8 +69,7 @@ private:
     void scrollToEnd();
     void applyTheme();
     void removeOldest(qsizetype lines, qsizetype characters);
-    /// The document has about the limit of the transcript; it need not be the same to the
-    /// character.
+    /// Shortens the document to about the limit of the transcript.
     void shortenDocument();
     [[nodiscard]] std::optional<TranscriptLinks::Link> linkAt(const QPoint &point) const;
     bool follow(const std::optional<TranscriptLinks::Link> &link);

@@ -13,12 +13,13 @@ namespace Korvane {
 
 namespace {
 
-// From here on lines share blocks. Below, each line is a block of its own, as screen readers like.
+// From here on lines share blocks. Below that, each line is a block of its own, which screen
+// readers read as a line.
 constexpr qsizetype floodCharacters = 65'536;
 constexpr int manyBlocks = 20'000;
 
-// A line starts in a block that has room for so much of it. It may come in several pieces, and
-// where a block ends inside a line a row breaks that the program did not break.
+// A line starts in a block that has room for so many of its characters: at the end of a block
+// within a line, the view starts a row where the program printed no line end.
 constexpr qsizetype roomForLine = 500;
 
 // Laid-out blocks behind the end that keep their layout; the rest is laid out again when seen.
@@ -38,7 +39,7 @@ bool endsLine(QChar character)
         || character == QChar::LineSeparator;
 }
 
-/// The document keeps these for itself: frame marks and embedded objects.
+/// QTextDocument reserves these for frames and embedded objects.
 bool isReserved(QChar character)
 {
     return character == QChar(0xfdd0) || character == QChar(0xfdd1)
@@ -189,7 +190,7 @@ void TranscriptWriter::writePending()
     m_cursor.insertText(m_pending, m_formats.format(m_kind, m_isReplMessage));
     m_pending.resize(0);
     if (m_tail.blockLines > 1) {
-        // The document takes every block that it has not laid out for one line high.
+        // A block that has not been laid out has a line count of 1.
         QTextBlock block = m_cursor.block();
         TranscriptBlock state = TranscriptBlock::of(block);
         state.lines = m_tail.blockLines;

@@ -13,14 +13,14 @@ namespace Korvane {
 
 class TranscriptFormats;
 
-/// What the Shell's document keeps of each of its blocks, in the block's user state.
+/// The data of a block of the Shell's document, stored in the block's user state.
 struct TranscriptBlock
 {
     /// Characters.
     static constexpr qsizetype maxLength = 2000;
 
     REPLLine::Kind kind = REPLLine::Kind::Output;
-    /// No line end is between the previous block and this one.
+    /// There is no line end between the previous block and this one.
     bool continuesLine = false;
     /// How many lines share the block.
     int lines = 1;
@@ -47,8 +47,8 @@ struct TranscriptTail
 };
 
 /// Writes lines of the Shell at the end of a document, within one edit block that ends with this
-/// object. A long line is divided into several blocks; where a lot is waiting, several lines share
-/// a block.
+/// object. A long line is divided into several blocks; where much text is waiting, several lines
+/// share a block.
 class TranscriptWriter final
 {
 public:
@@ -60,7 +60,7 @@ public:
     TranscriptWriter &operator=(const TranscriptWriter &) = delete;
 
     /// Continues with a line of which \p waiting characters are not written yet. \p isFirst: the
-    /// first line of the document, which goes into the block that every document begins with.
+    /// first line of the document, which is written into the block that every document begins with.
     void enterLine(const REPLLine &line, qsizetype waiting, bool isFirst);
     /// Writes the next characters of the line from \p offset on: of one format, and \p maxLength at
     /// most. Returns how many.

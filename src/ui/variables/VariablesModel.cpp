@@ -33,7 +33,7 @@ QVariant VariablesModel::data(const QModelIndex &index, int role) const
                                                  : variable.value;
     switch (role) {
     case Qt::DisplayRole: {
-        // A representation may hold line ends; a row is one line.
+        // A value may contain line ends; a row shows one line.
         QString line = text;
         return VisibleText::line(line.replace(u'\n', QStringLiteral("↵")));
     }

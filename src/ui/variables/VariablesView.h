@@ -12,7 +12,8 @@ class AppState;
 class ElidedLabel;
 class VariablesModel;
 
-/// The Variables pane: the table, where its rows come from, and what to do when there are none.
+/// The Variables pane: the table, the interpreter that its rows were read from, and a hint while it
+/// is empty.
 class VariablesView final : public QWidget
 {
     Q_OBJECT

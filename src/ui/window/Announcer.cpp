@@ -16,7 +16,7 @@ Announcer::Announcer(AppState &state, QWidget *parent)
 {
     setObjectName(QStringLiteral("announcer"));
     setAttribute(Qt::WA_TransparentForMouseEvents);
-    setGeometry(0, 0, 1, 1); // what has no place on the screen is left out by some of them
+    setGeometry(0, 0, 1, 1); // some of them ignore widgets without an area on the screen
     connect(&state.link(), &DeviceLink::connectionStateChanged, this, &Announcer::sayConnection);
     connect(&state.debugSession(), &DebugSession::changed, this, &Announcer::sayPause);
     connect(&state, &AppState::isRunningChanged, this, [this] {

@@ -7,10 +7,10 @@ namespace Korvane {
 class AppState;
 
 /// Tells assistive programs what happened outside of the focused control: that the board is
-/// connected or gone, that the program stopped at a line or finished. Nothing of it can be seen;
+/// connected or disconnected, that the program stopped at a line or finished. It is invisible;
 /// these events are also shown in the window.
 ///
-/// To them it is a notification that shows up with a new text each time.
+/// Its accessible role is a notification, which appears again with each text.
 class Announcer final : public QWidget
 {
     Q_OBJECT

@@ -19,7 +19,7 @@ Appearance::Appearance(Preferences &preferences)
 
 bool Appearance::eventFilter(QObject *watched, QEvent *event)
 {
-    // Not from within the event: the palette is still being handed round.
+    // Not from within the event: not all widgets have got the new palette yet.
     if (event->type() == QEvent::ApplicationPaletteChange && watched == qApp) {
         if (!m_isSetting)
             QMetaObject::invokeMethod(

@@ -9,10 +9,9 @@ class Preferences;
 /// Gives the program the light or the dark theme, whichever the desktop uses, at start and
 /// whenever the desktop changes.
 ///
-/// What the desktop uses is told by the palette that the platform hands to the program. Where that
-/// knows nothing of it (a plain X server, a desktop without its Qt platform theme),
-/// KORVANE_APPEARANCE=light or =dark decides, and holds against the platform's palette too. The
-/// user's preference holds against both.
+/// The desktop's choice is read from the palette of the platform. Where that does not tell (a plain
+/// X server, a desktop without its Qt platform theme), KORVANE_APPEARANCE=light or =dark decides;
+/// it has priority over the platform's palette, and the user's preference over both.
 class Appearance final : public QObject
 {
     Q_OBJECT

@@ -24,7 +24,7 @@ namespace {
 // An error this long after a command of the user is taken for its result.
 constexpr std::chrono::milliseconds userActionTime{5'000};
 
-/// A tab of the pane, as wide as its text in semibold, which it has while it is the chosen one.
+/// A tab of the pane. Its width is that of the semibold text of the chosen tab.
 PaneTab *makeTab(const QString &title)
 {
     auto *tab = new PaneTab(title);

@@ -31,7 +31,7 @@ QString nameOf(const QAction &action)
     return before == name.size() ? name : name.replace(u'\n', u'&');
 }
 
-/// How well \p name fits what was typed: 0 is best, and nothing when a word of it is not there.
+/// How well \p name matches the typed text: 0 is best; nothing when it lacks one of the words.
 std::optional<qsizetype> rankOf(const QString &name, const QStringList &words)
 {
     qsizetype rank = 0;

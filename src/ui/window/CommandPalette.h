@@ -10,7 +10,7 @@ class QTreeWidget;
 
 namespace Korvane {
 
-/// Finds a command of the window by what is typed of its name, shows its key, and runs it.
+/// Finds a command of the window by parts of its name, shows its key, and runs it.
 class CommandPalette final : public QFrame
 {
     Q_OBJECT

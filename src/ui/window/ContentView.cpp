@@ -149,7 +149,7 @@ void ContentView::connectTabs()
     connect(commands[Actions::PreviousFile], &QAction::triggered, tabs, [tabs] { tabs->step(-1); });
 }
 
-/// What the user chooses gets the keyboard. A document that the assistant opens does not.
+/// A document that the user chooses gets the focus; one that the assistant opens does not.
 void ContentView::connectFocus()
 {
     const Actions &commands = *m_commands;
@@ -159,7 +159,7 @@ void ContentView::connectFocus()
         connect(commands[page], &QAction::triggered, m_bottomPane, &BottomPane::focusPane);
     const auto focusEditor = [this] { m_editorArea->editor().setFocus(); };
     connect(&m_state.documents(), &OpenFiles::fileChosen, this, [this, focusEditor] {
-        // The arrow keys go on from tab to tab.
+        // The arrow keys move from tab to tab.
         if (!m_editorArea->tabs().hasFocus())
             focusEditor();
     });

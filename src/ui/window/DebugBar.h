@@ -35,14 +35,14 @@ protected:
 private:
     [[nodiscard]] QToolButton *makeButton(QAction *action);
     void showState();
-    /// Takes the words off the buttons where they would cut off the status.
+    /// Hides the texts of the buttons where they would cut off the status.
     void fitButtons();
 
     AppState &m_state;
     ProgressIndicator *m_progress;
     SymbolView *m_pauseSymbol;
     QLabel *m_status;
-    ElidedLabel *m_hint; // gives way where there is little room
+    ElidedLabel *m_hint; // hidden where there is little room
 };
 
 } // namespace Korvane

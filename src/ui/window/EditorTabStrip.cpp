@@ -137,7 +137,7 @@ void EditorTabStrip::showFile(int index, const EditorFile &file)
     if (QWidget *previous = tabButton(index, RightSide))
         previous->deleteLater(); // it may be what was clicked
     setTabButton(index, RightSide, end);
-    // The tab that does not fit goes on below the arrows.
+    // The tab that does not fit would be drawn below the arrows.
     for (const QString &arrowName :
          {QStringLiteral("ScrollLeftButton"), QStringLiteral("ScrollRightButton")}) {
         if (auto *arrow = findChild<QToolButton *>(arrowName, Qt::FindDirectChildrenOnly)) {

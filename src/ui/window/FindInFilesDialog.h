@@ -18,9 +18,9 @@ namespace Korvane {
 class AppState;
 class CodeEditorView;
 
-/// Finds text in all files of the local folder. The list of places stays on show beside the window;
-/// one that is chosen is opened in the editor. Documents that are open with edits are searched as
-/// they are in the editor.
+/// Finds text in all files of the local folder. The dialog is not modal, so that the list remains
+/// visible beside the window; one that is chosen is opened in the editor. Documents that are open
+/// with edits are searched as they are in the editor.
 class FindInFilesDialog final : public QDialog
 {
     Q_OBJECT

@@ -41,7 +41,7 @@ void HelpCommands::showAbout()
     box->setStandardButtons(QMessageBox::Close);
     box->setEscapeButton(QMessageBox::Close);
     box->setDefaultButton(QMessageBox::Close);
-    box->open(); // modal to the window; the program goes on behind it
+    box->open(); // modal to the window, without an event loop of its own
 }
 
 } // namespace Korvane

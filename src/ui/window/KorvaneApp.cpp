@@ -37,7 +37,7 @@
 #include <chrono>
 #include <utility>
 
-// Outside of all namespaces, as the macro demands.
+// Outside of all namespaces, as the macro requires.
 static QIcon applicationIcon()
 {
     Q_INIT_RESOURCE(application); // of a static library
@@ -201,7 +201,7 @@ void KorvaneApp::show()
     m_window->show();
     if (m_workspace)
         m_workspace->restore();
-    // Qt draws the icon in many sizes, so this comes after the window's first frame. A timer of 0
+    // Qt draws the icon in many sizes, so this is done after the window's first frame. A timer of 0
     // ms would end before the X server's expose event arrives.
     QTimer::singleShot(iconDelay, m_window.get(),
                        [] { QApplication::setWindowIcon(applicationIcon()); });

@@ -20,13 +20,12 @@ class PreferencesDialog;
 class RecoveryFiles;
 class Workspace;
 
-/// The program: its settings, its one state and its window, in the order in which they need each
-/// other.
+/// The program: its settings, its state and its window, in the order of their dependencies.
 class KorvaneApp final
 {
 public:
-    /// Begins what takes long at the start and needs no QApplication. Before that is made; without
-    /// it the start takes longer, and nothing else changes.
+    /// Starts loading fonts on another thread. Optional; to be called before the QApplication is
+    /// made.
     static void preloadFonts();
     /// Names the program and gives it its style. Once, before anything is shown.
     static void setUp(QApplication &application);
@@ -59,12 +58,12 @@ private:
 
     std::unique_ptr<FileSettings> m_settings; // null when they came from outside
     PromptDialogs m_prompts;
-    MCPServer *m_server = nullptr; // the state's own
+    MCPServer *m_server = nullptr; // owned by the state
     AppState m_state;
     std::unique_ptr<Appearance> m_appearance;
     std::unique_ptr<RecoveryFiles> m_unsavedCopies;  // null with dependencies from outside
     std::unique_ptr<Workspace> m_workspace;          // null with dependencies from outside
-    std::unique_ptr<ContentView> m_window;           // goes first: it shows the state
+    std::unique_ptr<ContentView> m_window;           // destroyed first: it shows the state
     QPointer<PreferencesDialog> m_preferencesDialog; // the window's; null until it is first opened
 };
 

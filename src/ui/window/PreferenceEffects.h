@@ -8,7 +8,7 @@ class ContentView;
 class Preferences;
 class TextZoom;
 
-/// Gives the views of the window what the user has chosen for them, and each change at once.
+/// Applies the user's preferences to the views of the window, and each change at once.
 class PreferenceEffects final : public QObject
 {
     Q_OBJECT

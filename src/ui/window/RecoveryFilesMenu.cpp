@@ -12,8 +12,8 @@ namespace Korvane {
 
 namespace {
 
-/// One label for each leftover. Equal ones, of one name and minute, get their document's place, and
-/// a number if that is the same too.
+/// One label for each leftover. Labels that are equal (the same name and minute) get the path of
+/// their document, and a number if that is equal too.
 QStringList labels(const QList<RecoveryFiles::Leftover> &leftovers)
 {
     QStringList labels;

@@ -24,7 +24,8 @@ public:
 
     /// Into the entries of the chosen browser.
     void focusPane();
-    /// A drag over the choice of a browser shows that one; a drop there goes into its folder.
+    /// A drag over the tab of a browser shows that browser; a drop there copies or moves into its
+    /// folder.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:

@@ -51,7 +51,7 @@ void StartPage::update()
 
 void StartPage::fill()
 {
-    hide(); // the size of new widgets counts only in a hidden parent
+    hide(); // a hidden parent updates its layout for new widgets only then
     qDeleteAll(findChildren<QWidget *>(Qt::FindDirectChildrenOnly));
     delete m_column;
     m_column = new QVBoxLayout(this);

@@ -5,7 +5,7 @@
 
 namespace Korvane {
 
-/// How much larger or smaller than the chosen fonts the editor and the Shell show text.
+/// The zoom of the editor and the Shell, relative to the chosen fonts.
 class TextZoom final : public QObject
 {
     Q_OBJECT
@@ -18,7 +18,7 @@ public:
     using QObject::QObject;
 
     [[nodiscard]] int percent() const { return m_percent; }
-    /// Within the limits; another value is brought there.
+    /// In percent; values beyond the limits are clamped.
     void setPercent(int percent);
     /// By a tenth of the standard size, \p steps times.
     void step(int steps);

@@ -10,7 +10,7 @@ namespace Korvane::Translations {
 [[nodiscard]] QString folder();
 /// The locales, as QLocale::name() has them: "en", which needs no file, and those in \p folder.
 [[nodiscard]] QStringList available(const QString &folder = Translations::folder());
-/// The language's name for itself.
+/// The name of the language in that language.
 [[nodiscard]] QString nameOf(const QString &locale);
 /// Loads the translation for \p locale, or for the system's when it is empty. Before the first
 /// widget is made; a language without a file leaves English. English reads no file.

@@ -10,12 +10,11 @@ namespace Korvane {
 
 class TextZoom;
 
-/// Remembers where the window was, how large, how its panes were divided and its text enlarged, in
-/// a state file of its own: nothing of it is a setting.
+/// Stores the geometry of the window, the sizes of its panes and the zoom in a state file of its
+/// own, apart from the settings.
 ///
-/// What changed is written a moment after it came to rest, so that it is there however the program
-/// ends. A file that is missing or damaged leaves the window as it is; one that can't be written
-/// costs nothing but the memory.
+/// A change is written a moment after the last one, so that it is kept when the program crashes. A
+/// file that is missing or damaged changes nothing; when it can't be written, the state is lost.
 class WindowState final : public QObject
 {
     Q_OBJECT
@@ -24,8 +23,8 @@ public:
     /// $XDG_STATE_HOME/korvane/window.ini, by default below ~/.local/state.
     [[nodiscard]] static QString defaultPath();
 
-    /// Gives \p window, not yet shown, and its splitters what they had. A splitter is known by its
-    /// object name. \p window becomes the parent.
+    /// Restores the state of \p window, not yet shown, and of its splitters. A splitter is
+    /// identified by its object name. \p window becomes the parent.
     WindowState(const QString &path, QMainWindow &window);
 
     bool eventFilter(QObject *watched, QEvent *event) override;

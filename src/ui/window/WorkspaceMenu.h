@@ -11,7 +11,7 @@ namespace Korvane {
 class AppState;
 class Workspace;
 
-/// The commands of the menu File that bring documents and folders back.
+/// The commands of the menu File for recent files and folders and for closed tabs.
 class WorkspaceMenu final : public QObject
 {
     Q_OBJECT
