@@ -3,16 +3,34 @@
 #include "theme/Theme.h"
 
 #include <QApplication>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFileInfo>
 #include <QLabel>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QUrl>
 
 namespace Korvane {
 
 namespace {
 
 constexpr int symbolSize = 64;
+
+/// The first page of the user guide: installed, made beside the program that was built, or of the
+/// source tree. Empty when there is none.
+QString guidePage()
+{
+    for (const QString &relative :
+         {QStringLiteral("/../share/doc/korvane/guide/index.html"),
+          QStringLiteral("/guide/index.html"), QStringLiteral("/../../docs/guide/README.md")}) {
+        const QString page = QDir::cleanPath(QCoreApplication::applicationDirPath() + relative);
+        if (QFileInfo::exists(page))
+            return page;
+    }
+    return {};
+}
 
 } // namespace
 
@@ -21,7 +39,24 @@ HelpCommands::HelpCommands(QMainWindow &window)
     , m_window(window)
 {
     QMenu *menu = window.menuBar()->addMenu(tr("&Help"));
+    menu->addAction(tr("&User Guide"), QKeySequence::HelpContents, this, &HelpCommands::openGuide);
     menu->addAction(tr("&About Korvane"), this, &HelpCommands::showAbout);
+}
+
+void HelpCommands::openGuide()
+{
+    const QString page = guidePage();
+    if (!page.isEmpty() && QDesktopServices::openUrl(QUrl::fromLocalFile(page)))
+        return;
+    auto *box = new QMessageBox(&m_window);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowTitle(tr("User Guide"));
+    box->setTextFormat(Qt::PlainText);
+    box->setText(page.isEmpty()
+                     ? tr("The user guide is not installed.")
+                     : tr("No program opened the user guide. It is here:\n%1").arg(page));
+    box->setStandardButtons(QMessageBox::Close);
+    box->open();
 }
 
 void HelpCommands::showAbout()

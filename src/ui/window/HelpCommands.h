@@ -16,6 +16,7 @@ public:
     explicit HelpCommands(QMainWindow &window);
 
 private:
+    void openGuide();
     void showAbout();
 
     QMainWindow &m_window;
