@@ -358,21 +358,8 @@ void CodeEditorView::setBlanksShown(bool isShown)
 
 void CodeEditorView::setCodeFont()
 {
-    QTextOption option = m_storage->defaultTextOption();
-    option.setFlags(m_areBlanksShown ? QTextOption::ShowTabsAndSpaces : QTextOption::Flags());
-    // A line that begins with a word in a right-to-left script is a line of code nevertheless.
-    option.setTextDirection(Qt::LeftToRight);
-    option.setWrapMode(wordWrapMode());
-    option.setTabStopDistance(PythonIndentation::standardWidth
-                              * QFontMetricsF(font()).horizontalAdvance(u' '));
-    const QTextOption current = m_storage->defaultTextOption();
-    // Each of the two lays the whole text out again.
-    if (m_storage->defaultFont() != font())
-        m_storage->setDefaultFont(font());
-    if (current.textDirection() != option.textDirection() || current.wrapMode() != option.wrapMode()
-        || current.tabStopDistance() != option.tabStopDistance()
-        || current.flags() != option.flags())
-        m_storage->setDefaultTextOption(option);
+    PythonTextLayout::setOptions(*m_storage,
+                                 {font(), wordWrapMode(), m_indentWidth, m_areBlanksShown});
 }
 
 void CodeEditorView::contextMenuEvent(QContextMenuEvent *event)

@@ -2,6 +2,7 @@
 
 #include "document/PythonTextStorage.h"
 
+#include <QFontMetricsF>
 #include <QTextBlock>
 #include <QTextLayout>
 
@@ -27,6 +28,25 @@ void PythonTextLayout::attachTo(PythonTextStorage &storage)
     // Asking the storage itself would make it a layout of another kind.
     if (!storage.findChild<PythonTextLayout *>(QString(), Qt::FindDirectChildrenOnly))
         storage.setDocumentLayout(new PythonTextLayout(storage));
+}
+
+void PythonTextLayout::setOptions(PythonTextStorage &storage, const Options &options)
+{
+    // Each of the two setters lays out the whole text.
+    if (storage.defaultFont() != options.font)
+        storage.setDefaultFont(options.font);
+    const QTextOption current = storage.defaultTextOption();
+    QTextOption option = current;
+    option.setFlags(options.areBlanksShown ? QTextOption::ShowTabsAndSpaces : QTextOption::Flags());
+    // A line that begins with a word in a right-to-left script is a line of code nevertheless.
+    option.setTextDirection(Qt::LeftToRight);
+    option.setWrapMode(options.wrapMode);
+    option.setTabStopDistance(options.tabWidth
+                              * QFontMetricsF(options.font).horizontalAdvance(u' '));
+    if (current.textDirection() != option.textDirection() || current.wrapMode() != option.wrapMode()
+        || current.tabStopDistance() != option.tabStopDistance()
+        || current.flags() != option.flags())
+        storage.setDefaultTextOption(option);
 }
 
 void PythonTextLayout::documentChanged(int from, int removed, int added)

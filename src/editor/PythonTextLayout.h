@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QFont>
 #include <QPlainTextDocumentLayout>
+#include <QTextOption>
 
 #include <optional>
 
@@ -21,8 +23,18 @@ class PythonTextLayout final : public QPlainTextDocumentLayout
     Q_OBJECT
 
 public:
+    struct Options
+    {
+        QFont font;
+        QTextOption::WrapMode wrapMode;
+        int tabWidth; // in blanks
+        bool areBlanksShown;
+    };
+
     /// Makes \p storage use a layout of this class, unless it does already. The storage owns it.
     static void attachTo(PythonTextStorage &storage);
+    /// Sets the options of \p storage. The text is laid out again only when one has changed.
+    static void setOptions(PythonTextStorage &storage, const Options &options);
 
 protected:
     void documentChanged(int from, int removed, int added) override;
