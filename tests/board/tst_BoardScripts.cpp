@@ -77,13 +77,13 @@ private slots:
         QTEST(nodes ? rendered(*nodes) : u"unreadable"_s, "tree");
     }
 
-    void survivesAListingMadeToExhaustTheStack()
+    void limitsTheDepthOfAListing()
     {
         const QString output = uR"([{"n":"a","p":"/a","d":true,"c":)"_s.repeated(20'000);
         QVERIFY(DeviceListing::parse(u"__LS__"_s + output + u"[]"_s + u"}]"_s.repeated(20'000)));
     }
 
-    void walksDownTheTree()
+    void findsEntriesOfTheTree()
     {
         const auto tree = DeviceListing::parse(
             uR"(__LS__[{"n":"lib","p":"/lib","d":true,"c":[{"n":"x","p":"/lib/x","d":false,"s":1},
@@ -106,11 +106,12 @@ private slots:
     {
         QTemporaryDir folder;
         const QString src = folder.filePath(u"src/"_s);
-        for (const char *name : {"b/in10.py", "b/in2.py", "a.py", ".hidden", ".git/x", "../secret"})
+        for (const char *name :
+             {"b/in10.py", "b/in2.py", "a.py", ".hidden", ".git/x", "../src-secret"})
             put(src + QString::fromLatin1(name), "12");
         QVERIFY(QDir().mkpath(src + u"empty/deep"_s));
         QVERIFY(QFile::link(u".."_s, src + u"loop"_s));
-        QVERIFY(QFile::link(u"../secret"_s, src + u"out"_s));
+        QVERIFY(QFile::link(u"../src-secret"_s, src + u"out"_s));
         QVERIFY(QFile::link(u"a.py"_s, src + u"same.py"_s));
         QVERIFY(QFile::link(u"nowhere"_s, src + u"broken"_s));
         std::ofstream(src.toStdString() + "caf\xe9.py") << "x";

@@ -175,7 +175,7 @@ private slots:
         fixture.done(fixture.files.deleteDeviceNode(*fixture.files.deviceNode(u"/f"_s)));
         outcome << fixture.said();
         QTEST(outcome, "outcome");
-        // Without an answer the tree knows.
+        // Without an answer the tree is searched.
         QVERIFY(awaited(fixture.files.deviceFileExists(u"/f"_s)));
         QVERIFY(!awaited(fixture.files.deviceFileExists(u"/g"_s)));
         QCOMPARE(fixture.said(), QString());

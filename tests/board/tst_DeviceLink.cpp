@@ -90,7 +90,7 @@ private slots:
                 QTRY_VERIFY2(c.board.received() == "\1" + code + "\4\2",
                              qPrintable(c.board.transcript()));
                 QVERIFY(c.fixture.isAtRest());
-                // What comes after the end is the handler's again.
+                // Later bytes are delivered to the handler again.
                 QTRY_VERIFY(c.fixture.data.endsWith("MicroPython\r\n>>> "));
             }
         }
@@ -119,7 +119,7 @@ private slots:
     void refusesACommandWithoutWriting()
     {
         Connection c;
-        // Not even the line being busy comes before these.
+        // These are checked even before the link is tested.
         c.fixture.link->setDeviceCommandInFlight(true);
         const auto refusal = [&] { return awaited(c.fixture.run("x")).error().code; };
         c.fixture.isProgramRunning = true;
@@ -217,7 +217,7 @@ private slots:
         QTRY_COMPARE(c.board.transcript(), u"^Aa^D^Bx"_s);
     }
 
-    void leavesTheLineToAStreamedRunThatTookIt()
+    void leavesTheLinkToAStreamedRun()
     {
         Connection c(true);
         c.board.on("\1", ScriptedBoard::banner);
@@ -273,7 +273,7 @@ private slots:
         QTRY_VERIFY(fixture.log.contains(error));
     }
 
-    void comesBackFromALossAtEveryByte()
+    void recoversFromALossAtEveryByte()
     {
         constexpr qsizetype most = 27 + 2 + 9 + 19; // banner, OK, reply, answer to ^B
         Connection c;
@@ -363,7 +363,7 @@ private slots:
         QVERIFY(c.fixture.isAtRest());
     }
 
-    void knowsABoardByItsPortAndId()
+    void identifiesABoardByItsPortAndId()
     {
         Connection c;
         int asked = 0;
@@ -382,7 +382,7 @@ private slots:
         QCOMPARE(asked, 2);
     }
 
-    void resumesEveryCallerWhenItGoes()
+    void resumesEveryCallerWhenItIsDestroyed()
     {
         Connection c(true);
         auto running = c.fixture.run("x");

@@ -108,7 +108,7 @@ private slots:
         row("half a character before a record", "\xE2®", {u"\uFFFD"_s, {stop}});
     }
 
-    void readsTheSameHoweverItIsSplit()
+    void scansTheSameForEverySplit()
     {
         QFETCH(QByteArray, bytes);
         QFETCH(Outcome, expected);

@@ -14,7 +14,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// Copies both ways, on a real MicroPython; and a board that goes in the middle of one.
+/// Copies both ways, on a real MicroPython; and a board that is unplugged in the middle of one.
 class tst_FileTransfer final : public QObject
 {
     Q_OBJECT
@@ -147,15 +147,18 @@ private slots:
         m_fixture.done(m_fixture.copies.copyFolderFromDevice(node(u"/clash"_s), local(u"into"_s)));
         QVERIFY(m_fixture.said().contains(u"error: Copy failed: "));
         QCOMPARE(bytesOf(local(u"into/clash"_s)), "a file"_ba);
+        const QString nowhere = local(u"no/folder"_s);
+        m_fixture.done(m_fixture.copies.copyFileFromDevice(node(u"/clash/a"_s), nowhere));
+        QVERIFY(m_fixture.said().startsWith(u"error: Cannot write %1/a: "_s.arg(nowhere)));
 
         m_fixture.prompts.confirmation.confirmed = false;
         QSignalSpy running(&m_fixture.transfer, &TransferStatus::isSendingToDeviceChanged);
         m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"into"_s)));
-        QCOMPARE(m_fixture.said(), QString()); // who declines knows
+        QCOMPARE(m_fixture.said(), QString()); // no message after a refusal
         QCOMPARE(running.size(), 0);
     }
 
-    void carriesOutAYesOnceAndOnTheBoardThatWasMeant()
+    void carriesOutAConfirmationOnceAndOnItsBoard()
     {
         put(local(u"once/a.py"_s), "new");
         ScriptedBoard board;
@@ -357,7 +360,7 @@ private slots:
         QCOMPARE(text(0, 200, second), QString());
     }
 
-    void endsQuietlyWhenEverythingGoesInTheMiddle()
+    void endsQuietlyWhenAllIsDestroyedInTheMiddle()
     {
         put(local(u"quit/f"_s), "1");
         ScriptedBoard board;

@@ -18,7 +18,7 @@ class tst_FilesOfMicrobit final : public QObject
     Q_OBJECT
 
 private slots:
-    void worksWithWhatIsThere()
+    void worksWithoutMissingModules()
     {
         EmulatedMicrobit microbit;
         QVERIFY2(microbit.start(), qPrintable(microbit.errorText()));

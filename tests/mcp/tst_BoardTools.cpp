@@ -131,7 +131,7 @@ private slots:
         QCOMPARE(tabs(), u"untitled.py=x|blink.py=edited|b.py=1|blink.py=3"_s);
     }
 
-    void connectsToThePortThatIsMeant()
+    void connectsToTheRequestedPort()
     {
         ScriptedBoard first;
         ScriptedBoard second;
@@ -256,7 +256,7 @@ private slots:
         QCOMPARE(box->prompts.takeAsked(), QString());
     }
 
-    void leavesABoardAloneThatWasNotMeant()
+    void changesNoBoardThatWasConnectedLater()
     {
         ScriptedBoard board;
         Toolbox box;
@@ -273,6 +273,23 @@ private slots:
         QVERIFY2(!board.transcript().contains(u"wb"_s), qPrintable(board.transcript()));
         box.prompts.meanwhile = [&] { box.state->link().disconnectDevice(); };
         QCOMPARE(box.call(write), "! Device write failed: Not connected");
+    }
+
+    void reportsADeletionThatTheBoardDoesNotConfirm()
+    {
+        ScriptedBoard board;
+        Toolbox box;
+        box.connectTo(board);
+        for (const auto &[removed, exists] :
+             {std::pair("?"_ba, "__EXISTS__0"_ba), {"__OK__"_ba, "__EXISTS__1"_ba}}) {
+            board.onProgram = [removed = removed, exists = exists](const QByteArray &program) {
+                if (program.contains("__LS__"))
+                    return ScriptedBoard::reply("__LS__[{\"n\":\"a\",\"p\":\"/a\",\"d\":false}]");
+                return ScriptedBoard::reply(program.contains("__EXISTS__") ? exists : removed);
+            };
+            const QByteArray answer = box.call("delete_device_file|path=/a");
+            QVERIFY2(answer.startsWith("! "), answer);
+        }
     }
 
     void saysWhyAListingFailed()
@@ -354,7 +371,7 @@ private slots:
         QTRY_VERIFY(box->isBoardIdle());
     }
 
-    void endsAllCallsWhenItGoes()
+    void endsAllCallsWhenItIsDestroyed()
     {
         ScriptedBoard board;
         Toolbox box;

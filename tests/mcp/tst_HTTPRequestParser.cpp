@@ -40,7 +40,7 @@ class tst_HTTPRequestParser final : public QObject
     Q_OBJECT
 
 private slots:
-    void cutsTheSameHoweverItIsSplit()
+    void parsesTheSameForEverySplit()
     {
         QList<std::pair<QByteArray, QByteArray>> cases{
             {"GET /mcp?a=%20 HTTP/1.1\r\nHost: x\r\n\r\n", "GET /mcp?a=%20 [host=x] ()\n"},

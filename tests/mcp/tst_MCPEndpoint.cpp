@@ -194,7 +194,7 @@ private slots:
         QVERIFY2(body.indexOf("\"done\"") < body.indexOf("done, too"), body);
     }
 
-    void asksNoToolsWithoutWhatTheyWorkOn()
+    void callsNoToolsAfterTheirStateIsDestroyed()
     {
         FakeTools tools;
         auto state = std::make_unique<QObject>();
@@ -205,7 +205,7 @@ private slots:
         QVERIFY(tools.calls.isEmpty());
     }
 
-    void refusesABatchThatAsksForMoreThanItMay()
+    void refusesABatchWithTooLongReplies()
     {
         const MCPEndpoint endpoint(MCPAccess("0123abcd"), QByteArray(1 << 23, ' '));
         const QByteArray list = "{'id':1,'method':'tools/list'},";

@@ -42,7 +42,7 @@ public:
     {
     }
 
-    /// Waits until \p count requests have come, and not for ever. Yields how many did.
+    /// Waits until \p count requests have arrived, for a limited time. Yields how many did.
     qsizetype waitFor(qsizetype count, std::chrono::milliseconds patience = 30s)
     {
         std::unique_lock lock(m_mutex);

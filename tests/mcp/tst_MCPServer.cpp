@@ -68,7 +68,7 @@ class tst_MCPServer final : public QObject
     Q_OBJECT
 
 private slots:
-    void takesPortAndTokenFromTheSettings()
+    void readsPortAndTokenFromTheSettings()
     {
         Served served;
         for (const auto &[stored, port] :
@@ -93,7 +93,7 @@ private slots:
         QVERIFY(served.server->token() != token);
     }
 
-    void closesAllWhenItStopsOrGoesWhileACallWaits()
+    void closesAllWhenItStopsOrIsDestroyedDuringACall()
     {
         Served served;
         SocketClient first;

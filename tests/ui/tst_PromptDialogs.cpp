@@ -48,7 +48,7 @@ void press(QWidget *where, int key)
 
 } // namespace
 
-/// A person who answers dialogs with keys.
+/// Dialogs that are answered with keys.
 class tst_PromptDialogs final : public QObject
 {
     Q_OBJECT
@@ -156,7 +156,7 @@ private slots:
         QTest::newRow("Delete") << u""_s << int(Qt::Key_Space) << u"confirmed"_s;
         QTest::newRow("ticked") << u"/R&D.py"_s << int(Qt::Key_Space) << u"confirmed for good"_s;
     }
-    void confirmsOnlyWhatWasMeant()
+    void confirmsOnlyWithTheConfirmingButton()
     {
         QFETCH(QString, path);
         QFETCH(int, key);
@@ -204,7 +204,7 @@ private slots:
         QVERIFY(screen.size().width() >= opened<QDialog>()->width());
     }
 
-    void takesNothingThatWasMeantForWhatWasThereBefore()
+    void ignoresInputInItsGuardTime()
     {
         m_prompts->setGuardTime(200ms);
         askToWrite(u"/a"_s, Asker::Assistant);
@@ -272,7 +272,7 @@ private slots:
         QTRY_COMPARE(m_log, (QStringList{u"stopped"_s, u"cancelled"_s, u"cancelled"_s}));
     }
 
-    void looksWhatIsThereWhenTheTurnComes()
+    void refreshesAQuestionWhenItIsOpened()
     {
         QStringList state{u"creating"_s};
         const auto ask = [&] {
@@ -327,6 +327,7 @@ private slots:
         keep(m_prompts->askSavePath(folder.path(), u"a.py"_s), m_log);
         auto *save = opened<QFileDialog>();
         QCOMPARE(save->findChild<QLineEdit *>()->text(), u"a.py"_s);
+        QVERIFY(!save->testOption(QFileDialog::DontConfirmOverwrite));
         press(save, Qt::Key_Return);
         QTRY_COMPARE(m_log.join(u' '), u'<' + folder.filePath(u"a.py"_s) + u'>');
         keep(m_prompts->askOpenPath(folder.path()), m_log);

@@ -1,0 +1,64 @@
+#include "ui/window/KorvaneApp.h"
+
+#include "app/AppState.h"
+#include "support/Files.h"
+#include "ui/window/Actions.h"
+#include "ui/window/ContentView.h"
+
+#include <QAction>
+#include <QFileDialog>
+#include <QMenu>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Korvane;
+using namespace Qt::StringLiterals;
+
+/// The program as main() makes it, with the user's folders in a temporary one.
+class tst_KorvaneApp final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        for (const char *name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"})
+            QVERIFY(qputenv(name, m_home.path().toLocal8Bit()));
+        KorvaneApp::setUp(*qApp);
+    }
+
+    void restoresTheWindowAndOffersUnsavedText()
+    {
+        {
+            KorvaneApp program;
+            program.show();
+            program.window().resize(900, 700);
+            program.state().documents().updateSelectedContent(u"unsaved"_s);
+            QTRY_VERIFY(QFile::exists(m_home.filePath(u"korvane/window.ini"_s)));
+        }
+        KorvaneApp program;
+        program.show();
+        QCOMPARE(program.window().size(), QSize(900, 700));
+        auto *unsaved = program.window().findChild<QMenu *>(u"unsavedFiles"_s);
+        QVERIFY(unsaved);
+        QTRY_VERIFY(unsaved->menuAction()->isVisible());
+        unsaved->actions().first()->trigger();
+        QTRY_COMPARE(program.state().documents().selectedFile()->content(), u"unsaved"_s);
+
+        // Save As asks with a dialog of the window, and saves there.
+        program.window().commands()[Actions::SaveAs]->trigger();
+        QFileDialog *dialog = nullptr;
+        QTRY_VERIFY((dialog = program.window().findChild<QFileDialog *>()));
+        dialog->selectFile(m_home.filePath(u"saved.py"_s));
+        QTRY_VERIFY(dialog->isEnabled());
+        QMetaObject::invokeMethod(dialog, "accept");
+        QTRY_COMPARE(bytesOf(m_home.filePath(u"saved.py"_s)), "unsaved"_ba);
+    }
+
+private:
+    QTemporaryDir m_home;
+};
+
+QTEST_MAIN(tst_KorvaneApp)
+#include "tst_KorvaneApp.moc"
