@@ -1,5 +1,5 @@
 // The three readers of what a board or the local session sends: each finds the same whether the
-// bytes come at once or in pieces.
+// bytes arrive at once or in pieces.
 
 #include "board/DeviceStreamScanner.h"
 #include "board/RawReplResponse.h"

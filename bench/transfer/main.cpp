@@ -1,4 +1,5 @@
-// How fast files go to the virtual board and come back, and what of the time is Korvane's own.
+// How fast files are sent to the virtual board and read back, and how much of the time Korvane
+// takes.
 //
 //   transfer [BYTES_PER_SECOND [HEAP]]    limits the line, both ways; 11520 is 115200 baud, 0 is
 //                                         without limit. HEAP is the board's memory, such as 64K
@@ -44,7 +45,7 @@ namespace {
 
 constexpr double allowedMilliseconds = 5;
 
-/// Speaks to the board with nothing in between, and blocks.
+/// Writes to the board's port directly, and blocks.
 class BareClient final
 {
 public:

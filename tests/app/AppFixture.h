@@ -27,7 +27,7 @@ struct AppFixture
     {
     }
 
-    /// Connects, and lets the listing that follows come to its end unseen.
+    /// Connects, and waits for the listing that follows.
     void connectTo(ScriptedBoard &board)
     {
         const auto answers = std::exchange(board.onProgram, &ScriptedBoard::answerWithoutFiles);
@@ -67,7 +67,7 @@ struct AppFixture
     std::unique_ptr<AppState> state;
 };
 
-/// A fixture with a board that knows one variable, and runs all other programs as told.
+/// A fixture with a board that has one variable, and answers all other programs as told.
 struct BoardAppFixture : AppFixture
 {
     BoardAppFixture()

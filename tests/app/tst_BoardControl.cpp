@@ -40,7 +40,7 @@ private slots:
         QVERIFY(!shop.isConnected());
     }
 
-    void namesBoardsAsTheyNameThemselves()
+    void namesBoardsByTheirDescriptors()
     {
         QTemporaryDir folder;
         const QString dev = folder.filePath(u"dev"_s);
@@ -62,7 +62,7 @@ private slots:
         QCOMPARE(board.nameOf(dev + u"/ttyACM1"_s), dev + u"/ttyACM1"_s);
     }
 
-    void saysWhatHelps()
+    void givesAdviceAfterAFailure()
     {
         QTemporaryDir folder;
         const QString port = folder.filePath(u"port"_s);

@@ -84,7 +84,7 @@ private slots:
         QVERIFY2(shop.table().contains(u"i:int=1"_s), qPrintable(shop.table()));
         session.debugStop();
         QVERIFY(!session.isDebugging() && shop.isBoardIdle());
-        // The variables are read when the board is done, and the Shell is heard again.
+        // The variables are read when the board is done, and the Shell works again.
         QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
         shop.state->submitShell(u"print(6 * 7)"_s);
         QTRY_VERIFY2(shop.text().contains(u"\n42\n>>> "_s), qPrintable(shop.text()));

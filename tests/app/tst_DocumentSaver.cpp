@@ -14,7 +14,8 @@ struct Desk : AppFixture
     Desk() { state->localFiles().setLocalWorkingDir(home.path()); }
 
     QString at(const QString &name) const { return home.filePath(name); }
-    /// What the Shell was told since, without the board's greeting, which comes when it likes.
+    /// What the Shell was told since, without the lines about the connection, which arrive at any
+    /// time.
     QString said()
     {
         QStringList told = lines(std::exchange(m_seen, state->shell().replLines().size()));
@@ -24,7 +25,7 @@ struct Desk : AppFixture
     void save() { awaited(state->saving().save()); }
     Result<void> open(const QString &path) { return awaited(state->documents().openFile(path)); }
     const EditorFile &file() { return *state->documents().selectedFile(); }
-    /// Where the document lives, and whether it has edits: "/tmp/x.py|/main.py|*".
+    /// Where the document belongs, and whether it has edits: "/tmp/x.py|/main.py|*".
     QString place()
     {
         return file().path() + u'|' + file().devicePath() + u'|'
@@ -224,7 +225,7 @@ private slots:
         QCOMPARE(fixture.file().name(), u"new.py"_s);
     }
 
-    void livesOnTheBoard()
+    void savesToTheBoard()
     {
         Desk fixture;
         connectBoard(fixture);
@@ -259,7 +260,7 @@ private slots:
         QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), two.toUtf8());
     }
 
-    void belongsToOnePlace()
+    void savesToItsPlaceOnly()
     {
         Desk fixture;
         connectBoard(fixture);

@@ -301,7 +301,7 @@ private slots:
         state().documents().closeFile(state().documents().selectedFileID());
     }
 
-    void knowsTheSpaceOfTheBoard()
+    void readsTheSpaceOfTheBoard()
     {
         awaited(state().boardSpace().request());
         const auto space = state().boardSpace().space(u"/lib/deep"_s);

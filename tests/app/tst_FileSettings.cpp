@@ -28,7 +28,7 @@ class tst_FileSettings final : public QObject
     Q_OBJECT
 
 private slots:
-    void keepsItsFileToItsOwner()
+    void makesItsFilePrivate()
     {
         const Place place("[General]\nMCPServerToken=secret\n");
         QVERIFY(QFile::setPermissions(place.path, ownerOnly | QFile::ReadOther));
@@ -46,7 +46,7 @@ private slots:
         QCOMPARE(QFile::permissions(fresh), ownerOnly);
     }
 
-    void keepsValuesAndHearsWhatOthersWrite()
+    void keepsValuesAndReadsChangesOfOthers()
     {
         const Place place("");
         const QString odd = u" \"ä,=;%\n\\ "_s;
@@ -57,7 +57,7 @@ private slots:
         first.setFlag(Settings::serverEnabled, true);
         first.setNumber(Settings::serverPort, 9000);
         first.setText(Settings::serverToken, odd);
-        // Written at once: nobody has to wait for this program to end.
+        // Written at once, not at the end of the program.
         const FileSettings second(place.path);
         QVERIFY(second.flag(Settings::serverEnabled));
         QCOMPARE(second.number(Settings::serverPort), 9000);

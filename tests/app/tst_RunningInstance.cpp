@@ -70,7 +70,7 @@ private slots:
         sent.port = u"/dev/x"_s;
         for (int i = 1; i < 2000; ++i)
             sent.files.append({u"/tmp/ä b\n%1.py"_s.arg(i), i});
-        QVERIFY(!RunningInstance::handOver(sent, path)); // nobody is there
+        QVERIFY(!RunningInstance::handOver(sent, path)); // no program listens
 
         auto first = std::make_unique<RunningInstance>(path);
         const RunningInstance second(path); // leaves the first one's socket alone

@@ -45,14 +45,14 @@ private slots:
         QVERIFY(shell.replLines().constLast().text.endsWith(u"ab"_s));
     }
 
-    void cleansOutputHoweverItIsSplit()
+    void cleansOutputForEverySplit()
     {
         const QList<std::pair<QString, QString>> cases{
             {u"\r\r\n\n\r"_s, u"\n\n\n\n"_s},
             {u"\x1b[31mred\x1b[0m"_s, u"red"_s},
             {u"a\r\x1b[K\nb"_s, u"a\nb"_s},
             {u"\x1b\x1b[m[31m"_s, u"\x1b[31m"_s}, // only what was there makes a sequence
-            // "]" is in the range of two-character sequences, whose turn comes first.
+            // "]" is in the range of two-character sequences, which are tried first.
             {u"\x1b]0;title\x07text"_s, u"0;title\x07text"_s},
             {u"\x1b[31é\x1b[ 1m\x1bs"_s, u"\x1b[31é\x1b[ 1m\x1bs"_s},
             {u"\x1b["_s + QString(62, u'1') + u"mx"_s, u"x"_s}, // as long as can wait

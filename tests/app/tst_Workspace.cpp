@@ -54,7 +54,7 @@ private slots:
             put(path(name), "one\ntwo\nthree\n");
     }
 
-    void bringsBackWhatWasOpen()
+    void restoresDocumentsAndFolders()
     {
         {
             Start first(*m_folder);

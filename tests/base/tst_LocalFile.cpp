@@ -103,7 +103,7 @@ private slots:
         }
     }
 
-    void leavesWorkBehindThatDoesNotEnd()
+    void abandonsWorkThatDoesNotEnd()
     {
         QStringList log;
         auto mayEnd = std::make_shared<std::atomic<bool>>(false);

@@ -58,7 +58,7 @@ private slots:
         QCOMPARE(log.mid(1), QStringList{u"7"_s});
     }
 
-    void endsTheWaitWhenTheProducerGoes()
+    void endsTheWaitWhenTheProducerIsDestroyed()
     {
         for (const bool isDelivered : {false, true}) {
             auto shot = std::make_unique<OneShot<int>>();
@@ -73,7 +73,7 @@ private slots:
         }
     }
 
-    void wakesSleepersWhenTheirOwnerGoes()
+    void resumesDelaysWhenTheirOwnerIsDestroyed()
     {
         auto owner = std::make_unique<Owner>();
         QStringList log;

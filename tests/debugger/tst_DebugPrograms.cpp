@@ -99,7 +99,7 @@ private:
         m_fixture->events.clear();
     }
 
-    /// What the program printed, from a board that knows nothing of programs before.
+    /// What the program printed, from a board without variables of earlier programs.
     QString output(const QString &source, const std::optional<QSet<int>> &breakpoints,
                    const Command &command)
     {
@@ -136,7 +136,7 @@ private slots:
     {
         m_fixture = std::make_unique<DebugFixture>();
         connect(&session(), &DebugSession::paused, this, [this](const DebugPause &pause) {
-            // As a person does: after the session has said where it is.
+            // As the user does: after the session has reported the line.
             QTimer::singleShot(0, m_fixture->run.get(), [this, command = m_command(pause)] {
                 if (command == u"s")
                     session().debugStep();
@@ -171,7 +171,7 @@ private slots:
 
     void stopsWhereAPersonExpects_data() { addPrograms(); }
 
-    void stopsWhereAPersonExpects()
+    void stopsAtTheExpectedLines()
     {
         QFETCH(QString, path);
         const Story story(path);

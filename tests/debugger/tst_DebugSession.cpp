@@ -59,7 +59,7 @@ struct Connection
             + QString::number(session().pausedAt().value_or(0)) + u" ["_s + armedLines.join(u',')
             + u']';
     }
-    /// Goes on until the program is where the test wants it; true when it got there.
+    /// Continues until the program is at the line of the test; true when it was reached.
     bool reach(const QString &phase)
     {
         helperAnswer = phase == u"installing" ? QByteArray() : helperAnswer;

@@ -27,7 +27,7 @@ class tst_InstrumentedRun final : public QObject
     Q_OBJECT
 
 private slots:
-    // In the expected text, "«a,b»" stands for the stop of that line with these names.
+    // In the expected text, "«a,b»" is the stop of that line with these names.
     void rewritesStatementLines_data()
     {
         QTest::addColumn<QString>("text");

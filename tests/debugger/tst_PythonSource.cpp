@@ -49,7 +49,7 @@ private slots:
         row(u"\u00A0\n\u00A0if x"_s, "ss");
     }
 
-    void tellsTheRolesOfLines()
+    void classifiesLines()
     {
         QFETCH(QString, text);
         QFETCH(QString, roles);
@@ -62,7 +62,7 @@ private slots:
         QCOMPARE(source.indents.size(), source.lines.size());
     }
 
-    // In what follows "|" stands where the part that is looked for ends, or is.
+    // In what follows "|" marks the end or the place of the part that is looked for.
     void readsIdentifiersAndNames()
     {
         for (const QString &text : {u"ab_1|"_s, u"_| "_s, u"1a|"_s, u"a|.b"_s, u"|"_s, u"|(a"_s,

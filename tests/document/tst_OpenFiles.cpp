@@ -56,7 +56,7 @@ private slots:
         }
     }
 
-    void neverStaysWithoutATab()
+    void opensATabAfterTheLastIsClosed()
     {
         Desk desk(1);
         desk.documents.updateSelectedContent(u"edited"_s);
@@ -65,7 +65,7 @@ private slots:
         QVERIFY(desk.documents.selectedFile()->content().isEmpty());
     }
 
-    void tellsAKeystrokeFromAChangedTabAndFromAMark()
+    void signalsTextTabAndMarkChangesSeparately()
     {
         Desk desk(1);
         const QSignalSpy tab(&desk.documents, &OpenFiles::fileChanged);

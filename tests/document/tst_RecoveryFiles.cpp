@@ -59,7 +59,7 @@ private:
 private slots:
     void init() { m_disk = std::make_unique<QTemporaryDir>(); }
 
-    void bringsBackWhatWasTypedRightBeforeTheEnd()
+    void restoresTextTypedRightBeforeTheEnd()
     {
         const QString source = u"\uFEFFprint('ü')\r\nnul \0 end\nlast"_s;
         {
@@ -172,7 +172,7 @@ private slots:
         QTRY_COMPARE(copies().size(), 0);
     }
 
-    void leavesALivingProgramAlone()
+    void ignoresTheFilesOfARunningProgram()
     {
         Session first(folder());
         first.documents.updateSelectedContent(u"mine"_s);
@@ -185,7 +185,7 @@ private slots:
         QVERIFY(second.copies.leftovers().isEmpty() && second.said().isEmpty());
     }
 
-    void bearsADamagedDisk()
+    void reportsAFailingDisk()
     {
         const QString damaged = folder() + u"/a.json"_s;
         const QString vanishing = folder() + u"/b.json"_s;

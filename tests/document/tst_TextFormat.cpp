@@ -18,7 +18,7 @@ class tst_TextFormat final : public QObject
     Q_OBJECT
 
 private slots:
-    void givesBackWhatItTook()
+    void restoresLineEndsAndByteOrderMarks()
     {
         const QList<std::pair<QString, QString>> cases{
             {u"\uFEFF"_s, u""_s},

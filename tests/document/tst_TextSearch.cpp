@@ -83,7 +83,7 @@ private slots:
         QVERIFY(within && *within && (*within)->start == 3 && (*within)->end == 4);
     }
 
-    void endsWhateverTheExpression()
+    void endsForEveryExpression()
     {
         for (const QString &query : {u"(a+)+b"_s, u"(\\w|\\w\\w)*[\\s\\S]*z"_s})
             QVERIFY(!TextSearch(query, true, false, true).find(QString(400'000, u'a')));

@@ -66,7 +66,7 @@ struct Reading
     }
 
     /// Until the thread has read everything, without letting it be delivered. The system passes
-    /// bytes on in its own time, so nothing to read means the end only when it stays so.
+    /// bytes on with a delay, so nothing to read means the end only after a while.
     bool sendAndQueue(const QByteArray &bytes)
     {
         qsizetype sent = 0;
@@ -152,12 +152,12 @@ private slots:
             manager.close();
             manager.close();
             QVERIFY(!manager.isOpen());
-            QVERIFY2(!line.isExclusive(), "it stays closed to others");
+            QVERIFY2(!line.isExclusive(), "it is still closed to others");
             QVERIFY(openPort(manager, line));
         }
     }
 
-    void holdsABoardBackThatSendsFasterThanItIsRead()
+    void stopsReadingABoardThatSendsFasterThanItIsRead()
     {
         const QByteArray bytes = pattern(qsizetype(4) << 20);
         qsizetype sent = 0;
@@ -179,7 +179,7 @@ private slots:
         QVERIFY2(reading.data == bytes, "bytes were damaged or out of order");
     }
 
-    void survivesWhateverACallbackDoes()
+    void allowsCallbacksToCloseAndRestart()
     {
         using Action = std::function<void(Reading &)>;
         const auto closes = [](Reading &reading) { reading.manager->close(); };

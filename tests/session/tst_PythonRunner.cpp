@@ -53,7 +53,7 @@ public:
         return logResult(runner->run(code, QString(), true));
     }
 
-    /// Logs the result as soon as the caller hears of it.
+    /// Logs the result when the caller is resumed.
     QCoro::Task<void> logResult(QCoro::Task<RunResult> task, QString name = QString())
     {
         const RunResult result = co_await task;
@@ -138,7 +138,7 @@ private slots:
         QStringList shown;
         for (const PythonVariable &variable : result.variables)
             shown << u"%1:%2=%3"_qs.arg(variable.name, variable.type, variable.value);
-        // What it printed after its reply, or as an error by another pipe, may come later. A
+        // What it printed after its reply, or as an error by another pipe, may arrive later. A
         // driver that cannot reply says so.
         const auto logged = [&] {
             return session.log.join(u'|').section(u"err Traceback"_qs, 0, 0);

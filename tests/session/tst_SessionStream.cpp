@@ -31,7 +31,7 @@ class tst_SessionStream final : public QObject
     Q_OBJECT
 
 private slots:
-    void separatesOutputFromRepliesHoweverItIsCut()
+    void separatesOutputFromRepliesForEverySplit()
     {
         const QList<std::pair<QByteArray, QString>> cases{
             {"hi\x04{}\x04", u"hi<{}>"_qs},

@@ -16,8 +16,8 @@ class EmulatedMicrobit final
 public:
     EmulatedMicrobit()
     {
-        // The firmware keeps 64 bytes and has no flow control, so bytes must not come faster than
-        // at 115200 baud, also after a delay of the event loop.
+        // The firmware keeps 64 bytes and has no flow control, so bytes must not be sent faster
+        // than at 115200 baud, also after a delay of the event loop.
         m_timer.setTimerType(Qt::PreciseTimer);
         m_timer.setInterval(1);
         QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { pump(); });

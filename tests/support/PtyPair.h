@@ -15,8 +15,8 @@
 namespace Korvane {
 
 /// A pseudo-terminal: the slave side is what the program opens as its serial port, the master side
-/// is the board. The slave side is kept open here too, so that the program may close it and open
-/// it again, as with a cable that stays plugged in.
+/// is the board. The slave side is kept open here too, so that the program may close it and open it
+/// again, as with a cable that is still plugged in.
 class PtyPair final
 {
 public:

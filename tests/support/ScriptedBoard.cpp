@@ -148,8 +148,9 @@ void ScriptedBoard::pump()
     qsizetype most = m_isSplit ? 1 : m_outgoing.size();
     if (m_sendsLeft >= 0)
         most = qMin(most, m_sendsLeft);
-    // One byte shall arrive before the next goes out, and all that was sent before the cable is
-    // pulled. The system passes bytes on in its own time: they have arrived when it stays quiet.
+    // One byte shall arrive before the next is sent, and all that was sent before the cable is
+    // pulled. The system passes bytes on with a delay: they have arrived when no more follow for a
+    // while.
     if (m_isSplit || m_sendsLeft == 0) {
         m_quietPolls = m_line->unreadBytes() > 0 ? 0 : m_quietPolls + 1;
         if (m_quietPolls < (m_sendsLeft == 0 ? 10 : 1)) {

@@ -25,7 +25,7 @@ public:
 
     ScriptedBoard();
 
-    /// Stays the same when the board is plugged in again.
+    /// Not changed when the board is plugged in again.
     [[nodiscard]] QString port() const { return m_port.path(); }
     [[nodiscard]] PtyPair &line() { return *m_line; }
 
@@ -41,7 +41,7 @@ public:
     {
         return output + '\x04' + error + '\x04' + '>';
     }
-    /// Whenever \p expected has arrived, \p answer goes out in place of what the board does by
+    /// Whenever \p expected has arrived, \p answer is sent in place of what the board does by
     /// itself.
     void on(const QByteArray &expected, const QByteArray &answer);
     /// Only rules are answered from now on.

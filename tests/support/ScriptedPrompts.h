@@ -9,7 +9,7 @@
 
 namespace Korvane {
 
-/// A person who answers as the test says, and remembers what was asked.
+/// Answers prompts as the test says, and records them.
 class ScriptedPrompts final : public UserPrompts
 {
 public:

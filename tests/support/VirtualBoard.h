@@ -8,7 +8,7 @@
 
 namespace Korvane {
 
-/// The real MicroPython of scripts/virtual-board, for as long as this object lives.
+/// The real MicroPython of scripts/virtual-board, until this object is destroyed.
 class VirtualBoard final
 {
 public:

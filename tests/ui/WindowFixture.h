@@ -59,7 +59,7 @@ struct WindowFixture
         return found;
     }
     void click(const char *name) { QTest::mouseClick(find<QWidget>(name), Qt::LeftButton); }
-    /// A key for whoever has the focus, as the keyboard sends it.
+    /// A key for the widget with the focus, as the keyboard sends it.
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
     {
         QTest::keyClick(window().windowHandle(), key, modifiers);

@@ -77,7 +77,7 @@ private slots:
         QCOMPARE(fixture.items().constFirst(), u"Start MCP Server"_s);
     }
 
-    void setsWhatTheNextStartAndTheNextWriteGoBy()
+    void setsOptionsOfTheNextStartAndWrite()
     {
         MemorySettings settings = settingsWithFreePort();
         {

@@ -73,13 +73,13 @@ class tst_DebugBar final : public QObject
     Q_OBJECT
 
 private slots:
-    void isThereOnlyWhileDebugging()
+    void isVisibleOnlyWhileDebugging()
     {
         DebugDesk fixture;
         auto *bar = fixture.find<QWidget>("debugBar");
         QVERIFY(!bar->isVisible());
         fixture.debugToPause();
-        // Where there is no room for all, what matters stays.
+        // Where there is no room for all, the texts of the buttons are hidden.
         QVERIFY(bar->sizeHint().width() - bar->minimumSizeHint().width()
                 >= fixture.find<ElidedLabel>("debugHint")->sizeHint().width());
         const int pausedHeight = bar->height();

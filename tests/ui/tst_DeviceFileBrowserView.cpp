@@ -18,7 +18,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// A person who looks through a board that has what its listing says.
+/// The files of a board with a given listing, used by mouse and keys.
 class tst_DeviceFileBrowserView final : public QObject
 {
     Q_OBJECT
@@ -225,7 +225,7 @@ private slots:
             u"Delete 2 items from the device? | Removes “%1 %2.bin”, “large.hex” with 2 files"));
     }
 
-    void takesWhatIsDropped()
+    void acceptsDrops()
     {
         connectBoard();
         const QPoint folder = list().viewport()->mapTo(m_view, list().visualRect(row(0)).center());
@@ -252,7 +252,7 @@ private slots:
         QTRY_VERIFY(isIdle());
     }
 
-    void tellsWhatIsBeingSent()
+    void showsTransfersInProgress()
     {
         auto *send = m_view->findChild<QToolButton *>(u"sendCurrentFile"_s);
         auto *toolbarSend = m_fixture->find<QToolButton>("arrow.up.doc");
@@ -271,7 +271,7 @@ private slots:
         QTRY_VERIFY(transfer->isVisible());
         QCOMPARE(m_fixture->find<ElidedLabel>("transferStatus")->text(), u"Sending <b>&⌘S.py…"_s);
         QVERIFY(toolbarSend->icon().isNull());
-        m_board->setMute(false); // it hears one of the next attempts
+        m_board->setMute(false); // it receives one of the next attempts
         QTRY_VERIFY(!transfer->isVisible());
         QVERIFY(!toolbarSend->icon().isNull());
         QVERIFY(m_fixture->lines().contains(u"info: ↑ Sent <b>&⌘S.py to device as /<b>&⌘S.py."_s));

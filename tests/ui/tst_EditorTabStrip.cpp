@@ -18,7 +18,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// The tabs, the menus and the keys of the window, as a person uses them.
+/// The tabs, the menus and the keys of the window, as the user uses them.
 class tst_EditorTabStrip final : public QObject
 {
     Q_OBJECT
@@ -160,7 +160,7 @@ private slots:
         for (const char *focus : {"editor", "shellInput", "localFiles", "tabs", "Shell"})
             QTest::newRow(focus) << QString::fromLatin1(focus);
     }
-    void goesFromTabToTabAndClosesThemByKeys()
+    void selectsAndClosesTabsByKeys()
     {
         QFETCH(QString, focus);
         put(m_fixture->folder.filePath(u"f"_s), "");

@@ -14,7 +14,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// A person who looks through the folders of this computer, by mouse and by keys.
+/// The files of this computer, used by mouse and keys.
 class tst_FileBrowserView final : public QObject
 {
     Q_OBJECT
@@ -91,7 +91,7 @@ private slots:
         QCOMPARE(label->toolTip(), m_home->path());
     }
 
-    void goesIntoFoldersAndOutAgain()
+    void opensFoldersAndTheirParents()
     {
         fill({u"one/two/deep.py"_s, u"other/x.py"_s});
         const QPoint point = list().visualRect(row(u"one"_s)).center();
@@ -210,10 +210,10 @@ private slots:
         QVERIFY(QFile::remove(at(u"large/10000"_s)));
         m_fixture->click("refreshLocal");
         QTRY_COMPARE_WITH_TIMEOUT(list().model()->rowCount(), 19'999, 30'000);
-        QCOMPARE(list().currentIndex().row(), 10'000); // the neighbour of what has gone
+        QCOMPARE(list().currentIndex().row(), 10'000); // the neighbor of the removed entry
         QCOMPARE(list().verticalScrollBar()->value(), scrolledTo);
 
-        // The answer to the last question counts, also when that of an earlier one comes later.
+        // The result of the last listing is shown, also when that of an earlier one arrives later.
         browse(m_home->path());
         files().setLocalWorkingDir(at(u"large"_s));
         files().setLocalWorkingDir(at(u"small"_s));

@@ -75,7 +75,7 @@ private slots:
         expect(Qt::Key_Up, u"a", 3);
         expect(Qt::Key_Up, u"a", 3);
         expect(Qt::Key_Down, u"b", 2);
-        fixture.press(Qt::Key_Return); // what is browsed is added again, and stays where it was
+        fixture.press(Qt::Key_Return); // the entry is added again, and the old one is kept
         QCOMPARE(fixture.view->inputHistory().join(u' '), u"a b b c b"_s);
         QCOMPARE(fixture.view->historyIndex(), -1);
         expect(Qt::Key_Up, u"b", 0);
@@ -134,7 +134,7 @@ private slots:
         QTRY_COMPARE(fixture.input->parentWidget()->height(), 36);
     }
 
-    void showsTheEndToWhoSubmits()
+    void scrollsToTheEndOnSubmit()
     {
         ShellDesk fixture;
         auto *transcript = fixture.find<TranscriptView>("shellOutput");

@@ -15,7 +15,7 @@ class tst_RecoveryFilesMenu final : public QObject
     Q_OBJECT
 
 private slots:
-    void tellsEqualLeftoversApartAndDiscardsAfterAQuestion()
+    void numbersEqualLeftoversAndDiscardsAfterAQuestion()
     {
         QTemporaryDir folder;
         const QDateTime time = QDateTime::fromSecsSinceEpoch(1'000'000'000);

@@ -98,7 +98,7 @@ private slots:
 
     void copiesWhatWasPrinted_data()
     {
-        QTest::addColumn<QStringList>("printed"); // null stands for an info line in between
+        QTest::addColumn<QStringList>("printed"); // null means an info line in between
         QTest::addColumn<QString>("copied");
         const QString manyLines = u"ein Satz mit Umlauten: äöü\n"_s.repeated(20'000);
         const QString emptyLines = u"\n"_s.repeated(100'000);
@@ -177,7 +177,7 @@ private slots:
         QVERIFY(isFlood);
     }
 
-    void takesAFloodPieceByPiece()
+    void showsLargeOutputInPieces()
     {
         Pane pane;
         const qsizetype characters = 4'000'000;
@@ -195,7 +195,7 @@ private slots:
         QVERIFY(pane.bar().maximum() > characters / 18 - 1'000); // and each still counts as a row
     }
 
-    void followsTheEndUnlessThePersonScrolledAway()
+    void followsTheEndUnlessTheUserHasScrolledAway()
     {
         Pane pane;
         pane.printLines(200);

@@ -20,7 +20,7 @@ class tst_Window final : public QObject
     Q_OBJECT
 
 private slots:
-    void comesBackWhereItWas()
+    void restoresItsGeometry()
     {
         QTemporaryDir folder;
         const QString path = folder.filePath(QStringLiteral("state/korvane/window.ini"));
@@ -60,7 +60,7 @@ private slots:
         open([](QMainWindow &window) { QCOMPARE(window.size(), QSize(500, 300)); });
     }
 
-    void tellsWhatHappensElsewhere()
+    void announcesEvents()
     {
         ScriptedBoard board;
         WindowFixture fixture(WindowFixture::Python::Real, board.port());
@@ -145,7 +145,7 @@ private slots:
         QCOMPARE(tab->accessibleDescription(), QString());
     }
 
-    void goesToEveryPaneByMenu()
+    void focusesEveryPaneByMenu()
     {
         WindowFixture fixture;
         fixture.command(u"&Device Files"_s)->trigger();
@@ -190,7 +190,7 @@ private slots:
         }
     }
 
-    void tellsAboutItself()
+    void showsTheAboutBox()
     {
         WindowFixture fixture;
         fixture.command(u"&About Korvane"_s)->trigger();
