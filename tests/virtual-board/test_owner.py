@@ -5,7 +5,7 @@ import tempfile
 import time
 import unittest
 
-from virtual_board import END, SCRIPT, BoardProcess, Client
+from virtual_board import SCRIPT, BoardProcess, Client
 
 
 class Owner(unittest.TestCase):

@@ -1,7 +1,7 @@
 """What a running program sees of the line: interrupts and its standard input."""
 import time
 
-from virtual_board import END, INTERRUPT, BoardTest
+from virtual_board import INTERRUPT, BoardTest
 
 
 class Running(BoardTest):
