@@ -136,6 +136,11 @@ QString identity()
     return script("identity");
 }
 
+QString freeHeap()
+{
+    return script("free-heap");
+}
+
 QString remove(const QString &path, NodeKind kind)
 {
     return fill(script("delete"),

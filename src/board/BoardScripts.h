@@ -32,6 +32,8 @@ enum class NodeKind { File, Folder };
 [[nodiscard]] QString write(const QString &path, const QByteArray &bytes);
 /// Prints "__ID__" and the board's unique id in hexadecimal digits, if it has one.
 [[nodiscard]] QString identity();
+/// Prints "__FREE__" and the bytes that are free after a garbage collection.
+[[nodiscard]] QString freeHeap();
 /// Removes a file or an empty folder: prints "__OK__", or "__ERR__" and the board's reason.
 [[nodiscard]] QString remove(const QString &path, NodeKind kind);
 /// Makes each folder in turn, parents first; one that exists is left alone. Prints "__OK__".

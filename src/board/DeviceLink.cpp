@@ -118,6 +118,7 @@ Result<void> DeviceLink::connectDevice(const QString &port)
     }
     m_connectionState = DeviceConnectionState::connected(port);
     ++m_connectionNumber;
+    m_rawPaste = RawPaste::Support::Unknown;
     startDeviceReader();
     m_shell.appendInfo(QStringLiteral("Connected to ") + port);
     // Interrupts what the board is running. Signaled only after this: a command sent by a slot
@@ -208,7 +209,8 @@ Async<DeviceExecution> DeviceLink::executeOnDeviceRaw(QString code,
                                                       std::chrono::duration<double> timeout,
                                                       CallStop stop, WhenBusy whenBusy)
 {
-    auto exchange = std::make_unique<RawReplExchange>(m_serial, code, timeout, whenBusy);
+    auto exchange =
+        std::make_unique<RawReplExchange>(m_serial, m_rawPaste, code, timeout, whenBusy);
     // Uses no member after the wait, so that the lifetime need not be tested.
     co_return co_await execute(std::move(exchange), std::move(stop));
 }
@@ -249,8 +251,8 @@ Async<QString> DeviceLink::executeOnDevice(QString code, std::chrono::duration<d
 
 Async<QString> DeviceLink::executeInSequence(QString code, std::chrono::duration<double> timeout)
 {
-    auto exchange =
-        std::make_unique<RawReplExchange>(m_serial, code, timeout, WhenBusy::KeepAsking);
+    auto exchange = std::make_unique<RawReplExchange>(m_serial, m_rawPaste, code, timeout,
+                                                      WhenBusy::KeepAsking);
     exchange->setPromptAfterReply(RawReplExchange::Prompt::Raw);
     CallStop stop; // named, as above
     auto result = co_await execute(std::move(exchange), std::move(stop));

@@ -5,6 +5,7 @@
 #include "base/Lifetime.h"
 #include "board/BoardRecords.h"
 #include "board/DeviceLinkClient.h"
+#include "board/RawPaste.h"
 #include "board/RawReplHandshake.h"
 #include "serial/PortWatcher.h"
 #include "serial/SerialPortManager.h"
@@ -111,6 +112,9 @@ public:
 
     /// Changes whenever a connection begins or ends: equal numbers mean the same connection.
     [[nodiscard]] int connectionNumber() const { return m_connectionNumber; }
+    /// Whether the connected board offers raw-paste mode, as far as it is known. For those who send
+    /// programs.
+    [[nodiscard]] RawPaste::Support &rawPaste() { return m_rawPaste; }
     /// Tells boards apart, also after reconnecting: the USB serial number of the connected port, or
     /// the port's path and the board's unique id, or the path alone for a board without one. The
     /// board is asked once for each connection. Errors as of executeOnDevice.
@@ -156,6 +160,7 @@ private:
     QStringList m_availablePorts;
     bool m_deviceCommandInFlight = false;
     int m_connectionNumber = 0;
+    RawPaste::Support m_rawPaste = RawPaste::Support::Unknown;
     QString m_boardIdentity; // of the connected board, once it is known
     /// All commands whose result hasn't been taken: waiting, on the board, cut off, ended.
     std::list<std::unique_ptr<RawReplExchange>> m_commands;

@@ -1,8 +1,10 @@
 #include "board/ProgramRun.h"
 
 #include "base/ShellSink.h"
+#include "board/BoardScripts.h"
 #include "board/DeviceLink.h"
 
+#include <algorithm>
 #include <chrono>
 #include <utility>
 
@@ -13,6 +15,8 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto longestWaitForReply = 1s;
+constexpr auto quickTimeout = 5s;
+constexpr qsizetype longestTraceback = 200; // as much as is looked at
 
 } // namespace
 
@@ -21,6 +25,7 @@ ProgramRun::ProgramRun(DeviceLink &link, ShellSink &shell, QObject *parent)
     , m_link(link)
     , m_shell(shell)
     , m_handshake(link.serial())
+    , m_paste(link.serial(), link.rawPaste())
 {
     m_lateReply.setSingleShot(true);
     m_lateReply.setInterval(longestWaitForReply);
@@ -54,11 +59,20 @@ void ProgramRun::runOnDeviceStreamed(const QString &source, BoardState boardStat
         // What a command that loses the link has printed is its reply, not output.
         m_showsOldOutput = boardState == BoardState::MayBeBusy && !m_link.deviceCommandInFlight();
     }
+    if (m_paste.isActive()) {
+        m_paste.stop();
+        m_link.serial().discardPendingOutput();
+        m_link.serial().write("\x03");
+        m_showsOldOutput = false;
+    }
     m_isEntering = true;
     m_source = source;
     m_link.setDeviceCommandInFlight(true);
     m_link.serial().setDataInterceptor([this](const QByteArray &chunk) { takeEntering(chunk); });
-    const auto onGiveUp = [this] { giveUp(); };
+    const auto onGiveUp = [this] {
+        giveUp(QStringLiteral("The board never entered the raw REPL, so nothing was run. Try "
+                              "disconnecting and reconnecting."));
+    };
     if (m_deviceProgramRunning) {
         // What the board has not received of the old program would follow the Ctrl-C.
         m_link.serial().discardPendingOutput();
@@ -77,6 +91,14 @@ void ProgramRun::runOnDeviceStreamed(const QString &source, BoardState boardStat
 /// running, with stops and an end.
 void ProgramRun::takeEntering(const QByteArray &chunk)
 {
+    if (m_paste.isActive()) {
+        if (const auto output = m_paste.feed(chunk)) {
+            noteProgramSent({});
+            // With the acknowledgment, which this mode leaves out.
+            handleDeviceData("OK" + *output);
+        }
+        return;
+    }
     const RawReplHandshake::Received received = m_handshake.feed(chunk);
     if (m_showsOldOutput)
         handleDeviceData(received.beforeBanner);
@@ -102,27 +124,46 @@ void ProgramRun::sendProgram()
     if (!m_isEntering)
         return;
     m_lateReply.stop();
+    m_reply = Reply::None;
     const QString source = std::exchange(m_source, {});
+    const QByteArray program = source.isValidUtf16() ? source.toUtf8() : QByteArray();
+    m_programBytes = program.size();
+    if (!m_paste.isFor(program)) {
+        noteProgramSent(program + '\x04');
+        return;
+    }
+    RawPasteSender::Failures failures;
+    failures.onRefused = [this, program] { noteProgramSent(program + '\x04'); };
+    failures.onStalled = [this] {
+        m_link.serial().discardPendingOutput();
+        m_link.serial().write("\x03");
+        giveUp(QStringLiteral("The board stopped reading the program, so nothing was run. Try "
+                              "disconnecting and reconnecting."));
+    };
+    m_paste.start(program, std::move(failures));
+}
+
+/// Writes \p written after the state has changed.
+void ProgramRun::noteProgramSent(const QByteArray &written)
+{
     m_messages.expectReply();
     m_restartWatch.clear();
+    m_traceback.reset();
     m_reply = Reply::Awaited;
     // Before the link is free, so that no command can start in between.
     const bool wasRunning = std::exchange(m_deviceProgramRunning, true);
     leaveEntry();
-    SerialPortManager &serial = m_link.serial();
-    if (source.isValidUtf16())
-        serial.write(source.toUtf8());
-    serial.write("\x04");
+    if (!written.isEmpty())
+        m_link.serial().write(written);
     m_shell.appendInfo(QStringLiteral("▶ Sent to device."));
     if (!wasRunning)
         emit deviceProgramRunningChanged();
 }
 
-void ProgramRun::giveUp()
+void ProgramRun::giveUp(const QString &message)
 {
     leaveEntry();
-    m_shell.appendError(QStringLiteral("The board never entered the raw REPL, so nothing was run. "
-                                       "Try disconnecting and reconnecting."));
+    m_shell.appendError(message);
     // A program that ignored Ctrl-C is still running.
     if (m_reply != Reply::Awaited)
         setDeviceProgramRunning(false);
@@ -133,6 +174,7 @@ void ProgramRun::leaveEntry()
 {
     m_isEntering = false;
     m_handshake.stop();
+    m_paste.stop();
     m_source.clear();
     m_link.serial().setDataInterceptor({});
     m_link.setDeviceCommandInFlight(false);
@@ -144,6 +186,7 @@ void ProgramRun::handleDeviceData(const QByteArray &chunk)
     const DeviceStreamScanner::Scan scan = m_deviceStream.feed(chunk);
     const bool hasRestarted = m_restartWatch.feed(scan.text) && !m_isEntering;
     showText(scan.text, scan.endMarks);
+    noteTraceback(scan);
     const qsizetype pausesBeforeEnd = scan.pauses.size() - scan.pausesBehindEnd;
     for (const DebugPause &pause : scan.pauses.first(pausesBeforeEnd))
         notePause(pause);
@@ -198,8 +241,34 @@ void ProgramRun::finishReply()
         return;
     m_reply = Reply::None;
     m_lateReply.stop();
+    // Without a line of the program: it was raised while the board compiled it.
+    if (m_traceback.value_or(QString()).startsWith(u"MemoryError") && !m_isEntering)
+        tellFreeMemory(m_programBytes);
     if (!m_isEntering) // otherwise the board isn't free, but gets the next program
         emit replyWhole();
+}
+
+void ProgramRun::noteTraceback(const DeviceStreamScanner::Scan &scan)
+{
+    if (!m_traceback && !scan.endMarks.isEmpty())
+        m_traceback =
+            scan.text.sliced(scan.endMarks.first())
+                .first(std::min(longestTraceback, scan.text.size() - scan.endMarks.first()));
+    else if (m_traceback)
+        *m_traceback +=
+            scan.text.first(std::min(longestTraceback - m_traceback->size(), scan.text.size()));
+}
+
+QCoro::Task<void> ProgramRun::tellFreeMemory(qsizetype programBytes)
+{
+    const auto life = m_life.watch();
+    const auto output = co_await m_link.executeOnDevice(BoardScripts::freeHeap(), quickTimeout);
+    if (!life || !output)
+        co_return;
+    const QString free = output->section(QStringLiteral("__FREE__"), 1).trimmed();
+    m_shell.appendInfo(QStringLiteral("The program has %1 bytes; %2 bytes of the board's memory "
+                                      "are free for it and what it is compiled to.")
+                           .arg(QString::number(programBytes), free));
 }
 
 void ProgramRun::clearStream()
@@ -217,8 +286,11 @@ void ProgramRun::flushStream()
 void ProgramRun::abandon()
 {
     if (m_isEntering) {
+        const bool isReading = m_paste.isActive();
         leaveEntry();
-        m_link.serial().write("\x02");
+        if (isReading)
+            m_link.serial().discardPendingOutput();
+        m_link.serial().write(isReading ? "\x03\x02" : "\x02");
         m_messages.expectBanner();
     }
     setDeviceProgramRunning(false);

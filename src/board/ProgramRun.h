@@ -1,13 +1,18 @@
 #pragma once
 
+#include "base/Lifetime.h"
 #include "board/DeviceStreamScanner.h"
+#include "board/RawPasteSender.h"
 #include "board/RawReplHandshake.h"
 #include "board/ReplMessages.h"
 #include "board/RestartWatch.h"
 
+#include <QCoro/QCoroTask>
 #include <QObject>
 #include <QString>
 #include <QTimer>
+
+#include <optional>
 
 namespace Korvane {
 
@@ -78,7 +83,10 @@ private:
     void showHeldBack();
     void showText(QStringView text, const QList<qsizetype> &endMarks = {});
     void sendProgram();
-    void giveUp();
+    void noteProgramSent(const QByteArray &written);
+    void giveUp(const QString &message);
+    void noteTraceback(const DeviceStreamScanner::Scan &scan);
+    QCoro::Task<void> tellFreeMemory(qsizetype programBytes);
     void leaveEntry();
     void notePause(const DebugPause &pause);
     void noteEnd();
@@ -95,13 +103,18 @@ private:
     // The run that is being started, if any. There is one at most: the last one asked for.
     bool m_isEntering = false;
     RawReplHandshake m_handshake;
+    RawPasteSender m_paste;
     QString m_source;
     bool m_showsOldOutput = false; // text before the banner is the output of a program
 
     // The board's reply to the program that was sent last. Apart from deviceProgramRunning, which
     // may be cleared by others while the reply is still awaited.
     Reply m_reply = Reply::None;
+    qsizetype m_programBytes = 0;
+    /// The beginning of what follows the program's output.
+    std::optional<QString> m_traceback;
     QTimer m_lateReply;
+    Lifetime m_life;
 };
 
 } // namespace Korvane

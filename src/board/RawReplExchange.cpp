@@ -22,13 +22,15 @@ double usableSeconds(std::chrono::duration<double> timeout)
 
 } // namespace
 
-RawReplExchange::RawReplExchange(SerialPortManager &serial, const QString &code,
-                                 std::chrono::duration<double> timeout, WhenBusy whenBusy)
+RawReplExchange::RawReplExchange(SerialPortManager &serial, RawPaste::Support &rawPaste,
+                                 const QString &code, std::chrono::duration<double> timeout,
+                                 WhenBusy whenBusy)
     : m_serial(serial)
     , m_code(code.toUtf8())
     , m_timeoutSeconds(usableSeconds(timeout))
     , m_whenBusy(whenBusy)
     , m_handshake(serial)
+    , m_paste(serial, rawPaste)
 {
     m_timeoutTimer.setSingleShot(true);
     m_timeoutTimer.setTimerType(Qt::PreciseTimer);
@@ -55,6 +57,7 @@ void RawReplExchange::leaveLink()
 {
     m_hasLeftLink = true;
     m_handshake.mute();
+    m_paste.stop();
 }
 
 void RawReplExchange::interrupt()
@@ -85,6 +88,17 @@ void RawReplExchange::take(const QByteArray &chunk)
             sendProgram();
         return;
     }
+    if (m_phase == Phase::Running) {
+        takeReply(chunk);
+    } else if (const auto output = m_paste.feed(chunk)) {
+        m_phase = Phase::Running;
+        // The acknowledgment, which this mode leaves out.
+        takeReply("OK" + *output);
+    }
+}
+
+void RawReplExchange::takeReply(const QByteArray &chunk)
+{
     const std::optional<QString> text = m_decoder.feed(chunk);
     if (!text)
         return;
@@ -100,6 +114,18 @@ void RawReplExchange::showOldOutput(const QByteArray &bytes)
 }
 
 void RawReplExchange::sendProgram()
+{
+    if (m_promptAfterReply == Prompt::Raw || !m_paste.isFor(m_code)) {
+        writeProgram();
+        return;
+    }
+    m_phase = Phase::Pasting;
+    RawPasteSender::Failures failures;
+    failures.onRefused = [this] { writeProgram(); };
+    m_paste.start(m_code, std::move(failures));
+}
+
+void RawReplExchange::writeProgram()
 {
     m_phase = Phase::Running;
     m_serial.write(m_code + '\x04');
@@ -118,6 +144,7 @@ void RawReplExchange::finish(Result<DeviceExecution> result)
     if (m_result.isDone())
         return;
     m_handshake.stop();
+    m_paste.stop();
     m_timeoutTimer.stop();
     if (!m_hasLeftLink) {
         // A program that the board has not received whole never runs: Ctrl-B drops it there.
@@ -126,9 +153,11 @@ void RawReplExchange::finish(Result<DeviceExecution> result)
         m_serial.setDataInterceptor({});
         m_isInRawRepl = result && m_promptAfterReply == Prompt::Raw;
         // A program that timed out would keep the board, and the next command would find no raw
-        // REPL.
-        if (!m_isInRawRepl)
-            m_serial.write(m_stopsProgram ? "\x03\x02" : "\x02");
+        // REPL. So would one of which the board is still reading the rest.
+        if (!m_isInRawRepl) {
+            const bool isBusy = m_stopsProgram || m_phase == Phase::Pasting;
+            m_serial.write(isBusy ? "\x03\x02" : "\x02");
+        }
     }
     m_result.deliver(std::move(result));
     emit finished();

@@ -4,6 +4,7 @@
 #include "base/Result.h"
 #include "base/Utf8.h"
 #include "board/BoardRecords.h"
+#include "board/RawPasteSender.h"
 #include "board/RawReplHandshake.h"
 #include "board/RawReplResponse.h"
 
@@ -18,7 +19,8 @@ namespace Korvane {
 class SerialPortManager;
 
 /// One program sent through the raw REPL, from the first Ctrl-A to the Ctrl-B after its reply.
-/// Commands of a sequence share one Ctrl-A and one Ctrl-B.
+/// Commands of a sequence share one Ctrl-A and one Ctrl-B. A large program that is not part of one
+/// is sent in raw-paste mode, if the board offers it.
 ///
 /// It ends exactly once: with the whole reply, when the board never shows the banner, at the
 /// time-out, or by abort().
@@ -34,8 +36,8 @@ public:
         Raw,
     };
 
-    /// Borrows \p serial. \p timeout counts from start().
-    RawReplExchange(SerialPortManager &serial, const QString &code,
+    /// Borrows \p serial and \p rawPaste. \p timeout counts from start().
+    RawReplExchange(SerialPortManager &serial, RawPaste::Support &rawPaste, const QString &code,
                     std::chrono::duration<double> timeout, WhenBusy whenBusy);
 
     /// \p prompt is what the board shows now.
@@ -65,11 +67,13 @@ signals:
     void finished();
 
 private:
-    enum class Phase { Entering, Running };
+    enum class Phase { Entering, Pasting, Running };
 
     void take(const QByteArray &chunk);
     void showOldOutput(const QByteArray &bytes);
+    void takeReply(const QByteArray &chunk);
     void sendProgram();
+    void writeProgram();
     void timeOut();
     void finish(Result<DeviceExecution> result);
 
@@ -78,6 +82,7 @@ private:
     double m_timeoutSeconds;
     WhenBusy m_whenBusy;
     RawReplHandshake m_handshake;
+    RawPasteSender m_paste;
     QTimer m_timeoutTimer;
     Utf8::ChunkDecoder m_decoder;
     Phase m_phase = Phase::Entering;

@@ -1,3 +1,4 @@
+#include "board/RawPaste.h"
 #include "board/RawReplResponse.h"
 
 #include <QTest>
@@ -62,6 +63,45 @@ private slots:
         reply.feed(u"\4>");
         QVERIFY(!reply.isComplete());
         QVERIFY(reply.execution().stdout.isEmpty());
+    }
+
+    void pastesAsMuchAsTheBoardAccepts_data()
+    {
+        QTest::addColumn<QByteArray>("answer"); // to the request
+        QTest::addColumn<int>("endsAfter");     // the board ends the reading there
+        QTest::addColumn<QByteArray>("written");
+        QTest::addColumn<RawPaste::State>("state");
+        const QByteArray window("REPL>R\x01\x03\x00\x01", 10);
+        QTest::newRow("whole") << window << 99 << "0123456789\x04"_ba << RawPaste::State::Ended;
+        QTest::newRow("ended by the board")
+            << window << 3 << "012345\x03"_ba << RawPaste::State::Ended;
+        QTest::newRow("refused") << "R\0>"_ba << 99 << ""_ba << RawPaste::State::Refused;
+        QTest::newRow("not known")
+            << "\r\nraw REPL; CTRL-B to exit\r\n>"_ba << 99 << ""_ba << RawPaste::State::Asking;
+    }
+    void pastesAsMuchAsTheBoardAccepts()
+    {
+        QFETCH(QByteArray, answer);
+        QFETCH(int, endsAfter);
+        RawPaste paste("0123456789"_ba);
+        QByteArray written;
+        QByteArray output;
+        qsizetype read = 0;
+        for (QByteArray sent = answer; !sent.isEmpty();) { // byte by byte
+            const RawPaste::Step step = paste.feed(sent.first(1));
+            sent.remove(0, 1);
+            written += step.write;
+            output += step.output;
+            for (; read < written.size() && read < endsAfter; ++read) {
+                if (written[read] == '\x04')
+                    sent += "\x04hi\x04\x04>";
+                else if (read % 3 == 2)
+                    sent += read + 1 == endsAfter ? "\x04hi\x04\x04>" : "\x01";
+            }
+        }
+        QTEST(written, "written");
+        QTEST(paste.state(), "state");
+        QCOMPARE(output, paste.state() == RawPaste::State::Ended ? "hi\x04\x04>"_ba : ""_ba);
     }
 };
 

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "board/RawPaste.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <functional>
+#include <optional>
+
+namespace Korvane {
+
+class SerialPortManager;
+
+/// Writes a program to a board that is in the raw REPL, in raw-paste mode if the board offers it.
+/// Which it does is found out with the first program and noted in \p support. Main thread only.
+class RawPasteSender final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// What to do when the program does not arrive.
+    struct Failures
+    {
+        /// The board is in the raw REPL, has none of the program, and will not be asked again.
+        std::function<void()> onRefused;
+        /// The board has accepted nothing for 5 s.
+        std::function<void()> onStalled = [] {};
+    };
+
+    /// Borrows both.
+    RawPasteSender(SerialPortManager &serial, RawPaste::Support &support);
+
+    /// Whether \p program is to be sent in raw-paste mode: it is large, and the board may offer it.
+    [[nodiscard]] bool isFor(const QByteArray &program) const;
+    /// The callbacks are called from feed() or a timer.
+    void start(const QByteArray &program, Failures failures);
+    /// The result, once the board has the program: its output so far.
+    [[nodiscard]] std::optional<QByteArray> feed(QByteArrayView chunk);
+    /// Writes nothing more and calls no callback. The board may still be reading: Ctrl-C ends that.
+    void stop();
+    [[nodiscard]] bool isActive() const { return m_paste.has_value(); }
+
+private:
+    void timeOut();
+    void refuse();
+
+    SerialPortManager &m_serial;
+    RawPaste::Support &m_support;
+    std::optional<RawPaste> m_paste;
+    Failures m_failures;
+    QTimer m_timer;
+};
+
+} // namespace Korvane

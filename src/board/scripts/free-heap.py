@@ -1,0 +1,3 @@
+import gc
+gc.collect()
+print('__FREE__%d'%gc.mem_free())
