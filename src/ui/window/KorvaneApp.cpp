@@ -144,6 +144,8 @@ void KorvaneApp::makeWindow()
     if (std::exchange(fontPreload.isStarted, false))
         fontPreload.loadedByQt.acquire();
     m_window = std::make_unique<ContentView>(m_state);
+    // A title bar that Qt draws itself, under Wayland, shows only what is set.
+    m_window->setWindowTitle(QApplication::applicationDisplayName());
     new PreferenceEffects(preferences, *m_window);
     new ClaudeCommands(m_state, *m_server, *m_window); // the window's own
     new HelpCommands(*m_window);
