@@ -151,6 +151,7 @@ Async<void> DeviceLink::softReset()
     connect(m_softReset.get(), &SoftReset::finished, this, [this] { setInFlight(false); });
     m_softReset->start();
     m_shell.appendInfo(QStringLiteral("↻ Soft reset."));
+    emit softResetStarted();
     const auto result = co_await m_softReset->result();
     if (!result || !life)
         co_return DeviceError::closed();

@@ -128,6 +128,8 @@ signals:
     void readerStarting();
     /// A command has ended and left the raw REPL: the board sends its banner next.
     void rawReplLeft();
+    /// A soft reset was sent: what comes next is the restart.
+    void softResetStarted();
     /// Bytes that belong to no command.
     void dataReceived(const QByteArray &chunk);
     /// The last step of connecting.

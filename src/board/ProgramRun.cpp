@@ -34,6 +34,7 @@ ProgramRun::ProgramRun(DeviceLink &link, ShellSink &shell, QObject *parent)
     connect(&link, &DeviceLink::dataReceived, this, &ProgramRun::handleDeviceData);
     connect(&link, &DeviceLink::lost, this, &ProgramRun::flushStream);
     connect(&link, &DeviceLink::rawReplLeft, this, [this] { m_messages.expectBanner(); });
+    connect(&link, &DeviceLink::softResetStarted, this, [this] { m_messages.expectRestart(); });
     connect(&link, &DeviceLink::ended, this, &ProgramRun::reset);
     // Queued: a waiting command starts after what the caller and other slots write or send.
     connect(this, &ProgramRun::deviceProgramRunningChanged, &link, &DeviceLink::startNextCommand,

@@ -1,6 +1,7 @@
 #include "board/ReplMessages.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace Korvane {
 
@@ -9,7 +10,10 @@ namespace {
 constexpr QStringView acknowledgment = u"OK";
 constexpr QStringView prompt = u">";
 constexpr QStringView bannerStart = u"MicroPython ";
+constexpr QStringView friendlyPrompt = u">>> ";
 constexpr QStringView bannerEnd = u"\n>>> ";
+constexpr QStringView helpLine = u"Type \"help()\" for more information.";
+constexpr QStringView softReset = u"MPY: soft reboot";
 // Without this limit, all output of a board with another banner would be taken for its banner.
 constexpr qsizetype longestBanner = 512;
 
@@ -37,9 +41,19 @@ void ReplMessages::expectBanner()
     m_banner.clear();
 }
 
+void ReplMessages::expectRestart()
+{
+    m_expected = Expected::Restart;
+    m_isLineDecided = false;
+    m_isMessageLine = true;
+    m_hasRestarted = false;
+}
+
 QList<ReplMessages::Piece> ReplMessages::feed(QStringView text, const QList<qsizetype> &endMarks)
 {
     QList<Piece> pieces;
+    if (m_expected != Expected::Restart)
+        add(pieces, std::exchange(m_line, {}), false);
     qsizetype from = 0;
     for (const qsizetype mark : endMarks) {
         feedPart(text.sliced(from, mark - from), pieces);
@@ -63,6 +77,7 @@ void ReplMessages::noteEndMark()
     case Expected::Prompt: // the program printed a mark of its own
     case Expected::Nothing:
     case Expected::Banner:
+    case Expected::Restart:
         break;
     }
 }
@@ -89,6 +104,9 @@ void ReplMessages::feedPart(QStringView text, QList<Piece> &pieces)
     case Expected::Banner:
         length = bannerLength(text);
         break;
+    case Expected::Restart:
+        feedRestart(text, pieces);
+        return;
     case Expected::Nothing:
     case Expected::EndOfOutput:
     case Expected::EndOfReply:
@@ -96,6 +114,48 @@ void ReplMessages::feedPart(QStringView text, QList<Piece> &pieces)
     }
     add(pieces, text.first(length), true);
     add(pieces, text.sliced(length), false);
+}
+
+/// The lines between those of the REPL are what boot.py and main.py print.
+void ReplMessages::feedRestart(QStringView text, QList<Piece> &pieces)
+{
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (m_expected != Expected::Restart) {
+            add(pieces, text.sliced(i), false);
+            return;
+        }
+        const bool isLineEnd = text[i] == u'\r' || text[i] == u'\n';
+        if (!isLineEnd && !m_isLineDecided) {
+            m_line += text[i];
+            decideLine(pieces);
+            continue;
+        }
+        if (isLineEnd && !m_line.isEmpty()) {
+            m_isMessageLine = m_line == softReset || m_line == helpLine
+                || (m_line == prompt && !m_hasRestarted); // of an interrupted run
+            m_hasRestarted = m_hasRestarted || m_line == softReset;
+            add(pieces, std::exchange(m_line, {}), m_isMessageLine);
+        }
+        add(pieces, text.sliced(i, 1), m_isMessageLine);
+        m_isLineDecided = m_isLineDecided && !isLineEnd;
+    }
+}
+
+/// Passes the line on when it can no longer become a message, or is one.
+void ReplMessages::decideLine(QList<Piece> &pieces)
+{
+    const bool isPrompt = m_line == friendlyPrompt;
+    m_isMessageLine = isPrompt || m_line == bannerStart;
+    if (!m_isMessageLine) {
+        for (const QStringView message : {friendlyPrompt, bannerStart, helpLine, softReset}) {
+            if (message.startsWith(m_line))
+                return;
+        }
+    }
+    m_isLineDecided = !isPrompt; // what follows the prompt is told apart again
+    add(pieces, std::exchange(m_line, {}), m_isMessageLine);
+    if (isPrompt && m_hasRestarted)
+        m_expected = Expected::Nothing;
 }
 
 /// How much of \p text belongs to the banner.

@@ -7,8 +7,9 @@
 namespace Korvane {
 
 /// Separates the messages of the board's REPL from program output: the "OK" before the output of a
-/// program that was sent, the prompt behind its reply, and the banner when the raw REPL is left.
-/// Fed with the text of the board as it arrives; nothing is held back.
+/// program that was sent, the prompt behind its reply, the banner when the raw REPL is left, and
+/// what a soft reset prints around boot.py and main.py. Fed with the text of the board as it
+/// arrives; nothing is held back but the start of a line of a restart that may become a message.
 class ReplMessages final
 {
 public:
@@ -23,20 +24,36 @@ public:
     void expectReply();
     /// The raw REPL was left: the banner and the friendly prompt are expected next.
     void expectBanner();
+    /// A soft reset was sent: it ends with a banner and the friendly prompt.
+    void expectRestart();
 
     /// \p text without the end marks of a reply; \p endMarks are their places in it, ascending.
     [[nodiscard]] QList<Piece> feed(QStringView text, const QList<qsizetype> &endMarks = {});
 
 private:
-    enum class Expected { Nothing, Acknowledgment, EndOfOutput, EndOfReply, Prompt, Banner };
+    enum class Expected {
+        Nothing,
+        Acknowledgment,
+        EndOfOutput,
+        EndOfReply,
+        Prompt,
+        Banner,
+        Restart
+    };
 
     void feedPart(QStringView text, QList<Piece> &pieces);
+    void feedRestart(QStringView text, QList<Piece> &pieces);
+    void decideLine(QList<Piece> &pieces);
     void noteEndMark();
     [[nodiscard]] qsizetype bannerLength(QStringView text);
 
     Expected m_expected = Expected::Nothing;
     qsizetype m_matched = 0; // characters of the acknowledgment
     QString m_banner;        // the part that has arrived
+    QString m_line;          // of a restart, as long as it may become a message
+    bool m_isLineDecided = false;
+    bool m_isMessageLine = true;
+    bool m_hasRestarted = false;
 };
 
 } // namespace Korvane

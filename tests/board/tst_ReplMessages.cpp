@@ -26,6 +26,11 @@ private slots:
         row("a banner", false, "\r\nMicroPython v1 on x; y\r\nType \"help()\".\r\n>>> 1>>> ",
             "[\r\nMicroPython v1 on x; y\r\nType \"help()\".\r\n>>> ]1>>> ");
         row("no banner", false, "\r\nMore\r\n>>> ", "[\r\nM]ore\r\n>>> ");
+        row("a restart", false,
+            "^\r\n>>> \r\nMPY: soft reboot\r\nMine\r\n>\r\nMicroPython v1 on x; y\r\n"
+            "Type \"help()\" for more information.\r\n>>> 1\r\n",
+            "[\r\n>>> \r\nMPY: soft reboot\r\n]Mine\r\n>\r\n[MicroPython v1 on x; y\r\n"
+            "Type \"help()\" for more information.\r\n>>> ]1\r\n");
     }
 
     void marksWhatTheREPLSays()
@@ -33,9 +38,13 @@ private slots:
         QFETCH(bool, isReply);
         QFETCH(QString, received);
         QFETCH(QString, shown);
+        const bool isRestart = received.startsWith(u'^');
+        received.remove(u'^');
         for (const qsizetype size : {1, 3, 1000}) {
             ReplMessages messages;
             isReply ? messages.expectReply() : messages.expectBanner();
+            if (isRestart)
+                messages.expectRestart();
             QString result;
             for (qsizetype at = 0; at < received.size(); at += size) {
                 QString chunk = received.mid(at, size);
