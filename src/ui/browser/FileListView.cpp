@@ -7,6 +7,7 @@
 
 #include <QContextMenuEvent>
 #include <QDrag>
+#include <QFocusEvent>
 #include <QHelpEvent>
 #include <QItemSelectionModel>
 #include <QKeyEvent>
@@ -125,6 +126,17 @@ int FileListView::rowToChoose(const QString &folder) const
         return std::min(m_chosenRow, last); // it was deleted: its neighbour
     // Keyboard users continue from the first row.
     return hasFocus() ? std::min(0, last) : -1;
+}
+
+/// By key, the focus would be nowhere to be seen in a list without a selection.
+void FileListView::focusInEvent(QFocusEvent *event)
+{
+    QListView::focusInEvent(event);
+    const Qt::FocusReason reason = event->reason();
+    const bool isByKey = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
+        || reason == Qt::OtherFocusReason;
+    if (isByKey && m_model->rowCount() > 0 && !selectionModel()->hasSelection())
+        setCurrentIndex(currentIndex().isValid() ? currentIndex() : m_model->index(0));
 }
 
 QList<int> FileListView::selectedRows() const

@@ -23,16 +23,20 @@ void FileRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &optio
     const QStyle *style = option.widget ? option.widget->style() : QApplication::style();
     style->drawPrimitive(QStyle::PE_PanelItemViewItem, &option, painter, option.widget);
 
+    // Without the focus, the style draws a selection in a color on which all text can be read.
     const bool isSelected = option.state & QStyle::State_Selected;
+    const bool isVivid = isSelected && (option.state & QStyle::State_Active);
     const Theme &theme = Theme::of(option.palette);
     const QRect room = option.rect.adjusted(margin, 0, -margin, 0);
     const QRect iconRect(room.left(), room.center().y() - iconSize / 2, iconSize, iconSize);
     index.data(Qt::DecorationRole)
         .value<QIcon>()
-        .paint(painter, iconRect, Qt::AlignCenter, isSelected ? QIcon::Selected : QIcon::Normal);
+        .paint(painter, iconRect, Qt::AlignCenter, isVivid ? QIcon::Selected : QIcon::Normal);
 
     const auto color = [&](Theme::Role role) {
-        return theme.color(isSelected ? Theme::Role::SelectedText : role);
+        return theme.color(isVivid          ? Theme::Role::SelectedText
+                               : isSelected ? Theme::Role::Label
+                                            : role);
     };
     QRect nameRect = room.adjusted(iconSize + gap, 0, 0, 0);
     painter->save();

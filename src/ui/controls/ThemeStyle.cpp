@@ -89,6 +89,13 @@ void drawScrollBar(QPainter *painter, const QStyleOptionSlider &bar, const QWidg
     painter->restore();
 }
 
+/// Of a list that can have the focus, but doesn't.
+bool isFadedSelection(const QStyleOption *option, const QWidget *view)
+{
+    return (option->state & QStyle::State_Selected) && !(option->state & QStyle::State_Active)
+        && view && view->focusPolicy() != Qt::NoFocus;
+}
+
 } // namespace
 
 ThemeStyle::ThemeStyle()
@@ -116,6 +123,12 @@ void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *opt
         painter->restore();
         return;
     }
+    case PE_PanelItemViewItem:
+    case PE_PanelItemViewRow:
+        if (!isFadedSelection(option, widget))
+            break;
+        painter->fillRect(option->rect, theme.color(Theme::Role::Pressed));
+        return;
     case PE_PanelScrollAreaCorner:
         painter->fillRect(option->rect, option->palette.base());
         return;
@@ -189,6 +202,12 @@ void ThemeStyle::drawControl(ControlElement element, const QStyleOption *option,
                           theme.color(Theme::Role::Separator));
         painter->fillRect(QRect(rect.right(), rect.top() + 4, 1, rect.height() - 8),
                           theme.color(Theme::Role::Separator));
+        return;
+    }
+    if (element == CE_ItemViewItem && isFadedSelection(option, widget)) {
+        QStyleOptionViewItem faded(*static_cast<const QStyleOptionViewItem *>(option));
+        faded.palette.setBrush(QPalette::HighlightedText, faded.palette.text());
+        QProxyStyle::drawControl(element, &faded, painter, widget);
         return;
     }
     if (element == CE_ToolButtonLabel && hasWordsBesideIcon(option)) {

@@ -13,6 +13,7 @@
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
+#include <QScopedValueRollback>
 #include <QScrollBar>
 #include <QShowEvent>
 #include <QStackedWidget>
@@ -22,6 +23,12 @@
 #include <algorithm>
 
 namespace Korvane {
+
+namespace {
+
+constexpr int smallestValueWidth = 96;
+
+} // namespace
 
 VariablesView::VariablesView(AppState &state, QWidget *parent)
     : QWidget(parent)
@@ -67,6 +74,7 @@ void VariablesView::setUpTable()
     m_table->setWordWrap(false);
     m_table->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     m_table->setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+    m_table->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff); // long values are elided
     m_table->verticalHeader()->hide();
     QHeaderView *header = m_table->horizontalHeader();
     header->setStretchLastSection(true);
@@ -82,8 +90,22 @@ void VariablesView::fillTable()
     m_table->verticalHeader()->setDefaultSectionSize(QFontMetrics(Theme::monospacedFont()).height()
                                                      + 8);
     QHeaderView *header = m_table->horizontalHeader();
-    header->resizeSection(VariablesModel::Name, 180);
-    header->resizeSection(VariablesModel::Type, 120);
+    connect(header, &QHeaderView::sectionResized, this, [this](int column, int, int width) {
+        if (column != VariablesModel::Value && !m_isFitting)
+            m_wantedWidths[static_cast<size_t>(column)] = width; // by the mouse
+    });
+    fitColumns();
+}
+
+/// Names and types leave room for the values.
+void VariablesView::fitColumns()
+{
+    const QScopedValueRollback guard(m_isFitting, true);
+    const int wanted = m_wantedWidths[0] + m_wantedWidths[1];
+    const int room = std::clamp(width() - smallestValueWidth, smallestValueWidth, wanted);
+    for (const int column : {VariablesModel::Name, VariablesModel::Type})
+        m_table->horizontalHeader()->resizeSection(
+            column, m_wantedWidths[static_cast<size_t>(column)] * room / wanted);
 }
 
 QWidget *VariablesView::makeHeader()
@@ -160,14 +182,23 @@ void VariablesView::showVariables()
     const bool isEmpty = variables.isEmpty();
     m_body->setCurrentWidget(isEmpty ? m_emptyState : static_cast<QWidget *>(m_table));
     if (!isEmpty && m_table->model() && !std::exchange(m_columnsFitted, true)) {
+        const QAbstractItemView *table = m_table; // QTableView hides the size hints
         for (const int column : {VariablesModel::Name, VariablesModel::Type}) {
-            QHeaderView *header = m_table->horizontalHeader();
-            const int atLeast = header->sectionSize(column);
-            m_table->resizeColumnToContents(column);
-            header->resizeSection(column,
-                                  std::clamp(header->sectionSize(column) + 16, atLeast, 320));
+            int &width = m_wantedWidths[static_cast<size_t>(column)];
+            width = std::clamp(table->sizeHintForColumn(column) + 16, width, 320);
         }
+        fitColumns();
     }
+}
+
+bool VariablesView::focusTable()
+{
+    if (m_body->currentWidget() != m_table || m_model->rowCount() == 0)
+        return false;
+    if (!m_table->currentIndex().isValid())
+        m_table->selectRow(0);
+    m_table->setFocus();
+    return true;
 }
 
 void VariablesView::showSource()
@@ -178,6 +209,13 @@ void VariablesView::showSource()
     m_emptyHint->setText(m_state.link().connectionState().isConnected()
                              ? tr("Run code on the device to inspect its variables")
                              : tr("Run code to inspect variables"));
+}
+
+void VariablesView::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    if (m_table->model())
+        fitColumns();
 }
 
 void VariablesView::showEvent(QShowEvent *event)

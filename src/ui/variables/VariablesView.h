@@ -2,6 +2,8 @@
 
 #include <QWidget>
 
+#include <array>
+
 class QLabel;
 class QStackedWidget;
 class QTableView;
@@ -22,7 +24,11 @@ public:
     /// \p state must outlive this.
     explicit VariablesView(AppState &state, QWidget *parent = nullptr);
 
+    /// Gives the table the focus; false when it has no rows.
+    bool focusTable();
+
 protected:
+    void resizeEvent(QResizeEvent *event) override;
     void showEvent(QShowEvent *event) override;
 
 private:
@@ -32,6 +38,7 @@ private:
     [[nodiscard]] QWidget *makeEmptyState();
     void setUpTable();
     void fillTable();
+    void fitColumns();
 
     AppState &m_state;
     VariablesModel *m_model;
@@ -41,6 +48,8 @@ private:
     ElidedLabel *m_caption;
     QLabel *m_emptyHint;
     bool m_columnsFitted = false;
+    bool m_isFitting = false;
+    std::array<int, 2> m_wantedWidths{180, 120}; // of the names and of the types
 };
 
 } // namespace Korvane

@@ -84,7 +84,7 @@ void BottomPane::focusPane()
 {
     if (m_state.bottomTab() == AppState::BottomTab::Shell)
         m_shell->focusInput();
-    else
+    else if (!m_variables->focusTable())
         m_variablesTab->setFocus();
 }
 
