@@ -20,6 +20,14 @@ namespace {
 
 constexpr qsizetype maxClosed = 20;
 
+void restoreBreakpoints(EditorFile &file, const WorkspaceFile::Document &left)
+{
+    for (const int line : left.breakpoints) {
+        if (line <= file.storage().blockCount())
+            file.toggleBreakpoint(line);
+    }
+}
+
 void prepare(EditorFile &file, const WorkspaceFile::Document &left)
 {
     QTextCursor caret(&file.storage());
@@ -27,10 +35,7 @@ void prepare(EditorFile &file, const WorkspaceFile::Document &left)
     file.viewState.caret = caret;
     file.viewState.isCaretPlaced = true;
     file.viewState.firstVisibleLine = left.firstVisibleLine;
-    for (const int line : left.breakpoints) {
-        if (line <= file.storage().blockCount())
-            file.toggleBreakpoint(line);
-    }
+    restoreBreakpoints(file, left);
 }
 
 std::unique_ptr<EditorFile> makeFile(const DocumentPlace &place, const QString &fileText,
@@ -156,8 +161,11 @@ QCoro::Task<bool> Workspace::openDocuments(QList<WorkspaceFile::Document> docume
             missing << QFileInfo(document.place.path).fileName();
             continue;
         }
-        if (open.fileAt(file->place))
+        if (EditorFile *opened = open.fileAt(file->place)) { // by the command line
+            if (opened->breakpoints().isEmpty())
+                restoreBreakpoints(*opened, document);
             continue;
+        }
         const QUuid selectedNow = open.selectedFileID();
         open.add(makeFile(file->place, *file->text, document));
         if (i == selected)
