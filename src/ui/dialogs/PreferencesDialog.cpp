@@ -91,7 +91,8 @@ void PreferencesDialog::showEvent(QShowEvent *event)
     const int width = m_scroll->widget()->minimumSizeHint().width()
         + m_scroll->verticalScrollBar()->sizeHint().width();
     const QSize wanted(std::max(width, 620), 600);
-    resize(wanted.boundedTo(screen()->availableSize() * 9 / 10));
+    const QSize room = screen()->availableSize();
+    resize(wanted.boundedTo(QSize(room.width(), room.height() * 9 / 10)));
 }
 
 void PreferencesDialog::addEditorSection()

@@ -9,6 +9,7 @@
 #include "ui/window/LocalFileOpening.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QLabel>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -26,7 +27,9 @@ StartPage::StartPage(Workspace &workspace, AppState &state, CodeEditorView &edit
     : QWidget(&editor)
     , m_workspace(workspace)
     , m_state(state)
+    , m_editor(editor)
 {
+    editor.installEventFilter(this);
     setObjectName(QStringLiteral("startPage"));
     setFont(QApplication::font()); // not the code's
     hide();
@@ -60,6 +63,34 @@ void StartPage::fill()
     addLinks(tr("Recent files"), m_workspace.recentFiles(), false);
     addLinks(tr("Recent folders"), m_workspace.recentFolders(), true);
     setGeometry(QRect(place, sizeHint()));
+    fit();
+}
+
+/// Hides what would be cut by the lower edge of the editor.
+void StartPage::fit()
+{
+    int bottom = place.y();
+    for (QWidget *row : findChildren<QWidget *>(Qt::FindDirectChildrenOnly)) {
+        bottom += row->sizeHint().height() + m_column->spacing();
+        row->setVisible(bottom <= m_editor.height());
+    }
+    resize(sizeHint());
+}
+
+bool StartPage::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::Resize && isVisible())
+        fit();
+    return QWidget::eventFilter(watched, event);
+}
+
+void StartPage::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && isVisible()) {
+        fill(); // the links have colors of their own
+        show();
+    }
 }
 
 void StartPage::addLinks(const QString &title, const QStringList &paths, bool areFolders)

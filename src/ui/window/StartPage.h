@@ -20,13 +20,19 @@ public:
     /// Lies over \p editor, which owns it. \p workspace and \p state must outlive it.
     StartPage(Workspace &workspace, AppState &state, CodeEditorView &editor);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
 private:
     void update();
     void fill();
+    void fit();
     void addLinks(const QString &title, const QStringList &paths, bool areFolders);
 
     Workspace &m_workspace;
     AppState &m_state;
+    CodeEditorView &m_editor;
     QVBoxLayout *m_column = nullptr;
 };
 
