@@ -1,4 +1,5 @@
 #include "app/AppFixture.h"
+#include "support/Awaited.h"
 #include "support/ScriptedBoard.h"
 
 using namespace Korvane;
@@ -58,7 +59,7 @@ private slots:
         QCOMPARE(shop.table(), u"old:int=0"_s);
     }
 
-    void leavesABoardAloneThatExecutesACommand()
+    void readsNothingFromABusyBoard()
     {
         BoardAppFixture shop;
         shop.connectBoard();
@@ -72,6 +73,11 @@ private slots:
         QTRY_COMPARE(shop.programs.constLast(), "last"_ba);
         QCOMPARE(shop.programs.size(), 2);
         QTRY_VERIFY(shop.isBoardIdle());
+        shop.answer = "OKbusy\r\n"; // the program does not end
+        shop.runOnBoard();
+        QTRY_VERIFY(shop.state->programRun().deviceProgramRunning());
+        QTRY_VERIFY(!shop.state->link().deviceCommandInFlight());
+        QVERIFY(awaited(shop.state->variablesStore().refreshVariables()));
     }
 
     void saysWhenThereIsNoSessionToRestart()

@@ -52,6 +52,8 @@ private slots:
             static const QStringList names{u"disconnected"_s, u"connecting"_s, u"connected"_s};
             states << names[int(fixture.link->connectionState().kind())];
         });
+        connect(fixture.link.get(), &DeviceLink::connected, this,
+                [&] { fixture.link->serial().write("a"); });
         QCOMPARE(awaited(fixture.link->softReset()).error().code, ErrorCode::NotConnected);
         QVERIFY(fixture.connectTo(board.port()));
         QCOMPARE(fixture.link->connectDevice(board.port()).error().code, ErrorCode::Cancelled);
@@ -59,7 +61,7 @@ private slots:
                  QStringList({u"reader starting"_s, u"info: Connected to "_s + board.port(),
                               u"connected"_s}));
         QVERIFY(awaited(fixture.link->softReset()));
-        QTRY_COMPARE(board.transcript(), u"^C^C^C^C^B^D"_s);
+        QTRY_COMPARE(board.transcript(), u"^C^Ca^C^C^B^D"_s);
         QTRY_VERIFY(fixture.data.endsWith("soft reboot\r\n>>> "));
 
         fixture.log.clear();
@@ -72,7 +74,7 @@ private slots:
         QCOMPARE(fixture.log,
                  QStringList{u"failed: Connection failed: No such file or directory"_s});
         QCOMPARE(states.join(u' '), u"connecting connected disconnected connecting disconnected"_s);
-        QCOMPARE(board.transcript(), u"^C^C^C^C^B^D"_s);
+        QCOMPARE(board.transcript(), u"^C^Ca^C^C^B^D"_s);
     }
 
     void runsAProgram()

@@ -418,6 +418,8 @@ private slots:
         QTRY_COMPARE(desk.found(), u"3 found"_s);
         desk.press(Qt::Key_F3);
         QCOMPARE(desk.found(), u"1 of 3"_s);
+        desk.putCaret(2, 0); // a part of it
+        QTRY_COMPARE(desk.found(), u"3 found"_s);
         EditorFile other(u"o.py"_s, {}, DocumentText{u"only one"_s});
         desk.editor.showDocument(&other);
         QTRY_COMPARE(desk.found(), u"1 found"_s);

@@ -1,6 +1,7 @@
 #include "theme/Icons.h"
 #include "theme/Theme.h"
 #include "ui/WindowFixture.h"
+#include "ui/controls/ProgressIndicator.h"
 
 #include <QDir>
 #include <QPlainTextEdit>
@@ -134,6 +135,15 @@ private slots:
             }
             QVERIFY2(drawn > 25, qPrintable(file));
         }
+    }
+
+    void drawsAndTurnsTheSpinner()
+    {
+        ProgressIndicator spinner(32);
+        const QImage first = spinner.grab().toImage();
+        QVERIFY(first.pixelColor(16, 6) != first.pixelColor(0, 0));
+        spinner.show();
+        QTRY_VERIFY(spinner.grab().toImage() != first);
     }
 };
 
