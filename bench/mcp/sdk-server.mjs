@@ -3,7 +3,7 @@
 // node sdk-server.mjs TOKEN TOOLS.json [session]      listens on a free port and prints it
 //
 // Without "session" there is a fresh transport for each request, as the SDK wants it of servers
-// that keep nothing. With it one client has been initialised, and its transport serves them all.
+// that keep nothing. With it one client has been initialized, and its transport serves them all.
 import { readFileSync } from 'node:fs';
 import { createServer } from 'node:http';
 

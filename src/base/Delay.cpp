@@ -7,25 +7,26 @@ namespace Korvane {
 Delay::~Delay()
 {
     // A coroutine that is resumed here must not start anything: its object is being destroyed.
-    m_isGoing = true;
-    std::list<Nap> naps;
-    naps.swap(m_naps);
+    m_isEnding = true;
+    std::list<Wait> waits;
+    waits.swap(m_waits);
 }
 
 QCoro::Task<bool> Delay::sleep(std::chrono::milliseconds duration)
 {
-    Nap &nap = m_naps.emplace_back();
-    const auto position = std::prev(m_naps.end());
-    nap.timer.setSingleShot(true);
-    nap.timer.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&nap.timer, &QTimer::timeout, &nap.timer, [&nap] { nap.done.deliver(true); });
-    nap.timer.start(duration);
+    Wait &wait = m_waits.emplace_back();
+    const auto position = std::prev(m_waits.end());
+    wait.timer.setSingleShot(true);
+    wait.timer.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&wait.timer, &QTimer::timeout, &wait.timer,
+                     [&wait] { wait.done.deliver(true); });
+    wait.timer.start(duration);
 
-    const std::optional<bool> elapsed = co_await nap.done.wait();
+    const std::optional<bool> elapsed = co_await wait.done.wait();
     // The timer may have fired although the coroutine has not been resumed yet.
-    if (!elapsed || m_isGoing)
+    if (!elapsed || m_isEnding)
         co_return false;
-    m_naps.erase(position);
+    m_waits.erase(position);
     co_return true;
 }
 

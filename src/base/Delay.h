@@ -25,13 +25,13 @@ public:
     [[nodiscard]] QCoro::Task<bool> sleep(std::chrono::milliseconds duration);
 
 private:
-    struct Nap
+    struct Wait
     {
         QTimer timer;
         OneShot<bool> done;
     };
-    std::list<Nap> m_naps;
-    bool m_isGoing = false;
+    std::list<Wait> m_waits;
+    bool m_isEnding = false;
 };
 
 } // namespace Korvane

@@ -123,7 +123,7 @@ int FileListView::rowToChoose(const QString &folder) const
         return found;
     const int last = m_model->rowCount() - 1;
     if (folder == m_folder)
-        return std::min(m_chosenRow, last); // it was deleted: its neighbour
+        return std::min(m_chosenRow, last); // it was deleted: its neighbor
     // Keyboard users continue from the first row.
     return hasFocus() ? std::min(0, last) : -1;
 }
