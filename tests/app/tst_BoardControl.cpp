@@ -14,30 +14,30 @@ class tst_BoardControl final : public QObject
 private slots:
     void connectsALostBoardAgain()
     {
-        BoardAppFixture shop;
-        shop.connectBoard();
-        DeviceLink &link = shop.state->link();
+        BoardAppFixture fixture;
+        fixture.connectBoard();
+        DeviceLink &link = fixture.state->link();
         const auto plugAgain = [&] {
-            shop.board.vanish();
-            QTRY_VERIFY(!shop.isConnected());
+            fixture.board.vanish();
+            QTRY_VERIFY(!fixture.isConnected());
             link.refreshPorts();
-            shop.board.plugIn();
+            fixture.board.plugIn();
             link.refreshPorts();
         };
         plugAgain();
-        QTRY_VERIFY(shop.isConnected());
-        QCOMPARE(shop.lines().filter(u"info: "_s).mid(1),
+        QTRY_VERIFY(fixture.isConnected());
+        QCOMPARE(fixture.lines().filter(u"info: "_s).mid(1),
                  QStringList({u"info: Device disconnected."_s,
-                              u"info: Connected to "_s + shop.board.port()}));
-        QTRY_VERIFY(shop.isBoardIdle());
+                              u"info: Connected to "_s + fixture.board.port()}));
+        QTRY_VERIFY(fixture.isBoardIdle());
 
         link.disconnectDevice(); // by the user
         plugAgain();
-        QVERIFY(!shop.isConnected());
-        QVERIFY(link.connectDevice(shop.board.port()));
-        shop.state->preferences().setFlag(Preferences::ReconnectBoards, false);
+        QVERIFY(!fixture.isConnected());
+        QVERIFY(link.connectDevice(fixture.board.port()));
+        fixture.state->preferences().setFlag(Preferences::ReconnectBoards, false);
         plugAgain();
-        QVERIFY(!shop.isConnected());
+        QVERIFY(!fixture.isConnected());
     }
 
     void namesBoardsByTheirDescriptors()
@@ -54,8 +54,8 @@ private slots:
         QVERIFY(QDir().mkpath(folder.filePath(u"sys/class/tty/ttyACM0"_s)));
         QVERIFY(
             QFile::link(usb + u"/1-1:1.0"_s, folder.filePath(u"sys/class/tty/ttyACM0/device"_s)));
-        const AppFixture shop({}, {folder.filePath(u"sys"_s), dev, {}});
-        const BoardControl &board = shop.state->board();
+        const AppFixture fixture({}, {folder.filePath(u"sys"_s), dev, {}});
+        const BoardControl &board = fixture.state->board();
         QCOMPARE(board.nameOf(dev + u"/ttyACM0"_s), u"Pico, ttyACM0"_s);
         QVERIFY(QFile::remove(usb + u"/product"_s));
         QCOMPARE(board.nameOf(dev + u"/ttyACM0"_s), u"MicroPython, ttyACM0"_s);
@@ -87,21 +87,21 @@ private slots:
 
     void asksAndSetsTheBoard()
     {
-        BoardAppFixture shop;
-        shop.state->board().showDetails();
-        QCOMPARE(shop.lines(),
+        BoardAppFixture fixture;
+        fixture.state->board().showDetails();
+        QCOMPARE(fixture.lines(),
                  QStringList{u"error: Could not read the board’s details: Not connected"_s});
-        shop.connectBoard();
-        shop.answer = ScriptedBoard::reply("__BOARD__\r\nPico with RP2040\r\n"
-                                           "micropython v1.22\r\n180000\r\n\r\n");
-        shop.state->board().showDetails();
-        QTRY_VERIFY(shop.lines().contains(
+        fixture.connectBoard();
+        fixture.answer = ScriptedBoard::reply("__BOARD__\r\nPico with RP2040\r\n"
+                                              "micropython v1.22\r\n180000\r\n\r\n");
+        fixture.state->board().showDetails();
+        QTRY_VERIFY(fixture.lines().contains(
             u"info: %1 — Pico with RP2040 — micropython v1.22 — 180.0 kB of memory free"_s.arg(
-                shop.board.port())));
-        shop.answer = ScriptedBoard::reply("");
-        shop.state->board().setClock();
-        QTRY_VERIFY(shop.text().contains(u"info: The board’s clock was set to 2"_s));
-        QVERIFY(shop.programs.constLast().contains(".datetime((2"));
+                fixture.board.port())));
+        fixture.answer = ScriptedBoard::reply("");
+        fixture.state->board().setClock();
+        QTRY_VERIFY(fixture.text().contains(u"info: The board’s clock was set to 2"_s));
+        QVERIFY(fixture.programs.constLast().contains(".datetime((2"));
     }
 };
 

@@ -15,9 +15,9 @@ class tst_BoardRuns final : public QObject
     VirtualBoard m_board;
 
     /// The program has ended, the variables are read, and the prompt is back.
-    bool isOver(const AppFixture &shop) const
+    bool isOver(const AppFixture &fixture) const
     {
-        return shop.isBoardIdle() && shop.text().endsWith(u">>> "_s);
+        return fixture.isBoardIdle() && fixture.text().endsWith(u">>> "_s);
     }
 
     /// How many numbers the old program has printed; -1 when one is missing.
@@ -35,17 +35,17 @@ class tst_BoardRuns final : public QObject
 private slots:
     void opensTheSourceOfATraceback()
     {
-        BoardAppFixture shop;
-        QSignalSpy opened(shop.state.get(), &AppState::sourceLineOpened);
-        shop.runOnBoard();
-        QTRY_VERIFY(shop.isBoardIdle());
-        const QUuid sent = shop.state->documents().selectedFileID();
-        shop.state->documents().newFile();
-        shop.state->openSource(u"<stdin>"_s, 7, 1);
-        QCOMPARE(shop.state->documents().selectedFileID(), sent);
+        BoardAppFixture fixture;
+        QSignalSpy opened(fixture.state.get(), &AppState::sourceLineOpened);
+        fixture.runOnBoard();
+        QTRY_VERIFY(fixture.isBoardIdle());
+        const QUuid sent = fixture.state->documents().selectedFileID();
+        fixture.state->documents().newFile();
+        fixture.state->openSource(u"<stdin>"_s, 7, 1);
+        QCOMPARE(fixture.state->documents().selectedFileID(), sent);
         QCOMPARE(opened, QList<QVariantList>({{7}}));
-        shop.state->openSource(u"/nowhere/a.py"_s, 1, 0);
-        QTRY_COMPARE(shop.lines().last(),
+        fixture.state->openSource(u"/nowhere/a.py"_s, 1, 0);
+        QTRY_COMPARE(fixture.lines().last(),
                      u"error: Cannot open /nowhere/a.py: No such file or directory"_s);
     }
 
@@ -53,42 +53,42 @@ private slots:
 
     void showsOutputThenVariablesThenAnswersTheShell()
     {
-        AppFixture shop;
-        QVERIFY(shop.state->link().connectDevice(m_board.port()));
-        shop.write(u"import sys\nx = 'a' * 600\n_hidden = 1\nprint('hällo')\n"_s);
-        shop.run();
-        QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
-        QVERIFY2(shop.text().contains(u"OKhällo\n>"_s), qPrintable(shop.text()));
-        QCOMPARE(shop.table(), u"x:str='%1..."_s.arg(QString(499, u'a')));
-        shop.state->submitShell(u"print(6 * 7)"_s);
-        QTRY_VERIFY2(shop.text().contains(u"\n42\n>>> "_s), qPrintable(shop.text()));
-        shop.state->submitShell(u"def f():\n    return 'äöü'\n\nprint(f(), x[:2])"_s);
-        QTRY_VERIFY2(shop.text().contains(u"\näöü aa\n>>> "_s), qPrintable(shop.text()));
+        AppFixture fixture;
+        QVERIFY(fixture.state->link().connectDevice(m_board.port()));
+        fixture.write(u"import sys\nx = 'a' * 600\n_hidden = 1\nprint('hällo')\n"_s);
+        fixture.run();
+        QTRY_VERIFY2(isOver(fixture), qPrintable(fixture.text()));
+        QVERIFY2(fixture.text().contains(u"OKhällo\n>"_s), qPrintable(fixture.text()));
+        QCOMPARE(fixture.table(), u"x:str='%1..."_s.arg(QString(499, u'a')));
+        fixture.state->submitShell(u"print(6 * 7)"_s);
+        QTRY_VERIFY2(fixture.text().contains(u"\n42\n>>> "_s), qPrintable(fixture.text()));
+        fixture.state->submitShell(u"def f():\n    return 'äöü'\n\nprint(f(), x[:2])"_s);
+        QTRY_VERIFY2(fixture.text().contains(u"\näöü aa\n>>> "_s), qPrintable(fixture.text()));
     }
 
     void isFreeAfterADebugRunIsStopped()
     {
-        AppFixture shop;
-        DebugSession &session = shop.state->debugSession();
-        QVERIFY(shop.state->link().connectDevice(m_board.port()));
-        shop.write(u"print('on')\nwhile True:\n    i = 1\n"_s);
-        shop.state->documents().toggleBreakpoint(3);
-        shop.state->startDebugRun();
-        shop.state->documents().newFile(); // and what is selected later does not matter
-        shop.write(u"other"_s);
+        AppFixture fixture;
+        DebugSession &session = fixture.state->debugSession();
+        QVERIFY(fixture.state->link().connectDevice(m_board.port()));
+        fixture.write(u"print('on')\nwhile True:\n    i = 1\n"_s);
+        fixture.state->documents().toggleBreakpoint(3);
+        fixture.state->startDebugRun();
+        fixture.state->documents().newFile(); // and what is selected later does not matter
+        fixture.write(u"other"_s);
         QTRY_COMPARE(session.pausedAt(), 3);
-        QCOMPARE(shop.state->bottomTab(), AppState::BottomTab::Variables);
-        QCOMPARE(shop.state->variablesCaption(), u"stopped at line 3"_s);
+        QCOMPARE(fixture.state->bottomTab(), AppState::BottomTab::Variables);
+        QCOMPARE(fixture.state->variablesCaption(), u"stopped at line 3"_s);
         session.debugStep();
         QTRY_COMPARE(session.pausedAt(), 3);
-        QVERIFY2(shop.table().contains(u"i:int=1"_s), qPrintable(shop.table()));
+        QVERIFY2(fixture.table().contains(u"i:int=1"_s), qPrintable(fixture.table()));
         session.debugStop();
-        QVERIFY(!session.isDebugging() && shop.isBoardIdle());
+        QVERIFY(!session.isDebugging() && fixture.isBoardIdle());
         // The variables are read when the board is done, and the Shell works again.
-        QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
-        shop.state->submitShell(u"print(6 * 7)"_s);
-        QTRY_VERIFY2(shop.text().contains(u"\n42\n>>> "_s), qPrintable(shop.text()));
-        QCOMPARE(shop.lines().filter(u"error"_s), QStringList());
+        QTRY_VERIFY2(isOver(fixture), qPrintable(fixture.text()));
+        fixture.state->submitShell(u"print(6 * 7)"_s);
+        QTRY_VERIFY2(fixture.text().contains(u"\n42\n>>> "_s), qPrintable(fixture.text()));
+        QCOMPARE(fixture.lines().filter(u"error"_s), QStringList());
     }
 
     void replacesTheProgramOnTheBoard_data()
@@ -106,37 +106,38 @@ private slots:
     {
         QFETCH(QString, old);
         QFETCH(bool, isNextDebugged);
-        AppFixture shop;
-        DebugSession &session = shop.state->debugSession();
-        QVERIFY(shop.state->link().connectDevice(m_board.port()));
-        QTRY_VERIFY2(isOver(shop), qPrintable(shop.text()));
-        shop.write(u"import time\ni = 0\nwhile True:\n    print('old', i)\n    i += 1\n"
-                   "    time.sleep_ms(3)\n"_s);
+        AppFixture fixture;
+        DebugSession &session = fixture.state->debugSession();
+        QVERIFY(fixture.state->link().connectDevice(m_board.port()));
+        QTRY_VERIFY2(isOver(fixture), qPrintable(fixture.text()));
+        fixture.write(u"import time\ni = 0\nwhile True:\n    print('old', i)\n    i += 1\n"
+                      "    time.sleep_ms(3)\n"_s);
         if (old == u"typed") {
-            shop.state->submitShell(shop.state->documents().selectedFile()->content());
+            fixture.state->submitShell(fixture.state->documents().selectedFile()->content());
         } else if (old == u"paused") {
-            shop.state->documents().toggleBreakpoint(6);
-            shop.state->startDebugRun();
+            fixture.state->documents().toggleBreakpoint(6);
+            fixture.state->startDebugRun();
         } else {
-            shop.run();
+            fixture.run();
         }
-        QTRY_VERIFY2(old == u"paused" ? session.pausedAt() == 6 : printedNumbers(shop.text()) > 20,
-                     qPrintable(shop.text()));
-        shop.state->documents().newFile();
-        shop.write(u"print('new')\n"_s);
+        QTRY_VERIFY2(old == u"paused" ? session.pausedAt() == 6
+                                      : printedNumbers(fixture.text()) > 20,
+                     qPrintable(fixture.text()));
+        fixture.state->documents().newFile();
+        fixture.write(u"print('new')\n"_s);
         if (isNextDebugged) {
-            shop.state->startDebugRun();
+            fixture.state->startDebugRun();
             QTRY_COMPARE(session.pausedAt(), 1);
             session.debugContinue();
         } else {
-            shop.run();
+            fixture.run();
         }
-        QTRY_VERIFY2(shop.text().contains(u"new\n"_s), qPrintable(shop.text()));
-        QTRY_VERIFY2(isOver(shop) && !session.isDebugging(), qPrintable(shop.text()));
-        QVERIFY2(printedNumbers(shop.text()) > 0, qPrintable(shop.text()));
-        QCOMPARE(shop.text().contains(u"KeyboardInterrupt"), old != u"paused");
-        QVERIFY2(!shop.text().contains(u"raw REPL"), qPrintable(shop.text()));
-        QCOMPARE(shop.lines().filter(u"error"_s), QStringList());
+        QTRY_VERIFY2(fixture.text().contains(u"new\n"_s), qPrintable(fixture.text()));
+        QTRY_VERIFY2(isOver(fixture) && !session.isDebugging(), qPrintable(fixture.text()));
+        QVERIFY2(printedNumbers(fixture.text()) > 0, qPrintable(fixture.text()));
+        QCOMPARE(fixture.text().contains(u"KeyboardInterrupt"), old != u"paused");
+        QVERIFY2(!fixture.text().contains(u"raw REPL"), qPrintable(fixture.text()));
+        QCOMPARE(fixture.lines().filter(u"error"_s), QStringList());
     }
 };
 

@@ -9,9 +9,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// A fixture with a folder being browsed.
-struct Desk : AppFixture
+struct SaverFixture : AppFixture
 {
-    Desk() { state->localFiles().setLocalWorkingDir(home.path()); }
+    SaverFixture() { state->localFiles().setLocalWorkingDir(home.path()); }
 
     QString at(const QString &name) const { return home.filePath(name); }
     /// What the Shell was told since, without the lines about the connection, which arrive at any
@@ -48,14 +48,14 @@ class tst_DocumentSaver final : public QObject
 private:
     VirtualBoard m_board;
 
-    void connectBoard(Desk &fixture)
+    void connectBoard(SaverFixture &fixture)
     {
         QVERIFY(fixture.state->link().connectDevice(m_board.port()));
         QTRY_VERIFY(fixture.isBoardIdle());
         fixture.state->deviceFiles().setDeviceWorkingDir(u"/"_s);
         fixture.said();
     }
-    QByteArray onBoard(Desk &fixture, const QString &path)
+    QByteArray onBoard(SaverFixture &fixture, const QString &path)
     {
         const auto bytes = awaited(fixture.state->deviceFiles().readDeviceFile(path, path));
         return bytes ? *bytes : "none"_ba;
@@ -66,7 +66,7 @@ private slots:
 
     void keepsTheEditsUntilTheyAreSavedSomewhere()
     {
-        Desk fixture;
+        SaverFixture fixture;
         const QString path = fixture.at(u"folder/f.py"_s);
         put(path, "old");
         QVERIFY(fixture.open(path));
@@ -90,7 +90,7 @@ private slots:
 
     void closesADocumentWithEditsAfterAQuestion()
     {
-        Desk fixture;
+        SaverFixture fixture;
         const QString path = fixture.at(u"f.py"_s);
         put(path, "old");
         const auto close = [&](const QString &answer) {
@@ -109,7 +109,7 @@ private slots:
 
     void asksBeforeTheEndWhenASaveFailed()
     {
-        Desk fixture;
+        SaverFixture fixture;
         const QString path = fixture.at(u"folder/f.py"_s);
         put(path, "old");
         QVERIFY(fixture.open(path));
@@ -131,7 +131,7 @@ private slots:
 
     void noticesWhatOtherProgramsDoToItsFile()
     {
-        Desk fixture;
+        SaverFixture fixture;
         const QString path = fixture.at(u"f.py"_s);
         FileWatch &watch = fixture.state->fileWatch();
         put(path, "1\n2");
@@ -162,7 +162,7 @@ private slots:
 
     void isOneDocumentWhateverTheFileIsCalled()
     {
-        Desk fixture;
+        SaverFixture fixture;
         put(fixture.at(u"f.py"_s), "1");
         QVERIFY(QFile::link(fixture.at(u"f.py"_s), fixture.at(u"link.py"_s)));
         for (const QString &name : {u"f.py"_s, u"link.py"_s, u"./f.py"_s, u"/f.py"_s}) {
@@ -191,7 +191,7 @@ private slots:
 
     void asksForANameInTheBrowsedFolder()
     {
-        Desk fixture;
+        SaverFixture fixture;
         const QString home = fixture.home.path();
         put(fixture.at(u"there.py"_s), "old");
         fixture.write(u"text"_s);
@@ -227,7 +227,7 @@ private slots:
 
     void savesToTheBoard()
     {
-        Desk fixture;
+        SaverFixture fixture;
         connectBoard(fixture);
         DeviceFiles &files = fixture.state->deviceFiles();
         QVERIFY(awaited(files.makeDeviceFolders({u"/lib"_s}, files.permitWrite(u"/lib"_s))));
@@ -262,7 +262,7 @@ private slots:
 
     void savesToItsPlaceOnly()
     {
-        Desk fixture;
+        SaverFixture fixture;
         connectBoard(fixture);
         DeviceFiles &files = fixture.state->deviceFiles();
         QVERIFY(awaited(files.writeDeviceFile("1"_ba, files.permitWrite(u"/a.py"_s), {})));
@@ -303,7 +303,7 @@ private slots:
 
     void opensABoardFileOnceAndWritesItBackAsItWas()
     {
-        Desk fixture;
+        SaverFixture fixture;
         connectBoard(fixture);
         DeviceFiles &files = fixture.state->deviceFiles();
         QVERIFY(
@@ -326,7 +326,7 @@ private slots:
 
     void sendsADocument()
     {
-        Desk fixture;
+        SaverFixture fixture;
         const auto send = [&fixture] {
             awaited(fixture.state->boardDocuments().sendCurrentFileToDevice());
             return fixture.said();

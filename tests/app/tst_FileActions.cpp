@@ -236,7 +236,9 @@ private slots:
         QVERIFY(m_fixture->prompts.takeAsked().startsWith(u"Replace “a.py”?"));
         QCOMPARE(bytesOf(local(u"a.py"_s)), "local a");
         m_fixture->prompts.choice = u"Replace"_s;
+        const int version = state().localFiles().localFilesVersion();
         QVERIFY(awaited(operation(u"fetch /a.py /lib"_s)));
+        QVERIFY(state().localFiles().localFilesVersion() > version);
         QCOMPARE(bytesOf(local(u"a.py"_s)), "/a.py");
         QCOMPARE(bytesOf(local(u"lib/deep/c.py"_s)), "/lib/deep/c.py");
         m_fixture->prompts.asked.clear();

@@ -7,9 +7,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QStringList errors(const AppFixture &shop)
+QStringList errors(const AppFixture &fixture)
 {
-    return shop.lines().filter(u"error: "_s);
+    return fixture.lines().filter(u"error: "_s);
 }
 
 } // namespace
@@ -33,13 +33,13 @@ private slots:
             {R"(__VARS__{"n":"a"})", {}},
         };
         for (const auto &[output, table] : cases) {
-            BoardAppFixture shop;
-            shop.connectBoard();
-            shop.variables = ScriptedBoard::reply(output);
-            shop.refresh();
-            QTRY_VERIFY(!shop.programs.isEmpty() && shop.isBoardIdle());
-            QCOMPARE(shop.table(), table);
-            QCOMPARE(errors(shop),
+            BoardAppFixture fixture;
+            fixture.connectBoard();
+            fixture.variables = ScriptedBoard::reply(output);
+            fixture.refresh();
+            QTRY_VERIFY(!fixture.programs.isEmpty() && fixture.isBoardIdle());
+            QCOMPARE(fixture.table(), table);
+            QCOMPARE(errors(fixture),
                      table.isNull()
                          ? QStringList(u"error: Could not read variables from the device"_s)
                          : QStringList());
@@ -48,45 +48,46 @@ private slots:
 
     void reportsWhyTheBoardFailedAndKeepsTheTable()
     {
-        BoardAppFixture shop;
-        shop.connectBoard();
-        shop.state->variablesStore().setVariables({{u"old"_s, u"int"_s, u"0"_s}});
-        shop.variables =
+        BoardAppFixture fixture;
+        fixture.connectBoard();
+        fixture.state->variablesStore().setVariables({{u"old"_s, u"int"_s, u"0"_s}});
+        fixture.variables =
             ScriptedBoard::reply("__VARS__[]", "Traceback\r\nMemoryError: no room\r\n");
-        shop.refresh();
-        QTRY_COMPARE(errors(shop),
+        fixture.refresh();
+        QTRY_COMPARE(errors(fixture),
                      QStringList{u"error: Could not read variables: MemoryError: no room"_s});
-        QCOMPARE(shop.table(), u"old:int=0"_s);
+        QCOMPARE(fixture.table(), u"old:int=0"_s);
     }
 
     void readsNothingFromABusyBoard()
     {
-        BoardAppFixture shop;
-        shop.connectBoard();
-        shop.variables = "working\r\n";
-        shop.refresh();
-        QTRY_COMPARE(shop.programs.size(), 1);
-        shop.refresh();
+        BoardAppFixture fixture;
+        fixture.connectBoard();
+        fixture.variables = "working\r\n";
+        fixture.refresh();
+        QTRY_COMPARE(fixture.programs.size(), 1);
+        fixture.refresh();
         // Were the second refresh waiting for the line, it would have it before this one.
-        const auto last = shop.state->link().executeOnDevice(u"last"_s, std::chrono::seconds(9));
-        shop.board.send("__VARS__[]\x04\x04>");
-        QTRY_COMPARE(shop.programs.constLast(), "last"_ba);
-        QCOMPARE(shop.programs.size(), 2);
-        QTRY_VERIFY(shop.isBoardIdle());
-        shop.answer = "OKbusy\r\n"; // the program does not end
-        shop.runOnBoard();
-        QTRY_VERIFY(shop.state->programRun().deviceProgramRunning());
-        QTRY_VERIFY(!shop.state->link().deviceCommandInFlight());
-        QVERIFY(awaited(shop.state->variablesStore().refreshVariables()));
+        const auto last = fixture.state->link().executeOnDevice(u"last"_s, std::chrono::seconds(9));
+        fixture.board.send("__VARS__[]\x04\x04>");
+        QTRY_COMPARE(fixture.programs.constLast(), "last"_ba);
+        QCOMPARE(fixture.programs.size(), 2);
+        QTRY_VERIFY(fixture.isBoardIdle());
+        fixture.answer = "OKbusy\r\n"; // the program does not end
+        fixture.runOnBoard();
+        QTRY_VERIFY(fixture.state->programRun().deviceProgramRunning());
+        QTRY_VERIFY(!fixture.state->link().deviceCommandInFlight());
+        QVERIFY(awaited(fixture.state->variablesStore().refreshVariables()));
     }
 
     void saysWhenThereIsNoSessionToRestart()
     {
-        AppFixture shop({u"/nowhere/python3"_s});
-        shop.state->errors().reportFailureOf(shop.state->variablesStore().restartLocalSession());
-        QTRY_COMPARE(shop.lines(2), QStringList{u"error: "_s + PythonRunner::notFoundMessage()});
-        shop.refresh();
-        QTRY_COMPARE(shop.lines(2).size(), 1);
+        AppFixture fixture({u"/nowhere/python3"_s});
+        fixture.state->errors().reportFailureOf(
+            fixture.state->variablesStore().restartLocalSession());
+        QTRY_COMPARE(fixture.lines(2), QStringList{u"error: "_s + PythonRunner::notFoundMessage()});
+        fixture.refresh();
+        QTRY_COMPARE(fixture.lines(2).size(), 1);
     }
 };
 

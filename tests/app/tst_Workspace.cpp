@@ -10,9 +10,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// One start of the program with the state file of the earlier ones.
-struct Start : AppFixture
+struct WorkspaceFixture : AppFixture
 {
-    explicit Start(const QTemporaryDir &place, const QString &restore = u"all"_s)
+    explicit WorkspaceFixture(const QTemporaryDir &place, const QString &restore = u"all"_s)
         : workspace(*state, place.filePath(u"state/workspace.json"_s))
     {
         settings.setText(u"RestoreAtStart"_s, restore);
@@ -57,7 +57,7 @@ private slots:
     void restoresDocumentsAndFolders()
     {
         {
-            Start first(*m_folder);
+            WorkspaceFixture first(*m_folder);
             QCOMPARE(first.tabs(), u"[untitled.py]"_s);
             QVERIFY(first.lines().isEmpty());
             for (const char *name : {"a.py", "b.py", "c.py"})
@@ -73,7 +73,7 @@ private slots:
         QVERIFY(!(QFile::permissions(file) & (QFile::ReadGroup | QFile::ReadOther)));
         QVERIFY(QFile::remove(path("a.py")));
         {
-            Start second(*m_folder);
+            WorkspaceFixture second(*m_folder);
             QCOMPARE(second.tabs(), u"c.py [b.py]"_s);
             QCOMPARE(second.lines(),
                      QStringList(u"info: Not opened again, since it can’t be read: a.py"_s));
@@ -84,10 +84,10 @@ private slots:
             QCOMPARE(second.workspace.recentFiles(),
                      QStringList({path("b.py"), path("c.py"), path("a.py")}));
         }
-        QCOMPARE(Start(*m_folder, u"folder"_s).tabs(), u"[untitled.py]"_s);
-        QCOMPARE(Start(*m_folder, u"nothing"_s).state->localFiles().localWorkingDir(),
+        QCOMPARE(WorkspaceFixture(*m_folder, u"folder"_s).tabs(), u"[untitled.py]"_s);
+        QCOMPARE(WorkspaceFixture(*m_folder, u"nothing"_s).state->localFiles().localWorkingDir(),
                  QDir::homePath());
-        Start typed(*m_folder, u"nothing"_s);
+        WorkspaceFixture typed(*m_folder, u"nothing"_s);
         QCOMPARE(typed.workspace.recentFiles().size(), 3);
     }
 
@@ -105,7 +105,7 @@ private slots:
     {
         QFETCH(QByteArray, json);
         put(path("state/workspace.json"), json);
-        Start start(*m_folder);
+        WorkspaceFixture start(*m_folder);
         QCOMPARE(start.tabs(), u"[untitled.py]"_s);
         start.open(path("a.py"));
         start.workspace.save();
@@ -114,7 +114,7 @@ private slots:
 
     void reopensClosedTabsWithTheirEdits()
     {
-        Start start(*m_folder);
+        WorkspaceFixture start(*m_folder);
         start.open(path("a.py"));
         start.documents().toggleBreakpoint(2);
         start.documents().closeFile(start.selected()->id());

@@ -37,7 +37,7 @@ private:
     std::size_t m_opened = 0;
 };
 
-struct Desk
+struct WriterFixture
 {
     SlowStore store;
     ScriptedPrompts prompts;
@@ -61,21 +61,21 @@ class tst_DocumentWriter final : public QObject
 private slots:
     void writesInOrderAndTheNewestTextLast()
     {
-        Desk desk;
-        const auto first = desk.save(u"v1"_s);
-        QTRY_VERIFY(desk.store.hasWaiting());
-        auto second = desk.save(u"v2"_s);
-        const auto third = desk.save(u"v3"_s);
-        const auto end = desk.writer.finished();
+        WriterFixture fixture;
+        const auto first = fixture.save(u"v1"_s);
+        QTRY_VERIFY(fixture.store.hasWaiting());
+        auto second = fixture.save(u"v2"_s);
+        const auto third = fixture.save(u"v3"_s);
+        const auto end = fixture.writer.finished();
         QCOMPARE(*awaited(std::move(second)), DocumentWriter::Outcome::Superseded);
-        desk.store.letThrough();
-        QTRY_VERIFY(first.isReady() && desk.store.hasWaiting());
-        QVERIFY2(desk.file.isModified(), "the file holds v1, the document v3");
+        fixture.store.letThrough();
+        QTRY_VERIFY(first.isReady() && fixture.store.hasWaiting());
+        QVERIFY2(fixture.file.isModified(), "the file holds v1, the document v3");
         QVERIFY(!third.isReady() && !end.isReady());
-        desk.store.letThrough();
+        fixture.store.letThrough();
         QTRY_VERIFY(third.isReady() && end.isReady());
-        QCOMPARE(desk.store.written, (QStringList{u"v1"_s, u"v3"_s}));
-        QVERIFY(!desk.file.isModified() && !desk.writer.isWriting());
+        QCOMPARE(fixture.store.written, (QStringList{u"v1"_s, u"v3"_s}));
+        QVERIFY(!fixture.file.isModified() && !fixture.writer.isWriting());
     }
 
     void asksBeforeAChangedFileIsReplaced()
@@ -95,24 +95,24 @@ private slots:
             {"theirs", u"Cancel"_s, u"Save cancelled — /home/me/f.py is unchanged."_s},
         };
         for (const auto &[held, choice, outcome] : cases) {
-            Desk desk;
+            WriterFixture fixture;
             if (!held.isNull())
-                desk.store.held = held;
-            desk.prompts.choice = choice;
-            auto saving = desk.save(u"v1"_s);
-            QTRY_VERIFY(saving.isReady() || desk.store.hasWaiting());
-            if (desk.store.hasWaiting())
-                desk.store.letThrough();
+                fixture.store.held = held;
+            fixture.prompts.choice = choice;
+            auto saving = fixture.save(u"v1"_s);
+            QTRY_VERIFY(saving.isReady() || fixture.store.hasWaiting());
+            if (fixture.store.hasWaiting())
+                fixture.store.letThrough();
             const auto result = awaited(std::move(saving));
-            QCOMPARE(desk.prompts.asked.size(), choice.isNull() ? 0 : 1);
+            QCOMPARE(fixture.prompts.asked.size(), choice.isNull() ? 0 : 1);
             if (!result)
                 QCOMPARE(result.error().message, outcome);
             else
                 QCOMPARE(*result == DocumentWriter::Outcome::Written ? u"written"_s : u"save as"_s,
                          outcome);
             const bool isWritten = outcome == u"written";
-            QCOMPARE(desk.file.isModified(), !isWritten);
-            QCOMPARE(desk.store.held, isWritten ? "v1"_ba : "theirs"_ba);
+            QCOMPARE(fixture.file.isModified(), !isWritten);
+            QCOMPARE(fixture.store.held, isWritten ? "v1"_ba : "theirs"_ba);
         }
     }
 };

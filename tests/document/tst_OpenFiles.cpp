@@ -12,9 +12,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// A Shell and some new documents, the last of them selected.
-struct Desk
+struct DocumentsFixture
 {
-    explicit Desk(int count)
+    explicit DocumentsFixture(int count)
     {
         for (int i = 0; i < count; ++i)
             documents.newFile();
@@ -45,40 +45,40 @@ private slots:
     {
         for (const auto &[selected, names] : {std::pair(2, u"[untitled.py] untitled2.py"_s),
                                               {1, u"untitled.py [untitled2.py]"_s}}) {
-            Desk desk(3);
-            desk.documents.select(desk.id(selected));
-            const QSignalSpy selection(&desk.documents, &OpenFiles::selectedFileChanged);
-            desk.documents.closeFile(desk.id(2));
-            QCOMPARE(desk.names(), names);
+            DocumentsFixture fixture(3);
+            fixture.documents.select(fixture.id(selected));
+            const QSignalSpy selection(&fixture.documents, &OpenFiles::selectedFileChanged);
+            fixture.documents.closeFile(fixture.id(2));
+            QCOMPARE(fixture.names(), names);
             QCOMPARE(selection.size(), selected == 2 ? 1 : 0);
-            desk.documents.newFile();
-            QVERIFY(desk.names().endsWith(u" [untitled3.py]"_s)); // numbered by its place
+            fixture.documents.newFile();
+            QVERIFY(fixture.names().endsWith(u" [untitled3.py]"_s)); // numbered by its place
         }
     }
 
     void opensATabAfterTheLastIsClosed()
     {
-        Desk desk(1);
-        desk.documents.updateSelectedContent(u"edited"_s);
-        desk.documents.closeFile(desk.id(0));
-        QCOMPARE(desk.names(), u"[untitled.py]"_s);
-        QVERIFY(desk.documents.selectedFile()->content().isEmpty());
+        DocumentsFixture fixture(1);
+        fixture.documents.updateSelectedContent(u"edited"_s);
+        fixture.documents.closeFile(fixture.id(0));
+        QCOMPARE(fixture.names(), u"[untitled.py]"_s);
+        QVERIFY(fixture.documents.selectedFile()->content().isEmpty());
     }
 
     void signalsTextTabAndMarkChangesSeparately()
     {
-        Desk desk(1);
-        const QSignalSpy tab(&desk.documents, &OpenFiles::fileChanged);
-        const QSignalSpy content(&desk.documents, &OpenFiles::contentChanged);
-        const QSignalSpy marks(&desk.documents, &OpenFiles::breakpointsChanged);
+        DocumentsFixture fixture(1);
+        const QSignalSpy tab(&fixture.documents, &OpenFiles::fileChanged);
+        const QSignalSpy content(&fixture.documents, &OpenFiles::contentChanged);
+        const QSignalSpy marks(&fixture.documents, &OpenFiles::breakpointsChanged);
         for (const int line : {3, 5, 3})
-            desk.documents.toggleBreakpoint(line);
+            fixture.documents.toggleBreakpoint(line);
         for (const QString &text : {u"a"_s, u"ab"_s})
-            desk.documents.updateSelectedContent(text);
-        const EditorFile &file = *desk.documents.selectedFile();
+            fixture.documents.updateSelectedContent(text);
+        const EditorFile &file = *fixture.documents.selectedFile();
         QVERIFY(file.isModified() && file.content() == u"ab");
         QCOMPARE(file.breakpoints(), QSet<int>{5});
-        desk.documents.clearBreakpoints();
+        fixture.documents.clearBreakpoints();
         QCOMPARE(file.breakpoints(), QSet<int>());
         QCOMPARE(content.size(), 2);
         QCOMPARE(marks.size(), 4);
@@ -142,13 +142,13 @@ private slots:
 
     void opensTextAgainInTheSameTab()
     {
-        Desk desk(0);
+        DocumentsFixture fixture(0);
         for (int i = 0; i < 2; ++i)
-            desk.documents.openTextInEditor(u"%1.py"_s, u"x = 1"_s);
-        QCOMPARE(desk.names(), u"[%1.py]"_s);
-        QVERIFY(!desk.documents.selectedFile()->isModified());
-        QCOMPARE(desk.documents.selectedFile()->content(), u"x = 1"_s);
-        QCOMPARE(desk.shell.lines(), QStringList(2, u"info: Opened %1.py in the editor."_s));
+            fixture.documents.openTextInEditor(u"%1.py"_s, u"x = 1"_s);
+        QCOMPARE(fixture.names(), u"[%1.py]"_s);
+        QVERIFY(!fixture.documents.selectedFile()->isModified());
+        QCOMPARE(fixture.documents.selectedFile()->content(), u"x = 1"_s);
+        QCOMPARE(fixture.shell.lines(), QStringList(2, u"info: Opened %1.py in the editor."_s));
     }
 };
 

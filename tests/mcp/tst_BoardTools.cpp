@@ -12,9 +12,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 /// A fixture with the tools in it.
-struct Toolbox : AppFixture
+struct ToolsFixture : AppFixture
 {
-    explicit Toolbox(const SerialPortManager::Roots &ports = TestPort::roots())
+    explicit ToolsFixture(const SerialPortManager::Roots &ports = TestPort::roots())
         : AppFixture(PythonRunner::defaultInterpreters(), ports)
         , tools(std::make_unique<BoardTools>(*state))
     {
@@ -54,9 +54,9 @@ class tst_BoardTools final : public QObject
     VirtualBoard m_board;
 
     /// A fixture that is connected to the real board, which has no files.
-    std::unique_ptr<Toolbox> connected()
+    std::unique_ptr<ToolsFixture> connected()
     {
-        auto box = std::make_unique<Toolbox>();
+        auto box = std::make_unique<ToolsFixture>();
         box->settings.setFlag(Settings::autoApproveWrites, true);
         const QByteArray port = m_board.port().toUtf8();
         if (box->call("connect_device|port=" + port) != "Connected to " + port + '.')
@@ -72,13 +72,13 @@ private slots:
     void definesItsToolsToTheByte()
     {
         const QString root = qEnvironmentVariable("KORVANE_SOURCE_DIR");
-        QCOMPARE(Toolbox().tools->definitions(),
+        QCOMPARE(ToolsFixture().tools->definitions(),
                  bytesOf(root + u"/bench/mcp/tools.json"_s).trimmed());
     }
 
     void answersWithoutABoard()
     {
-        Toolbox box({{}, {}, {}});
+        ToolsFixture box({{}, {}, {}});
         const auto check = [&](const QByteArray &line, const QByteArray &answer,
                                const QByteArray &logged = {}) {
             box.state->shell().clear();
@@ -103,7 +103,7 @@ private slots:
 
     void tellsTheStateAndOpensText()
     {
-        Toolbox box({{}, {}, {}});
+        ToolsFixture box({{}, {}, {}});
         box.state->localFiles().setLocalWorkingDir(box.folder.path());
         const QByteArray status = "Connection: Not Connected\nAvailable ports: none\n"
                                   "Device directory: /\nLocal directory: "
@@ -135,7 +135,7 @@ private slots:
     {
         ScriptedBoard first;
         ScriptedBoard second;
-        Toolbox one;
+        ToolsFixture one;
         const auto roots = [&](const QByteArray &ports) {
             one.tools.reset();
             one.state.reset(new AppState({
@@ -178,7 +178,7 @@ private slots:
             ToolArguments arguments;
             arguments.insert(u"code"_s, u"1"_s);
             arguments.insert(u"timeout"_s, timeout);
-            QCOMPARE(Toolbox::told(awaited(box->tools->call(u"run_code"_s, arguments, {}))),
+            QCOMPARE(ToolsFixture::told(awaited(box->tools->call(u"run_code"_s, arguments, {}))),
                      "! The timeout must be a number of seconds that is not negative.");
         }
         // A number as text is not a time.
@@ -259,7 +259,7 @@ private slots:
     void changesNoBoardThatWasConnectedLater()
     {
         ScriptedBoard board;
-        Toolbox box;
+        ToolsFixture box;
         box.connectTo(board);
         box.prompts.meanwhile = [&] {
             box.state->link().disconnectDevice();
@@ -278,7 +278,7 @@ private slots:
     void reportsADeletionThatTheBoardDoesNotConfirm()
     {
         ScriptedBoard board;
-        Toolbox box;
+        ToolsFixture box;
         box.connectTo(board);
         for (const auto &[removed, exists] :
              {std::pair("?"_ba, "__EXISTS__0"_ba), {"__OK__"_ba, "__EXISTS__1"_ba}}) {
@@ -295,7 +295,7 @@ private slots:
     void saysWhyAListingFailed()
     {
         ScriptedBoard board;
-        Toolbox box;
+        ToolsFixture box;
         box.connectTo(board);
         board.onProgram = [](const QByteArray &) {
             return ScriptedBoard::reply({}, "MemoryError: no");
@@ -304,7 +304,7 @@ private slots:
         for (const QByteArray tool : {"list_device_files", "delete_device_file"}) {
             auto call = box.begin(tool + "|path=/");
             box.state->link().disconnectDevice();
-            QCOMPARE(Toolbox::told(awaited(std::move(call))), noBoard);
+            QCOMPARE(ToolsFixture::told(awaited(std::move(call))), noBoard);
             box.connectTo(board);
         }
     }
@@ -319,10 +319,10 @@ private slots:
         auto code = box->begin("run_code|code=print(2)");
         unwanted.request_stop();
         const QByteArray canceled = "! The call was canceled.";
-        QCOMPARE(Toolbox::told(awaited(std::move(write))), canceled);
-        QCOMPARE(Toolbox::told(awaited(std::move(code))), canceled);
+        QCOMPARE(ToolsFixture::told(awaited(std::move(write))), canceled);
+        QCOMPARE(ToolsFixture::told(awaited(std::move(code))), canceled);
         QVERIFY(!first.isReady()); // these did not have to wait for it
-        QCOMPARE(Toolbox::told(awaited(std::move(first))), "1\n");
+        QCOMPARE(ToolsFixture::told(awaited(std::move(first))), "1\n");
         // A call whose question is open.
         std::stop_source closed;
         box->stop.unwanted = closed.get_token();
@@ -345,7 +345,7 @@ private slots:
         QTest::qWait(500);
         QVERIFY(!call.isReady());
         canceled.request_stop();
-        const QByteArray answer = Toolbox::told(awaited(std::move(call)));
+        const QByteArray answer = ToolsFixture::told(awaited(std::move(call)));
         QVERIFY2(answer.startsWith("Output before the failure:\non\n"), answer);
         QVERIFY2(answer.endsWith("KeyboardInterrupt: \n"), answer);
         box->stop = {};
@@ -374,7 +374,7 @@ private slots:
     void endsAllCallsWhenItIsDestroyed()
     {
         ScriptedBoard board;
-        Toolbox box;
+        ToolsFixture box;
         box.connectTo(board);
         board.setMute(true);
         auto running = box.begin("run_code|code=1");

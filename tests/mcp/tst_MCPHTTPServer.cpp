@@ -34,10 +34,10 @@ std::unique_ptr<MCPHTTPServer> started(MCPHTTPServer::Handler handler,
 }
 
 /// Keeps all that its server hands over, for the test to answer when it likes.
-class Kept
+class HTTPServerFixture
 {
 public:
-    explicit Kept(std::chrono::milliseconds requestTimeout = 30s)
+    explicit HTTPServerFixture(std::chrono::milliseconds requestTimeout = 30s)
         : m_requestTimeout(requestTimeout)
     {
     }
@@ -99,7 +99,7 @@ class tst_MCPHTTPServer final : public QObject
 private slots:
     void sendsRepliesInTheOrderInWhichTheyAreGiven()
     {
-        Kept kept;
+        HTTPServerFixture kept;
         SocketClient client(kept.server->port());
         QByteArray requests;
         QByteArrayList paths;
@@ -122,7 +122,7 @@ private slots:
 
     void repliesToAClosedConnectionOrAStoppedServerDoNothing()
     {
-        auto kept = std::make_unique<Kept>();
+        auto kept = std::make_unique<HTTPServerFixture>();
         {
             SocketClient gone(kept->server->port());
             gone.send(get("/gone") + get("/gone too"));
@@ -143,7 +143,7 @@ private slots:
 
     void refusesWhatIsBeyondTheBoundsAfterWhatCameBefore()
     {
-        Kept kept;
+        HTTPServerFixture kept;
         SocketClient client(kept.server->port());
         client.send(get("/before") + "POST / HTTP/1.1\r\nContent-Length: -1\r\n\r\n"
                     + get("/never"));
@@ -176,7 +176,7 @@ private slots:
 
     void closesConnectionsThatSendNoCompleteRequest()
     {
-        Kept kept(300ms);
+        HTTPServerFixture kept(300ms);
         const quint16 port = kept.server->port();
         SocketClient waiting(port);
         waiting.send(get("/in"));

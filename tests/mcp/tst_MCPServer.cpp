@@ -23,10 +23,10 @@ QByteArray ofSession(const QByteArray &session, const QByteArray &body)
 }
 
 /// A server with all that it needs, on a port that is free at the time.
-class Served
+class ServerFixture
 {
 public:
-    Served()
+    ServerFixture()
     {
         MCPHTTPServer probe(0, {});
         if (!probe.start())
@@ -70,7 +70,7 @@ class tst_MCPServer final : public QObject
 private slots:
     void readsPortAndTokenFromTheSettings()
     {
-        Served served;
+        ServerFixture served;
         for (const auto &[stored, port] :
              {std::pair(0, 8787), {-1, 8787}, {1, 1}, {65535, 65535}, {65536, 8787}}) {
             served.settings.setNumber(Settings::serverPort, stored);
@@ -95,7 +95,7 @@ private slots:
 
     void closesAllWhenItStopsOrIsDestroyedDuringACall()
     {
-        Served served;
+        ServerFixture served;
         SocketClient first;
         served.beginCall(first, "1");
         served.server->stop();
@@ -112,7 +112,7 @@ private slots:
 
     void tellsCallsThatTheirClientHasClosedOrCanceled()
     {
-        Served served;
+        ServerFixture served;
         const auto stops = [&] {
             QByteArray text;
             for (const CallStop &stop : served.tools->stops)

@@ -42,7 +42,7 @@ Result<void> openPort(SerialPortManager &manager, const PtyPair &line)
 }
 
 /// A manager that reads from a pty, and what it has delivered.
-struct Reading
+struct PortFixture
 {
     PtyPair line;
     std::unique_ptr<SerialPortManager> manager = std::make_unique<SerialPortManager>();
@@ -161,7 +161,7 @@ private slots:
     {
         const QByteArray bytes = pattern(qsizetype(4) << 20);
         qsizetype sent = 0;
-        Reading reading;
+        PortFixture reading;
         QVERIFY(reading.start());
         const auto sendOn = [&] { sent += reading.line.write(QByteArrayView(bytes).sliced(sent)); };
         // Nothing is delivered meanwhile.
@@ -181,11 +181,11 @@ private slots:
 
     void allowsCallbacksToCloseAndRestart()
     {
-        using Action = std::function<void(Reading &)>;
-        const auto closes = [](Reading &reading) { reading.manager->close(); };
-        const auto deletesIt = [](Reading &reading) { reading.manager.reset(); };
+        using Action = std::function<void(PortFixture &)>;
+        const auto closes = [](PortFixture &reading) { reading.manager->close(); };
+        const auto deletesIt = [](PortFixture &reading) { reading.manager.reset(); };
         for (const Action &action : {Action(closes), Action(deletesIt)}) {
-            Reading reading;
+            PortFixture reading;
             QVERIFY(reading.start());
             reading.manager->setDataInterceptor([&](const QByteArray &chunk) {
                 reading.intercepted += chunk;
@@ -205,7 +205,7 @@ private slots:
 
     void reportsTheLossOnceAfterAllData()
     {
-        Reading reading;
+        PortFixture reading;
         QVERIFY(reading.start());
         const QByteArray sent = pattern(50'000);
         QVERIFY(reading.sendAndQueue(sent));
@@ -220,7 +220,7 @@ private slots:
 
     void writesWithoutWaitingForThePort()
     {
-        Reading reading;
+        PortFixture reading;
         QVERIFY(reading.start());
         // More than the line takes at once, and an item that overtakes what has not been begun.
         const QByteArray first = pattern(200'000);
@@ -240,7 +240,7 @@ private slots:
 
     void saysWhenThePortTakesNothing()
     {
-        Reading reading;
+        PortFixture reading;
         QVERIFY(reading.start());
         reading.manager->setWriteDrainTimeout(100ms);
         QSignalSpy failed(reading.manager.get(), &SerialPortManager::writeFailed);

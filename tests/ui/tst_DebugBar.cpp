@@ -18,11 +18,11 @@ QByteArray pauseAt(int line)
 
 /// A fixture with a board on which a program of three lines stops at the second when it is
 /// debugged.
-struct DebugDesk : WindowFixture
+struct DebugBarFixture : WindowFixture
 {
     ScriptedBoard board;
 
-    DebugDesk()
+    DebugBarFixture()
     {
         if (!state().link().connectDevice(board.port())
             || !QTest::qWaitFor([this] { return isIdle(); }))
@@ -75,7 +75,7 @@ class tst_DebugBar final : public QObject
 private slots:
     void isVisibleOnlyWhileDebugging()
     {
-        DebugDesk fixture;
+        DebugBarFixture fixture;
         auto *bar = fixture.find<QWidget>("debugBar");
         QVERIFY(!bar->isVisible());
         fixture.debugToPause();
@@ -113,7 +113,7 @@ private slots:
     {
         QFETCH(QString, ask);
         QFETCH(QByteArray, bytes);
-        DebugDesk fixture;
+        DebugBarFixture fixture;
         fixture.find<QWidget>("editor")->setFocus();
         const auto asked = [&] {
             if (ask.startsWith(u"Ctrl+"))
@@ -141,7 +141,7 @@ private slots:
 
     void stopsByKeyboardAndGivesTheFocusBack()
     {
-        DebugDesk fixture;
+        DebugBarFixture fixture;
         fixture.debugToPause();
         fixture.find<QToolButton>("stop.fill")->setFocus();
         fixture.press(Qt::Key_Space);

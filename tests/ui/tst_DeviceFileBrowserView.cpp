@@ -186,8 +186,10 @@ private slots:
         QTRY_COMPARE(m_fixture->state().documents().selectedFile()->name(), u"main.py"_s);
         QCOMPARE(m_fixture->state().documents().selectedFile()->devicePath(), u"/main.py"_s);
         browseHere(folder);
+        const int version = m_fixture->state().localFiles().localFilesVersion();
         pick(3, u"&Copy to R&&D"_s);
-        QTRY_VERIFY(QFile::exists(folder + u"/main.py"_s));
+        QTRY_VERIFY(m_fixture->state().localFiles().localFilesVersion() > version);
+        QVERIFY(QFile::exists(folder + u"/main.py"_s));
         QTRY_VERIFY(isIdle() && !m_fixture->state().transfer().isSendingToDevice());
 
         m_fixture->prompts.confirmation.confirmed = false;

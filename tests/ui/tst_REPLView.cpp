@@ -10,9 +10,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct ShellDesk : WindowFixture
+struct ShellFixture : WindowFixture
 {
-    explicit ShellDesk(Python python = Python::None)
+    explicit ShellFixture(Python python = Python::None)
         : WindowFixture(python)
         , input(find<ShellInput>("shellInput"))
         , view(window().findChild<REPLView *>())
@@ -45,7 +45,7 @@ class tst_REPLView final : public QObject
 private slots:
     void submitsTrimmedLines()
     {
-        ShellDesk fixture;
+        ShellFixture fixture;
         QVERIFY(fixture.view->inputFocused());
         fixture.type({});
         fixture.type(u"  1 + 1 "_s);
@@ -59,7 +59,7 @@ private slots:
 
     void browsesTheHistory()
     {
-        ShellDesk fixture;
+        ShellFixture fixture;
         fixture.press(Qt::Key_Up);
         QCOMPARE(fixture.view->inputText(), QString());
         for (const char16_t *command : {u"a", u"b", u"b", u"c"})
@@ -92,7 +92,7 @@ private slots:
             {u"\t\tif x:\n\t\t\ty()"_s, u"if x:\n\ty()"_s},
             {u"x = 'a\u00a0b'"_s, u"x = 'a\u00a0b'"_s},
         };
-        ShellDesk fixture;
+        ShellFixture fixture;
         for (const auto &[pasted, text] : cases) {
             fixture.state().shell().clear();
             fixture.paste(pasted);
@@ -106,7 +106,7 @@ private slots:
 
     void movesThroughSeveralLinesBeforeTheHistory()
     {
-        ShellDesk fixture;
+        ShellFixture fixture;
         fixture.type(u"before"_s);
         QTest::keyClicks(fixture.input, u"first"_s);
         fixture.press(Qt::Key_Return, Qt::ShiftModifier);
@@ -121,7 +121,7 @@ private slots:
 
     void growsWithItsLinesAndNoFurther()
     {
-        ShellDesk fixture;
+        ShellFixture fixture;
         QCoreApplication::processEvents();
         QCOMPARE(fixture.input->parentWidget()->height(), 36);
         const int oneLine = fixture.input->height();
@@ -136,7 +136,7 @@ private slots:
 
     void scrollsToTheEndOnSubmit()
     {
-        ShellDesk fixture;
+        ShellFixture fixture;
         auto *transcript = fixture.find<TranscriptView>("shellOutput");
         fixture.state().shell().appendOutput(u"line\n"_s.repeated(500));
         QTRY_VERIFY(transcript->isCaughtUp());
@@ -150,7 +150,7 @@ private slots:
 
     void searchesTheHistory()
     {
-        ShellDesk fixture;
+        ShellFixture fixture;
         for (const char16_t *command : {u"import os", u"os.name", u"1 + 1"})
             fixture.type(QString::fromUtf16(command));
         QTest::keyClicks(fixture.input, u"OS"_s);
@@ -169,7 +169,7 @@ private slots:
 
     void clearsWhileACommandRuns()
     {
-        ShellDesk fixture(WindowFixture::Python::Real);
+        ShellFixture fixture(WindowFixture::Python::Real);
         fixture.type(u"import time; print('early'); time.sleep(0.3); print('late')"_s);
         QTRY_VERIFY(fixture.lines().join(u' ').contains(u"output: early"_s));
         fixture.click("shellClear");
@@ -180,7 +180,7 @@ private slots:
 
     void stopsWhatRuns()
     {
-        ShellDesk fixture(WindowFixture::Python::Real);
+        ShellFixture fixture(WindowFixture::Python::Real);
         fixture.state().documents().updateSelectedContent(
             u"while True:\n    print('you said ' + input('? '))\n"_s);
         fixture.state().shell().appendOutput(u"old\n"_s.repeated(200));

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct VariablesDesk : WindowFixture
+struct VariablesFixture : WindowFixture
 {
     using WindowFixture::WindowFixture;
 
@@ -44,7 +44,7 @@ class tst_VariablesView final : public QObject
 private slots:
     void showsTheVariablesOfTheSession()
     {
-        VariablesDesk fixture(WindowFixture::Python::Real);
+        VariablesFixture fixture(WindowFixture::Python::Real);
         fixture.open();
         QVERIFY(!fixture.table().isVisible());
         QCOMPARE(fixture.find<QLabel>("variablesHint")->text(), u"Run code to inspect variables"_s);
@@ -73,7 +73,7 @@ private slots:
     void showsEachRowOnOneLineAndWhereItComesFrom()
     {
         ScriptedBoard board;
-        VariablesDesk fixture;
+        VariablesFixture fixture;
         fixture.open();
         const QString value = u"<b>one\ntwo</b>"_s;
         fixture.state().debugSession().pause(DebugPause{12, {{u"n"_s, u"T"_s, value}}});
@@ -101,7 +101,7 @@ private slots:
 
     void keepsTheChosenRow()
     {
-        VariablesDesk fixture;
+        VariablesFixture fixture;
         fixture.open();
         QList<PythonVariable> variables;
         for (int i = 0; i < 200; ++i)
