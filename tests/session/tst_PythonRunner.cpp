@@ -118,6 +118,8 @@ private slots:
             u"Unreadable reply from the Python session"_qs);
         row("100 kB and exit", "import os\nprint('y' * 100000)\nos._exit(0)",
             u"out "_qs + QString(100'000, u'y') + u'\n', sessionEnded);
+        row("half a character and exit", "import os\nos.write(1, b'a\\xe2')\nos._exit(0)",
+            u"out a"_qs, sessionEnded);
         // Its child can no longer answer.
         row("killed from outside",
             "import os, subprocess\nsubprocess.Popen(['kill', '-9', str(os.getpid())])\n"
@@ -210,6 +212,7 @@ private slots:
             QString(),  // no child
             u"pass"_qs, // being launched
             u"while True: print('y' * 1000)"_qs,
+            u"import os, time\nos.write(1, b'printed\\xe2')\ntime.sleep(9)"_qs,
             u"import signal, time\nsignal.signal(15, signal.SIG_IGN)\n"
             "print(1)\ntime.sleep(1)\nprint('stale\\x04{}\\x04')"_qs,
         };
