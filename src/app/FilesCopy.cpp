@@ -90,17 +90,14 @@ Async<void> FilesCopy::toDevice(QStringList paths, QString folder)
         co_return Error{ErrorCode::NotConnected,
                         u"Connect a device before copying %1."_s.arg(firstName)};
     const auto life = m_life.watch();
-    QList<WritePermit> permits;
-    for (const QString &path : std::as_const(paths)) {
-        DeviceFiles::WriteRequest request;
-        request.path = DeviceListing::join(folder, QFileInfo(path).fileName());
-        const auto permit = co_await m_parts.files.requestWrite(std::move(request));
-        if (!life)
-            co_return DeviceError::closed();
-        if (!permit)
-            co_return permit.error();
-        permits << *permit;
-    }
+    QStringList names;
+    for (const QString &path : std::as_const(paths))
+        names << QFileInfo(path).fileName();
+    const auto permits = co_await this->permits(std::move(names), folder);
+    if (!life)
+        co_return DeviceError::closed();
+    if (!permits)
+        co_return permits.error();
     const std::function<Plan()> makePlan = [paths] { return planLocal(paths); };
     const auto plan = co_await m_background.run(makePlan);
     if (!plan)
@@ -123,17 +120,70 @@ Async<void> FilesCopy::toDevice(QStringList paths, QString folder)
         co_return DeviceError::closed();
     if (!resolved)
         co_return resolved.error();
-    const auto sent = co_await send(*resolved, folder, permits);
+    co_return co_await sendAll(*resolved, folder, *permits);
+}
+
+Async<QList<WritePermit>> FilesCopy::permits(QStringList names, QString folder)
+{
+    const auto life = m_life.watch();
+    QList<WritePermit> permits;
+    for (const QString &name : std::as_const(names)) {
+        DeviceFiles::WriteRequest request;
+        request.path = DeviceListing::join(folder, name);
+        const auto permit = co_await m_parts.files.requestWrite(std::move(request));
+        if (!life)
+            co_return DeviceError::closed();
+        if (!permit)
+            co_return permit.error();
+        permits << *permit;
+    }
+    co_return permits;
+}
+
+Async<void> FilesCopy::sendAll(Plan plan, QString folder, QList<WritePermit> permits)
+{
+    const auto life = m_life.watch();
+    m_parts.transfer.dropRest();
+    const auto board = co_await m_parts.link.boardIdentity();
+    if (!life)
+        co_return DeviceError::closed();
+    if (!board)
+        co_return board.error();
+    const auto count = std::make_shared<qsizetype>(0);
+    const auto sent = co_await send(plan, folder, permits, count);
     if (!life)
         co_return DeviceError::closed();
     co_await m_parts.files.refreshDeviceFiles(); // also after a copy that stopped
     if (!life)
         co_return DeviceError::closed();
-    if (sent) {
-        m_parts.shell.appendInfo(
-            u"↑ Copied %1 to %2."_s.arg(countOfFiles(resolved->entries.files().size()), folder));
+    if (!sent) {
+        const QString file = plan.entries.files().value(*count).relativePath;
+        plan.entries.dropFiles(*count);
+        m_parts.transfer.setRest({file, [this, plan, folder, board = *board] {
+                                      return resumeSending(plan, folder, board);
+                                  }});
+        co_return sent;
     }
+    m_parts.shell.appendInfo(
+        u"↑ Copied %1 to %2."_s.arg(countOfFiles(plan.entries.files().size()), folder));
     co_return sent;
+}
+
+Async<void> FilesCopy::resumeSending(Plan rest, QString folder, QString board)
+{
+    const auto life = m_life.watch();
+    const auto same = co_await m_parts.files.checkBoard(board);
+    if (!same)
+        co_return same;
+    if (!life)
+        co_return DeviceError::closed();
+    QStringList names = rest.folders.keys();
+    const auto permits = co_await this->permits(std::move(names), folder);
+    if (!permits)
+        co_return permits.error();
+    if (!life)
+        co_return DeviceError::closed();
+    co_return co_await sendAll(std::move(rest), folder, *permits);
 }
 
 Async<void> FilesCopy::fromDevice(QList<DeviceFileNode> nodes, QString folder)
@@ -173,15 +223,45 @@ Async<void> FilesCopy::fromDevice(QList<DeviceFileNode> nodes, QString folder)
         co_return resolved.error();
     if (connection != m_parts.link.connectionNumber())
         co_return DeviceError::boardReplaced();
-    const auto received = co_await receive(*resolved, folder);
+    co_return co_await receiveAll(*resolved, folder);
+}
+
+Async<void> FilesCopy::receiveAll(Plan plan, QString folder)
+{
+    const auto life = m_life.watch();
+    m_parts.transfer.dropRest();
+    const auto board = co_await m_parts.link.boardIdentity();
+    if (!life)
+        co_return DeviceError::closed();
+    if (!board)
+        co_return board.error();
+    const auto count = std::make_shared<qsizetype>(0);
+    const auto received = co_await receive(plan, folder, count);
     if (!life)
         co_return DeviceError::closed();
     emit localFilesChanged(); // also by a copy that stopped
-    if (received) {
-        m_parts.shell.appendInfo(u"↓ Copied %1 to %2."_s.arg(
-            countOfFiles(resolved->entries.files().size()), displayPath(folder)));
+    if (!received) {
+        const QString file = plan.entries.files().value(*count).relativePath;
+        plan.entries.dropFiles(*count);
+        m_parts.transfer.setRest({file, [this, plan, folder, board = *board] {
+                                      return resumeReceiving(plan, folder, board);
+                                  }});
+        co_return received;
     }
+    m_parts.shell.appendInfo(u"↓ Copied %1 to %2."_s.arg(countOfFiles(plan.entries.files().size()),
+                                                         displayPath(folder)));
     co_return received;
+}
+
+Async<void> FilesCopy::resumeReceiving(Plan rest, QString folder, QString board)
+{
+    const auto life = m_life.watch();
+    const auto same = co_await m_parts.files.checkBoard(board);
+    if (!same)
+        co_return same;
+    if (!life)
+        co_return DeviceError::closed();
+    co_return co_await receiveAll(std::move(rest), folder);
 }
 
 FilesCopy::Plan FilesCopy::planLocal(const QStringList &paths)
@@ -241,7 +321,7 @@ Async<FilesCopy::Plan> FilesCopy::resolve(Plan plan, QStringList existing, QStri
     co_return std::move(plan);
 }
 
-Async<void> FilesCopy::send(Plan plan, QString folder, QList<WritePermit> permits)
+Async<void> FilesCopy::send(Plan plan, QString folder, QList<WritePermit> permits, Count count)
 {
     const auto life = m_life.watch();
     TransferStatus::Running running(m_parts.transfer);
@@ -285,11 +365,12 @@ Async<void> FilesCopy::send(Plan plan, QString folder, QList<WritePermit> permit
             co_return stoppedAt(relative, i, files.size(), written.error());
         doneBytes += files[i].size;
         running.setDone(doneBytes);
+        ++*count;
     }
     co_return Result<void>();
 }
 
-Async<void> FilesCopy::receive(Plan plan, QString folder)
+Async<void> FilesCopy::receive(Plan plan, QString folder, Count count)
 {
     const auto life = m_life.watch();
     TransferStatus::Running running(m_parts.transfer);
@@ -328,6 +409,7 @@ Async<void> FilesCopy::receive(Plan plan, QString folder)
             co_return stoppedAt(relative, i, files.size(), received.error());
         doneBytes += files[i].size;
         running.setDone(doneBytes);
+        ++*count;
     }
     co_return Result<void>();
 }

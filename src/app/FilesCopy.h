@@ -12,6 +12,8 @@
 #include <QHash>
 #include <QObject>
 
+#include <memory>
+
 namespace Korvane {
 
 class DeviceFiles;
@@ -73,8 +75,17 @@ private:
                                                         const QList<Kind> &found);
     /// Asks about \p existing, and drops them from the plan if they are skipped.
     [[nodiscard]] Async<Plan> resolve(Plan plan, QStringList existing, QString where);
-    [[nodiscard]] Async<void> send(Plan plan, QString folder, QList<WritePermit> permits);
-    [[nodiscard]] Async<void> receive(Plan plan, QString folder);
+    [[nodiscard]] Async<QList<WritePermit>> permits(QStringList names, QString folder);
+    /// Copies \p plan, and keeps what is left when that ends early.
+    [[nodiscard]] Async<void> sendAll(Plan plan, QString folder, QList<WritePermit> permits);
+    [[nodiscard]] Async<void> resumeSending(Plan rest, QString folder, QString board);
+    [[nodiscard]] Async<void> receiveAll(Plan plan, QString folder);
+    [[nodiscard]] Async<void> resumeReceiving(Plan rest, QString folder, QString board);
+    /// How many files of a plan are finished.
+    using Count = std::shared_ptr<qsizetype>;
+    [[nodiscard]] Async<void> send(Plan plan, QString folder, QList<WritePermit> permits,
+                                   Count count);
+    [[nodiscard]] Async<void> receive(Plan plan, QString folder, Count count);
     [[nodiscard]] Async<void> receiveFile(QString source, QString target, QString label,
                                           PieceTransfer::Observer observer);
 

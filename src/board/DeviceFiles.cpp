@@ -150,6 +150,19 @@ QCoro::Task<bool> DeviceFiles::deviceFileExists(QString path)
     co_return node && !node->isDirectory;
 }
 
+Async<void> DeviceFiles::checkBoard(QString identity)
+{
+    const auto connected = co_await m_link.boardIdentity();
+    if (!connected)
+        co_return connected.error();
+    if (*connected != identity) {
+        co_return Error{
+            ErrorCode::BoardReplaced,
+            u"Nothing was changed: this is not the board that the transfer began with."_s};
+    }
+    co_return Result<void>();
+}
+
 QString DeviceFiles::nativePath(const QString &path) const
 {
     const auto known = m_profile.known();

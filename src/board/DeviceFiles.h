@@ -79,6 +79,9 @@ public:
     /// Fails with `BoardReplaced` when \p permit was given for another connection. While not
     /// connected it succeeds: the command itself fails.
     [[nodiscard]] Result<void> check(const WritePermit &permit) const;
+    /// Fails with `BoardReplaced` unless the connected board is \p identity (of
+    /// DeviceLink::boardIdentity).
+    [[nodiscard]] Async<void> checkBoard(QString identity);
     /// The one way to ask whether a file may be created or replaced. The permit holds the path:
     /// meanwhile a second request for it fails with `Cancelled`.
     [[nodiscard]] Async<WritePermit> requestWrite(WriteRequest request);

@@ -29,6 +29,12 @@ QString progress(const QString &path, qsizetype index, qsizetype count)
                                            QString::number(count));
 }
 
+qint64 sizeOf(const QList<CopyItem> &files)
+{
+    return std::accumulate(files.begin(), files.end(), qint64(0),
+                           [](qint64 sum, const CopyItem &file) { return sum + file.size; });
+}
+
 Error notConnected(const QString &name)
 {
     return {ErrorCode::NotConnected, u"Connect a device before copying "_s + name + u'.'};
@@ -147,23 +153,76 @@ Async<void> FileTransfer::copyFolderToDevice(QString localFolder)
     if (!life)
         co_return DeviceError::closed();
 
-    TransferStatus::Running running(m_transfer);
     m_shell.appendInfo(u"↑ Copying %1 → %2…"_s.arg(name, target));
     reportSkipped(*plan);
-    running.setStatus(u"Copying %1…"_s.arg(name));
-    running.setTotal(plan->totalSize());
-    QStringList folders{target};
-    for (const CopyItem &item : std::as_const(plan->items)) {
+    Folders folders{localFolder, target};
+    co_return co_await sendFolder(*std::move(plan), std::move(folders), *permit);
+}
+
+Async<void> FileTransfer::sendFolder(CopyPlan plan, Folders folders, WritePermit permit)
+{
+    const auto life = m_life.watch();
+    m_transfer.dropRest();
+    TransferStatus::Running running(m_transfer);
+    running.setStatus(u"Copying %1…"_s.arg(QFileInfo(folders.source).fileName()));
+    const auto board = co_await m_link.boardIdentity();
+    if (!life)
+        co_return DeviceError::closed();
+    if (!board)
+        co_return board.error();
+    QStringList made{folders.target};
+    for (const CopyItem &item : std::as_const(plan.items)) {
         if (item.isDirectory)
-            folders << target + u'/' + item.relativePath;
+            made << folders.target + u'/' + item.relativePath;
     }
-    const auto made = co_await m_files.makeDeviceFolders(std::move(folders), *permit);
-    if (!made)
-        co_return made.error();
+    const auto making = co_await m_files.makeDeviceFolders(std::move(made), permit);
+    if (!making)
+        co_return making.error();
     if (!life)
         co_return DeviceError::closed();
 
-    const QList<CopyItem> files = plan->files();
+    const QList<CopyItem> files = plan.files();
+    const auto count = std::make_shared<qsizetype>(0);
+    const auto sent = co_await sendFiles(files, folders.source, permit, count);
+    if (!life)
+        co_return DeviceError::closed();
+    if (!sent) {
+        plan.dropFiles(*count);
+        m_transfer.setRest(
+            {files.value(*count).relativePath, [this, plan, folders, board = *board] {
+                 return resumeSending(plan, folders, board);
+             }});
+        co_return sent;
+    }
+    m_shell.appendInfo(u"↑ Copied %1 to %2."_s.arg(countOfFiles(files.size()), folders.target));
+    co_await m_files.refreshDeviceFiles();
+    co_return Result<void>();
+}
+
+Async<void> FileTransfer::resumeSending(CopyPlan rest, Folders folders, QString board)
+{
+    const auto life = m_life.watch();
+    const auto same = co_await m_files.checkBoard(board);
+    if (!same)
+        co_return same;
+    if (!life)
+        co_return DeviceError::closed();
+    DeviceFiles::WriteRequest request;
+    request.path = folders.target;
+    const auto permit = co_await m_files.requestWrite(std::move(request));
+    if (!permit)
+        co_return permit.error();
+    if (!life)
+        co_return DeviceError::closed();
+    co_return co_await sendFolder(std::move(rest), std::move(folders), *permit);
+}
+
+Async<void> FileTransfer::sendFiles(QList<CopyItem> files, QString localFolder, WritePermit permit,
+                                    Count count)
+{
+    const auto life = m_life.watch();
+    TransferStatus::Running running(m_transfer);
+    running.setTotal(sizeOf(files));
     qint64 doneBytes = 0;
     for (qsizetype i = 0; i < files.size(); ++i) {
         const QString relative = files[i].relativePath;
@@ -178,7 +237,7 @@ Async<void> FileTransfer::copyFolderToDevice(QString localFolder)
             co_return Error{ErrorCode::File, u"Copy stopped — cannot read "_s + relative + u'.'};
         }
         const auto written =
-            co_await m_files.sendFile(m_local.sourceOf(*reader), permit->forEntry(relative),
+            co_await m_files.sendFile(m_local.sourceOf(*reader), permit.forEntry(relative),
                                       relative, running.observer(doneBytes));
         if (!life)
             co_return DeviceError::closed();
@@ -190,9 +249,8 @@ Async<void> FileTransfer::copyFolderToDevice(QString localFolder)
         }
         doneBytes += files[i].size;
         running.setDone(doneBytes);
+        ++*count;
     }
-    m_shell.appendInfo(u"↑ Copied %1 to %2."_s.arg(countOfFiles(fileCount), target));
-    co_await m_files.refreshDeviceFiles();
     co_return Result<void>();
 }
 
@@ -256,48 +314,71 @@ Async<void> FileTransfer::copyFolderFromDevice(DeviceFileNode folder, QString de
     if (!life)
         co_return DeviceError::closed();
 
-    TransferStatus::Running running(m_transfer);
     m_shell.appendInfo(u"↓ Copying %1 → %2…"_s.arg(folder.name, target));
-    QStringList folders{target};
+    QStringList made{target};
     for (const CopyItem &item : plan.items) {
         if (item.isDirectory)
-            folders << target + u'/' + item.relativePath;
+            made << target + u'/' + item.relativePath;
     }
-    const std::function<Result<void>()> makeFolders = [folders] {
-        return makeLocalFolders(folders);
-    };
-    const auto made = co_await m_background.run(makeFolders);
-    if (!made)
+    const std::function<Result<void>()> makeFolders = [made] { return makeLocalFolders(made); };
+    const auto making = co_await m_background.run(makeFolders);
+    if (!making)
         co_return DeviceError::closed();
-    if (!*made)
-        co_return Error{ErrorCode::File, u"Copy failed: "_s + made->error().message};
+    if (!*making)
+        co_return Error{ErrorCode::File, u"Copy failed: "_s + making->error().message};
+    Folders folders{folder.path, target};
+    co_return co_await receiveFolder(files, std::move(folders));
+}
 
-    const auto received = co_await receiveFiles(files, folder.path, target);
+Async<void> FileTransfer::receiveFolder(QList<CopyItem> files, Folders folders)
+{
+    const auto life = m_life.watch();
+    m_transfer.dropRest();
+    const auto board = co_await m_link.boardIdentity();
+    if (!life)
+        co_return DeviceError::closed();
+    if (!board)
+        co_return board.error();
+    const auto count = std::make_shared<qsizetype>(0);
+    const auto received = co_await receiveFiles(files, folders, count);
     if (!life)
         co_return DeviceError::closed();
     emit localFilesChanged(); // also by a copy that stopped
-    if (!received)
-        co_return received.error();
-    m_shell.appendInfo(u"↓ Copied %1 to %2."_s.arg(countOfFiles(files.size()), target));
+    if (!received) {
+        m_transfer.setRest({files.value(*count).relativePath,
+                            [this, rest = files.mid(*count), folders, board = *board] {
+                                return resumeReceiving(rest, folders, board);
+                            }});
+        co_return received;
+    }
+    m_shell.appendInfo(u"↓ Copied %1 to %2."_s.arg(countOfFiles(files.size()), folders.target));
     co_return Result<void>();
 }
 
-Async<void> FileTransfer::receiveFiles(QList<CopyItem> files, QString sourceFolder,
-                                       QString targetFolder)
+Async<void> FileTransfer::resumeReceiving(QList<CopyItem> rest, Folders folders, QString board)
+{
+    const auto life = m_life.watch();
+    const auto same = co_await m_files.checkBoard(board);
+    if (!same)
+        co_return same;
+    if (!life)
+        co_return DeviceError::closed();
+    co_return co_await receiveFolder(std::move(rest), std::move(folders));
+}
+
+Async<void> FileTransfer::receiveFiles(QList<CopyItem> files, Folders folders, Count count)
 {
     const auto life = m_life.watch();
     TransferStatus::Running running(m_transfer);
     qint64 doneBytes = 0;
-    running.setTotal(
-        std::accumulate(files.begin(), files.end(), qint64(0),
-                        [](qint64 sum, const CopyItem &file) { return sum + file.size; }));
+    running.setTotal(sizeOf(files));
     for (qsizetype i = 0; i < files.size(); ++i) {
         const QString relative = files[i].relativePath;
         running.setStatus(progress(relative, i, files.size()));
         if (running.isCanceled())
             co_return stoppedAt(relative, i, files.size(), DeviceError::cancelled());
-        const QString path = targetFolder + u'/' + relative;
-        const auto received = co_await receiveFile(sourceFolder + u'/' + relative, path, relative,
+        const QString path = folders.target + u'/' + relative;
+        const auto received = co_await receiveFile(folders.source + u'/' + relative, path, relative,
                                                    running.observer(doneBytes));
         if (!life)
             co_return DeviceError::closed();
@@ -310,6 +391,7 @@ Async<void> FileTransfer::receiveFiles(QList<CopyItem> files, QString sourceFold
             co_return stoppedAt(relative, i, files.size(), received.error());
         doneBytes += files[i].size;
         running.setDone(doneBytes);
+        ++*count;
     }
     co_return Result<void>();
 }

@@ -6,8 +6,11 @@
 #include "board/BoardRecords.h"
 #include "board/CopyPlan.h"
 #include "board/LocalPieces.h"
+#include "board/WritePermit.h"
 
 #include <QObject>
+
+#include <memory>
 
 namespace Korvane {
 
@@ -19,9 +22,9 @@ class TransferStatus;
 /// Copies files and whole folders between this computer and the board, in both directions.
 ///
 /// A folder copy asks once and stops at the first failure; what was copied before is kept, and
-/// copying again merges. Start and success are written to the Shell, failures are returned. Local
-/// files are read and written in pieces, off the main thread; a local file is replaced when all of
-/// its content has arrived and was checked. Everything else happens on the main thread.
+/// TransferStatus has the rest. Start and success are written to the Shell, failures are returned.
+/// Local files are read and written in pieces, off the main thread; a local file is replaced when
+/// all of its content has arrived and was checked. Everything else happens on the main thread.
 class FileTransfer final : public QObject
 {
     Q_OBJECT
@@ -48,9 +51,23 @@ private:
     /// the system's text.
     [[nodiscard]] Async<void> receiveFile(QString source, QString path, QString label,
                                           PieceTransfer::Observer observer);
+    /// How many files of a list are finished.
+    using Count = std::shared_ptr<qsizetype>;
+    struct Folders
+    {
+        QString source;
+        QString target;
+    };
+
+    /// Copies \p plan, and keeps what is left when that ends early.
+    [[nodiscard]] Async<void> sendFolder(CopyPlan plan, Folders folders, WritePermit permit);
+    [[nodiscard]] Async<void> resumeSending(CopyPlan rest, Folders folders, QString board);
+    [[nodiscard]] Async<void> sendFiles(QList<CopyItem> files, QString localFolder,
+                                        WritePermit permit, Count sent);
+    [[nodiscard]] Async<void> receiveFolder(QList<CopyItem> files, Folders folders);
+    [[nodiscard]] Async<void> resumeReceiving(QList<CopyItem> rest, Folders folders, QString board);
     /// Copies \p files, which are below both folders, and stops at the first failure.
-    [[nodiscard]] Async<void> receiveFiles(QList<CopyItem> files, QString sourceFolder,
-                                           QString targetFolder);
+    [[nodiscard]] Async<void> receiveFiles(QList<CopyItem> files, Folders folders, Count received);
     void reportSkipped(const CopyPlan &plan);
 
     DeviceLink &m_link;

@@ -237,6 +237,12 @@ Async<void> FolderSync::send(FolderChanges changes)
     if (changes.connection != m_link.connectionNumber())
         co_return DeviceError::boardReplaced();
     const auto life = m_life.watch();
+    const auto board = co_await m_link.boardIdentity();
+    if (!board)
+        co_return board.error();
+    if (!life)
+        co_return DeviceError::closed();
+    m_transfer.dropRest();
     DeviceFiles::WriteRequest request;
     request.path = changes.boardFolder;
     const auto permit = co_await m_files.requestWrite(std::move(request));
@@ -263,6 +269,7 @@ Async<void> FolderSync::send(FolderChanges changes)
     qint64 done = 0;
     Result<void> result;
     const QList<FolderChanges::Entry> all = sent + removed;
+    FolderChanges rest = changes;
     for (qsizetype i = 0; result && i < all.size(); ++i) {
         if (!life)
             co_return DeviceError::closed();
@@ -277,9 +284,10 @@ Async<void> FolderSync::send(FolderChanges changes)
             result = co_await sendFile(entry, changes.localFolder, *permit, running.observer(done));
         else
             result = co_await remove(entry, changes.boardFolder);
-        if (!result)
+        if (!result) {
+            rest.entries = all.mid(i);
             result = stoppedAt(entry.relativePath, result.error());
-        else if (i < sent.size())
+        } else if (i < sent.size())
             running.setDone(done += entry.size);
     }
     if (!life)
@@ -290,10 +298,27 @@ Async<void> FolderSync::send(FolderChanges changes)
         m_shell.appendInfo(u"↑ Sent %1 to %2%3; %4 unchanged."_s.arg(
             countOfFiles(sent.size()), changes.boardFolder, removal,
             countOfFiles(changes.unchangedCount)));
+    } else if (result.error().code != ErrorCode::Closed) {
+        TransferStatus::Rest left;
+        left.file = rest.entries.first().relativePath;
+        left.resume = [this, rest, board = *board] { return resume(rest, board); };
+        m_transfer.setRest(std::move(left));
     }
     if (m_link.connectionState().isConnected())
         co_await m_files.refreshDeviceFiles();
     co_return result;
+}
+
+Async<void> FolderSync::resume(FolderChanges rest, QString board)
+{
+    const auto life = m_life.watch();
+    const auto same = co_await m_files.checkBoard(board);
+    if (!same)
+        co_return same;
+    if (!life)
+        co_return DeviceError::closed();
+    rest.connection = m_link.connectionNumber();
+    co_return co_await send(std::move(rest));
 }
 
 Async<void> FolderSync::sendFile(FolderChanges::Entry entry, QString localFolder,

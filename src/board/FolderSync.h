@@ -34,8 +34,8 @@ public:
     /// out are hidden entries, those of IgnoreRules and virtual environments.
     [[nodiscard]] Async<FolderChanges> compare(QString localFolder, QString boardFolder);
     /// Sends the files of \p changes that are new or changed, and removes those that are only on
-    /// the board. Stops at the first failure; what was sent before stays. Fails with
-    /// `BoardReplaced` when another board was connected since the comparison.
+    /// the board. Stops at the first failure; what was sent before stays, and TransferStatus has
+    /// the rest. Fails with `BoardReplaced` when another board was connected since the comparison.
     [[nodiscard]] Async<void> send(FolderChanges changes);
 
 private:
@@ -53,6 +53,8 @@ private:
                                                         PieceTransfer::Observer observer);
     [[nodiscard]] Async<void> sendFile(FolderChanges::Entry entry, QString localFolder,
                                        WritePermit permit, PieceTransfer::Observer observer);
+    /// After a send that ended early: the same for what is left, on the same board.
+    [[nodiscard]] Async<void> resume(FolderChanges rest, QString board);
     [[nodiscard]] Async<void> remove(FolderChanges::Entry entry, QString boardFolder);
 
     DeviceLink &m_link;

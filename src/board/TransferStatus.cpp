@@ -21,6 +21,18 @@ QString rateText(double bytesPerSecond)
     return u"%1 MB/s"_s.arg(bytesPerSecond / 1e6, 0, 'f', 1);
 }
 
+/// In the unit that suits \p total: "0.4 of 1.2 MB".
+QString sizeText(qint64 done, qint64 total)
+{
+    if (total < 1'000)
+        return u"%1 of %2 bytes"_s.arg(done).arg(total);
+    const double unit = total < 1'000'000 ? 1e3 : 1e6;
+    const int decimals = total < 1'000'000 ? 0 : 1;
+    return u"%1 of %2 %3"_s.arg(static_cast<double>(done) / unit, 0, 'f', decimals)
+        .arg(static_cast<double>(total) / unit, 0, 'f', decimals)
+        .arg(total < 1'000'000 ? u"kB"_s : u"MB"_s);
+}
+
 QString timeText(double seconds)
 {
     const auto whole = static_cast<qint64>(seconds) + 1;
@@ -88,20 +100,45 @@ PieceTransfer::Observer TransferStatus::Running::observer(qint64 before)
     return observer;
 }
 
+const TransferStatus::Running *TransferStatus::shown() const
+{
+    const auto found =
+        std::find_if(m_running.crbegin(), m_running.crend(),
+                     [](const Running *running) { return !running->m_status.isEmpty(); });
+    return found == m_running.crend() ? nullptr : *found;
+}
+
 QString TransferStatus::status() const
 {
-    for (auto running = m_running.crbegin(); running != m_running.crend(); ++running) {
-        QString text = (*running)->m_status;
-        if (text.isEmpty())
-            continue;
-        const QString &progress = (*running)->m_progress;
-        if (progress.isEmpty())
-            return text;
-        if (text.endsWith(u'…'))
-            text.chop(1);
-        return text + u" — "_s + progress;
-    }
-    return {};
+    return shown() ? shown()->m_status : QString();
+}
+
+QString TransferStatus::progress() const
+{
+    return shown() ? shown()->m_progress : QString();
+}
+
+void TransferStatus::setRest(Rest rest)
+{
+    m_rest = std::move(rest);
+    emit restChanged();
+}
+
+void TransferStatus::dropRest()
+{
+    if (!m_rest)
+        return;
+    m_rest.reset();
+    emit restChanged();
+}
+
+Async<void> TransferStatus::resumeRest()
+{
+    if (!m_rest)
+        co_return Error{ErrorCode::Cancelled, {}};
+    const Rest rest = *m_rest; // a copy: it is dropped when the transfer begins
+    dropRest();
+    co_return co_await rest.resume();
 }
 
 bool TransferStatus::canCancel() const
@@ -128,7 +165,8 @@ QString TransferStatus::progressText(qint64 doneBytes, qint64 totalBytes,
     const double rate = static_cast<double>(doneBytes) * 1e3 / static_cast<double>(elapsed.count());
     // A file may have grown since its size was read.
     const qint64 percent = std::min<qint64>(100, doneBytes * 100 / totalBytes);
-    QString text = u"%1 %, %2"_s.arg(QString::number(percent), rateText(rate));
+    QString text = u"%1 (%2 %), %3"_s.arg(sizeText(doneBytes, totalBytes), QString::number(percent),
+                                          rateText(rate));
     if (doneBytes < totalBytes)
         text += u", %1 left"_s.arg(timeText(static_cast<double>(totalBytes - doneBytes) / rate));
     return text;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Async.h"
 #include "board/PieceTransfer.h"
 
 #include <QElapsedTimer>
@@ -9,7 +10,8 @@
 #include <QString>
 
 #include <chrono>
-#include <memory>
+#include <functional>
+#include <optional>
 
 namespace Korvane {
 
@@ -57,13 +59,32 @@ public:
     [[nodiscard]] bool isSendingToDevice() const { return !m_running.isEmpty(); }
     /// The text of the operation that began last and has one. Empty while nothing runs.
     [[nodiscard]] QString status() const;
+    /// How far that operation is; empty while nothing can be said yet.
+    [[nodiscard]] QString progress() const;
     /// An operation that has not been canceled yet can be.
     [[nodiscard]] bool canCancel() const;
     /// Requests all operations to end; each does so after its current piece and reports what it
     /// left on the board.
     void cancel();
 
-    /// "45 %, 10 kB/s, 12 s left"; empty when nothing can be said yet.
+    /// What a transfer of several files that ended early has left to do.
+    struct Rest
+    {
+        /// At which it ended.
+        QString file;
+        /// Sends or copies the rest, beginning with that file.
+        std::function<Async<void>()> resume;
+    };
+    /// Replaces an earlier rest.
+    void setRest(Rest rest);
+    /// Called also when the next transfer of several files begins.
+    void dropRest();
+    /// Null when there is none.
+    [[nodiscard]] const Rest *rest() const { return m_rest ? &*m_rest : nullptr; }
+    /// Fails with `Cancelled` when there is no rest.
+    [[nodiscard]] Async<void> resumeRest();
+
+    /// "45 of 100 kB (45 %), 10 kB/s, 12 s left"; empty when nothing can be said yet.
     [[nodiscard]] static QString progressText(qint64 doneBytes, qint64 totalBytes,
                                               std::chrono::milliseconds elapsed);
 
@@ -71,9 +92,13 @@ signals:
     void isSendingToDeviceChanged();
     /// Also when canCancel has changed.
     void statusChanged();
+    void restChanged();
 
 private:
+    [[nodiscard]] const Running *shown() const;
+
     QList<Running *> m_running;
+    std::optional<Rest> m_rest;
 };
 
 } // namespace Korvane

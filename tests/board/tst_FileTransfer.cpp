@@ -237,6 +237,18 @@ private slots:
         QVERIFY(!fixture.transfer.isSendingToDevice());
         QVERIFY(status.contains(u"Copying f19 (20 of 50)…"_s));
         QCOMPARE(fixture.transfer.status(), QString());
+
+        QCOMPARE(fixture.transfer.rest() == nullptr, outcome.startsWith(u"info: ↑"));
+        if (fixture.transfer.rest()) {
+            const int before = written;
+            board.onProgram = [&written](const QByteArray &program) {
+                written += program.contains("'wb'") ? 1 : 0;
+                return ScriptedBoard::reply(program.contains("__LS__") ? "__LS__[]" : "__OK__");
+            };
+            QVERIFY(fixture.done(fixture.transfer.resumeRest()));
+            QCOMPARE(written - before, reply.isEmpty() ? 30 : 31); // the file of the failure again
+            QVERIFY(!fixture.transfer.rest());
+        }
     }
 
     void stopsWhereTheDiskIsFull()
@@ -354,9 +366,11 @@ private slots:
     {
         const auto text = &TransferStatus::progressText;
         const std::chrono::milliseconds second(1'000);
-        QCOMPARE(text(45'000, 100'000, 4 * second), u"45 %, 11 kB/s, 5 s left"_s);
-        QCOMPARE(text(10'000'000, 100'000'000'000, second), u"0 %, 10.0 MB/s, 2 h 46 min left"_s);
-        QCOMPARE(text(300, 200, second), u"100 %, 300 B/s"_s); // the file has grown
+        QCOMPARE(text(45'000, 100'000, 4 * second), u"45 of 100 kB (45 %), 11 kB/s, 5 s left"_s);
+        QCOMPARE(text(10'000'000, 100'000'000'000, second),
+                 u"10.0 of 100000.0 MB (0 %), 10.0 MB/s, 2 h 46 min left"_s);
+        QCOMPARE(text(300, 200, second),
+                 u"300 of 200 bytes (100 %), 300 B/s"_s); // the file has grown
         QCOMPARE(text(0, 200, second), QString());
     }
 

@@ -5,6 +5,7 @@
 #include "ui/controls/ProgressIndicator.h"
 
 #include <QAction>
+#include <QStyleOptionToolButton>
 
 namespace Korvane {
 
@@ -29,6 +30,13 @@ void SendToDeviceButton::resizeEvent(QResizeEvent *event)
 {
     QToolButton::resizeEvent(event);
     m_progress->move(rect().center() - m_progress->rect().center());
+}
+
+void SendToDeviceButton::initStyleOption(QStyleOptionToolButton *option) const
+{
+    QToolButton::initStyleOption(option);
+    option->text.clear();
+    option->toolButtonStyle = Qt::ToolButtonIconOnly;
 }
 
 void SendToDeviceButton::showSending()

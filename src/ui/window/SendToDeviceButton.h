@@ -19,6 +19,8 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
+    /// Without the text, which Qt shows in place of an icon that is missing.
+    void initStyleOption(QStyleOptionToolButton *option) const override;
 
 private:
     void showSending();

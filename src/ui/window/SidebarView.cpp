@@ -16,6 +16,8 @@
 #include <QMimeData>
 #include <QShortcut>
 #include <QStackedWidget>
+#include <QToolButton>
+#include <QVBoxLayout>
 
 #include <algorithm>
 #include <chrono>
@@ -131,18 +133,40 @@ QWidget *SidebarView::makeTransferRow()
     auto *status = new ElidedLabel(Qt::ElideMiddle);
     status->setObjectName(QStringLiteral("transferStatus"));
     status->setFont(Theme::captionFont(font()));
-    auto *row = new QHBoxLayout;
+    auto *progress = new ElidedLabel(Qt::ElideRight);
+    progress->setObjectName(QStringLiteral("transferProgress"));
+    progress->setFont(Theme::captionFont(font()));
+    auto *indicator = new ProgressIndicator(14);
+    const auto makeButton = [this](const QString &text, const QString &help, const char *name) {
+        auto *button = new QToolButton;
+        button->setObjectName(QLatin1StringView(name));
+        button->setText(text);
+        button->setToolTip(help);
+        button->setFont(Theme::captionFont(font()));
+        button->setFocusPolicy(Qt::StrongFocus);
+        return button;
+    };
+    auto *cancel = makeButton(
+        tr("Cancel"), tr("End the transfer; the file it is at stays as it was"), "cancelTransfer");
+    auto *resume = makeButton(
+        tr("Try Again"), tr("Go on with the file at which the transfer ended"), "resumeTransfer");
+    auto *dismiss = makeButton(tr("Dismiss"), tr("Leave the rest as it is"), "dismissTransfer");
+    auto *upper = new QHBoxLayout;
+    upper->setSpacing(6);
+    upper->addWidget(indicator);
+    upper->addWidget(status, 1);
+    upper->addWidget(cancel);
+    auto *lower = new QHBoxLayout;
+    lower->setSpacing(6);
+    lower->addWidget(progress, 1);
+    lower->addStretch();
+    lower->addWidget(resume);
+    lower->addWidget(dismiss);
+    auto *row = new QVBoxLayout;
     row->setContentsMargins(8, 5, 8, 5);
-    row->setSpacing(6);
-    row->addWidget(new ProgressIndicator(14));
-    row->addWidget(status, 1);
-    auto *cancel = new QToolButton;
-    cancel->setObjectName(QStringLiteral("cancelTransfer"));
-    cancel->setText(tr("Cancel"));
-    cancel->setToolTip(tr("End the transfer; the file it is at stays as it was"));
-    cancel->setFont(Theme::captionFont(font()));
-    cancel->setFocusPolicy(Qt::StrongFocus);
-    row->addWidget(cancel);
+    row->setSpacing(3);
+    row->addLayout(upper);
+    row->addLayout(lower);
     auto *column = new QVBoxLayout(transfer);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
@@ -155,15 +179,28 @@ QWidget *SidebarView::makeTransferRow()
     escape->setContext(Qt::WidgetShortcut);
     connect(escape, &QShortcut::activated, transfer, cancelTransfer);
 
-    const auto show = [this, transfer, status, cancel] {
-        const QString text = m_state.transfer().status();
+    connect(resume, &QToolButton::clicked, transfer,
+            [this] { m_state.errors().reportFailureOf(m_state.transfer().resumeRest()); });
+    connect(dismiss, &QToolButton::clicked, transfer, [this] { m_state.transfer().dropRest(); });
+
+    const auto show = [=, this] {
+        const TransferStatus &shown = m_state.transfer();
+        const bool isRunning = shown.isSendingToDevice();
+        const auto *rest = isRunning ? nullptr : shown.rest();
+        const QString text = rest ? tr("Ended at %1").arg(rest->file) : shown.status();
         status->setText(text);
-        cancel->setVisible(m_state.transfer().canCancel());
-        transfer->setToolTip(PlainText::toolTip(text));
-        transfer->setVisible(m_state.transfer().isSendingToDevice());
+        progress->setText(shown.progress());
+        progress->setVisible(!shown.progress().isEmpty());
+        indicator->setVisible(isRunning);
+        cancel->setVisible(shown.canCancel());
+        resume->setVisible(rest);
+        dismiss->setVisible(rest);
+        transfer->setToolTip(PlainText::toolTip(text + u' ' + shown.progress()));
+        transfer->setVisible(isRunning || rest);
     };
-    connect(&m_state.transfer(), &TransferStatus::statusChanged, transfer, show);
-    connect(&m_state.transfer(), &TransferStatus::isSendingToDeviceChanged, transfer, show);
+    for (auto changed : {&TransferStatus::statusChanged, &TransferStatus::restChanged,
+                         &TransferStatus::isSendingToDeviceChanged})
+        connect(&m_state.transfer(), changed, transfer, show);
     show();
     return transfer;
 }
