@@ -1,4 +1,5 @@
 #include "editor/CodeEditorView.h"
+#include "support/Files.h"
 #include "support/ScriptedBoard.h"
 #include "ui/WindowFixture.h"
 
@@ -149,6 +150,26 @@ private slots:
         QVERIFY(editor->fontInfo().pixelSize() > size);
         fixture.press(Qt::Key_0, Qt::ControlModifier);
         QCOMPARE(editor->fontInfo().pixelSize(), size);
+    }
+
+    void findsTextInTheFilesOfTheFolder()
+    {
+        WindowFixture fixture;
+        put(fixture.folder.filePath(u"a.py"_s), "one\n  spam = 1\n");
+        fixture.state().localFiles().setLocalWorkingDir(fixture.folder.path());
+        fixture.press(Qt::Key_F, Qt::ControlModifier | Qt::ShiftModifier);
+        auto *query = fixture.find<QLineEdit>("filesQuery");
+        query->setText(u"spam"_s);
+        QTest::keyClick(query, Qt::Key_Return);
+        auto *list = fixture.find<QTreeWidget>("filesFound");
+        QTRY_COMPARE(list->topLevelItemCount(), 1);
+        QCOMPARE(list->topLevelItem(0)->child(0)->text(0), u"2: spam = 1"_s);
+        QTRY_COMPARE(fixture.find<QLabel>("filesStatus")->text(),
+                     u"Places: 1; files searched: 1"_s);
+        emit list->itemActivated(list->topLevelItem(0)->child(0), 0);
+        auto *editor = fixture.find<CodeEditorView>("editor");
+        QTRY_COMPARE(editor->textCursor().selectedText(), u"spam"_s);
+        QCOMPARE(editor->currentLine(), 2);
     }
 
     void runsAndStopsWithKeysAndButtons()

@@ -162,13 +162,14 @@ void FindInFilesDialog::finish(const FileSearch::Outcome &outcome)
     if (!outcome.fault.isEmpty())
         m_status->setText(outcome.fault);
     else if (outcome.isCanceled)
-        m_status->setText(tr("Stopped: %1 places in %2 files").arg(places).arg(outcome.files));
+        m_status->setText(
+            tr("Stopped. Places: %1; files searched: %2").arg(places).arg(outcome.files));
     else if (outcome.isCut)
         m_status->setText(tr("The first %1 places; there may be more").arg(places));
     else if (places == 0)
-        m_status->setText(tr("Not found in %1 files").arg(outcome.files));
+        m_status->setText(tr("Not found; files searched: %1").arg(outcome.files));
     else
-        m_status->setText(tr("%1 places; %2 files searched").arg(places).arg(outcome.files));
+        m_status->setText(tr("Places: %1; files searched: %2").arg(places).arg(outcome.files));
 }
 
 void FindInFilesDialog::choose(const QTreeWidgetItem *item, bool takesFocus)
