@@ -69,10 +69,11 @@ public:
             const std::lock_guard lock(m_mutex);
             m_taken.swap(m_posted);
         }
-        if (m_taken.empty())
-            return std::nullopt;
-        std::optional<T> value(std::move(m_taken.front()));
-        m_taken.pop_front();
+        std::optional<T> value;
+        if (!m_taken.empty()) {
+            value.emplace(std::move(m_taken.front()));
+            m_taken.pop_front();
+        }
         return value;
     }
     /// Drops what is there, and all that is posted later.
