@@ -1,6 +1,7 @@
 #include "mcp/BoardQueue.h"
 
 #include "board/DeviceLink.h"
+#include "mcp/MCPToolError.h"
 
 #include <algorithm>
 #include <iterator>
@@ -14,7 +15,7 @@ BoardQueue::BoardQueue(DeviceLink &link)
     connect(&link, &DeviceLink::deviceCommandInFlightChanged, this, &BoardQueue::grantNext);
 }
 
-QCoro::Task<BoardQueue::Turn> BoardQueue::turn(CallStop stop)
+QCoro::Task<Result<BoardQueue::Turn>> BoardQueue::turn(CallStop stop)
 {
     const auto life = m_life.watch();
     OneShot<bool> &shot = m_waiting.emplace_back();
@@ -23,16 +24,16 @@ QCoro::Task<BoardQueue::Turn> BoardQueue::turn(CallStop stop)
     grantNext();
     const std::optional<bool> isGranted = co_await shot.wait();
     if (!isGranted || !life)
-        co_return Turn();
+        co_return MCPToolError::closed();
     m_waiting.erase(position);
     if (!*isGranted)
-        co_return Turn();
+        co_return MCPToolError::canceled();
     Turn turn(this, [this, life](const void *) {
         if (life)
             end();
     });
     if (stop.unwanted.stop_requested()) // between being granted and resumed
-        co_return Turn();
+        co_return MCPToolError::canceled();
     co_return turn;
 }
 

@@ -3,6 +3,7 @@
 #include "base/CallStop.h"
 #include "base/Lifetime.h"
 #include "base/OneShot.h"
+#include "base/Result.h"
 
 #include <QCoro/QCoroTask>
 #include <QObject>
@@ -28,9 +29,10 @@ public:
     /// \p link must outlive this.
     explicit BoardQueue(DeviceLink &link);
 
-    /// Waits in the queue. Returns null when \p stop drops the call first, or when this object is
-    /// destroyed. Does not suspend while nothing is waiting and the link is free.
-    [[nodiscard]] QCoro::Task<Turn> turn(CallStop stop);
+    /// Waits in the queue. Fails with `canceled` when \p stop drops the call first, and with `closed`
+    /// when this object is destroyed. Does not suspend while nothing is waiting and the link is
+    /// free.
+    [[nodiscard]] QCoro::Task<Result<Turn>> turn(CallStop stop);
 
     /// Whether a call could start at once.
     [[nodiscard]] bool isFree() const;

@@ -2,8 +2,6 @@
 
 #include "app/AppState.h"
 #include "base/PythonResource.h"
-#include "base/Utf8.h"
-#include "base/VisibleText.h"
 #include "board/BoardScripts.h"
 #include "mcp/MCPToolError.h"
 #include "mcp/ToolDefinitions.h"
@@ -13,6 +11,7 @@
 #include <cmath>
 #include <iterator>
 #include <utility>
+#include <variant>
 
 namespace Korvane {
 
@@ -41,12 +40,15 @@ struct BoardTools::Tool
 {
     QString name;
     bool needsBoard;
-    Answer (BoardTools::*run)(ToolArguments, CallStop);
+    std::variant<Answer (BoardTools::*)(ToolArguments, CallStop),
+                 Answer (BoardFileTools::*)(ToolArguments, CallStop)>
+        run;
 };
 
 BoardTools::BoardTools(AppState &state)
     : m_state(state)
     , m_queue(state.link())
+    , m_files(state, m_queue)
 {
 }
 
@@ -60,10 +62,10 @@ const BoardTools::Tool *BoardTools::find(const QString &name)
     static const Tool tools[] = {
         {u"device_status"_s, false, &BoardTools::deviceStatus},
         {u"connect_device"_s, false, &BoardTools::connectDevice},
-        {u"list_device_files"_s, true, &BoardTools::listDeviceFiles},
-        {u"read_device_file"_s, true, &BoardTools::readDeviceFile},
-        {u"write_device_file"_s, true, &BoardTools::writeDeviceFile},
-        {u"delete_device_file"_s, true, &BoardTools::deleteDeviceFile},
+        {u"list_device_files"_s, true, &BoardFileTools::list},
+        {u"read_device_file"_s, true, &BoardFileTools::read},
+        {u"write_device_file"_s, true, &BoardFileTools::write},
+        {u"delete_device_file"_s, true, &BoardFileTools::remove},
         {u"run_code"_s, true, &BoardTools::runCode},
         {u"run_file"_s, true, &BoardTools::runFile},
         {u"soft_reset"_s, true, &BoardTools::softReset},
@@ -93,12 +95,21 @@ QCoro::Task<Result<QString>> BoardTools::call(QString name, ToolArguments argume
     co_return *std::move(answer);
 }
 
+BoardTools::Answer BoardTools::start(const Tool &tool, ToolArguments arguments, CallStop stop)
+{
+    if (const auto *const run =
+            std::get_if<Answer (BoardFileTools::*)(ToolArguments, CallStop)>(&tool.run))
+        return (m_files.**run)(std::move(arguments), std::move(stop));
+    return (this->*std::get<0>(tool.run))(std::move(arguments), std::move(stop));
+}
+
 /// May end long after this was destroyed, when the board or the user answers.
 QCoro::Task<void> BoardTools::work(const Tool *tool, ToolArguments arguments, CallStop stop,
                                    Calls::iterator call)
 {
     const auto life = m_life.watch();
-    auto answer = co_await (this->*tool->run)(std::move(arguments), std::move(stop));
+    Answer answering = start(*tool, std::move(arguments), std::move(stop));
+    auto answer = co_await std::move(answering);
     if (life)
         call->deliver(std::move(answer));
 }
@@ -123,11 +134,9 @@ BoardTools::Answer BoardTools::deviceStatus(ToolArguments, CallStop stop)
         lines << u"Editor: "_s + file->name()
                 + (file->isModified() ? u" (unsaved changes)"_s : u""_s);
     if (isConnected()) {
-        const BoardQueue::Turn turn = co_await m_queue.turn(stop);
-        if (!life)
-            co_return MCPToolError::closed();
+        const auto turn = co_await m_queue.turn(stop);
         if (!turn)
-            co_return MCPToolError::canceled();
+            co_return turn.error();
         const auto version = co_await link.executeOnDevice(statusScript(), statusTimeout);
         if (!life)
             co_return MCPToolError::closed();
@@ -165,177 +174,6 @@ BoardTools::Answer BoardTools::connectDevice(ToolArguments arguments, CallStop)
     co_return u"Connected to "_s + port + u'.';
 }
 
-BoardTools::Answer BoardTools::listDeviceFiles(ToolArguments arguments, CallStop stop)
-{
-    const auto life = m_life.watch();
-    const QString folder = optional(arguments, pathKey, u"/"_s);
-    const BoardQueue::Turn turn = co_await m_queue.turn(stop);
-    if (!life)
-        co_return MCPToolError::closed();
-    if (!turn)
-        co_return MCPToolError::canceled();
-    DeviceFiles &files = m_state.deviceFiles();
-    co_await files.refreshDeviceFiles();
-    if (!life)
-        co_return MCPToolError::closed();
-    if (!isConnected())
-        co_return MCPToolError::notConnected();
-    if (const auto &error = files.listingError())
-        co_return *error;
-    const auto *children = files.deviceChildren(folder);
-    if (!children)
-        co_return MCPToolError::notADirectory(folder);
-    co_return describe(folder, *children);
-}
-
-BoardTools::Answer BoardTools::readDeviceFile(ToolArguments arguments, CallStop stop)
-{
-    const auto life = m_life.watch();
-    const auto path = required(arguments, pathKey);
-    if (!path)
-        co_return path.error();
-    const BoardQueue::Turn turn = co_await m_queue.turn(stop);
-    if (!life)
-        co_return MCPToolError::closed();
-    if (!turn)
-        co_return MCPToolError::canceled();
-    const auto bytes = co_await m_state.deviceFiles().readDeviceFile(*path, *path);
-    if (!life)
-        co_return MCPToolError::closed();
-    if (!bytes)
-        co_return failed(bytes.error());
-    if (const auto text = Utf8::decodeStrict(*bytes))
-        co_return *text;
-    co_return *path + u" is %1 bytes of binary data (not valid UTF-8)."_s.arg(bytes->size());
-}
-
-BoardTools::Answer BoardTools::writeDeviceFile(ToolArguments arguments, CallStop stop)
-{
-    const auto life = m_life.watch();
-    const auto path = required(arguments, pathKey);
-    if (!path)
-        co_return path.error();
-    const auto content = required(arguments, contentKey);
-    if (!content)
-        co_return content.error();
-    const QString size = QString::number(content->toUtf8().size());
-    DeviceFiles &files = m_state.deviceFiles();
-
-    if (m_state.programRun().deviceProgramRunning())
-        co_return failed(MCPToolError::programRunning(u"Device write"_s));
-    BoardQueue::Turn turn = co_await m_queue.turn(stop);
-    if (!life)
-        co_return MCPToolError::closed();
-    if (!turn)
-        co_return MCPToolError::canceled();
-
-    WritePermit permit = files.permitWrite(*path);
-    if (asksFirst()) {
-        turn.reset(); // other calls continue while the question waits and is open
-        DeviceFiles::WriteRequest request;
-        request.path = *path;
-        request.declined = MCPToolError::writeDeclined(*path);
-        request.looksForPath = false;
-        request.question = [this, path = *path, size, stop](bool) {
-            UserPrompts::Confirmation question;
-            question.asker = UserPrompts::Asker::Assistant;
-            question.withdrawn = stop.unwanted;
-            question.prepare = [this, path, size, stop, life = m_life.watch()] {
-                return writeQuestion(path, size, stop, life);
-            };
-            return std::optional(std::move(question));
-        };
-        const auto granted = co_await files.requestWrite(std::move(request));
-        if (!life)
-            co_return MCPToolError::closed();
-        if (!granted && stop.unwanted.stop_requested())
-            co_return MCPToolError::canceled();
-        if (!granted && !isConnected())
-            co_return failed(MCPToolError::notConnected());
-        if (!granted)
-            co_return failed(granted.error());
-        permit = *granted;
-        turn = co_await m_queue.turn(stop);
-        if (!life)
-            co_return MCPToolError::closed();
-        if (!turn)
-            co_return MCPToolError::canceled();
-    }
-    permit.setAsker(UserPrompts::Asker::Assistant);
-    const auto written = co_await files.writeTextToDevice(*content, permit, *path);
-    if (!life)
-        co_return MCPToolError::closed();
-    if (!written)
-        co_return failed(written.error());
-    co_await files.refreshDeviceFiles();
-    if (!life)
-        co_return MCPToolError::closed();
-    co_return u"Wrote "_s + size + u" bytes to "_s + *path + u'.';
-}
-
-BoardTools::Answer BoardTools::deleteDeviceFile(ToolArguments arguments, CallStop stop)
-{
-    const auto life = m_life.watch();
-    const auto path = required(arguments, pathKey);
-    if (!path)
-        co_return path.error();
-    DeviceFiles &files = m_state.deviceFiles();
-    if (m_state.programRun().deviceProgramRunning())
-        co_return failed(MCPToolError::programRunning(u"Delete"_s));
-    BoardQueue::Turn turn = co_await m_queue.turn(stop);
-    if (!life)
-        co_return MCPToolError::closed();
-    if (!turn)
-        co_return MCPToolError::canceled();
-    co_await files.refreshDeviceFiles();
-    if (!life)
-        co_return MCPToolError::closed();
-    if (!isConnected())
-        co_return MCPToolError::notConnected();
-    if (const auto &error = files.listingError())
-        co_return *error;
-    const DeviceFileNode *found = files.deviceNode(*path);
-    if (!found)
-        co_return MCPToolError::notThere(*path);
-    const DeviceFileNode node = *found; // valid beyond the next listing
-
-    if (asksFirst()) {
-        UserPrompts::Confirmation question;
-        question.title = u"Let Claude delete “"_s + *path + u"”?"_s;
-        question.message = node.isDirectory
-            ? u"Removes the directory from "_s + deviceName() + u". It must be empty."_s
-            : u"Removes %1 bytes from "_s.arg(node.size) + deviceName()
-                + u". This cannot be undone."_s;
-        question.confirmTitle = u"Delete"_s;
-        question.withdrawn = stop.unwanted;
-        turn.reset();
-        question.asker = UserPrompts::Asker::Assistant;
-        Error declined = MCPToolError::deletionDeclined(*path);
-        const auto confirmed =
-            co_await files.confirmAction(std::move(question), std::move(declined));
-        if (!life)
-            co_return MCPToolError::closed();
-        if (!confirmed)
-            co_return failed(confirmed.error());
-        turn = co_await m_queue.turn(stop);
-        if (!life)
-            co_return MCPToolError::closed();
-        if (!turn)
-            co_return MCPToolError::canceled();
-    }
-    const auto deleted = co_await files.deleteDeviceNode(node);
-    if (!life)
-        co_return MCPToolError::closed();
-    if (!deleted && !deleted.error().message.isEmpty())
-        co_return failed(deleted.error());
-    const bool exists = co_await files.deviceFileExists(*path);
-    if (!life)
-        co_return MCPToolError::closed();
-    if (exists || !deleted)
-        co_return MCPToolError::notDeleted(*path);
-    co_return u"Deleted "_s + *path + u'.';
-}
-
 BoardTools::Answer BoardTools::runCode(ToolArguments arguments, CallStop stop)
 {
     const auto code = required(arguments, codeKey);
@@ -364,11 +202,9 @@ BoardTools::Answer BoardTools::run(QString code, double timeoutSeconds, CallStop
     if (!std::isfinite(timeoutSeconds) || timeoutSeconds < 0)
         co_return MCPToolError::badTimeout();
     const auto life = m_life.watch();
-    const BoardQueue::Turn turn = co_await m_queue.turn(stop);
-    if (!life)
-        co_return MCPToolError::closed();
+    const auto turn = co_await m_queue.turn(stop);
     if (!turn)
-        co_return MCPToolError::canceled();
+        co_return turn.error();
     const std::chrono::duration<double> timeout(timeoutSeconds);
     const auto execution =
         co_await m_state.link().executeOnDeviceRaw(std::move(code), timeout, stop);
@@ -385,8 +221,10 @@ BoardTools::Answer BoardTools::softReset(ToolArguments, CallStop)
     const auto reset = co_await m_state.link().softReset();
     if (!life)
         co_return MCPToolError::closed();
-    if (!reset)
-        co_return failed(reset.error());
+    if (!reset) {
+        m_state.errors().report(reset.error());
+        co_return reset.error();
+    }
     const bool isOver = co_await m_delay.sleep(resetPause);
     if (!isOver)
         co_return MCPToolError::closed();
@@ -406,57 +244,9 @@ BoardTools::Answer BoardTools::openInEditor(ToolArguments arguments, CallStop)
         + u" in the editor. It is not on the device until you write it there."_s;
 }
 
-/// The text of the question, at the time when it is opened. The board is asked whether the file
-/// exists, unless it is busy: questions of the user must not wait for that.
-QCoro::Task<std::optional<UserPrompts::Texts>> BoardTools::writeQuestion(QString path, QString size,
-                                                                         CallStop stop,
-                                                                         Lifetime::Watch life)
-{
-    if (!life || !isConnected())
-        co_return std::nullopt;
-    std::optional<bool> exists;
-    if (m_queue.isFree()) {
-        const BoardQueue::Turn turn = co_await m_queue.turn(stop);
-        if (!life || !turn || !isConnected())
-            co_return std::nullopt;
-        const bool isThere = co_await m_state.deviceFiles().deviceFileExists(path);
-        if (!life || !isConnected())
-            co_return std::nullopt;
-        exists = isThere;
-    }
-    const QString place = path + u" on "_s + deviceName();
-    UserPrompts::Texts texts;
-    texts.title = u"Let Claude write “"_s + path + u"”?"_s;
-    if (!exists)
-        texts.message = size + u" bytes, replacing the file at "_s + place
-            + u" if there is one. The board is busy and can’t be asked."_s;
-    else if (*exists)
-        texts.message = size + u" bytes, replacing the file already at "_s + place + u'.';
-    else
-        texts.message = size + u" bytes, creating a new file on "_s + deviceName() + u'.';
-    texts.confirmTitle = exists.value_or(true) ? u"Replace"_s : u"Write"_s;
-    co_return texts;
-}
-
 bool BoardTools::isConnected() const
 {
     return m_state.link().connectionState().isConnected();
-}
-
-bool BoardTools::asksFirst() const
-{
-    return !m_state.preferences().flag(Preferences::WriteWithoutAsking);
-}
-
-QString BoardTools::deviceName() const
-{
-    return isConnected() ? m_state.link().connectionState().port() : u"the device"_s;
-}
-
-Error BoardTools::failed(const Error &error)
-{
-    m_state.errors().report(error);
-    return error;
 }
 
 } // namespace Korvane

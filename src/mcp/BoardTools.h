@@ -3,7 +3,7 @@
 #include "base/Delay.h"
 #include "base/Lifetime.h"
 #include "base/OneShot.h"
-#include "base/UserPrompts.h"
+#include "mcp/BoardFileTools.h"
 #include "mcp/BoardQueue.h"
 #include "mcp/ToolSet.h"
 
@@ -37,31 +37,23 @@ private:
     struct Tool;
 
     [[nodiscard]] static const Tool *find(const QString &name);
+    [[nodiscard]] Answer start(const Tool &tool, ToolArguments arguments, CallStop stop);
     QCoro::Task<void> work(const Tool *tool, ToolArguments arguments, CallStop stop,
                            Calls::iterator call);
 
     [[nodiscard]] Answer deviceStatus(ToolArguments arguments, CallStop stop);
     [[nodiscard]] Answer connectDevice(ToolArguments arguments, CallStop stop);
-    [[nodiscard]] Answer listDeviceFiles(ToolArguments arguments, CallStop stop);
-    [[nodiscard]] Answer readDeviceFile(ToolArguments arguments, CallStop stop);
-    [[nodiscard]] Answer writeDeviceFile(ToolArguments arguments, CallStop stop);
-    [[nodiscard]] Answer deleteDeviceFile(ToolArguments arguments, CallStop stop);
     [[nodiscard]] Answer runCode(ToolArguments arguments, CallStop stop);
     [[nodiscard]] Answer runFile(ToolArguments arguments, CallStop stop);
     [[nodiscard]] Answer softReset(ToolArguments arguments, CallStop stop);
     [[nodiscard]] Answer openInEditor(ToolArguments arguments, CallStop stop);
 
     [[nodiscard]] Answer run(QString code, double timeoutSeconds, CallStop stop);
-    [[nodiscard]] QCoro::Task<std::optional<UserPrompts::Texts>> writeQuestion(
-        QString path, QString size, CallStop stop, Lifetime::Watch life);
     [[nodiscard]] bool isConnected() const;
-    [[nodiscard]] bool asksFirst() const;
-    [[nodiscard]] QString deviceName() const;
-    /// Reports the failure of an operation in the Shell too, and returns it.
-    [[nodiscard]] Error failed(const Error &error);
 
     AppState &m_state;
     BoardQueue m_queue;
+    BoardFileTools m_files;
     Calls m_calls; // without an answer yet
     Delay m_delay;
     Lifetime m_life;

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "base/Lifetime.h"
+#include "base/UserPrompts.h"
+#include "mcp/BoardQueue.h"
+#include "mcp/ToolSet.h"
+
+#include <optional>
+
+namespace Korvane {
+
+class AppState;
+
+/// The tools for the files of the board. Each returns the tool's text, or the error that the client
+/// gets. The board must be connected when a call begins. Main thread only.
+class BoardFileTools final
+{
+public:
+    using Answer = QCoro::Task<Result<QString>>;
+
+    /// Both must outlive this.
+    BoardFileTools(AppState &state, BoardQueue &queue);
+
+    [[nodiscard]] Answer list(ToolArguments arguments, CallStop stop);
+    [[nodiscard]] Answer read(ToolArguments arguments, CallStop stop);
+    /// After the user's confirmation, unless the user chose writing without asking.
+    [[nodiscard]] Answer write(ToolArguments arguments, CallStop stop);
+    /// As `write`.
+    [[nodiscard]] Answer remove(ToolArguments arguments, CallStop stop);
+
+private:
+    [[nodiscard]] QCoro::Task<std::optional<UserPrompts::Texts>> writeQuestion(
+        QString path, QString size, CallStop stop, Lifetime::Watch life);
+    [[nodiscard]] bool isConnected() const;
+    [[nodiscard]] bool asksFirst() const;
+    [[nodiscard]] QString deviceName() const;
+    /// Reports the failure of an operation in the Shell too, and returns it.
+    [[nodiscard]] Error failed(const Error &error);
+
+    AppState &m_state;
+    BoardQueue &m_queue;
+    Lifetime m_life;
+};
+
+} // namespace Korvane
