@@ -38,11 +38,11 @@ private slots:
             fixture.variables = ScriptedBoard::reply(output);
             fixture.refresh();
             QTRY_VERIFY(!fixture.programs.isEmpty() && fixture.isBoardIdle());
-            QCOMPARE(fixture.table(), table);
-            QCOMPARE(errors(fixture),
-                     table.isNull()
-                         ? QStringList(u"error: Could not read variables from the device"_s)
-                         : QStringList());
+            QTRY_COMPARE(fixture.table(), table);
+            QTRY_COMPARE(errors(fixture),
+                         table.isNull()
+                             ? QStringList(u"error: Could not read variables from the device"_s)
+                             : QStringList());
         }
     }
 
