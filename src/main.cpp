@@ -1,6 +1,7 @@
 #include "app/CommandLine.h"
 #include "app/RunningInstance.h"
 #include "base/DescriptorLimit.h"
+#include "theme/DesktopFonts.h"
 #include "ui/window/KorvaneApp.h"
 
 #include <QApplication>
@@ -32,7 +33,7 @@ int main(int argc, char **argv)
         return 0;
 
     DescriptorLimit::raise();
-    KorvaneApp::preloadFonts();
+    DesktopFonts::load();
     QApplication application(argc, argv);
     if (hasQtOptions) {
         commandLine = CommandLine::parse(QApplication::arguments());

@@ -9,6 +9,7 @@
 
 #include "Measure.h"
 #include "app/FileSettings.h"
+#include "theme/DesktopFonts.h"
 #include "ui/window/ContentView.h"
 #include "ui/window/KorvaneApp.h"
 
@@ -69,7 +70,7 @@ int show(int argc, char **argv)
 {
     const QByteArray what = argv[1];
     if (what == "korvane")
-        KorvaneApp::preloadFonts();
+        DesktopFonts::load();
     QApplication application(argc, argv);
     Reporter reporter(atof(argv[2]));
     application.installEventFilter(&reporter);

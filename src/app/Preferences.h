@@ -27,7 +27,7 @@ public:
         EditorFont,     // a family; empty for the desktop's fixed one
         EditorFontSize, // pixels
         ShellFont,      // a family; empty for the desktop's fixed one
-        ShellFontSize,  // pixels; 0 for the size of the desktop's fixed font
+        ShellFontSize,  // pixels; 0 for the size of the desktop's fixed font, at least 13
         IndentWidth,    // blanks
         ShowBlanks,
         LineLengthMark, // columns; 0 for none

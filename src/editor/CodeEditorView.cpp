@@ -25,8 +25,6 @@ namespace Korvane {
 
 namespace {
 
-constexpr int codePixelSize = 13;
-
 } // namespace
 
 CodeEditorView::CodeEditorView(QWidget *parent)
@@ -67,7 +65,7 @@ const QFont &CodeEditorView::codeFont()
     static const QFont font = [] {
         QFont fixed = Theme::monospacedFont();
         fixed.setWeight(QFont::Normal);
-        fixed.setPixelSize(codePixelSize);
+        fixed.setPixelSize(Theme::monospacedSize);
         return fixed;
     }();
     return font;

@@ -1,9 +1,11 @@
 #include "theme/Theme.h"
 
+#include "theme/DesktopFonts.h"
+
 #include <QFontDatabase>
-#include <QFontInfo>
 #include <QFontMetricsF>
 #include <QGuiApplication>
+#include <QScreen>
 
 #include <algorithm>
 #include <cmath>
@@ -182,23 +184,28 @@ const Theme &Theme::current()
     return of(QGuiApplication::palette());
 }
 
-/// Whether the font that is used for it has characters of one width. QFontInfo may be wrong about
-/// it, so this measures as well.
+/// Whether the font that is used for it has characters of one width. This measures: some fonts of
+/// one width are not marked as such, and others are marked wrongly.
 static bool isFixedPitch(const QFont &font)
 {
     const QFontMetricsF metrics(font);
-    return QFontInfo(font).fixedPitch()
-        && qFuzzyCompare(metrics.horizontalAdvance(u'i'), metrics.horizontalAdvance(u'M'));
+    return qFuzzyCompare(metrics.horizontalAdvance(u'i'), metrics.horizontalAdvance(u'M'));
 }
 
 QFont Theme::monospacedFont()
 {
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    font.setFamily(DesktopFonts::installedFamily(font.family()));
     font.setStyleHint(QFont::Monospace); // for a desktop font that is not installed
     font.setFixedPitch(true);
+    // One size for code and output: each further one would have to be loaded before the window.
+    const qreal points = std::max(font.pointSizeF(), 0.0);
+    const qreal dotsPerInch = QGuiApplication::primaryScreen()->logicalDotsPerInchY();
+    font.setPixelSize(
+        std::max({monospacedSize, font.pixelSize(), qRound(points * dotsPerInch / 72)}));
     // Some desktops name a proportional font here.
     if (!isFixedPitch(font))
-        font.setFamily(QStringLiteral("monospace"));
+        font.setFamily(DesktopFonts::installedFamily(QStringLiteral("monospace")));
     return font;
 }
 

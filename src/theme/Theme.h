@@ -62,8 +62,9 @@ public:
     [[nodiscard]] static const Theme &current();
 
     /// The desktop's fixed font, for code and for what programs print; "monospace" where that font
-    /// has characters of different widths.
+    /// has characters of different widths. Of at least `monospacedSize`.
     [[nodiscard]] static QFont monospacedFont();
+    static constexpr int monospacedSize = 13; // pixels
     /// The same in \p family, unless that is empty, and in \p pixelSize, unless that is 0.
     [[nodiscard]] static QFont monospacedFont(const QString &family, int pixelSize);
     /// \p font for captions: 0.9 times its size.

@@ -40,6 +40,8 @@ private slots:
     {
         WindowFixture fixture;
         QCOMPARE(fixture.window().windowTitle(), QString());
+        fixture.state().setBottomTab(AppState::BottomTab::Variables); // both panes are there then
+        fixture.state().setBottomTab(AppState::BottomTab::Shell);
         QCOMPARE(fixture.window().accessibleName(), u"Korvane"_s);
         QStringList names;
         QList<std::pair<QAccessible::Role, QString>> seen;

@@ -45,13 +45,11 @@ BottomPane::BottomPane(AppState &state, const Actions &actions, QWidget *parent)
     : QWidget(parent)
     , m_state(state)
     , m_shell(new REPLView(state))
-    , m_variables(new VariablesView(state))
     , m_body(new QStackedWidget)
     , m_shellTab(makeTab(tr("Shell")))
     , m_variablesTab(makeTab(tr("Variables")))
 {
     m_body->addWidget(m_shell);
-    m_body->addWidget(m_variables);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
@@ -151,6 +149,10 @@ QWidget *BottomPane::makeAssistantIndicator()
 void BottomPane::showTab()
 {
     const bool isShell = m_state.bottomTab() == AppState::BottomTab::Shell;
+    if (!isShell && !m_variables) {
+        m_variables = new VariablesView(m_state);
+        m_body->addWidget(m_variables);
+    }
     (isShell ? m_shellTab : m_variablesTab)->setChecked(true);
     (isShell ? m_shellTab : m_variablesTab)->setMark({});
     // Hiding a pane that has the focus would move the focus to any other widget.

@@ -37,7 +37,7 @@ private:
 
     AppState &m_state;
     REPLView *m_shell;
-    VariablesView *m_variables;
+    VariablesView *m_variables = nullptr; // made when it is shown first
     QStackedWidget *m_body;
     PaneTab *m_shellTab;
     PaneTab *m_variablesTab;

@@ -78,7 +78,16 @@ QToolButton *DebugBar::makeButton(QAction *action)
 void DebugBar::showState()
 {
     const DebugSession &session = m_state.debugSession();
-    const std::optional<int> line = session.pausedAt();
+    if (session.isDebugging()) // the window is there sooner without the rest
+        showLine(session.pausedAt());
+    const bool hadFocus = focusWidget() && focusWidget()->hasFocus();
+    setVisible(session.isDebugging());
+    if (hadFocus && !session.isDebugging())
+        emit wentWithFocus();
+}
+
+void DebugBar::showLine(const std::optional<int> &line)
+{
     m_progress->setVisible(!line);
     m_pauseSymbol->setVisible(line.has_value());
     m_hint->setVisible(line.has_value());
@@ -90,10 +99,6 @@ void DebugBar::showState()
     m_status->setText(line ? tr("Paused at line %1").arg(*line)
                            : tr("Running to the next breakpoint…"));
     fitButtons();
-    const bool hadFocus = focusWidget() && focusWidget()->hasFocus();
-    setVisible(session.isDebugging());
-    if (hadFocus && !session.isDebugging())
-        emit wentWithFocus();
 }
 
 void DebugBar::fitButtons()

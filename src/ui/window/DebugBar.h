@@ -2,6 +2,8 @@
 
 #include <QWidget>
 
+#include <optional>
+
 class QAction;
 class QLabel;
 class QToolButton;
@@ -35,6 +37,8 @@ protected:
 private:
     [[nodiscard]] QToolButton *makeButton(QAction *action);
     void showState();
+    /// Of the stop, or nothing while the program runs.
+    void showLine(const std::optional<int> &line);
     /// Hides the texts of the buttons where they would cut off the status.
     void fitButtons();
 

@@ -7,6 +7,7 @@
 #include "editor/CodeEditorView.h"
 #include "mcp/BoardTools.h"
 #include "mcp/MCPServer.h"
+#include "theme/DesktopFonts.h"
 #include "ui/controls/Accessibility.h"
 #include "ui/controls/ThemeStyle.h"
 #include "ui/dialogs/PreferencesDialog.h"
@@ -26,12 +27,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QFileInfo>
-#include <QFontDatabase>
-#include <QSemaphore>
-#include <QThreadPool>
 #include <QTimer>
-
-#include <fontconfig/fontconfig.h>
 
 #include <algorithm>
 #include <chrono>
@@ -50,25 +46,7 @@ namespace {
 
 constexpr std::chrono::milliseconds iconDelay{100};
 
-struct FontPreload
-{
-    bool isStarted = false;
-    QSemaphore loaded;     // Fontconfig's list
-    QSemaphore loadedByQt; // Qt's list, made from it
-} fontPreload;
-
 } // namespace
-
-void KorvaneApp::preloadFonts()
-{
-    // Loading the font list takes a quarter of the work of the start. Qt begins it only with the
-    // first text, on the main thread.
-    fontPreload.isStarted = true;
-    QThreadPool::globalInstance()->start([] {
-        FcInit();
-        fontPreload.loaded.release();
-    });
-}
 
 void KorvaneApp::setUp(QApplication &)
 {
@@ -79,13 +57,7 @@ void KorvaneApp::setUp(QApplication &)
     QApplication::setDesktopFileName(QStringLiteral("korvane"));
     Accessibility::install();
     QApplication::setStyle(new ThemeStyle);
-    if (fontPreload.isStarted) {
-        QThreadPool::globalInstance()->start([] {
-            fontPreload.loaded.acquire();
-            QFontDatabase::families();
-            fontPreload.loadedByQt.release();
-        });
-    }
+    DesktopFonts::loadForQt();
 }
 
 KorvaneApp::KorvaneApp()
@@ -140,9 +112,7 @@ void KorvaneApp::makeWindow()
     Preferences &preferences = m_state.preferences();
     m_appearance = std::make_unique<Appearance>(preferences);
     Translations::install(preferences.text(Preferences::Language));
-    // Otherwise this thread would load the fonts a second time.
-    if (std::exchange(fontPreload.isStarted, false))
-        fontPreload.loadedByQt.acquire();
+    DesktopFonts::finishLoading();
     m_window = std::make_unique<ContentView>(m_state);
     // A title bar that Qt draws itself, under Wayland, shows only what is set.
     m_window->setWindowTitle(QApplication::applicationDisplayName());

@@ -24,9 +24,6 @@ class Workspace;
 class KorvaneApp final
 {
 public:
-    /// Starts loading fonts on another thread. Optional; to be called before the QApplication is
-    /// made.
-    static void preloadFonts();
     /// Names the program and gives it its style. Once, before anything is shown.
     static void setUp(QApplication &application);
 
