@@ -266,13 +266,13 @@ private slots:
         ScriptedBoard board;
         WindowFixture fixture(WindowFixture::Python::None, board.port());
         const auto *menu = fixture.find<QToolButton>("deviceConnect")->menu();
-        QCOMPARE(entries(*menu), board.port() + u"|-|Refresh ports"_s);
+        QCOMPARE(entries(*menu), board.port() + u"|-|Try Without a Board|Refresh ports"_s);
         board.vanish();
         menu->actions().last()->trigger();
-        QCOMPARE(entries(*menu), u"No serial ports found|-|Refresh ports"_s);
+        QCOMPARE(entries(*menu), u"No serial ports found|-|Try Without a Board|Refresh ports"_s);
         board.plugIn();
         menu->actions().last()->trigger();
-        QCOMPARE(entries(*menu), board.port() + u"|-|Refresh ports"_s);
+        QCOMPARE(entries(*menu), board.port() + u"|-|Try Without a Board|Refresh ports"_s);
     }
 
     void connectsAndDisconnects()
