@@ -39,7 +39,7 @@ private slots:
     void everyControlHasAName()
     {
         WindowFixture fixture;
-        QCOMPARE(fixture.window().windowTitle(), QString());
+        QCOMPARE(fixture.window().windowTitle(), u"Korvane"_s);
         fixture.state().setBottomTab(AppState::BottomTab::Variables); // both panes are there then
         fixture.state().setBottomTab(AppState::BottomTab::Shell);
         QCOMPARE(fixture.window().accessibleName(), u"Korvane"_s);
