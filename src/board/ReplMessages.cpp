@@ -9,6 +9,8 @@ namespace {
 
 constexpr QStringView acknowledgment = u"OK";
 constexpr QStringView prompt = u">";
+/// Of the line with which the raw REPL starts, behind the words that are waited for.
+constexpr QStringView restOfEntry = u"; CTRL-B to exit\r\n>";
 constexpr QStringView bannerStart = u"MicroPython ";
 constexpr QStringView friendlyPrompt = u">>> ";
 constexpr QStringView bannerEnd = u"\n>>> ";
@@ -16,6 +18,17 @@ constexpr QStringView helpLine = u"Type \"help()\" for more information.";
 constexpr QStringView softReset = u"MPY: soft reboot";
 // Without this limit, all output of a board with another banner would be taken for its banner.
 constexpr qsizetype longestBanner = 512;
+
+/// How much of \p text is the end of that line, which may arrive after the program was sent.
+qsizetype entryLength(QStringView text)
+{
+    for (qsizetype start = 0; start < restOfEntry.size(); ++start) {
+        const QStringView rest = restOfEntry.sliced(start);
+        if (text.startsWith(rest) || rest.startsWith(text))
+            return std::min(rest.size(), text.size());
+    }
+    return 0;
+}
 
 void add(QList<ReplMessages::Piece> &pieces, QStringView text, bool isMessage)
 {
@@ -89,6 +102,8 @@ void ReplMessages::feedPart(QStringView text, QList<Piece> &pieces)
     qsizetype length = 0;
     switch (m_expected) {
     case Expected::Acknowledgment:
+        if (m_matched == 0)
+            length = entryLength(text);
         while (length < text.size() && m_matched < acknowledgment.size()
                && text[length] == acknowledgment[m_matched]) {
             ++length;

@@ -22,6 +22,7 @@ private slots:
         };
         row("a reply", true, "OKOK 1\r\n||>", "[OK]OK 1\r\n[>]");
         row("a traceback", true, "OK|> no\r\n|>>> ", "[OK]> no\r\n[>]>> ");
+        row("the end of the prompt first", true, "t\r\n>OK 1||>", "[t\r\n>OK] 1[>]");
         row("no acknowledgment", true, "Oh||>", "[O]h[>]");
         row("a banner", false, "\r\nMicroPython v1 on x; y\r\nType \"help()\".\r\n>>> 1>>> ",
             "[\r\nMicroPython v1 on x; y\r\nType \"help()\".\r\n>>> ]1>>> ");
