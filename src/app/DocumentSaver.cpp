@@ -14,6 +14,7 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -49,30 +50,35 @@ QCoro::Task<void> DocumentSaver::close(QUuid id)
         co_return;
     }
     if (file->isModified()) {
-        UserPrompts::Choice question;
-        question.title =
-            QStringLiteral("Save the changes to “") + file->name() + QStringLiteral("”?");
-        question.message = QStringLiteral("They are lost when the file is closed without saving.");
-        question.answers << UserPrompts::Answer{QStringLiteral("Save"), false}
-                         << UserPrompts::Answer{QStringLiteral("Don’t Save"), true};
         const auto life = m_life.watch();
-        m_closing.insert(id);
-        const int answer = co_await m_parts.prompts.choose(std::move(question));
-        if (!life)
+        const bool mayClose = co_await saveOrDiscard(id);
+        if (!life || !mayClose)
             co_return;
-        m_closing.remove(id);
-        if (answer < 0)
-            co_return;
-        if (answer == 0) {
-            const bool isSaved = co_await saveFile(id);
-            if (!life || !isSaved)
-                co_return;
-            const EditorFile *saved = m_parts.documents.file(id);
-            if (!saved || saved->isModified()) // edited meanwhile
-                co_return;
-        }
     }
     m_parts.documents.closeFile(id);
+}
+
+QCoro::Task<bool> DocumentSaver::saveOrDiscard(QUuid id)
+{
+    UserPrompts::Choice question;
+    question.title = QStringLiteral("Save the changes to “") + m_parts.documents.file(id)->name()
+        + QStringLiteral("”?");
+    question.message = QStringLiteral("They are lost when the file is closed without saving.");
+    question.answers << UserPrompts::Answer{QStringLiteral("Save"), false}
+                     << UserPrompts::Answer{QStringLiteral("Don’t Save"), true};
+    const auto life = m_life.watch();
+    m_closing.insert(id);
+    const int answer = co_await m_parts.prompts.choose(std::move(question));
+    if (!life)
+        co_return false;
+    m_closing.remove(id);
+    if (answer != 0)
+        co_return answer > 0;
+    const bool isSaved = co_await saveFile(id);
+    if (!life || !isSaved)
+        co_return false;
+    const EditorFile *saved = m_parts.documents.file(id);
+    co_return saved && !saved->isModified(); // not edited meanwhile
 }
 
 QCoro::Task<bool> DocumentSaver::saveFile(QUuid id)
@@ -158,7 +164,28 @@ QCoro::Task<bool> DocumentSaver::mayClose()
                 co_return false;
         }
     }
+    QList<QUuid> unsaved;
+    for (const EditorFile *file : m_parts.documents.openFiles()) {
+        if (losesEdits() && file->isModified() && !m_closing.contains(file->id()))
+            unsaved << file->id();
+    }
+    for (const QUuid &id : unsaved) {
+        if (!m_parts.documents.file(id))
+            continue;
+        m_parts.documents.select(id);
+        const bool mayGo = co_await saveOrDiscard(id);
+        if (!life || !mayGo)
+            co_return false;
+    }
     co_return true;
+}
+
+bool DocumentSaver::losesEdits() const
+{
+    const auto &files = m_parts.documents.openFiles();
+    return m_keepsEdits && !m_keepsEdits()
+        && std::any_of(files.begin(), files.end(),
+                       [](const EditorFile *file) { return file->isModified(); });
 }
 
 QCoro::Task<bool> DocumentSaver::writeAndMove(QUuid id, DocumentPlace place, QString name,

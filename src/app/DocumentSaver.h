@@ -13,6 +13,7 @@
 
 #include <functional>
 #include <list>
+#include <utility>
 
 namespace Korvane {
 
@@ -64,13 +65,21 @@ public:
     [[nodiscard]] bool isWriting() const { return m_running > 0 || m_parts.writer.isWriting(); }
     /// Waits for what is being saved or sent.
     [[nodiscard]] QCoro::Task<void> finished();
+    /// \p keepsEdits says whether edits that are not saved survive the end of the program. Without
+    /// it they do.
+    void setKeepsEdits(std::function<bool()> keepsEdits) { m_keepsEdits = std::move(keepsEdits); }
+    /// The end of the program would lose edits.
+    [[nodiscard]] bool losesEdits() const;
     /// Whether the window may close after finished(): asks about each document whose save failed
-    /// during that wait. False, without a question, when the user canceled such a save.
+    /// during that wait, and about each whose edits would be lost. False, without a question, when
+    /// the user canceled such a save.
     [[nodiscard]] QCoro::Task<bool> mayClose();
 
 private:
     /// The following return whether the document was saved.
     [[nodiscard]] QCoro::Task<bool> saveFile(QUuid id);
+    /// Asks about edits; true when they were saved or are not wanted.
+    [[nodiscard]] QCoro::Task<bool> saveOrDiscard(QUuid id);
     [[nodiscard]] QCoro::Task<bool> saveWithName(QUuid id);
     [[nodiscard]] QCoro::Task<bool> saveWithDialog(QUuid id);
     [[nodiscard]] QCoro::Task<bool> saveIntoBoardFolder(QUuid id, QString folder, QString name);
@@ -86,6 +95,7 @@ private:
     void closeReplaced(QUuid id, const DocumentPlace &place);
 
     Parts m_parts;
+    std::function<bool()> m_keepsEdits;
     QSet<QUuid> m_closing; // whose question is open
     int m_running = 0;     // calls of writeTo
     std::list<OneShot<bool>> m_runningEnds;

@@ -62,6 +62,8 @@ public:
     /// Whether recovery files are written from now on. Otherwise those of open documents are
     /// removed; leftovers are kept.
     void setKeeping(bool isKeeping);
+    /// Edits are being kept: it is wanted, and the last write succeeded.
+    [[nodiscard]] bool isKeeping() const { return m_isKeeping && !m_saidFailure; }
     /// The latest first.
     [[nodiscard]] const QList<Leftover> &leftovers() const { return m_leftovers; }
     /// Opens it as a document with unsaved text and the saved text that was stored with it. If the

@@ -127,6 +127,12 @@ private slots:
         QVERIFY(mayClose(u"Close Without Saving"_s) && fixture.file().isModified());
         QVERIFY(mayClose(u"Save As…"_s) && !fixture.file().isModified());
         QVERIFY(mayClose({}) && bytesOf(fixture.at(u"other.py"_s)) == "new");
+        fixture.write(u"newer"_s);
+        fixture.state->saving().setKeepsEdits([] { return false; });
+        for (const QString &answer : {u"Cancel"_s, u"Don’t Save"_s}) {
+            fixture.prompts.choice = answer;
+            QCOMPARE(awaited(fixture.state->saving().mayClose()), answer == u"Don’t Save"_s);
+        }
     }
 
     void noticesWhatOtherProgramsDoToItsFile()

@@ -219,7 +219,8 @@ void ContentView::runPiece()
 
 void ContentView::closeEvent(QCloseEvent *event)
 {
-    if (!m_state.saving().isWriting())
+    const bool mayClose = std::exchange(m_mayClose, false);
+    if (mayClose || !(m_state.saving().isWriting() || m_state.saving().losesEdits()))
         return;
     event->ignore();
     closeWhenWritten();
@@ -243,6 +244,7 @@ QCoro::Task<void> ContentView::closeWhenWritten()
     if (!self)
         co_return;
     m_isClosing = false;
+    m_mayClose = mayClose;
     if (mayClose)
         close();
 }

@@ -53,6 +53,7 @@ private:
 
     AppState &m_state;
     bool m_isClosing = false;
+    bool m_mayClose = false; // the next close event was asked for by this window
     Actions *m_commands;
     SidebarView *m_sidebar;
     EditorArea *m_editorArea;

@@ -74,6 +74,7 @@ KorvaneApp::KorvaneApp()
     preferences.follow(Preferences::KeepRecoveryFiles, m_unsavedCopies.get(), [this, &preferences] {
         m_unsavedCopies->setKeeping(preferences.flag(Preferences::KeepRecoveryFiles));
     });
+    m_state.saving().setKeepsEdits([this] { return m_unsavedCopies->isKeeping(); });
     makeWindow();
     m_prompts.setWindow(m_window.get());
     m_prompts.setStopServer([this] { m_server->stop(); });
