@@ -224,6 +224,8 @@ private slots:
         QTest::keyClick(field, Qt::Key_Return);
         QTRY_VERIFY(m_programs.join(u' ').contains(u"os.rename('/main.py','/boot.py')"));
         QTRY_VERIFY(isIdle() && list().isVisible());
+        QVERIFY(list().hasFocus());
+        QCOMPARE(m_fixture->state().documents().selectedFile()->name(), u"untitled.py"_s);
         choose(1);
         m_fixture->press(Qt::Key_Down, Qt::ShiftModifier);
         m_fixture->prompts.confirmation.confirmed = false;

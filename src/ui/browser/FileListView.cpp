@@ -259,6 +259,8 @@ void FileListView::selectionChanged(const QItemSelection &selected,
 
 void FileListView::keyPressEvent(QKeyEvent *event)
 {
+    if (state() == EditingState)
+        return; // Enter ends the editing of a name, and must not open the file, too
     const QModelIndex current = currentIndex();
     const bool isMenuKey = event->key() == Qt::Key_Menu
         || (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier);
