@@ -8,6 +8,8 @@
 #include <QHBoxLayout>
 #include <QLineEdit>
 
+#include <algorithm>
+
 namespace Korvane {
 
 BaudRateField::BaudRateField(AppState &state, QWidget *parent)
@@ -44,12 +46,15 @@ BaudRateField::BaudRateField(AppState &state, QWidget *parent)
 
 void BaudRateField::listPorts()
 {
-    const QString chosen = m_port->currentData().toString();
+    const DeviceConnectionState connection = m_state.link().connectionState();
+    QString chosen = m_port->currentData().toString();
+    if (chosen.isEmpty() && connection.isConnected())
+        chosen = connection.port();
     m_port->clear();
     for (const QString &port : m_state.link().availablePorts())
         m_port->addItem(PlainText::label(port), port);
-    if (const int index = m_port->findData(chosen); index >= 0)
-        m_port->setCurrentIndex(index);
+    // A box with a placeholder chooses none by itself.
+    m_port->setCurrentIndex(std::max(m_port->findData(chosen), m_port->count() > 0 ? 0 : -1));
     showRate();
 }
 
