@@ -146,6 +146,8 @@ private slots:
         const QScrollBar *bar = transcript->verticalScrollBar();
         QTRY_VERIFY(transcript->isCaughtUp() && bar->value() == bar->maximum());
         QVERIFY(bar->maximum() > 400);
+        QTest::keyClick(fixture.window().focusWidget(), Qt::Key_PageUp);
+        QVERIFY(!transcript->followsEnd());
     }
 
     void searchesTheHistory()

@@ -9,6 +9,7 @@
 #include <QApplication>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -44,6 +45,11 @@ REPLView::REPLView(AppState &state, QWidget *parent)
 
     connect(m_input, &ShellInput::submitted, this, &REPLView::submit);
     connect(m_input, &ShellInput::historyAsked, this, &REPLView::showHistory);
+    connect(m_input, &ShellInput::pageAsked, this, [this](ShellInput::Step step) {
+        m_transcript->verticalScrollBar()->triggerAction(step == ShellInput::Step::Back
+                                                             ? QAbstractSlider::SliderPageStepSub
+                                                             : QAbstractSlider::SliderPageStepAdd);
+    });
     connect(m_input, &ShellInput::searchAsked, this, &REPLView::searchHistory);
     connect(m_input, &ShellInput::endAsked, this, [this] { m_state.endInput(); });
     const auto showHint = [this] {

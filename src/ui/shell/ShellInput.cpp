@@ -125,6 +125,11 @@ void ShellInput::keyPressEvent(QKeyEvent *event)
             emit submitted();
             return;
         }
+        // All lines of the input are in view, so these keys are free.
+        if ((key == Qt::Key_PageUp || key == Qt::Key_PageDown) && blockCount() <= maxShownLines) {
+            emit pageAsked(key == Qt::Key_PageUp ? Step::Back : Step::Forward);
+            return;
+        }
         const QTextBlock line = textCursor().block();
         if (key == Qt::Key_Up && !line.previous().isValid()) {
             emit historyAsked(Step::Back);

@@ -35,6 +35,8 @@ signals:
     void fontChanged();
     void submitted();
     void historyAsked(Korvane::ShellInput::Step step);
+    /// A key for pages was pressed: it scrolls the transcript.
+    void pageAsked(Korvane::ShellInput::Step step);
     /// The key for copying was pressed, and nothing is selected.
     void stopAsked();
     /// The key for searching in the history was pressed.
