@@ -97,23 +97,27 @@ void EditorSearch::show(bool withReplace)
 
 void EditorSearch::findNext()
 {
-    refresh();
-    const auto place = firstFrom(m_view.textCursor().selectionEnd());
-    if (m_search.query.isEmpty())
-        open();
-    else if (!m_found.empty())
-        select(place == m_found.cend() ? m_found.front() : *place);
-    showCount();
+    find(Direction::Forward);
 }
 
 void EditorSearch::findPrevious()
 {
+    find(Direction::Backward);
+}
+
+void EditorSearch::find(Direction direction)
+{
     refresh();
-    const auto place = firstFrom(m_view.textCursor().selectionStart());
-    if (m_search.query.isEmpty())
+    const QTextCursor selection = m_view.textCursor();
+    if (m_search.query.isEmpty()) {
         open();
-    else if (!m_found.empty())
+    } else if (!m_found.empty() && direction == Direction::Forward) {
+        const auto place = firstFrom(selection.selectionEnd());
+        select(place == m_found.cend() ? m_found.front() : *place);
+    } else if (!m_found.empty()) {
+        const auto place = firstFrom(selection.selectionStart());
         select(place == m_found.cbegin() ? m_found.back() : *std::prev(place));
+    }
     showCount();
 }
 

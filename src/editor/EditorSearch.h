@@ -32,6 +32,7 @@ public:
     void findPrevious();
 
 private:
+    enum class Direction { Forward, Backward };
     using Places = std::vector<TextSearch::Match>;
 
     /// Made at the first call: at start-up its field would load a font that nothing else uses.
@@ -49,6 +50,7 @@ private:
     [[nodiscard]] bool isSelected(const TextSearch::Match &place) const;
     void showCount();
     void showFound();
+    void find(Direction direction);
     [[nodiscard]] Places::const_iterator firstFrom(int position) const;
 
     CodeEditorView &m_view;
