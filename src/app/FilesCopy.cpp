@@ -22,27 +22,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString progress(const QString &path, qsizetype index, qsizetype count)
-{
-    return u"Copying %1 (%2 of %3)…"_s.arg(path, QString::number(index + 1),
-                                           QString::number(count));
-}
-
-/// The copy ended at \p relativePath.
-Error stoppedAt(const QString &relativePath, qsizetype index, qsizetype count, Error cause)
-{
-    if (cause.code == ErrorCode::Closed)
-        return cause;
-    if (cause.code != ErrorCode::Cancelled) {
-        cause.cause = cause.message;
-        cause.message = u"Copy stopped at "_s + relativePath + u'.';
-        return cause;
-    }
-    cause.message = u"Copy cancelled at %1 (%2 of %3); the files before it were copied."_s.arg(
-        relativePath, QString::number(index + 1), QString::number(count));
-    return cause;
-}
-
 QStringList paths(const CopyPlan &entries, const QString &folder)
 {
     QStringList result;
@@ -78,6 +57,7 @@ void FilesCopy::Plan::drop(const QStringList &relativePaths)
 FilesCopy::FilesCopy(Parts parts, QObject *parent)
     : QObject(parent)
     , m_parts(parts)
+    , m_receiver(m_parts.files, m_local, m_parts.transfer)
 {
 }
 
@@ -345,9 +325,9 @@ Async<void> FilesCopy::send(Plan plan, QString folder, QList<WritePermit> permit
     qint64 doneBytes = 0;
     for (qsizetype i = 0; i < files.size(); ++i) {
         const QString relative = files[i].relativePath;
-        running.setStatus(progress(relative, i, files.size()));
+        running.setStatus(copyProgress(relative, i, files.size()));
         if (running.isCanceled())
-            co_return stoppedAt(relative, i, files.size(), DeviceError::cancelled());
+            co_return copyStoppedAt(relative, i, files.size(), DeviceError::cancelled());
         const auto reader = co_await m_local.openReader(plan.source(relative));
         if (!reader && reader.error().code == ErrorCode::Closed)
             co_return reader.error();
@@ -362,7 +342,7 @@ Async<void> FilesCopy::send(Plan plan, QString folder, QList<WritePermit> permit
         if (!life)
             co_return DeviceError::closed();
         if (!written)
-            co_return stoppedAt(relative, i, files.size(), written.error());
+            co_return copyStoppedAt(relative, i, files.size(), written.error());
         doneBytes += files[i].size;
         running.setDone(doneBytes);
         ++*count;
@@ -373,9 +353,6 @@ Async<void> FilesCopy::send(Plan plan, QString folder, QList<WritePermit> permit
 Async<void> FilesCopy::receive(Plan plan, QString folder, Count count)
 {
     const auto life = m_life.watch();
-    TransferStatus::Running running(m_parts.transfer);
-    const QList<CopyItem> files = plan.entries.files();
-    running.setTotal(plan.entries.totalSize());
     const QStringList made = folders(plan.entries, folder);
     const std::function<QString()> makeFolders = [made] {
         for (const QString &path : made) {
@@ -389,46 +366,16 @@ Async<void> FilesCopy::receive(Plan plan, QString folder, Count count)
         co_return DeviceError::closed();
     if (!refused->isEmpty())
         co_return Error{ErrorCode::File, u"Copy failed: cannot create %1"_s.arg(*refused)};
-    qint64 doneBytes = 0;
-    for (qsizetype i = 0; i < files.size(); ++i) {
-        const QString relative = files[i].relativePath;
-        running.setStatus(progress(relative, i, files.size()));
-        if (running.isCanceled())
-            co_return stoppedAt(relative, i, files.size(), DeviceError::cancelled());
-        const QString target = DeviceListing::join(folder, relative);
-        const auto received = co_await receiveFile(plan.source(relative), target, relative,
-                                                   running.observer(doneBytes));
-        if (!life)
-            co_return DeviceError::closed();
-        if (!received && received.error().code == ErrorCode::File) {
-            co_return Error{
-                ErrorCode::File,
-                u"Copy stopped — cannot write %1: %2"_s.arg(target, received.error().message)};
-        }
-        if (!received)
-            co_return stoppedAt(relative, i, files.size(), received.error());
-        doneBytes += files[i].size;
-        running.setDone(doneBytes);
-        ++*count;
-    }
-    co_return Result<void>();
-}
-
-Async<void> FilesCopy::receiveFile(QString source, QString target, QString label,
-                                   PieceTransfer::Observer observer)
-{
-    const auto life = m_life.watch();
-    const auto writer = co_await m_local.openWriter(target);
-    if (!writer)
-        co_return writer.error();
-    auto sink = m_local.sinkOf(*writer);
-    auto received =
-        co_await m_parts.files.receiveFile(source, label, std::move(sink), std::move(observer));
     if (!life)
         co_return DeviceError::closed();
-    if (!received)
-        co_return received;
-    co_return co_await m_local.commit(*writer);
+    QList<FileReceiver::Item> items;
+    const QList<CopyItem> files = plan.entries.files();
+    for (const CopyItem &file : files) {
+        items.append({plan.source(file.relativePath),
+                      DeviceListing::join(folder, file.relativePath), file.relativePath,
+                      file.size});
+    }
+    co_return co_await m_receiver.receiveAll(std::move(items), count);
 }
 
 } // namespace Korvane

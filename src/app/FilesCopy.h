@@ -6,6 +6,7 @@
 #include "board/BoardRecords.h"
 #include "board/CopyPlan.h"
 #include "board/DeviceFileOperations.h"
+#include "board/FileReceiver.h"
 #include "board/LocalPieces.h"
 #include "board/WritePermit.h"
 
@@ -86,12 +87,11 @@ private:
     [[nodiscard]] Async<void> send(Plan plan, QString folder, QList<WritePermit> permits,
                                    Count count);
     [[nodiscard]] Async<void> receive(Plan plan, QString folder, Count count);
-    [[nodiscard]] Async<void> receiveFile(QString source, QString target, QString label,
-                                          PieceTransfer::Observer observer);
 
     Parts m_parts;
     Background m_background;
     LocalPieces m_local{m_background};
+    FileReceiver m_receiver;
     Lifetime m_life;
 };
 

@@ -12,6 +12,7 @@
 
 #include <filesystem>
 #include <numeric>
+#include <utility>
 
 namespace Korvane {
 
@@ -23,12 +24,6 @@ QString countOfFiles(qsizetype count)
     return u"%1 file%2"_s.arg(count).arg(count == 1 ? QString() : u"s"_s);
 }
 
-QString progress(const QString &path, qsizetype index, qsizetype count)
-{
-    return u"Copying %1 (%2 of %3)…"_s.arg(path, QString::number(index + 1),
-                                           QString::number(count));
-}
-
 qint64 sizeOf(const QList<CopyItem> &files)
 {
     return std::accumulate(files.begin(), files.end(), qint64(0),
@@ -38,23 +33,6 @@ qint64 sizeOf(const QList<CopyItem> &files)
 Error notConnected(const QString &name)
 {
     return {ErrorCode::NotConnected, u"Connect a device before copying "_s + name + u'.'};
-}
-
-/// A folder copy that ended at \p relativePath, after the failure of a step of its own.
-Error stoppedAt(const QString &relativePath, qsizetype index, qsizetype count, const Error &cause)
-{
-    Error error = cause;
-    if (cause.code != ErrorCode::Cancelled) {
-        error.cause = cause.message;
-        error.message = u"Copy stopped at "_s + relativePath + u'.';
-        return error;
-    }
-    error.message = u"Copy cancelled at %1 (%2 of %3); the files before it were copied."_s.arg(
-        relativePath, QString::number(index + 1), QString::number(count));
-    const QString state = cause.message.section(u" — "_s, 1);
-    if (!state.isEmpty())
-        error.message += u' ' + state;
-    return error;
 }
 
 /// Makes the folders, parents included; those that exist are fine. Blocks.
@@ -80,6 +58,7 @@ FileTransfer::FileTransfer(DeviceLink &link, DeviceFiles &files, TransferStatus 
     , m_files(files)
     , m_transfer(transfer)
     , m_shell(shell)
+    , m_receiver(files, m_local, transfer)
 {
 }
 
@@ -104,7 +83,7 @@ Async<void> FileTransfer::copyFileToDevice(QString localFile)
     if (!reader)
         co_return Error{ErrorCode::File, u"Cannot read "_s + localFile + u'.'};
     TransferStatus::Running running(m_transfer);
-    running.setStatus(progress(name, 0, 1));
+    running.setStatus(copyProgress(name, 0, 1));
     running.setTotal((*reader)->size());
     const auto written =
         co_await m_files.sendFile(m_local.sourceOf(*reader), *permit, name, running.observer());
@@ -226,9 +205,9 @@ Async<void> FileTransfer::sendFiles(QList<CopyItem> files, QString localFolder, 
     qint64 doneBytes = 0;
     for (qsizetype i = 0; i < files.size(); ++i) {
         const QString relative = files[i].relativePath;
-        running.setStatus(progress(relative, i, files.size()));
+        running.setStatus(copyProgress(relative, i, files.size()));
         if (running.isCanceled())
-            co_return stoppedAt(relative, i, files.size(), DeviceError::cancelled());
+            co_return copyStoppedAt(relative, i, files.size(), DeviceError::cancelled());
         const auto reader = co_await m_local.openReader(localFolder + u'/' + relative);
         if (!reader && reader.error().code == ErrorCode::Closed)
             co_return reader.error();
@@ -245,7 +224,7 @@ Async<void> FileTransfer::sendFiles(QList<CopyItem> files, QString localFolder, 
             const ErrorCode code = written.error().code;
             if (code == ErrorCode::File || code == ErrorCode::Cancelled)
                 m_files.refreshDeviceFiles();
-            co_return stoppedAt(relative, i, files.size(), written.error());
+            co_return copyStoppedAt(relative, i, files.size(), written.error());
         }
         doneBytes += files[i].size;
         running.setDone(doneBytes);
@@ -279,9 +258,10 @@ Async<void> FileTransfer::copyFileFromDevice(DeviceFileNode file, QString destin
     }
 
     TransferStatus::Running running(m_transfer);
-    running.setStatus(progress(file.name, 0, 1));
+    running.setStatus(copyProgress(file.name, 0, 1));
     running.setTotal(file.size);
-    const auto received = co_await receiveFile(file.path, target, file.name, running.observer());
+    const FileReceiver::Item item{file.path, target, file.name, file.size};
+    const auto received = co_await m_receiver.receive(item, running.observer());
     if (!received && received.error().code == ErrorCode::File) {
         co_return Error{ErrorCode::File,
                         u"Cannot write %1: %2"_s.arg(target, received.error().message)};
@@ -340,7 +320,13 @@ Async<void> FileTransfer::receiveFolder(QList<CopyItem> files, Folders folders)
     if (!board)
         co_return board.error();
     const auto count = std::make_shared<qsizetype>(0);
-    const auto received = co_await receiveFiles(files, folders, count);
+    QList<FileReceiver::Item> items;
+    for (const CopyItem &file : std::as_const(files)) {
+        const QString below = u'/' + file.relativePath;
+        items.append(
+            {folders.source + below, folders.target + below, file.relativePath, file.size});
+    }
+    const auto received = co_await m_receiver.receiveAll(std::move(items), count);
     if (!life)
         co_return DeviceError::closed();
     emit localFilesChanged(); // also by a copy that stopped
@@ -364,56 +350,6 @@ Async<void> FileTransfer::resumeReceiving(QList<CopyItem> rest, Folders folders,
     if (!life)
         co_return DeviceError::closed();
     co_return co_await receiveFolder(std::move(rest), std::move(folders));
-}
-
-Async<void> FileTransfer::receiveFiles(QList<CopyItem> files, Folders folders, Count count)
-{
-    const auto life = m_life.watch();
-    TransferStatus::Running running(m_transfer);
-    qint64 doneBytes = 0;
-    running.setTotal(sizeOf(files));
-    for (qsizetype i = 0; i < files.size(); ++i) {
-        const QString relative = files[i].relativePath;
-        running.setStatus(progress(relative, i, files.size()));
-        if (running.isCanceled())
-            co_return stoppedAt(relative, i, files.size(), DeviceError::cancelled());
-        const QString path = folders.target + u'/' + relative;
-        const auto received = co_await receiveFile(folders.source + u'/' + relative, path, relative,
-                                                   running.observer(doneBytes));
-        if (!life)
-            co_return DeviceError::closed();
-        if (!received && received.error().code == ErrorCode::File) {
-            co_return Error{
-                ErrorCode::File,
-                u"Copy stopped — cannot write %1: %2"_s.arg(path, received.error().message)};
-        }
-        if (!received)
-            co_return stoppedAt(relative, i, files.size(), received.error());
-        doneBytes += files[i].size;
-        running.setDone(doneBytes);
-        ++*count;
-    }
-    co_return Result<void>();
-}
-
-Async<void> FileTransfer::receiveFile(QString source, QString path, QString label,
-                                      PieceTransfer::Observer observer)
-{
-    const auto life = m_life.watch();
-    const auto writer = co_await m_local.openWriter(path);
-    if (!writer)
-        co_return writer.error();
-    auto sink = m_local.sinkOf(*writer);
-    const auto received =
-        co_await m_files.receiveFile(source, label, std::move(sink), std::move(observer));
-    if (!life)
-        co_return DeviceError::closed();
-    if (received)
-        co_return co_await m_local.commit(*writer);
-    Error error = received.error();
-    if (error.code == ErrorCode::Cancelled)
-        error.message = u"Transfer cancelled — %1 is as it was."_s.arg(path);
-    co_return error;
 }
 
 void FileTransfer::reportSkipped(const CopyPlan &plan)

@@ -5,6 +5,7 @@
 #include "base/Lifetime.h"
 #include "board/BoardRecords.h"
 #include "board/CopyPlan.h"
+#include "board/FileReceiver.h"
 #include "board/LocalPieces.h"
 #include "board/WritePermit.h"
 
@@ -47,10 +48,6 @@ signals:
     void localFilesChanged();
 
 private:
-    /// Copies the board's file \p source to the local \p path. The message of a `File` error is
-    /// the system's text.
-    [[nodiscard]] Async<void> receiveFile(QString source, QString path, QString label,
-                                          PieceTransfer::Observer observer);
     /// How many files of a list are finished.
     using Count = std::shared_ptr<qsizetype>;
     struct Folders
@@ -66,8 +63,6 @@ private:
                                         WritePermit permit, Count sent);
     [[nodiscard]] Async<void> receiveFolder(QList<CopyItem> files, Folders folders);
     [[nodiscard]] Async<void> resumeReceiving(QList<CopyItem> rest, Folders folders, QString board);
-    /// Copies \p files, which are below both folders, and stops at the first failure.
-    [[nodiscard]] Async<void> receiveFiles(QList<CopyItem> files, Folders folders, Count received);
     void reportSkipped(const CopyPlan &plan);
 
     DeviceLink &m_link;
@@ -76,6 +71,7 @@ private:
     ShellSink &m_shell;
     Background m_background;
     LocalPieces m_local{m_background};
+    FileReceiver m_receiver;
     Lifetime m_life;
 };
 
