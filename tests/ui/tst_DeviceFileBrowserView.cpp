@@ -171,6 +171,9 @@ private slots:
         QTRY_VERIFY(isIdle() && list().isVisible());
         QVERIFY(list().hasFocus()); // the listing neither took the focus nor the place
         QCOMPARE(list().currentIndex().data().toString(), u"x.txt"_s);
+        files().setDeviceWorkingDir(u"/lib/deep"_s); // a page takes the place of the list
+        m_fixture->press(Qt::Key_Backspace);
+        QCOMPARE(files().deviceWorkingDir(), u"/lib"_s);
         m_fixture->press(Qt::Key_Up, Qt::AltModifier);
         QCOMPARE(files().deviceWorkingDir(), u"/"_s);
         QCOMPARE(list().currentIndex().data().toString(), u"lib"_s);
