@@ -206,7 +206,8 @@ void ThemeStyle::drawControl(ControlElement element, const QStyleOption *option,
     }
     if (element == CE_ItemViewItem && isFadedSelection(option, widget)) {
         QStyleOptionViewItem faded(*static_cast<const QStyleOptionViewItem *>(option));
-        faded.palette.setBrush(QPalette::HighlightedText, faded.palette.text());
+        faded.state &= ~State_Selected; // the text and the icon as in other rows
+        painter->fillRect(option->rect, theme.color(Theme::Role::Pressed));
         QProxyStyle::drawControl(element, &faded, painter, widget);
         return;
     }
