@@ -13,6 +13,7 @@
 #include "app/LocalFileActions.h"
 #include "app/LocalFiles.h"
 #include "app/Preferences.h"
+#include "app/ProgramSending.h"
 #include "app/ShellTranscript.h"
 #include "app/VariablesStore.h"
 #include "app/VirtualBoardProcess.h"
@@ -211,6 +212,7 @@ private:
     DebugSession m_debugSession{m_link, m_programRun, m_shell};
     VariablesStore m_variablesStore{m_runner, m_link, m_programRun};
     TransferStatus m_transfer;
+    ProgramSending m_programSending{m_programRun, m_transfer};
     LocalFiles m_localFiles{m_shell, m_prompts};
     DeviceFiles m_deviceFiles{m_link, m_prompts, m_transfer};
     DeviceFileOperations m_deviceOperations{m_link, m_deviceFiles};

@@ -65,6 +65,7 @@ void ProgramRun::runOnDeviceStreamed(const QString &source, BoardState boardStat
         m_link.serial().discardPendingOutput();
         m_link.serial().write("\x03");
         m_showsOldOutput = false;
+        emit sendingEnded();
     }
     m_isEntering = true;
     m_source = source;
@@ -126,6 +127,7 @@ void ProgramRun::sendProgram()
         return;
     m_lateReply.stop();
     m_reply = Reply::None;
+    m_isSendingCanceled = false;
     const QString source = std::exchange(m_source, {});
     const QByteArray program = source.isValidUtf16() ? source.toUtf8() : QByteArray();
     m_programBytes = program.size();
@@ -133,15 +135,16 @@ void ProgramRun::sendProgram()
         noteProgramSent(program + '\x04');
         return;
     }
-    RawPasteSender::Failures failures;
-    failures.onRefused = [this, program] { noteProgramSent(program + '\x04'); };
-    failures.onStalled = [this] {
+    RawPasteSender::Events events;
+    events.onSent = [this](qsizetype bytes) { emit sending(bytes, m_programBytes); };
+    events.onRefused = [this, program] { noteProgramSent(program + '\x04'); };
+    events.onStalled = [this] {
         m_link.serial().discardPendingOutput();
         m_link.serial().write("\x03");
         giveUp(QStringLiteral("The board stopped reading the program, so nothing was run. Try "
                               "disconnecting and reconnecting."));
     };
-    m_paste.start(program, std::move(failures));
+    m_paste.start(program, std::move(events));
 }
 
 /// Writes \p written after the state has changed.
@@ -156,7 +159,8 @@ void ProgramRun::noteProgramSent(const QByteArray &written)
     leaveEntry();
     if (!written.isEmpty())
         m_link.serial().write(written);
-    m_shell.appendInfo(QStringLiteral("▶ Sent to device."));
+    if (!m_isSendingCanceled)
+        m_shell.appendInfo(QStringLiteral("▶ Sent to device."));
     if (!wasRunning)
         emit deviceProgramRunningChanged();
 }
@@ -180,6 +184,7 @@ void ProgramRun::leaveEntry()
     m_link.serial().setDataInterceptor({});
     m_link.setDeviceCommandInFlight(false);
     showHeldBack();
+    emit sendingEnded();
 }
 
 void ProgramRun::handleDeviceData(const QByteArray &chunk)
@@ -295,6 +300,15 @@ void ProgramRun::abandon()
         m_messages.expectBanner();
     }
     setDeviceProgramRunning(false);
+}
+
+void ProgramRun::cancelSending()
+{
+    if (!m_paste.isActive())
+        return;
+    m_isSendingCanceled = true;
+    m_link.serial().writeUrgent("\x03");
+    m_shell.appendInfo(QStringLiteral("Sending cancelled — the program was not run."));
 }
 
 void ProgramRun::reset()

@@ -52,6 +52,9 @@ public:
     /// does not count as running. Its reply is still awaited, since the board is not free before. A
     /// run that is being started is called off, and the board returns to its friendly prompt.
     void abandon();
+    /// Interrupts the board while it reads a large program, which is then not run: the reply is a
+    /// KeyboardInterrupt. Does nothing otherwise.
+    void cancelSending();
     /// The link has ended, and with it the run, in any phase: nothing more is sent, shown or
     /// signaled for it.
     void reset();
@@ -65,6 +68,10 @@ public:
 
 signals:
     void deviceProgramRunningChanged();
+    /// A large program is being sent, which cancelSending() ends.
+    void sending(qint64 sentBytes, qint64 totalBytes);
+    /// It was sent, or the run has ended without it.
+    void sendingEnded();
     void paused(const DebugPause &pause);
     /// The program's output has ended; its traceback may follow.
     void programEnded();
@@ -72,8 +79,9 @@ signals:
     /// board, still in its raw REPL, is free for commands. Not emitted while a run is being
     /// started.
     void replyWhole();
-    /// The board never entered the raw REPL, so nothing was sent. The Shell shows the error
-    /// already. A program that ignored the interrupt still counts as running.
+    /// The program was not run: the board never entered the raw REPL or stopped reading the
+    /// program. The Shell shows the error already. A program that ignored the interrupt still
+    /// counts as running.
     void gaveUp();
 
 private:
@@ -104,6 +112,7 @@ private:
     bool m_isEntering = false;
     RawReplHandshake m_handshake;
     RawPasteSender m_paste;
+    bool m_isSendingCanceled = false;
     QString m_source;
     bool m_showsOldOutput = false; // text before the banner is the output of a program
 

@@ -39,6 +39,7 @@ public:
 
     [[nodiscard]] Step feed(QByteArrayView chunk);
     [[nodiscard]] State state() const { return m_state; }
+    [[nodiscard]] qsizetype sentBytes() const { return m_sent; }
 
 private:
     void readAnswer(QByteArrayView &chunk);

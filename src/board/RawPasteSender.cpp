@@ -30,10 +30,10 @@ bool RawPasteSender::isFor(const QByteArray &program) const
     return program.size() >= RawPaste::smallestProgram && m_support != RawPaste::Support::Missing;
 }
 
-void RawPasteSender::start(const QByteArray &program, Failures failures)
+void RawPasteSender::start(const QByteArray &program, Events events)
 {
     m_paste.emplace(program);
-    m_failures = std::move(failures);
+    m_events = std::move(events);
     m_serial.write(RawPaste::request.toByteArray());
     m_timer.start(longestWaitForAnswer);
 }
@@ -54,6 +54,7 @@ std::optional<QByteArray> RawPasteSender::feed(QByteArrayView chunk)
     case RawPaste::State::Sending:
         m_support = RawPaste::Support::Offered;
         m_timer.start(longestWaitForWindow);
+        m_events.onSent(m_paste->sentBytes());
         break;
     case RawPaste::State::Ended:
         stop();
@@ -75,7 +76,7 @@ void RawPasteSender::timeOut()
         return;
     }
     stop();
-    const auto onStalled = m_failures.onStalled; // a copy, which outlives this object
+    const auto onStalled = m_events.onStalled; // a copy, which outlives this object
     onStalled();
 }
 
@@ -83,7 +84,7 @@ void RawPasteSender::refuse()
 {
     m_support = RawPaste::Support::Missing;
     stop();
-    const auto onRefused = m_failures.onRefused; // a copy, as above
+    const auto onRefused = m_events.onRefused; // a copy, as above
     onRefused();
 }
 

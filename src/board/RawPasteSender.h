@@ -19,9 +19,10 @@ class RawPasteSender final : public QObject
     Q_OBJECT
 
 public:
-    /// What to do when the program does not arrive.
-    struct Failures
+    struct Events
     {
+        /// So many bytes of the program were written.
+        std::function<void(qsizetype bytes)> onSent = [](qsizetype) {};
         /// The board is in the raw REPL, has none of the program, and will not be asked again.
         std::function<void()> onRefused;
         /// The board has accepted nothing for 5 s.
@@ -34,7 +35,7 @@ public:
     /// Whether \p program is to be sent in raw-paste mode: it is large, and the board may offer it.
     [[nodiscard]] bool isFor(const QByteArray &program) const;
     /// The callbacks are called from feed() or a timer.
-    void start(const QByteArray &program, Failures failures);
+    void start(const QByteArray &program, Events events);
     /// The result, once the board has the program: its output so far.
     [[nodiscard]] std::optional<QByteArray> feed(QByteArrayView chunk);
     /// Writes nothing more and calls no callback. The board may still be reading: Ctrl-C ends that.
@@ -48,7 +49,7 @@ private:
     SerialPortManager &m_serial;
     RawPaste::Support &m_support;
     std::optional<RawPaste> m_paste;
-    Failures m_failures;
+    Events m_events;
     QTimer m_timer;
 };
 

@@ -120,9 +120,9 @@ void RawReplExchange::sendProgram()
         return;
     }
     m_phase = Phase::Pasting;
-    RawPasteSender::Failures failures;
-    failures.onRefused = [this] { writeProgram(); };
-    m_paste.start(m_code, std::move(failures));
+    RawPasteSender::Events events;
+    events.onRefused = [this] { writeProgram(); };
+    m_paste.start(m_code, std::move(events));
 }
 
 void RawReplExchange::writeProgram()
