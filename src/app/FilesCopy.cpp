@@ -123,12 +123,12 @@ Async<QList<WritePermit>> FilesCopy::permits(QStringList names, QString folder)
 Async<void> FilesCopy::sendAll(Plan plan, QString folder, QList<WritePermit> permits)
 {
     const auto life = m_life.watch();
-    m_parts.transfer.dropRest();
     const auto board = co_await m_parts.link.boardIdentity();
     if (!life)
         co_return DeviceError::closed();
     if (!board)
         co_return board.error();
+    m_parts.transfer.dropRest();
     const auto count = std::make_shared<qsizetype>(0);
     const auto sent = co_await send(plan, folder, permits, count);
     if (!life)
@@ -209,12 +209,12 @@ Async<void> FilesCopy::fromDevice(QList<DeviceFileNode> nodes, QString folder)
 Async<void> FilesCopy::receiveAll(Plan plan, QString folder)
 {
     const auto life = m_life.watch();
-    m_parts.transfer.dropRest();
     const auto board = co_await m_parts.link.boardIdentity();
     if (!life)
         co_return DeviceError::closed();
     if (!board)
         co_return board.error();
+    m_parts.transfer.dropRest();
     const auto count = std::make_shared<qsizetype>(0);
     const auto received = co_await receive(plan, folder, count);
     if (!life)

@@ -141,7 +141,6 @@ Async<void> FileTransfer::copyFolderToDevice(QString localFolder)
 Async<void> FileTransfer::sendFolder(CopyPlan plan, Folders folders, WritePermit permit)
 {
     const auto life = m_life.watch();
-    m_transfer.dropRest();
     TransferStatus::Running running(m_transfer);
     running.setStatus(u"Copying %1…"_s.arg(QFileInfo(folders.source).fileName()));
     const auto board = co_await m_link.boardIdentity();
@@ -149,6 +148,7 @@ Async<void> FileTransfer::sendFolder(CopyPlan plan, Folders folders, WritePermit
         co_return DeviceError::closed();
     if (!board)
         co_return board.error();
+    m_transfer.dropRest();
     QStringList made{folders.target};
     for (const CopyItem &item : std::as_const(plan.items)) {
         if (item.isDirectory)
@@ -313,12 +313,12 @@ Async<void> FileTransfer::copyFolderFromDevice(DeviceFileNode folder, QString de
 Async<void> FileTransfer::receiveFolder(QList<CopyItem> files, Folders folders)
 {
     const auto life = m_life.watch();
-    m_transfer.dropRest();
     const auto board = co_await m_link.boardIdentity();
     if (!life)
         co_return DeviceError::closed();
     if (!board)
         co_return board.error();
+    m_transfer.dropRest();
     const auto count = std::make_shared<qsizetype>(0);
     QList<FileReceiver::Item> items;
     for (const CopyItem &file : std::as_const(files)) {

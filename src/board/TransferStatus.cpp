@@ -137,7 +137,6 @@ Async<void> TransferStatus::resumeRest()
     if (!m_rest)
         co_return Error{ErrorCode::Cancelled, {}};
     const Rest rest = *m_rest; // a copy: it is dropped when the transfer begins
-    dropRest();
     co_return co_await rest.resume();
 }
 
