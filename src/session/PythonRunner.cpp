@@ -247,7 +247,6 @@ void PythonRunner::loseChild(const QString &error)
 {
     // Called from a signal of the child, so it must not be deleted here.
     std::exchange(m_child, nullptr)->deleteLater();
-    m_stream.clear();
     finish(failure(error));
 }
 
@@ -257,7 +256,6 @@ void PythonRunner::kill(const QString &notice)
 {
     if (m_child)
         std::exchange(m_child, nullptr)->dismiss();
-    m_stream.clear();
     finish(interrupted());
     if (onInfo && !notice.isEmpty())
         onInfo(notice);
