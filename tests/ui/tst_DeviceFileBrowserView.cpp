@@ -174,6 +174,7 @@ private slots:
         files().setDeviceWorkingDir(u"/lib/deep"_s); // a page takes the place of the list
         m_fixture->press(Qt::Key_Backspace);
         QCOMPARE(files().deviceWorkingDir(), u"/lib"_s);
+        QVERIFY(list().hasFocus());
         m_fixture->press(Qt::Key_Up, Qt::AltModifier);
         QCOMPARE(files().deviceWorkingDir(), u"/"_s);
         QCOMPARE(list().currentIndex().data().toString(), u"lib"_s);

@@ -152,16 +152,10 @@ void BrowserPane::showPage(QWidget *page)
 
 void BrowserPane::raisePage()
 {
-    QWidget *next = m_page;
-    QWidget *previous = m_body->currentWidget();
-    const bool hadFocus = previous->hasFocus();
     // Only now: a stack measures all of its pages, which takes a tenth of the start.
-    if (m_body->indexOf(next) < 0)
-        m_body->addWidget(next);
-    m_body->setCurrentWidget(next);
-    // Hiding the widget that has the focus moves the focus to another part of the window.
-    if (hadFocus && next != previous)
-        next->setFocus();
+    if (m_body->indexOf(m_page) < 0)
+        m_body->addWidget(m_page);
+    m_body->setCurrentWidget(m_page); // which moves the focus from the previous page to this one
 }
 
 void BrowserPane::showEvent(QShowEvent *event)
