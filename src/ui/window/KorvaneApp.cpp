@@ -142,10 +142,10 @@ void KorvaneApp::showFirstSteps()
         m_state.shell().appendInfo(QObject::tr("This installs Python: sudo apt install python3"));
     if (QFileInfo::exists(WorkspaceFile::defaultPath()))
         return; // not the first start
-    DeviceLink &link = m_state.link();
-    const QStringList ports = link.availablePorts();
-    const bool isBoardThere = std::any_of(ports.begin(), ports.end(), [&link](const QString &port) {
-        return !link.portIdentity(port).product.isEmpty();
+    const QStringList ports = m_state.link().availablePorts();
+    // Many computers have serial ports of their own, with nothing on them.
+    const bool isBoardThere = std::any_of(ports.begin(), ports.end(), [](const QString &port) {
+        return !port.startsWith(QStringLiteral("/dev/ttyS"));
     });
     if (!isBoardThere)
         m_state.shell().appendInfo(
