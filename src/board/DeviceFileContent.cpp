@@ -247,7 +247,7 @@ Async<void> DeviceFileContent::read(QString path, QString label, qint64 sizeByte
     co_return error;
 }
 
-/// For want of memory on the board, the error's `detail` is the board's reason.
+/// When the board has too little memory, the error's `detail` is the board's reason.
 Async<QByteArray> DeviceFileContent::readAtOnce(QString path, QString label)
 {
     const auto output = co_await m_link.executeOnDevice(BoardScripts::read(path), commandTimeout);

@@ -94,7 +94,7 @@ QList<CopyItem> IgnoreRules::keptOf(const QList<CopyItem> &items) const
             leftOut.insert(item.relativePath.section(u'/', 0, -2));
     }
     QList<CopyItem> kept;
-    // Folders come before what is in them, so each entry needs to look at its own folder alone.
+    // Folders precede their contents, so only the own folder of an entry has to be looked up.
     for (const CopyItem &item : items) {
         const bool isLeftOut = leftOut.contains(item.relativePath)
             || leftOut.contains(item.relativePath.section(u'/', 0, -2))

@@ -33,7 +33,7 @@ RawPaste::Step RawPaste::feed(QByteArrayView chunk)
     return step;
 }
 
-/// The rest of the raw REPL's banner may come before the answer.
+/// The rest of the raw REPL's banner may precede the answer.
 void RawPaste::readAnswer(QByteArrayView &chunk)
 {
     m_answer += chunk;

@@ -14,7 +14,7 @@ public:
 
     /// Begins with Fontconfig's list. Main thread, before the application is made.
     static void load();
-    /// Goes on with Qt's own list. Main thread, when the application has been made.
+    /// Continues with Qt's own list. Main thread, when the application has been made.
     static void loadForQt();
     /// Waits for both. The application's font has an installed family from then on, where it had a
     /// generic one. Main thread.

@@ -118,7 +118,7 @@ private slots:
         auto background = std::make_unique<Background>(2, 10ms);
         const auto first = collect(*background, endless, log);
         const auto second = collect(*background, quick, log);
-        QTRY_COMPARE(log, QStringList{u"result"_s}); // the loop went on meanwhile
+        QTRY_COMPARE(log, QStringList{u"result"_s}); // the loop ran meanwhile
         background.reset();
         QCOMPARE(log.mid(1), QStringList{u"gone"_s});
         *mayEnd = true;

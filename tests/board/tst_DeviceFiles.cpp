@@ -181,7 +181,7 @@ private slots:
         QCOMPARE(fixture.said(), QString());
     }
 
-    void showsAListingThatArrivesAfterItsLinkEndedToNobody()
+    void dropsAListingThatArrivesAfterItsLinkEnded()
     {
         ScriptedBoard board;
         BoardFixture fixture;

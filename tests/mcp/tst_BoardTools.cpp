@@ -251,7 +251,7 @@ private slots:
               u"Let Claude delete “/a”? | Removes 3 bytes from %1. This cannot be undone."
               " | Delete"_s);
         QCOMPARE(box->call("read_device_file|path=/a"), "xyz");
-        box->settings.setFlag(Settings::autoApproveWrites, true); // heard at once
+        box->settings.setFlag(Settings::autoApproveWrites, true); // takes effect at once
         QCOMPARE(box->call("delete_device_file|path=/a"), "Deleted /a.");
         QCOMPARE(box->prompts.takeAsked(), QString());
     }

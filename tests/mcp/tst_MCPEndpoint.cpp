@@ -185,7 +185,7 @@ private slots:
     void handlesABatchOneAfterTheOther()
     {
         auto batch = begin(m_endpoint, m_calls, request('[' + wait + ',' + wait + ']'));
-        QCOMPARE(answer(ping), ok + pong); // others go on meanwhile
+        QCOMPARE(answer(ping), ok + pong); // other requests are answered meanwhile
         QCOMPARE(m_tools.waiting.size(), size_t(1));
         m_tools.deliver(u"done"_s);
         QTRY_COMPARE(m_tools.waiting.size(), size_t(2));

@@ -197,7 +197,7 @@ private slots:
         QCOMPARE(m_fixture->prompts.asked, QStringList(4, asked));
     }
 
-    void keepsUpWithAFolderOfTwentyThousand()
+    void showsAFolderOfTwentyThousand()
     {
         for (int i = 0; i < 20'000; ++i)
             put(at(u"large/%1"_s.arg(i)), {});

@@ -161,7 +161,8 @@ private slots:
         Pane pane;
         pane.print(u"x"_s + u"🌍"_s.repeated(TranscriptBlock::maxLength));
         pane.shell.appendInfo(u"and"_s);
-        pane.print((line + u'\n').repeated(5'000)); // shares blocks, and comes in several pieces
+        pane.print(
+            (line + u'\n').repeated(5'000)); // shares blocks, and is printed in several pieces
         QTRY_VERIFY(pane.view->isCaughtUp());
         const int blocks = pane.view->blockCount();
         QVERIFY2(blocks > 4 && blocks < 1'000, qPrintable(QString::number(blocks)));

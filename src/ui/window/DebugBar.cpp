@@ -83,7 +83,7 @@ void DebugBar::showState()
     const bool hadFocus = focusWidget() && focusWidget()->hasFocus();
     setVisible(session.isDebugging());
     if (hadFocus && !session.isDebugging())
-        emit wentWithFocus();
+        emit hiddenWithFocus();
 }
 
 void DebugBar::showLine(const std::optional<int> &line)

@@ -28,7 +28,7 @@ public:
 
 signals:
     /// The bar was hidden while one of its buttons had the focus.
-    void wentWithFocus();
+    void hiddenWithFocus();
 
 protected:
     void paintEvent(QPaintEvent *event) override;

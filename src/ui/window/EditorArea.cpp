@@ -33,7 +33,7 @@ EditorArea::EditorArea(AppState &state, const Actions &actions, QWidget *parent)
     column->setSpacing(0);
     column->addWidget(m_tabs);
     column->addWidget(new Divider);
-    connect(m_debugBar, &DebugBar::wentWithFocus, m_editor, qOverload<>(&QWidget::setFocus));
+    connect(m_debugBar, &DebugBar::hiddenWithFocus, m_editor, qOverload<>(&QWidget::setFocus));
     column->addWidget(m_debugBar);
     column->addWidget(new FileChangeBar(state));
     column->addWidget(m_body, 1);
