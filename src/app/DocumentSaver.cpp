@@ -141,6 +141,7 @@ QCoro::Task<void> DocumentSaver::finished()
 QCoro::Task<bool> DocumentSaver::mayClose()
 {
     const auto life = m_life.watch();
+    QSet<QUuid> abandoned; // by the user
     while (!m_failures.isEmpty()) {
         const QUuid id = m_failures.constBegin().key();
         const Error error = m_failures.take(id);
@@ -151,8 +152,10 @@ QCoro::Task<bool> DocumentSaver::mayClose()
             co_return false;
         UserPrompts::Choice question;
         question.title = QStringLiteral("“") + file->name() + QStringLiteral("” was not saved");
-        question.message = error.message
-            + QStringLiteral("\n\nThe next start offers its text in View › Unsaved Files.");
+        question.message = error.message;
+        if (!losesEdits())
+            question.message +=
+                QStringLiteral(" The next start offers its text in View › Unsaved Files.");
         question.answers << UserPrompts::Answer{QStringLiteral("Save As…"), false}
                          << UserPrompts::Answer{QStringLiteral("Close Without Saving"), true};
         const int answer = co_await m_parts.prompts.choose(std::move(question));
@@ -162,11 +165,14 @@ QCoro::Task<bool> DocumentSaver::mayClose()
             const bool isSaved = co_await saveWithDialog(id);
             if (!life || !isSaved)
                 co_return false;
+        } else {
+            abandoned.insert(id);
         }
     }
     QList<QUuid> unsaved;
     for (const EditorFile *file : m_parts.documents.openFiles()) {
-        if (losesEdits() && file->isModified() && !m_closing.contains(file->id()))
+        if (losesEdits() && file->isModified() && !m_closing.contains(file->id())
+            && !abandoned.contains(file->id()))
             unsaved << file->id();
     }
     for (const QUuid &id : unsaved) {

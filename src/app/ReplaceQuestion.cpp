@@ -37,7 +37,9 @@ QString listOfNames(const QStringList &names, qsizetype limit)
     for (const QString &name : names.first(std::min(limit, names.size())))
         quoted << u'“' + name + u'”';
     const QString list = quoted.join(u", "_s);
-    return names.size() > limit ? u"%1 and %2 more"_s.arg(list).arg(names.size() - limit) : list;
+    if (names.size() <= limit)
+        return list;
+    return u"%1 and %2 more"_s.arg(list, QString::number(names.size() - limit));
 }
 
 } // namespace Korvane

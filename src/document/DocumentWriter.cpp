@@ -107,9 +107,13 @@ Async<DocumentWriter::Outcome> DocumentWriter::carryOut(std::shared_ptr<Queue> q
         const auto held = co_await storeOf(queue->place).compare(queue->place, std::move(ours));
         if (!life)
             co_return Error{ErrorCode::Closed, {}};
-        // A file that can't be read can't be written either; the error of writing is reported.
-        if (held && *held == DocumentStore::Held::Other) {
-            const auto answer = co_await askToReplace(queue, job);
+        // Without a board or a folder, writing fails too, and its error is reported.
+        const bool isUnknown = !held
+            && (held.error().code == ErrorCode::Remote || held.error().code == ErrorCode::TimedOut
+                || held.error().code == ErrorCode::File);
+        if (isUnknown || (held && *held == DocumentStore::Held::Other)) {
+            const auto answer =
+                co_await askToReplace(queue, job, isUnknown ? held.error().message : QString());
             if (!life)
                 co_return Error{ErrorCode::Closed, {}};
             if (!answer || *answer != Outcome::Written)
@@ -126,15 +130,22 @@ Async<DocumentWriter::Outcome> DocumentWriter::carryOut(std::shared_ptr<Queue> q
 }
 
 Async<DocumentWriter::Outcome> DocumentWriter::askToReplace(std::shared_ptr<Queue> queue,
-                                                            std::shared_ptr<Job> job)
+                                                            std::shared_ptr<Job> job,
+                                                            QString whyUnknown)
 {
     const QString path = queue->place.path;
     UserPrompts::Choice question;
-    question.title = QStringLiteral("“") + job->name
-        + QStringLiteral("” was changed by another program. Replace it?");
-    question.message = path
-        + QStringLiteral(" does not hold what was last opened or saved here. Saving replaces what "
-                         "it holds now.");
+    const QString name = QStringLiteral("“") + job->name;
+    if (whyUnknown.isEmpty()) {
+        question.title = name + QStringLiteral("” was changed by another program. Replace it?");
+        question.message = path
+            + QStringLiteral(" does not hold what was last opened or saved here. Saving replaces "
+                             "what it holds now.");
+    } else {
+        question.title = name + QStringLiteral("” could not be read. Replace it?");
+        question.message = QStringLiteral("Another program may have changed ") + path
+            + QStringLiteral(". Saving replaces what it holds now. ") + whyUnknown;
+    }
     question.answers << UserPrompts::Answer{QStringLiteral("Replace"), true}
                      << UserPrompts::Answer{QStringLiteral("Save As…"), false};
     const int answer = co_await m_prompts.choose(std::move(question));

@@ -56,8 +56,9 @@ private:
 
     QCoro::Task<void> run(std::shared_ptr<Queue> queue);
     [[nodiscard]] Async<Outcome> carryOut(std::shared_ptr<Queue> queue, std::shared_ptr<Job> job);
+    /// \p whyUnknown: why the file could not be compared, or empty when another program changed it.
     [[nodiscard]] Async<Outcome> askToReplace(std::shared_ptr<Queue> queue,
-                                              std::shared_ptr<Job> job);
+                                              std::shared_ptr<Job> job, QString whyUnknown);
     [[nodiscard]] DocumentStore &storeOf(const DocumentPlace &place);
 
     DocumentStore &m_localStore;

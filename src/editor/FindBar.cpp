@@ -40,6 +40,7 @@ FindBar::FindBar(QWidget *parent)
     field()->setMinimumWidth(narrowestField);
     field()->setMaximumWidth(widestField);
     m_count->setObjectName(QStringLiteral("findCount"));
+    m_count->setTextFormat(Qt::PlainText);
     QToolButton *previous = makeButton(QStringLiteral("↑"), tr("Previous (Shift+Return)"));
     previous->setObjectName(QStringLiteral("findPrevious"));
     QToolButton *next = makeButton(QStringLiteral("↓"), tr("Next (Return)"));
@@ -151,7 +152,7 @@ void FindBar::showFault(const QString &fault)
 void FindBar::showText(const QString &text, bool isFault)
 {
     m_count->setText(text);
-    m_count->setToolTip(isFault ? text : QString());
+    m_count->setToolTip(isFault ? text.toHtmlEscaped() : QString());
     QPalette colors;
     if (isFault)
         colors.setColor(QPalette::WindowText, Theme::of(palette()).color(Theme::Role::Red));

@@ -18,6 +18,7 @@ BoardQueue::BoardQueue(DeviceLink &link)
 QCoro::Task<Result<BoardQueue::Turn>> BoardQueue::turn(CallStop stop)
 {
     const auto life = m_life.watch();
+    const int connection = m_link.connectionNumber();
     OneShot<bool> &shot = m_waiting.emplace_back();
     const auto position = std::prev(m_waiting.end());
     const std::stop_callback drop(stop.unwanted, [&shot] { shot.deliver(false); });
@@ -32,6 +33,8 @@ QCoro::Task<Result<BoardQueue::Turn>> BoardQueue::turn(CallStop stop)
         if (life)
             end();
     });
+    if (connection != m_link.connectionNumber())
+        co_return MCPToolError::boardReplaced();
     if (stop.unwanted.stop_requested()) // between being granted and resumed
         co_return MCPToolError::canceled();
     co_return turn;

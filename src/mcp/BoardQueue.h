@@ -29,9 +29,9 @@ public:
     /// \p link must outlive this.
     explicit BoardQueue(DeviceLink &link);
 
-    /// Waits in the queue. Fails with `canceled` when \p stop drops the call first, and with
-    /// `closed` when this object is destroyed. Does not suspend while nothing is waiting and the
-    /// link is free.
+    /// Waits in the queue. Fails with `canceled` when \p stop drops the call first, with
+    /// `boardReplaced` when the board was connected anew meanwhile, and with `closed` when this
+    /// object is destroyed. Does not suspend while nothing is waiting and the link is free.
     [[nodiscard]] QCoro::Task<Result<Turn>> turn(CallStop stop);
 
     /// Whether a call could start at once.

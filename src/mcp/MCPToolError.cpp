@@ -75,6 +75,12 @@ Error canceled()
     return {ErrorCode::Cancelled, u"The call was canceled."_s};
 }
 
+Error boardReplaced()
+{
+    return {ErrorCode::BoardReplaced,
+            u"Nothing was done: the board was connected anew while the call was waiting."_s};
+}
+
 Error badTimeout()
 {
     return because(u"The timeout must be a number of seconds that is not negative."_s);

@@ -23,6 +23,8 @@ namespace Korvane::MCPToolError {
 [[nodiscard]] Error closed();
 /// The call was canceled, or its client has closed the connection.
 [[nodiscard]] Error canceled();
+/// The call was waiting for another board, or for an earlier connection of this one.
+[[nodiscard]] Error boardReplaced();
 [[nodiscard]] Error badTimeout();
 /// \p operation, such as "Delete", was not tried, since a program runs on the board.
 [[nodiscard]] Error programRunning(const QString &operation);

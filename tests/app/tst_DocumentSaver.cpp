@@ -363,7 +363,13 @@ private slots:
         QCOMPARE(fixture.prompts.asked.size(), 1);
         fixture.state->link().disconnectDevice();
         connectBoard(fixture);
-        QCOMPARE(send(), declined); // forgotten with the link
+        fixture.prompts.meanwhile = [&fixture] {
+            fixture.prompts.meanwhile = {};
+            fixture.state->boardDocuments().sendCurrentFileToDevice();
+        };
+        QCOMPARE(send(), // forgotten with the link
+                 u"error: /untitled.py is already being written.\n"_s + declined);
+        QCOMPARE(fixture.prompts.asked.size(), 2);
     }
 };
 

@@ -165,7 +165,9 @@ private slots:
         BoardFixture fixture;
         QVERIFY(fixture.connectTo(board.port()));
         int written = 0;
+        bool isListedLast = false;
         board.onProgram = [&](const QByteArray &program) {
+            isListedLast = program.contains("__LS__");
             written += program.contains("'wb'") ? 1 : 0;
             return ScriptedBoard::reply(program.contains("__EXISTS__") ? "__EXISTS__1" : "__OK__");
         };
@@ -236,6 +238,7 @@ private slots:
         QCOMPARE(written, outcome.startsWith(u"info: ↑") ? 50 : 20);
         QVERIFY(!fixture.transfer.isSendingToDevice());
         QVERIFY(status.contains(u"Copying f19 (20 of 50)…"_s));
+        QTRY_VERIFY(isListedLast); // also after a failure
         QCOMPARE(fixture.transfer.status(), QString());
 
         QCOMPARE(fixture.transfer.rest() == nullptr, outcome.startsWith(u"info: ↑"));

@@ -336,6 +336,23 @@ private slots:
         for (const QString &port : {dev + u"/ttyS4"_s, dev + u"/absent"_s, u"/dev/pts/0"_s})
             QCOMPARE(SerialPortManager::serialNumber(port, roots), QString());
     }
+
+    void takesAReadOfNothingForNoLoss()
+    {
+        PortFixture fixture;
+        QVERIFY(fixture.start());
+        // Ctrl-D ends a file in this mode: poll() reports it, and a read returns 0 bytes.
+        termios settings = fixture.line.settings();
+        settings.c_lflag |= ICANON;
+        fixture.line.setSettings(settings);
+        fixture.line.write("\x04");
+        QTest::qWait(50);
+        settings.c_lflag &= ~tcflag_t(ICANON);
+        fixture.line.setSettings(settings);
+        fixture.line.write("on");
+        QTRY_COMPARE(fixture.data, "on");
+        QCOMPARE(fixture.losses, 0);
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_SerialPortManager)

@@ -8,6 +8,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 #include <csignal>
 #include <cstdio>
@@ -328,6 +329,32 @@ private slots:
             return commandLine.open(QIODevice::ReadOnly) && !commandLine.readAll().isEmpty();
         };
         QTRY_VERIFY(!isRunning());
+    }
+
+    // The event loop finds the output of both sessions at once. While it shows that of one, the
+    // program of the other writes an error and ends: its reply is read before the error is seen.
+    void passesOnErrorsBeforeTheResult()
+    {
+        QTemporaryDir folder;
+        Session sessions[2];
+        std::list<QCoro::Task<void>> tasks;
+        for (Session &session : sessions)
+            QVERIFY(session.childId() > 0);
+        for (Session &session : sessions) {
+            const QString ready = folder.filePath(QString::number(tasks.size()));
+            const QString go = folder.filePath(u"go"_qs);
+            session.runner->onOutput = [go](const QString &) {
+                QVERIFY(QFile(go).open(QIODevice::WriteOnly));
+                QThread::msleep(500);
+            };
+            tasks.push_back(session.start(
+                u"import os, sys, time\nprint(1)\nopen('%1', 'w')\nwhile not os.path.exists('%2'): "
+                "time.sleep(0.01)\nsys.stderr.write('late')"_qs.arg(ready, go)));
+            while (!QFile::exists(ready))
+                QThread::msleep(5);
+        }
+        for (const Session &session : sessions)
+            QTRY_COMPARE(session.log, QStringList({u"err late"_qs, u"result "_qs}));
     }
 };
 

@@ -43,6 +43,8 @@ FindInFilesDialog::FindInFilesDialog(AppState &state, CodeEditorView &editor, QW
     , m_list(new QTreeWidget)
 {
     setObjectName(QStringLiteral("findInFiles"));
+    m_place->setTextFormat(Qt::PlainText);
+    m_status->setTextFormat(Qt::PlainText);
     setWindowTitle(tr("Find in Files"));
     makeContent();
     connect(&m_search, &FileSearch::found, this, &FindInFilesDialog::add);
@@ -94,7 +96,7 @@ void FindInFilesDialog::open()
         m_query->setText(selected);
     if (!m_search.isRunning()) {
         m_folder = m_state.localFiles().localWorkingDir();
-        m_place->setText(tr("In %1").arg(PlainText::label(displayPath(m_folder))));
+        m_place->setText(tr("In %1").arg(VisibleText::line(displayPath(m_folder))));
     }
     show(); // not modal: places are opened in the window behind it
     raise();
