@@ -8,9 +8,10 @@
 #include "debugger/DebugHelper.h"
 #include "debugger/InstrumentedRun.h"
 
-#include <QDeadlineTimer>
+#include <QTimer>
 
-#include <utility>
+#include <chrono>
+#include <iterator>
 
 namespace Korvane {
 
@@ -20,7 +21,6 @@ namespace {
 
 constexpr auto installTimeout = 10s;
 constexpr auto interruptTimeout = 2s;
-constexpr auto startPollInterval = 50ms;
 
 } // namespace
 
@@ -37,11 +37,15 @@ DebugSession::DebugSession(DeviceLink &link, ProgramRun &programRun, ShellSink &
         if (!m_programRun.deviceProgramRunning())
             reset();
     });
+    connect(&programRun, &ProgramRun::deviceProgramRunningChanged, this,
+            &DebugSession::resumeStarts);
+    connect(&programRun, &ProgramRun::sendingEnded, this, &DebugSession::resumeStarts);
     connect(&link, &DeviceLink::connectionStateChanged, this, [this] {
         if (m_link.connectionState().isConnected())
             return;
         ++m_connection;
         m_isInstalling = false;
+        resumeStarts();
     });
 }
 
@@ -87,13 +91,34 @@ QCoro::Task<void> DebugSession::startDebugRun(QString name, QString source, QSet
 QCoro::Task<void> DebugSession::interruptProgram()
 {
     const auto life = m_life.watch();
-    const QDeadlineTimer deadline(interruptTimeout);
+    QTimer bound;
+    bound.setSingleShot(true);
+    connect(&bound, &QTimer::timeout, this, &DebugSession::resumeStarts);
+    bound.start(interruptTimeout);
     m_link.serial().writeUrgent("\x03");
-    while (m_programRun.deviceProgramRunning() && !deadline.hasExpired()) {
-        const bool elapsed = co_await m_delay.sleep(startPollInterval);
-        if (!elapsed || !life)
+    while (m_programRun.deviceProgramRunning() && bound.isActive()) {
+        co_await stateChange();
+        if (!life)
             co_return;
     }
+}
+
+/// Ends with the next call of resumeStarts, or when this is destroyed.
+QCoro::Task<void> DebugSession::stateChange()
+{
+    const auto life = m_life.watch();
+    OneShot<bool> &change = m_waitingStarts.emplace_back();
+    const auto position = std::prev(m_waitingStarts.end());
+    static_cast<void>(co_await change.wait());
+    if (life)
+        m_waitingStarts.erase(position);
+}
+
+/// The starts that wait test again whether they may go on, in their order.
+void DebugSession::resumeStarts()
+{
+    for (OneShot<bool> &change : m_waitingStarts)
+        change.deliver(true);
 }
 
 bool DebugSession::isStarting() const
@@ -107,8 +132,8 @@ QCoro::Task<Result<void>> DebugSession::installHelper(QSet<int> activeLines)
     // The second of two starts in a row must find the first one's program on the board, and be
     // refused. If it waited for the link, it would start the program again after its end.
     while (isStarting()) {
-        const bool elapsed = co_await m_delay.sleep(startPollInterval);
-        if (!elapsed || !life)
+        co_await stateChange();
+        if (!life)
             co_return Error{ErrorCode::Closed, {}};
     }
     const int connection = m_connection;
@@ -117,8 +142,10 @@ QCoro::Task<Result<void>> DebugSession::installHelper(QSet<int> activeLines)
         DebugHelper::installCode(activeLines), installTimeout, DeviceLink::WhenBusy::Interrupt);
     if (!life)
         co_return Error{ErrorCode::Closed, {}};
-    if (connection == m_connection)
+    if (connection == m_connection) {
         m_isInstalling = false;
+        resumeStarts();
+    }
     if (!output)
         co_return output.error();
     // Its reply was the last one before the connection was lost.

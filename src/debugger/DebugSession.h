@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/Delay.h"
 #include "base/Lifetime.h"
+#include "base/OneShot.h"
 #include "base/Result.h"
 
 #include <QCoro/QCoroTask>
@@ -9,6 +9,7 @@
 #include <QSet>
 #include <QString>
 
+#include <list>
 #include <optional>
 
 namespace Korvane {
@@ -69,6 +70,8 @@ signals:
 private:
     [[nodiscard]] bool isStarting() const;
     QCoro::Task<void> interruptProgram();
+    QCoro::Task<void> stateChange();
+    void resumeStarts();
     QCoro::Task<Result<void>> installHelper(QSet<int> activeLines);
     void launch(const QString &name, const InstrumentedRun &run);
     void resume(const char *command);
@@ -85,7 +88,8 @@ private:
     bool m_isInstalling = false;
     /// Changes with each end of the link. What was installed before is lost.
     int m_connection = 0;
-    Delay m_delay;
+    /// Starts that wait for the end of a program or of another start.
+    std::list<OneShot<bool>> m_waitingStarts;
     Lifetime m_life;
 };
 
