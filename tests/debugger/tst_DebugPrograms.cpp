@@ -169,7 +169,7 @@ private slots:
         QVERIFY2(stops >= 5, qPrintable(QString::number(stops)));
     }
 
-    void stopsWhereAPersonExpects_data() { addPrograms(); }
+    void stopsAtTheExpectedLines_data() { addPrograms(); }
 
     void stopsAtTheExpectedLines()
     {
