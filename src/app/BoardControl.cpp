@@ -73,7 +73,8 @@ BoardControl::BoardControl(DeviceLink &link, ErrorReporter &errors, ShellSink &s
         m_port = m_link.connectionState().port();
         m_identity = m_link.portIdentity(m_port);
     });
-    connect(&link, &DeviceLink::lost, this, [this] { m_isLost = true; });
+    // Another start of the virtual board has another port.
+    connect(&link, &DeviceLink::lost, this, [this] { m_isLost = m_port != m_virtualPort; });
     connect(&link, &DeviceLink::availablePortsChanged, this, [this] {
         m_attempts = 0;
         reconnect();
@@ -99,9 +100,12 @@ void BoardControl::connectToVirtualBoard()
         m_virtualBoard = std::make_unique<VirtualBoardProcess>(m_virtualBoardFolder);
         connect(m_virtualBoard.get(), &VirtualBoardProcess::started, this,
                 [this](const QString &port) {
+                    m_virtualPort = port;
                     m_link.addExtraPort(port);
                     connectTo(port);
                 });
+        connect(m_virtualBoard.get(), &VirtualBoardProcess::ended, this,
+                [this](const QString &port) { m_link.removeExtraPort(port); });
         connect(m_virtualBoard.get(), &VirtualBoardProcess::startFailed, this,
                 [this](const Error &error) { m_errors.report(error); });
     }

@@ -63,6 +63,7 @@ private:
     QString m_port;
     SerialPortManager::Identity m_identity;
     bool m_isLost = false;
+    QString m_virtualPort; // of the latest virtual board
     int m_attempts = 0;
     QTimer m_retry;
     QString m_virtualBoardFolder;

@@ -39,7 +39,8 @@ VirtualBoardProcess::VirtualBoardProcess(QString folder, QObject *parent)
                 "The virtual board needs Python 3. Install it with: sudo apt install python3"));
     });
     connect(&m_process, &QProcess::finished, this, [this] {
-        m_port.clear();
+        if (const QString port = std::exchange(m_port, {}); !port.isEmpty())
+            emit ended(port);
         const QString reason = QString::fromUtf8(m_process.readAllStandardError()).trimmed();
         fail(QStringLiteral("The virtual board did not start: %1").arg(reason.section(u'\n', -1)));
     });

@@ -34,6 +34,9 @@ public:
 signals:
     /// The board is on the serial port \p port.
     void started(const QString &port);
+    /// The process has ended: its serial port \p port is gone, and its path may soon be that of any
+    /// other terminal.
+    void ended(const QString &port);
     /// With a message that says what to install, when something is missing.
     void startFailed(const Korvane::Error &error);
 

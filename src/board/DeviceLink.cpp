@@ -95,6 +95,14 @@ void DeviceLink::addExtraPort(const QString &port)
     refreshPorts();
 }
 
+void DeviceLink::removeExtraPort(const QString &port)
+{
+    QStringList ports = m_roots.extraPorts.split(u':');
+    ports.removeAll(port);
+    m_roots.extraPorts = ports.join(u':');
+    refreshPorts();
+}
+
 void DeviceLink::refreshPorts()
 {
     QStringList ports = SerialPortManager::listPorts(m_roots);

@@ -76,6 +76,7 @@ public:
     }
     /// Lists \p port too from now on, as if KORVANE_EXTRA_PORTS named it.
     void addExtraPort(const QString &port);
+    void removeExtraPort(const QString &port);
     /// Opens \p port and interrupts what its board is running. Errors: `SerialPort`, with errno and
     /// the text of SerialPortManager::open; `Cancelled`, without a text, unless disconnected.
     Result<void> connectDevice(const QString &port);

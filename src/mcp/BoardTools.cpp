@@ -82,6 +82,8 @@ QCoro::Task<Result<QString>> BoardTools::call(QString name, ToolArguments argume
     const Tool *tool = find(name);
     if (!tool)
         co_return MCPToolError::unknownTool(name);
+    if (const auto names = checkNames(arguments); !names)
+        co_return names.error();
     if (tool->needsBoard && !isConnected())
         co_return MCPToolError::notConnected();
 

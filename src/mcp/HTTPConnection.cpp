@@ -103,7 +103,7 @@ bool HTTPConnection::isHeldBackByOthers() const
 
 bool HTTPConnection::hasRoom() const
 {
-    if (m_unsent.size() - m_sent > maxUnsentBytes)
+    if (m_unsent.size() - m_sent > (isAuthorized() ? maxUnsentBytes : keptCapacityBytes))
         return false;
     return m_unanswered == 0
         || (!m_load.isHigh() && m_unanswered < maxUnanswered

@@ -124,6 +124,8 @@ bool HTTPRequestParser::readHead()
     m_hasHead = true;
     m_isBodyKept = !m_isAuthorized || m_isAuthorized(m_request);
     m_hasSeenAuthorized = m_hasSeenAuthorized || m_isBodyKept;
+    if (!m_isBodyKept)
+        m_request.headers.clear(); // a map of thousands of short headers holds megabytes
     const auto behindHead = rest.sliced(qsizetype(end) + qsizetype(headEnd.size()));
     const auto part = behindHead.first(std::min(m_bodyLeft, behindHead.size()));
     takeBody(part);

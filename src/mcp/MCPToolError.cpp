@@ -81,6 +81,12 @@ Error boardReplaced()
             u"Nothing was done: the board was connected anew while the call was waiting."_s};
 }
 
+Error tooLong(const QString &key, qsizetype most)
+{
+    return because(
+        u"The argument “%1” is longer than %2 characters."_s.arg(key, QString::number(most)));
+}
+
 Error badTimeout()
 {
     return because(u"The timeout must be a number of seconds that is not negative."_s);

@@ -26,6 +26,8 @@ namespace Korvane::MCPToolError {
 /// The call was waiting for another board, or for an earlier connection of this one.
 [[nodiscard]] Error boardReplaced();
 [[nodiscard]] Error badTimeout();
+/// The argument \p key has more than \p most characters.
+[[nodiscard]] Error tooLong(const QString &key, qsizetype most);
 /// \p operation, such as "Delete", was not tried, since a program runs on the board.
 [[nodiscard]] Error programRunning(const QString &operation);
 /// \p code contains \p character, a control character on which the raw REPL acts.

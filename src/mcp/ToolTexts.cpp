@@ -9,15 +9,29 @@ namespace Korvane::ToolTexts {
 
 using namespace Qt::StringLiterals;
 
+constexpr qsizetype longestName = 1'024;
+
 QString logLine(const QString &tool, const ToolArguments &arguments)
 {
+    const auto shortened = [](const QString &text) {
+        return VisibleText::line(text.left(longestName));
+    };
     QStringList shown;
     for (const QString &key : {pathKey, portKey, nameKey}) {
         if (const auto value = arguments.text(key))
-            shown << key + u": "_s + VisibleText::line(*value);
+            shown << key + u": "_s + shortened(*value);
     }
-    const QString line = u"🤖 "_s + VisibleText::line(tool);
+    const QString line = u"🤖 "_s + shortened(tool);
     return shown.isEmpty() ? line : line + u" ("_s + shown.join(u", "_s) + u')';
+}
+
+Result<void> checkNames(const ToolArguments &arguments)
+{
+    for (const QString &key : {pathKey, portKey, nameKey}) {
+        if (arguments.text(key).value_or(QString()).size() > longestName)
+            return MCPToolError::tooLong(key, longestName);
+    }
+    return Result<void>();
 }
 
 Result<QString> required(const ToolArguments &arguments, const QString &key)

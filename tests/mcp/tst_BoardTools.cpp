@@ -97,6 +97,9 @@ private slots:
         check("connect_device|port=", noPorts, "connect_device (port: )");
         check("open_in_editor|name=|content=x", "! Missing required argument “name”.",
               "open_in_editor (name: )");
+        check("open_in_editor|content=x|name=" + QByteArray(2000, 'n'),
+              "! The argument “name” is longer than 1024 characters.",
+              "open_in_editor (name: " + QByteArray(1024, 'n') + ")");
         check("open_in_editor|name=a.py", "! Missing required argument “content”.",
               "open_in_editor (name: a.py)");
     }

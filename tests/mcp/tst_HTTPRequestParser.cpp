@@ -98,8 +98,7 @@ private slots:
         parser.append("A /drop 1\r\nContent-Length: 9\r\n\r\n12345");
         QCOMPARE(cut(parser), QByteArray());
         parser.append("6789B /keep 1\r\nContent-Length: 2\r\n\r\nokC /none 1\r\n\r\n");
-        QCOMPARE(cut(parser),
-                 "A /drop [content-length=9] ()\nB /keep [content-length=2] (ok)\nC /none ()\n");
+        QCOMPARE(cut(parser), "A /drop ()\nB /keep [content-length=2] (ok)\nC /none ()\n");
         QCOMPARE(asked, "/drop/keep/none");
     }
 };
