@@ -45,9 +45,9 @@ class AssistantServer;
 class Settings;
 
 /// The one owner of all state that views and tools show and change. It is made once, before the
-/// first window, and lives until the program ends.
+/// first window, and destroyed when the program ends.
 ///
-/// Most of the state lives in its parts, each with its own change signals. What is left here are
+/// Most of the state belongs to its parts, each with its own change signals. What is left here are
 /// the few fields without a part, the start-up order, the wiring of the parts and the operations
 /// that cross them. Main thread only.
 class AppState final : public QObject, private DeviceLinkClient
@@ -58,7 +58,7 @@ public:
     enum class BottomTab { Shell, Variables };
     enum class SidebarTab { Local, Device };
 
-    /// What comes from outside; tests bring their own.
+    /// The dependencies, for which tests have their own.
     struct Dependencies
     {
         /// Borrowed; must outlive the AppState.
@@ -113,7 +113,7 @@ public:
 
     /// Runs the selected document, saved or not: in the local session, or on the board when one is
     /// connected. Nothing happens for an empty one. The task may be dropped: it ends by itself, at
-    /// the latest when this goes.
+    /// the latest when this is destroyed.
     QCoro::Task<void> runCurrentFile();
     /// Interrupts the program on the board while one is connected, and otherwise, or when a local
     /// program waits for input, the local run.
@@ -125,8 +125,8 @@ public:
     /// Opens what a traceback of \p run, as of REPLLine::run, calls \p file, and signals
     /// sourceLineOpened. Says in the Shell when it can't be opened. The task may be dropped.
     QCoro::Task<void> openSource(QString file, int line, int run);
-    /// Debugs the selected document, saved or not, on the board. The task may be dropped. How the
-    /// run goes on, and what makes it go on, is the debug session's.
+    /// Debugs the selected document, saved or not, on the board. The task may be dropped. The debug
+    /// session has the state of the run, and its commands.
     QCoro::Task<void> startDebugRun();
     /// Echoes \p command (trimmed by the caller) and gives it to the interpreter in charge,
     /// one line or several.
@@ -151,8 +151,8 @@ public:
     [[nodiscard]] BottomTab bottomTab() const { return m_bottomTab; }
     [[nodiscard]] SidebarTab sidebarTab() const { return m_sidebarTab; }
     [[nodiscard]] bool mcpRunning() const { return m_mcpRunning; }
-    /// Where the rows of the Variables table come from. Changes with DebugSession::changed and
-    /// DeviceLink::connectionStateChanged.
+    /// The interpreter that the rows of the Variables table are read from. Changes with
+    /// DebugSession::changed and DeviceLink::connectionStateChanged.
     [[nodiscard]] QString variablesCaption() const;
 
 signals:

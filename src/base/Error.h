@@ -4,7 +4,7 @@
 
 namespace Korvane {
 
-/// What went wrong, for code to decide by. The message beside it is for the user only.
+/// The kind of a failure, for decisions in code. The message beside it is for the user only.
 enum class ErrorCode {
     // The board (made by DeviceError)
     TimedOut,

@@ -8,7 +8,7 @@ namespace Korvane {
 
 class DeviceLink;
 
-/// What is known about the MicroPython of the connected board, from one command for each connection
+/// The capabilities of the connected board's MicroPython, read by one command for each connection
 /// at most, and the operations whose program depends on it. Main thread only.
 class BoardProfile final
 {

@@ -113,8 +113,8 @@ public:
 
     /// Changes whenever a connection begins or ends: equal numbers mean the same connection.
     [[nodiscard]] int connectionNumber() const { return m_connectionNumber; }
-    /// Whether the connected board offers raw-paste mode, as far as it is known. For those who send
-    /// programs.
+    /// Whether the connected board offers raw-paste mode, as far as it is known. For callers that
+    /// send programs.
     [[nodiscard]] RawPaste::Support &rawPaste() { return m_rawPaste; }
     /// Tells boards apart, also after reconnecting: the USB serial number of the connected port, or
     /// the port's path and the board's unique id, or the path alone for a board without one. The
@@ -129,7 +129,7 @@ signals:
     void readerStarting();
     /// A command has ended and left the raw REPL: the board sends its banner next.
     void rawReplLeft();
-    /// A soft reset was sent: what comes next is the restart.
+    /// A soft reset was sent: the restart follows.
     void softResetStarted();
     /// Bytes that belong to no command.
     void dataReceived(const QByteArray &chunk);
