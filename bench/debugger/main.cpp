@@ -4,7 +4,7 @@
 //   debugger            the first
 //   debugger PORT       both; PORT is a board's, such as the one that scripts/virtual-board prints
 //
-// Exits with 1 when 10,000 lines take more than 50 ms, or four times as many lines more than eight
+// Exits with 1 when 10,000 lines take more than 20 ms, or four times as many lines more than eight
 // times as long.
 
 #include "Measure.h"
@@ -27,7 +27,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr double allowedMilliseconds = 50;
+constexpr double allowedMilliseconds = 20;
 constexpr double allowedGrowth = 8;
 
 /// Functions of \p linesEach lines, until there are \p lines.

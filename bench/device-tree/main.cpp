@@ -3,7 +3,7 @@
 //   device-tree [ENTRIES]    5,000 by default, in one folder, the worst case for it
 //
 // Prints the median of parsing and sorting what the board has listed, of making the rows, and of
-// laying them out and painting them. Exits with 1 when they take more than 100 ms together.
+// laying them out and painting them. Exits with 1 when they take more than 50 ms together.
 
 #include "board/DeviceListing.h"
 #include "ui/browser/FileListView.h"
@@ -20,7 +20,7 @@ using namespace Korvane;
 
 namespace {
 
-constexpr double allowedMilliseconds = 100;
+constexpr double allowedMilliseconds = 50;
 constexpr int rounds = 15;
 
 /// As the board prints it. Each tenth entry is a folder with one file.

@@ -7,7 +7,7 @@
 //
 // Prints the wall time until everything is shown, the peak of the memory in use, the longest time
 // in which the event loop did not turn, and what a new width and clearing cost afterwards. Exits
-// with 1 when the longest time is above 50 ms, and when a step takes more than two minutes.
+// with 1 when the longest time is above 16 ms, and when a step takes more than two minutes.
 
 #include "Measure.h"
 #include "app/FileSettings.h"
@@ -34,7 +34,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr double allowedGapMilliseconds = 50;
+constexpr double allowedGapMilliseconds = 16;
 constexpr auto stepLimit = 2min;
 
 /// Answers as a board does while a program is started on it, and then prints without end. On a

@@ -4,7 +4,7 @@
 //
 //   startup [RUNS]      21 by default; prints the runs and their medians
 //
-// Exits with 1 when the program needs more than 1.3 times an empty window's time, or 1.5 times the
+// Exits with 1 when the program needs more than 1.3 times an empty window's time, or 1.4 times the
 // memory of a window with an editor, and when a run fails.
 
 #include "Measure.h"
@@ -28,7 +28,7 @@ using namespace Korvane;
 namespace {
 
 constexpr double allowedTimeRatio = 1.3;
-constexpr double allowedMemoryRatio = 1.5;
+constexpr double allowedMemoryRatio = 1.4;
 
 double monotonicMilliseconds()
 {
