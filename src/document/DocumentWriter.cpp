@@ -112,8 +112,9 @@ Async<DocumentWriter::Outcome> DocumentWriter::carryOut(std::shared_ptr<Queue> q
             && (held.error().code == ErrorCode::Remote || held.error().code == ErrorCode::TimedOut
                 || held.error().code == ErrorCode::File);
         if (isUnknown || (held && *held == DocumentStore::Held::Other)) {
-            const auto answer =
-                co_await askToReplace(queue, job, isUnknown ? held.error().message : QString());
+            // A conditional inside the co_await expression is destroyed twice by this compiler.
+            const QString whyUnknown = isUnknown ? held.error().message : QString();
+            const auto answer = co_await askToReplace(queue, job, whyUnknown);
             if (!life)
                 co_return Error{ErrorCode::Closed, {}};
             if (!answer || *answer != Outcome::Written)

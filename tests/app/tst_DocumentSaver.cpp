@@ -368,7 +368,7 @@ private slots:
             fixture.state->boardDocuments().sendCurrentFileToDevice();
         };
         QCOMPARE(send(), // forgotten with the link
-                 u"error: /untitled.py is already being written.\n"_s + declined);
+                 u"info: /untitled.py is already being written.\n"_s + declined);
         QCOMPARE(fixture.prompts.asked.size(), 2);
     }
 };
