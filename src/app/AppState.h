@@ -220,9 +220,9 @@ private:
     FileTransfer m_fileTransfer{m_link, m_deviceFiles, m_transfer, m_shell};
     BoardStore m_boardStore{m_link, m_deviceFiles};
     DocumentWriter m_writer{m_localStore, m_boardStore, m_prompts};
-    FileWatch m_fileWatch{m_documents, m_writer, m_localStore};
+    FileWatch m_fileWatch{m_documents, m_writer, m_localStore, m_boardStore};
     BoardDocuments m_boardDocuments{
-        {m_documents, m_writer, m_link, m_deviceFiles, m_transfer, m_shell, m_errors}};
+        {m_documents, m_writer, m_fileWatch, m_link, m_deviceFiles, m_transfer, m_shell, m_errors}};
     BoardFileActions m_boardFileActions{
         {m_documents, m_writer, m_link, m_deviceFiles, m_deviceOperations, m_transfer, m_prompts}};
     LocalFileActions m_localFileActions{{m_documents, m_writer, m_localFiles, m_prompts}};

@@ -8,9 +8,12 @@
 #include "board/DeviceLink.h"
 #include "board/TransferStatus.h"
 #include "document/DocumentWriter.h"
+#include "document/FileWatch.h"
 #include "document/OpenFiles.h"
 
+#include <QHash>
 #include <QPointer>
+#include <QUuid>
 
 namespace Korvane {
 
@@ -18,6 +21,9 @@ BoardDocuments::BoardDocuments(Parts parts, QObject *parent)
     : QObject(parent)
     , m_parts(parts)
 {
+    connect(&parts.files, &DeviceFiles::fileWritten, this, &BoardDocuments::followWrite);
+    connect(&parts.files, &DeviceFiles::deviceFileNodesChanged, this,
+            &BoardDocuments::followListing);
 }
 
 QCoro::Task<void> BoardDocuments::openDeviceFile(DeviceFileNode node,
@@ -112,6 +118,65 @@ QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
     m_parts.shell.appendInfo(QStringLiteral("↑ Sent %1 to device as %2.").arg(name, target));
     emit sent();
     co_await m_parts.files.refreshDeviceFiles();
+}
+
+/// What the document itself has written is its saved text, and is not compared.
+QCoro::Task<void> BoardDocuments::followWrite(QString path)
+{
+    QHash<QUuid, int> savedNumbers;
+    for (const EditorFile *file : m_parts.documents.openFiles()) {
+        if (file->devicePath() == path)
+            savedNumbers.insert(file->id(), file->savedNumber());
+    }
+    if (savedNumbers.isEmpty())
+        co_return;
+    const auto life = m_life.watch();
+    const auto board = co_await m_parts.link.boardIdentity();
+    if (!life || !board)
+        co_return;
+    const DocumentPlace place = DocumentPlace::onBoard(*board, path);
+    while (m_parts.writer.isWriting(place)) {
+        co_await m_parts.writer.finished();
+        if (!life)
+            co_return;
+    }
+    const EditorFile *file = m_parts.documents.fileAt(place);
+    if (file && savedNumbers.value(file->id(), -1) == file->savedNumber())
+        co_await m_parts.watch.checkOnBoard(file->id());
+}
+
+QCoro::Task<void> BoardDocuments::followListing()
+{
+    QList<QUuid> ids;
+    for (const EditorFile *file : m_parts.documents.openFiles()) {
+        if (isListedOtherwise(*file))
+            ids << file->id();
+    }
+    if (ids.isEmpty() || !m_parts.link.connectionState().isConnected())
+        co_return;
+    const auto life = m_life.watch();
+    const auto board = co_await m_parts.link.boardIdentity();
+    if (!life || !board)
+        co_return;
+    // Asks the board: a listing lacks what could not be read, and has the name of a file as the
+    // file system keeps it.
+    for (const QUuid &id : std::as_const(ids)) {
+        const EditorFile *file = m_parts.documents.file(id);
+        if (!file || file->place().board != *board)
+            continue;
+        co_await m_parts.watch.checkOnBoard(id);
+        if (!life)
+            co_return;
+    }
+}
+
+/// The file is not in the listing, or is there although it was deleted.
+bool BoardDocuments::isListedOtherwise(const EditorFile &file) const
+{
+    if (file.place().kind != DocumentPlace::Kind::Board || !file.savedText())
+        return false;
+    const bool isDeleted = file.fileChange() == EditorFile::FileChange::Deleted;
+    return (m_parts.files.deviceNode(file.place().path) == nullptr) != isDeleted;
 }
 
 } // namespace Korvane

@@ -15,11 +15,14 @@ class DeviceLink;
 class DocumentWriter;
 class EditorFile;
 class ErrorReporter;
+class FileWatch;
 class OpenFiles;
 class ShellSink;
 class TransferStatus;
 
-/// Documents that belong to files of the board, and sending one there. Main thread only.
+/// Documents that belong to files of the board, and sending one there. Documents whose files this
+/// program writes, and those that a listing shows to be deleted, are compared with their files
+/// (FileWatch). Main thread only.
 class BoardDocuments final : public QObject
 {
     Q_OBJECT
@@ -30,6 +33,7 @@ public:
     {
         OpenFiles &documents;
         DocumentWriter &writer;
+        FileWatch &watch;
         DeviceLink &link;
         DeviceFiles &files;
         TransferStatus &transfer;
@@ -53,6 +57,10 @@ signals:
     void sent();
 
 private:
+    QCoro::Task<void> followWrite(QString path);
+    QCoro::Task<void> followListing();
+    [[nodiscard]] bool isListedOtherwise(const EditorFile &file) const;
+
     Parts m_parts;
     Lifetime m_life;
 };

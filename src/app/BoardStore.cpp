@@ -25,8 +25,12 @@ Async<std::optional<QByteArray>> BoardStore::read(DocumentPlace place)
     const bool exists = co_await m_files.deviceFileExists(place.path);
     if (!life)
         co_return DeviceError::closed();
-    if (!exists)
+    if (!exists) {
+        const auto isMissing = co_await checkBoard(place); // not for want of a link
+        if (!isMissing)
+            co_return isMissing.error();
         co_return std::optional<QByteArray>();
+    }
     const auto bytes = co_await m_files.readDeviceFile(place.path, place.path);
     if (!bytes)
         co_return bytes.error();

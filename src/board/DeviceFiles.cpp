@@ -198,6 +198,8 @@ Async<void> DeviceFiles::sendFile(DeviceFileContent::Source source, WritePermit 
         && (written.error().code == ErrorCode::Remote || written.error().code == ErrorCode::TimedOut
             || written.error().code == ErrorCode::Damaged))
         refreshDeviceFiles();
+    if (written)
+        emit fileWritten(permit.path());
     co_return written;
 }
 

@@ -115,6 +115,8 @@ public:
 
 signals:
     void deviceFileNodesChanged();
+    /// The file was created or replaced, by any operation of this class.
+    void fileWritten(const QString &path);
     void listingFailed(const Korvane::Error &error);
     void isLoadingDeviceFilesChanged();
     void deviceWorkingDirChanged();

@@ -88,7 +88,7 @@ public:
     /// Replaces text and file format by \p text, which the document's place holds now.
     void reload(const DocumentText &text);
 
-    /// What another program did to the document's file since it was last read or written.
+    /// What happened to the document's file since the document last read or wrote it.
     enum class FileChange { None, Changed, Deleted };
     [[nodiscard]] FileChange fileChange() const { return m_fileChange; }
     void setFileChange(FileChange change);

@@ -18,10 +18,12 @@ constexpr auto settleTime = 200ms;
 
 } // namespace
 
-FileWatch::FileWatch(OpenFiles &documents, const DocumentWriter &writer, DocumentStore &localStore)
+FileWatch::FileWatch(OpenFiles &documents, const DocumentWriter &writer, DocumentStore &localStore,
+                     DocumentStore &boardStore)
     : m_documents(documents)
     , m_writer(writer)
-    , m_store(localStore)
+    , m_localStore(localStore)
+    , m_boardStore(boardStore)
 {
     m_settleTimer.setSingleShot(true);
     m_settleTimer.setInterval(settleTime);
@@ -95,6 +97,20 @@ QCoro::Task<void> FileWatch::check()
 
 QCoro::Task<void> FileWatch::check(QUuid id)
 {
+    const EditorFile *file = m_documents.file(id);
+    if (file && file->place().kind == DocumentPlace::Kind::Local)
+        co_await compare(id);
+}
+
+QCoro::Task<void> FileWatch::checkOnBoard(QUuid id)
+{
+    const EditorFile *file = m_documents.file(id);
+    if (file && file->place().kind == DocumentPlace::Kind::Board)
+        co_await compare(id);
+}
+
+QCoro::Task<void> FileWatch::compare(QUuid id)
+{
     const auto life = m_life.watch();
     const auto held = co_await read(id);
     if (!life || !held)
@@ -117,30 +133,37 @@ QCoro::Task<void> FileWatch::check(QUuid id)
         file->setFileChange(EditorFile::FileChange::Changed);
 }
 
-QCoro::Task<void> FileWatch::reload(QUuid id)
+Async<void> FileWatch::reload(QUuid id)
 {
     const auto life = m_life.watch();
     const auto held = co_await read(id);
-    if (!life || !held || !held->has_value())
-        co_return;
-    if (const auto text = Utf8::decodeStrict(**held))
-        m_documents.file(id)->reload(DocumentText::fromFile(*text));
+    if (!life)
+        co_return Result<void>();
+    if (!held)
+        co_return held.error();
+    EditorFile *file = m_documents.file(id);
+    if (!held->has_value()) {
+        file->setFileChange(EditorFile::FileChange::Deleted);
+        co_return Result<void>();
+    }
+    const auto text = Utf8::decodeStrict(**held);
+    if (!text) {
+        co_return Error{ErrorCode::File,
+                        QStringLiteral("Cannot decode %1 as text").arg(file->name())};
+    }
+    file->reload(DocumentText::fromFile(*text));
+    co_return Result<void>();
 }
 
 QCoro::Task<void> FileWatch::keep(QUuid id)
 {
-    EditorFile *onBoard = m_documents.file(id);
-    if (onBoard && onBoard->place().kind == DocumentPlace::Kind::Board) { // deleted there
-        onBoard->setSavedText(std::nullopt);
-        co_return;
-    }
     const auto life = m_life.watch();
     const auto held = co_await read(id);
-    if (!life || !held)
+    if (!life || (!held && held.error().code == ErrorCode::Closed))
         co_return;
     EditorFile *file = m_documents.file(id);
     std::optional<DocumentText> known;
-    if (held->has_value()) {
+    if (held && held->has_value()) {
         if (const auto text = Utf8::decodeStrict(**held))
             known = DocumentText::fromFile(*text);
     }
@@ -151,13 +174,14 @@ Async<std::optional<QByteArray>> FileWatch::read(QUuid id)
 {
     const EditorFile *file = m_documents.file(id);
     const Error dropped{ErrorCode::Closed, {}};
-    if (!file || file->place().kind != DocumentPlace::Kind::Local
+    if (!file || file->place().kind == DocumentPlace::Kind::Nowhere
         || m_writer.isWriting(file->place()))
         co_return dropped;
     const auto life = m_life.watch();
     const DocumentPlace place = file->place();
     const int savedNumber = file->savedNumber();
-    const auto held = co_await m_store.read(place);
+    DocumentStore &store = place.kind == DocumentPlace::Kind::Board ? m_boardStore : m_localStore;
+    const auto held = co_await store.read(place);
     if (!life)
         co_return dropped;
     const EditorFile *same = m_documents.file(id);

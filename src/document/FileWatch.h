@@ -18,27 +18,32 @@ namespace Korvane {
 class DocumentWriter;
 class OpenFiles;
 
-/// Compares the files of open local documents with what the documents last read or wrote there. An
+/// Compares the files of open documents with what the documents last read or wrote there. An
 /// unmodified document is reloaded; one with edits is marked (EditorFile::fileChange), and so is
-/// one whose file was deleted. Files are compared when the system reports a change, and when asked.
-/// Main thread only.
+/// one whose file was deleted. Local files are compared when the system reports a change, and when
+/// asked; files of a board, which takes commands, only when asked. Main thread only.
 class FileWatch final : public QObject
 {
     Q_OBJECT
 
 public:
     /// All must outlive this.
-    FileWatch(OpenFiles &documents, const DocumentWriter &writer, DocumentStore &localStore);
+    FileWatch(OpenFiles &documents, const DocumentWriter &writer, DocumentStore &localStore,
+              DocumentStore &boardStore);
     ~FileWatch() override;
 
-    /// Compares all of them now. Called when the window is activated. The task may be dropped.
+    /// Compares all local documents now. Called when the window is activated. The task may be
+    /// dropped.
     QCoro::Task<void> check();
     /// Compares one document; nothing for one that is not local or is being written.
     QCoro::Task<void> check(QUuid id);
-    /// Gives the document the text of its file, as one edit that can be undone.
-    QCoro::Task<void> reload(QUuid id);
+    /// The same for a document of a board; nothing when that board does not answer.
+    QCoro::Task<void> checkOnBoard(QUuid id);
+    /// Gives the document the text of its file, as one edit that can be undone. Does nothing when
+    /// the document is saved or closed meanwhile.
+    [[nodiscard]] Async<void> reload(QUuid id);
     /// Keeps the document's text: the current content of its file counts as read, and saving
-    /// replaces it without a question.
+    /// replaces it without a question. When the file cannot be read, saving asks.
     QCoro::Task<void> keep(QUuid id);
 
 private:
@@ -46,13 +51,15 @@ private:
     void followDocuments();
     void handleFileChanged(const QString &path);
     QCoro::Task<void> checkChanged();
-    /// What the document's file holds now; nothing when the document was saved, moved or closed
-    /// while the file was read.
+    QCoro::Task<void> compare(QUuid id);
+    /// What the document's file holds now; `Closed` when the document was saved, moved or closed
+    /// while the file was read, or belongs to no file.
     [[nodiscard]] Async<std::optional<QByteArray>> read(QUuid id);
 
     OpenFiles &m_documents;
     const DocumentWriter &m_writer;
-    DocumentStore &m_store;
+    DocumentStore &m_localStore;
+    DocumentStore &m_boardStore;
     /// Made with the first local document.
     std::unique_ptr<QFileSystemWatcher> m_watcher;
     /// Paths reported since the last check.

@@ -150,7 +150,10 @@ private slots:
             put(path, keeps ? "again" : "more");
             awaited(watch.check());
             QCOMPARE(fixture.file().fileChange(), EditorFile::FileChange::Changed);
-            awaited(keeps ? watch.keep(id) : watch.reload(id));
+            if (keeps)
+                awaited(watch.keep(id));
+            else
+                QVERIFY(awaited(watch.reload(id)));
             QCOMPARE(fixture.file().fileChange(), EditorFile::FileChange::None);
             QCOMPARE(fixture.file().content(), keeps ? u"mine"_s : u"more"_s);
             fixture.write(u"mine"_s);
@@ -294,10 +297,6 @@ private slots:
         QCOMPARE(onBoard(fixture, u"/a.py"_s), "1"_ba);
         awaited(board.openDeviceFile(*files.deviceNode(u"/a.py"_s)));
         QCOMPARE(fixture.file().content(), u"1"_s);
-        // A clean document takes over what another program wrote.
-        QVERIFY(awaited(files.writeDeviceFile("4"_ba, files.permitWrite(u"/a.py"_s), {})));
-        awaited(board.openDeviceFile(*files.deviceNode(u"/a.py"_s)));
-        QCOMPARE(fixture.place() + fixture.file().content(), u"|/a.py|4"_s);
         QVERIFY(awaited(files.writeDeviceFile("5"_ba, files.permitWrite(u"/a.py"_s), {})));
         for (const int length : {4, 4000}) {
             fixture.write(QString(length, u'#'));
@@ -305,6 +304,43 @@ private slots:
             QVERIFY(fixture.prompts.takeAsked().contains(u"was changed by another program"_s));
             QCOMPARE(onBoard(fixture, u"/a.py"_s), "5"_ba);
         }
+    }
+
+    void followsItsFileOnTheBoard()
+    {
+        SaverFixture fixture;
+        connectBoard(fixture);
+        DeviceFiles &files = fixture.state->deviceFiles();
+        FileWatch &watch = fixture.state->fileWatch();
+        fixture.write(u"1"_s);
+        fixture.prompts.name = u"f.py"_s;
+        fixture.save();
+        const QUuid id = fixture.file().id();
+        const auto put = [&](const QByteArray &bytes) {
+            return awaited(files.writeDeviceFile(bytes, files.permitWrite(u"/f.py"_s), {}));
+        };
+        QVERIFY(put("theirs"_ba));
+        QTRY_COMPARE(fixture.place() + fixture.file().content(), u"|/f.py|theirs"_s);
+        for (const bool keeps : {false, true}) {
+            fixture.write(u"mine"_s);
+            QVERIFY(put(keeps ? "again"_ba : "more"_ba));
+            QTRY_COMPARE(fixture.file().fileChange(), EditorFile::FileChange::Changed);
+            if (keeps)
+                awaited(watch.keep(id));
+            else
+                QVERIFY(awaited(watch.reload(id)));
+            QCOMPARE(fixture.file().fileChange(), EditorFile::FileChange::None);
+            QCOMPARE(fixture.file().content(), keeps ? u"mine"_s : u"more"_s);
+        }
+        fixture.prompts.asked.clear();
+        fixture.save();
+        QVERIFY2(fixture.prompts.asked.isEmpty(), "the change was known");
+        QVERIFY(awaited(files.deleteDeviceNode(*files.deviceNode(u"/f.py"_s))));
+        QTRY_COMPARE(fixture.file().fileChange(), EditorFile::FileChange::Deleted);
+        fixture.state->link().disconnectDevice();
+        QVERIFY(!awaited(watch.reload(id)));
+        awaited(watch.keep(id));
+        QCOMPARE(fixture.place(), u"|/f.py|*"_s);
     }
 
     void opensABoardFileOnceAndWritesItBackAsItWas()

@@ -27,8 +27,9 @@ FileChangeBar::FileChangeBar(AppState &state, QWidget *parent)
     m_reload->setToolTip(tr("Replace the text by that of the file; undo brings it back"));
     m_keep->setToolTip(tr("Keep the text; saving replaces the file"));
     const auto selected = [this] { return m_state.documents().selectedFileID(); };
-    connect(m_reload, &QPushButton::clicked, this,
-            [this, selected] { m_state.fileWatch().reload(selected()); });
+    connect(m_reload, &QPushButton::clicked, this, [this, selected] {
+        m_state.errors().reportFailureOf(m_state.fileWatch().reload(selected()));
+    });
     connect(m_keep, &QPushButton::clicked, this,
             [this, selected] { m_state.fileWatch().keep(selected()); });
     OpenFiles &documents = state.documents();
@@ -53,8 +54,11 @@ void FileChangeBar::follow()
     if (!isVisibleTo(parentWidget()))
         return;
     const bool isDeleted = change == EditorFile::FileChange::Deleted;
-    const QString text = isDeleted ? tr("The file of %1 was deleted. Saving creates it again.")
-                                   : tr("%1 was changed by another program.");
+    const bool isOnBoard = file->place().kind == DocumentPlace::Kind::Board;
+    const QString changed =
+        isOnBoard ? tr("%1 was changed on the board.") : tr("%1 was changed by another program.");
+    const QString text =
+        isDeleted ? tr("The file of %1 was deleted. Saving creates it again.") : changed;
     m_text->setText(text.arg(file->name()));
     m_reload->setVisible(!isDeleted);
 }

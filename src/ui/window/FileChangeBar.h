@@ -10,8 +10,9 @@ namespace Korvane {
 class AppState;
 class WrappedLabel;
 
-/// Says above the editor that the file of the selected document was changed or deleted by another
-/// program, and offers to reload it or to keep the document's text. Hidden otherwise.
+/// Says above the editor that the file of the selected document was changed or deleted, by another
+/// program or on its board, and offers to reload it or to keep the document's text. Hidden
+/// otherwise.
 class FileChangeBar final : public QWidget
 {
     Q_OBJECT
