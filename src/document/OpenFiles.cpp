@@ -37,18 +37,19 @@ void OpenFiles::newFile()
 
 void OpenFiles::openTextInEditor(const QString &name, const QString &text)
 {
+    // A debug run refers to the lines of the text that was sent.
     const auto isReplaceable = [&](const auto &file) {
         return file->name() == name && file->place() == DocumentPlace() && !file->isModified()
-            && !file->pausedLine();
+            && file->armedLines().isEmpty() && !file->pausedLine();
     };
     const auto found = std::find_if(m_openFiles.begin(), m_openFiles.end(), isReplaceable);
-    const auto index = found - m_openFiles.begin();
-    const bool isReplacing = found != m_openFiles.end();
-    append(std::make_unique<EditorFile>(name, DocumentPlace(), DocumentText::fromFile(text)));
-    if (isReplacing) {
-        auto &replaced = m_openFiles[static_cast<size_t>(index)];
-        std::swap(replaced, m_openFiles.back());
-        closeFile(m_openFiles.back()->id());
+    if (found == m_openFiles.end()) {
+        append(std::make_unique<EditorFile>(name, DocumentPlace(), DocumentText::fromFile(text)));
+    } else {
+        const QUuid id = (*found)->id();
+        (*found)->reload(DocumentText::fromFile(text));
+        if (std::exchange(m_selectedFileID, id) != id)
+            emit selectedFileChanged();
     }
     m_shell.appendInfo(QStringLiteral("Opened %1 in the editor.").arg(name));
 }

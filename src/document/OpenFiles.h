@@ -29,7 +29,8 @@ public:
     /// Appends an untitled document, numbered by its place, and selects it.
     void newFile();
     /// Opens a document with that text that belongs to no file, selects it and says so in the
-    /// Shell. It takes the tab of an unmodified one with the same name; otherwise it is appended.
+    /// Shell. An unmodified one with the same name is reloaded instead, unless it is being
+    /// debugged.
     void openTextInEditor(const QString &name, const QString &text);
     /// Selects the document that shows the file already, keeping its edits; otherwise reads the
     /// file, off the main thread, and opens it. Fails, changing nothing, when it can't be read or
