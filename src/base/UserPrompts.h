@@ -37,9 +37,11 @@ public:
         Asker asker = Asker::User;
         /// Ends the question, waiting or open, when requested. Counts as Cancel.
         std::stop_token withdrawn = {};
-        /// When set, called once when the question is the next to be opened, and its result
-        /// replaces the texts above: what it says about files is then looked up as late as
-        /// possible. Without a result the question is not opened, which counts as Cancel.
+        /// When set, called when the question is the next to be opened, and its result replaces
+        /// the texts above: what it says about files is then looked up as late as possible. A
+        /// question of the user that is asked meanwhile goes before it; then it is called again.
+        /// Without a result the question is not opened, which counts as Cancel. The result is
+        /// dropped when the question ends earlier.
         std::function<QCoro::Task<std::optional<Texts>>()> prepare = {};
     };
     struct ConfirmationAnswer

@@ -1,3 +1,4 @@
+#include "base/OneShot.h"
 #include "ui/dialogs/PromptDialogs.h"
 #include "ui/dialogs/QuestionDialog.h"
 
@@ -6,12 +7,16 @@
 #include <QDialog>
 #include <QFileDialog>
 #include <QLabel>
+#include <QLayout>
 #include <QLineEdit>
 #include <QMainWindow>
 #include <QPushButton>
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
+
+#include <array>
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
@@ -33,8 +38,11 @@ QCoro::Task<void> keep(QCoro::Task<QString> asking, QStringList &log)
     log << u'<' + answer + u'>';
 }
 
-QCoro::Task<std::optional<UserPrompts::Texts>> textsFor(QStringList state)
+QCoro::Task<std::optional<UserPrompts::Texts>> textsFor(QStringList state,
+                                                        OneShot<bool> *readiness = nullptr)
 {
+    if (readiness)
+        co_await readiness->wait();
     std::optional<UserPrompts::Texts> texts;
     if (!state.isEmpty())
         texts = UserPrompts::Texts{state.first(), QString(), u"Yes"_s};
@@ -143,7 +151,7 @@ private slots:
         m_prompts.reset();
     }
 
-    void confirmsOnlyWhatWasMeant_data()
+    void confirmsOnlyWithTheConfirmingButton_data()
     {
         QTest::addColumn<QString>("path");
         QTest::addColumn<int>("key"); // 0: the dialog is closed
@@ -209,6 +217,7 @@ private slots:
         m_prompts->setGuardTime(200ms);
         askToWrite(u"/a"_s, Asker::Assistant);
         askToWrite(u"/main.py"_s, Asker::Assistant, {}, u"Delete"_s);
+        QThread::msleep(250); // nothing is painted meanwhile
         for (const QString &title : {u"/a"_s, u"/main.py"_s}) {
             QTRY_COMPARE(openTitle(), title);
             const qsizetype answered = m_log.size();
@@ -224,6 +233,13 @@ private slots:
             QTRY_COMPARE(m_log.size(), answered + 1);
         }
         QCOMPARE(m_log, (QStringList{u"cancelled"_s, u"cancelled"_s}));
+        askName();
+        auto *prompt = opened<QDialog>();
+        press(prompt, Qt::Key_Return);
+        QTRY_VERIFY(button(u"Create"_s)->isEnabled());
+        QVERIFY(prompt->isVisible() && prompt->findChild<QLineEdit *>()->hasSelectedText());
+        press(prompt, Qt::Key_Return);
+        QTRY_COMPARE(m_log.constLast(), u"<untitled folder>"_s);
     }
 
     void asksOneQuestionAfterTheOther()
@@ -266,8 +282,17 @@ private slots:
     {
         m_prompts->setStopServer([this] { m_log << u"stopped"_s; });
         askToWrite(u"/1"_s, Asker::Assistant);
-        askToWrite(u"/2"_s, Asker::Assistant);
         QTRY_COMPARE(openTitle(), u"/1"_s);
+        const auto places = [this] {
+            const auto *dialog = opened<QuestionDialog>();
+            dialog->layout()->activate();
+            return std::pair(button(u"Stop MCP Server"_s)->geometry(),
+                             button(u"Write"_s)->geometry());
+        };
+        const auto before = places();
+        askToWrite(u"/2"_s, Asker::Assistant);
+        QVERIFY(button(u"Decline All"_s));
+        QVERIFY(places() == before);
         button(u"Stop MCP Server"_s)->click();
         QTRY_COMPARE(m_log, (QStringList{u"stopped"_s, u"cancelled"_s, u"cancelled"_s}));
     }
@@ -290,6 +315,35 @@ private slots:
         state.clear(); // nothing to ask any more
         button(u"Yes"_s)->click();
         QTRY_COMPARE(m_log, (QStringList{u"cancelled"_s, u"confirmed"_s, u"cancelled"_s}));
+    }
+
+    void asksTheUserBeforeAQuestionThatIsPrepared()
+    {
+        std::array<OneShot<bool>, 3> readiness;
+        size_t asked = 0;
+        std::stop_source left;
+        const auto ask = [&] {
+            UserPrompts::Confirmation question;
+            question.asker = Asker::Assistant;
+            question.withdrawn = left.get_token();
+            question.prepare = [&] { return textsFor({u"prepared"_s}, &readiness[asked++]); };
+            keep(m_prompts->confirm(std::move(question)), m_log);
+        };
+        ask();
+        askToWrite(u"/mine"_s, Asker::User);
+        QTRY_COMPARE(openTitle(), u"/mine"_s);
+        readiness[0].deliver(true);
+        QCoreApplication::processEvents();
+        QCOMPARE(openTitle(), u"/mine"_s);
+        button(u"Write"_s)->click();
+        QTRY_COMPARE(asked, 2U);
+        readiness[1].deliver(true);
+        QTRY_COMPARE(openTitle(), u"prepared"_s);
+        button(u"Cancel"_s)->click();
+        ask();
+        QTRY_COMPARE(asked, 3U);
+        left.request_stop();
+        QTRY_COMPARE(m_log, u"confirmed cancelled cancelled"_s.split(u' '));
     }
 
     void asksForNames_data()

@@ -2,6 +2,7 @@
 
 #include "ui/controls/WrappedLabel.h"
 #include "ui/dialogs/ChecklistDialog.h"
+#include "ui/dialogs/InputGuard.h"
 #include "ui/dialogs/QuestionDialog.h"
 
 #include <QCheckBox>
@@ -66,19 +67,55 @@ public:
         if (!m_life || m_prompts.m_isEnding)
             return;
         m_prompts.m_queue.erase(m_place);
-        if (!m_prompts.m_queue.empty())
-            m_prompts.m_queue.front().turn.deliver(true);
+        if (!m_prompts.m_queue.empty() && m_prompts.m_queue.front().turn)
+            m_prompts.m_queue.front().turn->deliver(true);
         m_prompts.showQueue();
     }
     Turn(const Turn &) = delete;
     Turn &operator=(const Turn &) = delete;
 
+    /// Waits until the question is the first one. Yields false when it has ended before.
+    [[nodiscard]] QCoro::Task<bool> begin(std::stop_token withdrawn)
+    {
+        const std::stop_callback withdrawal(withdrawn, [this] { m_prompts.endWait(*m_place); });
+        while (!hasEnded() && !isFirst()) {
+            OneShot<bool> &turn = m_place->turn.emplace();
+            co_await turn.wait();
+        }
+        co_return !hasEnded();
+    }
+    /// Looks the texts up. Yields nothing when there are none or the question has ended meanwhile.
+    [[nodiscard]] QCoro::Task<std::optional<Texts>> prepare(Confirmation question)
+    {
+        m_place->preparation = std::make_shared<OneShot<std::optional<Texts>>>();
+        OneShot<std::optional<Texts>> &preparation = *m_place->preparation;
+        deliverTexts(question.prepare, m_place->preparation);
+        const std::stop_callback withdrawal(question.withdrawn,
+                                            [this] { m_prompts.endWait(*m_place); });
+        const auto texts = co_await preparation.wait();
+        if (!texts || hasEnded())
+            co_return std::nullopt;
+        m_place->preparation.reset();
+        co_return *texts;
+    }
+    void setOpen() { m_place->isOpen = true; }
+
+    [[nodiscard]] bool isFirst() const { return m_place == m_prompts.m_queue.begin(); }
     [[nodiscard]] bool hasEnded() const
     {
         return !m_life || m_prompts.m_isEnding || m_place->hasEnded;
     }
 
 private:
+    static QCoro::Task<void> deliverTexts(
+        std::function<QCoro::Task<std::optional<Texts>>()> prepare,
+        std::weak_ptr<OneShot<std::optional<Texts>>> receiver)
+    {
+        std::optional<Texts> texts = co_await prepare();
+        if (const auto preparation = receiver.lock())
+            preparation->deliver(std::move(texts));
+    }
+
     PromptDialogs &m_prompts;
     std::list<Waiting>::iterator m_place;
     Lifetime::Watch m_life;
@@ -100,17 +137,15 @@ QCoro::Task<std::unique_ptr<PromptDialogs::Turn>> PromptDialogs::takeTurn(Asker 
     if (withdrawn.stop_requested())
         co_return turn;
     auto place = m_queue.end();
-    if (asker == Asker::User && !m_queue.empty()) // the first one is open
-        place = std::find_if(std::next(m_queue.begin()), m_queue.end(),
-                             [](const Waiting &other) { return other.asker == Asker::Assistant; });
-    place = m_queue.emplace(place, asker);
+    if (asker == Asker::User)
+        place = std::find_if(m_queue.begin(), m_queue.end(), [](const Waiting &other) {
+            return other.asker == Asker::Assistant && !other.isOpen;
+        });
+    place = m_queue.emplace(place);
+    place->asker = asker;
     turn = std::make_unique<Turn>(*this, place);
     showQueue();
-    if (place == m_queue.begin())
-        co_return turn;
-    const std::stop_callback withdrawal(withdrawn, [this, place] { endWait(*place); });
-    const std::optional<bool> hasBegun = co_await place->turn.wait();
-    if (!hasBegun || turn->hasEnded())
+    if (!co_await turn->begin(withdrawn))
         turn.reset();
     co_return turn;
 }
@@ -119,7 +154,10 @@ QCoro::Task<std::unique_ptr<PromptDialogs::Turn>> PromptDialogs::takeTurn(Asker 
 void PromptDialogs::endWait(Waiting &waiting)
 {
     waiting.hasEnded = true;
-    waiting.turn.deliver(false);
+    if (waiting.turn)
+        waiting.turn->deliver(false);
+    if (waiting.preparation)
+        waiting.preparation->deliver(std::nullopt);
 }
 
 void PromptDialogs::declineAssistant()
@@ -154,12 +192,9 @@ void PromptDialogs::showQueue()
 
 QuestionDialog *PromptDialogs::makeQuestion(const Texts &texts, Asker asker)
 {
-    m_question = new QuestionDialog(texts.title, texts.message, m_guardTime, m_window);
+    m_question = new QuestionDialog(texts.title, texts.message, m_window);
     if (asker == Asker::Assistant) {
         const auto harmless = QuestionDialog::Effect::Harmless;
-        m_declineAll = m_question->addAnswer(tr("Decline All"), harmless);
-        QObject::connect(m_declineAll, &QPushButton::clicked, m_declineAll,
-                         [this] { declineAssistant(); });
         if (m_stopServer) {
             QPushButton *stop = m_question->addAnswer(tr("Stop MCP Server"), harmless);
             QObject::connect(stop, &QPushButton::clicked, stop, [this] {
@@ -167,6 +202,10 @@ QuestionDialog *PromptDialogs::makeQuestion(const Texts &texts, Asker asker)
                 m_stopServer();
             });
         }
+        // The last one: the gap that it leaves while it is hidden is at the end.
+        m_declineAll = m_question->addAnswer(tr("Decline All"), harmless);
+        QObject::connect(m_declineAll, &QPushButton::clicked, m_declineAll,
+                         [this] { declineAssistant(); });
     }
     showQueue();
     return m_question;
@@ -181,12 +220,17 @@ QCoro::Task<UserPrompts::ConfirmationAnswer> PromptDialogs::confirm(Confirmation
     texts.title = question.title;
     texts.message = question.message;
     texts.confirmTitle = question.confirmTitle;
-    if (question.prepare) {
-        const std::optional<Texts> prepared = co_await question.prepare();
-        if (!prepared || turn->hasEnded() || question.withdrawn.stop_requested())
+    bool isPrepared = !question.prepare;
+    while (!isPrepared) {
+        const std::optional<Texts> prepared = co_await turn->prepare(question);
+        if (!prepared)
             co_return ConfirmationAnswer();
         texts = *prepared;
+        isPrepared = turn->isFirst(); // what was looked up is old after a question of the user
+        if (!isPrepared && !co_await turn->begin(question.withdrawn))
+            co_return ConfirmationAnswer();
     }
+    turn->setOpen();
     QuestionDialog *dialog = makeQuestion(texts, question.asker);
     const QPushButton *confirm =
         dialog->addAnswer(texts.confirmTitle, QuestionDialog::Effect::Destructive);
@@ -326,6 +370,8 @@ void PromptDialogs::open(QDialog *dialog)
         dialog->setWindowModality(Qt::WindowModal);
     else
         dialog->setWindowModality(Qt::ApplicationModal);
+    if (m_guardTime.count() > 0)
+        new InputGuard(*dialog, m_guardTime);
     dialog->show();
 }
 

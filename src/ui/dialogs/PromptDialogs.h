@@ -34,7 +34,7 @@ public:
     void setWindow(QWidget *window) { m_window = window; }
     /// Stops the assistant's server; offered by the assistant's questions while set.
     void setStopServer(std::function<void()> stop) { m_stopServer = std::move(stop); }
-    /// How long a question takes no click and no key after it is shown. A click or a key meant for
+    /// How long a dialog takes no click and no key after it is painted. A click or a key meant for
     /// what was there before arrives within this time.
     void setGuardTime(std::chrono::milliseconds time) { m_guardTime = time; }
 
@@ -49,8 +49,10 @@ private:
     class Turn;
     struct Waiting
     {
-        Asker asker;
-        OneShot<bool> turn;
+        Asker asker = Asker::User;
+        std::optional<OneShot<bool>> turn = {};                          // set while it waits
+        std::shared_ptr<OneShot<std::optional<Texts>>> preparation = {}; // set while it is prepared
+        bool isOpen = false;
         bool hasEnded = false; // declined or withdrawn, and not yet out of the queue
     };
 
@@ -71,7 +73,8 @@ private:
     QPointer<QWidget> m_window;
     std::function<void()> m_stopServer;
     std::chrono::milliseconds m_guardTime{700};
-    /// The first one is open or about to be opened.
+    /// The first one is open or about to be opened. In the second case a question of the user is
+    /// put before one of the assistant.
     std::list<Waiting> m_queue;
     QPointer<QuestionDialog> m_question;
     QPointer<QPushButton> m_declineAll; // the open question's

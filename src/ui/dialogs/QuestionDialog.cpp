@@ -6,13 +6,10 @@
 #include "ui/controls/WrappedLabel.h"
 
 #include <QCheckBox>
-#include <QCloseEvent>
-#include <QKeyEvent>
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QStyle>
-#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -29,15 +26,13 @@ constexpr int cancelWidth = 96; // fixed, so that the places of the other button
 
 } // namespace
 
-QuestionDialog::QuestionDialog(const QString &title, const QString &message,
-                               std::chrono::milliseconds guardTime, QWidget *window)
+QuestionDialog::QuestionDialog(const QString &title, const QString &message, QWidget *window)
     : QDialog(window)
     , m_options(new QVBoxLayout)
     , m_harmless(new QHBoxLayout)
     , m_destructive(new QHBoxLayout)
     , m_caption(new QLabel)
     , m_cancel(new QPushButton(tr("Cancel")))
-    , m_guardTime(guardTime)
 {
     setWindowTitle(tr("Korvane"));
     setAccessibleDescription(VisibleText::line(title + u' ' + message));
@@ -52,7 +47,6 @@ QuestionDialog::QuestionDialog(const QString &title, const QString &message,
     m_caption->setTextFormat(Qt::PlainText);
     m_caption->setFont(Theme::captionFont(font()));
     m_caption->setForegroundRole(QPalette::PlaceholderText);
-    m_caption->hide();
     auto *upper = new QHBoxLayout;
     upper->setSpacing(spacing);
     upper->addWidget(symbol, 0, Qt::AlignTop);
@@ -64,6 +58,7 @@ QuestionDialog::QuestionDialog(const QString &title, const QString &message,
     column->addLayout(m_options);
     column->addWidget(m_caption);
     column->addLayout(makeButtons());
+    m_cancel->setFocus();
 }
 
 QWidget *QuestionDialog::makeTexts(const QString &title, const QString &message, int width)
@@ -100,7 +95,6 @@ QBoxLayout *QuestionDialog::makeButtons()
     m_cancel->setObjectName(QStringLiteral("cancel"));
     m_cancel->setFixedWidth(std::max(cancelWidth, m_cancel->sizeHint().width()));
     m_cancel->setDefault(true);
-    m_cancel->setFocus();
     connect(m_cancel, &QPushButton::clicked, this, &QDialog::reject);
     auto *row = new QHBoxLayout;
     row->addLayout(m_harmless);
@@ -114,6 +108,9 @@ QPushButton *QuestionDialog::addAnswer(const QString &title, Effect effect)
 {
     auto *button = new QPushButton(PlainText::label(title));
     button->setAutoDefault(false);
+    QSizePolicy policy = button->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    button->setSizePolicy(policy);
     (effect == Effect::Destructive ? m_destructive : m_harmless)->addWidget(button);
     connect(button, &QPushButton::clicked, this, [this, button] {
         m_chosen = button;
@@ -137,40 +134,6 @@ QCheckBox *QuestionDialog::addPathOption(const QString &text, const QString &pat
 void QuestionDialog::setCaption(const QString &text)
 {
     m_caption->setText(text);
-    m_caption->setVisible(!text.isEmpty());
-}
-
-void QuestionDialog::showEvent(QShowEvent *event)
-{
-    QDialog::showEvent(event);
-    if (event->spontaneous() || m_guardTime.count() == 0)
-        return;
-    setGuarded(true);
-    QTimer::singleShot(m_guardTime, this, [this] { setGuarded(false); });
-}
-
-void QuestionDialog::keyPressEvent(QKeyEvent *event)
-{
-    if (!m_isGuarded)
-        QDialog::keyPressEvent(event);
-}
-
-void QuestionDialog::closeEvent(QCloseEvent *event)
-{
-    // A click on the frame's close button.
-    if (m_isGuarded && event->spontaneous())
-        event->ignore();
-    else
-        QDialog::closeEvent(event);
-}
-
-void QuestionDialog::setGuarded(bool isGuarded)
-{
-    m_isGuarded = isGuarded;
-    for (QAbstractButton *button : findChildren<QAbstractButton *>())
-        button->setEnabled(!isGuarded);
-    if (!isGuarded)
-        m_cancel->setFocus();
 }
 
 } // namespace Korvane

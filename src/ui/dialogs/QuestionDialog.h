@@ -2,8 +2,6 @@
 
 #include <QDialog>
 
-#include <chrono>
-
 class QBoxLayout;
 class QCheckBox;
 class QLabel;
@@ -16,9 +14,8 @@ namespace Korvane {
 ///
 /// All questions have the same width, and each kind of button has its own place: harmless answers
 /// at the left, destructive ones next to Cancel, Cancel at the right. So a second click at the same
-/// place does not press a button of another kind in the next question.
-///
-/// For the guard time after it is shown the dialog takes no click and no key.
+/// place does not press a button of another kind in the next question. No button moves while the
+/// dialog is open.
 class QuestionDialog final : public QDialog
 {
     Q_OBJECT
@@ -26,10 +23,10 @@ class QuestionDialog final : public QDialog
 public:
     enum class Effect { Harmless, Destructive };
 
-    QuestionDialog(const QString &title, const QString &message,
-                   std::chrono::milliseconds guardTime, QWidget *window);
+    QuestionDialog(const QString &title, const QString &message, QWidget *window);
 
-    /// Adds an answer, which closes the dialog. Never the default button.
+    /// Adds an answer, which closes the dialog. Never the default button. It keeps its place while
+    /// it is hidden.
     QPushButton *addAnswer(const QString &title, Effect effect);
     /// Adds a check box below the message, labeled \p text with \p path in place of %1.
     QCheckBox *addPathOption(const QString &text, const QString &path);
@@ -40,13 +37,7 @@ public:
     /// The answer that was chosen; null for Cancel and while the question is open.
     [[nodiscard]] const QPushButton *chosen() const { return m_chosen; }
 
-protected:
-    void showEvent(QShowEvent *event) override;
-    void keyPressEvent(QKeyEvent *event) override;
-    void closeEvent(QCloseEvent *event) override;
-
 private:
-    void setGuarded(bool isGuarded);
     [[nodiscard]] QWidget *makeTexts(const QString &title, const QString &message, int width);
     [[nodiscard]] QBoxLayout *makeButtons();
 
@@ -56,8 +47,6 @@ private:
     QLabel *m_caption;
     QPushButton *m_cancel;
     const QPushButton *m_chosen = nullptr;
-    std::chrono::milliseconds m_guardTime;
-    bool m_isGuarded = false;
 };
 
 } // namespace Korvane

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QPointer>
+#include <QWidget>
+
+#include <chrono>
+
+class QDialog;
+class QPushButton;
+
+namespace Korvane {
+
+/// Keeps clicks and keys from a dialog for a time after it is first painted, and again after its
+/// minimized window is restored. Input that was meant for what was there before arrives within this
+/// time, also when the main thread was busy. The buttons are disabled meanwhile.
+class InputGuard final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// \p dialog, not yet shown, becomes the parent. \p time must be positive.
+    InputGuard(QDialog &dialog, std::chrono::milliseconds time);
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    enum class State { Waiting, Painted, Open };
+
+    void begin();
+    void end();
+    [[nodiscard]] bool isOfDialog(const QObject *watched) const;
+
+    QDialog &m_dialog;
+    const std::chrono::milliseconds m_time;
+    State m_state = State::Open;
+    int m_round = 0; // counts the calls of begin
+    QList<QPointer<QPushButton>> m_disabled;
+    QPointer<QWidget> m_focused;
+};
+
+} // namespace Korvane
