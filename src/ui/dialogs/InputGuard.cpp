@@ -3,6 +3,8 @@
 #include <QCoreApplication>
 #include <QDialog>
 #include <QEvent>
+#include <QKeyEvent>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QTimer>
 #include <QWindow>
@@ -60,7 +62,8 @@ bool InputGuard::eventFilter(QObject *watched, QEvent *event)
         // What arrived while the main thread was busy is still to be delivered when the time ends.
         QTimer::singleShot(m_time, this,
                            [this, endRound] { QTimer::singleShot(0, this, endRound); });
-    } else if (m_state != State::Open && isInput(*event) && isOfDialog(watched)) {
+    } else if (m_state != State::Open && isInput(*event) && isOfDialog(watched)
+               && !isTyping(*event)) {
         event->ignore();
         return true;
     }
@@ -72,6 +75,15 @@ bool InputGuard::isOfDialog(const QObject *watched) const
     if (watched->isWidgetType())
         return static_cast<const QWidget *>(watched)->window() == &m_dialog;
     return watched == m_dialog.windowHandle();
+}
+
+bool InputGuard::isTyping(const QEvent &event) const
+{
+    if (event.type() != QEvent::KeyPress && event.type() != QEvent::KeyRelease)
+        return false;
+    const int key = static_cast<const QKeyEvent &>(event).key();
+    return qobject_cast<QLineEdit *>(m_dialog.focusWidget()) && key != Qt::Key_Return
+        && key != Qt::Key_Enter && key != Qt::Key_Escape;
 }
 
 void InputGuard::begin()

@@ -15,6 +15,7 @@ namespace Korvane {
 /// Keeps clicks and keys from a dialog for a time after it is first painted, and again after its
 /// minimized window is restored. Input that was meant for what was there before arrives within this
 /// time, also when the main thread was busy. The buttons are disabled meanwhile.
+/// Text can be typed into a line edit that has the focus, so that a name can be typed at once.
 class InputGuard final : public QObject
 {
     Q_OBJECT
@@ -31,6 +32,7 @@ private:
     void begin();
     void end();
     [[nodiscard]] bool isOfDialog(const QObject *watched) const;
+    [[nodiscard]] bool isTyping(const QEvent &event) const;
 
     QDialog &m_dialog;
     const std::chrono::milliseconds m_time;
