@@ -1,5 +1,6 @@
 #include "mcp/ToolCalls.h"
 
+#include "mcp/MCPToolError.h"
 #include "mcp/RPCReply.h"
 
 #include <QElapsedTimer>
@@ -30,6 +31,10 @@ QCoro::Task<HTTPResponse> ToolCalls::run(ToolRequest request, quint64 connection
     const auto running = m_running.emplace(m_running.end());
     running->connection = connection;
     running->session = request.session;
+    for (const ToolRequest::Step &step : request.steps) {
+        if (const auto *const next = std::get_if<ToolRequest::Call>(&step))
+            running->nextIds.insert(next->id);
+    }
     QByteArray replies;
     QElapsedTimer turn;
     turn.start();
@@ -37,6 +42,8 @@ QCoro::Task<HTTPResponse> ToolCalls::run(ToolRequest request, quint64 connection
         if (turn.hasExpired(turnMs)) {
             if (!co_await m_delay.sleep(std::chrono::milliseconds(0)) || !alive)
                 co_return HTTPResponse{404};
+            if (running->isAbandoned) // meanwhile
+                break;
             turn.start();
         }
         QByteArray reply;
@@ -71,6 +78,9 @@ QCoro::Task<QByteArray> ToolCalls::call(ToolRequest::Call call, Running &running
 {
     if (!m_state)
         co_return RPCReply::toolResult(call.id, u"The IDE is shutting down."_s, true);
+    running.nextIds.remove(call.id);
+    if (running.canceledIds.remove(call.id))
+        co_return RPCReply::toolResult(call.id, MCPToolError::canceled().message, true);
     running.id = call.id;
     running.unwanted = std::stop_source();
     running.canceled = std::stop_source();
@@ -100,18 +110,23 @@ void ToolCalls::abandonAll()
     }
 }
 
-/// Cancels the call with that id that the client of \p by has under way: one on the same connection
-/// or of the same session. Clients without a session cannot be told apart otherwise: when two of
-/// their calls have the id, none is canceled.
+/// Cancels the call with that id that the client of \p by has under way, or that is to follow in a
+/// batch under way: one on the same connection or of the same session. Clients without a session
+/// cannot be told apart otherwise: when two of their calls have the id, none is canceled. The calls
+/// that follow \p by in its own batch are not meant.
 void ToolCalls::cancel(const QByteArray &requestId, const Running &by)
 {
     const auto isMeant = [&](const Running &running) {
-        return running.id == requestId
+        return &running != &by && (running.id == requestId || running.nextIds.contains(requestId))
             && (running.session == by.session || running.connection == by.connection);
     };
     if (requestId.isEmpty() || std::count_if(m_running.begin(), m_running.end(), isMeant) != 1)
         return;
     const auto found = std::find_if(m_running.begin(), m_running.end(), isMeant);
+    if (found->id != requestId) {
+        found->canceledIds.insert(requestId);
+        return;
+    }
     found->unwanted.request_stop();
     found->canceled.request_stop();
 }

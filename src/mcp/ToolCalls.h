@@ -5,6 +5,7 @@
 #include "mcp/MCPEndpoint.h"
 
 #include <QPointer>
+#include <QSet>
 
 #include <list>
 
@@ -34,6 +35,8 @@ private:
         quint64 connection = 0;
         QByteArray session;
         bool isAbandoned = false;
+        QSet<QByteArray> nextIds;     // of the calls that have not begun
+        QSet<QByteArray> canceledIds; // those of them that must not begin
         // Of the call under way.
         QByteArray id;
         std::stop_source unwanted;

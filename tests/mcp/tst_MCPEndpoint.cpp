@@ -192,6 +192,19 @@ private slots:
         m_tools.deliver(u"done, too"_s);
         const QByteArray body = awaited(std::move(batch)).body;
         QVERIFY2(body.indexOf("\"done\"") < body.indexOf("done, too"), body);
+        // One that its client cancels before it begins, then one that its client leaves.
+        const QByteArray two = '[' + wait + ',' + toolCall("{'name':'echo'}", "2") + ']';
+        batch = begin(m_endpoint, m_calls, request(two));
+        answer("{'method':'notifications/cancelled','params':{'requestId':2}}");
+        m_tools.deliver(u"first"_s);
+        QVERIFY(awaited(std::move(batch)).body.contains("The call was canceled."));
+        batch = begin(m_endpoint, m_calls, request(two));
+        QTest::qSleep(10); // the event loop continues between the calls
+        m_tools.deliver(u"first"_s);
+        QMetaObject::invokeMethod(
+            this, [this] { m_calls.abandonAll(); }, Qt::QueuedConnection);
+        awaited(std::move(batch));
+        QVERIFY(m_tools.calls.last() == u"wait"_s);
     }
 
     void callsNoToolsAfterTheirStateIsDestroyed()
