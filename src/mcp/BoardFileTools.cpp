@@ -26,11 +26,14 @@ BoardFileTools::Answer BoardFileTools::list(ToolArguments arguments, CallStop st
     if (!turn)
         co_return turn.error();
     DeviceFiles &files = m_state.deviceFiles();
+    const WritePermit permit = files.permitWrite(folder); // for this connection
     co_await files.refreshDeviceFiles();
     if (!life)
         co_return MCPToolError::closed();
     if (!isConnected())
         co_return MCPToolError::notConnected();
+    if (!files.check(permit))
+        co_return MCPToolError::boardReplaced();
     if (const auto &error = files.listingError())
         co_return *error;
     const auto *children = files.deviceChildren(folder);

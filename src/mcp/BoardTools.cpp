@@ -87,11 +87,12 @@ QCoro::Task<Result<QString>> BoardTools::call(QString name, ToolArguments argume
     if (tool->needsBoard && !isConnected())
         co_return MCPToolError::notConnected();
 
+    const auto life = m_life.watch();
     OneShot<Result<QString>> &shot = m_calls.emplace_back();
     const auto position = std::prev(m_calls.end());
     work(tool, std::move(arguments), std::move(stop), position);
     auto answer = co_await shot.wait();
-    if (!answer)
+    if (!answer || !life) // the destructor resumes calls that have their answer, too
         co_return MCPToolError::closed();
     m_calls.erase(position);
     co_return *std::move(answer);
@@ -168,10 +169,11 @@ BoardTools::Answer BoardTools::connectDevice(ToolArguments arguments, CallStop)
         m_state.errors().report(opened.error());
         co_return MCPToolError::notOpened(port);
     }
+    const int connection = link.connectionNumber();
     co_await m_state.deviceFiles().refreshDeviceFiles();
     if (!life)
         co_return MCPToolError::closed();
-    if (!isConnected()) // unplugged meanwhile
+    if (connection != link.connectionNumber()) // unplugged meanwhile
         co_return MCPToolError::notOpened(port);
     co_return u"Connected to "_s + port + u'.';
 }
@@ -220,6 +222,7 @@ BoardTools::Answer BoardTools::run(QString code, double timeoutSeconds, CallStop
 BoardTools::Answer BoardTools::softReset(ToolArguments, CallStop)
 {
     const auto life = m_life.watch();
+    const int connection = m_state.link().connectionNumber();
     const auto reset = co_await m_state.link().softReset();
     if (!life)
         co_return MCPToolError::closed();
@@ -230,6 +233,8 @@ BoardTools::Answer BoardTools::softReset(ToolArguments, CallStop)
     const bool isOver = co_await m_delay.sleep(resetPause);
     if (!isOver)
         co_return MCPToolError::closed();
+    if (connection != m_state.link().connectionNumber())
+        co_return MCPToolError::notConnected();
     co_return u"Soft reset sent. boot.py and main.py have run again."_s;
 }
 

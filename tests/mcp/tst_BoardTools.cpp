@@ -382,8 +382,15 @@ private slots:
         board.setMute(true);
         auto running = box.begin("run_code|code=1");
         auto resetting = box.begin("soft_reset");
-        box.tools.reset();
-        QVERIFY(running.isReady() && resetting.isReady());
+        std::stop_source unwanted;
+        box.stop.unwanted = unwanted.get_token();
+        auto answered = box.begin("run_code|code=2");
+        unwanted.request_stop();
+        QMetaObject::invokeMethod(
+            this, [&] { box.tools.reset(); }, Qt::QueuedConnection);
+        QTRY_VERIFY(!box.tools);
+        QVERIFY(running.isReady() && resetting.isReady() && answered.isReady());
+        QCOMPARE(awaited(std::move(answered)).error().code, ErrorCode::Closed);
         box.state.reset(); // what the calls had begun ends here
         QCOMPARE(awaited(std::move(running)).error().code, ErrorCode::Closed);
         QCOMPARE(awaited(std::move(resetting)).error().code, ErrorCode::Closed);
