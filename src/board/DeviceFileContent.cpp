@@ -172,6 +172,7 @@ Async<bool> DeviceFileContent::confirmInPlace(WritePermit permit, QString label)
                        "file fails, both are lost on the board."_s.arg(path);
     question.confirmTitle = u"Write Over"_s;
     question.asker = permit.asker();
+    question.withdrawn = permit.withdrawn();
     const auto answer = co_await m_prompts.confirm(std::move(question));
     if (!life)
         co_return DeviceError::closed();

@@ -139,15 +139,24 @@ Async<void> DeviceFiles::receiveFile(QString path, QString label, PieceTransfer:
 QCoro::Task<bool> DeviceFiles::deviceFileExists(QString path)
 {
     const auto life = m_life.watch();
-    const auto output = co_await m_profile.lookFor(path);
+    const auto isThere = co_await lookForDeviceFile(path);
     if (!life)
         co_return false;
-    if (output) {
-        if (const auto answer = textAfter(*output, QLatin1StringView("__EXISTS__")))
-            co_return answer->startsWith(u'1');
-    }
+    if (isThere)
+        co_return *isThere;
     const DeviceFileNode *node = deviceNode(path);
     co_return node && !node->isDirectory;
+}
+
+Async<bool> DeviceFiles::lookForDeviceFile(QString path)
+{
+    const auto output = co_await m_profile.lookFor(path);
+    if (!output)
+        co_return output.error();
+    const auto answer = textAfter(*output, QLatin1StringView("__EXISTS__"));
+    if (!answer)
+        co_return refusal(u"Could not look for "_s + path + u" on the device"_s);
+    co_return answer->startsWith(u'1');
 }
 
 Async<void> DeviceFiles::checkBoard(QString identity)

@@ -59,6 +59,8 @@ public:
     /// A folder counts as existing. When the board doesn't answer, the tree is searched, for files
     /// only.
     [[nodiscard]] QCoro::Task<bool> deviceFileExists(QString path);
+    /// As deviceFileExists, but fails when the board doesn't answer.
+    [[nodiscard]] Async<bool> lookForDeviceFile(QString path);
     /// Creates or replaces the file of \p permit. When the board fails at it, it is listed again
     /// from the event loop. Fails with `BoardReplaced` when the permit was given for another
     /// connection. Shown as a transfer, which can be canceled, when the content is not small.

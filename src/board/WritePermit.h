@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <memory>
+#include <stop_token>
 #include <utility>
 
 namespace Korvane {
@@ -30,7 +31,13 @@ public:
     }
     /// For whose action the file is written, for questions that come up while it is written.
     [[nodiscard]] UserPrompts::Asker asker() const { return m_asker; }
-    void setAsker(UserPrompts::Asker asker) { m_asker = asker; }
+    /// Ends the questions that come up, as UserPrompts::Confirmation::withdrawn.
+    [[nodiscard]] std::stop_token withdrawn() const { return m_withdrawn; }
+    void setAsker(UserPrompts::Asker asker, std::stop_token withdrawn)
+    {
+        m_asker = asker;
+        m_withdrawn = std::move(withdrawn);
+    }
 
 private:
     friend class DeviceFiles;
@@ -61,6 +68,7 @@ private:
     QString m_path;
     int m_connection;
     UserPrompts::Asker m_asker = UserPrompts::Asker::User;
+    std::stop_token m_withdrawn;
     std::shared_ptr<const Claim> m_claim;
 };
 

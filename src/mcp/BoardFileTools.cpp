@@ -2,15 +2,75 @@
 
 #include "app/AppState.h"
 #include "base/Utf8.h"
+#include "board/DeviceLink.h"
 #include "mcp/MCPToolError.h"
 #include "mcp/ToolTexts.h"
 
+#include <functional>
+#include <stop_token>
 #include <utility>
 
 namespace Korvane {
 
 using namespace Qt::StringLiterals;
 using namespace ToolTexts;
+
+namespace {
+
+const QString writeOperation = u"Device write"_s;
+const QString deleteOperation = u"Delete"_s;
+
+} // namespace
+
+/// A question of one call. It ends, waiting or open, when the call is not wanted any more or the
+/// connection to the board ends.
+class BoardFileTools::Question final
+{
+public:
+    using MakeTexts = std::function<Async<UserPrompts::Texts>()>;
+
+    Question(DeviceLink &link, const std::stop_token &unwanted)
+        : m_unwanted(unwanted, Request{m_end})
+    {
+        QObject::connect(&link, &DeviceLink::ended, &m_context, Request{m_end});
+    }
+
+    /// To be asked once, and while this exists. It is not asked when \p makeTexts fails.
+    [[nodiscard]] UserPrompts::Confirmation confirmation(MakeTexts makeTexts)
+    {
+        UserPrompts::Confirmation confirmation;
+        confirmation.asker = UserPrompts::Asker::Assistant;
+        confirmation.withdrawn = m_end.get_token();
+        confirmation.prepare = [this, makeTexts = std::move(makeTexts)] {
+            return prepare(makeTexts());
+        };
+        return confirmation;
+    }
+    /// Why it was not asked.
+    [[nodiscard]] const std::optional<Error> &notAsked() const { return m_notAsked; }
+    [[nodiscard]] bool hasEnded() const { return m_end.get_token().stop_requested(); }
+
+private:
+    struct Request
+    {
+        std::stop_source end;
+        void operator()() const { std::stop_source(end).request_stop(); }
+    };
+
+    QCoro::Task<std::optional<UserPrompts::Texts>> prepare(Async<UserPrompts::Texts> making)
+    {
+        const auto texts = co_await std::move(making);
+        if (texts)
+            co_return *texts;
+        m_notAsked = texts.error();
+        co_return std::nullopt;
+    }
+
+    std::stop_source m_end;
+    std::stop_callback<Request> m_unwanted;
+    std::optional<Error> m_notAsked;
+    QObject m_context;
+};
 
 BoardFileTools::BoardFileTools(AppState &state, BoardQueue &queue)
     : m_state(state)
@@ -72,44 +132,42 @@ BoardFileTools::Answer BoardFileTools::write(ToolArguments arguments, CallStop s
         co_return content.error();
     const QString size = QString::number(content->toUtf8().size());
     DeviceFiles &files = m_state.deviceFiles();
+    WritePermit permit = files.permitWrite(*path);
 
-    if (m_state.programRun().deviceProgramRunning())
-        co_return failed(MCPToolError::programRunning(u"Device write"_s));
+    if (const auto ready = check(stop, permit, writeOperation); !ready)
+        co_return ready.error();
     auto turn = co_await m_queue.turn(stop);
     if (!turn)
         co_return turn.error();
+    if (const auto ready = check(stop, permit, writeOperation); !ready)
+        co_return ready.error();
 
-    WritePermit permit = files.permitWrite(*path);
     if (asksFirst()) {
         turn->reset(); // other calls continue while the question waits and is open
+        Question question(m_state.link(), stop.unwanted);
         DeviceFiles::WriteRequest request;
         request.path = *path;
         request.declined = MCPToolError::writeDeclined(*path);
         request.looksForPath = false;
-        request.question = [this, path = *path, size, stop](bool) {
-            UserPrompts::Confirmation question;
-            question.asker = UserPrompts::Asker::Assistant;
-            question.withdrawn = stop.unwanted;
-            question.prepare = [this, path, size, stop, life = m_life.watch()] {
-                return writeQuestion(path, size, stop, life);
-            };
-            return std::optional(std::move(question));
+        request.question = [this, &question, permit, size, stop](bool) {
+            return std::optional(
+                question.confirmation([this, permit, size, stop, life = m_life.watch()] {
+                    return writeQuestion(permit, size, stop, life);
+                }));
         };
         const auto granted = co_await files.requestWrite(std::move(request));
         if (!life)
             co_return MCPToolError::closed();
-        if (!granted && stop.unwanted.stop_requested())
-            co_return MCPToolError::canceled();
-        if (!granted && !isConnected())
-            co_return failed(MCPToolError::notConnected());
         if (!granted)
-            co_return failed(granted.error());
+            co_return whyNot(question, granted.error(), check(stop, permit, writeOperation));
         permit = *granted;
         turn = co_await m_queue.turn(stop);
         if (!turn)
             co_return turn.error();
+        if (const auto ready = check(stop, permit, writeOperation); !ready)
+            co_return ready.error();
     }
-    permit.setAsker(UserPrompts::Asker::Assistant);
+    permit.setAsker(UserPrompts::Asker::Assistant, stop.unwanted);
     const auto written = co_await files.writeTextToDevice(*content, permit, *path);
     if (!life)
         co_return MCPToolError::closed();
@@ -128,46 +186,40 @@ BoardFileTools::Answer BoardFileTools::remove(ToolArguments arguments, CallStop 
     if (!path)
         co_return path.error();
     DeviceFiles &files = m_state.deviceFiles();
-    if (m_state.programRun().deviceProgramRunning())
-        co_return failed(MCPToolError::programRunning(u"Delete"_s));
+    const WritePermit permit = files.permitWrite(*path);
+    if (const auto ready = check(stop, permit, deleteOperation); !ready)
+        co_return ready.error();
     auto turn = co_await m_queue.turn(stop);
     if (!turn)
         co_return turn.error();
-    co_await files.refreshDeviceFiles();
+    const auto found = co_await find(permit, stop);
     if (!life)
         co_return MCPToolError::closed();
-    if (!isConnected())
-        co_return MCPToolError::notConnected();
-    if (const auto &error = files.listingError())
-        co_return *error;
-    const DeviceFileNode *found = files.deviceNode(*path);
     if (!found)
-        co_return MCPToolError::notThere(*path);
-    const DeviceFileNode node = *found; // valid beyond the next listing
+        co_return found.error();
+    const auto node = std::make_shared<DeviceFileNode>(*found);
 
     if (asksFirst()) {
-        UserPrompts::Confirmation question;
-        question.title = u"Let Claude delete “"_s + *path + u"”?"_s;
-        question.message = node.isDirectory
-            ? u"Removes the directory from "_s + deviceName() + u". It must be empty."_s
-            : u"Removes %1 bytes from "_s.arg(node.size) + deviceName()
-                + u". This cannot be undone."_s;
-        question.confirmTitle = u"Delete"_s;
-        question.withdrawn = stop.unwanted;
         turn->reset();
-        question.asker = UserPrompts::Asker::Assistant;
+        Question question(m_state.link(), stop.unwanted);
+        auto confirmation =
+            question.confirmation([this, permit, node, stop, life = m_life.watch()] {
+                return removeQuestion(permit, node, stop, life);
+            });
         Error declined = MCPToolError::deletionDeclined(*path);
         const auto confirmed =
-            co_await files.confirmAction(std::move(question), std::move(declined));
+            co_await files.confirmAction(std::move(confirmation), std::move(declined));
         if (!life)
             co_return MCPToolError::closed();
         if (!confirmed)
-            co_return failed(confirmed.error());
+            co_return whyNot(question, confirmed.error(), check(stop, permit, deleteOperation));
         turn = co_await m_queue.turn(stop);
         if (!turn)
             co_return turn.error();
+        if (const auto ready = check(stop, permit, deleteOperation); !ready)
+            co_return ready.error();
     }
-    const auto deleted = co_await files.deleteDeviceNode(node);
+    const auto deleted = co_await files.deleteDeviceNode(*node);
     if (!life)
         co_return MCPToolError::closed();
     if (!deleted && !deleted.error().message.isEmpty())
@@ -182,22 +234,26 @@ BoardFileTools::Answer BoardFileTools::remove(ToolArguments arguments, CallStop 
 
 /// The text of the question, at the time when it is opened. The board is asked whether the file
 /// exists, unless it is busy: questions of the user must not wait for that.
-QCoro::Task<std::optional<UserPrompts::Texts>> BoardFileTools::writeQuestion(QString path,
-                                                                             QString size,
-                                                                             CallStop stop,
-                                                                             Lifetime::Watch life)
+Async<UserPrompts::Texts> BoardFileTools::writeQuestion(WritePermit permit, QString size,
+                                                        CallStop stop, Lifetime::Watch life)
 {
-    if (!life || !isConnected())
-        co_return std::nullopt;
+    if (!life)
+        co_return MCPToolError::closed();
+    if (const auto ready = check(stop, permit, writeOperation); !ready)
+        co_return ready.error();
+    const QString path = permit.path();
     std::optional<bool> exists;
     if (m_queue.isFree()) {
         const auto turn = co_await m_queue.turn(stop);
-        if (!turn || !isConnected())
-            co_return std::nullopt;
-        const bool isThere = co_await m_state.deviceFiles().deviceFileExists(path);
-        if (!life || !isConnected())
-            co_return std::nullopt;
-        exists = isThere;
+        if (!turn)
+            co_return turn.error();
+        const auto isThere = co_await m_state.deviceFiles().lookForDeviceFile(path);
+        if (!life)
+            co_return MCPToolError::closed();
+        if (const auto ready = check(stop, permit, writeOperation); !ready)
+            co_return ready.error();
+        if (isThere)
+            exists = *isThere;
     }
     const QString place = path + u" on "_s + deviceName();
     UserPrompts::Texts texts;
@@ -211,6 +267,80 @@ QCoro::Task<std::optional<UserPrompts::Texts>> BoardFileTools::writeQuestion(QSt
         texts.message = size + u" bytes, creating a new file on "_s + deviceName() + u'.';
     texts.confirmTitle = exists.value_or(true) ? u"Replace"_s : u"Write"_s;
     co_return texts;
+}
+
+/// As `writeQuestion`. \p node is what is to be deleted, as of the last listing; it is looked for
+/// again unless the board is busy.
+Async<UserPrompts::Texts> BoardFileTools::removeQuestion(WritePermit permit,
+                                                         std::shared_ptr<DeviceFileNode> node,
+                                                         CallStop stop, Lifetime::Watch life)
+{
+    if (!life)
+        co_return MCPToolError::closed();
+    if (const auto ready = check(stop, permit, deleteOperation); !ready)
+        co_return ready.error();
+    if (m_queue.isFree()) {
+        const auto turn = co_await m_queue.turn(stop);
+        if (!turn)
+            co_return turn.error();
+        const auto found = co_await find(permit, stop);
+        if (!life)
+            co_return MCPToolError::closed();
+        if (!found)
+            co_return found.error();
+        *node = *found;
+    }
+    UserPrompts::Texts texts;
+    texts.title = u"Let Claude delete “"_s + permit.path() + u"”?"_s;
+    texts.message = node->isDirectory
+        ? u"Removes the directory from "_s + deviceName() + u". It must be empty."_s
+        : u"Removes %1 bytes from "_s.arg(node->size) + deviceName()
+            + u". This cannot be undone."_s;
+    texts.confirmTitle = u"Delete"_s;
+    co_return texts;
+}
+
+/// Lists the board, and looks for what is to be deleted. The caller has the turn.
+Async<DeviceFileNode> BoardFileTools::find(WritePermit permit, CallStop stop)
+{
+    const auto life = m_life.watch();
+    DeviceFiles &files = m_state.deviceFiles();
+    if (const auto ready = check(stop, permit, deleteOperation); !ready)
+        co_return ready.error();
+    co_await files.refreshDeviceFiles();
+    if (!life)
+        co_return MCPToolError::closed();
+    if (const auto ready = check(stop, permit, deleteOperation); !ready)
+        co_return ready.error();
+    if (const auto &error = files.listingError())
+        co_return *error;
+    const DeviceFileNode *found = files.deviceNode(permit.path());
+    if (!found)
+        co_return MCPToolError::notThere(permit.path());
+    co_return DeviceFileNode(*found);
+}
+
+Result<void> BoardFileTools::check(const CallStop &stop, const WritePermit &permit,
+                                   const QString &operation)
+{
+    if (stop.unwanted.stop_requested())
+        return MCPToolError::canceled();
+    if (!isConnected())
+        return failed(MCPToolError::notConnected());
+    if (!m_state.deviceFiles().check(permit))
+        return failed(MCPToolError::boardReplaced());
+    if (m_state.programRun().deviceProgramRunning())
+        return failed(MCPToolError::programRunning(operation));
+    return {};
+}
+
+/// Why a question was not answered with yes: \p declined, unless it was not asked or has ended.
+Error BoardFileTools::whyNot(const Question &question, const Error &declined,
+                             const Result<void> &ready)
+{
+    if (question.notAsked())
+        return *question.notAsked();
+    return question.hasEnded() && !ready ? ready.error() : failed(declined);
 }
 
 bool BoardFileTools::isConnected() const

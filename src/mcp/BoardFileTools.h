@@ -1,11 +1,14 @@
 #pragma once
 
+#include "base/Async.h"
 #include "base/Lifetime.h"
 #include "base/UserPrompts.h"
+#include "board/BoardRecords.h"
+#include "board/WritePermit.h"
 #include "mcp/BoardQueue.h"
 #include "mcp/ToolSet.h"
 
-#include <optional>
+#include <memory>
 
 namespace Korvane {
 
@@ -29,8 +32,20 @@ public:
     [[nodiscard]] Answer remove(ToolArguments arguments, CallStop stop);
 
 private:
-    [[nodiscard]] QCoro::Task<std::optional<UserPrompts::Texts>> writeQuestion(
-        QString path, QString size, CallStop stop, Lifetime::Watch life);
+    class Question;
+
+    [[nodiscard]] Async<UserPrompts::Texts> writeQuestion(WritePermit permit, QString size,
+                                                          CallStop stop, Lifetime::Watch life);
+    [[nodiscard]] Async<UserPrompts::Texts> removeQuestion(WritePermit permit,
+                                                           std::shared_ptr<DeviceFileNode> node,
+                                                           CallStop stop, Lifetime::Watch life);
+    [[nodiscard]] Async<DeviceFileNode> find(WritePermit permit, CallStop stop);
+    /// Whether a call that began with \p permit may change the board now; \p operation is for the
+    /// message. To be tested after each wait.
+    [[nodiscard]] Result<void> check(const CallStop &stop, const WritePermit &permit,
+                                     const QString &operation);
+    [[nodiscard]] Error whyNot(const Question &question, const Error &declined,
+                               const Result<void> &ready);
     [[nodiscard]] bool isConnected() const;
     [[nodiscard]] bool asksFirst() const;
     [[nodiscard]] QString deviceName() const;

@@ -254,8 +254,10 @@ private slots:
               u"Let Claude delete “/a”? | Removes 3 bytes from %1. This cannot be undone."
               " | Delete"_s);
         QCOMPARE(box->call("read_device_file|path=/a"), "xyz");
+        box->prompts.waiting = [&] { box->call("run_code|code=import os\nos.remove('/a')"); };
+        QCOMPARE(box->call("delete_device_file|path=/a"), "! /a is not on the device.");
         box->settings.setFlag(Settings::autoApproveWrites, true); // takes effect at once
-        QCOMPARE(box->call("delete_device_file|path=/a"), "Deleted /a.");
+        QCOMPARE(box->call("write_device_file|path=/a|content="), "Wrote 0 bytes to /a.");
         QCOMPARE(box->prompts.takeAsked(), QString());
     }
 
@@ -270,12 +272,12 @@ private slots:
             board.forget();
         };
         const QByteArray write = "write_device_file|path=/a|content=x";
-        QCOMPARE(
-            box.call(write),
-            "! Nothing was changed: the board was connected anew while the question was open.");
+        QCOMPARE(box.call(write),
+                 "! Nothing was done: the board was connected anew while the call was waiting.");
         QVERIFY2(!board.transcript().contains(u"wb"_s), qPrintable(board.transcript()));
+        QVERIFY(box.prompts.takeAsked().contains(u"if there is one"_s)); // it didn't answer
         box.prompts.meanwhile = [&] { box.state->link().disconnectDevice(); };
-        QCOMPARE(box.call(write), "! Device write failed: Not connected");
+        QCOMPARE(box.call(write), noBoard);
     }
 
     void reportsADeletionThatTheBoardDoesNotConfirm()
@@ -328,11 +330,17 @@ private slots:
         QCOMPARE(ToolsFixture::told(awaited(std::move(first))), "1\n");
         // A call whose question is open.
         std::stop_source closed;
-        box->stop.unwanted = closed.get_token();
+        box->stop = {};
+        box->call("write_device_file|path=/kept|content=");
         box->settings.setFlag(Settings::autoApproveWrites, false);
         box->prompts.meanwhile = [&] { closed.request_stop(); };
-        QCOMPARE(box->call("write_device_file|path=/never|content=x"), canceled);
-        QVERIFY(!box->prompts.takeAsked().isEmpty());
+        for (const QByteArray line :
+             {"write_device_file|path=/never|content=x", "delete_device_file|path=/kept"}) {
+            closed = std::stop_source();
+            box->stop.unwanted = closed.get_token();
+            QCOMPARE(box->call(line), canceled);
+            QVERIFY(!box->prompts.takeAsked().isEmpty());
+        }
         box->stop = {};
         QVERIFY(!box->call("list_device_files").contains("never"));
     }
@@ -360,10 +368,14 @@ private slots:
         const auto box = connected();
         box->call("write_device_file|path=/a|content=");
         box->settings.setFlag(Settings::autoApproveWrites, false);
-        box->write(u"print('on')\nwhile True: pass"_s);
-        box->run();
-        QTRY_VERIFY(box->text().contains("on\n"));
+        box->prompts.waiting = [&] {
+            box->write(u"print('on')\nwhile True: pass"_s);
+            box->run();
+            QTRY_VERIFY(box->text().contains("on\n"));
+        };
         const QByteArray busy = "The device is running a program — stop it first";
+        QCOMPARE(box->call("write_device_file|path=/a|content=x"),
+                 "! Device write failed: " + busy);
         QCOMPARE(box->call("run_code|code=1"), "! " + busy);
         QCOMPARE(box->call("list_device_files"), "! Device file listing failed: " + busy);
         QCOMPARE(box->call("delete_device_file|path=/a"), "! Delete failed: " + busy);

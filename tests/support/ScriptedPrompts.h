@@ -44,7 +44,7 @@ public:
             parts << question.dontAskAgainPath;
         asked << parts.join(QStringLiteral(" | "));
         meanwhile();
-        co_return confirmation;
+        co_return question.withdrawn.stop_requested() ? ConfirmationAnswer() : confirmation;
     }
     QCoro::Task<int> choose(Choice question) override
     {
