@@ -206,13 +206,15 @@ Async<void> FileTransfer::sendFiles(QList<CopyItem> files, QString localFolder, 
     for (qsizetype i = 0; i < files.size(); ++i) {
         const QString relative = files[i].relativePath;
         running.setStatus(copyProgress(relative, i, files.size()));
-        if (running.isCanceled())
+        if (running.isCanceled()) {
+            m_files.refreshDeviceFiles(); // shows the files before this one
             co_return copyStoppedAt(relative, i, files.size(), DeviceError::cancelled());
+        }
         const auto reader = co_await m_local.openReader(localFolder + u'/' + relative);
         if (!reader && reader.error().code == ErrorCode::Closed)
             co_return reader.error();
         if (!reader) {
-            m_files.refreshDeviceFiles(); // shows the files before this one
+            m_files.refreshDeviceFiles();
             co_return Error{ErrorCode::File, u"Copy stopped — cannot read "_s + relative + u'.'};
         }
         const auto written =
