@@ -156,8 +156,11 @@ void PromptDialogs::endWait(Waiting &waiting)
     waiting.hasEnded = true;
     if (waiting.turn)
         waiting.turn->deliver(false);
-    if (waiting.preparation)
-        waiting.preparation->deliver(std::nullopt);
+    if (waiting.preparation) {
+        // Of std::nullopt GCC 12 says that it is used uninitialized.
+        static const std::optional<Texts> nothing;
+        waiting.preparation->deliver(nothing);
+    }
 }
 
 void PromptDialogs::declineAssistant()
