@@ -71,7 +71,7 @@ class tst_DeviceStreamScanner final : public QObject
     Q_OBJECT
 
 private slots:
-    void readsTheSameHoweverItIsSplit_data()
+    void scansTheSameForEverySplit_data()
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<Outcome>("expected");

@@ -11,7 +11,7 @@ class tst_PythonSource final : public QObject
 
 private slots:
     // One letter for each line: b(lank), s(tatement), h(eader), c(ontinuation).
-    void tellsTheRolesOfLines_data()
+    void classifiesLines_data()
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("roles");
