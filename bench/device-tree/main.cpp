@@ -59,7 +59,7 @@ int main(int argc, char **argv)
     const QString output = listing(entries);
     FileListView view;
     view.resize(240, 600);
-    view.show();
+    view.setVisible(true); // its own show() is private
     QCoreApplication::processEvents();
 
     std::vector<double> parsing;
