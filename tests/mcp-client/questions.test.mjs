@@ -53,6 +53,22 @@ test('a canceled call takes its question back', async () => {
     assert.equal(await ask('list_device_files'), '/ is empty.');
 });
 
+test('a client that leaves takes its question back', async () => {
+    const leaving = await korvane.client();
+    leaving.callTool({ name: 'write_device_file', arguments: { path: '/c', content: '' } }).catch(() => {});
+    while (!await korvane.question())
+        await client.ping();
+    await leaving.close();
+    while (await korvane.question())
+        await client.ping();
+});
+
+test('a line of megabytes and arguments that are refused', async () => {
+    assert.match(await ask('open_in_editor', { name: 'long.py', content: 'A'.repeat(4e6) }), /^Opened long\.py/);
+    assert.match(await ask('run_code', { code: '1', timeout: -1 }), /^! The timeout must be/);
+    assert.match(await ask('run_code', { code: 'print(1)\x04' }), /^! .*control character/i);
+});
+
 test('the program ends while a question is open', async () => {
     // Its answer never comes; `after` sees that the program ends in order.
     ask('write_device_file', { path: '/late', content: '' }).catch(() => {});
