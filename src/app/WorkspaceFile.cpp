@@ -18,9 +18,6 @@ const QString selectedKey = QStringLiteral("selected");
 const QString folderKey = QStringLiteral("folder");
 const QString recentFilesKey = QStringLiteral("recentFiles");
 const QString recentFoldersKey = QStringLiteral("recentFolders");
-const QString pathKey = QStringLiteral("path");
-const QString devicePathKey = QStringLiteral("devicePath");
-const QString boardKey = QStringLiteral("board");
 const QString caretKey = QStringLiteral("caret");
 const QString lineKey = QStringLiteral("firstVisibleLine");
 const QString breakpointsKey = QStringLiteral("breakpoints");
@@ -38,10 +35,7 @@ QStringList pathsIn(const QJsonValue &value)
 WorkspaceFile::Document documentIn(const QJsonObject &object)
 {
     WorkspaceFile::Document document;
-    if (const QString path = object[pathKey].toString(); QDir::isAbsolutePath(path))
-        document.place = DocumentPlace::local(path);
-    else if (const QString onBoard = object[devicePathKey].toString(); onBoard.startsWith(u'/'))
-        document.place = DocumentPlace::onBoard(object[boardKey].toString(), onBoard);
+    document.place = DocumentPlace::readFrom(object);
     document.caret = std::max(0, object[caretKey].toInt());
     document.firstVisibleLine = std::max(1, object[lineKey].toInt());
     for (const QJsonValue line : object[breakpointsKey].toArray()) {
@@ -54,12 +48,7 @@ WorkspaceFile::Document documentIn(const QJsonObject &object)
 QJsonObject objectOf(const WorkspaceFile::Document &document)
 {
     QJsonObject object{{caretKey, document.caret}, {lineKey, document.firstVisibleLine}};
-    if (document.place.kind == DocumentPlace::Kind::Board) {
-        object[devicePathKey] = document.place.path;
-        object[boardKey] = document.place.board;
-    } else {
-        object[pathKey] = document.place.path;
-    }
+    document.place.writeTo(object);
     QJsonArray lines;
     for (const int line : document.breakpoints)
         lines.append(line);

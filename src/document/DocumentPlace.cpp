@@ -2,10 +2,15 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QJsonObject>
 
 namespace Korvane {
 
 namespace {
+
+const QString pathKey = QStringLiteral("path");
+const QString devicePathKey = QStringLiteral("devicePath");
+const QString boardKey = QStringLiteral("board");
 
 bool isPathWithin(const QString &path, const QString &folder)
 {
@@ -73,6 +78,30 @@ DocumentPlace DocumentPlace::moved(const DocumentPlace &from, const DocumentPlac
     if (isPathWithin(path, from.path)) // also by way of a link, which still leads to its target
         result.path = to.path + path.sliced(from.path.size());
     return result;
+}
+
+DocumentPlace DocumentPlace::readFrom(const QJsonObject &object)
+{
+    if (const QString path = object[pathKey].toString(); QDir::isAbsolutePath(path))
+        return local(path);
+    if (const QString path = object[devicePathKey].toString(); path.startsWith(u'/'))
+        return onBoard(object[boardKey].toString(), path);
+    return {};
+}
+
+void DocumentPlace::writeTo(QJsonObject &object) const
+{
+    switch (kind) {
+    case Kind::Nowhere:
+        break;
+    case Kind::Local:
+        object[pathKey] = path;
+        break;
+    case Kind::Board:
+        object[devicePathKey] = path;
+        object[boardKey] = board;
+        break;
+    }
 }
 
 } // namespace Korvane

@@ -2,6 +2,8 @@
 
 #include <QString>
 
+class QJsonObject;
+
 namespace Korvane {
 
 /// The file that a document belongs to: none, a local file, or a file of one board.
@@ -33,6 +35,12 @@ struct DocumentPlace
     [[nodiscard]] bool isWithin(const DocumentPlace &other) const;
     /// Where this place is after \p from, which it is within, was moved to \p to.
     [[nodiscard]] DocumentPlace moved(const DocumentPlace &from, const DocumentPlace &to) const;
+
+    /// The place that `writeTo` has written into \p object; nowhere when there is none, or when its
+    /// path is not absolute.
+    [[nodiscard]] static DocumentPlace readFrom(const QJsonObject &object);
+    /// Adds "path", or "devicePath" and "board", to \p object; nothing for nowhere.
+    void writeTo(QJsonObject &object) const;
 
     friend bool operator==(const DocumentPlace &, const DocumentPlace &) = default;
 };

@@ -12,23 +12,11 @@ namespace Korvane {
 namespace {
 
 const QString nameKey = QStringLiteral("name");
-const QString pathKey = QStringLiteral("path");
-const QString devicePathKey = QStringLiteral("devicePath");
-const QString boardKey = QStringLiteral("board");
 const QString textKey = QStringLiteral("text");
 const QString savedTextKey = QStringLiteral("savedText");
 const QString suffix = QStringLiteral(".json");
 
 constexpr auto ownerOnly = QFile::ReadOwner | QFile::WriteOwner;
-
-DocumentPlace placeIn(const QJsonObject &copy)
-{
-    if (const QString path = copy[pathKey].toString(); !path.isEmpty())
-        return DocumentPlace::local(path);
-    if (const QString path = copy[devicePathKey].toString(); !path.isEmpty())
-        return DocumentPlace::onBoard(copy[boardKey].toString(), path);
-    return {};
-}
 
 } // namespace
 
@@ -38,8 +26,8 @@ std::optional<RecoveryCopy> RecoveryCopy::read(const QString &file)
     const QJsonObject content = bytes ? QJsonDocument::fromJson(*bytes).object() : QJsonObject();
     if (content.isEmpty())
         return std::nullopt;
-    RecoveryCopy copy{content[nameKey].toString(), placeIn(content), content[textKey].toString(),
-                      std::nullopt};
+    RecoveryCopy copy{content[nameKey].toString(), DocumentPlace::readFrom(content),
+                      content[textKey].toString(), std::nullopt};
     if (content.contains(savedTextKey))
         copy.savedText = content[savedTextKey].toString();
     return copy;
@@ -47,12 +35,8 @@ std::optional<RecoveryCopy> RecoveryCopy::read(const QString &file)
 
 Result<void> RecoveryCopy::write(const QString &file) const
 {
-    const bool isOnBoard = place.kind == DocumentPlace::Kind::Board;
-    QJsonObject content{{nameKey, name},
-                        {pathKey, isOnBoard ? QString() : place.path},
-                        {devicePathKey, isOnBoard ? place.path : QString()},
-                        {boardKey, place.board},
-                        {textKey, fileText}};
+    QJsonObject content{{nameKey, name}, {textKey, fileText}};
+    place.writeTo(content);
     if (savedText)
         content[savedTextKey] = *savedText;
     return LocalFile::writeAtomically(file, QJsonDocument(content).toJson(QJsonDocument::Compact),

@@ -70,7 +70,7 @@ public:
     virtual void createFolder() = 0;
     /// The actions must outlive this. Those for entries have their keys in the list.
     void setMenuActions(const MenuActions &actions);
-    /// What is dragged here may be dropped, also on what stands for this pane elsewhere.
+    /// Whether \p dropped may be dropped on this pane, or on the tab that shows it.
     [[nodiscard]] bool acceptsDrop(const QMimeData &dropped) const { return accepts(dropped); }
     /// Drops \p dropped into the folder that is shown; false when it is refused.
     bool dropHere(const QMimeData &dropped);
