@@ -7,6 +7,7 @@
 #include "mcp/ToolTexts.h"
 
 #include <functional>
+#include <memory>
 #include <stop_token>
 #include <utility>
 
@@ -41,13 +42,13 @@ public:
         UserPrompts::Confirmation confirmation;
         confirmation.asker = UserPrompts::Asker::Assistant;
         confirmation.withdrawn = m_end.get_token();
-        confirmation.prepare = [this, makeTexts = std::move(makeTexts)] {
-            return prepare(makeTexts());
+        confirmation.prepare = [notAsked = m_notAsked, makeTexts = std::move(makeTexts)] {
+            return prepare(makeTexts(), notAsked);
         };
         return confirmation;
     }
     /// Why it was not asked.
-    [[nodiscard]] const std::optional<Error> &notAsked() const { return m_notAsked; }
+    [[nodiscard]] const std::optional<Error> &notAsked() const { return *m_notAsked; }
     [[nodiscard]] bool hasEnded() const { return m_end.get_token().stop_requested(); }
 
 private:
@@ -57,18 +58,20 @@ private:
         void operator()() const { std::stop_source(end).request_stop(); }
     };
 
-    QCoro::Task<std::optional<UserPrompts::Texts>> prepare(Async<UserPrompts::Texts> making)
+    static QCoro::Task<std::optional<UserPrompts::Texts>> prepare(
+        Async<UserPrompts::Texts> making, std::shared_ptr<std::optional<Error>> notAsked)
     {
         const auto texts = co_await std::move(making);
         if (texts)
             co_return *texts;
-        m_notAsked = texts.error();
+        *notAsked = texts.error();
         co_return std::nullopt;
     }
 
     std::stop_source m_end;
     std::stop_callback<Request> m_unwanted;
-    std::optional<Error> m_notAsked;
+    /// Shared with the preparation, which may end after this when the question ends before it.
+    std::shared_ptr<std::optional<Error>> m_notAsked = std::make_shared<std::optional<Error>>();
     QObject m_context;
 };
 
