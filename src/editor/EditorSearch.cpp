@@ -30,10 +30,21 @@ EditorSearch::EditorSearch(CodeEditorView &view)
 {
     m_delay.setSingleShot(true);
     m_delay.setInterval(recountDelay);
-    connect(&m_delay, &QTimer::timeout, this, &EditorSearch::searchAgain);
-    connect(&view, &CodeEditorView::barChanged, this, &EditorSearch::showFound);
+    connect(&m_delay, &QTimer::timeout, this, [this] {
+        refresh();
+        if (!m_isReplacedShown)
+            showCount();
+        showFound();
+    });
+    connect(&view, &CodeEditorView::barChanged, this, [this] {
+        if (!isOpen())
+            forgetScope();
+        showFound();
+    });
     connect(&view, &CodeEditorView::contentShown, this, [this] {
         m_isStale = true;
+        if (m_scopeStart.isNull() || m_scopeStart.document() != m_view.document())
+            forgetScope();
         if (isOpen())
             m_delay.start();
     });
@@ -55,7 +66,7 @@ FindBar &EditorSearch::bar()
     connect(m_bar, &FindBar::searchChanged, this, &EditorSearch::searchFromOrigin);
     connect(m_bar, &FindBar::nextRequested, this, &EditorSearch::findNext);
     connect(m_bar, &FindBar::previousRequested, this, &EditorSearch::findPrevious);
-    connect(m_bar, &FindBar::inSelectionChanged, this, &EditorSearch::setScope);
+    connect(m_bar, &FindBar::inSelectionRequested, this, &EditorSearch::setInSelection);
     connect(m_bar, &FindBar::replaceRequested, this, &EditorSearch::replace);
     connect(m_bar, &FindBar::replaceAllRequested, this, &EditorSearch::replaceAll);
     connect(m_bar, &FindBar::closeRequested, &m_view, [this] { m_view.setBar(nullptr); });
@@ -84,10 +95,9 @@ void EditorSearch::show(bool withReplace)
     const QString selected = m_view.text().mid(start, selection.selectionEnd() - start);
     bar().setReplaceShown(withReplace);
     m_view.setBar(m_bar);
-    m_isReplacedShown = false;
     if (selected.contains(u'\n')) {
         if (withReplace)
-            m_bar->setInSelection(true);
+            setInSelection(true);
     } else if (!selected.isEmpty()) {
         m_bar->setQuery(selected);
         m_bar->takeFocus(); // selects what is now there
@@ -160,26 +170,32 @@ void EditorSearch::replaceAll()
 }
 
 /// Searches only in what is selected now, or in everything again.
-void EditorSearch::setScope()
+void EditorSearch::setInSelection(bool isInSelection)
 {
     const QTextCursor selected = m_view.textCursor();
-    m_scopeStart = m_scopeEnd = QTextCursor();
-    if (m_bar->isInSelection() && selected.hasSelection()) {
+    forgetScope();
+    if (isInSelection && selected.hasSelection()) {
         m_scopeStart = m_scopeEnd = QTextCursor(m_view.document());
         m_scopeStart.setPosition(selected.selectionStart());
         m_scopeStart.setKeepPositionOnInsert(true);
         m_scopeEnd.setPosition(selected.selectionEnd());
-    } else {
-        m_bar->setInSelection(false);
+        m_bar->setInSelection(true);
     }
-    m_isStale = true;
     searchAgain();
+}
+
+void EditorSearch::forgetScope()
+{
+    m_scopeStart = m_scopeEnd = QTextCursor();
+    m_isStale = true;
+    if (m_bar)
+        m_bar->setInSelection(false);
 }
 
 /// The part of the text that is searched.
 TextSelection EditorSearch::scope() const
 {
-    if (m_scopeStart.isNull() || m_scopeStart.document() != m_view.document())
+    if (m_scopeStart.isNull())
         return {0, static_cast<int>(m_view.text().size())};
     return {m_scopeStart.position(), m_scopeEnd.position()};
 }
@@ -187,7 +203,6 @@ TextSelection EditorSearch::scope() const
 void EditorSearch::searchFromOrigin()
 {
     const int origin = m_origin;
-    m_isReplacedShown = false;
     refresh();
     const QScopedValueRollback guard(m_isSelecting, true);
     if (m_found.empty()) {
@@ -203,8 +218,7 @@ void EditorSearch::searchFromOrigin()
 void EditorSearch::searchAgain()
 {
     refresh();
-    if (!m_isReplacedShown)
-        showCount();
+    showCount();
     showFound();
 }
 
@@ -214,8 +228,6 @@ void EditorSearch::refresh()
     if (!m_isStale && search == m_search)
         return;
     m_search = search;
-    if (m_bar && !m_scopeStart.isNull() && m_scopeStart.document() != m_view.document())
-        m_bar->setInSelection(false); // it was in another document
     auto found = m_search.find(m_view.textWithPieceEnds());
     m_fault = found ? QString() : found.error().message;
     m_found = found ? std::move(*found) : Places();
@@ -241,6 +253,7 @@ bool EditorSearch::isSelected(const TextSearch::Match &place) const
 
 void EditorSearch::showCount()
 {
+    m_isReplacedShown = false;
     if (!isOpen() || m_isStale)
         return;
     if (!m_fault.isEmpty()) {

@@ -42,7 +42,8 @@ private:
     void searchFromOrigin();
     void searchAgain();
     void refresh();
-    void setScope();
+    void setInSelection(bool isInSelection);
+    void forgetScope();
     [[nodiscard]] TextSelection scope() const;
     void replace();
     void replaceAll();

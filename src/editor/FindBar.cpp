@@ -62,7 +62,7 @@ FindBar::FindBar(QWidget *parent)
     connect(field(), &QLineEdit::textChanged, this, &FindBar::searchChanged);
     for (const QToolButton *button : {m_matchCase, m_wholeWords, m_regularExpression})
         connect(button, &QToolButton::toggled, this, &FindBar::searchChanged);
-    connect(m_inSelection, &QToolButton::toggled, this, &FindBar::inSelectionChanged);
+    connect(m_inSelection, &QToolButton::clicked, this, &FindBar::inSelectionRequested);
     connect(next, &QToolButton::clicked, this, &FindBar::nextRequested);
     connect(previous, &QToolButton::clicked, this, &FindBar::previousRequested);
 }
@@ -118,11 +118,6 @@ QString FindBar::replacement() const
 void FindBar::setReplaceShown(bool isShown)
 {
     m_replaceRow->setVisible(isShown);
-}
-
-bool FindBar::isInSelection() const
-{
-    return m_inSelection->isChecked();
 }
 
 void FindBar::setInSelection(bool isInSelection)

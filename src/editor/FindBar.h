@@ -21,7 +21,6 @@ public:
     void setQuery(const QString &query);
     [[nodiscard]] QString replacement() const;
     void setReplaceShown(bool isShown);
-    [[nodiscard]] bool isInSelection() const;
     void setInSelection(bool isInSelection);
 
     /// \p current counts from 1 and is 0 when none of those found is selected.
@@ -34,7 +33,8 @@ public:
 
 signals:
     void searchChanged();
-    void inSelectionChanged();
+    /// The user turns it on or off.
+    void inSelectionRequested(bool isInSelection);
     void nextRequested();
     void previousRequested();
     void replaceRequested();

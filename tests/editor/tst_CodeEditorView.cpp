@@ -1,18 +1,15 @@
 #include "document/EditorFile.h"
 #include "document/PythonTextStorage.h"
 #include "editor/CodeEditorView.h"
-#include "editor/EditorCommands.h"
 #include "editor/LineNumberRulerView.h"
 #include "editor/PythonTextLayout.h"
 #include "theme/Theme.h"
 
 #include <QAbstractTextDocumentLayout>
-#include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QMimeData>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -301,13 +298,6 @@ private slots:
         fixture.putCaret(50);
         fixture.press(Qt::Key_F9);
         QCOMPARE(toggled.takeFirst(), QVariantList{2});
-        QContextMenuEvent event(QContextMenuEvent::Keyboard, QPoint(60, 10), QPoint(60, 10));
-        QApplication::sendEvent(fixture.editor.viewport(), &event);
-        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
-        QVERIFY(menu
-                && menu->actions().contains(
-                    fixture.editor.commands()[EditorCommands::ToggleBreakpoint]));
-        menu->close();
     }
 
     void describesTheGutter()
@@ -401,6 +391,19 @@ private slots:
         QCOMPARE(fixture.editor.text(), u"1a a2\na3 b\nA4"_s);
         fixture.editor.undo();
         QCOMPARE(fixture.editor.text(), before);
+        QTRY_COMPARE(fixture.found(), u"4 found"_s);
+        // Another selection than that of the search before.
+        for (const bool isClosed : {false, true}) {
+            fixture.putCaret(10, 0);
+            fixture.press(Qt::Key_H, Qt::ControlModifier);
+            if (isClosed)
+                fixture.press(Qt::Key_Escape);
+            fixture.putCaret(13, isClosed ? 13 : 6);
+            fixture.press(Qt::Key_H, Qt::ControlModifier);
+            fixture.find<QToolButton>("replaceAll")->click();
+            QCOMPARE(fixture.found(), isClosed ? u"4 replaced"_s : u"2 replaced"_s);
+            fixture.editor.undo();
+        }
         // The bar fits into a narrow editor.
         fixture.editor.resize(300, 300);
         const QRect room(QPoint(), fixture.find<QWidget>("findBar")->size());
