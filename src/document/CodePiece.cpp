@@ -1,5 +1,7 @@
 #include "document/CodePiece.h"
 
+#include "document/PythonIndentation.h"
+
 #include <QStringList>
 
 #include <algorithm>
@@ -21,9 +23,7 @@ bool isBlank(const QString &line)
 
 qsizetype indentation(const QString &line)
 {
-    return std::find_if_not(line.cbegin(), line.cend(),
-                            [](QChar c) { return c == u' ' || c == u'\t'; })
-        - line.cbegin();
+    return PythonIndentation::ofLine(line, 0).size();
 }
 
 } // namespace

@@ -18,6 +18,7 @@ public:
     {
     }
 
+    [[nodiscard]] int width() const { return m_width; }
     /// What a line starts with that is begun at \p position of \p text: as much as the line before,
     /// one step more behind a colon or an opening bracket, one step less behind `return` and the
     /// other statements that end a block. Where brackets were closed, as much as the line that

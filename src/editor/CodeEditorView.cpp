@@ -23,14 +23,9 @@
 
 namespace Korvane {
 
-namespace {
-
-} // namespace
-
 CodeEditorView::CodeEditorView(QWidget *parent)
     : QPlainTextEdit(parent)
     , m_noFile(new EditorFile(QString(), {}, {}, this))
-    , m_indentWidth(PythonIndentation::standardWidth)
 {
     setObjectName(QStringLiteral("editor"));
     setFrameShape(QFrame::NoFrame);
@@ -143,7 +138,7 @@ const QString &CodeEditorView::text() const
 
 QString CodeEditorView::textWithPieceEnds() const
 {
-    return m_file ? m_file->textWithPieceEnds() : text();
+    return m_file->textWithPieceEnds();
 }
 
 void CodeEditorView::putCaret(int position)
@@ -338,8 +333,7 @@ void CodeEditorView::changeEvent(QEvent *event)
 
 void CodeEditorView::setIndentWidth(int blanks)
 {
-    m_indentWidth = blanks;
-    m_commands->setIndentWidth(blanks);
+    m_indentation = PythonIndentation(blanks);
     setCodeFont();
 }
 
@@ -357,7 +351,7 @@ void CodeEditorView::setBlanksShown(bool isShown)
 void CodeEditorView::setCodeFont()
 {
     PythonTextLayout::setOptions(*m_storage,
-                                 {font(), wordWrapMode(), m_indentWidth, m_areBlanksShown});
+                                 {font(), wordWrapMode(), m_indentation.width(), m_areBlanksShown});
 }
 
 void CodeEditorView::contextMenuEvent(QContextMenuEvent *event)

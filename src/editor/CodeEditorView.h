@@ -1,5 +1,7 @@
 #pragma once
 
+#include "document/PythonIndentation.h"
+
 #include <QPlainTextEdit>
 
 #include <utility>
@@ -74,6 +76,7 @@ public:
 
     /// The blanks of a step of indentation, and the width of a tab character. At first 4.
     void setIndentWidth(int blanks);
+    [[nodiscard]] const PythonIndentation &indentation() const { return m_indentation; }
     /// Draws a line behind \p column characters, or none for 0.
     void setLineLengthMark(int column);
     /// Shows blanks and tabs as signs.
@@ -119,7 +122,7 @@ private:
     EditorMarks *m_marks = nullptr;
     EditorBar *m_bar = nullptr; // the one on show
     bool m_areBlanksShown = false;
-    int m_indentWidth;
+    PythonIndentation m_indentation;
     bool m_isPlacingCaret = false;
     int m_keptCaret = 0; // while the whole text is replaced
 };

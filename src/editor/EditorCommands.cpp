@@ -23,7 +23,6 @@ TextSelection selectionOf(const QTextCursor &cursor)
 EditorCommands::EditorCommands(CodeEditorView &view, EditorSearch &search)
     : QObject(&view)
     , m_view(view)
-    , m_indentWidth(PythonIndentation::standardWidth)
 {
     addSearchCommands(search);
     connect(add(ToggleBreakpoint, tr("Toggle &Breakpoint"), Qt::Key_F9), &QAction::triggered, &view,
@@ -87,7 +86,7 @@ void EditorCommands::addLineCommand(Command command, const QString &text, const 
 void EditorCommands::editLines(LinesEdit edit)
 {
     const QString text = m_view.textWithPieceEnds();
-    const LineCommands commands(text, selectionOf(m_view.textCursor()), indentation());
+    const LineCommands commands(text, selectionOf(m_view.textCursor()), m_view.indentation());
     if (const auto changed = (commands.*edit)())
         m_view.apply(*changed);
 }
@@ -116,7 +115,7 @@ bool EditorCommands::handleKey(const QKeyEvent &event)
     case Qt::Key_Tab:
         if (!isPlain)
             return false;
-        m_view.textCursor().insertText(QString(m_indentWidth, u' '));
+        m_view.textCursor().insertText(QString(m_view.indentation().width(), u' '));
         m_view.ensureCursorVisible();
         return true;
     case Qt::Key_Backtab:
@@ -137,7 +136,7 @@ void EditorCommands::beginLine()
     QTextCursor cursor = m_view.textCursor();
     const int start = cursor.selectionStart();
     int end = cursor.selectionEnd();
-    const QString blanks = indentation().ofNewLine(text, start);
+    const QString blanks = m_view.indentation().ofNewLine(text, start);
     const auto ofLine = PythonIndentation::ofLine(text, start).size();
     if (start - PythonIndentation::lineStart(text, start) > ofLine) {
         while (end < text.size() && text[end] == u' ')
@@ -156,7 +155,7 @@ bool EditorCommands::removeStep()
     QTextCursor cursor = m_view.textCursor();
     if (cursor.hasSelection())
         return false;
-    const int count = indentation().stepBefore(m_view.text(), cursor.position());
+    const int count = m_view.indentation().stepBefore(m_view.text(), cursor.position());
     if (count == 0)
         return false;
     cursor.setPosition(cursor.position() - count, QTextCursor::KeepAnchor);

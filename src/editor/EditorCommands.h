@@ -1,7 +1,5 @@
 #pragma once
 
-#include "document/PythonIndentation.h"
-
 #include <QObject>
 
 #include <array>
@@ -51,8 +49,6 @@ public:
     EditorCommands(CodeEditorView &view, EditorSearch &search);
 
     [[nodiscard]] QAction *operator[](Command command) const { return m_actions[command]; }
-    /// The blanks of a step, at least 1.
-    void setIndentWidth(int blanks) { m_indentWidth = blanks; }
     /// Does what the keys Return, Backspace, Tab and Shift+Tab do in code. False for another key,
     /// which the text edit handles.
     bool handleKey(const QKeyEvent &event);
@@ -67,14 +63,12 @@ private:
                         LinesEdit edit);
     void editLines(LinesEdit edit);
     void selectNextOccurrence();
-    [[nodiscard]] PythonIndentation indentation() const { return PythonIndentation(m_indentWidth); }
     void beginLine();
     [[nodiscard]] bool removeStep();
     void openGoToLineBar();
 
     CodeEditorView &m_view;
     GoToLineBar *m_goToLineBar = nullptr; // made when it is opened first
-    int m_indentWidth;
     std::array<QAction *, commandCount> m_actions{};
 };
 
