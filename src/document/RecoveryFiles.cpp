@@ -64,8 +64,8 @@ struct RecoveryFiles::Change
     QString file;
     /// Nothing to remove the recovery file.
     std::optional<RecoveryCopy> copy;
-    /// A leftover that the recovery file replaces; may be empty.
-    QString leftover;
+    /// Recovery files of the same text, which are removed once `copy` is written.
+    QStringList replaced = {};
 
     [[nodiscard]] Result<void> carryOut() const
     {
@@ -75,8 +75,8 @@ struct RecoveryFiles::Change
         } else {
             QFile::remove(file);
         }
-        if (!leftover.isEmpty())
-            QFile::remove(leftover);
+        for (const QString &old : replaced)
+            QFile::remove(old);
         return {};
     }
 };
@@ -139,9 +139,11 @@ void RecoveryFiles::keepClosing(const QUuid &id)
     // Under a name of its own: the document may be closed again after it was opened from here.
     const QString name = QUuid::createUuid().toString(QUuid::WithoutBraces);
     const QString path = RecoveryFolder::copyPath(m_session, name);
-    m_closed.append({path, copyOf(*file), {}});
+    QStringList replaced = m_kept.take(id);
+    replaced << ownCopy(id);
+    m_changed.remove(id);
+    m_closed.append({path, copyOf(*file), replaced});
     m_leftovers.prepend({file->name(), file->place().path, QDateTime::currentDateTime(), path});
-    noteChange(id); // its own recovery file is removed
     flush();
     emit leftoversChanged();
 }
@@ -153,11 +155,17 @@ void RecoveryFiles::noteChange(const QUuid &id)
         m_writeDelay.start();
 }
 
+/// The path of the document's recovery file.
+QString RecoveryFiles::ownCopy(const QUuid &id) const
+{
+    return RecoveryFolder::copyPath(m_session, id.toString(QUuid::WithoutBraces));
+}
+
 QList<RecoveryFiles::Change> RecoveryFiles::takeChanges()
 {
     QList<Change> changes = std::exchange(m_closed, {});
     for (const QUuid &id : std::exchange(m_changed, {})) {
-        const QString path = RecoveryFolder::copyPath(m_session, id.toString(QUuid::WithoutBraces));
+        const QString path = ownCopy(id);
         const EditorFile *file = m_documents.file(id);
         if (file && isUnsaved(*file) && m_isKeeping)
             changes.append({path, copyOf(*file), std::exchange(m_kept[id], {})});
@@ -171,8 +179,9 @@ QCoro::Task<void> RecoveryFiles::flush()
 {
     const auto life = m_life.watch();
     m_writeDelay.stop();
+    const QList<Change> changes = takeChanges();
     const std::function<Result<void>()> work = [folder = m_folder, session = m_session,
-                                                lock = m_lock, changes = takeChanges()] {
+                                                lock = m_lock, changes] {
         Result<void> outcome;
         if (changes.isEmpty())
             return outcome;
@@ -187,7 +196,7 @@ QCoro::Task<void> RecoveryFiles::flush()
         return outcome;
     };
     const auto outcome = co_await m_writer.run(work);
-    if (!life || !outcome)
+    if (!life || !outcome || changes.isEmpty())
         co_return;
     const bool failed = !*outcome;
     if (failed && !std::exchange(m_saidFailure, true))
@@ -206,7 +215,7 @@ QCoro::Task<void> RecoveryFiles::findLeftovers()
     auto found = co_await m_background.run(find);
     if (!life || !found || found->isEmpty())
         co_return;
-    m_leftovers = *found;
+    m_leftovers << *found; // after those of documents that were closed meanwhile
     emit leftoversChanged();
     // A second step, since a document's folder on the network may not answer.
     const std::function<QStringList()> compare = [leftovers = *found] {
@@ -216,15 +225,16 @@ QCoro::Task<void> RecoveryFiles::findLeftovers()
     if (!life || !saved)
         co_return;
     forget(*saved);
-    if (m_leftovers.isEmpty())
+    const qsizetype count = found->size() - saved->size();
+    if (count == 0)
         co_return;
     m_shell.appendInfo(
-        m_leftovers.size() == 1
+        count == 1
             ? QStringLiteral("A file with unsaved edits was left by an earlier session: View › "
                              "Unsaved Files.")
             : QStringLiteral("%1 files with unsaved edits were left by earlier sessions: View › "
                              "Unsaved Files.")
-                  .arg(m_leftovers.size()));
+                  .arg(count));
 }
 
 QCoro::Task<void> RecoveryFiles::open(Leftover leftover)
@@ -262,7 +272,7 @@ QCoro::Task<void> RecoveryFiles::open(Leftover leftover)
         if (copy->savedText && place == copy->place)
             open->setSavedText(DocumentText::fromFile(*copy->savedText));
     }
-    m_kept[open->id()] = leftover.file; // removed when the document has its own recovery file
+    m_kept[open->id()] << leftover.file; // removed when the document has its own recovery file
     noteChange(open->id());
 }
 

@@ -86,6 +86,7 @@ private:
     void follow();
     void keepClosing(const QUuid &id);
     void noteChange(const QUuid &id);
+    [[nodiscard]] QString ownCopy(const QUuid &id) const;
     [[nodiscard]] QList<Change> takeChanges();
     QCoro::Task<void> findLeftovers();
     void forget(const QStringList &files);
@@ -97,8 +98,8 @@ private:
     const std::shared_ptr<QLockFile> m_lock;
     QTimer m_writeDelay;
     QSet<QUuid> m_changed;
-    /// Documents that have a recovery file, with the leftover that they came from, if any.
-    QHash<QUuid, QString> m_kept;
+    /// Documents that have a recovery file, with the leftovers that it replaces.
+    QHash<QUuid, QStringList> m_kept;
     /// Of documents that were closed, to be written next.
     QList<Change> m_closed;
     bool m_isKeeping = true;

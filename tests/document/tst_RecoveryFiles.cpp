@@ -164,7 +164,11 @@ private slots:
         }
         QCOMPARE(copies().size(), 1);
         Session second(folder());
-        QTRY_COMPARE(second.copies.leftovers().size(), 1);
+        second.documents.updateSelectedContent(u"closed"_s);
+        second.documents.closeKeepingEdits(second.documents.selectedFileID());
+        QTRY_VERIFY(second.said().startsWith(u"info: A file with unsaved edits was left"_s));
+        QCOMPARE(second.copies.leftovers().size(), 2);
+        awaited(second.copies.discard({second.copies.leftovers().constFirst()}));
         awaited(second.copies.open(second.copies.leftovers().constFirst()));
         EditorFile &file = *second.documents.selectedFile(); // without a file of its own yet
         file.moveTo(u"one.py"_s, DocumentPlace::local(m_disk->filePath(u"one.py"_s)));
@@ -202,6 +206,8 @@ private slots:
         put(folder(), "in the way");
         session.documents.updateSelectedContent(u"1"_s);
         QTRY_VERIFY(session.said().contains(u"can’t be kept safe in "_s + folder()));
+        awaited(session.copies.flush()); // without changes
+        QVERIFY(!session.copies.isKeeping());
         QVERIFY(QFile::remove(folder()));
         session.documents.updateSelectedContent(u"3"_s);
         QTRY_COMPARE(copies().size(), 1);
