@@ -185,8 +185,8 @@ QCoro::Task<void> FileSearch::run(QString folder, TextSearch search, QHash<QStri
         step = std::move(*done);
         if (!step.hits.isEmpty())
             emit found(step.hits);
-        if (!life)
-            co_return;
+        if (!life || m_stop != stop)
+            co_return; // destroyed or started again by what was called
     }
     Outcome outcome = step.outcome;
     outcome.isCanceled = *stop && !step.isDone();
