@@ -66,7 +66,9 @@ Async<QString> BoardProfile::listing()
         const auto board = co_await capabilities();
         if (!life)
             co_return DeviceError::closed();
-        if (!board || (board->hasJson && board->hasStat)) {
+        if (!board)
+            co_return output;
+        if (board->hasJson && board->hasStat) {
             m_listedConnection = m_link.connectionNumber();
             co_return output;
         }
@@ -75,6 +77,16 @@ Async<QString> BoardProfile::listing()
     const QString code =
         known->hasJson && known->hasStat ? BoardScripts::list() : BoardScripts::listPlain(*known);
     co_return co_await m_link.executeOnDevice(code, listTimeout);
+}
+
+Async<QString> BoardProfile::nativePath(QString path)
+{
+    if (!known() && isListingComplete())
+        co_return path;
+    const auto board = co_await capabilities();
+    if (!board)
+        co_return board.error();
+    co_return board->nativePath(path);
 }
 
 /// The answer of a board without `os.stat` is always no, so a no is checked on one that has not
@@ -94,7 +106,9 @@ Async<QString> BoardProfile::lookFor(QString path)
         const auto board = co_await capabilities();
         if (!life)
             co_return DeviceError::closed();
-        if (!board || board->hasStat)
+        if (!board)
+            co_return board.error();
+        if (board->hasStat)
             co_return output;
         known = *board;
     }

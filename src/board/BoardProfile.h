@@ -24,6 +24,9 @@ public:
 
     /// Lists the whole board: what DeviceListing::parse reads. Errors: those of DeviceLink.
     [[nodiscard]] Async<QString> listing();
+    /// \p path, which begins with a slash, as the board's functions expect it: see
+    /// BoardCapabilities::nativePath. Asks the board only while nothing about it is known.
+    [[nodiscard]] Async<QString> nativePath(QString path);
     /// Prints "__EXISTS__1" or "__EXISTS__0" for \p path.
     [[nodiscard]] Async<QString> lookFor(QString path);
 

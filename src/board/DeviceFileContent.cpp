@@ -16,7 +16,6 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 constexpr auto commandTimeout = 15s;
-constexpr auto quickTimeout = 5s;
 
 /// What the board holds at \p path after a write that failed.
 QString stateText(PieceTransfer::FileState state, const QString &path)
@@ -159,7 +158,7 @@ Async<bool> DeviceFileContent::confirmInPlace(WritePermit permit, QString label)
     const QString path = permit.path();
     const auto life = m_life.watch();
     const int connection = m_link.connectionNumber();
-    const auto output = co_await m_link.executeOnDevice(BoardScripts::exists(path), quickTimeout);
+    const auto output = co_await m_profile.lookFor(path);
     if (!life)
         co_return DeviceError::closed();
     if (!output)

@@ -64,7 +64,7 @@ bool isUsableDeviceName(const QString &name)
         && !name.contains(QChar::Null) && name.isValidUtf16();
 }
 
-DeviceFileOperations::DeviceFileOperations(DeviceLink &link, const DeviceFiles &files)
+DeviceFileOperations::DeviceFileOperations(DeviceLink &link, DeviceFiles &files)
     : m_link(link)
     , m_files(files)
 {
@@ -72,18 +72,42 @@ DeviceFileOperations::DeviceFileOperations(DeviceLink &link, const DeviceFiles &
 
 Async<void> DeviceFileOperations::createFile(WritePermit permit)
 {
-    co_return co_await expectOk(script("create-file"_L1).arg(pathLiteral(permit.path())), permit);
+    co_return co_await create(Kind::File, permit);
 }
 
 Async<void> DeviceFileOperations::createFolder(WritePermit permit)
 {
-    co_return co_await expectOk(script("create-folder"_L1).arg(pathLiteral(permit.path())), permit);
+    co_return co_await create(Kind::Folder, permit);
+}
+
+Async<void> DeviceFileOperations::create(Kind kind, WritePermit permit)
+{
+    const auto life = m_life.watch();
+    const auto path = co_await m_files.profile().nativePath(permit.path());
+    if (!life)
+        co_return DeviceError::closed();
+    if (!path)
+        co_return path.error();
+    const auto board = m_files.profile().known();
+    if (kind == Kind::Folder && board && board->isFlat)
+        co_return Error{ErrorCode::Remote, u"the board has no folders"_s};
+    const QString code = script(kind == Kind::Folder ? "create-folder"_L1 : "create-file"_L1);
+    co_return co_await expectOk(code.arg(pathLiteral(*path)), permit);
 }
 
 Async<void> DeviceFileOperations::move(QString from, WritePermit target, Existing existing)
 {
-    const QString source = pathLiteral(from);
-    const QString destination = pathLiteral(target.path());
+    const auto life = m_life.watch();
+    const auto paths = co_await nativePaths(QStringList() << from << target.path());
+    if (!life)
+        co_return DeviceError::closed();
+    if (!paths)
+        co_return paths.error();
+    const auto board = m_files.profile().known();
+    if (board && (!board->hasRename || !board->hasStat))
+        co_return Error{ErrorCode::Remote, u"the board cannot rename files"_s};
+    const QString source = pathLiteral(paths->first());
+    const QString destination = pathLiteral(paths->last());
     const QString check = existing == Existing::Replace
         ? u"pass"_s
         : QString(u"_qm("_s + source + u',' + destination + u')');
@@ -94,8 +118,13 @@ Async<void> DeviceFileOperations::move(QString from, WritePermit target, Existin
 Async<void> DeviceFileOperations::remove(WritePermit permit, IsCanceled isCanceled)
 {
     const auto life = m_life.watch();
+    const auto whole = co_await m_files.profile().nativePath(permit.path());
+    if (!life)
+        co_return DeviceError::closed();
+    if (!whole)
+        co_return whole.error();
     const QString code =
-        script("remove"_L1).arg(pathLiteral(permit.path()), QString::number(entriesPerCommand));
+        script("remove"_L1).arg(pathLiteral(*whole), QString::number(entriesPerCommand));
     while (true) {
         if (isCanceled())
             co_return DeviceError::cancelled();
@@ -116,7 +145,7 @@ Async<void> DeviceFileOperations::remove(WritePermit permit, IsCanceled isCancel
         const QString reason =
             DeviceError::withSystemErrorNamed(failed->section(u'\n', 0, 0).trimmed());
         const QString path = failed->section(u'\n', 1).trimmed();
-        const bool isWithin = !path.isEmpty() && path != permit.path();
+        const bool isWithin = !path.isEmpty() && path != *whole;
         co_return Error{ErrorCode::Remote, isWithin ? path + u": "_s + reason : reason};
     }
 }
@@ -124,13 +153,18 @@ Async<void> DeviceFileOperations::remove(WritePermit permit, IsCanceled isCancel
 Async<QList<DeviceFileOperations::Kind>> DeviceFileOperations::look(QStringList paths)
 {
     const auto life = m_life.watch();
+    const auto onBoard = co_await nativePaths(std::move(paths));
+    if (!life)
+        co_return DeviceError::closed();
+    if (!onBoard)
+        co_return onBoard.error();
     QList<Kind> kinds;
-    while (kinds.size() < paths.size()) {
+    while (kinds.size() < onBoard->size()) {
         QString literals;
         qsizetype asked = 0;
-        while (kinds.size() + asked < paths.size()
+        while (kinds.size() + asked < onBoard->size()
                && (asked == 0 || literals.size() < literalsPerCommand))
-            literals += pathLiteral(paths.at(kinds.size() + asked++)) + u',';
+            literals += pathLiteral(onBoard->at(kinds.size() + asked++)) + u',';
         const QString code = script("look"_L1).arg(literals);
         const auto output = co_await m_link.executeOnDevice(code, quickTimeout);
         if (!life)
@@ -180,6 +214,20 @@ Async<QHash<QString, DeviceFileOperations::Space>> DeviceFileOperations::spaces(
     if (spaces.isEmpty())
         co_return unexpected(*output);
     co_return std::move(spaces);
+}
+
+Async<QStringList> DeviceFileOperations::nativePaths(QStringList paths)
+{
+    const auto life = m_life.watch();
+    for (QString &path : paths) {
+        const auto onBoard = co_await m_files.profile().nativePath(path);
+        if (!life)
+            co_return DeviceError::closed();
+        if (!onBoard)
+            co_return onBoard.error();
+        path = *onBoard;
+    }
+    co_return std::move(paths);
 }
 
 Async<void> DeviceFileOperations::expectOk(QString code, WritePermit permit)

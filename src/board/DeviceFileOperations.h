@@ -38,7 +38,7 @@ public:
     using IsCanceled = std::function<bool()>;
 
     /// Both must outlive this.
-    DeviceFileOperations(DeviceLink &link, const DeviceFiles &files);
+    DeviceFileOperations(DeviceLink &link, DeviceFiles &files);
 
     /// Creates an empty file. Fails when there is an entry of that name.
     [[nodiscard]] Async<void> createFile(WritePermit permit);
@@ -59,10 +59,13 @@ public:
     [[nodiscard]] Async<QHash<QString, Space>> spaces();
 
 private:
+    [[nodiscard]] Async<void> create(Kind kind, WritePermit permit);
     [[nodiscard]] Async<void> expectOk(QString code, WritePermit permit);
+    /// \p paths as the board's functions expect them.
+    [[nodiscard]] Async<QStringList> nativePaths(QStringList paths);
 
     DeviceLink &m_link;
-    const DeviceFiles &m_files;
+    DeviceFiles &m_files;
     Lifetime m_life;
 };
 

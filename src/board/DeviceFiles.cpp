@@ -1,7 +1,6 @@
 #include "board/DeviceFiles.h"
 
 #include "base/Utf8.h"
-#include "board/BoardScripts.h"
 #include "board/DeviceError.h"
 #include "board/DeviceLink.h"
 #include "board/DeviceListing.h"
@@ -172,12 +171,6 @@ Async<void> DeviceFiles::checkBoard(QString identity)
     co_return Result<void>();
 }
 
-QString DeviceFiles::nativePath(const QString &path) const
-{
-    const auto known = m_profile.known();
-    return known ? known->nativePath(path) : path;
-}
-
 Async<void> DeviceFiles::writeDeviceFile(QByteArray bytes, WritePermit permit, QString label)
 {
     std::optional<TransferStatus::Running> running;
@@ -224,16 +217,28 @@ Async<void> DeviceFiles::deleteDeviceNode(DeviceFileNode node)
     const auto life = m_life.watch();
     const auto kind =
         node.isDirectory ? BoardScripts::NodeKind::Folder : BoardScripts::NodeKind::File;
-    const auto output = co_await m_link.executeOnDevice(
-        BoardScripts::remove(nativePath(node.path), kind), quickTimeout);
+    auto removed = co_await removeEntry(node.path, kind);
     if (!life)
         co_return DeviceError::closed();
+    if (removed)
+        co_await refreshDeviceFiles();
+    co_return removed;
+}
+
+Async<void> DeviceFiles::removeEntry(QString path, BoardScripts::NodeKind kind)
+{
+    const auto life = m_life.watch();
+    const auto onBoard = co_await m_profile.nativePath(path);
+    if (!life)
+        co_return DeviceError::closed();
+    if (!onBoard)
+        co_return failure(u"Delete failed: "_s, onBoard.error());
+    const auto output =
+        co_await m_link.executeOnDevice(BoardScripts::remove(*onBoard, kind), quickTimeout);
     if (!output)
         co_return failure(u"Delete failed: "_s, output.error());
-    if (output->contains(okMarker)) {
-        co_await refreshDeviceFiles();
+    if (output->contains(okMarker))
         co_return Result<void>();
-    }
     if (const auto reason = textAfter(*output, QLatin1StringView("__ERR__"))) {
         co_return refusal(u"Delete failed: "_s
                           + DeviceError::withSystemErrorNamed(reason->toString()));

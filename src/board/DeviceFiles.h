@@ -4,6 +4,7 @@
 #include "base/Lifetime.h"
 #include "base/UserPrompts.h"
 #include "board/BoardRecords.h"
+#include "board/BoardScripts.h"
 #include "board/DeviceFileContent.h"
 #include "board/WritePermit.h"
 
@@ -72,6 +73,8 @@ public:
     /// Deletes a file or an empty folder, without asking, and lists the board again. When the board
     /// confirms nothing and gives no reason, the error's message is empty.
     [[nodiscard]] Async<void> deleteDeviceNode(DeviceFileNode node);
+    /// The same without listing the board again.
+    [[nodiscard]] Async<void> removeEntry(QString path, BoardScripts::NodeKind kind);
     /// Creates each folder, parents first; those that exist are left alone. The paths are that of
     /// \p permit or below it.
     [[nodiscard]] Async<void> makeDeviceFolders(QStringList paths, WritePermit permit);
@@ -125,7 +128,6 @@ signals:
 
 private:
     [[nodiscard]] Async<void> list();
-    [[nodiscard]] QString nativePath(const QString &path) const;
     [[nodiscard]] Result<void> checkConnection(int connection) const;
     void setListings(int listings);
     void forgetBoard();

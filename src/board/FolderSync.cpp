@@ -22,7 +22,6 @@ namespace {
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-constexpr auto quickTimeout = 5s;
 constexpr auto hashTimeout = 15s;
 /// Of one command that hashes several files: a few seconds also on a slow board.
 constexpr qsizetype mostFilesPerCommand = 16;
@@ -283,7 +282,9 @@ Async<void> FolderSync::send(FolderChanges changes)
         else if (i < sent.size())
             result = co_await sendFile(entry, changes.localFolder, *permit, running.observer(done));
         else
-            result = co_await remove(entry, changes.boardFolder);
+            result = co_await m_files.removeEntry(
+                DeviceListing::join(changes.boardFolder, entry.relativePath),
+                BoardScripts::NodeKind::File);
         if (!result) {
             rest.entries = all.mid(i);
             result = stoppedAt(entry.relativePath, result.error());
@@ -332,24 +333,6 @@ Async<void> FolderSync::sendFile(FolderChanges::Entry entry, QString localFolder
     auto source = m_local.sourceOf(*reader);
     co_return co_await m_files.sendFile(std::move(source), permit.forEntry(entry.relativePath),
                                         entry.relativePath, std::move(observer));
-}
-
-Async<void> FolderSync::remove(FolderChanges::Entry entry, QString boardFolder)
-{
-    const auto board = m_files.profile().known();
-    const QString path = DeviceListing::join(boardFolder, entry.relativePath);
-    const QString code =
-        BoardScripts::remove(board ? board->nativePath(path) : path, BoardScripts::NodeKind::File);
-    const auto output = co_await m_link.executeOnDevice(code, quickTimeout);
-    if (!output)
-        co_return output.error();
-    if (!output->contains("__OK__"_L1)) {
-        co_return Error{
-            ErrorCode::Remote,
-            u"Delete failed: "_s
-                + DeviceError::withSystemErrorNamed(output->section("__ERR__"_L1, 1).trimmed())};
-    }
-    co_return Result<void>();
 }
 
 } // namespace Korvane

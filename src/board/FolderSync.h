@@ -55,7 +55,6 @@ private:
                                        WritePermit permit, PieceTransfer::Observer observer);
     /// After a send that ended early: the same for what is left, on the same board.
     [[nodiscard]] Async<void> resume(FolderChanges rest, QString board);
-    [[nodiscard]] Async<void> remove(FolderChanges::Entry entry, QString boardFolder);
 
     DeviceLink &m_link;
     DeviceFiles &m_files;

@@ -53,7 +53,7 @@ QCoro::Task<TransferQueue::Sent> TransferQueue::send(OpenSource open, QString pa
     sent.result = co_await transfer.send(open(), path, target);
     sent.fileState = transfer.fileState();
     if (life && identity && transfer.leftover() != PieceTransfer::Leftover::None)
-        m_leftovers.append({*identity, path, transfer.leftover()});
+        m_leftovers.append({*identity, board->nativePath(path), transfer.leftover()});
     co_return sent;
 }
 

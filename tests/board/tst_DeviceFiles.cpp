@@ -181,6 +181,28 @@ private slots:
         QCOMPARE(fixture.said(), QString());
     }
 
+    void asksAgainForWhatABoardDidNotTell()
+    {
+        ScriptedBoard board;
+        BoardFixture fixture;
+        QVERIFY(fixture.connectTo(board.port()));
+        QByteArray capabilities; // of a board without os.stat
+        board.onProgram = [&capabilities](const QByteArray &program) {
+            if (program.contains("__CAPS__"))
+                return ScriptedBoard::reply(capabilities);
+            if (program.contains("__EXISTS__"))
+                return ScriptedBoard::reply("__EXISTS__0");
+            const bool isPlain = program.contains("def _e(q)");
+            return ScriptedBoard::reply(isPlain ? R"(__LS__[{"n":"f","p":"/f","d":false}])"
+                                                : "__LS__[]");
+        };
+        awaited(fixture.files.refreshDeviceFiles());
+        QVERIFY(!awaited(fixture.files.lookForDeviceFile(u"/f"_s)));
+        capabilities = "__CAPS__ 9000 0 0 0 0 0 0 0 0 1 1";
+        awaited(fixture.files.refreshDeviceFiles());
+        QVERIFY(fixture.files.deviceNode(u"/f"_s));
+    }
+
     void dropsAListingThatArrivesAfterItsLinkEnded()
     {
         ScriptedBoard board;

@@ -1,5 +1,6 @@
 #include "board/BoardFixture.h"
 #include "board/BoardScripts.h"
+#include "board/DeviceFileOperations.h"
 #include "board/DeviceListing.h"
 #include "support/EmulatedMicrobit.h"
 #include "support/Files.h"
@@ -53,6 +54,25 @@ private slots:
         QVERIFY2(board.done(board.files.deleteDeviceNode(*board.files.deviceNode(u"/data.bin"_s))),
                  qPrintable(board.said()));
         QCOMPARE(board.files.deviceFileNodes().size(), 1);
+
+        DeviceFileOperations operations(*board.fixture.link, board.files);
+        const auto permit = [&board](const QString &path) { return board.files.permitWrite(path); };
+        using Kind = DeviceFileOperations::Kind;
+        QVERIFY(!board.done(operations.createFile(permit(u"/main.py"_s))));
+        QVERIFY(!board.done(operations.createFolder(permit(u"/lib"_s))));
+        QVERIFY(!board.done(operations.move(u"/main.py"_s, permit(u"/new.py"_s),
+                                            DeviceFileOperations::Existing::Refuse)));
+        QCOMPARE(board.said(),
+                 u"error: File exists\nerror: the board has no folders\nerror: the "
+                 "board cannot rename files"_s);
+        QVERIFY2(board.done(operations.createFile(permit(u"/new.py"_s))), qPrintable(board.said()));
+        const auto remove = [&] {
+            return operations.remove(permit(u"/main.py"_s), [] { return false; });
+        };
+        QVERIFY2(board.done(remove()), qPrintable(board.said()));
+        QVERIFY(!board.done(remove()));
+        QCOMPARE(*board.done(operations.look({u"/new.py"_s, u"/main.py"_s})),
+                 (QList{Kind::File, Kind::Missing}));
     }
 
     void listsWithoutJsonAndWithoutStat_data()

@@ -1,17 +1,26 @@
 import os
 _qn=%2
 _qp=''
+def _qd(p):
+ if hasattr(os,'stat'):
+  return os.stat(p)[0]&16384
+ try:
+  os.listdir(p)
+ except (OSError,TypeError):
+  return 0
+ return 1
 def _qr(p):
  global _qn,_qp
+ _qp=p
  x=os.remove
- if os.stat(p)[0]&16384:
+ if _qd(p):
   for f in os.listdir(p):
    _qr(p+'/'+f)
   x=os.rmdir
+  _qp=p
  if _qn<1:
   raise StopIteration
  _qn-=1
- _qp=p
  x(p)
 try:
  _qr(%1)
