@@ -136,8 +136,13 @@ Async<void> TransferStatus::resumeRest()
 {
     if (!m_rest)
         co_return Error{ErrorCode::Cancelled, {}};
-    const Rest rest = *m_rest; // a copy: it is dropped when the transfer begins
-    co_return co_await rest.resume();
+    const auto life = m_life.watch();
+    const Rest rest = *m_rest; // a copy, since it is dropped
+    dropRest();
+    auto resumed = co_await rest.resume();
+    if (life && !resumed && !m_rest)
+        setRest(rest);
+    co_return resumed;
 }
 
 bool TransferStatus::canCancel() const

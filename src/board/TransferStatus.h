@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Async.h"
+#include "base/Lifetime.h"
 #include "board/PieceTransfer.h"
 
 #include <QElapsedTimer>
@@ -81,7 +82,8 @@ public:
     void dropRest();
     /// Null when there is none.
     [[nodiscard]] const Rest *rest() const { return m_rest ? &*m_rest : nullptr; }
-    /// Fails with `Cancelled` when there is no rest.
+    /// Takes the rest, so that it runs once, and keeps it again when its resuming failed and left
+    /// no rest of its own. Fails with `Cancelled` when there is none.
     [[nodiscard]] Async<void> resumeRest();
 
     /// "45 of 100 kB (45 %), 10 kB/s, 12 s left"; empty when nothing can be said yet.
@@ -99,6 +101,7 @@ private:
 
     QList<Running *> m_running;
     std::optional<Rest> m_rest;
+    Lifetime m_life;
 };
 
 } // namespace Korvane
