@@ -120,7 +120,7 @@ void ProgramRun::sendProgram()
 {
     // Incomplete data of the old program will not be completed. The beginning of a record would
     // swallow the first output of the new program, and its end marks are counted from here.
-    flushStream();
+    showIncomplete();
     // The board is at a prompt: a program whose end mark has not arrived was ended by a reset.
     noteEnd();
     if (!m_isEntering)
@@ -137,7 +137,9 @@ void ProgramRun::sendProgram()
     }
     RawPasteSender::Events events;
     events.onSent = [this](qsizetype bytes) { emit sending(bytes, m_programBytes); };
-    events.onRefused = [this, program] { noteProgramSent(program + '\x04'); };
+    events.onRefused = [this, program] {
+        noteProgramSent((m_isSendingCanceled ? QByteArray() : program) + '\x04');
+    };
     events.onStalled = [this] {
         m_link.serial().discardPendingOutput();
         m_link.serial().write("\x03");
@@ -280,9 +282,18 @@ QCoro::Task<void> ProgramRun::tellFreeMemory(qsizetype programBytes)
 void ProgramRun::clearStream()
 {
     m_deviceStream.clear();
+    m_messages = {};
+    m_restartWatch.clear();
 }
 
 void ProgramRun::flushStream()
+{
+    showIncomplete();
+    if (const QString line = m_messages.takeHeldBack(); !line.isEmpty())
+        m_shell.appendOutput(line);
+}
+
+void ProgramRun::showIncomplete()
 {
     showHeldBack();
     const QString rest = m_deviceStream.flush();
@@ -304,7 +315,7 @@ void ProgramRun::abandon()
 
 void ProgramRun::cancelSending()
 {
-    if (!m_paste.isActive())
+    if (!m_paste.isActive() || m_isSendingCanceled)
         return;
     m_isSendingCanceled = true;
     m_link.serial().writeUrgent("\x03");

@@ -89,6 +89,7 @@ private:
 
     void takeEntering(const QByteArray &chunk);
     void showHeldBack();
+    void showIncomplete();
     void showText(QStringView text, const QList<qsizetype> &endMarks = {});
     void sendProgram();
     void noteProgramSent(const QByteArray &written);

@@ -64,10 +64,10 @@ void RawReplExchange::interrupt()
 {
     if (!m_isStarted || m_hasLeftLink || m_result.isDone())
         return;
-    if (m_phase == Phase::Entering)
-        finish(DeviceError::cancelled());
-    else
+    if (m_phase == Phase::Running)
         m_serial.write("\x03");
+    else
+        finish(DeviceError::cancelled());
 }
 
 void RawReplExchange::abort(Error error)

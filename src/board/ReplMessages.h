@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringView>
 
+#include <utility>
+
 namespace Korvane {
 
 /// Separates the messages of the board's REPL from program output: the "OK" before the output of a
@@ -29,6 +31,9 @@ public:
 
     /// \p text without the end marks of a reply; \p endMarks are their places in it, ascending.
     [[nodiscard]] QList<Piece> feed(QStringView text, const QList<qsizetype> &endMarks = {});
+
+    /// What is held back, for when nothing will follow.
+    [[nodiscard]] QString takeHeldBack() { return std::exchange(m_line, {}); }
 
 private:
     enum class Expected {

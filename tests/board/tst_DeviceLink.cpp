@@ -219,6 +219,20 @@ private slots:
         QTRY_COMPARE(c.board.transcript(), u"^Aa^D^Bx"_s);
     }
 
+    void dropsAProgramThatIsInterruptedBeforeItWasSent()
+    {
+        Connection c;
+        std::stop_source source;
+        CallStop stop;
+        stop.canceled = source.get_token();
+        auto command =
+            c.fixture.link->executeOnDeviceRaw(QString(RawPaste::smallestProgram, u'x'), 5s, stop);
+        QTRY_COMPARE(c.board.transcript(), u"^A^EA^A"_s);
+        source.request_stop();
+        QCOMPARE(awaited(std::move(command)).error().code, ErrorCode::Cancelled);
+        QTRY_COMPARE(c.board.transcript(), u"^A^EA^A^C^B"_s);
+    }
+
     void leavesTheLinkToAStreamedRun()
     {
         Connection c(true);

@@ -216,6 +216,30 @@ private slots:
         QCOMPARE(c.board.transcript(), u"^Aagain^D"_s);
         QCOMPARE(c.fixture.shell.output(), u"OKnew\r\n>"_s);
     }
+
+    void showsTheBeginningOfARestartWhenTheBoardIsLost()
+    {
+        Connection c;
+        c.board.setMute(true);
+        const auto reset = c.fixture.link.softReset();
+        c.board.send("\r\nMPY: soft re");
+        QTRY_VERIFY(c.fixture.data.endsWith("re"));
+        c.board.vanish();
+        QTRY_COMPARE(c.fixture.shell.output(), u"\r\nMPY: soft re"_s);
+    }
+
+    void callsOffAProgramThatIsBeingSent()
+    {
+        Connection c;
+        c.start(QString(RawPaste::smallestProgram, u'x'));
+        QTRY_COMPARE(c.board.transcript(), u"^A^EA^A"_s);
+        c.fixture.run->cancelSending();
+        c.fixture.run->cancelSending();
+        QTRY_COMPARE(c.fixture.events, wholeRun); // the board has no raw-paste mode
+        QCOMPARE(c.board.transcript(), u"^A^EA^A^C^D"_s);
+        QCOMPARE(c.fixture.shell.lines().filter(u"info"_s),
+                 QStringList{u"info: Sending cancelled — the program was not run."_s});
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_ProgramRun)
