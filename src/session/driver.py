@@ -34,6 +34,10 @@ class _Input(io.TextIOBase):
             text += line
         return text
 
+    # Lines that a program has not read are not for the next one.
+    def drop_rest(self):
+        self._rest = ""
+
     def _ask(self):
         # Another thread may outlive its request, and would then read the next one.
         if _thread.get_ident() != self._thread:
@@ -51,7 +55,7 @@ class _Input(io.TextIOBase):
             if message.get("op") == "input" and message.get("number") == self._asked:
                 return message.get("text", "")
 
-sys.stdin = _Input()
+_input = sys.stdin = _Input()
 
 # Blocked, also by the parent before this starts, except while user code runs: an interrupt must end
 # the user code and not this program.
@@ -104,6 +108,17 @@ def _traceback():
     return "".join(traceback.format_exception(kind, value, tb))
 
 def _reply(payload):
+    # An interrupt may have ended the call that blocks it.
+    while True:
+        try:
+            _block()
+            break
+        except KeyboardInterrupt:
+            pass
+    try:
+        sys.stdout.flush()
+    except Exception:
+        pass
     payload["vars"] = _snapshot()
     # No trailing newline: the two FRAME bytes delimit this on their own, and a newline written
     # here would arrive in a later read than the frame and be mistaken for program output.
@@ -150,6 +165,7 @@ while True:
     if op == "input":
         continue
     payload = {}
+    _input.drop_rest()
     try:
         try:
             _unblock()
@@ -172,8 +188,4 @@ while True:
             payload["error"] = "SystemExit: %s\n" % (exc.code,)
     except BaseException:
         payload["error"] = _traceback()
-    try:
-        sys.stdout.flush()
-    except Exception:
-        pass
     _reply(payload)

@@ -263,6 +263,27 @@ private slots:
         session.runner->interrupt();
         QTRY_COMPARE(session.log, QStringList{u"result KeyboardInterrupt\n"_qs});
         QCOMPARE(session.shell(u"1"_qs), u"1"_qs);
+
+        // What one program has not read is not the next one's.
+        const auto third = session.start(u"input()"_qs);
+        QTRY_VERIFY(waits());
+        session.runner->answerInput(u"1\n2\n"_qs);
+        QTRY_COMPARE(session.log, QStringList{u"result "_qs});
+        const auto fourth = session.start(u"input()"_qs);
+        QTRY_VERIFY(waits());
+    }
+
+    void survivesAnInterruptAtTheEndOfAProgram()
+    {
+        Session session;
+        const pid_t child = session.childId();
+        const QString code =
+            u"import sys\ndef trace(frame, *_):\n if frame.f_code.co_name == '_block':\n"
+            "  sys.settrace(None)\n  raise KeyboardInterrupt\nsys.settrace(trace)"_qs;
+        QCOMPARE(session.run(code).error, u"KeyboardInterrupt\n"_qs);
+        ::kill(child, SIGINT); // it is idle, and ends the next request
+        QCOMPARE(session.shell(u"1"_qs), u"KeyboardInterrupt\n"_qs);
+        QCOMPARE(session.childId(), child);
     }
 
     void interruptsTheFirstRunBeforeItHasStarted()
