@@ -108,8 +108,8 @@ private slots:
             return ScriptedBoard::reply(program.contains("__EXISTS__") ? "__EXISTS__0" : "__OK__");
         };
         m_fixture = std::make_unique<WindowFixture>(WindowFixture::Python::None, m_board->port());
-        m_view = m_fixture->find<DeviceFileBrowserView>("deviceBrowser");
         m_fixture->state().setSidebarTab(AppState::SidebarTab::Device);
+        m_view = m_fixture->find<DeviceFileBrowserView>("deviceBrowser");
     }
     void cleanup()
     {

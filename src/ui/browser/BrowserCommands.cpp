@@ -1,6 +1,5 @@
 #include "ui/browser/BrowserCommands.h"
 
-#include "app/AppState.h"
 #include "ui/browser/BrowserPane.h"
 #include "ui/window/Actions.h"
 
@@ -8,30 +7,15 @@
 
 namespace Korvane {
 
-BrowserCommands::BrowserCommands(AppState &state, Actions &actions, BrowserPane &local,
-                                 BrowserPane &device, QObject *parent)
+BrowserCommands::BrowserCommands(Actions &actions, QObject *parent)
     : QObject(parent)
-    , m_state(state)
     , m_actions(actions)
-    , m_local(local)
-    , m_device(device)
 {
-    const auto separator = [this] {
-        auto *action = new QAction(this);
-        action->setSeparator(true);
-        return action;
-    };
-    BrowserPane::MenuActions menus;
-    menus.forEntries = {actions[Actions::OpenEntries], actions[Actions::CopyEntries], separator(),
-                        actions[Actions::RenameEntry], actions[Actions::DeleteEntries]};
-    menus.forFolder = {actions[Actions::CreateFile], actions[Actions::CreateFolder]};
-    device.setMenuActions(menus);
-    menus.forEntries.insert(2, actions[Actions::SendChangedFiles]);
-    menus.forFolder << separator() << actions[Actions::SendChangedFiles];
-    local.setMenuActions(menus);
     const auto act = [this](Actions::Command command, void (BrowserPane::*operation)()) {
-        connect(m_actions[command], &QAction::triggered, this,
-                [this, operation] { (shown().*operation)(); });
+        connect(m_actions[command], &QAction::triggered, this, [this, operation] {
+            if (m_shown)
+                (m_shown->*operation)();
+        });
     };
     act(Actions::OpenEntries, &BrowserPane::openSelected);
     act(Actions::CopyEntries, &BrowserPane::copySelected);
@@ -40,20 +24,50 @@ BrowserCommands::BrowserCommands(AppState &state, Actions &actions, BrowserPane 
     act(Actions::CreateFolder, &BrowserPane::createFolder);
     act(Actions::RenameEntry, &BrowserPane::renameSelected);
     act(Actions::DeleteEntries, &BrowserPane::deleteSelected);
-    for (BrowserPane *pane : {&local, &device})
-        connect(pane, &BrowserPane::abilitiesChanged, this, &BrowserCommands::follow);
-    connect(&state, &AppState::sidebarTabChanged, this, &BrowserCommands::follow);
-    follow();
 }
 
-BrowserPane &BrowserCommands::shown() const
+void BrowserCommands::addLocal(BrowserPane &pane)
 {
-    return m_state.sidebarTab() == AppState::SidebarTab::Local ? m_local : m_device;
+    add(pane, true);
+}
+
+void BrowserCommands::addDevice(BrowserPane &pane)
+{
+    add(pane, false);
+}
+
+void BrowserCommands::add(BrowserPane &pane, bool isLocal)
+{
+    const auto separator = [this] {
+        auto *action = new QAction(this);
+        action->setSeparator(true);
+        return action;
+    };
+    BrowserPane::MenuActions menus;
+    menus.forEntries << m_actions[Actions::OpenEntries] << m_actions[Actions::CopyEntries];
+    if (isLocal)
+        menus.forEntries << m_actions[Actions::SendChangedFiles];
+    menus.forEntries << separator() << m_actions[Actions::RenameEntry]
+                     << m_actions[Actions::DeleteEntries];
+    menus.forFolder << m_actions[Actions::CreateFile] << m_actions[Actions::CreateFolder];
+    if (isLocal)
+        menus.forFolder << separator() << m_actions[Actions::SendChangedFiles];
+    pane.setMenuActions(menus);
+    connect(&pane, &BrowserPane::abilitiesChanged, this, [this, &pane] {
+        if (m_shown == &pane)
+            follow();
+    });
+}
+
+void BrowserCommands::setShown(BrowserPane &pane)
+{
+    m_shown = &pane;
+    follow();
 }
 
 void BrowserCommands::follow()
 {
-    const BrowserPane::Abilities abilities = shown().abilities();
+    const BrowserPane::Abilities abilities = m_shown->abilities();
     const auto set = [this](Actions::Command command, bool isEnabled, const QString &text) {
         m_actions[command]->setEnabled(isEnabled);
         if (!text.isEmpty())

@@ -5,7 +5,6 @@
 namespace Korvane {
 
 class Actions;
-class AppState;
 class BrowserPane;
 
 /// The commands of the file browsers: they act in the one that is shown, and are enabled when they
@@ -15,18 +14,22 @@ class BrowserCommands final : public QObject
     Q_OBJECT
 
 public:
-    /// All must outlive this.
-    BrowserCommands(AppState &state, Actions &actions, BrowserPane &local, BrowserPane &device,
-                    QObject *parent);
+    /// \p actions must outlive this. The commands do nothing until setShown() is called.
+    BrowserCommands(Actions &actions, QObject *parent);
+
+    /// Gives the browser of the local files its menus.
+    void addLocal(BrowserPane &pane);
+    /// Gives the browser of the board's files its menus.
+    void addDevice(BrowserPane &pane);
+    /// The commands act in \p pane from now on, which must have been added and outlive this.
+    void setShown(BrowserPane &pane);
 
 private:
-    [[nodiscard]] BrowserPane &shown() const;
+    void add(BrowserPane &pane, bool isLocal);
     void follow();
 
-    AppState &m_state;
     Actions &m_actions;
-    BrowserPane &m_local;
-    BrowserPane &m_device;
+    BrowserPane *m_shown = nullptr;
 };
 
 } // namespace Korvane

@@ -106,7 +106,8 @@ void AppCommands::addDebugMenu()
 void AppCommands::addBoardMenu()
 {
     QMenu *menu = m_window.menuBar()->addMenu(tr("&Board"));
-    menu->addMenu(new PortsMenu(m_state, tr("C&onnect"), menu));
+    m_portsMenu = new PortsMenu(m_state, tr("C&onnect"), menu);
+    menu->addMenu(m_portsMenu);
     menu->addAction(m_actions[Actions::DisconnectBoard]);
     menu->addSeparator();
     menu->addActions({m_actions[Actions::InterruptBoard], m_actions[Actions::ResetBoard]});

@@ -25,6 +25,8 @@ public:
     [[nodiscard]] QMenu &fileMenu() { return *m_fileMenu; }
     /// The menu View, to which others add at its end.
     [[nodiscard]] QMenu &viewMenu() { return *m_viewMenu; }
+    /// The ports to connect to.
+    [[nodiscard]] QMenu &portsMenu() { return *m_portsMenu; }
 
 private:
     void addFileMenu();
@@ -42,6 +44,7 @@ private:
     QMainWindow &m_window;
     QMenu *m_fileMenu = nullptr;
     QMenu *m_viewMenu = nullptr;
+    QMenu *m_portsMenu = nullptr;
 };
 
 } // namespace Korvane

@@ -69,7 +69,7 @@ ContentView::ContentView(AppState &state, QWidget *parent)
 {
     setObjectName(QStringLiteral("contentView"));
     setAccessibleName(QGuiApplication::applicationDisplayName()); // in place of the title
-    addToolBar(new IDEToolbar(state, *m_commands));
+    addToolBar(new IDEToolbar(state, *m_commands, m_menus->portsMenu()));
     connectTabs();
     connectFocus();
     CodeEditorView *editor = &m_editorArea->editor();

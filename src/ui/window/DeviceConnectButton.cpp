@@ -4,14 +4,15 @@
 #include "board/DeviceLink.h"
 #include "theme/Icons.h"
 #include "ui/controls/PlainText.h"
-#include "ui/window/PortsMenu.h"
+
+#include <QMenu>
 
 namespace Korvane {
 
-DeviceConnectButton::DeviceConnectButton(AppState &state, QWidget *parent)
+DeviceConnectButton::DeviceConnectButton(AppState &state, QMenu &ports, QWidget *parent)
     : QToolButton(parent)
     , m_state(state)
-    , m_ports(new PortsMenu(state, {}, this))
+    , m_ports(ports)
 {
     setObjectName(QStringLiteral("deviceConnect"));
     setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
@@ -32,7 +33,7 @@ void DeviceConnectButton::showState()
     const DeviceConnectionState &connection = m_state.link().connectionState();
     const bool isConnected = connection.isConnected();
     if (isConnected) {
-        m_ports->close();
+        m_ports.close();
         setText(tr("Disconnect"));
         setIcon(Icons::icon(QStringLiteral("cable.connector.slash"), Theme::Role::Orange));
         setToolTip(PlainText::toolTip(
@@ -43,7 +44,7 @@ void DeviceConnectButton::showState()
         setIcon(Icons::icon(QStringLiteral("cable.connector")));
         setToolTip(tr("Connect a MicroPython device"));
     }
-    setMenu(isConnected ? nullptr : m_ports);
+    setMenu(isConnected ? nullptr : &m_ports);
 }
 
 } // namespace Korvane

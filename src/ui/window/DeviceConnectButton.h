@@ -14,14 +14,14 @@ class DeviceConnectButton final : public QToolButton
     Q_OBJECT
 
 public:
-    /// \p state must outlive this.
-    explicit DeviceConnectButton(AppState &state, QWidget *parent = nullptr);
+    /// \p state and \p ports, the menu of the ports, must outlive this.
+    DeviceConnectButton(AppState &state, QMenu &ports, QWidget *parent = nullptr);
 
 private:
     void showState();
 
     AppState &m_state;
-    QMenu *m_ports;
+    QMenu &m_ports;
 };
 
 } // namespace Korvane

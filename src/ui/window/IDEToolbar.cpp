@@ -10,7 +10,7 @@
 
 namespace Korvane {
 
-IDEToolbar::IDEToolbar(AppState &state, const Actions &actions, QWidget *parent)
+IDEToolbar::IDEToolbar(AppState &state, const Actions &actions, QMenu &ports, QWidget *parent)
     : QToolBar(tr("Toolbar"), parent)
 {
     setObjectName(QStringLiteral("toolbar"));
@@ -27,7 +27,7 @@ IDEToolbar::IDEToolbar(AppState &state, const Actions &actions, QWidget *parent)
     addCommand(actions[Actions::Debug], Label::Shown);
     addWidget(new SendToDeviceButton(state, *actions[Actions::SendToDevice]));
     addSpace();
-    addWidget(new DeviceConnectButton(state));
+    addWidget(new DeviceConnectButton(state, ports));
     // The button that opens the rest of a narrow toolbar is Qt's own and has no name.
     if (auto *more = findChild<QToolButton *>(QStringLiteral("qt_toolbar_ext_button"))) {
         more->setAccessibleName(tr("More"));

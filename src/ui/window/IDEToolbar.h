@@ -2,6 +2,7 @@
 
 #include <QToolBar>
 
+class QMenu;
 class QToolButton;
 
 namespace Korvane {
@@ -15,8 +16,8 @@ class IDEToolbar final : public QToolBar
     Q_OBJECT
 
 public:
-    /// \p state and \p actions must outlive this.
-    IDEToolbar(AppState &state, const Actions &actions, QWidget *parent = nullptr);
+    /// \p state, \p actions and \p ports, the menu of the ports, must outlive this.
+    IDEToolbar(AppState &state, const Actions &actions, QMenu &ports, QWidget *parent = nullptr);
 
 private:
     enum class Label { Hidden, Shown };

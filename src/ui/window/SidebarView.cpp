@@ -49,13 +49,12 @@ SidebarView::SidebarView(AppState &state, Actions &actions, QWidget *parent)
     , m_deviceTab(makeTab(QStringLiteral("cpu"), tr("Device")))
     , m_body(new QStackedWidget)
     , m_localBrowser(new FileBrowserView(state))
-    , m_deviceBrowser(new DeviceFileBrowserView(state))
+    , m_commands(new BrowserCommands(actions, this))
 {
     setObjectName(QStringLiteral("sidebar"));
     m_localBrowser->setObjectName(QStringLiteral("localBrowser"));
-    m_deviceBrowser->setObjectName(QStringLiteral("deviceBrowser"));
     m_body->addWidget(m_localBrowser);
-    m_body->addWidget(m_deviceBrowser);
+    m_commands->addLocal(*m_localBrowser);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
@@ -63,14 +62,13 @@ SidebarView::SidebarView(AppState &state, Actions &actions, QWidget *parent)
     column->addWidget(new Divider);
     column->addWidget(m_body, 1);
     column->addWidget(makeTransferRow());
-    setMinimumWidth(std::max(170, minimumSizeHint().width())); // words may be longer elsewhere
+    updateMinimumWidth();
 
     connect(m_localTab, &QToolButton::clicked, this,
             [this] { m_state.setSidebarTab(AppState::SidebarTab::Local); });
     connect(m_deviceTab, &QToolButton::clicked, this,
             [this] { m_state.setSidebarTab(AppState::SidebarTab::Device); });
     connect(&state, &AppState::sidebarTabChanged, this, &SidebarView::showTab);
-    new BrowserCommands(state, actions, *m_localBrowser, *m_deviceBrowser, this);
     for (QToolButton *tab : {m_localTab, m_deviceTab}) {
         tab->setAcceptDrops(true);
         tab->installEventFilter(this);
@@ -88,11 +86,11 @@ void SidebarView::focusPane()
 
 bool SidebarView::eventFilter(QObject *watched, QEvent *event)
 {
-    BrowserPane *pane = watched == m_localTab ? m_localBrowser : m_deviceBrowser;
+    const auto pane = [&] { return watched == m_localTab ? m_localBrowser : deviceBrowser(); };
     switch (event->type()) {
     case QEvent::DragEnter: {
         auto *drag = static_cast<QDragEnterEvent *>(event);
-        if (!pane->acceptsDrop(*drag->mimeData()))
+        if (!pane()->acceptsDrop(*drag->mimeData()))
             return false;
         m_dragTab = watched == m_localTab ? m_localTab : m_deviceTab;
         m_dragRest.start();
@@ -105,7 +103,7 @@ bool SidebarView::eventFilter(QObject *watched, QEvent *event)
     case QEvent::Drop: {
         auto *drop = static_cast<QDropEvent *>(event);
         m_dragRest.stop();
-        drop->setAccepted(pane->dropHere(*drop->mimeData()));
+        drop->setAccepted(pane()->dropHere(*drop->mimeData()));
         return true;
     }
     default:
@@ -205,11 +203,30 @@ QWidget *SidebarView::makeTransferRow()
     return transfer;
 }
 
+BrowserPane *SidebarView::deviceBrowser()
+{
+    if (!m_deviceBrowser) {
+        m_deviceBrowser = new DeviceFileBrowserView(m_state);
+        m_deviceBrowser->setObjectName(QStringLiteral("deviceBrowser"));
+        m_body->addWidget(m_deviceBrowser);
+        m_commands->addDevice(*m_deviceBrowser);
+        updateMinimumWidth();
+    }
+    return m_deviceBrowser;
+}
+
+void SidebarView::updateMinimumWidth()
+{
+    setMinimumWidth(std::max(170, minimumSizeHint().width())); // translations may be longer
+}
+
 void SidebarView::showTab()
 {
     const bool isLocal = m_state.sidebarTab() == AppState::SidebarTab::Local;
     (isLocal ? m_localTab : m_deviceTab)->setChecked(true);
-    m_body->setCurrentWidget(isLocal ? m_localBrowser : m_deviceBrowser);
+    BrowserPane *pane = isLocal ? m_localBrowser : deviceBrowser();
+    m_body->setCurrentWidget(pane);
+    m_commands->setShown(*pane);
 }
 
 } // namespace Korvane

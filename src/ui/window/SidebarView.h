@@ -10,6 +10,7 @@ namespace Korvane {
 
 class Actions;
 class AppState;
+class BrowserCommands;
 class BrowserPane;
 
 /// The window's left column: the choice between the two file browsers, the chosen one, and the
@@ -31,6 +32,9 @@ public:
 private:
     [[nodiscard]] QWidget *makePicker();
     [[nodiscard]] QWidget *makeTransferRow();
+    /// Made by the first call: until the board's files are shown, the start doesn't pay for them.
+    [[nodiscard]] BrowserPane *deviceBrowser();
+    void updateMinimumWidth();
     void showTab();
 
     AppState &m_state;
@@ -38,7 +42,8 @@ private:
     QToolButton *m_deviceTab;
     QStackedWidget *m_body;
     BrowserPane *m_localBrowser;
-    BrowserPane *m_deviceBrowser;
+    BrowserPane *m_deviceBrowser = nullptr; // see deviceBrowser()
+    BrowserCommands *m_commands;
     /// Runs while a drag rests over m_dragTab.
     QTimer m_dragRest;
     QToolButton *m_dragTab = nullptr;
