@@ -3,6 +3,7 @@
 #include "board/BoardScripts.h"
 #include "board/DeviceError.h"
 #include "board/DeviceLink.h"
+#include "board/QuestionEnd.h"
 
 #include <algorithm>
 #include <chrono>
@@ -170,15 +171,25 @@ Async<bool> DeviceFileContent::confirmInPlace(WritePermit permit, QString label)
     question.message = u"The board has no room for the old and the new %1. If writing over the old "
                        "file fails, both are lost on the board."_s.arg(path);
     question.confirmTitle = u"Write Over"_s;
-    question.asker = permit.asker();
-    question.withdrawn = permit.withdrawn();
-    const auto answer = co_await m_prompts.confirm(std::move(question));
+    auto asking =
+        permit.confirm() ? permit.confirm()(std::move(question)) : confirm(std::move(question));
+    const auto confirmed = co_await std::move(asking);
     if (!life)
         co_return DeviceError::closed();
+    if (!confirmed)
+        co_return confirmed.error();
     if (!m_link.connectionState().isConnected())
         co_return DeviceError::notConnected();
     if (connection != m_link.connectionNumber())
         co_return DeviceError::boardReplaced();
+    co_return *confirmed;
+}
+
+Async<bool> DeviceFileContent::confirm(UserPrompts::Confirmation question)
+{
+    const QuestionEnd end(m_link);
+    question.withdrawn = end.token();
+    const auto answer = co_await m_prompts.confirm(std::move(question));
     co_return answer.confirmed;
 }
 

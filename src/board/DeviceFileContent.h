@@ -55,6 +55,7 @@ private:
     [[nodiscard]] Async<QByteArray> readAtOnce(QString path, QString label);
     [[nodiscard]] Async<void> checkNeedsPieces(Error error);
     [[nodiscard]] Async<bool> confirmInPlace(WritePermit permit, QString label);
+    [[nodiscard]] Async<bool> confirm(UserPrompts::Confirmation question);
 
     DeviceLink &m_link;
     UserPrompts &m_prompts;

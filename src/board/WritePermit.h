@@ -1,12 +1,13 @@
 #pragma once
 
+#include "base/Async.h"
 #include "base/UserPrompts.h"
 
 #include <QSet>
 #include <QString>
 
+#include <functional>
 #include <memory>
-#include <stop_token>
 #include <utility>
 
 namespace Korvane {
@@ -29,15 +30,12 @@ public:
         entry.m_path = folder + u'/' + relativePath;
         return entry;
     }
-    /// For whose action the file is written, for questions that come up while it is written.
-    [[nodiscard]] UserPrompts::Asker asker() const { return m_asker; }
-    /// Ends the questions that come up, as UserPrompts::Confirmation::withdrawn.
-    [[nodiscard]] std::stop_token withdrawn() const { return m_withdrawn; }
-    void setAsker(UserPrompts::Asker asker, std::stop_token withdrawn)
-    {
-        m_asker = asker;
-        m_withdrawn = std::move(withdrawn);
-    }
+    /// Asks a question that comes up while the file is written. False when the user declines; an
+    /// error ends the write.
+    using Confirm = std::function<Async<bool>(UserPrompts::Confirmation)>;
+    /// Without one, the question is asked as one for an action of the user.
+    [[nodiscard]] const Confirm &confirm() const { return m_confirm; }
+    void setConfirm(Confirm confirm) { m_confirm = std::move(confirm); }
 
 private:
     friend class DeviceFiles;
@@ -67,8 +65,7 @@ private:
 
     QString m_path;
     int m_connection;
-    UserPrompts::Asker m_asker = UserPrompts::Asker::User;
-    std::stop_token m_withdrawn;
+    Confirm m_confirm;
     std::shared_ptr<const Claim> m_claim;
 };
 

@@ -3,6 +3,7 @@
 #include "app/AppState.h"
 #include "base/Utf8.h"
 #include "board/DeviceLink.h"
+#include "board/QuestionEnd.h"
 #include "mcp/MCPToolError.h"
 #include "mcp/ToolTexts.h"
 
@@ -31,9 +32,8 @@ public:
     using MakeTexts = std::function<Async<UserPrompts::Texts>()>;
 
     Question(DeviceLink &link, const std::stop_token &unwanted)
-        : m_unwanted(unwanted, Request{m_end})
+        : m_end(link, unwanted)
     {
-        QObject::connect(&link, &DeviceLink::ended, &m_context, Request{m_end});
     }
 
     /// To be asked once, and while this exists. It is not asked when \p makeTexts fails.
@@ -41,7 +41,7 @@ public:
     {
         UserPrompts::Confirmation confirmation;
         confirmation.asker = UserPrompts::Asker::Assistant;
-        confirmation.withdrawn = m_end.get_token();
+        confirmation.withdrawn = m_end.token();
         confirmation.prepare = [notAsked = m_notAsked, makeTexts = std::move(makeTexts)] {
             return prepare(makeTexts(), notAsked);
         };
@@ -49,15 +49,9 @@ public:
     }
     /// Why it was not asked.
     [[nodiscard]] const std::optional<Error> &notAsked() const { return *m_notAsked; }
-    [[nodiscard]] bool hasEnded() const { return m_end.get_token().stop_requested(); }
+    [[nodiscard]] bool hasEnded() const { return m_end.hasCome(); }
 
 private:
-    struct Request
-    {
-        std::stop_source end;
-        void operator()() const { std::stop_source(end).request_stop(); }
-    };
-
     static QCoro::Task<std::optional<UserPrompts::Texts>> prepare(
         Async<UserPrompts::Texts> making, std::shared_ptr<std::optional<Error>> notAsked)
     {
@@ -68,11 +62,9 @@ private:
         co_return std::nullopt;
     }
 
-    std::stop_source m_end;
-    std::stop_callback<Request> m_unwanted;
+    QuestionEnd m_end;
     /// Shared with the preparation, which may end after this when the question ends before it.
     std::shared_ptr<std::optional<Error>> m_notAsked = std::make_shared<std::optional<Error>>();
-    QObject m_context;
 };
 
 BoardFileTools::BoardFileTools(AppState &state, BoardQueue &queue)
@@ -170,7 +162,10 @@ BoardFileTools::Answer BoardFileTools::write(ToolArguments arguments, CallStop s
         if (const auto ready = check(stop, permit, writeOperation); !ready)
             co_return ready.error();
     }
-    permit.setAsker(UserPrompts::Asker::Assistant, stop.unwanted);
+    const auto held = std::make_shared<BoardQueue::Turn>(std::move(*turn));
+    permit.setConfirm([this, held, stop, life](UserPrompts::Confirmation question) {
+        return confirmBetweenTurns(std::move(question), held, stop, life);
+    });
     const auto written = co_await files.writeTextToDevice(*content, permit, *path);
     if (!life)
         co_return MCPToolError::closed();
@@ -233,6 +228,29 @@ BoardFileTools::Answer BoardFileTools::remove(ToolArguments arguments, CallStop 
     if (exists || !deleted)
         co_return MCPToolError::notDeleted(*path);
     co_return u"Deleted "_s + *path + u'.';
+}
+
+/// Asks while other calls use the board, and then replaces \p held by a turn of its own.
+Async<bool> BoardFileTools::confirmBetweenTurns(UserPrompts::Confirmation question,
+                                                std::shared_ptr<BoardQueue::Turn> held,
+                                                CallStop stop, Lifetime::Watch life)
+{
+    if (!life)
+        co_return MCPToolError::closed();
+    held->reset();
+    const QuestionEnd end(m_state.link(), stop.unwanted);
+    question.asker = UserPrompts::Asker::Assistant;
+    question.withdrawn = end.token();
+    const auto confirmed = co_await m_state.deviceFiles().confirmAction(std::move(question));
+    if (!life)
+        co_return MCPToolError::closed();
+    if (!confirmed)
+        co_return false;
+    const auto turn = co_await m_queue.turn(stop);
+    if (!turn)
+        co_return turn.error();
+    *held = *turn;
+    co_return true;
 }
 
 /// The text of the question, at the time when it is opened. The board is asked whether the file

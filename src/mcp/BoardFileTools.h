@@ -34,6 +34,9 @@ public:
 private:
     class Question;
 
+    [[nodiscard]] Async<bool> confirmBetweenTurns(UserPrompts::Confirmation question,
+                                                  std::shared_ptr<BoardQueue::Turn> held,
+                                                  CallStop stop, Lifetime::Watch life);
     [[nodiscard]] Async<UserPrompts::Texts> writeQuestion(WritePermit permit, QString size,
                                                           CallStop stop, Lifetime::Watch life);
     [[nodiscard]] Async<UserPrompts::Texts> removeQuestion(WritePermit permit,

@@ -289,6 +289,9 @@ private slots:
             QCOMPARE(fixture.done(fixture.files.readDeviceFile(u"/full/b"_s, {})),
                      QByteArray(20'000, isAgreed ? 'n' : 'x'));
         }
+        fixture.prompts.meanwhile = [&] { fixture.fixture.link->disconnectDevice(); };
+        fixture.write(QByteArray(20'000, 'm'), u"/full/b"_s, u"b"_s);
+        QVERIFY(fixture.prompts.wasWithdrawn);
     }
 
     void leavesTheOldOrTheNewFileWhereTheLinkIsLost_data()

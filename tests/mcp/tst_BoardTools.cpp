@@ -54,11 +54,12 @@ class tst_BoardTools final : public QObject
     VirtualBoard m_board;
 
     /// A fixture that is connected to the real board, which has no files.
-    std::unique_ptr<ToolsFixture> connected()
+    std::unique_ptr<ToolsFixture> connected() { return connected(m_board); }
+    static std::unique_ptr<ToolsFixture> connected(const VirtualBoard &board)
     {
         auto box = std::make_unique<ToolsFixture>();
         box->settings.setFlag(Settings::autoApproveWrites, true);
-        const QByteArray port = m_board.port().toUtf8();
+        const QByteArray port = board.port().toUtf8();
         if (box->call("connect_device|port=" + port) != "Connected to " + port + '.')
             qFatal("%s", box->text().constData());
         box->call("run_code|code=import os\nfor n in os.listdir('/'):\n try: os.remove('/' + n)\n"
@@ -278,6 +279,26 @@ private slots:
         QVERIFY(box.prompts.takeAsked().contains(u"if there is one"_s)); // it didn't answer
         box.prompts.meanwhile = [&] { box.state->link().disconnectDevice(); };
         QCOMPARE(box.call(write), noBoard);
+    }
+
+    void leavesTheBoardToOthersWhileItAsks()
+    {
+        VirtualBoard small({u"--disk"_s, u"50000"_s});
+        QVERIFY2(small.start(), qPrintable(small.errorText()));
+        const auto box = connected(small);
+        const QByteArray write = "write_device_file|path=/b|content=" + QByteArray(30'000, 'n');
+        QCOMPARE(box->call(write), "Wrote 30000 bytes to /b.");
+        std::optional<decltype(box->begin({}))> later;
+        box->prompts.meanwhile = [&] {
+            QCOMPARE(box->call("run_code|code=print(1)"), "1\n");
+            later = box->begin("run_code|code=import time\ntime.sleep(.3)\nprint(2)");
+        };
+        QCOMPARE(box->call(write), "Wrote 30000 bytes to /b.");
+        QVERIFY(later->isReady() && box->prompts.takeAsked().contains(u"Write Over"_s));
+        box->prompts.meanwhile = [&] { box->state->link().disconnectDevice(); };
+        const QByteArray answer = box->call(write);
+        QVERIFY2(answer.endsWith("/b on the board is unchanged."), answer);
+        QVERIFY(box->prompts.wasWithdrawn);
     }
 
     void reportsADeletionThatTheBoardDoesNotConfirm()

@@ -23,6 +23,8 @@ public:
     std::function<void()> waiting = [] {};
     /// Runs while the question is open.
     std::function<void()> meanwhile = [] {};
+    /// Of the last confirmation, while it was open.
+    bool wasWithdrawn = false;
 
     /// "title | message | confirm title | don't ask again" and the like, one for each question.
     QStringList asked;
@@ -44,7 +46,8 @@ public:
             parts << question.dontAskAgainPath;
         asked << parts.join(QStringLiteral(" | "));
         meanwhile();
-        co_return question.withdrawn.stop_requested() ? ConfirmationAnswer() : confirmation;
+        wasWithdrawn = question.withdrawn.stop_requested();
+        co_return wasWithdrawn ? ConfirmationAnswer() : confirmation;
     }
     QCoro::Task<int> choose(Choice question) override
     {
