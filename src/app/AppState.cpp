@@ -3,6 +3,9 @@
 #include "app/AssistantServer.h"
 #include "board/DeviceError.h"
 
+#include <QDir>
+#include <QRegularExpression>
+
 #include <utility>
 
 namespace Korvane {
@@ -80,7 +83,12 @@ QCoro::Task<void> AppState::runPiece(QString code, int firstLine)
         m_errors.report(DeviceError::programRunning());
         co_return;
     }
-    if (!code.contains(u'\n')) {
+    // At the prompt a block waits for an empty line, and a line sent during a command is not run.
+    static const QRegularExpression startsBlock(
+        QStringLiteral("\\A(@|(if|while|for|try|with|def|class|async)\\b)"));
+    const bool isForPrompt = !code.contains(u'\n')
+        && !(isOnBoard && (m_link.deviceCommandInFlight() || startsBlock.match(code).hasMatch()));
+    if (isForPrompt) {
         emit runStarted();
         submitShell(code);
         co_return;
@@ -141,6 +149,11 @@ QCoro::Task<void> AppState::openSource(QString file, int line, int run)
         const EditorFile *selected = m_documents.selectedFile();
         if (selected && selected->devicePath() == copy.path)
             emit sourceLineOpened(line);
+        co_return;
+    }
+    if (!QDir::isAbsolutePath(file)) {
+        m_shell.appendError(
+            QStringLiteral("Cannot open %1: it is not on the connected board.").arg(file));
         co_return;
     }
     const auto opened = co_await m_documents.openFile(file);

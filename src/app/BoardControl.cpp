@@ -4,6 +4,7 @@
 #include "app/PortAdvice.h"
 #include "app/Preferences.h"
 #include "app/VirtualBoardProcess.h"
+#include "base/DisplayPath.h"
 #include "base/PythonResource.h"
 #include "base/ShellSink.h"
 #include "board/DeviceError.h"
@@ -12,7 +13,6 @@
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QFileInfo>
-#include <QLocale>
 
 #include <chrono>
 #include <utility>
@@ -31,6 +31,7 @@ constexpr auto retryInterval = 300ms;
 constexpr int mostAttempts = 10;
 // The clock is set again when the command had to wait longer for the link.
 constexpr qint64 longestClockDelay = 1'000;
+constexpr int mostClockAttempts = 3;
 
 QString clockScript(const QDateTime &time)
 {
@@ -48,8 +49,7 @@ QString size(const QString &bytes)
 {
     bool isNumber = false;
     const qint64 number = bytes.toLongLong(&isNumber);
-    return isNumber ? QLocale::c().formattedDataSize(number, 1, QLocale::DataSizeSIFormat)
-                    : QString();
+    return isNumber ? displaySize(number) : QString();
 }
 
 } // namespace
@@ -140,8 +140,11 @@ void BoardControl::reconnect()
     if (!m_isLost || m_link.connectionState() != DeviceConnectionState::disconnected()
         || !m_preferences.flag(Preferences::ReconnectBoards))
         return;
-    const QStringList ports = m_link.availablePorts();
-    for (const QString &port : ports) {
+    QStringList ports = m_link.availablePorts();
+    // Two ports of one board have the same identity.
+    if (ports.removeOne(m_port))
+        ports.prepend(m_port);
+    for (const QString &port : std::as_const(ports)) {
         if (m_identity.serialNumber.isEmpty() && port != m_port)
             continue;
         if (m_link.portIdentity(port) != m_identity)
@@ -203,7 +206,8 @@ QCoro::Task<void> BoardControl::showDetails()
 QCoro::Task<void> BoardControl::setClock()
 {
     const auto life = m_life.watch();
-    for (bool isLate = true; isLate;) {
+    bool isLate = true;
+    for (int attempt = 1; isLate; ++attempt) {
         QElapsedTimer elapsed;
         elapsed.start();
         const QDateTime time = QDateTime::currentDateTime();
@@ -215,7 +219,7 @@ QCoro::Task<void> BoardControl::setClock()
             reportFailure(QStringLiteral("Could not set the board’s clock: "), done.error());
             co_return;
         }
-        isLate = elapsed.elapsed() > longestClockDelay;
+        isLate = elapsed.elapsed() > longestClockDelay && attempt < mostClockAttempts;
         if (!isLate)
             m_shell.appendInfo(QStringLiteral("The board’s clock was set to %1.")
                                    .arg(time.toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))));

@@ -22,15 +22,13 @@ Async<std::optional<QByteArray>> BoardStore::read(DocumentPlace place)
     const auto isSameBoard = co_await checkBoard(place);
     if (!isSameBoard)
         co_return isSameBoard.error();
-    const bool exists = co_await m_files.deviceFileExists(place.path);
+    const auto exists = co_await m_files.lookForDeviceFile(place.path);
     if (!life)
         co_return DeviceError::closed();
-    if (!exists) {
-        const auto isMissing = co_await checkBoard(place); // not for want of a link
-        if (!isMissing)
-            co_return isMissing.error();
+    if (!exists)
+        co_return exists.error();
+    if (!*exists)
         co_return std::optional<QByteArray>();
-    }
     const auto bytes = co_await m_files.readDeviceFile(place.path, place.path);
     if (!bytes)
         co_return bytes.error();
@@ -49,10 +47,12 @@ Async<DocumentStore::Held> BoardStore::compare(DocumentPlace place, QList<QByteA
     const auto isSameBoard = co_await checkBoard(place);
     if (!isSameBoard)
         co_return isSameBoard.error();
-    const bool exists = co_await m_files.deviceFileExists(place.path);
+    const auto exists = co_await m_files.lookForDeviceFile(place.path);
     if (!life)
         co_return DeviceError::closed();
     if (!exists)
+        co_return exists.error();
+    if (!*exists)
         co_return Held::NoFile;
     const auto isExpected = co_await m_files.deviceFileHolds(place.path, std::move(contents));
     if (!isExpected)

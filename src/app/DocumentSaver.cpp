@@ -45,7 +45,8 @@ QCoro::Task<void> DocumentSaver::close(QUuid id)
     const EditorFile *file = m_parts.documents.file(id);
     if (!file || m_closing.contains(id))
         co_return;
-    if (file->isModified() && !m_parts.asksBeforeClosing()) {
+    const bool isKept = !m_keepsEdits || m_keepsEdits();
+    if (file->isModified() && isKept && !m_parts.asksBeforeClosing()) {
         m_parts.documents.closeKeepingEdits(id);
         co_return;
     }

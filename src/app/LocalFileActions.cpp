@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <optional>
+#include <sys/stat.h>
 
 namespace Korvane {
 
@@ -45,9 +46,8 @@ Error failure(const QString &attempt, const Error &error)
     return {error.code, attempt + u": "_s + error.message, {}, error.systemCode};
 }
 
-Error systemError()
+Error systemError(int code = errno)
 {
-    const int code = errno;
     return {ErrorCode::File, systemErrorText(code), {}, code};
 }
 
@@ -68,19 +68,16 @@ Result<void> createEmptyFile(const QString &path)
     return Error{ErrorCode::File, file.errorString()};
 }
 
-Result<void> moveWithoutReplacing(const QString &from, const QString &to)
+bool isOneFile(const QByteArray &path, const QByteArray &other)
 {
-    const QByteArray oldName = QFile::encodeName(from);
-    const QByteArray newName = QFile::encodeName(to);
-    if (::renameat2(AT_FDCWD, oldName.constData(), AT_FDCWD, newName.constData(), RENAME_NOREPLACE)
-        == 0)
-        return {};
-    if (errno != EINVAL && errno != ENOSYS)
-        return systemError();
-    // The file system cannot do both in one step.
-    if (kindOf(to) != Kind::Missing)
-        return Error{ErrorCode::File, systemErrorText(EEXIST), {}, EEXIST};
-    return ::rename(oldName.constData(), newName.constData()) == 0 ? Result<void>() : systemError();
+    struct stat one
+    {
+    };
+    struct stat two
+    {
+    };
+    return ::lstat(path.constData(), &one) == 0 && ::lstat(other.constData(), &two) == 0
+        && one.st_dev == two.st_dev && one.st_ino == two.st_ino;
 }
 
 Result<void> moveReplacing(const QString &from, const QString &to)
@@ -88,6 +85,25 @@ Result<void> moveReplacing(const QString &from, const QString &to)
     if (::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) != 0)
         return systemError();
     return {};
+}
+
+Result<void> moveWithoutReplacing(const QString &from, const QString &to)
+{
+    const QByteArray oldName = QFile::encodeName(from);
+    const QByteArray newName = QFile::encodeName(to);
+    if (::renameat2(AT_FDCWD, oldName.constData(), AT_FDCWD, newName.constData(), RENAME_NOREPLACE)
+        == 0)
+        return {};
+    const int code = errno;
+    // A file system such as FAT ignores the case: the file itself has the new name.
+    if (code == EEXIST && from.compare(to, Qt::CaseInsensitive) == 0 && isOneFile(oldName, newName))
+        return moveReplacing(from, to);
+    if (code != EINVAL && code != ENOSYS)
+        return systemError(code);
+    // The file system cannot do both in one step.
+    if (kindOf(to) != Kind::Missing)
+        return Error{ErrorCode::File, systemErrorText(EEXIST), {}, EEXIST};
+    return ::rename(oldName.constData(), newName.constData()) == 0 ? Result<void>() : systemError();
 }
 
 struct Places
@@ -299,8 +315,9 @@ Async<void> LocalFileActions::moveToTrash(QStringList paths)
     UserPrompts::Confirmation question;
     question.title = paths.size() == 1 ? u"Move “%1” to the trash?"_s.arg(names.first())
                                        : u"Move %1 items to the trash?"_s.arg(paths.size());
-    question.message = u"Removes %1 from %2. The trash keeps it until it is emptied."_s.arg(
-        listOfNames(names), folder);
+    question.message =
+        u"Removes %1 from %2. What is in the trash can be restored until that is emptied."_s.arg(
+            listOfNames(names), folder);
     question.confirmTitle = u"Move to Trash"_s;
     const auto answer = co_await m_parts.prompts.confirm(std::move(question));
     if (!life)

@@ -145,18 +145,15 @@ QCoro::Task<bool> Workspace::openDocuments(QList<WorkspaceFile::Document> docume
                                                                                : QString()));
     QStringList missing;
     QUuid chosen;
-    bool isChosenByUser = open.selectedFileID() != first; // such as by the command line
     for (qsizetype i = 0; i < documents.size(); ++i) {
         const WorkspaceFile::Document document = documents[i];
         if (document.place.kind == DocumentPlace::Kind::Board) {
             m_boardDocuments << document;
             continue;
         }
-        const QUuid before = open.selectedFileID();
         auto file = co_await std::move(reads[static_cast<size_t>(i)]);
         if (!life || !file)
             co_return false;
-        isChosenByUser = isChosenByUser || open.selectedFileID() != before;
         if (!file->text) {
             missing << QFileInfo(document.place.path).fileName();
             continue;
@@ -166,20 +163,21 @@ QCoro::Task<bool> Workspace::openDocuments(QList<WorkspaceFile::Document> docume
                 restoreBreakpoints(*opened, document);
             continue;
         }
-        const QUuid selectedNow = open.selectedFileID();
-        open.add(makeFile(file->place, *file->text, document));
-        if (i == selected)
-            chosen = open.selectedFileID();
-        if (isChosenByUser)
-            open.select(selectedNow);
+        auto made = makeFile(file->place, *file->text, document);
+        const QUuid id = made->id();
+        m_knownPaths.insert(id, made->path()); // used in the last session, not just now
+        open.add(std::move(made), OpenFiles::Selection::Keep);
+        if (i == selected || chosen.isNull())
+            chosen = id;
     }
-    if (!chosen.isNull() && !isChosenByUser)
-        open.select(chosen);
     const EditorFile *empty = open.file(first);
-    if (empty && isUntouched(*empty) && open.openFiles().size() > 1)
+    if (empty && isUntouched(*empty) && open.openFiles().size() > 1) {
+        if (!chosen.isNull() && open.selectedFileID() == first) // not by the command line
+            open.select(chosen);
         open.closeFile(first);
+    }
     if (!missing.isEmpty())
-        m_state.shell().appendInfo(QStringLiteral("Not opened again, since it can’t be read: ")
+        m_state.shell().appendInfo(QStringLiteral("Could not be read and opened again: ")
                                    + missing.join(QStringLiteral(", ")));
     co_return true;
 }
@@ -218,8 +216,7 @@ WorkspaceFile Workspace::snapshot()
         file.documents << describe(*open);
     }
     for (const WorkspaceFile::Document &document : std::as_const(m_boardDocuments)) {
-        if (!documents.fileAt(document.place)
-            && file.documents.size() < WorkspaceFile::maxDocuments)
+        if (file.documents.size() < WorkspaceFile::maxDocuments)
             file.documents << document;
     }
     file.folder = m_state.localFiles().localWorkingDir();
@@ -261,6 +258,11 @@ void Workspace::noteFiles()
             WorkspaceFile::addRecent(m_recentFolders, folder);
         hasNew = true;
     }
+    const auto isOpen = [this](const WorkspaceFile::Document &document) {
+        return m_state.documents().fileAt(document.place) != nullptr;
+    };
+    m_boardDocuments.removeIf(isOpen);
+    hasNew = m_ofThisBoard.removeIf(isOpen) > 0 || hasNew;
     note();
     if (hasNew)
         emit changed();
@@ -298,16 +300,29 @@ QCoro::Task<void> Workspace::reopenClosed()
     emit changed();
     OpenFiles &open = m_state.documents();
     const DocumentPlace place = closed.document.place;
-    if (open.selectPlace(place))
-        co_return;
     if (closed.text) {
-        auto file = std::make_unique<EditorFile>(closed.name, place, *closed.text);
-        file->setSavedText(closed.savedText);
+        // A second document of the file would overwrite what the first one saves.
+        const bool isOpen = open.fileAt(place) != nullptr;
+        auto file = std::make_unique<EditorFile>(closed.name, isOpen ? DocumentPlace() : place,
+                                                 *closed.text);
+        file->setSavedText(isOpen ? std::nullopt : closed.savedText);
         prepare(*file, closed.document);
         open.add(std::move(file));
         co_return;
     }
+    if (open.selectPlace(place))
+        co_return;
     if (place.kind == DocumentPlace::Kind::Board) {
+        const auto board = co_await m_state.link().boardIdentity();
+        if (!life)
+            co_return;
+        if (!board || *board != place.board) {
+            m_closed << closed;
+            emit changed();
+            m_state.shell().appendError(
+                QStringLiteral("Connect the board of %1 to open it again.").arg(closed.name));
+            co_return;
+        }
         const DeviceFileNode node = nodeAt(place.path);
         const WorkspaceFile::Document document = closed.document;
         m_state.boardDocuments().openDeviceFile(
@@ -334,23 +349,21 @@ QCoro::Task<void> Workspace::offerBoardDocuments()
         co_return;
     m_ofThisBoard.clear();
     for (const WorkspaceFile::Document &document : std::as_const(m_boardDocuments)) {
-        if (document.place.board == *board && !m_state.documents().fileAt(document.place))
+        if (document.place.board == *board)
             m_ofThisBoard << document;
     }
     if (!m_ofThisBoard.isEmpty())
         m_state.shell().appendInfo(
-            QStringLiteral("Files of this board were open at the last end: File › Reopen Files of "
-                           "This Board."));
+            QStringLiteral("Files of this board were open when Korvane was last closed: File › "
+                           "Reopen Files of This Board."));
     emit changed();
 }
 
 QCoro::Task<void> Workspace::openBoardDocuments()
 {
     const auto life = m_life.watch();
-    const QList<WorkspaceFile::Document> documents = std::exchange(m_ofThisBoard, {});
-    emit changed();
+    const QList<WorkspaceFile::Document> documents = m_ofThisBoard; // each leaves it when open
     for (const WorkspaceFile::Document &document : documents) {
-        m_boardDocuments.removeAll(document);
         const DeviceFileNode node = nodeAt(document.place.path);
         const std::function<void(EditorFile &)> restoreView = [document](EditorFile &file) {
             prepare(file, document);

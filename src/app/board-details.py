@@ -15,6 +15,8 @@ except Exception:
  print('')
 try:
  _s = os.statvfs('/')
+ if not _s[2]:  # without a file system there
+  _s = os.statvfs(os.getcwd())
  print(_s[0] * _s[3])
 except Exception:
  print('')

@@ -87,10 +87,11 @@ EditorFile &OpenFiles::open(const QString &name, const DocumentPlace &place,
     return add(std::make_unique<EditorFile>(name, place, DocumentText::fromFile(fileText)));
 }
 
-EditorFile &OpenFiles::add(std::unique_ptr<EditorFile> file)
+EditorFile &OpenFiles::add(std::unique_ptr<EditorFile> file, Selection selection)
 {
-    EditorFile &added = append(std::move(file));
-    emit fileChosen();
+    EditorFile &added = append(std::move(file), selection);
+    if (selection == Selection::Change)
+        emit fileChosen();
     return added;
 }
 
@@ -232,7 +233,7 @@ EditorFile *OpenFiles::fileAt(const DocumentPlace &place) const
     return found == m_openFiles.cend() ? nullptr : found->get();
 }
 
-EditorFile &OpenFiles::append(std::unique_ptr<EditorFile> file)
+EditorFile &OpenFiles::append(std::unique_ptr<EditorFile> file, Selection selection)
 {
     EditorFile &added = *file;
     const QUuid id = added.id();
@@ -241,9 +242,11 @@ EditorFile &OpenFiles::append(std::unique_ptr<EditorFile> file)
     connect(&added, &EditorFile::breakpointsChanged, this,
             [this, id] { emit breakpointsChanged(id); });
     m_openFiles.push_back(std::move(file));
-    m_selectedFileID = id;
+    if (selection == Selection::Change)
+        m_selectedFileID = id;
     emit openFilesChanged();
-    emit selectedFileChanged();
+    if (selection == Selection::Change)
+        emit selectedFileChanged();
     return added;
 }
 

@@ -22,6 +22,8 @@ class OpenFiles final : public QObject
     Q_OBJECT
 
 public:
+    enum class Selection { Change, Keep };
+
     /// Starts empty: the owner opens the first document. \p shell must outlive this.
     explicit OpenFiles(ShellSink &shell, QObject *parent = nullptr);
     ~OpenFiles() override;
@@ -43,8 +45,8 @@ public:
     /// Appends a document with unsaved edits, selects it and returns its id. The content of its
     /// file counts as unknown.
     QUuid openUnsaved(const QString &name, const DocumentPlace &place, const QString &fileText);
-    /// Appends \p file, selects it and returns it.
-    EditorFile &add(std::unique_ptr<EditorFile> file);
+    /// Appends \p file and returns it. It becomes the selected one unless \p selection is Keep.
+    EditorFile &add(std::unique_ptr<EditorFile> file, Selection selection = Selection::Change);
     /// Moves the document to the place \p index among the open ones.
     void moveFile(const QUuid &id, qsizetype index);
     /// Selects the document; one that is not open changes nothing.
@@ -96,7 +98,7 @@ signals:
     void breakpointsChanged(const QUuid &id);
 
 private:
-    EditorFile &append(std::unique_ptr<EditorFile> file);
+    EditorFile &append(std::unique_ptr<EditorFile> file, Selection selection = Selection::Change);
 
     ShellSink &m_shell;
     std::vector<std::unique_ptr<EditorFile>> m_openFiles;

@@ -47,6 +47,9 @@ private slots:
         fixture.state->openSource(u"/nowhere/a.py"_s, 1, 0);
         QTRY_COMPARE(fixture.lines().last(),
                      u"error: Cannot open /nowhere/a.py: No such file or directory"_s);
+        fixture.state->openSource(u"a.py"_s, 1, 0); // not one in the program's working directory
+        QTRY_COMPARE(fixture.lines().last(),
+                     u"error: Cannot open a.py: it is not on the connected board."_s);
     }
 
     void initTestCase() { QVERIFY2(m_board.start(), qPrintable(m_board.errorText())); }
@@ -64,6 +67,12 @@ private slots:
         QTRY_VERIFY2(fixture.text().contains(u"\n42\n>>> "_s), qPrintable(fixture.text()));
         fixture.state->submitShell(u"def f():\n    return 'äöü'\n\nprint(f(), x[:2])"_s);
         QTRY_VERIFY2(fixture.text().contains(u"\näöü aa\n>>> "_s), qPrintable(fixture.text()));
+        for (const auto &piece : {u"for i in (8, 9): print('i', i)"_s, u"i * 2"_s}) {
+            fixture.state->runPiece(piece, 1);
+            QTRY_VERIFY2(isOver(fixture), qPrintable(fixture.text()));
+        }
+        QVERIFY2(fixture.text().contains(u"i 8\ni 9\n"_s), qPrintable(fixture.text()));
+        QVERIFY2(fixture.text().endsWith(u"\n18\n>>> "_s), qPrintable(fixture.text()));
     }
 
     void isFreeAfterADebugRunIsStopped()

@@ -133,6 +133,10 @@ private slots:
             fixture.prompts.choice = answer;
             QCOMPARE(awaited(fixture.state->saving().mayClose()), answer == u"Don’t Save"_s);
         }
+        fixture.state->preferences().setFlag(Preferences::AskBeforeClosing, false);
+        fixture.prompts.choice = u"Cancel"_s;
+        awaited(fixture.state->saving().close(fixture.file().id())); // asks all the same
+        QCOMPARE(fixture.file().content(), u"newer"_s);
     }
 
     void noticesWhatOtherProgramsDoToItsFile()
