@@ -117,6 +117,9 @@ private slots:
             fixture.find<QWidget>(name)->setFocus();
             fixture.press(Qt::Key_F, Qt::ControlModifier);
             QTest::keyClicks(QApplication::focusWidget(), u"a"_s);
+            fixture.press(Qt::Key_Return, Qt::ShiftModifier);
+            QCOMPARE(editor->currentLine(), 3);
+            fixture.press(Qt::Key_Return);
             fixture.press(Qt::Key_Escape);
             QVERIFY2(editor->hasFocus(), name);
             fixture.find<QWidget>(name)->setFocus();

@@ -291,9 +291,15 @@ private slots:
         };
         closeOthers(1); // the question about c.py is canceled
         QCOMPARE(shown(), u"[c.py*] a.py b.py"_s);
-        m_fixture->prompts.choice = u"Don’t Save"_s;
+        // Saving c.py as b.py closes that tab, which is the next one.
+        m_fixture->state().localFiles().setLocalWorkingDir(m_fixture->folder.path());
+        const QString path = m_fixture->folder.filePath(u"b.py"_s);
+        documents().openFiles().last()->moveTo(u"b.py"_s, DocumentPlace::local(path));
+        m_fixture->prompts.choice = u"Save"_s;
+        m_fixture->prompts.name = u"b.py"_s;
         closeOthers(1);
         QTRY_COMPARE(shown(), u"[a.py]"_s);
+        QCOMPARE(bytesOf(path), "edited"_ba);
     }
 
     void hidesAndResizesTheParts()
@@ -303,6 +309,9 @@ private slots:
         const int width = sidebar->width();
         m_fixture->press(Qt::Key_F7, Qt::ControlModifier);
         QCOMPARE(sidebar->width(), width + 40);
+        m_fixture->find<QWidget>("sidebar")->hide(); // as at the last end
+        m_fixture->press(Qt::Key_F7);
+        QVERIFY(sidebar->isVisible());
         m_fixture->press(Qt::Key_F7);
         QVERIFY(!sidebar->isVisible());
         m_fixture->press(Qt::Key_F6, Qt::ShiftModifier); // skips what is hidden

@@ -74,7 +74,8 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     connectFocus();
     CodeEditorView *editor = &m_editorArea->editor();
     QAction *runPiece = (*m_commands)[Actions::RunPiece];
-    runPiece->setShortcutContext(Qt::WidgetWithChildrenShortcut); // elsewhere it ends a line
+    // In the Shell the key ends a line, in the find bar it finds the previous place.
+    runPiece->setShortcutContext(Qt::WidgetShortcut);
     editor->addAction(runPiece);
     connect(runPiece, &QAction::triggered, this, &ContentView::runPiece);
     connect((*m_commands)[Actions::FollowTraceback], &QAction::triggered, m_bottomPane,
@@ -179,7 +180,7 @@ bool ContentView::eventFilter(QObject *watched, QEvent *event)
             event->accept();
             return true;
         }
-        if (isOwnShortcut(QKeySequence(key->keyCombination()))) {
+        if (isOwnShortcut(QKeySequence(key->keyCombination()), watched)) {
             event->ignore();
             return true;
         }
@@ -296,12 +297,14 @@ void ContentView::focusPane(int step)
     }
 }
 
-bool ContentView::isOwnShortcut(const QKeySequence &keys) const
+bool ContentView::isOwnShortcut(const QKeySequence &keys, const QObject *focused) const
 {
+    const auto *widget = qobject_cast<const QWidget *>(focused);
     const QList<QAction *> actions = findChildren<QAction *>();
     return std::any_of(actions.cbegin(), actions.cend(), [&](const QAction *action) {
-        return action->isEnabled() && action->shortcutContext() != Qt::WidgetShortcut
-            && action->shortcuts().contains(keys);
+        const bool applies = action->shortcutContext() != Qt::WidgetShortcut
+            || (widget && widget->actions().contains(action));
+        return applies && action->isEnabled() && action->shortcuts().contains(keys);
     });
 }
 

@@ -49,7 +49,8 @@ private:
     void runPiece();
     /// In the order editor, lower pane, sidebar; to the one before with \p step -1.
     void focusPane(int step);
-    [[nodiscard]] bool isOwnShortcut(const QKeySequence &keys) const;
+    /// Of a command that applies while \p focused has the focus.
+    [[nodiscard]] bool isOwnShortcut(const QKeySequence &keys, const QObject *focused) const;
 
     AppState &m_state;
     bool m_isClosing = false;

@@ -166,10 +166,12 @@ void EditorTabStrip::step(int tabs)
 QCoro::Task<void> EditorTabStrip::closeOthers(QUuid kept)
 {
     const QPointer<EditorTabStrip> self = this;
-    for (const EditorFile *file : m_state.documents().openFiles()) {
-        const QUuid id = file->id();
-        if (id == kept)
-            continue;
+    QList<QUuid> others; // saving one may close another, whose file it replaces
+    for (int index = 0; index < count(); ++index) {
+        if (idAt(index) != kept)
+            others << idAt(index);
+    }
+    for (const QUuid &id : others) {
         co_await m_state.saving().close(id);
         if (!self || m_state.documents().file(id)) // the question was canceled
             co_return;

@@ -66,13 +66,15 @@ QAction *PaneCommands::addToggle(const QString &text, const QKeySequence &key, Q
     action->setCheckable(true);
     action->setChecked(true);
     QWidget *pane = splitter->widget(part);
-    connect(action, &QAction::triggered, this, [this, pane](bool isShown) {
+    // The window's state may have been restored, so the check mark may not be up to date.
+    connect(action, &QAction::triggered, this, [this, action, pane] {
+        const bool isShown = pane->isHidden();
+        action->setChecked(isShown);
         const bool hadFocus = pane->isAncestorOf(QApplication::focusWidget());
         pane->setVisible(isShown);
         if (!isShown && hadFocus)
             m_window.findChild<QWidget *>(QStringLiteral("editor"))->setFocus();
     });
-    // It may have been hidden at the last end.
     connect(&m_menu, &QMenu::aboutToShow, action,
             [action, pane] { action->setChecked(!pane->isHidden()); });
     return action;
@@ -93,7 +95,9 @@ void PaneCommands::addFullScreen()
 {
     QAction *action = add(m_menu, tr("Full S&creen"), Qt::Key_F11);
     action->setCheckable(true);
-    connect(action, &QAction::triggered, this, [this](bool isFull) {
+    connect(action, &QAction::triggered, this, [this, action] {
+        const bool isFull = !m_window.isFullScreen();
+        action->setChecked(isFull);
         m_window.setWindowState(m_window.windowState().setFlag(Qt::WindowFullScreen, isFull));
     });
     connect(&m_menu, &QMenu::aboutToShow, action,
