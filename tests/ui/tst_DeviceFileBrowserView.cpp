@@ -219,12 +219,19 @@ private slots:
     void renamesInPlaceAndDeletesSeveral()
     {
         connectBoard();
+        const auto moveFrame = [this](int number) { // as Ctrl and the arrow keys do
+            list().selectionModel()->setCurrentIndex(row(number), QItemSelectionModel::NoUpdate);
+        };
         choose(3);
+        moveFrame(1);
         m_fixture->press(Qt::Key_F2);
         auto *field = list().findChild<QLineEdit *>(u"renameField"_s);
         QVERIFY(field);
         QCOMPARE(field->selectedText(), u"main"_s);
         QTest::keyClicks(field, u"boot"_s);
+        files().refreshDeviceFiles();
+        QTRY_VERIFY(isIdle());
+        QVERIFY(field->hasFocus());
         QTest::keyClick(field, Qt::Key_Return);
         QTRY_VERIFY(m_programs.join(u' ').contains(u"os.rename('/main.py','/boot.py')"));
         QTRY_VERIFY(isIdle() && list().isVisible());
@@ -232,6 +239,9 @@ private slots:
         QCOMPARE(m_fixture->state().documents().selectedFile()->name(), u"untitled.py"_s);
         choose(1);
         m_fixture->press(Qt::Key_Down, Qt::ShiftModifier);
+        moveFrame(0);
+        files().refreshDeviceFiles();
+        QTRY_VERIFY(isIdle());
         m_fixture->prompts.confirmation.confirmed = false;
         m_fixture->press(Qt::Key_Delete);
         QTRY_COMPARE(m_fixture->prompts.asked.size(), 1);

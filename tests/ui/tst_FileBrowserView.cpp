@@ -101,7 +101,11 @@ private slots:
         m_fixture->press(Qt::Key_Return); // the first row is the chosen one
         QTRY_COMPARE(shown(), u"deep.py"_s);
         QVERIFY(QFile::remove(at(u"one/two/deep.py"_s)));
-        m_fixture->click("refreshLocal");
+        m_fixture->press(Qt::Key_F2);
+        files().reload();
+        QTRY_VERIFY(!m_view->isLoading());
+        QVERIFY(m_view->abilities().canRename); // it is listed until its name was edited
+        m_fixture->press(Qt::Key_Escape);
         QTRY_VERIFY(list().isHidden());
         m_fixture->press(Qt::Key_Backspace); // an empty folder is left by keys too
         QTRY_COMPARE(shown(), u"two"_s);

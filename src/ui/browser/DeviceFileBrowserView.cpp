@@ -47,6 +47,7 @@ DeviceFileBrowserView::DeviceFileBrowserView(AppState &state, QWidget *parent)
     connect(refresh, &QToolButton::clicked, this,
             [this] { m_state.deviceFiles().refreshDeviceFiles(); });
     connect(&list(), &FileListView::opened, this, [this](int row) { open(m_nodes.at(row)); });
+    connect(&list(), &FileListView::editingEnded, this, &DeviceFileBrowserView::showState);
     connect(&list(), &FileListView::toolTipRequested, this, [this](int row) {
         const DeviceFileNode &node = m_nodes.at(row);
         const QString size = tr("%1 bytes").arg(QLocale().toString(node.size));
@@ -67,7 +68,7 @@ DeviceFileBrowserView::DeviceFileBrowserView(AppState &state, QWidget *parent)
             &DeviceFileBrowserView::requestSpace);
     connect(&state.boardSpace(), &BoardSpace::changed, this, &DeviceFileBrowserView::showSpace);
     connect(&state.boardFileActions(), &BoardFileActions::entryPlaced, this,
-            [this](const QString &path) { list().chooseName(path.section(u'/', -1)); });
+            [this](const QString &path) { list().chooseEntry(path); });
     for (auto changed :
          {&DeviceFiles::deviceFileNodesChanged, &DeviceFiles::deviceWorkingDirChanged})
         connect(&files, changed, this, &BrowserPane::abilitiesChanged);
@@ -89,7 +90,11 @@ void DeviceFileBrowserView::showState()
 {
     const QString &folder = m_state.deviceFiles().deviceWorkingDir();
     setFolder(folder, folder);
-    if (!m_state.link().connectionState().isConnected())
+    const bool isConnected = m_state.link().connectionState().isConnected();
+    if (isConnected && list().isEditing())
+        return; // a page in its place would take the focus, and with it the name as typed so far
+    list().cancelEditing(); // of a file of the board that is gone
+    if (!isConnected)
         showPage(m_noBoardPage);
     else if (m_state.deviceFiles().isLoadingDeviceFiles())
         showPage(m_loadingPage);

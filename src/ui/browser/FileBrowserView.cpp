@@ -47,7 +47,10 @@ FileBrowserView::FileBrowserView(AppState &state, QWidget *parent)
     addPage(m_loadingPage);
     m_loadingPageDelay.setSingleShot(true);
     m_loadingPageDelay.setInterval(150ms);
-    connect(&m_loadingPageDelay, &QTimer::timeout, this, [this] { showPage(m_loadingPage); });
+    connect(&m_loadingPageDelay, &QTimer::timeout, this, [this] {
+        if (!list().isEditing()) // the page would take the focus, and with it the name
+            showPage(m_loadingPage);
+    });
 
     LocalFiles &files = state.localFiles();
     connect(this, &BrowserPane::enclosingFolderRequested, this,
@@ -56,10 +59,14 @@ FileBrowserView::FileBrowserView(AppState &state, QWidget *parent)
     connect(refresh, &QToolButton::clicked, this, [this] { load(); });
     connect(&list(), &FileListView::opened, this, [this](int row) { open(m_nodes.at(row)); });
     connect(&list(), &FileListView::toolTipRequested, this, &FileBrowserView::showToolTip);
+    connect(&list(), &FileListView::editingEnded, this, [this] {
+        if (std::exchange(m_mustLoad, false))
+            load();
+    });
     connect(&list(), &FileListView::movedAway, this, [this] { m_state.localFiles().reload(); });
     LocalFileActions &actions = state.localFileActions();
     connect(&actions, &LocalFileActions::entryPlaced, this,
-            [this](const QString &path) { list().chooseName(QFileInfo(path).fileName()); });
+            [this](const QString &path) { list().chooseEntry(path); });
     connect(&actions, &LocalFileActions::fileCreated, this,
             [this](const QString &path) { openLocalFile(m_state, path); });
     connect(&files, &LocalFiles::localWorkingDirChanged, this, [this] {
@@ -100,6 +107,10 @@ QCoro::Task<void> FileBrowserView::load()
         co_return;
     m_isLoading = false;
     m_loadingPageDelay.stop();
+    if (list().isEditing()) { // the rows and the nodes change together, after that
+        m_mustLoad = true;
+        co_return;
+    }
     m_nodes = nodes ? *std::move(nodes) : QList<FileNode>();
     showNodes(folder);
     if (!nodes) {

@@ -66,6 +66,7 @@ private:
     MessagePage *m_errorPage;
     QList<FileNode> m_nodes;
     bool m_isLoading = false;
+    bool m_mustLoad = false; // a listing arrived while a name was edited
     /// Counts the listings: only the answer to the last one is shown.
     int m_listing = 0;
     /// Shows the loading page when a listing takes longer.

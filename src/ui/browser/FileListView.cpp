@@ -43,17 +43,6 @@ FileListView::FileListView(QWidget *parent)
 
 void FileListView::showRows(QList<FileListModel::Row> rows, const QString &folder)
 {
-    Listing listing{std::move(rows), folder};
-    if (state() == EditingState && folder == m_folder)
-        m_pending = std::move(listing);
-    else
-        show(std::move(listing));
-}
-
-void FileListView::show(Listing listing)
-{
-    m_pending.reset();
-    const QString folder = listing.folder;
     const bool isSameFolder = folder == m_folder;
     const QModelIndex current = currentIndex();
     if (current.isValid() || !isSameFolder) {
@@ -65,39 +54,50 @@ void FileListView::show(Listing listing)
         for (const int row : selectedRows())
             selected << m_model->rows().at(row).name;
     }
+    const bool hadNoSelection = isSameFolder && current.isValid() && selected.isEmpty();
     const int scrolledTo = isSameFolder ? verticalScrollBar()->value() : 0;
     m_isShowing = true; // one signal at the end is enough
     m_dropRow = -1;
-    m_model->setRows(std::move(listing.rows));
-    const int awaited = m_awaitedName.isEmpty() ? -1 : rowOf(m_awaitedName);
+    m_model->setRows(std::move(rows));
+    const int awaited = rowAt(m_awaited, folder);
     const int row = awaited >= 0 ? awaited : rowToChoose(folder);
     m_folder = folder;
     doItemsLayout(); // now, so that the range to scroll in is the new one
-    if (row >= 0)
-        setCurrentIndex(m_model->index(row));
-    if (awaited < 0 && selected.size() > 1) {
-        QItemSelection selection;
-        for (int i = 0; i < m_model->rowCount(); ++i) {
-            if (selected.contains(m_model->rows().at(i).name))
-                selection.select(m_model->index(i), m_model->index(i));
-        }
-        selectionModel()->select(selection, QItemSelectionModel::Select);
+    QItemSelection selection;
+    for (int i = 0; i < m_model->rowCount() && awaited < 0; ++i) {
+        if (selected.contains(m_model->rows().at(i).name))
+            selection.select(m_model->index(i), m_model->index(i));
     }
+    const bool keepsSelection = awaited < 0 && (!selection.isEmpty() || hadNoSelection);
+    if (row >= 0 && !keepsSelection)
+        setCurrentIndex(m_model->index(row));
+    else if (row >= 0) // the current row need not be selected
+        selectionModel()->setCurrentIndex(m_model->index(row), QItemSelectionModel::NoUpdate);
+    if (keepsSelection)
+        selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
     if (awaited < 0 && (isSameFolder || row < 0))
         verticalScrollBar()->setValue(scrolledTo);
     if (awaited >= 0)
-        m_awaitedName.clear();
+        m_awaited.clear();
     m_isShowing = false;
     emit selectedRowsChanged();
 }
 
-void FileListView::chooseName(const QString &name)
+void FileListView::chooseEntry(const QString &path)
 {
-    const int row = rowOf(name);
-    if (row >= 0 && !m_pending)
+    const int row = rowAt(path, m_folder);
+    // Another current row would end the editing of a name.
+    if (row >= 0 && !isEditing())
         setCurrentIndex(m_model->index(row));
     else
-        m_awaitedName = name;
+        m_awaited = path;
+}
+
+/// -1 when \p path is not an entry of \p folder.
+int FileListView::rowAt(const QString &path, const QString &folder) const
+{
+    const QString prefix = folder.endsWith(u'/') ? folder : folder + u'/';
+    return path.startsWith(prefix) ? rowOf(path.sliced(prefix.size())) : -1;
 }
 
 int FileListView::rowOf(const QString &name) const
@@ -156,9 +156,11 @@ void FileListView::openMenu(QMenu *menu)
 
 void FileListView::editName()
 {
-    const QModelIndex index = currentIndex();
-    if (!index.isValid())
+    const QList<int> rows = selectedRows();
+    if (rows.size() != 1 || !isVisible())
         return;
+    const QModelIndex index = m_model->index(rows.first());
+    setCurrentIndex(index);
     scrollTo(index);
     edit(index);
     // Qt selects all of the name; the extension is usually kept.
@@ -172,8 +174,14 @@ void FileListView::editName()
 void FileListView::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint hint)
 {
     QListView::closeEditor(editor, hint);
-    if (m_pending)
-        show(*std::exchange(m_pending, std::nullopt));
+    if (!isEditing()) // Tab goes on to the next name
+        emit editingEnded();
+}
+
+void FileListView::cancelEditing()
+{
+    if (isEditing())
+        closeEditor(indexWidget(currentIndex()), QAbstractItemDelegate::RevertModelCache);
 }
 
 void FileListView::setMakeDragData(std::function<std::unique_ptr<QMimeData>()> make)
@@ -259,7 +267,7 @@ void FileListView::selectionChanged(const QItemSelection &selected,
 
 void FileListView::keyPressEvent(QKeyEvent *event)
 {
-    if (state() == EditingState)
+    if (isEditing())
         return; // Enter ends the editing of a name, and must not open the file, too
     const QModelIndex current = currentIndex();
     const bool isMenuKey = event->key() == Qt::Key_Menu

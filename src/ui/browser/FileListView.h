@@ -7,7 +7,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 
 class QMenu;
 class QMimeData;
@@ -25,14 +24,18 @@ public:
 
     /// Shows the entries of \p folder, an absolute path. The place and the chosen rows are kept
     /// when it is the folder shown before; coming back from a folder in it, that one is chosen.
-    /// While a name is edited, the entries are shown after that.
+    /// While a name is edited, the owner waits for editingEnded first.
     void showRows(QList<FileListModel::Row> rows, const QString &folder);
-    /// The entry of that name is chosen, now or when it is shown.
-    void chooseName(const QString &name);
+    /// The entry at \p path is chosen, now or when it is shown.
+    void chooseEntry(const QString &path);
     /// Opens \p menu, which deletes itself, at the chosen row or where the mouse asked for it.
     void openMenu(QMenu *menu);
-    /// Edits the name of the current row in its place; `FileListModel::nameEdited` follows.
+    /// Edits the name of the selected row in its place; `FileListModel::nameEdited` follows. Does
+    /// nothing while the list is hidden, or when not exactly one row is selected.
     void editName();
+    [[nodiscard]] bool isEditing() const { return state() == EditingState; }
+    /// Ends the editing without `FileListModel::nameEdited`.
+    void cancelEditing();
     /// Shows \p text as the tool tip of \p row while the mouse is over it.
     void showToolTip(int row, const QString &text);
 
@@ -60,6 +63,8 @@ signals:
     /// The mouse rests over the row: the owner calls showToolTip.
     void toolTipRequested(int row);
     void selectedRowsChanged();
+    /// The name was taken over before, unless the user canceled.
+    void editingEnded();
     void copyRequested();
     void cutRequested();
     void pasteRequested();
@@ -78,24 +83,17 @@ protected:
     void closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint hint) override;
 
 private:
-    struct Listing
-    {
-        QList<FileListModel::Row> rows;
-        QString folder;
-    };
-
-    void show(Listing listing);
     [[nodiscard]] int rowToChoose(const QString &folder) const;
     [[nodiscard]] int rowOf(const QString &name) const;
+    [[nodiscard]] int rowAt(const QString &path, const QString &folder) const;
     [[nodiscard]] QPixmap dragPixmap() const;
 
     FileListModel *m_model;
     QString m_folder;
     QString m_chosenName;
     int m_chosenRow = -1;
-    /// Given to chooseName and not shown yet.
-    QString m_awaitedName;
-    std::optional<Listing> m_pending;
+    /// The path given to chooseEntry that is not shown yet.
+    QString m_awaited;
     std::function<std::unique_ptr<QMimeData>()> m_makeDragData;
     int m_dropRow = -1;
     bool m_isShowing = false;

@@ -40,6 +40,11 @@ void FileRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &optio
     };
     QRect nameRect = room.adjusted(iconSize + gap, 0, 0, 0);
     painter->save();
+    if (!isSelected && option.state & QStyle::State_HasFocus) { // Ctrl and the arrow keys move it
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setPen(theme.color(Theme::Role::Accent));
+        painter->drawRoundedRect(QRectF(option.rect).adjusted(2.5, 1.5, -2.5, -1.5), 4, 4);
+    }
     const QString size = index.data(FileListModel::SizeTextRole).toString();
     if (!size.isEmpty()) {
         const QFont caption = Theme::captionFont(option.font);

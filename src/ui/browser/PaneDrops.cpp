@@ -2,6 +2,7 @@
 
 #include "ui/browser/FileListView.h"
 
+#include <QAbstractItemModel>
 #include <QDropEvent>
 #include <QMimeData>
 #include <QScrollBar>
@@ -32,6 +33,12 @@ PaneDrops::PaneDrops(Target &target, QWidget &pane, FileListView &list, QWidget 
     m_rest.setSingleShot(true);
     m_rest.setInterval(restTime);
     connect(&m_rest, &QTimer::timeout, this, [this] { emit restedOver(m_restRow); });
+    // The row under the mouse is another one then.
+    connect(list.model(), &QAbstractItemModel::modelReset, this, [this] {
+        if (m_restRow >= 0)
+            m_rest.stop();
+        m_restRow = -1;
+    });
 }
 
 bool PaneDrops::eventFilter(QObject *watched, QEvent *event)
