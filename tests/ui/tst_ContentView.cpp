@@ -40,8 +40,10 @@ private slots:
     {
         WindowFixture fixture;
         QCOMPARE(fixture.window().windowTitle(), u"Korvane"_s);
-        fixture.state().setBottomTab(AppState::BottomTab::Variables); // both panes are there then
+        fixture.state().setBottomTab(AppState::BottomTab::Variables); // all panes are there then
         fixture.state().setBottomTab(AppState::BottomTab::Shell);
+        fixture.state().setSidebarTab(AppState::SidebarTab::Device);
+        fixture.state().setSidebarTab(AppState::SidebarTab::Local);
         QCOMPARE(fixture.window().accessibleName(), u"Korvane"_s);
         QStringList names;
         QList<std::pair<QAccessible::Role, QString>> seen;
