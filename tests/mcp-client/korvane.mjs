@@ -25,7 +25,7 @@ async function freePort() {
 }
 
 /** Asks until there is an answer. */
-async function eventually(ask) {
+export async function eventually(ask) {
     for (const start = Date.now(); Date.now() - start < 60_000; await sleep(20)) {
         const answer = await ask();
         if (answer)
@@ -47,14 +47,15 @@ export class Korvane {
     /** `settings` are added to those that start the server. */
     async start(program, settings = {}) {
         this.#folder = await mkdtemp(path.join(tmpdir(), 'korvane-mcp-'));
-        this.serialPort = (await linesOf(this.#spawn(virtualBoard)).next()).value;
+        this.serialPort = (await linesOf(this.#spawn(virtualBoard, [])).next()).value;
         const port = await freePort();
         this.url = `http://127.0.0.1:${port}/mcp`;
         const all = { MCPServerEnabled: true, MCPServerPort: port, MCPServerToken: token, ...settings };
         await mkdir(path.join(this.#folder, 'korvane'));
         await writeFile(path.join(this.#folder, 'korvane/settings.ini'),
                         '[General]\n' + Object.entries(all).map(pair => pair.join('=') + '\n').join(''));
-        this.#program = this.#spawn(program, {
+        // Few files may be open: the soft limit is below the hard one, and both are low.
+        this.#program = this.#spawn('prlimit', ['--nofile=100:300', program], {
             QT_QPA_PLATFORM: 'offscreen',
             HOME: this.#folder,
             XDG_CONFIG_HOME: this.#folder,
@@ -65,9 +66,9 @@ export class Korvane {
         return this.client();
     }
 
-    #spawn(program, environment) {
-        const child = spawn(program, { stdio: ['pipe', 'pipe', 'inherit'],
-                                       env: { ...process.env, ...environment } });
+    #spawn(program, args, environment) {
+        const child = spawn(program, args, { stdio: ['pipe', 'pipe', 'inherit'],
+                                             env: { ...process.env, ...environment } });
         this.#children.push(child);
         return child;
     }

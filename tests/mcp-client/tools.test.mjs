@@ -1,8 +1,9 @@
 // The official client against the program as it is installed.
 import assert from 'node:assert/strict';
+import net from 'node:net';
 import { after, before, test } from 'node:test';
 
-import { Korvane, call } from './korvane.mjs';
+import { Korvane, call, eventually } from './korvane.mjs';
 
 const korvane = new Korvane();
 let client;
@@ -22,10 +23,21 @@ test('greets, and turns away who has no token', async () => {
     await assert.rejects(korvane.client('wrong'), /401|Unauthorized/);
 });
 
-test('works with the board', async () => {
-    const port = korvane.serialPort;
+test('connects a board while 400 connections without a token are open', async () => {
+    const { port } = new URL(korvane.url);
+    const sockets = Array.from({ length: 400 }, () => net.connect(port, '127.0.0.1').resume());
+    sockets.forEach(socket => socket.on('error', () => {}));
+    await eventually(() => sockets.every(socket => !socket.connecting));
+    for (let turn = 0; turn < 20; ++turn) // until the server has accepted them
+        await client.ping();
+    const board = { port: korvane.serialPort };
     assert.match(await ask('run_code', { code: '1' }), /^! No device connected/);
-    assert.equal(await ask('connect_device', { port }), `Connected to ${port}.`);
+    assert.equal(await ask('connect_device', board), `Connected to ${board.port}.`);
+    const open = sockets.filter(socket => !socket.destroyed).length;
+    assert.ok(100 < open && open < 250, `the limit is the hard one, with a reserve: ${open}`);
+});
+
+test('works with the board', async () => {
     assert.match(await ask('device_status'), /\nMicroPython: .* — /);
     const path = '/it\'s "ä".py';
     assert.equal(await ask('write_device_file', { path, content: 'print("grüße", 6 * 7)\n' }),
