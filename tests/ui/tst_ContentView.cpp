@@ -107,6 +107,12 @@ private slots:
             fixture.press(Qt::Key_V, Qt::ControlModifier);
         }
         QCOMPARE(documents.selectedFile()->content(), u"from outside"_s);
+
+        documents.openTextInEditor(QString(200, u'm'), u"x"_s);
+        documents.selectedFile()->setFileChange(EditorFile::FileChange::Changed);
+        const auto *bar = fixture.find<QWidget>("fileChangeBar");
+        QVERIFY(bar->isVisible());
+        QVERIFY(bar->heightForWidth(300) < 3 * bar->fontMetrics().lineSpacing()); // two lines
     }
 
     void searchesFromWhereverTheFocusIs()

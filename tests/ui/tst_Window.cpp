@@ -196,7 +196,6 @@ private slots:
         fixture.command(u"&About Korvane"_s)->trigger();
         auto *about = fixture.window().findChild<QMessageBox *>();
         QVERIFY(about && about->isVisible() && about->windowModality() == Qt::WindowModal);
-        QVERIFY(about->text().contains(QApplication::applicationVersion()));
         QTest::keyClick(about, Qt::Key_Escape);
         QTRY_VERIFY(!fixture.window().findChild<QMessageBox *>());
     }

@@ -1,6 +1,7 @@
 #include "ui/controls/WrappedLabel.h"
 
 #include "base/VisibleText.h"
+#include "ui/controls/PlainText.h"
 
 #include <QPainter>
 #include <QTextLayout>
@@ -12,6 +13,7 @@ namespace Korvane {
 namespace {
 
 constexpr int hintedCharacters = 40; // the width that is asked for, in average characters
+constexpr int mostLines = 2;         // of a text for which there is a shorter one
 
 } // namespace
 
@@ -24,9 +26,11 @@ WrappedLabel::WrappedLabel(const QString &text, Qt::Alignment alignment, QWidget
     setText(text);
 }
 
-void WrappedLabel::setText(const QString &text)
+void WrappedLabel::setText(const QString &text, const QString &shorter)
 {
+    m_shorter = shorter;
     QLabel::setText(VisibleText::line(text));
+    setToolTip(shorter.isEmpty() ? QString() : PlainText::toolTip(text));
 }
 
 QSize WrappedLabel::sizeHint() const
@@ -58,9 +62,23 @@ void WrappedLabel::paintEvent(QPaintEvent *)
 
 int WrappedLabel::layOut(QTextLayout &layout, int width) const
 {
+    const int height = breakLines(layout, text(), width);
+    if (m_shorter.isEmpty() || layout.lineCount() <= mostLines)
+        return height;
+    const int shorterHeight = breakLines(layout, m_shorter, width);
+    if (layout.lineCount() <= mostLines)
+        return shorterHeight;
+    const int lastStart = layout.lineAt(mostLines - 1).textStart();
+    const QString last =
+        fontMetrics().elidedText(m_shorter.sliced(lastStart), Qt::ElideRight, width);
+    return breakLines(layout, m_shorter.first(lastStart) + last, width);
+}
+
+int WrappedLabel::breakLines(QTextLayout &layout, const QString &text, int width) const
+{
     QTextOption option(m_alignment);
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    layout.setText(text());
+    layout.setText(text);
     layout.setFont(font());
     layout.setTextOption(option);
     qreal height = 0;

@@ -18,7 +18,10 @@ public:
     explicit WrappedLabel(const QString &text = {}, Qt::Alignment alignment = Qt::AlignLeft,
                           QWidget *parent = nullptr);
 
-    void setText(const QString &text);
+    /// Where \p text needs more than two lines, \p shorter is shown in its place unless that is
+    /// empty; its end is left out where it needs more as well. The tool tip has all of \p text
+    /// then.
+    void setText(const QString &text, const QString &shorter = {});
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
@@ -28,10 +31,12 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    /// Breaks the text into lines of \p width pixels; the height of all of them.
+    /// Breaks what is shown into lines of \p width pixels; the height of all of them.
     [[nodiscard]] int layOut(QTextLayout &layout, int width) const;
+    [[nodiscard]] int breakLines(QTextLayout &layout, const QString &text, int width) const;
 
     Qt::Alignment m_alignment;
+    QString m_shorter;
 };
 
 } // namespace Korvane

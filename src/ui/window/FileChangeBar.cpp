@@ -55,11 +55,16 @@ void FileChangeBar::follow()
         return;
     const bool isDeleted = change == EditorFile::FileChange::Deleted;
     const bool isOnBoard = file->place().kind == DocumentPlace::Kind::Board;
-    const QString changed =
-        isOnBoard ? tr("%1 was changed on the board.") : tr("%1 was changed by another program.");
-    const QString text =
-        isDeleted ? tr("The file of %1 was deleted. Saving creates it again.") : changed;
-    m_text->setText(text.arg(file->name()));
+    const auto show = [this, file](const QString &text, const QString &shorter) {
+        m_text->setText(text.arg(file->name()), shorter); // the name is in the tab
+    };
+    if (isDeleted)
+        show(tr("The file of %1 was deleted. Saving creates it again."),
+             tr("Deleted. Saving creates it again."));
+    else if (isOnBoard)
+        show(tr("%1 was changed on the board."), tr("Changed on the board."));
+    else
+        show(tr("%1 was changed by another program."), tr("Changed by another program."));
     m_reload->setVisible(!isDeleted);
 }
 
