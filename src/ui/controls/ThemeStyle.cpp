@@ -206,7 +206,9 @@ void ThemeStyle::drawControl(ControlElement element, const QStyleOption *option,
     }
     if (element == CE_ItemViewItem && isFadedSelection(option, widget)) {
         QStyleOptionViewItem faded(*static_cast<const QStyleOptionViewItem *>(option));
-        faded.state &= ~State_Selected; // the text and the icon as in other rows
+        faded.state &= ~State_Selected; // the icon as in other rows
+        // Fainter text of a column cannot be read on this background.
+        faded.palette.setColor(QPalette::Text, theme.color(Theme::Role::Label));
         painter->fillRect(option->rect, theme.color(Theme::Role::Pressed));
         QProxyStyle::drawControl(element, &faded, painter, widget);
         return;
