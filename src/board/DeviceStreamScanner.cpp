@@ -30,21 +30,16 @@ qsizetype showableCount(QByteArrayView bytes)
 
 void takeText(QByteArrayView bytes, DeviceStreamScanner::Scan &scan)
 {
-    if (!bytes.contains(endMark)) {
-        scan.text += Utf8::decodeLossy(bytes);
-        return;
+    while (true) {
+        const qsizetype mark = bytes.indexOf(endMark);
+        scan.text += Utf8::decodeLossy(mark < 0 ? bytes : bytes.first(mark));
+        if (mark < 0)
+            return;
+        scan.ended = true;
+        scan.pausesBehindEnd = 0;
+        scan.endMarks << scan.text.size();
+        bytes = bytes.sliced(mark + 1);
     }
-    scan.ended = true;
-    scan.pausesBehindEnd = 0;
-    for (qsizetype mark = bytes.indexOf(endMark); mark >= 0;
-         mark = bytes.indexOf(endMark, mark + 1)) {
-        QByteArray before = bytes.first(mark).toByteArray();
-        before.removeIf([](char byte) { return byte == endMark; });
-        scan.endMarks << scan.text.size() + Utf8::decodeLossy(before).size();
-    }
-    QByteArray shown = bytes.toByteArray();
-    shown.removeIf([](char byte) { return byte == endMark; });
-    scan.text += Utf8::decodeLossy(shown);
 }
 
 } // namespace
