@@ -12,6 +12,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <utility>
 
@@ -92,11 +93,18 @@ FolderSync::FolderSync(DeviceLink &link, DeviceFiles &files, TransferStatus &tra
 {
 }
 
-FolderSync::Tree FolderSync::readTree(const QString &folder)
+Result<FolderSync::Tree> FolderSync::readTree(const QString &folder)
 {
     Tree tree;
-    if (const auto rules = LocalFile::readText(folder + u"/.korvaneignore"_s))
+    const auto rules = LocalFile::readText(folder + u"/.korvaneignore"_s);
+    if (rules) {
         tree.rules.add(*rules);
+    } else if (rules.error().systemCode != ENOENT) {
+        // Without its rules, what must not be sent would be.
+        Error error = rules.error();
+        error.message.prepend(u"Cannot read .korvaneignore: "_s);
+        return error;
+    }
     const CopyPlan plan = planLocalFolder(folder);
     tree.items = tree.rules.keptOf(plan.items);
     for (const CopyPlan::Skipped &skipped : plan.skipped) {
@@ -128,10 +136,13 @@ Async<FolderChanges> FolderSync::compare(QString localFolder, QString boardFolde
     const auto life = m_life.watch();
     TransferStatus::Running running(m_transfer);
     running.setStatus(u"Comparing %1…"_s.arg(name));
-    const std::function<Tree()> read = [localFolder] { return readTree(localFolder); };
-    const auto tree = co_await m_background.run(read);
-    if (!tree)
+    const std::function<Result<Tree>()> read = [localFolder] { return readTree(localFolder); };
+    const auto found = co_await m_background.run(read);
+    if (!found)
         co_return DeviceError::closed();
+    const Result<Tree> &tree = *found;
+    if (!tree)
+        co_return tree.error();
     const int connection = m_link.connectionNumber();
     co_await m_files.refreshDeviceFiles();
     if (!life)

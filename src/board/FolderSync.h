@@ -46,7 +46,7 @@ private:
         IgnoreRules rules;
     };
 
-    [[nodiscard]] static Tree readTree(const QString &folder);
+    [[nodiscard]] static Result<Tree> readTree(const QString &folder);
     [[nodiscard]] QList<CopyItem> boardItems(const QString &folder, const IgnoreRules &rules) const;
     /// The digests of the board's files; empty for one that cannot be opened.
     [[nodiscard]] Async<QList<QByteArray>> boardDigests(QList<CopyItem> files, QString folder,

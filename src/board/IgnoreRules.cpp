@@ -2,6 +2,7 @@
 
 #include <QSet>
 
+#include <algorithm>
 #include <utility>
 
 namespace Korvane {
@@ -27,7 +28,13 @@ QString expressionOf(const QString &pattern)
         } else if (rest[0] == u'?') {
             expression += "[^/]"_L1;
         } else {
-            expression += QRegularExpression::escape(rest.first(1));
+            // The whole run: the two halves of a character must not be escaped apart.
+            const auto end = std::find_if(rest.begin(), rest.end(), [](QChar character) {
+                return character == u'*' || character == u'?';
+            });
+            const QStringView literal = rest.first(end - rest.begin());
+            expression += QRegularExpression::escape(literal);
+            i += literal.size() - 1;
         }
     }
     return expression;

@@ -36,6 +36,7 @@ private slots:
         row("not an exception", "!main.py\n*.py", "main.py", true);
         row("a comment", "# main.py", "main.py", false);
         row("no expression", "a+b.[ch]", "aab.c", false);
+        row("two UTF-16 units", "😀?.[c]", "a/😀😀.[c]", true);
     }
     void leavesOutWhatTheRulesName()
     {
@@ -61,6 +62,9 @@ private slots:
         put(here + u"/env/pyvenv.cfg"_s, "");
         put(here + u"/env/bin/x.py"_s, "");
         put(here + u"/notes.md"_s, "");
+        put(here + u"/.korvaneignore"_s, "*.md\n\xFF");
+        QVERIFY(!board.done(sync.compare(here, u"/app"_s)));
+        QVERIFY(board.said().startsWith(u"error: Cannot read .korvaneignore: "));
         put(here + u"/.korvaneignore"_s, "*.md\n");
         const auto told = [](const Result<FolderChanges> &changes) {
             if (!changes)
