@@ -8,9 +8,7 @@
 #include "board/DeviceFiles.h"
 #include "board/DeviceLink.h"
 #include "board/DeviceListing.h"
-#include "board/TransferStatus.h"
 
-#include <QDir>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -30,21 +28,17 @@ QStringList paths(const CopyPlan &entries, const QString &folder)
     return result;
 }
 
-QStringList folders(const CopyPlan &entries, const QString &folder)
-{
-    QStringList result;
-    for (const CopyItem &item : entries.items) {
-        if (item.isDirectory)
-            result << DeviceListing::join(folder, item.relativePath);
-    }
-    return result;
-}
-
 } // namespace
 
-QString FilesCopy::Plan::source(const QString &relativePath) const
+BatchCopier::Batch FilesCopy::Plan::batchTo(const QString &folder) const
 {
-    return DeviceListing::join(folders.value(relativePath.section(u'/', 0, 0)), relativePath);
+    BatchCopier::Batch batch;
+    for (const CopyItem &item : entries.items) {
+        const Source source = sources.value(item.relativePath.section(u'/', 0, 0));
+        batch.add(item, DeviceListing::join(source.folder, item.relativePath),
+                  DeviceListing::join(folder, item.relativePath), source.index);
+    }
+    return batch;
 }
 
 void FilesCopy::Plan::drop(const QStringList &relativePaths)
@@ -57,8 +51,9 @@ void FilesCopy::Plan::drop(const QStringList &relativePaths)
 FilesCopy::FilesCopy(Parts parts, QObject *parent)
     : QObject(parent)
     , m_parts(parts)
-    , m_receiver(m_parts.files, m_local, m_parts.transfer)
+    , m_copier(m_parts.link, m_parts.files, m_parts.transfer, m_parts.shell)
 {
+    connect(&m_copier, &BatchCopier::localFilesChanged, this, &FilesCopy::localFilesChanged);
 }
 
 Async<void> FilesCopy::toDevice(QStringList paths, QString folder)
@@ -70,10 +65,10 @@ Async<void> FilesCopy::toDevice(QStringList paths, QString folder)
         co_return Error{ErrorCode::NotConnected,
                         u"Connect a device before copying %1."_s.arg(firstName)};
     const auto life = m_life.watch();
-    QStringList names;
+    QStringList targets;
     for (const QString &path : std::as_const(paths))
-        names << QFileInfo(path).fileName();
-    const auto permits = co_await this->permits(std::move(names), folder);
+        targets << DeviceListing::join(folder, QFileInfo(path).fileName());
+    auto permits = co_await m_copier.permits(std::move(targets));
     if (!life)
         co_return DeviceError::closed();
     if (!permits)
@@ -100,70 +95,9 @@ Async<void> FilesCopy::toDevice(QStringList paths, QString folder)
         co_return DeviceError::closed();
     if (!resolved)
         co_return resolved.error();
-    co_return co_await sendAll(*resolved, folder, *permits);
-}
-
-Async<QList<WritePermit>> FilesCopy::permits(QStringList names, QString folder)
-{
-    const auto life = m_life.watch();
-    QList<WritePermit> permits;
-    for (const QString &name : std::as_const(names)) {
-        DeviceFiles::WriteRequest request;
-        request.path = DeviceListing::join(folder, name);
-        const auto permit = co_await m_parts.files.requestWrite(std::move(request));
-        if (!life)
-            co_return DeviceError::closed();
-        if (!permit)
-            co_return permit.error();
-        permits << *permit;
-    }
-    co_return permits;
-}
-
-Async<void> FilesCopy::sendAll(Plan plan, QString folder, QList<WritePermit> permits)
-{
-    const auto life = m_life.watch();
-    const auto board = co_await m_parts.link.boardIdentity();
-    if (!life)
-        co_return DeviceError::closed();
-    if (!board)
-        co_return board.error();
-    m_parts.transfer.dropRest();
-    const auto count = std::make_shared<qsizetype>(0);
-    const auto sent = co_await send(plan, folder, permits, count);
-    if (!life)
-        co_return DeviceError::closed();
-    co_await m_parts.files.refreshDeviceFiles(); // also after a copy that stopped
-    if (!life)
-        co_return DeviceError::closed();
-    if (!sent) {
-        const QString file = plan.entries.files().value(*count).relativePath;
-        plan.entries.dropFiles(*count);
-        m_parts.transfer.setRest({file, [this, plan, folder, board = *board] {
-                                      return resumeSending(plan, folder, board);
-                                  }});
-        co_return sent;
-    }
-    m_parts.shell.appendInfo(
-        u"↑ Copied %1 to %2."_s.arg(countOfFiles(plan.entries.files().size()), folder));
-    co_return sent;
-}
-
-Async<void> FilesCopy::resumeSending(Plan rest, QString folder, QString board)
-{
-    const auto life = m_life.watch();
-    const auto same = co_await m_parts.files.checkBoard(board);
-    if (!same)
-        co_return same;
-    if (!life)
-        co_return DeviceError::closed();
-    QStringList names = rest.folders.keys();
-    const auto permits = co_await this->permits(std::move(names), folder);
-    if (!permits)
-        co_return permits.error();
-    if (!life)
-        co_return DeviceError::closed();
-    co_return co_await sendAll(std::move(rest), folder, *permits);
+    auto batch = resolved->batchTo(folder);
+    batch.targetName = folder;
+    co_return co_await m_copier.send(std::move(batch), *std::move(permits));
 }
 
 Async<void> FilesCopy::fromDevice(QList<DeviceFileNode> nodes, QString folder)
@@ -177,7 +111,7 @@ Async<void> FilesCopy::fromDevice(QList<DeviceFileNode> nodes, QString folder)
     Plan plan;
     plan.entries = planDeviceFolder(nodes);
     for (const DeviceFileNode &node : std::as_const(nodes))
-        plan.folders.insert(node.name, node.path.chopped(node.name.size() + 1));
+        plan.sources.insert(node.name, {node.path.chopped(node.name.size() + 1), 0});
     const QStringList targets = Korvane::paths(plan.entries, folder);
     const std::function<QList<Kind>()> look = [targets] {
         QList<Kind> kinds;
@@ -203,45 +137,9 @@ Async<void> FilesCopy::fromDevice(QList<DeviceFileNode> nodes, QString folder)
         co_return resolved.error();
     if (connection != m_parts.link.connectionNumber())
         co_return DeviceError::boardReplaced();
-    co_return co_await receiveAll(*resolved, folder);
-}
-
-Async<void> FilesCopy::receiveAll(Plan plan, QString folder)
-{
-    const auto life = m_life.watch();
-    const auto board = co_await m_parts.link.boardIdentity();
-    if (!life)
-        co_return DeviceError::closed();
-    if (!board)
-        co_return board.error();
-    m_parts.transfer.dropRest();
-    const auto count = std::make_shared<qsizetype>(0);
-    const auto received = co_await receive(plan, folder, count);
-    if (!life)
-        co_return DeviceError::closed();
-    emit localFilesChanged(); // also by a copy that stopped
-    if (!received) {
-        const QString file = plan.entries.files().value(*count).relativePath;
-        plan.entries.dropFiles(*count);
-        m_parts.transfer.setRest({file, [this, plan, folder, board = *board] {
-                                      return resumeReceiving(plan, folder, board);
-                                  }});
-        co_return received;
-    }
-    m_parts.shell.appendInfo(u"↓ Copied %1 to %2."_s.arg(countOfFiles(plan.entries.files().size()),
-                                                         displayPath(folder)));
-    co_return received;
-}
-
-Async<void> FilesCopy::resumeReceiving(Plan rest, QString folder, QString board)
-{
-    const auto life = m_life.watch();
-    const auto same = co_await m_parts.files.checkBoard(board);
-    if (!same)
-        co_return same;
-    if (!life)
-        co_return DeviceError::closed();
-    co_return co_await receiveAll(std::move(rest), folder);
+    auto batch = resolved->batchTo(folder);
+    batch.targetName = displayPath(folder);
+    co_return co_await m_copier.receive(std::move(batch));
 }
 
 FilesCopy::Plan FilesCopy::planLocal(const QStringList &paths)
@@ -250,7 +148,7 @@ FilesCopy::Plan FilesCopy::planLocal(const QStringList &paths)
     for (const QString &path : paths) {
         const QFileInfo entry(path);
         const QString name = entry.fileName();
-        plan.folders.insert(name, entry.absolutePath());
+        plan.sources.insert(name, {entry.absolutePath(), plan.sources.size()});
         if (entry.isFile()) {
             plan.entries.items.append({name, false, entry.size()});
         } else if (entry.isDir()) {
@@ -299,83 +197,6 @@ Async<FilesCopy::Plan> FilesCopy::resolve(Plan plan, QStringList existing, QStri
     if (answer == ReplaceAnswer::Skip)
         plan.drop(existing);
     co_return std::move(plan);
-}
-
-Async<void> FilesCopy::send(Plan plan, QString folder, QList<WritePermit> permits, Count count)
-{
-    const auto life = m_life.watch();
-    TransferStatus::Running running(m_parts.transfer);
-    const QList<CopyItem> files = plan.entries.files();
-    running.setTotal(plan.entries.totalSize());
-    const QHash<QString, WritePermit> permitOf = [&permits] {
-        QHash<QString, WritePermit> byPath;
-        for (const WritePermit &permit : std::as_const(permits))
-            byPath.insert(permit.path(), permit);
-        return byPath;
-    }();
-    QStringList made = folders(plan.entries, folder);
-    if (!made.isEmpty()) {
-        const auto making =
-            co_await m_parts.files.makeDeviceFolders(std::move(made), permits.first());
-        if (!life)
-            co_return DeviceError::closed();
-        if (!making)
-            co_return making;
-    }
-    qint64 doneBytes = 0;
-    for (qsizetype i = 0; i < files.size(); ++i) {
-        const QString relative = files[i].relativePath;
-        running.setStatus(copyProgress(relative, i, files.size()));
-        if (running.isCanceled())
-            co_return copyStoppedAt(relative, i, files.size(), DeviceError::cancelled());
-        const auto reader = co_await m_local.openReader(plan.source(relative));
-        if (!reader && reader.error().code == ErrorCode::Closed)
-            co_return reader.error();
-        if (!reader)
-            co_return Error{ErrorCode::File, u"Copy stopped — cannot read "_s + relative + u'.'};
-        const QString top = relative.section(u'/', 0, 0);
-        const WritePermit whole = *permitOf.constFind(DeviceListing::join(folder, top));
-        const WritePermit permit =
-            relative == top ? whole : whole.forEntry(relative.sliced(top.size() + 1));
-        const auto written = co_await m_parts.files.sendFile(m_local.sourceOf(*reader), permit,
-                                                             relative, running.observer(doneBytes));
-        if (!life)
-            co_return DeviceError::closed();
-        if (!written)
-            co_return copyStoppedAt(relative, i, files.size(), written.error());
-        doneBytes += files[i].size;
-        running.setDone(doneBytes);
-        ++*count;
-    }
-    co_return Result<void>();
-}
-
-Async<void> FilesCopy::receive(Plan plan, QString folder, Count count)
-{
-    const auto life = m_life.watch();
-    const QStringList made = folders(plan.entries, folder);
-    const std::function<QString()> makeFolders = [made] {
-        for (const QString &path : made) {
-            if (!QDir().mkpath(path))
-                return path;
-        }
-        return QString();
-    };
-    const auto refused = co_await m_background.run(makeFolders);
-    if (!refused)
-        co_return DeviceError::closed();
-    if (!refused->isEmpty())
-        co_return Error{ErrorCode::File, u"Copy failed: cannot create %1"_s.arg(*refused)};
-    if (!life)
-        co_return DeviceError::closed();
-    QList<FileReceiver::Item> items;
-    const QList<CopyItem> files = plan.entries.files();
-    for (const CopyItem &file : files) {
-        items.append({plan.source(file.relativePath),
-                      DeviceListing::join(folder, file.relativePath), file.relativePath,
-                      file.size});
-    }
-    co_return co_await m_receiver.receiveAll(std::move(items), count);
 }
 
 } // namespace Korvane

@@ -3,17 +3,13 @@
 #include "base/Async.h"
 #include "base/Background.h"
 #include "base/Lifetime.h"
+#include "board/BatchCopier.h"
 #include "board/BoardRecords.h"
 #include "board/CopyPlan.h"
 #include "board/DeviceFileOperations.h"
-#include "board/FileReceiver.h"
-#include "board/LocalPieces.h"
-#include "board/WritePermit.h"
 
 #include <QHash>
 #include <QObject>
-
-#include <memory>
 
 namespace Korvane {
 
@@ -61,10 +57,16 @@ private:
     struct Plan
     {
         CopyPlan entries;
-        /// The folder of each source by the source's name.
-        QHash<QString, QString> folders;
+        struct Source
+        {
+            QString folder;
+            qsizetype index = 0; // among the sources
+        };
+        /// By name.
+        QHash<QString, Source> sources;
 
-        [[nodiscard]] QString source(const QString &relativePath) const;
+        /// To copy it into \p folder.
+        [[nodiscard]] BatchCopier::Batch batchTo(const QString &folder) const;
         /// Removes the items that are not to be replaced.
         void drop(const QStringList &relativePaths);
     };
@@ -76,22 +78,10 @@ private:
                                                         const QList<Kind> &found);
     /// Asks about \p existing, and drops them from the plan if they are skipped.
     [[nodiscard]] Async<Plan> resolve(Plan plan, QStringList existing, QString where);
-    [[nodiscard]] Async<QList<WritePermit>> permits(QStringList names, QString folder);
-    /// Copies \p plan, and keeps what is left when that ends early.
-    [[nodiscard]] Async<void> sendAll(Plan plan, QString folder, QList<WritePermit> permits);
-    [[nodiscard]] Async<void> resumeSending(Plan rest, QString folder, QString board);
-    [[nodiscard]] Async<void> receiveAll(Plan plan, QString folder);
-    [[nodiscard]] Async<void> resumeReceiving(Plan rest, QString folder, QString board);
-    /// How many files of a plan are finished.
-    using Count = std::shared_ptr<qsizetype>;
-    [[nodiscard]] Async<void> send(Plan plan, QString folder, QList<WritePermit> permits,
-                                   Count count);
-    [[nodiscard]] Async<void> receive(Plan plan, QString folder, Count count);
 
     Parts m_parts;
     Background m_background;
-    LocalPieces m_local{m_background};
-    FileReceiver m_receiver;
+    BatchCopier m_copier;
     Lifetime m_life;
 };
 

@@ -1,5 +1,7 @@
 #include "app/ReplaceQuestion.h"
 
+#include "base/DisplayPath.h"
+
 namespace Korvane {
 
 using namespace Qt::StringLiterals;
@@ -24,11 +26,6 @@ QCoro::Task<ReplaceAnswer> askToReplace(UserPrompts &prompts, QStringList names,
     co_return answer == 1 ? ReplaceAnswer::Replace
         : answer == 0     ? ReplaceAnswer::Skip
                           : ReplaceAnswer::Cancel;
-}
-
-QString countOfFiles(qint64 count)
-{
-    return u"%1 file%2"_s.arg(count).arg(count == 1 ? QString() : u"s"_s);
 }
 
 QString listOfNames(const QStringList &names, qsizetype limit)

@@ -14,8 +14,6 @@ enum class ReplaceAnswer { Replace, Skip, Cancel };
 [[nodiscard]] QCoro::Task<ReplaceAnswer> askToReplace(UserPrompts &prompts, QStringList names,
                                                       QString where);
 
-/// "1 file", "3 files".
-[[nodiscard]] QString countOfFiles(qint64 count);
 /// Quoted and joined: the first \p limit names, and how many more there are.
 [[nodiscard]] QString listOfNames(const QStringList &names, qsizetype limit = 5);
 

@@ -23,4 +23,10 @@ namespace Korvane {
     return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
 }
 
+/// "1 file", "3 files".
+[[nodiscard]] inline QString countOfFiles(qint64 count)
+{
+    return QStringLiteral("%1 file%2").arg(count).arg(count == 1 ? QString() : QStringLiteral("s"));
+}
+
 } // namespace Korvane

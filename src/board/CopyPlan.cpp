@@ -101,11 +101,6 @@ qint64 CopyPlan::totalSize() const
     return total;
 }
 
-void CopyPlan::dropFiles(qsizetype count)
-{
-    items.removeIf([&count](const CopyItem &item) { return !item.isDirectory && count-- > 0; });
-}
-
 QStringList CopyPlan::skippedLines() const
 {
     QMap<QString, QStringList> pathsByReason;

@@ -38,8 +38,6 @@ struct CopyPlan
 
     [[nodiscard]] QList<CopyItem> files() const;
     [[nodiscard]] qint64 totalSize() const;
-    /// Removes the first \p count files.
-    void dropFiles(qsizetype count);
     /// One line for each reason, which names the first five entries and counts the rest.
     [[nodiscard]] QStringList skippedLines() const;
 };

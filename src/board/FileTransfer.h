@@ -3,15 +3,12 @@
 #include "base/Async.h"
 #include "base/Background.h"
 #include "base/Lifetime.h"
+#include "board/BatchCopier.h"
 #include "board/BoardRecords.h"
 #include "board/CopyPlan.h"
-#include "board/FileReceiver.h"
 #include "board/LocalPieces.h"
-#include "board/WritePermit.h"
 
 #include <QObject>
-
-#include <memory>
 
 namespace Korvane {
 
@@ -48,21 +45,6 @@ signals:
     void localFilesChanged();
 
 private:
-    /// How many files of a list are finished.
-    using Count = std::shared_ptr<qsizetype>;
-    struct Folders
-    {
-        QString source;
-        QString target;
-    };
-
-    /// Copies \p plan, and keeps what is left when that ends early.
-    [[nodiscard]] Async<void> sendFolder(CopyPlan plan, Folders folders, WritePermit permit);
-    [[nodiscard]] Async<void> resumeSending(CopyPlan rest, Folders folders, QString board);
-    [[nodiscard]] Async<void> sendFiles(QList<CopyItem> files, QString localFolder,
-                                        WritePermit permit, Count sent);
-    [[nodiscard]] Async<void> receiveFolder(QList<CopyItem> files, Folders folders);
-    [[nodiscard]] Async<void> resumeReceiving(QList<CopyItem> rest, Folders folders, QString board);
     void reportSkipped(const CopyPlan &plan);
 
     DeviceLink &m_link;
@@ -71,7 +53,7 @@ private:
     ShellSink &m_shell;
     Background m_background;
     LocalPieces m_local{m_background};
-    FileReceiver m_receiver;
+    BatchCopier m_copier;
     Lifetime m_life;
 };
 

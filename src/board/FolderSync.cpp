@@ -1,8 +1,10 @@
 #include "board/FolderSync.h"
 
+#include "base/DisplayPath.h"
 #include "base/LocalFile.h"
 #include "base/ShellSink.h"
 #include "board/BoardScripts.h"
+#include "board/CopyMessages.h"
 #include "board/DeviceError.h"
 #include "board/DeviceFiles.h"
 #include "board/DeviceLink.h"
@@ -44,26 +46,6 @@ QByteArray localDigest(const QString &path, const BoardCapabilities &board)
             return digest.hex();
         digest.add(*bytes);
     }
-}
-
-Error stoppedAt(const QString &relativePath, const Error &cause)
-{
-    Error error = cause;
-    if (cause.code == ErrorCode::Closed)
-        return error;
-    if (cause.code == ErrorCode::Cancelled) {
-        error.message =
-            u"Sending cancelled at %1; the files before it were sent."_s.arg(relativePath);
-        return error;
-    }
-    error.cause = cause.message;
-    error.message = u"Sending stopped at %1; the files before it were sent."_s.arg(relativePath);
-    return error;
-}
-
-QString countOfFiles(qsizetype count)
-{
-    return count == 1 ? u"1 file"_s : u"%1 files"_s.arg(count);
 }
 
 /// \p folder, unless it is the root, and the folders below it that \p entries are in.
@@ -252,7 +234,6 @@ Async<void> FolderSync::send(FolderChanges changes)
         co_return board.error();
     if (!life)
         co_return DeviceError::closed();
-    m_transfer.dropRest();
     DeviceFiles::WriteRequest request;
     request.path = changes.boardFolder;
     const auto permit = co_await m_files.requestWrite(std::move(request));
@@ -260,6 +241,7 @@ Async<void> FolderSync::send(FolderChanges changes)
         co_return permit.error();
     if (!life)
         co_return DeviceError::closed();
+    m_transfer.dropRest();
     QList<FolderChanges::Entry> sent;
     QList<FolderChanges::Entry> removed;
     qint64 total = 0;
@@ -298,7 +280,7 @@ Async<void> FolderSync::send(FolderChanges changes)
                 BoardScripts::NodeKind::File);
         if (!result) {
             rest.entries = all.mid(i);
-            result = stoppedAt(entry.relativePath, result.error());
+            result = sendingStoppedAt(entry.relativePath, i, all.size(), result.error());
         } else if (i < sent.size())
             running.setDone(done += entry.size);
     }
@@ -336,11 +318,11 @@ Async<void> FolderSync::resume(FolderChanges rest, QString board)
 Async<void> FolderSync::sendFile(FolderChanges::Entry entry, QString localFolder,
                                  WritePermit permit, PieceTransfer::Observer observer)
 {
-    const auto reader = co_await m_local.openReader(localFolder + u'/' + entry.relativePath);
-    if (!reader && reader.error().code == ErrorCode::Closed)
-        co_return reader.error();
+    QString path = localFolder + u'/' + entry.relativePath;
+    QString unreadable = u"Cannot read %1."_s.arg(entry.relativePath);
+    const auto reader = co_await m_local.openReader(std::move(path), std::move(unreadable));
     if (!reader)
-        co_return Error{ErrorCode::File, u"Cannot read %1."_s.arg(entry.relativePath)};
+        co_return reader.error();
     auto source = m_local.sourceOf(*reader);
     co_return co_await m_files.sendFile(std::move(source), permit.forEntry(entry.relativePath),
                                         entry.relativePath, std::move(observer));

@@ -53,9 +53,14 @@ PieceTransfer::Sink LocalPieces::sinkOf(const Writer &writer)
     };
 }
 
-Async<LocalPieces::Reader> LocalPieces::openReader(QString path)
+Async<LocalPieces::Reader> LocalPieces::openReader(QString path, QString failure)
 {
-    const std::function<Result<Reader>()> open = [path] { return LocalFile::Reader::open(path); };
+    const std::function<Result<Reader>()> open = [path, failure]() -> Result<Reader> {
+        auto reader = LocalFile::Reader::open(path);
+        if (!reader)
+            return Error{ErrorCode::File, failure};
+        return reader;
+    };
     co_return unlessClosed(co_await m_background.run(open));
 }
 

@@ -12,7 +12,7 @@ namespace Korvane {
 
 /// Local files as the source or the target of transfers: opened, read and written in pieces off the
 /// main thread. Every step fails with `Closed` when the Background or this object was destroyed,
-/// otherwise with the system's text alone. Main thread only.
+/// otherwise, unless told, with the system's text alone. Main thread only.
 class LocalPieces final
 {
 public:
@@ -22,7 +22,8 @@ public:
     /// \p background must outlive this.
     explicit LocalPieces(Background &background);
 
-    [[nodiscard]] Async<Reader> openReader(QString path);
+    /// Fails with a `File` error of the message \p failure.
+    [[nodiscard]] Async<Reader> openReader(QString path, QString failure);
     [[nodiscard]] Async<Writer> openWriter(QString path);
     [[nodiscard]] Async<void> commit(Writer writer);
     /// The file of \p reader, which may be read more than once.

@@ -31,14 +31,9 @@ QCoro::Task<TransferQueue::Sent> TransferQueue::send(OpenSource open, QString pa
 {
     const auto life = m_life.watch();
     Sent sent;
-    const auto turn = co_await this->turn();
-    if (!turn) {
-        sent.result = turn.error();
-        co_return sent;
-    }
-    const auto board = co_await m_profile.capabilities();
-    if (!board) {
-        sent.result = board.error();
+    const auto begun = co_await begin();
+    if (!begun) {
+        sent.result = begun.error();
         co_return sent;
     }
     sent.result = co_await removeLeftovers();
@@ -49,24 +44,21 @@ QCoro::Task<TransferQueue::Sent> TransferQueue::send(OpenSource open, QString pa
         sent.result = DeviceError::closed();
         co_return sent;
     }
-    PieceTransfer transfer(m_link, *board, std::move(observer));
+    PieceTransfer transfer(m_link, begun->board, std::move(observer));
     sent.result = co_await transfer.send(open(), path, target);
     sent.fileState = transfer.fileState();
     if (life && identity && transfer.leftover() != PieceTransfer::Leftover::None)
-        m_leftovers.append({*identity, board->nativePath(path), transfer.leftover()});
+        m_leftovers.append({*identity, begun->board.nativePath(path), transfer.leftover()});
     co_return sent;
 }
 
 Async<void> TransferQueue::receive(QString path, PieceTransfer::Sink sink,
                                    PieceTransfer::Observer observer)
 {
-    const auto turn = co_await this->turn();
-    if (!turn)
-        co_return turn.error();
-    const auto board = co_await m_profile.capabilities();
-    if (!board)
-        co_return board.error();
-    PieceTransfer transfer(m_link, *board, std::move(observer));
+    const auto begun = co_await begin();
+    if (!begun)
+        co_return begun.error();
+    PieceTransfer transfer(m_link, begun->board, std::move(observer));
     co_return co_await transfer.receive(std::move(path), std::move(sink));
 }
 
@@ -91,14 +83,28 @@ Async<bool> TransferQueue::holds(QString path, QList<QByteArray> contents)
 
 Async<QByteArray> TransferQueue::digest(QString path, PieceTransfer::Observer observer)
 {
+    const auto begun = co_await begin();
+    if (!begun)
+        co_return begun.error();
+    PieceTransfer transfer(m_link, begun->board, std::move(observer));
+    co_return co_await transfer.digest(begun->board.nativePath(path));
+}
+
+Async<TransferQueue::Begun> TransferQueue::begin()
+{
+    const auto life = m_life.watch();
+    Begun begun;
     const auto turn = co_await this->turn();
     if (!turn)
         co_return turn.error();
+    begun.turn = *turn;
+    if (!life)
+        co_return DeviceError::closed();
     const auto board = co_await m_profile.capabilities();
     if (!board)
         co_return board.error();
-    PieceTransfer transfer(m_link, *board, std::move(observer));
-    co_return co_await transfer.digest(board->nativePath(path));
+    begun.board = *board;
+    co_return std::move(begun);
 }
 
 /// Fails when the connection that the transfer was asked for has ended meanwhile.

@@ -57,6 +57,14 @@ private:
         PieceTransfer::Leftover kind;
     };
 
+    struct Begun
+    {
+        Turn turn;
+        BoardCapabilities board;
+    };
+
+    /// Waits for the turn of a transfer, and finds out what it can use on the board.
+    [[nodiscard]] Async<Begun> begin();
     [[nodiscard]] Async<Turn> turn();
     void endTurn();
     [[nodiscard]] Async<void> removeLeftovers();

@@ -1,4 +1,5 @@
 #include "board/BoardFixture.h"
+#include "board/CopyMessages.h"
 #include "board/FolderSync.h"
 #include "support/Files.h"
 #include "support/VirtualBoard.h"
@@ -45,6 +46,14 @@ private slots:
         IgnoreRules ignored;
         ignored.add(rules);
         QTEST(ignored.isIgnored(path, false), "isIgnored");
+    }
+
+    void tellsWhatTheBoardHasOfAFile()
+    {
+        const Error cause{ErrorCode::Cancelled, u"Transfer cancelled — /a on the board is old."_s};
+        QCOMPARE(sendingStoppedAt(u"a"_s, 1, 3, cause).message,
+                 u"Sending cancelled at a (2 of 3); the files before it were sent. /a on the board "
+                 "is old."_s);
     }
 
     void sendsWhatHasChanged()
