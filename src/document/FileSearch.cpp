@@ -78,7 +78,10 @@ void FileSearch::Step::listNextFolder()
 void FileSearch::Step::searchNextFile()
 {
     const QString path = files.takeLast();
-    const auto open = edited.constFind(path);
+    // Each look-up reads the disk, for the links of the path.
+    const auto open = edited.isEmpty()
+        ? edited.constEnd()
+        : edited.constFind(DocumentPlace::local(path).resolved().canonicalPath);
     const QString text = open == edited.constEnd() ? readText(path) : *open;
     ++outcome.files;
     auto places = hitsIn(path, text, search);

@@ -46,7 +46,7 @@ public:
     ~FileSearch() override;
 
     /// Ends a search that is under way, without `finished`, and begins this one. \p edited has the
-    /// texts, by path, that are searched in place of what the files hold.
+    /// texts, by canonical path, that are searched in place of what the files hold.
     void start(const QString &folder, const TextSearch &search,
                const QHash<QString, QString> &edited = {});
     void cancel();

@@ -168,8 +168,15 @@ private slots:
     void findsTextInTheFilesOfTheFolder()
     {
         WindowFixture fixture;
-        put(fixture.folder.filePath(u"a.py"_s), "one\n  spam = 1\n");
-        fixture.state().localFiles().setLocalWorkingDir(fixture.folder.path());
+        // The folder is browsed by a link, and the file is open by its real path, with edits.
+        const QString path = fixture.folder.filePath(u"a.py"_s);
+        const QString link = fixture.folder.filePath(u"link"_s);
+        put(path, "one\n");
+        QVERIFY(QFile::link(fixture.folder.path(), link));
+        fixture.state().documents().openFile(path);
+        QTRY_COMPARE(fixture.state().documents().selectedFile()->path(), path);
+        fixture.state().documents().updateSelectedContent(u"one\n  spam = 1\n"_s);
+        fixture.state().localFiles().setLocalWorkingDir(link);
         fixture.press(Qt::Key_F, Qt::ControlModifier | Qt::ShiftModifier);
         auto *query = fixture.find<QLineEdit>("filesQuery");
         query->setText(u"spam"_s);

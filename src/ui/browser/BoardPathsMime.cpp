@@ -1,5 +1,7 @@
 #include "ui/browser/BoardPathsMime.h"
 
+#include "board/DeviceFiles.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QUrl>
@@ -35,6 +37,16 @@ std::optional<QStringList> BoardPathsMime::paths(const QMimeData &data, int conn
     if (fields.takeFirst() != origin(connection))
         return std::nullopt;
     return fields;
+}
+
+QList<DeviceFileNode> BoardPathsMime::nodes(const QStringList &paths, const DeviceFiles &files)
+{
+    QList<DeviceFileNode> nodes;
+    for (const QString &path : paths) {
+        if (const DeviceFileNode *node = files.deviceNode(path))
+            nodes << *node;
+    }
+    return nodes;
 }
 
 void CutMark::set(QMimeData &data)

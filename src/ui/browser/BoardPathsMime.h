@@ -1,5 +1,7 @@
 #pragma once
 
+#include "board/BoardRecords.h"
+
 #include <QMimeData>
 #include <QStringList>
 
@@ -8,6 +10,8 @@
 
 namespace Korvane {
 
+class DeviceFiles;
+
 /// Paths of the connected board in drags and on the clipboard. They are valid in this process and
 /// for the connection that they were taken from.
 namespace BoardPathsMime {
@@ -15,6 +19,9 @@ namespace BoardPathsMime {
 [[nodiscard]] std::unique_ptr<QMimeData> make(const QStringList &paths, int connection);
 /// Nothing when \p data has no paths of \p connection.
 [[nodiscard]] std::optional<QStringList> paths(const QMimeData &data, int connection);
+
+/// The entries of the last listing at \p paths.
+[[nodiscard]] QList<DeviceFileNode> nodes(const QStringList &paths, const DeviceFiles &files);
 
 } // namespace BoardPathsMime
 

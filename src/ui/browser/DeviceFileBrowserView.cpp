@@ -189,16 +189,6 @@ QList<DeviceFileNode> DeviceFileBrowserView::selectedNodes() const
     return nodes;
 }
 
-QList<DeviceFileNode> DeviceFileBrowserView::nodesAt(const QStringList &paths) const
-{
-    QList<DeviceFileNode> nodes;
-    for (const QString &path : paths) {
-        if (const DeviceFileNode *node = m_state.deviceFiles().deviceNode(path))
-            nodes << *node;
-    }
-    return nodes;
-}
-
 BrowserPane::Abilities DeviceFileBrowserView::abilities() const
 {
     const QList<DeviceFileNode> nodes = selectedNodes();
@@ -277,10 +267,11 @@ void DeviceFileBrowserView::paste(const QMimeData &dropped)
     const QString folder = m_state.deviceFiles().deviceWorkingDir();
     const auto paths = BoardPathsMime::paths(dropped, m_state.link().connectionNumber());
     if (paths && CutMark::isSet(dropped))
-        report(m_state.boardFileActions().move(nodesAt(*paths), folder));
+        report(m_state.boardFileActions().move(BoardPathsMime::nodes(*paths, m_state.deviceFiles()),
+                                               folder));
     else if (paths)
-        m_state.shell().appendError(tr("Files on the device can be cut and pasted, or copied to "
-                                       "this computer."));
+        m_state.shell().appendError(tr("Copies are not pasted on the device. Cut the files to "
+                                       "move them, or copy them to this computer."));
     else
         report(m_state.filesCopy().toDevice(localPaths(dropped), folder));
 }
@@ -319,7 +310,8 @@ Qt::DropAction DeviceFileBrowserView::dropAction(const QMimeData &dropped,
 void DeviceFileBrowserView::drop(const QMimeData &dropped, const QString &folder)
 {
     if (const auto paths = BoardPathsMime::paths(dropped, m_state.link().connectionNumber()))
-        report(m_state.boardFileActions().move(nodesAt(*paths), folder));
+        report(m_state.boardFileActions().move(BoardPathsMime::nodes(*paths, m_state.deviceFiles()),
+                                               folder));
     else
         report(m_state.filesCopy().toDevice(localPaths(dropped), folder));
 }

@@ -48,8 +48,6 @@ private:
     void open(const DeviceFileNode &node);
     void report(Async<void> operation);
     [[nodiscard]] QList<DeviceFileNode> selectedNodes() const;
-    /// The listed entries of \p paths.
-    [[nodiscard]] QList<DeviceFileNode> nodesAt(const QStringList &paths) const;
     /// The connected board can be changed now.
     [[nodiscard]] bool isFree() const;
 

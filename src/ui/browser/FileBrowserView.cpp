@@ -213,8 +213,15 @@ BrowserPane::Abilities FileBrowserView::abilities() const
 
 void FileBrowserView::openSelected()
 {
-    for (const FileNode &node : selectedNodes())
-        open(node);
+    const QList<FileNode> nodes = selectedNodes();
+    if (nodes.size() == 1) {
+        open(nodes.first());
+        return;
+    }
+    QList<FileArgument> files;
+    for (const QString &path : selectedPaths())
+        files.append({path});
+    openLocalFiles(m_state, files);
 }
 
 void FileBrowserView::copySelected()
@@ -288,8 +295,9 @@ void FileBrowserView::paste(const QMimeData &dropped)
     else if (CutMark::isSet(dropped) && !paths.isEmpty())
         report(m_state.localFileActions().move(paths, m_state.localFiles().localWorkingDir()));
     else if (!paths.isEmpty())
-        m_state.shell().appendError(
-            tr("Files of this computer can be cut and pasted here, or copied to the device."));
+        m_state.shell().appendError(tr(
+            "Copies are not pasted on this computer. Cut the files to move them, or copy them to "
+            "the device."));
 }
 
 QString FileBrowserView::dropFolder(int row) const
@@ -329,17 +337,12 @@ Qt::DropAction FileBrowserView::dropAction(const QMimeData &dropped, const QStri
 
 void FileBrowserView::drop(const QMimeData &dropped, const QString &folder)
 {
-    const auto paths = boardPaths(dropped);
-    if (!paths) {
+    if (const auto paths = boardPaths(dropped)) {
+        const auto nodes = BoardPathsMime::nodes(*paths, m_state.deviceFiles());
+        report(m_state.filesCopy().fromDevice(nodes, folder));
+    } else {
         report(m_state.localFileActions().move(localPaths(dropped), folder));
-        return;
     }
-    QList<DeviceFileNode> nodes;
-    for (const QString &path : *paths) {
-        if (const DeviceFileNode *node = m_state.deviceFiles().deviceNode(path))
-            nodes << *node;
-    }
-    report(m_state.filesCopy().fromDevice(nodes, folder));
 }
 
 } // namespace Korvane

@@ -3,6 +3,7 @@
 #include "app/AppState.h"
 #include "document/CodePiece.h"
 #include "editor/CodeEditorView.h"
+#include "ui/browser/BoardPathsMime.h"
 #include "ui/shell/ShellInput.h"
 #include "ui/window/Actions.h"
 #include "ui/window/Announcer.h"
@@ -18,7 +19,6 @@
 
 #include <QAction>
 #include <QApplication>
-#include <QDir>
 #include <QDropEvent>
 #include <QFileInfo>
 #include <QKeyEvent>
@@ -37,16 +37,6 @@
 namespace Korvane {
 
 namespace {
-
-QStringList localFiles(const QMimeData *data)
-{
-    QStringList paths;
-    for (const QUrl &url : data->urls()) {
-        if (url.isLocalFile())
-            paths << url.toLocalFile();
-    }
-    return paths;
-}
 
 /// The source of a drag deletes what was moved; a file that is opened stays where it is.
 void acceptAsCopy(QDropEvent &event)
@@ -197,10 +187,10 @@ bool ContentView::eventFilter(QObject *watched, QEvent *event)
         || event->type() == QEvent::Drop;
     if (isDrag) {
         auto *drop = static_cast<QDropEvent *>(event);
-        if (!localFiles(drop->mimeData()).isEmpty()) {
+        if (!localPaths(*drop->mimeData()).isEmpty()) {
             acceptAsCopy(*drop);
             if (event->type() == QEvent::Drop)
-                openDropped(drop->mimeData());
+                openDropped(*drop->mimeData());
             return true;
         }
     }
@@ -252,26 +242,26 @@ QCoro::Task<void> ContentView::closeWhenWritten()
 
 void ContentView::dragEnterEvent(QDragEnterEvent *event)
 {
-    if (!localFiles(event->mimeData()).isEmpty())
+    if (!localPaths(*event->mimeData()).isEmpty())
         acceptAsCopy(*event);
 }
 
 void ContentView::dropEvent(QDropEvent *event)
 {
     acceptAsCopy(*event);
-    openDropped(event->mimeData());
+    openDropped(*event->mimeData());
 }
 
-void ContentView::openDropped(const QMimeData *dropped)
+void ContentView::openDropped(const QMimeData &dropped)
 {
-    for (const QString &path : localFiles(dropped)) {
-        if (!QFileInfo(path).isDir()) {
-            openLocalFile(m_state, path);
-            continue;
-        }
-        m_state.localFiles().setLocalWorkingDir(QDir::cleanPath(path));
-        m_state.setSidebarTab(AppState::SidebarTab::Local);
+    QList<FileArgument> files;
+    for (const QString &path : localPaths(dropped)) {
+        if (QFileInfo(path).isDir())
+            openLocalFolder(m_state, path);
+        else
+            files.append({path});
     }
+    openLocalFiles(m_state, files);
 }
 
 void ContentView::focusPane(int step)

@@ -43,7 +43,7 @@ protected:
 
 private:
     QCoro::Task<void> closeWhenWritten();
-    void openDropped(const QMimeData *dropped);
+    void openDropped(const QMimeData &dropped);
     void connectTabs();
     void connectFocus();
     void runPiece();

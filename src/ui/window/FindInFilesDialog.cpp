@@ -124,8 +124,8 @@ void FindInFilesDialog::startOrStop()
     m_fileItem = nullptr;
     QHash<QString, QString> edited;
     for (const EditorFile *file : m_state.documents().openFiles()) {
-        if (file->isModified() && !file->path().isEmpty())
-            edited.insert(file->path(), file->content());
+        if (file->isModified() && file->place().kind == DocumentPlace::Kind::Local)
+            edited.insert(file->place().canonicalPath, file->content());
     }
     m_search.start(m_folder,
                    {m_query->text(), m_matchCase->isChecked(), m_wholeWords->isChecked(),
@@ -184,11 +184,8 @@ void FindInFilesDialog::choose(const QTreeWidgetItem *item, bool takesFocus)
 QCoro::Task<void> FindInFilesDialog::openHit(FileSearch::Hit hit, bool takesFocus)
 {
     const auto life = m_life.watch();
-    co_await openLocalFile(m_state, hit.path);
-    if (!life)
-        co_return;
-    const EditorFile *file = m_state.documents().selectedFile();
-    if (!file || file->path() != hit.path)
+    const bool isOpen = co_await openLocalFile(m_state, hit.path);
+    if (!life || !isOpen)
         co_return;
     // The text may have changed since.
     m_editor.goToLine(hit.line);

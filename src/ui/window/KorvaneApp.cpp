@@ -182,8 +182,7 @@ void KorvaneApp::show()
 
 void KorvaneApp::open(const CommandLine &commandLine)
 {
-    for (const FileArgument &file : commandLine.files)
-        openLocalFile(m_state, file.path, file.line);
+    openLocalFiles(m_state, commandLine.files);
     if (!commandLine.port.isEmpty())
         m_state.board().connectTo(commandLine.port);
 }

@@ -1,14 +1,22 @@
 #pragma once
 
+#include "app/CommandLine.h"
+
 #include <QCoro/QCoroTask>
+#include <QList>
 #include <QString>
 
 namespace Korvane {
 
 class AppState;
 
-/// Opens the file at \p path in the editor; says in the Shell why, when that can't be done. The
-/// task may be dropped.
-QCoro::Task<void> openLocalFile(AppState &state, QString path, int line = 0);
+/// Opens the file at \p path in the editor and selects its tab; otherwise says in the Shell why
+/// that can't be done, and returns false. With a \p line above 0, the caret goes to that line and
+/// the editor gets the focus. The task may be dropped.
+QCoro::Task<bool> openLocalFile(AppState &state, QString path, int line = 0);
+/// One after the other, so that the tabs have the order of \p files.
+QCoro::Task<void> openLocalFiles(AppState &state, QList<FileArgument> files);
+/// Shows the folder at \p path in the sidebar.
+void openLocalFolder(AppState &state, const QString &path);
 
 } // namespace Korvane

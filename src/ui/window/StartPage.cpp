@@ -113,12 +113,10 @@ void StartPage::addLinks(const QString &title, const QStringList &paths, bool ar
         link->setPalette(colors);
         m_column->addWidget(link);
         connect(link, &QToolButton::clicked, this, [this, path, areFolders] {
-            if (areFolders) {
-                m_state.localFiles().setLocalWorkingDir(path);
-                m_state.setSidebarTab(AppState::SidebarTab::Local);
-            } else {
+            if (areFolders)
+                openLocalFolder(m_state, path);
+            else
                 openLocalFile(m_state, path);
-            }
         });
     }
 }

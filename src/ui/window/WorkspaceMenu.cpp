@@ -46,10 +46,8 @@ void WorkspaceMenu::addPaths(const QStringList &paths, bool areFolders)
     for (const QString &path : paths) {
         QAction *action = m_recent->addAction(PlainText::label(displayPath(path)));
         if (areFolders)
-            connect(action, &QAction::triggered, this, [this, path] {
-                m_state.localFiles().setLocalWorkingDir(path);
-                m_state.setSidebarTab(AppState::SidebarTab::Local);
-            });
+            connect(action, &QAction::triggered, this,
+                    [this, path] { openLocalFolder(m_state, path); });
         else
             connect(action, &QAction::triggered, this,
                     [this, path] { openLocalFile(m_state, path); });
