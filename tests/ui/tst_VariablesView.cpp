@@ -2,6 +2,7 @@
 #include "ui/WindowFixture.h"
 #include "ui/controls/ElidedLabel.h"
 
+#include <QHeaderView>
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QTableView>
@@ -60,6 +61,10 @@ private slots:
         fixture.open();
         QTRY_COMPARE(fixture.rows(), expected);
         QVERIFY(fixture.table().isVisible());
+        for (const int column : {0, 1}) // together narrower than what the values get at least
+            fixture.table().horizontalHeader()->resizeSection(column, 40);
+        fixture.window().resize(fixture.window().size() + QSize(50, 0));
+        QTRY_COMPARE(fixture.table().columnWidth(0) + fixture.table().columnWidth(1), 80);
         fixture.set({});
         QVERIFY(!fixture.table().isVisible());
         fixture.click("refreshVariables");

@@ -102,12 +102,8 @@ void PreferencesDialog::addEditorSection()
     addRow(tr("Editor font"), Preferences::EditorFont,
            PreferenceControls::makeFontFamily(preferences, Preferences::EditorFont),
            tr("the desktop’s"));
-    addRow(tr("Editor font size"), Preferences::EditorFontSize,
-           PreferenceControls::makeNumber(preferences, Preferences::EditorFontSize, tr(" px")),
-           tr("13 px"));
-    addRow(tr("Indent width"), Preferences::IndentWidth,
-           PreferenceControls::makeNumber(preferences, Preferences::IndentWidth, tr(" blanks")),
-           tr("4 blanks"));
+    addNumber(tr("Editor font size"), Preferences::EditorFontSize, tr(" px"));
+    addNumber(tr("Indent width"), Preferences::IndentWidth, tr(" blanks"));
     addRow(tr("Mark behind column"), Preferences::LineLengthMark,
            PreferenceControls::makeNumber(preferences, Preferences::LineLengthMark, {}, tr("None")),
            tr("none"), tr("A line in the editor shows how long lines may become."));
@@ -125,9 +121,8 @@ void PreferencesDialog::addShellSection()
            PreferenceControls::makeNumber(preferences, Preferences::ShellFontSize, tr(" px"),
                                           tr("The desktop’s size")),
            tr("the desktop’s"));
-    addRow(tr("Output kept"), Preferences::ShellOutputLimit,
-           PreferenceControls::makeNumber(preferences, Preferences::ShellOutputLimit, tr(" MB")),
-           tr("100 MB"), tr("Older output is removed from the Shell."));
+    addNumber(tr("Output kept"), Preferences::ShellOutputLimit, tr(" MB"),
+              tr("Older output is removed from the Shell."));
     addFlag(tr("Show what the board’s REPL says around a run"), Preferences::ShowReplMessages);
     addFlag(tr("Keep the input history between starts"), Preferences::KeepShellHistory,
             tr("Turning it off deletes the file with the history."));
@@ -149,7 +144,7 @@ void PreferencesDialog::addWindowSection()
     addRow(tr("Language"), Preferences::Language,
            PreferenceControls::makeChoice(preferences, Preferences::Language, languages),
            tr("as the system"),
-           languages.size() > 2 ? tr("Counts from the next start.")
+           languages.size() > 2 ? tr("Takes effect at the next start.")
                                 : tr("English is the only language that is installed."));
 }
 
@@ -178,22 +173,20 @@ void PreferencesDialog::addRunSection()
               "environment. A change restarts the local session."));
     addFlag(tr("Connect a board again that was unplugged"), Preferences::ReconnectBoards,
             tr("When it is plugged in again, unless it was disconnected by command."));
-    addRow(tr("Baud rate of port"), new BaudRateField(m_state),
-           tr("Counts from the next connecting. Default: %1.").arg(Preferences::defaultBaudRate));
+    addRow(
+        tr("Baud rate of port"), new BaudRateField(m_state),
+        tr("Takes effect at the next connection. Default: %1.").arg(Preferences::defaultBaudRate));
 }
 
 void PreferencesDialog::addServerSection()
 {
-    Preferences &preferences = m_state.preferences();
     addSection(tr("Assistant’s server"));
     addFlag(tr("Start the server when the program starts"), Preferences::StartServer);
     addFlag(tr("Let the assistant write and delete on the board without asking"),
             Preferences::WriteWithoutAsking);
     const QString again =
         tr("Assistants must be registered again: Claude › Copy Connection Command.");
-    addRow(tr("Server port"), Preferences::ServerPort,
-           PreferenceControls::makeNumber(preferences, Preferences::ServerPort, {}),
-           QString::number(Preferences::definition(Preferences::ServerPort).defaultNumber), again);
+    addNumber(tr("Server port"), Preferences::ServerPort, {}, again);
     auto *renew = new QPushButton(tr("New Token…"));
     renew->setObjectName(QStringLiteral("newToken"));
     renew->setAutoDefault(false);
@@ -232,6 +225,13 @@ void PreferencesDialog::addRow(const QString &title, Preferences::Id id, QWidget
     m_grid->addWidget(control, row, 1, isNumber ? Qt::AlignLeft : Qt::Alignment());
     m_grid->addWidget(reset, row, 2, Qt::AlignRight);
     finishRow(title, {label, control, reset}, note);
+}
+
+void PreferencesDialog::addNumber(const QString &title, Preferences::Id id, const QString &suffix,
+                                  const QString &note)
+{
+    addRow(title, id, PreferenceControls::makeNumber(m_state.preferences(), id, suffix),
+           QString::number(Preferences::definition(id).defaultNumber) + suffix, note);
 }
 
 void PreferencesDialog::addFlag(const QString &title, Preferences::Id id, const QString &note)

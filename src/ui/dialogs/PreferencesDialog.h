@@ -51,6 +51,9 @@ private:
     /// The same with a button that shows \p defaultText and resets \p id.
     void addRow(const QString &title, Preferences::Id id, QWidget *control,
                 const QString &defaultText, const QString &note = {});
+    /// The same for a number whose default is within its range; \p suffix follows the numbers.
+    void addNumber(const QString &title, Preferences::Id id, const QString &suffix,
+                   const QString &note = {});
     void addFlag(const QString &title, Preferences::Id id, const QString &note = {});
     [[nodiscard]] QWidget *makeReset(const QString &title, Preferences::Id id,
                                      const QString &defaultText);

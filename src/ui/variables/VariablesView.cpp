@@ -102,7 +102,7 @@ void VariablesView::fitColumns()
 {
     const QScopedValueRollback guard(m_isFitting, true);
     const int wanted = m_wantedWidths[0] + m_wantedWidths[1];
-    const int room = std::clamp(width() - smallestValueWidth, smallestValueWidth, wanted);
+    const int room = std::min(std::max(width() - smallestValueWidth, smallestValueWidth), wanted);
     for (const int column : {VariablesModel::Name, VariablesModel::Type})
         m_table->horizontalHeader()->resizeSection(
             column, m_wantedWidths[static_cast<size_t>(column)] * room / wanted);

@@ -22,7 +22,8 @@ public:
     /// \p state and \p actions must outlive this.
     BottomPane(AppState &state, const Actions &actions, QWidget *parent = nullptr);
 
-    /// Gives the focus to the Shell's input, or else to the tab that is shown.
+    /// Gives the focus to the Shell's input or to the rows of the Variables table, or to its tab
+    /// while it is empty.
     void focusPane();
     /// Opens the source line that a traceback in the Shell names, from the last one upward.
     void followTraceback();

@@ -8,6 +8,9 @@
 #include "ui/window/ContentView.h"
 #include "ui/window/TextZoom.h"
 
+#include <algorithm>
+#include <initializer_list>
+
 namespace Korvane {
 
 PreferenceEffects::PreferenceEffects(Preferences &preferences, ContentView &window)
@@ -16,27 +19,24 @@ PreferenceEffects::PreferenceEffects(Preferences &preferences, ContentView &wind
     , m_window(window)
     , m_zoom(window.findChild<TextZoom *>())
 {
-    // The views are made with the defaults.
-    for (const auto id : {Preferences::EditorFont, Preferences::EditorFontSize}) {
-        if (!preferences.isDefault(id))
-            setEditorFont();
-        preferences.whenChanged(id, this, [this] { setEditorFont(); });
-    }
-    for (const auto id : {Preferences::ShellFont, Preferences::ShellFontSize}) {
-        if (!preferences.isDefault(id))
-            setShellFont();
-        preferences.whenChanged(id, this, [this] { setShellFont(); });
-    }
+    const auto apply = [&](std::initializer_list<Preferences::Id> ids,
+                           void (PreferenceEffects::*set)()) {
+        // The views are made with the defaults.
+        if (!std::all_of(ids.begin(), ids.end(),
+                         [&](auto id) { return preferences.isDefault(id); }))
+            (this->*set)();
+        for (const Preferences::Id id : ids)
+            preferences.whenChanged(id, this, [this, set] { (this->*set)(); });
+    };
+    apply({Preferences::EditorFont, Preferences::EditorFontSize},
+          &PreferenceEffects::setEditorFont);
+    apply({Preferences::ShellFont, Preferences::ShellFontSize}, &PreferenceEffects::setShellFont);
+    apply({Preferences::IndentWidth, Preferences::LineLengthMark, Preferences::ShowBlanks},
+          &PreferenceEffects::setEditorAids);
     connect(m_zoom, &TextZoom::changed, this, [this] {
         setEditorFont();
         setShellFont();
     });
-    for (const auto id :
-         {Preferences::IndentWidth, Preferences::LineLengthMark, Preferences::ShowBlanks}) {
-        if (!preferences.isDefault(id))
-            setEditorAids();
-        preferences.whenChanged(id, this, [this] { setEditorAids(); });
-    }
 }
 
 void PreferenceEffects::setEditorAids()
