@@ -2,9 +2,9 @@
 
 #include "app/AssistantServer.h"
 #include "board/DeviceError.h"
+#include "document/CodePiece.h"
 
 #include <QDir>
-#include <QRegularExpression>
 
 #include <utility>
 
@@ -37,7 +37,7 @@ AppState::AppState(Dependencies dependencies, QObject *parent)
     , m_board(m_link, m_errors, m_shell, m_preferences, std::move(dependencies.virtualBoardFolder))
     , m_saving({m_documents, m_writer, m_localFiles, m_link, m_deviceFiles, m_transfer, m_prompts,
                 m_shell, m_errors, [this] { return isBoardBrowsed(); },
-                [this] { return asksBeforeClosing(); }})
+                [this] { return m_preferences.flag(Preferences::AskBeforeClosing); }})
 {
     m_link.setClient(this);
     wireBoard();
@@ -84,11 +84,9 @@ QCoro::Task<void> AppState::runPiece(QString code, int firstLine)
         co_return;
     }
     // At the prompt a block waits for an empty line, and a line sent during a command is not run.
-    static const QRegularExpression startsBlock(
-        QStringLiteral("\\A(@|(if|while|for|try|with|def|class|async)\\b)"));
-    const bool isForPrompt = !code.contains(u'\n')
-        && !(isOnBoard && (m_link.deviceCommandInFlight() || startsBlock.match(code).hasMatch()));
-    if (isForPrompt) {
+    const bool isForPrompt =
+        !isOnBoard || !(m_link.deviceCommandInFlight() || CodePiece::startsBlock(code));
+    if (isForPrompt && !code.contains(u'\n')) {
         emit runStarted();
         submitShell(code);
         co_return;
@@ -262,7 +260,6 @@ bool AppState::isReplyEnding() const
 
 void AppState::wireRunner()
 {
-    // The runner may still have something to say while this is going.
     m_runner.onOutput = [this, life = m_life.watch()](const QString &text) {
         if (life)
             m_shell.appendOutput(text);
@@ -353,13 +350,6 @@ void AppState::wirePreferences()
 bool AppState::isBoardBrowsed() const
 {
     return m_sidebarTab == SidebarTab::Device && m_link.connectionState().isConnected();
-}
-
-bool AppState::asksBeforeClosing() const
-{
-    // Without recovery files, the edits would be lost.
-    return m_preferences.flag(Preferences::AskBeforeClosing)
-        || !m_preferences.flag(Preferences::KeepRecoveryFiles);
 }
 
 void AppState::warnWithoutPython()

@@ -176,7 +176,6 @@ private:
     void wireFiles();
     void wirePreferences();
     [[nodiscard]] bool isBoardBrowsed() const;
-    [[nodiscard]] bool asksBeforeClosing() const;
     void warnWithoutPython();
     void showDebugLines();
     QCoro::Task<void> runLocally(QString name, QString source, QString path);

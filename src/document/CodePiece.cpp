@@ -2,6 +2,7 @@
 
 #include "document/PythonIndentation.h"
 
+#include <QRegularExpression>
 #include <QStringList>
 
 #include <algorithm>
@@ -77,6 +78,13 @@ CodePiece CodePiece::ofLines(const QStringList &lines, qsizetype first, qsizetyp
     while (piece.code.endsWith(u'\n'))
         piece.code.chop(1);
     return piece;
+}
+
+bool CodePiece::startsBlock(const QString &code)
+{
+    static const QRegularExpression start(
+        QStringLiteral("\\A(@|(if|while|for|try|with|def|class|async)\\b)"));
+    return start.match(code).hasMatch();
 }
 
 } // namespace Korvane

@@ -22,6 +22,9 @@ struct CodePiece
     [[nodiscard]] static CodePiece ofLines(const QStringList &lines, qsizetype first,
                                            qsizetype last);
 
+    /// Whether \p code begins with a statement that may go on in deeper lines, or with a decorator.
+    [[nodiscard]] static bool startsBlock(const QString &code);
+
     friend bool operator==(const CodePiece &, const CodePiece &) = default;
 };
 
