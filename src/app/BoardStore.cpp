@@ -19,10 +19,7 @@ BoardStore::BoardStore(DeviceLink &link, DeviceFiles &files)
 Async<std::optional<QByteArray>> BoardStore::read(DocumentPlace place)
 {
     const auto life = m_life.watch();
-    const auto isSameBoard = co_await checkBoard(place);
-    if (!isSameBoard)
-        co_return isSameBoard.error();
-    const auto exists = co_await m_files.lookForDeviceFile(place.path);
+    const auto exists = co_await lookFor(place);
     if (!life)
         co_return DeviceError::closed();
     if (!exists)
@@ -44,10 +41,7 @@ Async<DocumentStore::Held> BoardStore::compare(DocumentPlace place, QList<QByteA
         });
     if (!isLarge) // then reading it takes fewer commands
         co_return co_await DocumentStore::compare(std::move(place), std::move(contents));
-    const auto isSameBoard = co_await checkBoard(place);
-    if (!isSameBoard)
-        co_return isSameBoard.error();
-    const auto exists = co_await m_files.lookForDeviceFile(place.path);
+    const auto exists = co_await lookFor(place);
     if (!life)
         co_return DeviceError::closed();
     if (!exists)
@@ -73,6 +67,17 @@ Async<void> BoardStore::write(DocumentPlace place, QString text, QString name)
     }
     const WritePermit permit = m_files.permitWrite(place.path);
     co_return co_await m_files.writeTextToDevice(text, permit, name);
+}
+
+Async<bool> BoardStore::lookFor(DocumentPlace place)
+{
+    const auto life = m_life.watch();
+    const auto isSameBoard = co_await checkBoard(place);
+    if (!life)
+        co_return DeviceError::closed();
+    if (!isSameBoard)
+        co_return isSameBoard.error();
+    co_return co_await m_files.lookForDeviceFile(place.path);
 }
 
 Async<void> BoardStore::checkBoard(DocumentPlace place)

@@ -21,6 +21,8 @@ public:
     [[nodiscard]] Async<void> write(DocumentPlace place, QString text, QString name) override;
 
 private:
+    /// Whether the file exists on the board of \p place, which must be the connected one.
+    [[nodiscard]] Async<bool> lookFor(DocumentPlace place);
     [[nodiscard]] Async<void> checkBoard(DocumentPlace place);
 
     DeviceLink &m_link;
