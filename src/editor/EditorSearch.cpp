@@ -141,30 +141,31 @@ void EditorSearch::replace()
         findNext();
         return;
     }
-    const auto edit = m_search.replace(m_view.textWithPieceEnds(), selected.start(), selected.end(),
+    if (replaceIn(selected))
+        findNext();
+}
+
+/// Replaces what is found in \p range; false, and the reason is in the bar, when that can't be
+/// done.
+bool EditorSearch::replaceIn(const TextSelection &range)
+{
+    const auto edit = m_search.replace(m_view.textWithPieceEnds(), range.start(), range.end(),
                                        m_bar->replacement());
     if (!edit) {
         m_bar->showFault(edit.error().message);
-        return;
+        return false;
     }
     if (*edit)
         m_view.apply(**edit);
-    findNext();
+    return true;
 }
 
 void EditorSearch::replaceAll()
 {
     refresh();
-    const TextSelection range = scope();
     const auto count = static_cast<qsizetype>(m_found.size());
-    const auto edit = m_search.replace(m_view.textWithPieceEnds(), range.start(), range.end(),
-                                       m_bar->replacement());
-    if (!edit) {
-        m_bar->showFault(edit.error().message);
+    if (!replaceIn(scope()))
         return;
-    }
-    if (*edit)
-        m_view.apply(**edit);
     m_isReplacedShown = true;
     m_bar->showReplaced(count);
 }

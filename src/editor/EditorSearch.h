@@ -47,6 +47,7 @@ private:
     [[nodiscard]] TextSelection scope() const;
     void replace();
     void replaceAll();
+    bool replaceIn(const TextSelection &range);
     void select(const TextSearch::Match &place);
     [[nodiscard]] bool isSelected(const TextSearch::Match &place) const;
     void showCount();
