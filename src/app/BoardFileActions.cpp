@@ -299,27 +299,10 @@ Async<void> BoardFileActions::remove(QList<DeviceFileNode> nodes)
         co_return DeviceError::closed();
     if (!confirmed)
         co_return confirmed;
-    const auto board = co_await m_parts.link.boardIdentity();
-    if (!life)
-        co_return DeviceError::closed();
-    if (!board)
-        co_return failure(u"Delete failed"_s, board.error());
     const auto removed = co_await removeEntries(nodes);
     if (!life)
         co_return DeviceError::closed();
-    co_await m_parts.files.refreshDeviceFiles();
-    if (!life)
-        co_return DeviceError::closed();
-    // What is left of a folder whose deletion ended early is in the listing.
-    for (const EditorFile *file : m_parts.documents.openFiles()) {
-        const DocumentPlace place = file->place();
-        const bool isRemoved =
-            std::any_of(nodes.cbegin(), nodes.cend(), [&](const DeviceFileNode &node) {
-                return place.isWithin(DocumentPlace::onBoard(*board, node.path));
-            });
-        if (isRemoved && !m_parts.files.listingError() && !m_parts.files.deviceNode(place.path))
-            m_parts.documents.markDeleted(place);
-    }
+    co_await m_parts.files.refreshDeviceFiles(); // documents of deleted files follow the listing
     co_return removed;
 }
 

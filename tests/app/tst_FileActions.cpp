@@ -261,7 +261,7 @@ private slots:
         QVERIFY(awaited(operation(u"rename /a.py b.py"_s)));
         QVERIFY2(tabs().contains(u"b.py@*"), qPrintable(tabs()));
         QVERIFY(awaited(operation(u"remove /gone"_s)));
-        QVERIFY2(tabs().contains(u"c.py@/gone/deep/c.py deleted"), qPrintable(tabs()));
+        QTRY_VERIFY2(tabs().contains(u"c.py@/gone/deep/c.py deleted"), qPrintable(tabs()));
         while (state().documents().openFiles().size() > 1)
             state().documents().closeFile(state().documents().openFiles().last()->id());
     }
