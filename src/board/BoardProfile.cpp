@@ -47,8 +47,8 @@ std::optional<BoardCapabilities> BoardProfile::known() const
     return m_capabilitiesConnection == m_link.connectionNumber() ? m_capabilities : std::nullopt;
 }
 
-/// A board without `json` fails at the first command, one without `os.stat` lists nothing: then it
-/// is asked once what it has.
+/// A board without `json` fails at the first command, one without `os.stat` or folders lists
+/// nothing: then it is asked once what it has.
 Async<QString> BoardProfile::listing()
 {
     const auto life = m_life.watch();
@@ -68,14 +68,15 @@ Async<QString> BoardProfile::listing()
             co_return DeviceError::closed();
         if (!board)
             co_return output;
-        if (board->hasJson && board->hasStat) {
+        if (board->hasJson && board->hasStatOfPaths()) {
             m_listedConnection = m_link.connectionNumber();
             co_return output;
         }
         known = *board;
     }
-    const QString code =
-        known->hasJson && known->hasStat ? BoardScripts::list() : BoardScripts::listPlain(*known);
+    const QString code = known->hasJson && known->hasStatOfPaths()
+        ? BoardScripts::list()
+        : BoardScripts::listPlain(*known);
     co_return co_await m_link.executeOnDevice(code, listTimeout);
 }
 
@@ -95,7 +96,7 @@ Async<QString> BoardProfile::lookFor(QString path)
 {
     const auto life = m_life.watch();
     auto known = this->known();
-    if (!known || known->hasStat) {
+    if (!known || known->hasStatOfPaths()) {
         auto output = co_await m_link.executeOnDevice(BoardScripts::exists(path), quickTimeout);
         if (!life)
             co_return DeviceError::closed();
@@ -108,7 +109,7 @@ Async<QString> BoardProfile::lookFor(QString path)
             co_return DeviceError::closed();
         if (!board)
             co_return board.error();
-        if (board->hasStat)
+        if (board->hasStatOfPaths())
             co_return output;
         known = *board;
     }

@@ -31,7 +31,7 @@ public:
     [[nodiscard]] Async<QString> lookFor(QString path);
 
 private:
-    /// True when a listing has shown that the board has `json` and `os.stat`.
+    /// True when a listing has shown that the board has `json`, and `os.stat` for every path.
     [[nodiscard]] bool isListingComplete() const;
 
     DeviceLink &m_link;

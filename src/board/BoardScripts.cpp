@@ -79,9 +79,10 @@ QString list()
 QString listPlain(const BoardCapabilities &board)
 {
     // Without os.stat, a folder is what can be listed.
-    const char *entry = board.hasStat   ? "s=os.stat(q)\n return s[0]&0x4000,s[6]"
-        : board.isFlat && board.hasSize ? "return 0,os.size(q[1:])"
-        : board.isFlat                  ? "return 0,0"
+    const char *entry = board.hasStatOfPaths() ? "s=os.stat(q)\n return s[0]&0x4000,s[6]"
+        : board.isFlat && board.hasSize        ? "return 0,os.size(q[1:])"
+        : board.isFlat && board.hasStat        ? "return 0,os.stat(q[1:])[6]"
+        : board.isFlat                         ? "return 0,0"
                        : "try:\n  os.listdir(q)\n except OSError:\n  return 0,0\n return 1,0";
     return script("list-plain")
         .arg(QLatin1StringView(entry),

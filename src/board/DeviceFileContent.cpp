@@ -70,6 +70,12 @@ bool mayHaveBase64(const BoardProfile &profile)
     return !known || known->base64Module == "ubinascii"_L1;
 }
 
+QString nativePath(const BoardProfile &profile, const QString &path)
+{
+    const auto known = profile.known();
+    return known ? known->nativePath(path) : path;
+}
+
 bool lacksModule(const Error &error)
 {
     return error.code == ErrorCode::Remote && error.message.contains("no module named"_L1);
@@ -111,7 +117,7 @@ Async<void> DeviceFileContent::write(Source source, WritePermit permit, QString 
     const QString path = permit.path();
     const auto life = m_life.watch();
     if (source.sizeBytes <= smallSize && mayHaveBase64(m_profile)) {
-        auto written = co_await writeAtOnce(source.open(), path, label);
+        auto written = co_await writeAtOnce(source.open(), nativePath(m_profile, path), label);
         if (written || !lacksModule(written.error()))
             co_return written;
         if (!life)
@@ -226,7 +232,7 @@ Async<void> DeviceFileContent::read(QString path, QString label, qint64 sizeByte
     const auto life = m_life.watch();
     const int connection = m_link.connectionNumber();
     if (sizeBytes <= smallSize && mayHaveBase64(m_profile)) {
-        const auto bytes = co_await readAtOnce(path, label);
+        const auto bytes = co_await readAtOnce(nativePath(m_profile, path), label);
         if (!life)
             co_return DeviceError::closed();
         if (bytes)

@@ -186,7 +186,7 @@ private slots:
         ScriptedBoard board;
         BoardFixture fixture;
         QVERIFY(fixture.connectTo(board.port()));
-        QByteArray capabilities; // of a board without os.stat
+        QByteArray capabilities; // of a board without folders
         board.onProgram = [&capabilities](const QByteArray &program) {
             if (program.contains("__CAPS__"))
                 return ScriptedBoard::reply(capabilities);
@@ -198,7 +198,7 @@ private slots:
         };
         awaited(fixture.files.refreshDeviceFiles());
         QVERIFY(!awaited(fixture.files.lookForDeviceFile(u"/f"_s)));
-        capabilities = "__CAPS__ 9000 0 0 0 0 0 0 0 0 1 1";
+        capabilities = "__CAPS__ 9000 0 0 0 0 0 1 0 1 0 1";
         awaited(fixture.files.refreshDeviceFiles());
         QVERIFY(fixture.files.deviceNode(u"/f"_s));
     }
