@@ -96,6 +96,7 @@ Async<void> BatchCopier::copy(Batch batch, Direction direction, QList<WritePermi
     const auto life = m_life.watch();
     const bool isToBoard = direction == Direction::ToBoard;
     const qsizetype count = batch.files.size();
+    const WritePermit onThisBoard = m_files.permitWrite(u"/"_s);
     TransferStatus::Running running(m_transfer);
     if (count > 0)
         running.setStatus(copyProgress(batch.files.first().label, 0, count));
@@ -104,6 +105,8 @@ Async<void> BatchCopier::copy(Batch batch, Direction direction, QList<WritePermi
         co_return DeviceError::closed();
     if (!board)
         co_return board.error();
+    if (const auto same = m_files.check(onThisBoard); !same)
+        co_return same.error();
     m_transfer.dropRest();
     QStringList permitted;
     for (const WritePermit &permit : std::as_const(permits))
@@ -126,6 +129,8 @@ Async<void> BatchCopier::copy(Batch batch, Direction direction, QList<WritePermi
         const qint64 fileBytes = step.file.sizeBytes;
         if (running.isCanceled()) {
             result = stoppedAt(step, DeviceError::cancelled());
+        } else if (const auto same = m_files.check(onThisBoard); !same) {
+            result = stoppedAt(step, same.error());
         } else if (isToBoard) {
             const WritePermit permit =
                 permitFor(step.file.target, permits.at(step.file.permitIndex));
