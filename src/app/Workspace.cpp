@@ -47,12 +47,6 @@ std::unique_ptr<EditorFile> makeFile(const DocumentPlace &place, const QString &
     return file;
 }
 
-bool isUntouched(const EditorFile &file)
-{
-    return file.place().kind == DocumentPlace::Kind::Nowhere && !file.isModified()
-        && file.content().isEmpty();
-}
-
 bool writeState(const QString &path, const QByteArray &json)
 {
     return QDir().mkpath(QFileInfo(path).path())
@@ -171,7 +165,7 @@ QCoro::Task<bool> Workspace::openDocuments(QList<WorkspaceFile::Document> docume
             chosen = id;
     }
     const EditorFile *empty = open.file(first);
-    if (empty && isUntouched(*empty) && open.openFiles().size() > 1) {
+    if (empty && empty->isUntouched() && open.openFiles().size() > 1) {
         if (!chosen.isNull() && open.selectedFileID() == first) // not by the command line
             open.select(chosen);
         open.closeFile(first);
@@ -279,7 +273,7 @@ void Workspace::clearRecent()
 void Workspace::keepClosing(const QUuid &id)
 {
     const EditorFile *file = m_state.documents().file(id);
-    if (!file || isUntouched(*file))
+    if (!file || file->isUntouched())
         return;
     m_collect();
     Closed closed{file->name(), describe(*file), {}, file->savedText()};

@@ -156,6 +156,11 @@ void EditorFile::reload(const DocumentText &text)
     setFileChange(FileChange::None);
 }
 
+bool EditorFile::isUntouched() const
+{
+    return m_place.kind == DocumentPlace::Kind::Nowhere && !m_isModified && content().isEmpty();
+}
+
 void EditorFile::setSavedText(const std::optional<DocumentText> &text)
 {
     m_saved = text;

@@ -1,6 +1,8 @@
 #include "ui/window/KorvaneApp.h"
 
 #include "app/AppState.h"
+#include "app/CommandLine.h"
+#include "support/Awaited.h"
 #include "support/Files.h"
 #include "ui/window/Actions.h"
 #include "ui/window/ContentView.h"
@@ -40,6 +42,11 @@ private slots:
         KorvaneApp program;
         program.show();
         QCOMPARE(program.window().size(), QSize(900, 700));
+        put(m_home.filePath(u"a.py"_s), "1");
+        CommandLine commandLine;
+        commandLine.files << FileArgument{m_home.filePath(u"a.py"_s), 0};
+        awaited(program.open(commandLine));
+        QCOMPARE(program.state().documents().openFiles().size(), 1); // in place of the empty one
         auto *unsaved = program.window().findChild<QMenu *>(u"unsavedFiles"_s);
         QVERIFY(unsaved);
         QTRY_VERIFY(unsaved->menuAction()->isVisible());

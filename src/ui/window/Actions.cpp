@@ -159,10 +159,7 @@ void Actions::addDebugCommands()
 void Actions::addBoardCommands()
 {
     BoardControl &board = m_state.board();
-    add(DisconnectBoard, tr("&Disconnect"), {}, [this] {
-        if (m_state.link().connectionState().isConnected())
-            m_state.link().disconnectDevice();
-    });
+    add(DisconnectBoard, tr("&Disconnect"), {}, [this] { m_state.link().disconnectDevice(); });
     add(InterruptBoard, tr("&Interrupt"), {}, [&board] { board.interrupt(); });
     add(ResetBoard, tr("Soft &Reset"), {}, [&board] { board.softReset(); });
     add(ShowBoardDetails, tr("Board D&etails"), {}, [&board] { board.showDetails(); });
@@ -247,6 +244,9 @@ void Actions::showConnection()
              isConnected ? Theme::Role::Orange : Theme::Role::SecondaryLabel, tr("Debug"),
              isConnected ? tr("Run on the device, stopping at each breakpoint (⌘Y)")
                          : tr("Connect a device to debug on it"));
+    for (const auto command :
+         {DisconnectBoard, InterruptBoard, ResetBoard, ShowBoardDetails, SetBoardClock})
+        m_actions[command]->setEnabled(isConnected);
 }
 
 void Actions::showSendHelp()

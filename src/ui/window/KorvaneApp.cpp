@@ -180,11 +180,19 @@ void KorvaneApp::show()
                        [] { QApplication::setWindowIcon(applicationIcon()); });
 }
 
-void KorvaneApp::open(const CommandLine &commandLine)
+QCoro::Task<void> KorvaneApp::open(CommandLine commandLine)
 {
-    openLocalFiles(m_state, commandLine.files);
     if (!commandLine.port.isEmpty())
         m_state.board().connectTo(commandLine.port);
+    const QPointer<AppState> alive = &m_state;
+    OpenFiles &documents = m_state.documents();
+    const QUuid shown = documents.selectedFileID();
+    co_await openLocalFiles(m_state, commandLine.files);
+    if (!alive)
+        co_return;
+    const EditorFile *empty = documents.file(shown);
+    if (empty && empty->isUntouched() && documents.selectedFileID() != shown)
+        documents.closeFile(shown);
 }
 
 void KorvaneApp::activateWindow()

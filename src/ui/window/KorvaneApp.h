@@ -37,8 +37,9 @@ public:
     KorvaneApp &operator=(const KorvaneApp &) = delete;
 
     void show();
-    /// Opens the files and connects to the port that \p commandLine names, if any.
-    void open(const CommandLine &commandLine);
+    /// Opens the files and connects to the port that \p commandLine names, if any. A document that
+    /// was shown, and is as newFile() made it, is closed when there are files.
+    QCoro::Task<void> open(CommandLine commandLine);
     /// Brings the window to the front, as far as the desktop allows it.
     void activateWindow();
 
