@@ -123,7 +123,7 @@ void RunningInstance::acceptClient()
     client->notifier = std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read);
     connect(client->notifier.get(), &QSocketNotifier::activated, this,
             [this, descriptor] { readClient(descriptor); });
-    m_clients.insert(descriptor, std::move(client));
+    m_clients.insert(descriptor, client);
 }
 
 void RunningInstance::readClient(int descriptor)

@@ -90,7 +90,8 @@ const QList<DeviceFileNode> *children(const QList<DeviceFileNode> &nodes, const 
             });
         if (folder == level->end())
             return nullptr;
-        level = folder->children ? &*folder->children : &none;
+        const auto &children = folder->children;
+        level = children ? &*children : &none;
     }
     return level;
 }
