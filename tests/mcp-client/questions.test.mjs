@@ -1,4 +1,4 @@
-// The official client, and a person who is asked, against the program with a remote control.
+// The official client, and a user who answers its questions, through the remote control.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 

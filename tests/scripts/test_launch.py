@@ -41,7 +41,7 @@ class Launch(unittest.TestCase):
                 if self.mark.encode() in (folder / "environ").read_bytes():
                     marked.append(int(folder.name))
             except OSError:
-                pass  # gone meanwhile, or somebody else's
+                pass  # ended meanwhile, or of another user
         return marked
 
     def assertNothingLeft(self, port):

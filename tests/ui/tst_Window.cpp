@@ -47,7 +47,7 @@ private slots:
             QCOMPARE(window.size(), QSize(640, 400));
             auto *splitter = window.findChild<QSplitter *>();
             splitter->setSizes({300, 340});
-            emit splitter->splitterMoved(300, 1); // as a person's hand does
+            emit splitter->splitterMoved(300, 1); // as a drag with the mouse does
             window.close();
         });
         open([](QMainWindow &window) {

@@ -51,7 +51,7 @@ class Owner(unittest.TestCase):
         self.assertEqual(again.leftovers(), [])
 
     def test_refuses_what_it_cannot_do_and_harms_nothing(self):
-        self.link.write_text("somebody's file")
+        self.link.write_text("a file of another program")
         cases = [("--link", self.link), ("--link", self.folder / "nowhere" / "port"),
                  ("--flash", self.folder / "nowhere"), ("--rate", "fast"), ("--disk", "-1")]
         for options in cases:
@@ -62,7 +62,7 @@ class Owner(unittest.TestCase):
                 self.assertIn("virtual", text)
                 self.assertNotIn("Traceback", text)
         self.assertFalse(self.link.is_symlink())
-        self.assertEqual(self.link.read_text(), "somebody's file")
+        self.assertEqual(self.link.read_text(), "a file of another program")
 
     def test_copies_a_folder_in_at_power_on(self):
         flash = self.folder / "flash"

@@ -68,17 +68,17 @@ KorvaneApp::KorvaneApp()
 {
     m_settings->tellProblems(
         [this](const QString &problem) { m_state.shell().appendError(problem); });
-    m_unsavedCopies = std::make_unique<RecoveryFiles>(m_state.documents(), m_state.shell(),
+    m_recoveryFiles = std::make_unique<RecoveryFiles>(m_state.documents(), m_state.shell(),
                                                       RecoveryFiles::defaultFolder());
     Preferences &preferences = m_state.preferences();
-    preferences.follow(Preferences::KeepRecoveryFiles, m_unsavedCopies.get(), [this, &preferences] {
-        m_unsavedCopies->setKeeping(preferences.flag(Preferences::KeepRecoveryFiles));
+    preferences.follow(Preferences::KeepRecoveryFiles, m_recoveryFiles.get(), [this, &preferences] {
+        m_recoveryFiles->setKeeping(preferences.flag(Preferences::KeepRecoveryFiles));
     });
-    m_state.saving().setKeepsEdits([this] { return m_unsavedCopies->isKeeping(); });
+    m_state.saving().setKeepsEdits([this] { return m_recoveryFiles->isKeeping(); });
     makeWindow();
     m_prompts.setWindow(m_window.get());
     m_prompts.setStopServer([this] { m_server->stop(); });
-    new RecoveryFilesMenu(*m_unsavedCopies, m_prompts, m_window->viewMenu());
+    new RecoveryFilesMenu(*m_recoveryFiles, m_prompts, m_window->viewMenu());
     new WindowState(WindowState::defaultPath(), *m_window); // the window's own
     showFirstSteps();
     makeWorkspace();

@@ -59,7 +59,7 @@ private:
     MCPServer *m_server = nullptr; // owned by the state
     AppState m_state;
     std::unique_ptr<Appearance> m_appearance;
-    std::unique_ptr<RecoveryFiles> m_unsavedCopies;  // null with dependencies from outside
+    std::unique_ptr<RecoveryFiles> m_recoveryFiles;  // null with dependencies from outside
     std::unique_ptr<Workspace> m_workspace;          // null with dependencies from outside
     std::unique_ptr<ContentView> m_window;           // destroyed first: it shows the state
     QPointer<PreferencesDialog> m_preferencesDialog; // the window's; null until it is first opened
