@@ -305,8 +305,7 @@ private slots:
         QVERIFY(transfer->isVisible() && !cancel->isVisible());
         running.setTotal(1);
         QVERIFY(cancel->isVisible());
-        cancel->setFocus();
-        QTest::keyClick(cancel, Qt::Key_Escape);
+        m_fixture->press(Qt::Key_Escape); // in the editor
         QVERIFY(running.isCanceled() && !cancel->isVisible());
     }
 };

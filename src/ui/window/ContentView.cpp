@@ -208,6 +208,14 @@ void ContentView::runPiece()
         editor.goToLine(piece.nextLine);
 }
 
+void ContentView::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape && m_state.transfer().canCancel())
+        m_state.transfer().cancel();
+    else
+        QMainWindow::keyPressEvent(event);
+}
+
 void ContentView::closeEvent(QCloseEvent *event)
 {
     const bool mayClose = std::exchange(m_mayClose, false);

@@ -38,6 +38,8 @@ public:
 protected:
     /// Waits for writes under way, then closes.
     void closeEvent(QCloseEvent *event) override;
+    /// Escape cancels the transfer, unless a widget has a use for it, such as the find bar.
+    void keyPressEvent(QKeyEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
 

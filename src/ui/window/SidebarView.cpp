@@ -14,7 +14,6 @@
 #include <QDropEvent>
 #include <QHBoxLayout>
 #include <QMimeData>
-#include <QShortcut>
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -171,12 +170,7 @@ QWidget *SidebarView::makeTransferRow()
     column->addWidget(new Divider);
     column->addLayout(row);
 
-    const auto cancelTransfer = [this] { m_state.transfer().cancel(); };
-    connect(cancel, &QToolButton::clicked, transfer, cancelTransfer);
-    auto *escape = new QShortcut(Qt::Key_Escape, cancel);
-    escape->setContext(Qt::WidgetShortcut);
-    connect(escape, &QShortcut::activated, transfer, cancelTransfer);
-
+    connect(cancel, &QToolButton::clicked, transfer, [this] { m_state.transfer().cancel(); });
     connect(resume, &QToolButton::clicked, transfer,
             [this] { m_state.errors().reportFailureOf(m_state.transfer().resumeRest()); });
     connect(dismiss, &QToolButton::clicked, transfer, [this] { m_state.transfer().dropRest(); });
