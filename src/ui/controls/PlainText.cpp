@@ -12,7 +12,6 @@ constexpr qsizetype longestToolTip = 1'000;
 constexpr qsizetype longestPlainToolTip = 100;
 constexpr qsizetype longestRun = 60;
 constexpr QChar breakOpportunity(0x200b); // zero-width space
-constexpr qsizetype longestLabel = 100;
 
 QString shortened(const QString &text, qsizetype length)
 {
@@ -39,9 +38,9 @@ QString toolTip(const QString &text)
         .arg(wrapped.toHtmlEscaped().replace(u'\n', QStringLiteral("<br>")));
 }
 
-QString label(const QString &text)
+QString label(const QString &text, qsizetype longest)
 {
-    QString line = VisibleText::line(shortened(text, longestLabel));
+    QString line = VisibleText::line(shortened(text, longest));
     return line.replace(u'&', QStringLiteral("&&"));
 }
 

@@ -11,7 +11,7 @@ namespace Korvane::PlainText {
 [[nodiscard]] QString toolTip(const QString &text);
 
 /// \p text for a button or a menu entry, which would show "&" as a mnemonic. One line, shortened in
-/// the middle beyond 100 characters, so that no menu is wider than the screen.
-[[nodiscard]] QString label(const QString &text);
+/// the middle beyond \p longest characters, so that no menu is wider than the screen.
+[[nodiscard]] QString label(const QString &text, qsizetype longest = 100);
 
 } // namespace Korvane::PlainText

@@ -10,14 +10,6 @@ namespace {
 // The menu must not be wider than the smallest window.
 constexpr qsizetype longestName = 50;
 
-QString shortened(const QString &name)
-{
-    if (name.size() <= longestName)
-        return name;
-    const qsizetype half = (longestName - 1) / 2;
-    return name.first(half) + u'…' + name.last(half);
-}
-
 } // namespace
 
 PortsMenu::PortsMenu(AppState &state, const QString &title, QWidget *parent)
@@ -38,7 +30,7 @@ void PortsMenu::fill()
     clear();
     for (const QString &port : m_state.link().availablePorts()) {
         const SerialPortManager::Identity identity = m_state.link().portIdentity(port);
-        QAction *action = addAction(PlainText::label(shortened(m_state.board().nameOf(port))));
+        QAction *action = addAction(PlainText::label(m_state.board().nameOf(port), longestName));
         QStringList help{port, identity.manufacturer, identity.product, identity.serialNumber};
         help.removeAll(QString());
         action->setToolTip(PlainText::toolTip(help.join(u'\n')));
