@@ -5,8 +5,10 @@
 #include "ui/browser/FileListView.h"
 #include "ui/controls/ElidedLabel.h"
 
+#include <QClipboard>
 #include <QLabel>
 #include <QMenu>
+#include <QMimeData>
 #include <QScrollBar>
 
 #include <fstream>
@@ -199,6 +201,25 @@ private slots:
         const QString asked =
             u"New Folder | Create a folder in %1. | untitled folder | Create"_s.arg(home);
         QCOMPARE(m_fixture->prompts.asked, QStringList(4, asked));
+    }
+
+    void pastesWhatAFileManagerCut()
+    {
+        fill({u"x.py"_s});
+        const QString path = m_fixture->folder.filePath(u"ä b%20#.py"_s);
+        put(path, "x");
+        for (const QByteArray &operation : {"copy"_ba, "cut"_ba}) {
+            auto *copied = new QMimeData;
+            copied->setData(u"x-special/gnome-copied-files"_s,
+                            operation + "\nfile://localhost"
+                                + QUrl::fromLocalFile(path).path(QUrl::FullyEncoded).toUtf8());
+            QGuiApplication::clipboard()->setMimeData(copied);
+            choose(u"x.py"_s);
+            m_fixture->press(Qt::Key_V, Qt::ControlModifier);
+        }
+        QTRY_COMPARE(shown(), u"ä b%20#.py x.py"_s);
+        QCOMPARE(m_fixture->lines().size(), 1); // copies are not pasted here
+        QVERIFY(!QFile::exists(path));
     }
 
     void showsAFolderOfTwentyThousand()

@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QSysInfo>
 #include <QUrl>
 
 namespace Korvane {
@@ -11,11 +12,34 @@ namespace Korvane {
 namespace {
 
 const QString pathsFormat = QStringLiteral("application/x-korvane-board-paths");
+/// Beside the URLs: "1" for what was cut.
 const QString cutFormat = QStringLiteral("application/x-kde-cutselection");
+/// "copy" or "cut", and the URLs, each on a line of its own.
+const QString copiedFilesFormat = QStringLiteral("x-special/gnome-copied-files");
+constexpr QByteArrayView cutLine("cut\n");
 
 QString origin(int connection)
 {
     return QStringLiteral("%1 %2").arg(QCoreApplication::applicationPid()).arg(connection);
+}
+
+QList<QUrl> urlsOf(const QMimeData &data)
+{
+    if (data.hasUrls())
+        return data.urls();
+    QList<QUrl> urls;
+    for (const QByteArray &line : data.data(copiedFilesFormat).split('\n').mid(1))
+        urls << QUrl::fromEncoded(line.trimmed());
+    return urls;
+}
+
+/// Some programs name this computer as the host.
+bool isOfThisComputer(const QUrl &url)
+{
+    const QString host = url.host();
+    return url.isLocalFile()
+        && (host.isEmpty() || host == u"localhost"
+            || host.compare(QSysInfo::machineHostName(), Qt::CaseInsensitive) == 0);
 }
 
 } // namespace
@@ -49,22 +73,34 @@ QList<DeviceFileNode> BoardPathsMime::nodes(const QStringList &paths, const Devi
     return nodes;
 }
 
-void CutMark::set(QMimeData &data)
+void ClipboardMark::set(QMimeData &data, Kind kind)
 {
-    data.setData(cutFormat, "1");
+    const bool isCut = kind == Kind::Cut;
+    if (isCut)
+        data.setData(cutFormat, "1");
+    if (!data.hasUrls())
+        return;
+    QByteArray lines = isCut ? "cut" : "copy";
+    for (const QUrl &url : data.urls())
+        lines += '\n' + url.toEncoded();
+    data.setData(copiedFilesFormat, lines);
 }
 
-bool CutMark::isSet(const QMimeData &data)
+ClipboardMark::Kind ClipboardMark::of(const QMimeData &data)
 {
-    return data.data(cutFormat).startsWith('1');
+    const bool isCut =
+        data.data(cutFormat).startsWith('1') || data.data(copiedFilesFormat).startsWith(cutLine);
+    return isCut ? Kind::Cut : Kind::Copied;
 }
 
 QStringList localPaths(const QMimeData &data)
 {
     QStringList paths;
-    for (const QUrl &url : data.urls()) {
-        if (url.isLocalFile())
-            paths << QDir::cleanPath(url.toLocalFile());
+    for (QUrl url : urlsOf(data)) {
+        if (!isOfThisComputer(url))
+            continue;
+        url.setHost(QString());
+        paths << QDir::cleanPath(url.toLocalFile());
     }
     return paths;
 }

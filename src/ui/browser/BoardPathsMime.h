@@ -25,15 +25,20 @@ namespace BoardPathsMime {
 
 } // namespace BoardPathsMime
 
-/// Marks entries on the clipboard as cut: pasting moves them. Other programs' marks are read too.
-namespace CutMark {
+/// Marks entries on the clipboard as copied or cut, in the formats of the desktops' file managers:
+/// pasting copies or moves them.
+namespace ClipboardMark {
 
-void set(QMimeData &data);
-[[nodiscard]] bool isSet(const QMimeData &data);
+enum class Kind { Copied, Cut };
 
-} // namespace CutMark
+/// \p data has got its URLs, if any.
+void set(QMimeData &data, Kind kind);
+/// What has no mark was copied.
+[[nodiscard]] Kind of(const QMimeData &data);
 
-/// The paths of the local files in \p data.
+} // namespace ClipboardMark
+
+/// The paths of the files of this computer in \p data.
 [[nodiscard]] QStringList localPaths(const QMimeData &data);
 
 } // namespace Korvane

@@ -1,6 +1,5 @@
 #include "ui/browser/BrowserPane.h"
 
-#include "ui/browser/BoardPathsMime.h"
 #include "ui/browser/FileListView.h"
 #include "ui/controls/Divider.h"
 #include "ui/controls/ElidedLabel.h"
@@ -53,8 +52,10 @@ BrowserPane::BrowserPane(const QString &listName, QWidget *parent)
     connect(m_list, &FileListView::selectedRowsChanged, this, &BrowserPane::abilitiesChanged);
     connect(m_list, &FileListView::menuRequested, this,
             [this](int row) { m_list->openMenu(makeMenu(row)); });
-    connect(m_list, &FileListView::copyRequested, this, [this] { putOnClipboard(false); });
-    connect(m_list, &FileListView::cutRequested, this, [this] { putOnClipboard(true); });
+    connect(m_list, &FileListView::copyRequested, this,
+            [this] { putOnClipboard(ClipboardMark::Kind::Copied); });
+    connect(m_list, &FileListView::cutRequested, this,
+            [this] { putOnClipboard(ClipboardMark::Kind::Cut); });
     connect(m_list, &FileListView::pasteRequested, this, [this] {
         if (const QMimeData *dropped = QGuiApplication::clipboard()->mimeData())
             paste(*dropped);
@@ -123,13 +124,12 @@ void BrowserPane::contextMenuEvent(QContextMenuEvent *event)
     menu->popup(event->globalPos());
 }
 
-void BrowserPane::putOnClipboard(bool isCut)
+void BrowserPane::putOnClipboard(ClipboardMark::Kind kind)
 {
     std::unique_ptr<QMimeData> carried = dragData();
     if (!carried)
         return;
-    if (isCut)
-        CutMark::set(*carried);
+    ClipboardMark::set(*carried, kind);
     QGuiApplication::clipboard()->setMimeData(carried.release());
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "theme/Theme.h"
+#include "ui/browser/BoardPathsMime.h"
 #include "ui/browser/FileListView.h"
 #include "ui/browser/PaneDrops.h"
 
@@ -102,7 +103,7 @@ protected:
 private:
     void raisePage();
     [[nodiscard]] QMenu *makeMenu(int row);
-    void putOnClipboard(bool isCut);
+    void putOnClipboard(ClipboardMark::Kind kind);
 
     QHBoxLayout *m_header;
     ElidedLabel *m_folder;

@@ -266,7 +266,7 @@ void DeviceFileBrowserView::paste(const QMimeData &dropped)
 {
     const QString folder = m_state.deviceFiles().deviceWorkingDir();
     const auto paths = BoardPathsMime::paths(dropped, m_state.link().connectionNumber());
-    if (paths && CutMark::isSet(dropped))
+    if (paths && ClipboardMark::of(dropped) == ClipboardMark::Kind::Cut)
         report(m_state.boardFileActions().move(BoardPathsMime::nodes(*paths, m_state.deviceFiles()),
                                                folder));
     else if (paths)

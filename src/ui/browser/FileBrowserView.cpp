@@ -292,7 +292,7 @@ void FileBrowserView::paste(const QMimeData &dropped)
     const QStringList paths = localPaths(dropped);
     if (boardPaths(dropped))
         drop(dropped, m_state.localFiles().localWorkingDir());
-    else if (CutMark::isSet(dropped) && !paths.isEmpty())
+    else if (ClipboardMark::of(dropped) == ClipboardMark::Kind::Cut && !paths.isEmpty())
         report(m_state.localFileActions().move(paths, m_state.localFiles().localWorkingDir()));
     else if (!paths.isEmpty())
         m_state.shell().appendError(tr(

@@ -128,15 +128,15 @@ int FileListView::rowToChoose(const QString &folder) const
     return hasFocus() ? std::min(0, last) : -1;
 }
 
-/// By key, the focus would be nowhere to be seen in a list without a selection.
+/// By key, the focus would be nowhere to be seen in a list without a current row.
 void FileListView::focusInEvent(QFocusEvent *event)
 {
     QListView::focusInEvent(event);
     const Qt::FocusReason reason = event->reason();
     const bool isByKey = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
         || reason == Qt::OtherFocusReason;
-    if (isByKey && m_model->rowCount() > 0 && !selectionModel()->hasSelection())
-        setCurrentIndex(currentIndex().isValid() ? currentIndex() : m_model->index(0));
+    if (isByKey && m_model->rowCount() > 0 && !currentIndex().isValid())
+        setCurrentIndex(m_model->index(0));
 }
 
 QList<int> FileListView::selectedRows() const

@@ -33,11 +33,11 @@ PaneDrops::PaneDrops(Target &target, QWidget &pane, FileListView &list, QWidget 
     m_rest.setSingleShot(true);
     m_rest.setInterval(restTime);
     connect(&m_rest, &QTimer::timeout, this, [this] { emit restedOver(m_restRow); });
-    // The row under the mouse is another one then.
     connect(list.model(), &QAbstractItemModel::modelReset, this, [this] {
         if (m_restRow >= 0)
             m_rest.stop();
         m_restRow = -1;
+        m_hasNewRows = true;
     });
 }
 
@@ -46,10 +46,12 @@ bool PaneDrops::eventFilter(QObject *watched, QEvent *event)
     switch (event->type()) {
     case QEvent::DragEnter: {
         auto *drag = static_cast<QDragEnterEvent *>(event);
+        m_hasNewRows = false;
         drag->setAccepted(m_target.accepts(*drag->mimeData()));
         return true;
     }
     case QEvent::DragMove:
+        m_hasNewRows = false;
         follow(*static_cast<QDropEvent *>(event));
         return true;
     case QEvent::DragLeave:
@@ -78,7 +80,7 @@ PaneDrops::Place PaneDrops::placeOf(const QDropEvent &event) const
     const int row = m_list.isVisible() && m_list.viewport()->rect().contains(inList)
         ? m_list.indexAt(inList).row()
         : -1;
-    if (row >= 0 && m_target.isFolder(row))
+    if (row >= 0 && !m_hasNewRows && m_target.isFolder(row))
         return {m_target.dropFolder(row), row, false};
     return {m_target.dropFolder(-1), -1, false};
 }

@@ -67,6 +67,8 @@ private:
     QTimer m_rest;
     int m_restRow = -1;
     bool m_restsOnUp = false;
+    /// The rows changed since the mouse moved: no drop is meant for the one under it.
+    bool m_hasNewRows = false;
 };
 
 } // namespace Korvane
