@@ -77,10 +77,19 @@ QColor mixed(const QColor &color, const QColor &other)
                   part(color.blue(), other.blue()));
 }
 
+/// \p color with as much of \p other as a high contrast to \p neighbor takes.
+QColor withContrast(QColor color, const QColor &neighbor, const QColor &other)
+{
+    for (int steps = 0; steps < 20 && contrastOf(color, neighbor) < highContrast; ++steps)
+        color = mixed(color, other);
+    return color;
+}
+
 } // namespace
 
 Theme::Theme(bool isDark, Contrast contrast)
     : m_isDark(isDark)
+    , m_contrast(contrast)
 {
     std::transform(table.begin(), table.end(), m_colors.begin(), [isDark](const Entry &entry) {
         return QColor::fromRgba(isDark ? entry.dark : entry.light);
@@ -99,9 +108,12 @@ void Theme::raiseContrast()
     };
     for (int role = 0; role < textRoleCount; ++role) {
         QColor &color = m_colors[static_cast<size_t>(role)];
-        for (int steps = 0; steps < 20 && contrastOf(color, background) < highContrast; ++steps)
-            color = mixed(color, foreground);
+        color = withContrast(color, background, foreground);
     }
+    set(Role::Selection,
+        withContrast(color(Role::Selection), color(Role::SelectedText), Qt::black));
+    // 7:1 below text, and 3:1 beside the background.
+    set(Role::Pressed, m_isDark ? QColor(0x59, 0x59, 0x59) : QColor(0x95, 0x95, 0x95));
     for (const Role role : {Role::Label, Role::Separator})
         set(role, foreground);
     for (const Role role : {Role::TextBackground, Role::WindowBackground, Role::ControlBackground})

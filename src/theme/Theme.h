@@ -52,7 +52,8 @@ public:
 
     [[nodiscard]] static const Theme &light();
     [[nodiscard]] static const Theme &dark();
-    /// For desktops with a theme of high contrast: all text 7:1 or more on pure white or black.
+    /// For desktops with a theme of high contrast: all text 7:1 or more on pure white or black, and
+    /// on Selection and Pressed.
     [[nodiscard]] static const Theme &highContrastLight();
     [[nodiscard]] static const Theme &highContrastDark();
     /// The theme for \p palette: dark when its Base is darker than its Text, and of high contrast
@@ -75,6 +76,7 @@ public:
     [[nodiscard]] QColor color(Role role) const { return m_colors[static_cast<size_t>(role)]; }
     [[nodiscard]] const QPalette &palette() const { return m_palette; }
     [[nodiscard]] bool isDark() const { return m_isDark; }
+    [[nodiscard]] bool isHighContrast() const { return m_contrast == Contrast::High; }
 
 private:
     using Colors = std::array<QColor, roleCount>;
@@ -86,6 +88,7 @@ private:
     [[nodiscard]] QPalette makePalette() const;
 
     bool m_isDark;
+    Contrast m_contrast;
     Colors m_colors;
     QPalette m_palette;
 };

@@ -58,9 +58,8 @@ private slots:
         };
         for (int role = 0; role < Theme::textRoleCount; ++role) {
             const QColor text = theme.color(static_cast<Role>(role));
-            const bool isHigh = theme.color(Role::WindowBackground) == QColor(Qt::white)
-                || theme.color(Role::WindowBackground) == QColor(Qt::black);
-            QVERIFY(!isHigh || contrast(text, theme.color(Role::TextBackground)) >= 7);
+            QVERIFY(!theme.isHighContrast()
+                    || contrast(text, theme.color(Role::TextBackground)) >= 7);
             for (const Role background :
                  {Role::TextBackground, Role::WindowBackground, Role::ControlBackground})
                 check(u"role %1"_s.arg(role), theme.color(static_cast<Role>(role)),
@@ -72,6 +71,9 @@ private slots:
         for (const Role text : {Role::Yellow, Role::SecondaryLabel})
             check(u"debug bar"_s, theme.color(text), theme.color(Role::YellowTint));
         check(u"selection"_s, theme.color(Role::SelectedText), theme.color(Role::Selection));
+        QVERIFY(!theme.isHighContrast()
+                || (contrast(theme.color(Role::SelectedText), theme.color(Role::Selection)) >= 7
+                    && contrast(theme.color(Role::Label), theme.color(Role::Pressed)) >= 7));
 
         const QPalette &palette = theme.palette();
         QCOMPARE(palette.color(QPalette::PlaceholderText), theme.color(Role::SecondaryLabel));

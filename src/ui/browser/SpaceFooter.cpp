@@ -40,7 +40,7 @@ protected:
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(Qt::NoPen);
         const double radius = height() / 2.0;
-        painter.setBrush(theme.color(Theme::Role::Separator));
+        painter.setBrush(theme.color(Theme::Role::Pressed));
         painter.drawRoundedRect(rect(), radius, radius);
         const auto role = m_used >= nearlyFull ? Theme::Role::Orange : Theme::Role::Accent;
         painter.setBrush(theme.color(role));

@@ -89,6 +89,25 @@ void drawScrollBar(QPainter *painter, const QStyleOptionSlider &bar, const QWidg
     painter->restore();
 }
 
+/// Fusion derives the edges of its controls from the color of the window: beside pure white or
+/// black they can hardly be seen.
+void drawEdge(QPainter *painter, const QStyleOption *option)
+{
+    const Theme &theme = Theme::of(option->palette);
+    if (!theme.isHighContrast())
+        return;
+    const bool hasFocus = option->state & QStyle::State_HasFocus;
+    const qreal width = hasFocus ? 2 : 1;
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setPen(
+        QPen(theme.color(hasFocus ? Theme::Role::Accent : Theme::Role::Separator), width));
+    painter->setBrush(Qt::NoBrush);
+    painter->drawRoundedRect(
+        QRectF(option->rect).adjusted(width / 2, width / 2, -width / 2, -width / 2), 2, 2);
+    painter->restore();
+}
+
 /// Of a list that can have the focus, but doesn't.
 bool isFadedSelection(const QStyleOption *option, const QWidget *view)
 {
@@ -117,12 +136,20 @@ void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *opt
             return;
         painter->save();
         painter->setRenderHint(QPainter::Antialiasing);
-        painter->setPen(Qt::NoPen);
+        const bool hasEdge = theme.isHighContrast() && role == Theme::Role::AccentTint;
+        const qreal inset = hasEdge ? 0.5 : 0;
+        painter->setPen(hasEdge ? QPen(theme.color(Theme::Role::Accent)) : QPen(Qt::NoPen));
         painter->setBrush(theme.color(role));
-        painter->drawRoundedRect(option->rect, cornerRadius, cornerRadius);
+        painter->drawRoundedRect(QRectF(option->rect).adjusted(inset, inset, -inset, -inset),
+                                 cornerRadius, cornerRadius);
         painter->restore();
         return;
     }
+    case PE_FrameLineEdit:
+    case PE_PanelButtonCommand:
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
+        drawEdge(painter, option);
+        return;
     case PE_PanelItemViewItem:
     case PE_PanelItemViewRow:
         if (!isFadedSelection(option, widget))
@@ -238,6 +265,8 @@ void ThemeStyle::drawComplexControl(ComplexControl control, const QStyleOptionCo
         return;
     }
     QProxyStyle::drawComplexControl(control, option, painter, widget);
+    if (control == CC_SpinBox)
+        drawEdge(painter, option);
 }
 
 QRect ThemeStyle::subControlRect(ComplexControl control, const QStyleOptionComplex *option,

@@ -43,9 +43,11 @@ void Appearance::follow(const QPalette &palette)
     QString wanted = m_preferences.text(Preferences::Appearance);
     if (m_preferences.isDefault(Preferences::Appearance))
         wanted = qEnvironmentVariable("KORVANE_APPEARANCE");
-    const Theme &theme = wanted == u"dark" ? Theme::dark()
-        : wanted == u"light"               ? Theme::light()
-                                           : Theme::of(palette);
+    const Theme &platforms = Theme::of(palette);
+    const bool isDark = wanted == u"dark" || (wanted != u"light" && platforms.isDark());
+    const Theme &theme = platforms.isHighContrast()
+        ? (isDark ? Theme::highContrastDark() : Theme::highContrastLight())
+        : (isDark ? Theme::dark() : Theme::light());
     const QScopedValueRollback guard(m_isSetting, true);
     if (QApplication::palette() != theme.palette())
         QApplication::setPalette(theme.palette());
