@@ -7,15 +7,14 @@
 
 namespace Korvane {
 
-BrowserCommands::BrowserCommands(Actions &actions, QObject *parent)
+BrowserCommands::BrowserCommands(Actions &actions, BrowserPane &local, QObject *parent)
     : QObject(parent)
     , m_actions(actions)
+    , m_shown(&local)
 {
     const auto act = [this](Actions::Command command, void (BrowserPane::*operation)()) {
-        connect(m_actions[command], &QAction::triggered, this, [this, operation] {
-            if (m_shown)
-                (m_shown->*operation)();
-        });
+        connect(m_actions[command], &QAction::triggered, this,
+                [this, operation] { (m_shown->*operation)(); });
     };
     act(Actions::OpenEntries, &BrowserPane::openSelected);
     act(Actions::CopyEntries, &BrowserPane::copySelected);
@@ -24,11 +23,8 @@ BrowserCommands::BrowserCommands(Actions &actions, QObject *parent)
     act(Actions::CreateFolder, &BrowserPane::createFolder);
     act(Actions::RenameEntry, &BrowserPane::renameSelected);
     act(Actions::DeleteEntries, &BrowserPane::deleteSelected);
-}
-
-void BrowserCommands::addLocal(BrowserPane &pane)
-{
-    add(pane, true);
+    add(local, true);
+    follow();
 }
 
 void BrowserCommands::addDevice(BrowserPane &pane)

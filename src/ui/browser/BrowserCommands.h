@@ -14,11 +14,10 @@ class BrowserCommands final : public QObject
     Q_OBJECT
 
 public:
-    /// \p actions must outlive this. The commands do nothing until setShown() is called.
-    BrowserCommands(Actions &actions, QObject *parent);
+    /// Both must outlive this. Gives \p local, the browser of the local files, its menus; the
+    /// commands act in it until setShown() is called.
+    BrowserCommands(Actions &actions, BrowserPane &local, QObject *parent);
 
-    /// Gives the browser of the local files its menus.
-    void addLocal(BrowserPane &pane);
     /// Gives the browser of the board's files its menus.
     void addDevice(BrowserPane &pane);
     /// The commands act in \p pane from now on, which must have been added and outlive this.
@@ -29,7 +28,7 @@ private:
     void follow();
 
     Actions &m_actions;
-    BrowserPane *m_shown = nullptr;
+    BrowserPane *m_shown;
 };
 
 } // namespace Korvane

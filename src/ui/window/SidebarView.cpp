@@ -48,12 +48,11 @@ SidebarView::SidebarView(AppState &state, Actions &actions, QWidget *parent)
     , m_deviceTab(makeTab(QStringLiteral("cpu"), tr("Device")))
     , m_body(new QStackedWidget)
     , m_localBrowser(new FileBrowserView(state))
-    , m_commands(new BrowserCommands(actions, this))
+    , m_commands(new BrowserCommands(actions, *m_localBrowser, this))
 {
     setObjectName(QStringLiteral("sidebar"));
     m_localBrowser->setObjectName(QStringLiteral("localBrowser"));
     m_body->addWidget(m_localBrowser);
-    m_commands->addLocal(*m_localBrowser);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
