@@ -59,9 +59,15 @@ QStringList lines(const Error &error, const QString &port, const QString &proc,
     switch (error.systemCode) {
     case EACCES:
     case EPERM: {
-        const QString group = QFileInfo(port).group();
-        if (group.isEmpty() || group == QLatin1String("root"))
+        const QFileInfo file(port);
+        const QString group = file.group();
+        if (group.isEmpty()) // its folder can't be read
             return {};
+        if (group == QLatin1String("root")
+            || !file.permission(QFile::ReadGroup | QFile::WriteGroup)) {
+            return {QStringLiteral("The permissions of %1 do not let you read and write it.")
+                        .arg(port)};
+        }
         QStringList advice;
         if (QFileInfo::exists(rules)) // they count from the next time that the board is plugged in
             advice << QStringLiteral(

@@ -75,6 +75,8 @@ private slots:
         };
         QCOMPARE(advice(ENOENT), u"The board at  is not plugged in any more."_s);
         QCOMPARE(advice(EIO), QString());
+        QVERIFY(QFile::setPermissions(port, {})); // a group would not help
+        QCOMPARE(advice(EACCES), u"The permissions of  do not let you read and write it."_s);
         QCOMPARE(advice(EBUSY), u"Another program, perhaps of another user, uses ."_s);
         put(proc + u"/7/comm"_s, "ModemManager\n");
         QVERIFY(advice(EBUSY).startsWith(u"ModemManager looks"_s));
