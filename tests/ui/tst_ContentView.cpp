@@ -230,7 +230,7 @@ private slots:
         QVERIFY(fixture.state().isRunning()); // and is closed with a program running
     }
 
-    void keepsTheFocusWhereThePersonIs()
+    void keepsTheFocusDuringRunsAndStops()
     {
         WindowFixture fixture;
         auto *input = fixture.find<QWidget>("shellInput");
@@ -332,7 +332,7 @@ private slots:
         QVERIFY(connect->menu());
     }
 
-    void goesCleanlyInEveryState_data()
+    void closesInEveryState_data()
     {
         QTest::addColumn<QString>("state");
         for (const char *state :
@@ -341,7 +341,7 @@ private slots:
             QTest::newRow(state) << QString::fromLatin1(state);
     }
 
-    void goesCleanlyInEveryState()
+    void closesInEveryState()
     {
         QFETCH(QString, state);
         ScriptedBoard board;
@@ -374,6 +374,25 @@ private slots:
         fixture->window().close();
         fixture.reset();
         QCoreApplication::processEvents();
+    }
+
+    void asksBeforeItClosesDuringATransfer()
+    {
+        WindowFixture fixture;
+        auto running = std::make_unique<TransferStatus::Running>(fixture.state().transfer());
+        running->setStatus(u"Copying a.py…"_s);
+        running->setTotal(1);
+        fixture.prompts.confirmation.confirmed = false;
+        fixture.window().close();
+        QTRY_VERIFY(!fixture.prompts.asked.isEmpty());
+        QVERIFY(fixture.prompts.takeAsked().startsWith(u"Cancel the transfer and close? | "_s));
+        QVERIFY(fixture.window().isVisible() && !running->isCanceled());
+        fixture.prompts.confirmation.confirmed = true;
+        fixture.window().close();
+        QTRY_VERIFY(running->isCanceled());
+        QVERIFY(fixture.window().isVisible()); // until it has ended
+        running.reset();
+        QTRY_VERIFY(!fixture.window().isVisible());
     }
 };
 

@@ -1,6 +1,7 @@
 #include "ui/window/ContentView.h"
 
 #include "app/AppState.h"
+#include "app/TransferEnd.h"
 #include "document/CodePiece.h"
 #include "editor/CodeEditorView.h"
 #include "ui/browser/BoardPathsMime.h"
@@ -219,7 +220,9 @@ void ContentView::keyPressEvent(QKeyEvent *event)
 void ContentView::closeEvent(QCloseEvent *event)
 {
     const bool mayClose = std::exchange(m_mayClose, false);
-    if (mayClose || !(m_state.saving().isWriting() || m_state.saving().losesEdits()))
+    const bool isBusy = m_state.saving().isWriting() || m_state.saving().losesEdits()
+        || m_state.transfer().isSendingToDevice();
+    if (mayClose || !isBusy)
         return;
     event->ignore();
     closeWhenWritten();
@@ -239,7 +242,11 @@ QCoro::Task<void> ContentView::closeWhenWritten()
     if (!self)
         co_return;
     delete progress;
-    const bool mayClose = co_await m_state.saving().mayClose();
+    bool mayClose = co_await m_state.saving().mayClose();
+    if (!self)
+        co_return;
+    if (mayClose)
+        mayClose = co_await endTransfers(m_state.transfer(), m_state.prompts());
     if (!self)
         co_return;
     m_isClosing = false;

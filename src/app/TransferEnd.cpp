@@ -1,0 +1,52 @@
+#include "app/TransferEnd.h"
+
+#include "base/OneShot.h"
+
+#include <QPointer>
+#include <QTimer>
+
+#include <chrono>
+#include <stop_token>
+
+namespace Korvane {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto longestEnd = 2s;
+
+} // namespace
+
+QCoro::Task<bool> endTransfers(TransferStatus &transfer, UserPrompts &prompts)
+{
+    if (!transfer.isSendingToDevice())
+        co_return true;
+    const QPointer<TransferStatus> life = &transfer;
+    const QObject context; // of the connections
+    std::stop_source ended;
+    QObject::connect(&transfer, &TransferStatus::isSendingToDeviceChanged, &context,
+                     [&ended] { ended.request_stop(); });
+    UserPrompts::Confirmation question;
+    question.title = QStringLiteral("Cancel the transfer and close?");
+    question.message = transfer.status()
+        + QStringLiteral(" It has not ended. The file being copied keeps its old contents.");
+    question.confirmTitle = QStringLiteral("Cancel Transfer");
+    question.withdrawn = ended.get_token();
+    const auto answer = co_await prompts.confirm(std::move(question));
+    if (!life)
+        co_return false;
+    if (!transfer.isSendingToDevice())
+        co_return true;
+    if (!answer.confirmed)
+        co_return false;
+    transfer.cancel();
+    OneShot<bool> over;
+    QObject::connect(&transfer, &TransferStatus::isSendingToDeviceChanged, &context,
+                     [&over] { over.deliver(true); });
+    QTimer::singleShot(longestEnd, &context, [&over] { over.deliver(false); });
+    static_cast<void>(co_await over.wait());
+    co_return true;
+}
+
+} // namespace Korvane

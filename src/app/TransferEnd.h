@@ -1,0 +1,14 @@
+#pragma once
+
+#include "base/UserPrompts.h"
+#include "board/TransferStatus.h"
+
+namespace Korvane {
+
+/// Yields true when no transfer is left: there was none, they ended while the question was open, or
+/// the user let them be canceled. Those have two seconds to remove what they left on the board.
+/// False when they shall continue, or \p transfer was destroyed. \p prompts must outlive the
+/// question.
+[[nodiscard]] QCoro::Task<bool> endTransfers(TransferStatus &transfer, UserPrompts &prompts);
+
+} // namespace Korvane
