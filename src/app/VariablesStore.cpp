@@ -48,6 +48,9 @@ VariablesStore::VariablesStore(PythonRunner &runner, DeviceLink &link, const Pro
     , m_link(link)
     , m_programRun(programRun)
 {
+    // Those of the other interpreter.
+    for (const auto changed : {&DeviceLink::connected, &DeviceLink::ended})
+        connect(&link, changed, this, [this] { setVariables({}); });
 }
 
 void VariablesStore::setVariables(const QList<PythonVariable> &variables)

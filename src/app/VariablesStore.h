@@ -13,7 +13,7 @@ class ProgramRun;
 class PythonRunner;
 
 /// The Variables table: the global variables of the board when one is connected, otherwise of the
-/// local session. It is always replaced as a whole.
+/// local session. It is always replaced as a whole, and empty after a board is connected or gone.
 class VariablesStore final : public QObject
 {
     Q_OBJECT

@@ -6,6 +6,8 @@
 #include "board/DeviceListing.h"
 #include "board/TransferStatus.h"
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 
 namespace Korvane {
@@ -195,10 +197,12 @@ Async<void> DeviceFiles::sendFile(DeviceFileContent::Source source, WritePermit 
     auto written = co_await m_content.write(std::move(source), permit, label, std::move(observer));
     if (!life)
         co_return DeviceError::closed();
-    // What the board holds now may differ from what was listed.
+    // What the board holds now may differ from what was listed, also while the file was written.
+    constexpr std::array mayHaveWritten{ErrorCode::Remote, ErrorCode::TimedOut, ErrorCode::Damaged,
+                                        ErrorCode::Cancelled};
     if (!written
-        && (written.error().code == ErrorCode::Remote || written.error().code == ErrorCode::TimedOut
-            || written.error().code == ErrorCode::Damaged))
+        && std::find(mayHaveWritten.begin(), mayHaveWritten.end(), written.error().code)
+            != mayHaveWritten.end())
         refreshDeviceFiles();
     if (written)
         emit fileWritten(permit.path());

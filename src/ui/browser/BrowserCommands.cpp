@@ -5,6 +5,8 @@
 
 #include <QAction>
 
+#include <functional>
+
 namespace Korvane {
 
 BrowserCommands::BrowserCommands(Actions &actions, BrowserPane &local, QObject *parent)
@@ -12,9 +14,10 @@ BrowserCommands::BrowserCommands(Actions &actions, BrowserPane &local, QObject *
     , m_actions(actions)
     , m_shown(&local)
 {
-    const auto act = [this](Actions::Command command, void (BrowserPane::*operation)()) {
+    using Operation = std::function<void(BrowserPane &)>;
+    const auto act = [this](Actions::Command command, const Operation &operation) {
         connect(m_actions[command], &QAction::triggered, this,
-                [this, operation] { (m_shown->*operation)(); });
+                [this, operation] { operation(*m_shown); });
     };
     act(Actions::OpenEntries, &BrowserPane::openSelected);
     act(Actions::CopyEntries, &BrowserPane::copySelected);
