@@ -62,7 +62,10 @@ DeviceFileBrowserView::DeviceFileBrowserView(AppState &state, QWidget *parent)
     connect(&files, &DeviceFiles::isLoadingDeviceFilesChanged, this,
             &DeviceFileBrowserView::showState);
     connect(&files, &DeviceFiles::deviceFileNodesChanged, this, &DeviceFileBrowserView::showState);
-    connect(&files, &DeviceFiles::deviceWorkingDirChanged, this, &DeviceFileBrowserView::showState);
+    connect(&files, &DeviceFiles::deviceWorkingDirChanged, this, [this] {
+        list().cancelEditing(); // of an entry of the folder before
+        showState();
+    });
     connect(&files, &DeviceFiles::deviceWorkingDirChanged, this, &DeviceFileBrowserView::showSpace);
     connect(&files, &DeviceFiles::isLoadingDeviceFilesChanged, this,
             &DeviceFileBrowserView::requestSpace);

@@ -70,6 +70,7 @@ FileBrowserView::FileBrowserView(AppState &state, QWidget *parent)
     connect(&actions, &LocalFileActions::fileCreated, this,
             [this](const QString &path) { openLocalFile(m_state, path); });
     connect(&files, &LocalFiles::localWorkingDirChanged, this, [this] {
+        list().cancelEditing(); // of an entry of the folder before
         showFolder();
         if (isVisible()) // otherwise it is listed once it is shown
             load();
