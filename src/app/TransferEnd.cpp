@@ -18,7 +18,7 @@ constexpr auto longestEnd = 2s;
 
 } // namespace
 
-QCoro::Task<bool> endTransfers(TransferStatus &transfer, UserPrompts &prompts)
+QCoro::Task<bool> endTransfers(TransferStatus &transfer, UserPrompts &prompts, QString question)
 {
     if (!transfer.isSendingToDevice())
         co_return true;
@@ -27,13 +27,13 @@ QCoro::Task<bool> endTransfers(TransferStatus &transfer, UserPrompts &prompts)
     std::stop_source ended;
     QObject::connect(&transfer, &TransferStatus::isSendingToDeviceChanged, &context,
                      [&ended] { ended.request_stop(); });
-    UserPrompts::Confirmation question;
-    question.title = QStringLiteral("Cancel the transfer and close?");
-    question.message = transfer.status()
-        + QStringLiteral(" It has not ended. The file being copied keeps its old contents.");
-    question.confirmTitle = QStringLiteral("Cancel Transfer");
-    question.withdrawn = ended.get_token();
-    const auto answer = co_await prompts.confirm(std::move(question));
+    UserPrompts::Confirmation confirmation;
+    confirmation.title = question;
+    confirmation.message = transfer.status()
+        + QStringLiteral(" This has not ended. The file being copied keeps its old contents.");
+    confirmation.confirmTitle = QStringLiteral("Cancel Transfer");
+    confirmation.withdrawn = ended.get_token();
+    const auto answer = co_await prompts.confirm(std::move(confirmation));
     if (!life)
         co_return false;
     if (!transfer.isSendingToDevice())

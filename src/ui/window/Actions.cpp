@@ -1,6 +1,7 @@
 #include "ui/window/Actions.h"
 
 #include "app/AppState.h"
+#include "app/TransferEnd.h"
 #include "theme/Icons.h"
 #include "ui/controls/KeyText.h"
 #include "ui/controls/PlainText.h"
@@ -120,7 +121,8 @@ void Actions::addPaneCommands()
 
 void Actions::addRunCommands()
 {
-    add(Run, tr("&Run"), KeyText::sequence(u"⌘R"), [this] { m_state.runCurrentFile(); });
+    add(Run, tr("&Run"), KeyText::sequence(u"⌘R"),
+        [this] { runOnFreeBoard([this] { m_state.runCurrentFile(); }); });
     describe(Run, QStringLiteral("play.circle.fill"), Theme::Role::Green, tr("Run"),
              tr("Run current file (⌘R)"));
     add(Stop, tr("S&top"), KeyText::sequence(u"⌘."), [this] { m_state.stopRun(); });
@@ -130,12 +132,24 @@ void Actions::addRunCommands()
     add(FollowTraceback, tr("&Go to Traceback Line"), QKeySequence(Qt::Key_F4));
 }
 
+QCoro::Task<void> Actions::runOnFreeBoard(std::function<void()> run)
+{
+    if (m_state.link().connectionState().isConnected() && m_state.transfer().canCancel()) {
+        const auto life = m_life.watch();
+        const bool isFree = co_await endTransfers(m_state.transfer(), m_state.prompts(),
+                                                  tr("Cancel the transfer and run the program?"));
+        if (!life || !isFree)
+            co_return;
+    }
+    run();
+}
+
 void Actions::addDebugCommands()
 {
     const Theme::Role role = Theme::Role::Label;
     DebugSession &session = m_state.debugSession();
     add(Debug, tr("&Debug on Device"), KeyText::sequence(u"⌘Y"),
-        [this] { m_state.startDebugRun(); });
+        [this] { runOnFreeBoard([this] { m_state.startDebugRun(); }); });
     add(Step, tr("&Step"), {}, [&session] { session.debugStep(); });
     describe(Step, QStringLiteral("arrow.turn.down.right"), role, tr("Step"),
              tr("Run one statement and stop again, stepping into any call (⌥⌘Y)"));

@@ -89,6 +89,10 @@ public:
 
     [[nodiscard]] QAction *operator[](Command command) const { return m_actions[command]; }
 
+    /// Calls \p run, which starts a program. During a transfer that can be canceled the user is
+    /// asked first, since the program would break it off.
+    QCoro::Task<void> runOnFreeBoard(std::function<void()> run);
+
 signals:
     /// The user has chosen a command, which is carried out next.
     void commandChosen();

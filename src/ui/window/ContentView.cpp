@@ -204,7 +204,7 @@ void ContentView::runPiece()
     const QTextCursor cursor = editor.textCursor();
     const CodePiece piece =
         CodePiece::at(editor.text(), cursor.selectionStart(), cursor.selectionEnd());
-    m_state.runPiece(piece.code, piece.firstLine);
+    m_commands->runOnFreeBoard([this, piece] { m_state.runPiece(piece.code, piece.firstLine); });
     if (!cursor.hasSelection())
         editor.goToLine(piece.nextLine);
 }
@@ -246,7 +246,8 @@ QCoro::Task<void> ContentView::closeWhenWritten()
     if (!self)
         co_return;
     if (mayClose)
-        mayClose = co_await endTransfers(m_state.transfer(), m_state.prompts());
+        mayClose = co_await endTransfers(m_state.transfer(), m_state.prompts(),
+                                         tr("Cancel the transfer and close?"));
     if (!self)
         co_return;
     m_isClosing = false;
