@@ -45,7 +45,7 @@ Error alreadyExists(const QString &name, const QString &folder)
 /// \p error of an operation, described for the user.
 Error failure(const QString &attempt, Error error)
 {
-    if (error.code != ErrorCode::Cancelled && error.code != ErrorCode::BoardReplaced)
+    if (error.code != ErrorCode::Canceled && error.code != ErrorCode::BoardReplaced)
         error.message = attempt + u": "_s + error.message;
     return error;
 }
@@ -222,7 +222,7 @@ Async<void> BoardFileActions::move(QList<DeviceFileNode> nodes, QString folder)
     if (!life)
         co_return DeviceError::closed();
     if (answer == ReplaceAnswer::Cancel)
-        co_return DeviceError::cancelled();
+        co_return DeviceError::canceled();
     if (connection != m_parts.link.connectionNumber())
         co_return DeviceError::boardReplaced();
     std::optional<Error> failed;
@@ -373,9 +373,9 @@ Async<void> BoardFileActions::removeEntries(QList<DeviceFileNode> nodes)
         const auto removed = co_await m_parts.operations.remove(*permit, isCanceled);
         if (!life)
             co_return DeviceError::closed();
-        if (!removed && removed.error().code == ErrorCode::Cancelled)
-            co_return DeviceError::cancelled(
-                u"Delete cancelled at %1; what was deleted before is lost."_s.arg(node.path));
+        if (!removed && removed.error().code == ErrorCode::Canceled)
+            co_return DeviceError::canceled(
+                u"Delete canceled at %1; what was deleted before is lost."_s.arg(node.path));
         if (!removed)
             co_return failure(u"Delete failed"_s, removed.error());
     }

@@ -76,7 +76,7 @@ Async<void> ChangedFiles::send(QString localFolder, QString boardFolder)
     if (!life)
         co_return DeviceError::closed();
     if (!checked || checked->isEmpty())
-        co_return DeviceError::cancelled(u"Sending cancelled — nothing was changed."_s);
+        co_return DeviceError::canceled(u"Sending canceled — nothing was changed."_s);
     FolderChanges chosen = *compared;
     chosen.entries.clear();
     for (const qsizetype index : *checked)

@@ -149,7 +149,7 @@ QCoro::Task<bool> DocumentSaver::mayClose()
         const EditorFile *file = m_parts.documents.file(id);
         if (!file || !file->isModified())
             continue;
-        if (error.code == ErrorCode::Cancelled)
+        if (error.code == ErrorCode::Canceled)
             co_return false;
         UserPrompts::Choice question;
         question.title = QStringLiteral("“") + file->name() + QStringLiteral("” was not saved");

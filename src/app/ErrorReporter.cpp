@@ -19,7 +19,7 @@ void ErrorReporter::report(const Error &error)
         m_shell.appendError(error.cause);
     if (error.message.isEmpty())
         return;
-    if (error.code == ErrorCode::Cancelled)
+    if (error.code == ErrorCode::Canceled)
         m_shell.appendInfo(error.message);
     else
         m_shell.appendError(error.message);

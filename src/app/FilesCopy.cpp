@@ -193,7 +193,7 @@ Async<FilesCopy::Plan> FilesCopy::resolve(Plan plan, QStringList existing, QStri
 {
     const ReplaceAnswer answer = co_await askToReplace(m_parts.prompts, existing, where);
     if (answer == ReplaceAnswer::Cancel)
-        co_return DeviceError::cancelled(u"Copy cancelled — nothing was changed."_s);
+        co_return DeviceError::canceled(u"Copy canceled — nothing was changed."_s);
     if (answer == ReplaceAnswer::Skip)
         plan.drop(existing);
     co_return std::move(plan);

@@ -205,7 +205,7 @@ Async<void> LocalFileActions::rename(QString path, QString name)
         if (!life)
             co_return Error{ErrorCode::Closed, {}};
         if (!answer.confirmed)
-            co_return Error{ErrorCode::Cancelled, {}};
+            co_return Error{ErrorCode::Canceled, {}};
     }
     const auto moved =
         co_await moveEntry(path, target, exists ? Existing::Replace : Existing::Refuse);
@@ -254,7 +254,7 @@ Async<void> LocalFileActions::move(QStringList paths, QString folder)
     if (!life)
         co_return Error{ErrorCode::Closed, {}};
     if (answer == ReplaceAnswer::Cancel)
-        co_return Error{ErrorCode::Cancelled, {}};
+        co_return Error{ErrorCode::Canceled, {}};
     std::optional<Error> failed;
     for (qsizetype i = 0; i < paths.size() && !failed; ++i) {
         const bool exists = kinds->at(paths.size() + i) != Kind::Missing;
@@ -323,7 +323,7 @@ Async<void> LocalFileActions::moveToTrash(QStringList paths)
     if (!life)
         co_return Error{ErrorCode::Closed, {}};
     if (!answer.confirmed)
-        co_return Error{ErrorCode::Cancelled, {}};
+        co_return Error{ErrorCode::Canceled, {}};
     const std::function<Trashed()> work = [paths] { return trash(paths); };
     const auto trashed = co_await m_background.run(work);
     if (!trashed)

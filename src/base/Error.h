@@ -25,7 +25,7 @@ enum class ErrorCode {
     // The board was replaced by another connection while the operation waited
     BoardReplaced,
     // The user declined, or an equal operation is under way; the message, if any, is a notice
-    Cancelled,
+    Canceled,
     // The owner of the operation was destroyed: nothing is reported
     Closed,
     // Listening for the assistant

@@ -93,18 +93,18 @@ public:
     virtual ~UserPrompts() = default;
 
     [[nodiscard]] virtual QCoro::Task<ConfirmationAnswer> confirm(Confirmation question) = 0;
-    /// The index of the chosen answer; -1 when cancelled.
+    /// The index of the chosen answer; -1 when canceled.
     [[nodiscard]] virtual QCoro::Task<int> choose(Choice question) = 0;
-    /// The indices of the entries that are checked; nothing when cancelled.
+    /// The indices of the entries that are checked; nothing when canceled.
     [[nodiscard]] virtual QCoro::Task<std::optional<QList<qsizetype>>> review(
         Checklist question) = 0;
-    /// The name without the white space around it; empty when cancelled.
+    /// The name without the white space around it; empty when canceled.
     [[nodiscard]] virtual QCoro::Task<QString> askName(NamePrompt prompt) = 0;
-    /// The chosen local path, starting in \p folder; empty when cancelled. The dialog itself asks
+    /// The chosen local path, starting in \p folder; empty when canceled. The dialog itself asks
     /// before replacing.
     [[nodiscard]] virtual QCoro::Task<QString> askSavePath(QString folder,
                                                            QString proposedName) = 0;
-    /// The chosen local Python or text file, starting in \p folder; empty when cancelled.
+    /// The chosen local Python or text file, starting in \p folder; empty when canceled.
     [[nodiscard]] virtual QCoro::Task<QString> askOpenPath(QString folder) = 0;
 };
 

@@ -128,7 +128,7 @@ Async<void> BatchCopier::copy(Batch batch, Direction direction, QList<WritePermi
         running.setStatus(copyProgress(step.file.label, finished, count));
         const qint64 fileBytes = step.file.sizeBytes;
         if (running.isCanceled()) {
-            result = stoppedAt(step, DeviceError::cancelled());
+            result = stoppedAt(step, DeviceError::canceled());
         } else if (const auto same = m_files.check(onThisBoard); !same) {
             result = stoppedAt(step, same.error());
         } else if (isToBoard) {
@@ -239,8 +239,8 @@ Async<void> BatchCopier::receiveFile(File file, PieceTransfer::Observer observer
     if (received)
         co_return co_await m_local.commit(*writer);
     Error error = received.error();
-    if (error.code == ErrorCode::Cancelled)
-        error.message = u"Transfer cancelled — %1 is as it was."_s.arg(file.target);
+    if (error.code == ErrorCode::Canceled)
+        error.message = u"Transfer canceled — %1 is as it was."_s.arg(file.target);
     co_return error;
 }
 

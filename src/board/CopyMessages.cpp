@@ -13,13 +13,13 @@ Error stoppedAt(const QString &operation, const QString &done, const QString &pl
     Error error = cause;
     if (cause.code == ErrorCode::Closed)
         return error;
-    if (cause.code != ErrorCode::Cancelled) {
+    if (cause.code != ErrorCode::Canceled) {
         error.cause = cause.message;
         error.message = u"%1 stopped at %2."_s.arg(operation, path);
         return error;
     }
-    error.message = u"%1 cancelled at %2 (%3); the files before it were %4."_s.arg(operation, path,
-                                                                                   place, done);
+    error.message =
+        u"%1 canceled at %2 (%3); the files before it were %4."_s.arg(operation, path, place, done);
     // What the board has of the file itself.
     const QString state = cause.message.section(u" — "_s, 1);
     if (!state.isEmpty())

@@ -102,12 +102,12 @@ Error boardReplaced()
 
 Error alreadyWriting(const QString &path)
 {
-    return cancelled(path + QStringLiteral(" is already being written."));
+    return canceled(path + QStringLiteral(" is already being written."));
 }
 
-Error cancelled(const QString &notice)
+Error canceled(const QString &notice)
 {
-    return {ErrorCode::Cancelled, notice};
+    return {ErrorCode::Canceled, notice};
 }
 
 Error closed()

@@ -28,7 +28,7 @@ namespace Korvane::DeviceError {
 /// A transfer to \p path was asked for before and has not ended.
 [[nodiscard]] Error alreadyWriting(const QString &path);
 /// The user declined; \p notice says what was left unchanged; it may be empty.
-[[nodiscard]] Error cancelled(const QString &notice = {});
+[[nodiscard]] Error canceled(const QString &notice = {});
 /// The object that carried out the operation was destroyed.
 [[nodiscard]] Error closed();
 

@@ -41,8 +41,8 @@ Error writeFailure(Error error, const QString &state)
 {
     if (error.code == ErrorCode::Closed)
         return error;
-    if (error.code == ErrorCode::Cancelled)
-        error.message = u"Transfer cancelled"_s;
+    if (error.code == ErrorCode::Canceled)
+        error.message = u"Transfer canceled"_s;
     else if (error.code != ErrorCode::File) // of this computer, whose message is complete
         error.message.prepend(u"Device write failed: "_s);
     if (error.message.endsWith(u'.'))
@@ -255,8 +255,8 @@ Async<void> DeviceFileContent::read(QString path, QString label, qint64 sizeByte
         co_return received;
     Error error = received.error();
     const bool isComplete = error.code == ErrorCode::Closed || error.code == ErrorCode::File;
-    if (error.code == ErrorCode::Cancelled)
-        error.message = u"Transfer cancelled — %1 was not copied."_s.arg(label);
+    if (error.code == ErrorCode::Canceled)
+        error.message = u"Transfer canceled — %1 was not copied."_s.arg(label);
     else if (error.code == ErrorCode::Remote && error.detail.contains("OSError"_L1))
         error.message.prepend(u"Cannot read "_s + label + u": "_s);
     else if (!isComplete)

@@ -127,7 +127,7 @@ Async<void> DeviceFileOperations::remove(WritePermit permit, IsCanceled isCancel
         script("remove"_L1).arg(pathLiteral(*whole), QString::number(entriesPerCommand));
     while (true) {
         if (isCanceled())
-            co_return DeviceError::cancelled();
+            co_return DeviceError::canceled();
         if (auto same = m_files.check(permit); !same)
             co_return same;
         const auto output = co_await m_link.executeOnDevice(code, treeTimeout);

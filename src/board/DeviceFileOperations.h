@@ -34,7 +34,7 @@ public:
         qint64 totalBytes = 0;
         qint64 freeBytes = 0;
     };
-    /// Called before each step; true ends the operation with an error of code `Cancelled`.
+    /// Called before each step; true ends the operation with an error of code `Canceled`.
     using IsCanceled = std::function<bool()>;
 
     /// Both must outlive this.

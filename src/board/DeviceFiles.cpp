@@ -199,7 +199,7 @@ Async<void> DeviceFiles::sendFile(DeviceFileContent::Source source, WritePermit 
         co_return DeviceError::closed();
     // What the board holds now may differ from what was listed, also while the file was written.
     constexpr std::array mayHaveWritten{ErrorCode::Remote, ErrorCode::TimedOut, ErrorCode::Damaged,
-                                        ErrorCode::Cancelled};
+                                        ErrorCode::Canceled};
     if (!written
         && std::find(mayHaveWritten.begin(), mayHaveWritten.end(), written.error().code)
             != mayHaveWritten.end())
@@ -305,7 +305,7 @@ Async<WritePermit> DeviceFiles::requestWrite(WriteRequest request)
 DeviceFiles::WriteRequest DeviceFiles::replaceRequest(const QString &label, const QString &path,
                                                       const QString &declinedNotice) const
 {
-    WriteRequest request{path, {}, DeviceError::cancelled(declinedNotice)};
+    WriteRequest request{path, {}, DeviceError::canceled(declinedNotice)};
     if (m_overwriteConfirmedPaths.contains(path))
         return request;
     request.question = [this, label,

@@ -38,7 +38,7 @@ public:
         /// none is needed. Without this function nothing is asked at all.
         std::function<std::optional<UserPrompts::Confirmation>(bool exists)> question = {};
         /// The result when the user declines.
-        Error declined = {ErrorCode::Cancelled, {}};
+        Error declined = {ErrorCode::Canceled, {}};
         /// Off for a question that doesn't depend on what exists: the board isn't asked then.
         bool looksForPath = true;
     };
@@ -88,7 +88,7 @@ public:
     /// DeviceLink::boardIdentity).
     [[nodiscard]] Async<void> checkBoard(QString identity);
     /// The one way to ask whether a file may be created or replaced. The permit holds the path:
-    /// meanwhile a second request for it fails with `Cancelled`.
+    /// meanwhile a second request for it fails with `Canceled`.
     [[nodiscard]] Async<WritePermit> requestWrite(WriteRequest request);
     /// The request of a transfer by the user: asks before a file is replaced, unless "Don't ask
     /// again" was chosen for it on this connection. \p declinedNotice is the message when declined.
@@ -97,7 +97,7 @@ public:
     /// Asks. Fails with \p declined when the user declines, and with `BoardReplaced` when another
     /// connection was made while the question was open.
     [[nodiscard]] Async<void> confirmAction(UserPrompts::Confirmation question,
-                                            Error declined = {ErrorCode::Cancelled, {}});
+                                            Error declined = {ErrorCode::Canceled, {}});
 
     [[nodiscard]] BoardProfile &profile() { return m_profile; }
     [[nodiscard]] DeviceFileContent &content() { return m_content; }

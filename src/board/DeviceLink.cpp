@@ -115,7 +115,7 @@ void DeviceLink::refreshPorts()
 Result<void> DeviceLink::connectDevice(const QString &port)
 {
     if (m_connectionState != DeviceConnectionState::disconnected())
-        return DeviceError::cancelled();
+        return DeviceError::canceled();
     m_connectionState = DeviceConnectionState::connecting();
     emit connectionStateChanged();
     const int baudRate = m_baudRateOf ? m_baudRateOf(port) : defaultBaudRate;
@@ -303,7 +303,7 @@ Async<QString> DeviceLink::boardIdentity()
 void DeviceLink::dropWaiting(RawReplExchange *command)
 {
     if (std::erase(m_waiting, command) > 0)
-        command->abort(DeviceError::cancelled());
+        command->abort(DeviceError::canceled());
 }
 
 /// A command that was cut off doesn't have the link any more.

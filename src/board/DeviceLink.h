@@ -78,7 +78,7 @@ public:
     void addExtraPort(const QString &port);
     void removeExtraPort(const QString &port);
     /// Opens \p port and interrupts what its board is running. Errors: `SerialPort`, with errno and
-    /// the text of SerialPortManager::open; `Cancelled`, without a text, unless disconnected.
+    /// the text of SerialPortManager::open; `Canceled`, without a text, unless disconnected.
     Result<void> connectDevice(const QString &port);
     /// Unfinished commands end at once, with `NotConnected`. Nothing is sent to the board.
     void disconnectDevice();
@@ -94,7 +94,7 @@ public:
     /// `ProgramRunning`, `PausedAtBreakpoint` (nothing was written), `NoRawREPL`, `TimedOut` (the
     /// program was interrupted, unless the link was taken by force), `Closed` (this object was
     /// destroyed). \p timeout counts from when the link is free; its whole seconds are named in the
-    /// error. \p stop ends a command that is waiting, with `Cancelled`, and interrupts one that is
+    /// error. \p stop ends a command that is waiting, with `Canceled`, and interrupts one that is
     /// canceled while it runs: its result is then what the program printed.
     [[nodiscard]] Async<DeviceExecution> executeOnDeviceRaw(
         QString code, std::chrono::duration<double> timeout, CallStop stop = {},

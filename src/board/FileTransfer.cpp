@@ -135,7 +135,7 @@ Async<void> FileTransfer::copyFileFromDevice(DeviceFileNode file, QString destin
             + u". Copying from the device replaces it."_s;
         question.confirmTitle = u"Replace"_s;
         Error declined =
-            DeviceError::cancelled(u"Copy cancelled — "_s + target + u" is unchanged."_s);
+            DeviceError::canceled(u"Copy cancelled — "_s + target + u" is unchanged."_s);
         const auto confirmed =
             co_await m_files.confirmAction(std::move(question), std::move(declined));
         if (!confirmed)

@@ -186,7 +186,7 @@ Async<QList<QByteArray>> FolderSync::boardDigests(QList<CopyItem> files, QString
         if (!life)
             co_return DeviceError::closed();
         if (observer.isCanceled())
-            co_return Error{ErrorCode::Cancelled, u"Comparing was cancelled; nothing was sent."_s};
+            co_return Error{ErrorCode::Canceled, u"Comparing was canceled; nothing was sent."_s};
         QStringList paths;
         qint64 bytes = 0;
         while (hasDigest && digests.size() + paths.size() < files.size()
@@ -269,7 +269,7 @@ Async<void> FolderSync::send(FolderChanges changes)
         running.setStatus(u"Sending %1 (%2 of %3)…"_s.arg(
             entry.relativePath, QString::number(i + 1), QString::number(all.size())));
         if (running.isCanceled())
-            result = DeviceError::cancelled();
+            result = DeviceError::canceled();
         else if (changes.connection != m_link.connectionNumber())
             result = DeviceError::boardReplaced();
         else if (i < sent.size())

@@ -19,7 +19,7 @@ constexpr int maxNameBytes = 200; // longer names are cut, to have room for ".pa
 
 Error canceledError()
 {
-    return {ErrorCode::Cancelled, QStringLiteral("The transfer was canceled")};
+    return {ErrorCode::Canceled, QStringLiteral("The transfer was canceled")};
 }
 
 Error damagedError()

@@ -36,7 +36,7 @@ public:
     {
         /// Called after each piece with the bytes moved so far.
         std::function<void(qint64 doneBytes)> moved = [](qint64) {};
-        /// Asked before each piece: true ends the operation with an error of code `Cancelled`.
+        /// Asked before each piece: true ends the operation with an error of code `Canceled`.
         std::function<bool()> isCanceled = [] { return false; };
     };
     enum class Target {
@@ -63,7 +63,7 @@ public:
 
     /// Writes the file at \p path. On failure the old file is unchanged with Target::Beside, and
     /// the temporary file is removed unless the link was lost. Errors: those of DeviceLink,
-    /// `Cancelled`, `Damaged` (the check failed), and what \p next yields. Fails with `Remote`
+    /// `Canceled`, `Damaged` (the check failed), and what \p next yields. Fails with `Remote`
     /// (EISDIR) when \p path is a folder.
     [[nodiscard]] Async<void> send(Source next, QString path, Target target = Target::Beside);
     [[nodiscard]] FileState fileState() const { return m_fileState; }

@@ -319,7 +319,7 @@ void ProgramRun::cancelSending()
         return;
     m_isSendingCanceled = true;
     m_link.serial().writeUrgent("\x03");
-    m_shell.appendInfo(QStringLiteral("Sending cancelled — the program was not run."));
+    m_shell.appendInfo(QStringLiteral("Sending canceled — the program was not run."));
 }
 
 void ProgramRun::reset()

@@ -67,7 +67,7 @@ void RawReplExchange::interrupt()
     if (m_phase == Phase::Running)
         m_serial.write("\x03");
     else
-        finish(DeviceError::cancelled());
+        finish(DeviceError::canceled());
 }
 
 void RawReplExchange::abort(Error error)

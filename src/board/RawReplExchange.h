@@ -52,7 +52,7 @@ public:
     /// alone. The result still arrives, at the latest at the time-out.
     void leaveLink();
     /// Sends Ctrl-C to the program, whose reply then ends the exchange. Before the program was
-    /// sent, ends with `Cancelled` and doesn't send it. Does nothing before the start.
+    /// sent, ends with `Canceled` and doesn't send it. Does nothing before the start.
     void interrupt();
     /// Ends with \p error, without writing anything. Does nothing after the end.
     void abort(Error error);

@@ -135,7 +135,7 @@ void TransferStatus::dropRest()
 Async<void> TransferStatus::resumeRest()
 {
     if (!m_rest)
-        co_return Error{ErrorCode::Cancelled, {}};
+        co_return Error{ErrorCode::Canceled, {}};
     const auto life = m_life.watch();
     const Rest rest = *m_rest; // a copy, since it is dropped
     dropRest();

@@ -83,7 +83,7 @@ public:
     /// Null when there is none.
     [[nodiscard]] const Rest *rest() const { return m_rest ? &*m_rest : nullptr; }
     /// Takes the rest, so that it runs once, and keeps it again when its resuming failed and left
-    /// no rest of its own. Fails with `Cancelled` when there is none.
+    /// no rest of its own. Fails with `Canceled` when there is none.
     [[nodiscard]] Async<void> resumeRest();
 
     /// "45 of 100 kB (45 %), 10 kB/s, 12 s left"; empty when nothing can be said yet.

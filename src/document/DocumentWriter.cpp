@@ -154,7 +154,7 @@ Async<DocumentWriter::Outcome> DocumentWriter::askToReplace(std::shared_ptr<Queu
         co_return Outcome::Written;
     if (answer == 1)
         co_return Outcome::SaveAsRequested;
-    co_return Error{ErrorCode::Cancelled,
+    co_return Error{ErrorCode::Canceled,
                     QStringLiteral("Save cancelled — ") + path + QStringLiteral(" is unchanged.")};
 }
 

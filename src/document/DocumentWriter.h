@@ -39,7 +39,7 @@ public:
 
     /// Writes the current text of \p file to \p place and, when it belongs there, marks it as
     /// saved. With AskBeforeReplacing, asks before a file is replaced that was changed by another
-    /// program; `Cancelled` when the user declines. \p file may be closed meanwhile: its text is
+    /// program; `Canceled` when the user declines. \p file may be closed meanwhile: its text is
     /// written.
     [[nodiscard]] Async<Outcome> write(QPointer<EditorFile> file, DocumentPlace place, Check check);
 

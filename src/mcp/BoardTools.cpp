@@ -212,7 +212,7 @@ BoardTools::Answer BoardTools::run(QString code, double timeoutSeconds, CallStop
     const std::chrono::duration<double> timeout(timeoutSeconds);
     const auto execution =
         co_await m_state.link().executeOnDeviceRaw(std::move(code), timeout, stop);
-    if (!execution && execution.error().code == ErrorCode::Cancelled)
+    if (!execution && execution.error().code == ErrorCode::Canceled)
         co_return MCPToolError::canceled();
     if (!execution)
         co_return execution.error();

@@ -72,7 +72,7 @@ Error notDeleted(const QString &path)
 
 Error canceled()
 {
-    return {ErrorCode::Cancelled, u"The call was canceled."_s};
+    return {ErrorCode::Canceled, u"The call was canceled."_s};
 }
 
 Error boardReplaced()

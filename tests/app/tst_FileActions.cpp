@@ -205,7 +205,7 @@ private slots:
             u"↑ Sent 3 files to /lib, removed 1 file; 0 files unchanged."_s,
             u"/lib/ /lib/deep/ /lib/sub/ /lib/sub/a.py /lib/a.py /lib/n.py /a.py /b.py"_s);
         row("send and cancel", u"send a.py n.py /"_s, u"no"_s, u"Replace “a.py”?"_s,
-            u"Copy cancelled — nothing was changed."_s, all);
+            u"Copy canceled — nothing was changed."_s, all);
     }
 
     void changesTheBoard()

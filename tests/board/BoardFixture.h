@@ -30,8 +30,8 @@ struct BoardFixture final
         for (const QString &message : {error.cause, error.message}) {
             if (!message.isEmpty())
                 fixture.appendLine(message,
-                                   error.code == ErrorCode::Cancelled ? REPLLine::Kind::Info
-                                                                      : REPLLine::Kind::Error);
+                                   error.code == ErrorCode::Canceled ? REPLLine::Kind::Info
+                                                                     : REPLLine::Kind::Error);
         }
     }
     /// Awaits the end of an operation; reports its failure.

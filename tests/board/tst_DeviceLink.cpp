@@ -56,7 +56,7 @@ private slots:
                 [&] { fixture.link->serial().write("a"); });
         QCOMPARE(awaited(fixture.link->softReset()).error().code, ErrorCode::NotConnected);
         QVERIFY(fixture.connectTo(board.port()));
-        QCOMPARE(fixture.link->connectDevice(board.port()).error().code, ErrorCode::Cancelled);
+        QCOMPARE(fixture.link->connectDevice(board.port()).error().code, ErrorCode::Canceled);
         QCOMPARE(fixture.log,
                  QStringList({u"reader starting"_s, u"info: Connected to "_s + board.port(),
                               u"connected"_s}));
@@ -229,7 +229,7 @@ private slots:
             c.fixture.link->executeOnDeviceRaw(QString(RawPaste::smallestProgram, u'x'), 5s, stop);
         QTRY_COMPARE(c.board.transcript(), u"^A^EA^A"_s);
         source.request_stop();
-        QCOMPARE(awaited(std::move(command)).error().code, ErrorCode::Cancelled);
+        QCOMPARE(awaited(std::move(command)).error().code, ErrorCode::Canceled);
         QTRY_COMPARE(c.board.transcript(), u"^A^EA^A^C^B"_s);
     }
 

@@ -199,7 +199,7 @@ private slots:
         QTest::addColumn<QString>("outcome");
         const QString stopped = u"error: Copy stopped at f19."_s;
         QTest::newRow("canceled") << QByteArray()
-                                  << u"info: Copy cancelled at f20 (21 of 50); the files before it "
+                                  << u"info: Copy canceled at f20 (21 of 50); the files before it "
                                      "were copied."_s;
         QTest::newRow("no memory") << ScriptedBoard::reply({}, "MemoryError: \r\n") << stopped;
         QTest::newRow("resets")

@@ -50,9 +50,9 @@ private slots:
 
     void tellsWhatTheBoardHasOfAFile()
     {
-        const Error cause{ErrorCode::Cancelled, u"Transfer cancelled — /a on the board is old."_s};
+        const Error cause{ErrorCode::Canceled, u"Transfer canceled — /a on the board is old."_s};
         QCOMPARE(sendingStoppedAt(u"a"_s, 1, 3, cause).message,
-                 u"Sending cancelled at a (2 of 3); the files before it were sent. /a on the board "
+                 u"Sending canceled at a (2 of 3); the files before it were sent. /a on the board "
                  "is old."_s);
     }
 

@@ -109,7 +109,7 @@ private slots:
                               .isCanceled = [&] { return done >= 4'000; }});
         const auto sent = awaited(second.send(sourceOf(text(10'000)), path));
         QVERIFY(!sent);
-        QCOMPARE(sent.error().code, ErrorCode::Cancelled);
+        QCOMPARE(sent.error().code, ErrorCode::Canceled);
         QCOMPARE(files(), u"['there.py']"_s);
         QCOMPARE(run("print(open('/there.py').read())"), u"old"_s);
     }

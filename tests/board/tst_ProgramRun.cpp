@@ -238,7 +238,7 @@ private slots:
         QTRY_COMPARE(c.fixture.events, wholeRun); // the board has no raw-paste mode
         QCOMPARE(c.board.transcript(), u"^A^EA^A^C^D"_s);
         QCOMPARE(c.fixture.shell.lines().filter(u"info"_s),
-                 QStringList{u"info: Sending cancelled — the program was not run."_s});
+                 QStringList{u"info: Sending canceled — the program was not run."_s});
     }
 };
 

@@ -28,7 +28,7 @@ namespace {
 QCoro::Task<void> keep(QCoro::Task<UserPrompts::ConfirmationAnswer> asking, QStringList &log)
 {
     const auto answer = co_await std::move(asking);
-    log << (answer.confirmed ? u"confirmed"_s : u"cancelled"_s)
+    log << (answer.confirmed ? u"confirmed"_s : u"canceled"_s)
             + (answer.dontAskAgain ? u" for good"_s : QString());
 }
 
@@ -159,7 +159,7 @@ private slots:
         for (const QString &path : {u""_s, u"/R&D.py"_s}) {
             for (const int key : {0, int(Qt::Key_Escape), int(Qt::Key_Return), int(Qt::Key_Enter),
                                   int(Qt::Key_Space)})
-                QTest::addRow("key %x %s", key, qPrintable(path)) << path << key << u"cancelled"_s;
+                QTest::addRow("key %x %s", key, qPrintable(path)) << path << key << u"canceled"_s;
         }
         QTest::newRow("Delete") << u""_s << int(Qt::Key_Space) << u"confirmed"_s;
         QTest::newRow("ticked") << u"/R&D.py"_s << int(Qt::Key_Space) << u"confirmed for good"_s;
@@ -184,7 +184,7 @@ private slots:
                  path.isEmpty() ? QString() : u"Don't ask again for /R&&D.py"_s);
         if (answer.endsWith(u"for good"))
             QTest::mouseClick(option, Qt::LeftButton, {}, QPoint(8, 8));
-        const QString button = answer == u"cancelled" ? u"Cancel"_s : u"Delete"_s;
+        const QString button = answer == u"canceled" ? u"Cancel"_s : u"Delete"_s;
         for (int i = 0; i < 5 && focused() != button; ++i)
             press(box, Qt::Key_Tab);
         QCOMPARE(focused(), button);
@@ -232,7 +232,7 @@ private slots:
             QTest::mouseClick(button(u"Cancel"_s), Qt::LeftButton);
             QTRY_COMPARE(m_log.size(), answered + 1);
         }
-        QCOMPARE(m_log, (QStringList{u"cancelled"_s, u"cancelled"_s}));
+        QCOMPARE(m_log, (QStringList{u"canceled"_s, u"canceled"_s}));
         askName();
         auto *prompt = opened<QDialog>();
         for (const int key : {Qt::Key_A, Qt::Key_Return, Qt::Key_Escape})
@@ -259,7 +259,7 @@ private slots:
         QCOMPARE(caption(), u"Asked by the assistant — 5 more questions wait"_s);
         left.request_stop();
         QTRY_COMPARE(caption(), u"Asked by the assistant — 4 more questions wait"_s);
-        QCOMPARE(m_log, QStringList{u"cancelled"_s}); // its caller need not wait
+        QCOMPARE(m_log, QStringList{u"canceled"_s}); // its caller need not wait
         button(u"Write"_s)->click();
         QTRY_COMPARE(openTitle(), u"/mine"_s); // before the assistant's
         QCOMPARE(caption(), u"Asked for your action — 3 more questions wait"_s);
@@ -294,7 +294,7 @@ private slots:
         QVERIFY(button(u"Decline All"_s));
         QVERIFY(places() == before);
         button(u"Stop MCP Server"_s)->click();
-        QTRY_COMPARE(m_log, (QStringList{u"stopped"_s, u"cancelled"_s, u"cancelled"_s}));
+        QTRY_COMPARE(m_log, (QStringList{u"stopped"_s, u"canceled"_s, u"canceled"_s}));
     }
 
     void refreshesAQuestionWhenItIsOpened()
@@ -314,7 +314,7 @@ private slots:
         QTRY_COMPARE(openTitle(), u"replacing"_s);
         state.clear(); // nothing to ask any more
         button(u"Yes"_s)->click();
-        QTRY_COMPARE(m_log, (QStringList{u"cancelled"_s, u"confirmed"_s, u"cancelled"_s}));
+        QTRY_COMPARE(m_log, (QStringList{u"canceled"_s, u"confirmed"_s, u"canceled"_s}));
     }
 
     void asksTheUserBeforeAQuestionThatIsPrepared()
@@ -343,7 +343,7 @@ private slots:
         ask();
         QTRY_COMPARE(asked, 3U);
         left.request_stop();
-        QTRY_COMPARE(m_log, u"confirmed cancelled cancelled"_s.split(u' '));
+        QTRY_COMPARE(m_log, u"confirmed canceled canceled"_s.split(u' '));
     }
 
     void asksForNames_data()
@@ -354,7 +354,7 @@ private slots:
         QTest::newRow("as proposed") << QString() << int(Qt::Key_Return) << u"<untitled folder>"_s;
         QTest::newRow("typed over") << u" a b  "_s << int(Qt::Key_Enter) << u"<a b>"_s;
         QTest::newRow("blanks alone") << u"   "_s << int(Qt::Key_Return) << u"<>"_s;
-        QTest::newRow("cancelled") << u"lib"_s << int(Qt::Key_Escape) << u"<>"_s;
+        QTest::newRow("canceled") << u"lib"_s << int(Qt::Key_Escape) << u"<>"_s;
     }
     void asksForNames()
     {
@@ -407,7 +407,7 @@ private slots:
             m_window.reset();
             answers << m_log;
         }
-        QCOMPARE(answers, u"cancelled cancelled <> <> <> <>"_s.split(u' '));
+        QCOMPARE(answers, u"canceled canceled <> <> <> <>"_s.split(u' '));
     }
 };
 
