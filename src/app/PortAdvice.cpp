@@ -85,7 +85,7 @@ QStringList lines(const Error &error, const QString &port, const QString &proc,
                         .arg(port, users.join(QStringLiteral(", ")))};
         // It runs as root, whose open files can't be seen.
         if (isRunning(QStringLiteral("ModemManager"), proc))
-            return {QStringLiteral("ModemManager looks at each new port for some seconds. Wait a "
+            return {QStringLiteral("ModemManager probes each new port for some seconds. Wait a "
                                    "moment, then connect again.")};
         return {QStringLiteral("Another program, perhaps of another user, uses %1.").arg(port)};
     }

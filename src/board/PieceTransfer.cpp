@@ -24,8 +24,9 @@ Error canceledError()
 
 Error damagedError()
 {
-    return {ErrorCode::Damaged,
-            QStringLiteral("Bytes were lost on the line to the board, also when sent again")};
+    return {
+        ErrorCode::Damaged,
+        QStringLiteral("Bytes were lost on the link to the board, also when they were sent again")};
 }
 
 bool isOutOfMemory(const Error &error)
@@ -34,8 +35,8 @@ bool isOutOfMemory(const Error &error)
         && error.message.startsWith(QLatin1String("MemoryError"));
 }
 
-/// A command whose bytes were lost or changed on the way fails in one of these ways.
-bool isLineError(const Error &error)
+/// The error of a command whose bytes were lost or changed on the link.
+bool isLinkError(const Error &error)
 {
     if (error.code == ErrorCode::TimedOut || error.code == ErrorCode::Damaged)
         return true;
@@ -51,7 +52,7 @@ bool isLineError(const Error &error)
 /// True when the command may nevertheless have been executed.
 bool isEffectUnknown(const Error &error)
 {
-    return isLineError(error) || error.code == ErrorCode::NotConnected;
+    return isLinkError(error) || error.code == ErrorCode::NotConnected;
 }
 
 } // namespace
@@ -162,7 +163,7 @@ Async<void> PieceTransfer::sendPiece(QByteArray piece, qint64 offset)
     const QString code = TransferScripts::writePiece(piece, offset, m_board);
     for (int attempt = 1;; ++attempt) {
         auto sent = co_await expectOk(code);
-        if (sent || !isLineError(sent.error()))
+        if (sent || !isLinkError(sent.error()))
             co_return sent;
         if (attempt == maxAttempts)
             co_return damagedError();
@@ -214,7 +215,7 @@ Async<QByteArray> PieceTransfer::receivePiece(qint64 offset)
     const QString code = TransferScripts::readPiece(offset, m_pieceSize.bytes(), m_encoding);
     for (int attempt = 1;; ++attempt) {
         const auto output = co_await execute(code);
-        if (!output && !isLineError(output.error()))
+        if (!output && !isLinkError(output.error()))
             co_return output.error();
         if (output) {
             if (auto piece = TransferScripts::parsePiece(*output, m_board))
@@ -230,7 +231,7 @@ Async<void> PieceTransfer::check(QString path)
 {
     for (int attempt = 1;; ++attempt) {
         auto onBoard = co_await digest(path);
-        if (!onBoard && (!isLineError(onBoard.error()) || attempt == maxAttempts))
+        if (!onBoard && (!isLinkError(onBoard.error()) || attempt == maxAttempts))
             co_return onBoard.error();
         if (onBoard)
             co_return *onBoard == m_digest.hex() ? Result<void>() : damagedError();

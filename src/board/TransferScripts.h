@@ -39,7 +39,7 @@ enum class Encoding { Base64, Literal };
 [[nodiscard]] QString readPiece(qint64 offset, qsizetype maxBytes, Encoding encoding);
 /// The encoding that is shorter for \p bytes and that the board offers.
 [[nodiscard]] Encoding encodingFor(QByteArrayView bytes, const BoardCapabilities &board);
-/// One piece as `readPiece` printed it; nothing when bytes were lost or changed on the line.
+/// One piece as `readPiece` printed it; nothing when bytes were lost or changed on the link.
 [[nodiscard]] std::optional<QByteArray> parsePiece(const QString &output,
                                                    const BoardCapabilities &board);
 

@@ -256,13 +256,13 @@ private slots:
             return opened<QDialog>()->findChild<QLabel *>(u"questionCaption"_s)->text();
         };
         QTRY_COMPARE(openTitle(), u"/1"_s);
-        QCOMPARE(caption(), u"Asked by the assistant — 5 more questions wait"_s);
+        QCOMPARE(caption(), u"Asked by the assistant — 5 more questions are waiting"_s);
         left.request_stop();
-        QTRY_COMPARE(caption(), u"Asked by the assistant — 4 more questions wait"_s);
+        QTRY_COMPARE(caption(), u"Asked by the assistant — 4 more questions are waiting"_s);
         QCOMPARE(m_log, QStringList{u"canceled"_s}); // its caller need not wait
         button(u"Write"_s)->click();
         QTRY_COMPARE(openTitle(), u"/mine"_s); // before the assistant's
-        QCOMPARE(caption(), u"Asked for your action — 3 more questions wait"_s);
+        QCOMPARE(caption(), u"Asked for your action — 3 more questions are waiting"_s);
         QVERIFY(!button(u"Decline All"_s));
         button(u"Write"_s)->click();
         QTRY_COMPARE(openTitle(), u"/3"_s);

@@ -40,7 +40,7 @@ PreferencesDialog::PreferencesDialog(AppState &state, MCPServer &server, QWidget
     , m_server(server)
     , m_search(new QLineEdit)
     , m_scroll(new QScrollArea)
-    , m_nothingFound(new QLabel(tr("No preference has these words.")))
+    , m_nothingFound(new QLabel(tr("No preference matches.")))
 {
     setObjectName(QStringLiteral("preferences"));
     setWindowTitle(tr("Preferences"));
@@ -123,7 +123,7 @@ void PreferencesDialog::addShellSection()
            tr("the desktop’s"));
     addNumber(tr("Output kept"), Preferences::ShellOutputLimit, tr(" MB"),
               tr("Older output is removed from the Shell."));
-    addFlag(tr("Show what the board’s REPL says around a run"), Preferences::ShowReplMessages);
+    addFlag(tr("Show the REPL’s own messages around a run"), Preferences::ShowReplMessages);
     addFlag(tr("Keep the input history between starts"), Preferences::KeepShellHistory,
             tr("Turning it off deletes the file with the history."));
 }
@@ -159,7 +159,7 @@ void PreferencesDialog::addDocumentSection()
                                            {QStringLiteral("nothing"), tr("An empty file")}}),
            tr("the last ones"));
     addFlag(tr("Keep unsaved edits in recovery files"), Preferences::KeepRecoveryFiles,
-            tr("They survive a crash and the end of the program: View › Unsaved Files."));
+            tr("They are kept after a crash and when the program ends: View › Unsaved Files."));
     addFlag(tr("Ask before closing a tab with unsaved edits"), Preferences::AskBeforeClosing,
             tr("Otherwise it closes at once, and its edits are in View › Unsaved Files."));
 }
@@ -168,7 +168,7 @@ void PreferencesDialog::addRunSection()
 {
     addSection(tr("Python and board"));
     addRow(tr("Python"), Preferences::Interpreter, new InterpreterField(m_state),
-           tr("found by itself"),
+           tr("found automatically"),
            tr("For programs that run on this computer: a Python, or the folder of a virtual "
               "environment. A change restarts the local session."));
     addFlag(tr("Connect a board again that was unplugged"), Preferences::ReconnectBoards,

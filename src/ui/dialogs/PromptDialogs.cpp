@@ -187,8 +187,8 @@ void PromptDialogs::showQueue()
     m_question->setCaption(
         waiting == 0 ? (isAssistant ? asker : QString())
             : waiting == 1
-            ? tr("%1 — 1 more question waits").arg(asker)
-            : tr("%1 — %2 more questions wait").arg(asker, QString::number(waiting)));
+            ? tr("%1 — 1 more question is waiting").arg(asker)
+            : tr("%1 — %2 more questions are waiting").arg(asker, QString::number(waiting)));
     if (m_declineAll)
         m_declineAll->setVisible(count([](Asker by) { return by == Asker::Assistant; }) > 0);
 }

@@ -24,7 +24,7 @@ FileChangeBar::FileChangeBar(AppState &state, QWidget *parent)
     row->addWidget(m_keep);
     m_reload->setObjectName(QStringLiteral("reloadFile"));
     m_keep->setObjectName(QStringLiteral("keepText"));
-    m_reload->setToolTip(tr("Replace the text by that of the file; undo brings it back"));
+    m_reload->setToolTip(tr("Replace the text with the file’s content. This can be undone."));
     m_keep->setToolTip(tr("Keep the text; saving replaces the file"));
     const auto selected = [this] { return m_state.documents().selectedFileID(); };
     connect(m_reload, &QPushButton::clicked, this, [this, selected] {

@@ -143,10 +143,12 @@ QWidget *SidebarView::makeTransferRow()
         return button;
     };
     auto *cancel = makeButton(
-        tr("Cancel"), tr("End the transfer; the file it is at stays as it was"), "cancelTransfer");
-    auto *resume = makeButton(
-        tr("Try Again"), tr("Go on with the file at which the transfer ended"), "resumeTransfer");
-    auto *dismiss = makeButton(tr("Dismiss"), tr("Leave the rest as it is"), "dismissTransfer");
+        tr("Cancel"), tr("Cancel the transfer. The file being copied keeps its old contents."),
+        "cancelTransfer");
+    auto *resume =
+        makeButton(tr("Try Again"), tr("Continue with the file at which the transfer ended"),
+                   "resumeTransfer");
+    auto *dismiss = makeButton(tr("Dismiss"), tr("Don’t copy the rest"), "dismissTransfer");
     auto *upper = new QHBoxLayout;
     upper->setSpacing(6);
     upper->addWidget(indicator);
