@@ -1,7 +1,7 @@
 // How fast files are sent to the virtual board and read back, and how much of the time Korvane
 // takes.
 //
-//   transfer [BYTES_PER_SECOND [HEAP]]    limits the line, both ways; 11520 is 115200 baud, 0 is
+//   transfer [BYTES_PER_SECOND [HEAP]]    limits the link, both ways; 11520 is 115200 baud, 0 is
 //                                         without limit. HEAP is the board's memory, such as 64K
 //
 // Without HEAP it measures files of 2,000 bytes, which are one command. Each command is done once
@@ -316,7 +316,7 @@ int main(int argc, char **argv)
         const double taken =
             shortestMilliseconds(rounds, [&] { isRight &= command.run(fixture.files); });
         const double own = taken - command.bareMilliseconds;
-        std::printf("%-16s %7lld bytes in %7.1f ms, %8.0f bytes/s; board and line %7.1f ms, "
+        std::printf("%-16s %7lld bytes in %7.1f ms, %8.0f bytes/s; board and link %7.1f ms, "
                     "own %4.1f ms (%.1f %%)%s\n",
                     command.name, static_cast<long long>(command.bytes), taken,
                     static_cast<double>(command.bytes) / taken * 1e3, command.bareMilliseconds, own,

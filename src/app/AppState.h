@@ -47,9 +47,9 @@ class Settings;
 /// The one owner of all state that views and tools show and change. It is made once, before the
 /// first window, and destroyed when the program ends.
 ///
-/// Most of the state belongs to its parts, each with its own change signals. What is left here are
-/// the few fields without a part, the start-up order, the wiring of the parts and the operations
-/// that cross them. Main thread only.
+/// Most of the state belongs to its parts, each with its own change signals. AppState itself has
+/// the fields that belong to no part, the start-up order, the connections between the parts and the
+/// operations that use several of them. Main thread only.
 class AppState final : public QObject, private DeviceLinkClient
 {
     Q_OBJECT
@@ -77,8 +77,8 @@ public:
     };
 
     explicit AppState(Dependencies dependencies, QObject *parent = nullptr);
-    /// Nothing is saved or sent. A coroutine that waits for the board or the local session is
-    /// resumed and ends without a trace.
+    /// Saves and sends nothing. A coroutine that waits for the board or the local session is
+    /// resumed and returns without a message or a change of state.
     ~AppState() override;
     AppState(const AppState &) = delete;
     AppState &operator=(const AppState &) = delete;
@@ -118,31 +118,33 @@ public:
     /// Interrupts the program on the board while one is connected, and otherwise, or when a local
     /// program waits for input, the local run.
     void stopRun();
-    /// Runs a part of the selected document in what earlier runs have left, here or on the board.
-    /// \p code, whose first line is \p firstLine of the document, has no indentation in common. One
-    /// line is typed into the Shell, which shows its value. The task may be dropped.
+    /// Runs a part of the selected document with the globals of earlier runs, in the local session
+    /// or on the connected board. \p code, whose first line is \p firstLine of the document, has no
+    /// indentation in common. One line is typed into the Shell, which shows its value. The task may
+    /// be dropped.
     QCoro::Task<void> runPiece(QString code, int firstLine);
     /// Opens what a traceback of \p run, as of REPLLine::run, calls \p file, and signals
-    /// sourceLineOpened. Says in the Shell when it can't be opened. The task may be dropped.
+    /// sourceLineOpened. Writes an error line to the Shell when it can't be opened. The task may be
+    /// dropped.
     QCoro::Task<void> openSource(QString file, int line, int run);
     /// Debugs the selected document, saved or not, on the board. The task may be dropped. The debug
     /// session has the state of the run, and its commands.
     QCoro::Task<void> startDebugRun();
-    /// Echoes \p command (trimmed by the caller) and gives it to the interpreter in charge,
-    /// one line or several.
+    /// Echoes \p command, which is trimmed and has one line or several, and runs it: on the board
+    /// when one is connected, otherwise in the local session. Does nothing when it is empty.
     void submitShell(const QString &command);
-    /// Gives \p text to the local program that waits for input, and shows it behind the question.
-    /// Does nothing when none waits.
+    /// Sends \p text and a line end to the local program that waits for input, and appends them to
+    /// the Shell. Does nothing when none waits.
     void answerInput(const QString &text);
     /// Ends the input of the local program that waits for it.
     void endInput();
 
-    /// Whether the user is in the middle of a line in the Shell: a stop of the debugger then leaves
-    /// the pane as it is. Set by the window.
+    /// Whether the Shell's input has the focus and text: a stop of the debugger then doesn't show
+    /// the Variables pane. Set by the window.
     void setTypingInShell(bool isTyping) { m_isTypingInShell = isTyping; }
     void setBottomTab(BottomTab tab);
     void setSidebarTab(SidebarTab tab);
-    /// For the assistant's server only, which says here whether it listens.
+    /// Called only by the assistant's server, when it starts or stops listening.
     void setMcpRunning(bool running);
 
     /// A run of the current file is in progress in the local session. A program on the board is
@@ -156,7 +158,8 @@ public:
     [[nodiscard]] QString variablesCaption() const;
 
 signals:
-    /// The user has started a program, here or on the board; it has printed nothing so far.
+    /// The user has started a program, in the local session or on the board; it has printed nothing
+    /// so far.
     void runStarted();
     /// The document of a traceback is selected; \p line is to be shown.
     void sourceLineOpened(int line);
@@ -195,7 +198,7 @@ private:
     QUuid m_startingDebugFile;
     QPointer<EditorFile> m_debuggedFile;
 
-    // What is used by others stands above them, and so outlives them.
+    // A member that others use is declared above them, so that it is destroyed after them.
     Settings &m_settings;
     Preferences m_preferences{m_settings};
     UserPrompts &m_prompts;
@@ -231,7 +234,7 @@ private:
     ChangedFiles m_changedFiles{{m_documents, m_folderSync, m_prompts, m_shell}};
     DocumentSaver m_saving;
     std::unique_ptr<AssistantServer> m_assistantServer;
-    QObject m_wiring; // context of the connections to the parts: none fires while they are going
+    QObject m_wiring; // context of the connections to the parts; destroyed before them
     Lifetime m_life;
 };
 

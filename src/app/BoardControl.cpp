@@ -134,7 +134,8 @@ QString BoardControl::nameOf(const QString &port) const
     return name.isEmpty() ? port : name + QStringLiteral(", ") + QFileInfo(port).fileName();
 }
 
-/// The lost board may have come back at another port, since the kernel numbers them.
+/// Connects the board that was lost, when it is plugged in. Its port may be another one now: the
+/// kernel numbers ports as they appear.
 void BoardControl::reconnect()
 {
     if (!m_isLost || m_link.connectionState() != DeviceConnectionState::disconnected()

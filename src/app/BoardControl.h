@@ -20,8 +20,9 @@ class Preferences;
 class ShellSink;
 class VirtualBoardProcess;
 
-/// What the user does with the board as a whole, with its outcome in the Shell. Connects a board
-/// again that was lost and is plugged in again, unless the preference says no. Main thread only.
+/// The user's commands for the board as a whole. Their outcome is written to the Shell. Reconnects
+/// a board that was unplugged when it is plugged in again, while Preferences::ReconnectBoards is
+/// on. Main thread only.
 class BoardControl final : public QObject
 {
     Q_OBJECT
@@ -33,13 +34,15 @@ public:
                  QObject *parent = nullptr);
     ~BoardControl() override;
 
-    /// Connects to the board at \p port. A failure is followed by what helps.
+    /// Connects to the board at \p port. A failure is written to the Shell, followed by advice
+    /// (PortAdvice).
     void connectTo(const QString &port);
-    /// Starts the virtual board, unless it runs, and connects to it. The Shell says what to install
-    /// when something is missing. The board ends with this.
+    /// Starts the virtual board, unless it runs, and connects to it. The Shell names what to
+    /// install when something is missing. The process of the board ends when this is destroyed.
     void connectToVirtualBoard();
-    /// "Pico, ttyACM0": what the board says of itself and the port's name; "Virtual board" for
-    /// that; the path of a port that says nothing.
+    /// For example "Pico, ttyACM0": the name of the USB product or else of its manufacturer, and
+    /// the name of the port. "Virtual board" for the virtual board; the path of a port that has
+    /// neither name.
     [[nodiscard]] QString nameOf(const QString &port) const;
     /// Sends Ctrl-C, ahead of what is queued.
     void interrupt();

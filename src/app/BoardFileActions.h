@@ -16,9 +16,9 @@ class DocumentWriter;
 class OpenFiles;
 class TransferStatus;
 
-/// What the user does with the board's files in the browser: asks, carries it out, lists the board
-/// again, and lets the open documents follow. An error's message is the full text for the user.
-/// Main thread only.
+/// The user's commands for the board's files in the browser. Each asks where needed, changes the
+/// files, lists the board again and updates the open documents. An error's message is the full text
+/// for the user. Main thread only.
 class BoardFileActions final : public QObject
 {
     Q_OBJECT
@@ -43,11 +43,11 @@ public:
     [[nodiscard]] Async<void> createFolder(QString folder);
     /// Asks before another file is replaced.
     [[nodiscard]] Async<void> rename(DeviceFileNode node, QString name);
-    /// Moves all \p nodes into \p folder. Asks once before files there are replaced. What is there
-    /// already is left alone.
+    /// Moves all \p nodes into \p folder. Asks once before files there are replaced. Nodes that are
+    /// in \p folder already are left alone.
     [[nodiscard]] Async<void> move(QList<DeviceFileNode> nodes, QString folder);
-    /// Deletes files, and folders with their contents, after a question that says how many files
-    /// these are. Shown as an operation that can be canceled.
+    /// Deletes files, and folders with their contents, after a question that gives the number of
+    /// files. Shown as an operation that can be canceled.
     [[nodiscard]] Async<void> remove(QList<DeviceFileNode> nodes);
 
 signals:

@@ -13,8 +13,8 @@ class ShellSink;
 class UserPrompts;
 struct FolderChanges;
 
-/// Sends the files of a local folder that differ from those on the board, once the user has seen
-/// which ones these are. An error's message is the full text for the user. Main thread only.
+/// Sends the files of a local folder that differ from those on the board, after the user has
+/// confirmed the list of them. An error's message is the full text for the user. Main thread only.
 class ChangedFiles final
 {
 public:

@@ -26,9 +26,10 @@ class OpenFiles;
 class ShellSink;
 class TransferStatus;
 
-/// Saves documents: where they belong, into the folder being browsed, or where a save dialog says.
-/// Failures are reported in the Shell. A document is looked up again after every wait; one that was
-/// closed before its text was taken is left alone. All tasks may be dropped. Main thread only.
+/// Saves documents: where they belong, into the folder being browsed, or to a file chosen in a save
+/// dialog. Failures are reported in the Shell. A document is looked up again after every wait; one
+/// that was closed before its text was taken is left alone. All tasks may be dropped. Main thread
+/// only.
 class DocumentSaver final
 {
 public:
@@ -58,17 +59,18 @@ public:
     QCoro::Task<void> saveToBrowsedFolder();
     /// Asks with a save dialog. The document belongs to the chosen local file from then on.
     QCoro::Task<void> saveAs();
-    /// Closes a document; asks first when it has edits that are not saved and questions are wanted.
+    /// Closes a document; asks first when it has edits that are not saved and
+    /// Parts::asksBeforeClosing returns true.
     QCoro::Task<void> close(QUuid id);
 
     /// A document is being saved or sent.
     [[nodiscard]] bool isWriting() const { return m_running > 0 || m_parts.writer.isWriting(); }
-    /// Waits for what is being saved or sent.
+    /// Returns when nothing is being saved or sent.
     [[nodiscard]] QCoro::Task<void> finished();
-    /// \p keepsEdits says whether edits that are not saved survive the end of the program. Without
-    /// it they do.
+    /// \p keepsEdits returns whether unsaved edits are kept in recovery files when the program
+    /// ends. Without it they count as kept.
     void setKeepsEdits(std::function<bool()> keepsEdits) { m_keepsEdits = std::move(keepsEdits); }
-    /// The end of the program would lose edits.
+    /// True when ending the program now would lose unsaved edits.
     [[nodiscard]] bool losesEdits() const;
     /// Whether the window may close after finished(): asks about each document whose save failed
     /// during that wait, and about each whose edits would be lost. False, without a question, when

@@ -8,7 +8,7 @@ namespace Korvane {
 class ShellSink;
 
 /// Writes the failures of operations to the Shell. Used by every operation that the user starts;
-/// those of tools answer with the error. Main thread only.
+/// the assistant's tools return their errors to the assistant. Main thread only.
 class ErrorReporter final
 {
 public:

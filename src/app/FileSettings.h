@@ -42,8 +42,8 @@ private:
     void report(const QString &problem);
 
     std::function<void(const QString &)> m_tell;
-    QStringList m_problems;   // each is told once
-    mutable QSettings m_file; // reads the file again where that has changed
+    QStringList m_problems;   // reported so far, each once
+    mutable QSettings m_file; // synchronized with the file before each read
 };
 
 } // namespace Korvane

@@ -12,7 +12,7 @@ namespace Korvane {
 class Preferences;
 
 /// What was typed into the Shell, oldest first, kept between starts in a file that only its owner
-/// can read: one JSON string a line, the newest last. Several instances may add to the same file.
+/// can read: one JSON string per line, the newest last. Several instances may add to the same file.
 /// Main thread only.
 class InputHistory final
 {
@@ -20,7 +20,8 @@ public:
     static constexpr qsizetype maxEntries = 1000;  // of those that are read
     static constexpr qsizetype maxLength = 10'000; // of an entry that is kept in the file
 
-    /// Without a \p path, and while the preference says so, nothing is read or written.
+    /// Nothing is read or written when \p path is empty, and while Preferences::KeepShellHistory is
+    /// off.
     InputHistory(const QString &path, const Preferences &preferences);
 
     [[nodiscard]] static QString defaultPath();
@@ -33,7 +34,7 @@ public:
     void forget();
 
     [[nodiscard]] const QStringList &entries() const { return m_entries; }
-    /// The entries that contain \p text, in any case, each once, the newest first.
+    /// The entries that contain \p text, ignoring case, each once, the newest first.
     [[nodiscard]] QStringList matching(const QString &text) const;
 
 private:

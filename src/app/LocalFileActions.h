@@ -14,9 +14,9 @@ class LocalFiles;
 class OpenFiles;
 class UserPrompts;
 
-/// What the user does with local files in the browser: asks, carries it out off the main thread,
-/// has the folder listed again, and lets the open documents follow. Paths are absolute. An error's
-/// message is the full text for the user. Main thread only.
+/// The user's commands for local files in the browser. Each asks where needed, changes the files
+/// off the main thread, has the folder listed again and updates the open documents. Paths are
+/// absolute. An error's message is the full text for the user. Main thread only.
 class LocalFileActions final : public QObject
 {
     Q_OBJECT
@@ -37,8 +37,8 @@ public:
     [[nodiscard]] Async<void> createFile(QString folder);
     /// Asks before another file is replaced.
     [[nodiscard]] Async<void> rename(QString path, QString name);
-    /// Moves all \p paths into \p folder. Asks once before files there are replaced. What is there
-    /// already is left alone.
+    /// Moves all \p paths into \p folder. Asks once before files there are replaced. Entries that
+    /// are in \p folder already are left alone.
     [[nodiscard]] Async<void> move(QStringList paths, QString folder);
     /// Moves files and folders to the desktop's trash, after a question.
     [[nodiscard]] Async<void> moveToTrash(QStringList paths);

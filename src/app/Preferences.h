@@ -11,11 +11,12 @@ namespace Korvane {
 
 class Settings;
 
-/// What the user can choose, typed, with a default and a range for each, over the stored settings.
+/// Typed access to the stored settings that the user can choose, with a default and a range for
+/// each.
 ///
 /// Values are not cached: each read asks the settings, so that changes by another program take
-/// effect, and a stored value that does not fit its definition reads as the default. Other keys of
-/// the settings are left alone. Reading checks the time of the file, so code that runs for every
+/// effect, and a stored value that does not fit its definition is read as the default. Other keys
+/// of the settings are left alone. Reading checks the time of the file, so code that runs for every
 /// key press or every line of output stores the value that `follow` has passed to it. Main thread
 /// only.
 class Preferences final : public QObject

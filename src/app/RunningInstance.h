@@ -12,7 +12,8 @@ class QSocketNotifier;
 
 namespace Korvane {
 
-/// The one window of a user: a second start of the program sends its command line to the first one.
+/// Keeps the program to one window per user: a second start of the program sends its command line
+/// to the first one.
 ///
 /// The first program listens on a Unix socket in the user's runtime folder, which only the user can
 /// reach. A message is CommandLine::toMessage() up to the end of the stream, at most

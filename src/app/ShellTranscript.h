@@ -7,8 +7,8 @@
 
 namespace Korvane {
 
-/// The lines of the Shell. They are added at the end and all removed at once; the oldest text is
-/// removed where all exceeds the limit.
+/// The lines of the Shell. New lines are added at the end. The oldest text is removed when the
+/// total length exceeds the limit.
 ///
 /// Output of a program is merged into one line, which may grow to hundreds of megabytes: the time
 /// is linear as long as no other object holds a copy of that line's text. Views therefore take new
@@ -25,7 +25,7 @@ public:
     /// that is output. What is held back until the next chunk (a "\r", the start of an escape
     /// sequence) is shown by `flushOutput` or by the next line at the latest.
     void appendOutput(const QString &text) override;
-    /// Shows what is held back. To be called when the program that printed has ended.
+    /// Shows what is held back. Call it when the program that printed has ended.
     void flushOutput();
     /// The same, marked as a message of the REPL, or nothing while those are not shown.
     void appendReplMessage(const QString &text) override;

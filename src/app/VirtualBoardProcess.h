@@ -8,9 +8,8 @@
 
 namespace Korvane {
 
-/// A MicroPython board without hardware: a process of Node.js behind a pseudo-terminal, for users
-/// who have no board at hand. Ends with this object, and with the program if that crashes. Main
-/// thread only.
+/// A MicroPython board without hardware: a process of Node.js behind a pseudo-terminal. The process
+/// ends when this object is destroyed, and when the program crashes. Main thread only.
 class VirtualBoardProcess final : public QObject
 {
     Q_OBJECT
@@ -32,12 +31,12 @@ public:
     [[nodiscard]] QString port() const { return m_port; }
 
 signals:
-    /// The board is on the serial port \p port.
+    /// The board has started; its serial port is \p port.
     void started(const QString &port);
-    /// The process has ended: its serial port \p port is gone, and its path may soon be that of any
-    /// other terminal.
+    /// The process has ended, and its serial port \p port no longer exists. The system may give the
+    /// same path to another terminal.
     void ended(const QString &port);
-    /// With a message that says what to install, when something is missing.
+    /// The message names what to install when something is missing.
     void startFailed(const Korvane::Error &error);
 
 private:

@@ -19,8 +19,8 @@ namespace Korvane {
 
 class AppState;
 
-/// Brings documents and folders back: those that were open when the program ended, those that were
-/// used lately, and those that were closed since the start. The preference RestoreAtStart decides
+/// Restores documents and folders: those that were open when the program ended, those that were
+/// used recently, and those that were closed since the start. The preference RestoreAtStart decides
 /// what a start opens.
 ///
 /// All of it is in a state file, readable by its owner only, which is written a second after a
@@ -32,7 +32,7 @@ class Workspace final : public QObject
 public:
     /// \p state must outlive this. Nothing is read before restore().
     Workspace(AppState &state, const QString &path, QObject *parent = nullptr);
-    /// Writes what save() was told, and waits for it.
+    /// Waits, at most for two seconds, until the writes that save() began have ended.
     ~Workspace() override;
 
     /// Called before the caret and the scroll position of the shown document are needed, to have
@@ -42,10 +42,12 @@ public:
     /// Reads the state file, once, and opens what the preference says. Files that can't be read are
     /// named in one line of the Shell. The first, empty document is closed when there are others.
     QCoro::Task<void> restore();
-    /// Writes the state now, unless it is as written, or before restore() is done.
+    /// Writes the state now. Does nothing when it equals what was written last, and before
+    /// restore() has finished.
     void save();
 
-    /// Opens the document that was closed last, with the edits that it had. Nothing without one.
+    /// Opens the document that was closed last, with the edits that it had. Does nothing when there
+    /// is none.
     QCoro::Task<void> reopenClosed();
     /// Opens the documents of the connected board that were open when the program ended.
     QCoro::Task<void> openBoardDocuments();
@@ -58,7 +60,7 @@ public:
     [[nodiscard]] qsizetype boardDocumentCount() const { return m_ofThisBoard.size(); }
 
 signals:
-    /// What a menu shows of this has changed.
+    /// The recent files or folders, hasClosed() or boardDocumentCount() have changed.
     void changed();
 
 private:

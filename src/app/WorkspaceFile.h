@@ -8,14 +8,14 @@
 
 namespace Korvane {
 
-/// What the program remembers of its documents and folders from one start to the next, as a JSON
-/// file. Values only: any thread.
+/// The documents and folders that are restored at the next start, as stored in a JSON file. A plain
+/// value, usable on any thread.
 struct WorkspaceFile
 {
     static constexpr qsizetype maxDocuments = 100;
     static constexpr qsizetype maxRecent = 10;
 
-    /// How an open document was left.
+    /// The place and the editing state of an open document.
     struct Document
     {
         DocumentPlace place;

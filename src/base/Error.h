@@ -13,7 +13,7 @@ enum class ErrorCode {
     PausedAtBreakpoint,
     ProgramRunning,
     NoRawREPL,
-    // A transfer whose check failed: bytes were lost or changed on the way
+    // A transfer whose check failed: bytes were lost or changed on the link
     Damaged,
     // The serial port; `Error::systemCode` holds errno
     SerialPort,
@@ -30,7 +30,7 @@ enum class ErrorCode {
     Closed,
     // Listening for the assistant
     Network,
-    // What a tool tells the assistant (made by MCPToolError)
+    // The error result of a tool call of the assistant (made by MCPToolError)
     Tool,
 };
 

@@ -26,7 +26,7 @@ struct BoardCapabilities
     bool isFlat = false;
 
     [[nodiscard]] bool hasCrc32() const { return !crc32Module.isEmpty(); }
-    /// `os.stat` tells of every path, which begins with a slash.
+    /// `os.stat` accepts absolute paths.
     [[nodiscard]] bool hasStatOfPaths() const { return hasStat && !isFlat; }
     /// \p path, which begins with a slash, as the functions of the board expect it.
     [[nodiscard]] QString nativePath(const QString &path) const

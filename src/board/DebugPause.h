@@ -20,8 +20,8 @@ struct DebugPause
     /// list is not as expected.
     [[nodiscard]] static std::optional<DebugPause> fromRecord(QByteArrayView json);
 
-    /// Equal are pauses on the same line with the same names in the same order; ids differ anyway,
-    /// and types and values are for people.
+    /// True for pauses on the same line with the same names in the same order. Ids, types and
+    /// values are not compared.
     friend bool operator==(const DebugPause &a, const DebugPause &b);
 };
 

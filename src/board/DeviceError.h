@@ -9,7 +9,8 @@ namespace Korvane::DeviceError {
 [[nodiscard]] Error timedOut(qint64 seconds);
 /// The same, and its program was interrupted.
 [[nodiscard]] Error timedOutAndStopped(qint64 seconds);
-/// The program raised. `detail` keeps the whole \p traceback; the message is its last line.
+/// The program raised an exception. `detail` keeps the whole \p traceback; the message is its last
+/// line.
 [[nodiscard]] Error remote(const QString &traceback);
 [[nodiscard]] Error notConnected();
 /// The port was not opened; keeps the code and errno of \p reason.

@@ -39,7 +39,7 @@ public:
         std::function<std::optional<UserPrompts::Confirmation>(bool exists)> question = {};
         /// The result when the user declines.
         Error declined = {ErrorCode::Canceled, {}};
-        /// Off for a question that doesn't depend on what exists: the board isn't asked then.
+        /// False for a question that doesn't depend on what exists: the board isn't asked then.
         bool looksForPath = true;
     };
 
@@ -54,7 +54,8 @@ public:
     [[nodiscard]] Async<QByteArray> readDeviceFile(QString path, QString label);
     /// Whether the file holds one of \p contents, by their digests.
     [[nodiscard]] Async<bool> deviceFileHolds(QString path, QList<QByteArray> contents);
-    /// The same into \p sink, reporting to \p observer. On failure \p sink may have got a part.
+    /// Reads the file into \p sink, reporting to \p observer. On failure \p sink may have got a
+    /// part.
     [[nodiscard]] Async<void> receiveFile(QString path, QString label, PieceTransfer::Sink sink,
                                           PieceTransfer::Observer observer);
     /// A folder counts as existing. When the board doesn't answer, the tree is searched, for files
@@ -62,16 +63,16 @@ public:
     [[nodiscard]] QCoro::Task<bool> deviceFileExists(QString path);
     /// As deviceFileExists, but fails when the board doesn't answer.
     [[nodiscard]] Async<bool> lookForDeviceFile(QString path);
-    /// Creates or replaces the file of \p permit. When the board fails at it, it is listed again
-    /// from the event loop. Fails with `BoardReplaced` when the permit was given for another
+    /// Creates or replaces the file of \p permit. When the board reports an error, it is listed
+    /// again, from the event loop. Fails with `BoardReplaced` when the permit was given for another
     /// connection. Shown as a transfer, which can be canceled, when the content is not small.
     [[nodiscard]] Async<void> writeDeviceFile(QByteArray bytes, WritePermit permit, QString label);
     /// The same from \p source, reporting to \p observer.
     [[nodiscard]] Async<void> sendFile(DeviceFileContent::Source source, WritePermit permit,
                                        QString label, PieceTransfer::Observer observer);
     [[nodiscard]] Async<void> writeTextToDevice(QString text, WritePermit permit, QString label);
-    /// Deletes a file or an empty folder, without asking, and lists the board again. When the board
-    /// confirms nothing and gives no reason, the error's message is empty.
+    /// Deletes a file or an empty folder, without asking, and lists the board again. When the
+    /// board's reply has neither a confirmation nor a reason, the error's message is empty.
     [[nodiscard]] Async<void> deleteDeviceNode(DeviceFileNode node);
     /// The same without listing the board again.
     [[nodiscard]] Async<void> removeEntry(QString path, BoardScripts::NodeKind kind);

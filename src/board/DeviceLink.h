@@ -46,7 +46,7 @@ public:
     DeviceLink(const DeviceLink &) = delete;
     DeviceLink &operator=(const DeviceLink &) = delete;
 
-    /// Borrowed; must be set before anything else is asked of the link.
+    /// Borrowed; must be set before any other operation is called.
     void setClient(DeviceLinkClient *client) { m_client = client; }
     /// \p rateOf yields the speed in baud for the port of a path, and is asked at each connecting.
     /// Without it every port is opened at 115200.
@@ -63,8 +63,8 @@ public:
     /// writes nothing more; its result arrives at its time-out. So set an interceptor only after
     /// taking the link. When it is freed, the next waiting command starts from the event loop.
     void setDeviceCommandInFlight(bool isInFlight);
-    /// Starts the first waiting command, if the link is free of commands and programs. To be called
-    /// when an answer of the client has changed.
+    /// Starts the first waiting command, if the link is free of commands and programs. Call it when
+    /// the result of a function of the client has changed.
     void startNextCommand();
 
     /// Lists the ports now. The list also follows boards that are plugged in and unplugged.
@@ -83,7 +83,7 @@ public:
     /// Unfinished commands end at once, with `NotConnected`. Nothing is sent to the board.
     void disconnectDevice();
     /// Interrupts what the board is doing and resets it; a command that uses the link ends with
-    /// `Remote`. Succeeds when the board says that it restarts. Errors: `NotConnected`,
+    /// `Remote`. Succeeds when the board prints that it restarts. Errors: `NotConnected`,
     /// `ProgramRunning` (a run is being started, or another reset is under way), `TimedOut`.
     [[nodiscard]] Async<void> softReset();
 
@@ -137,7 +137,8 @@ signals:
     void connected();
     /// The first step of losing the board: no more bytes will arrive.
     void lost();
-    /// The connection has ended, by the user or by a loss; connectionState() says so already.
+    /// The connection has ended, by the user or by a loss; connectionState() is `Disconnected`
+    /// already.
     void ended();
 
 private:

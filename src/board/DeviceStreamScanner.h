@@ -24,8 +24,8 @@ public:
         bool ended = false;
         /// How many of the pauses, the last ones, came behind the last end mark.
         qsizetype pausesBehindEnd = 0;
-        /// The prompt followed the second end mark, or a later one, since this was new, flushed or
-        /// cleared.
+        /// The prompt followed the second end mark, or a later one, since the construction, flush()
+        /// or clear().
         bool replyWhole = false;
     };
 

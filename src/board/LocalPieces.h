@@ -11,8 +11,9 @@
 namespace Korvane {
 
 /// Local files as the source or the target of transfers: opened, read and written in pieces off the
-/// main thread. Every step fails with `Closed` when the Background or this object was destroyed,
-/// otherwise, unless told, with the system's text alone. Main thread only.
+/// main thread. Every step fails with `Closed` when the Background or this object was destroyed.
+/// The message of other errors is the system's text alone, unless stated otherwise. Main thread
+/// only.
 class LocalPieces final
 {
 public:
@@ -22,7 +23,7 @@ public:
     /// \p background must outlive this.
     explicit LocalPieces(Background &background);
 
-    /// Fails with a `File` error of the message \p failure.
+    /// Fails with a `File` error whose message is \p failure.
     [[nodiscard]] Async<Reader> openReader(QString path, QString failure);
     [[nodiscard]] Async<Writer> openWriter(QString path);
     [[nodiscard]] Async<void> commit(Writer writer);

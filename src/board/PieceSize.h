@@ -17,15 +17,17 @@ public:
     static constexpr qsizetype smallest = 256;
     static constexpr qsizetype largest = 16 * 1024;
 
-    /// \p freeHeapBytes is 0 when unknown. A board holds a piece up to five times while it
-    /// compiles, encodes or decodes it, and its text grows in the raw REPL, which some ports cannot
-    /// recover from running out of memory in: a sixteenth of the heap leaves room for that.
+    /// \p freeHeapBytes is 0 when unknown. A piece has at most a sixteenth of it: a board holds a
+    /// piece up to five times while it compiles, encodes or decodes it. The raw REPL also needs
+    /// memory for the text of the command, and some ports do not recover when it runs out of
+    /// memory.
     explicit PieceSize(qint64 freeHeapBytes);
 
     [[nodiscard]] qsizetype bytes() const { return m_bytes; }
     /// A piece of \p sentBytes took \p elapsed from the command to its reply.
     void adapt(qsizetype sentBytes, std::chrono::milliseconds elapsed);
-    /// The board had no memory for a piece. False when it can't get smaller.
+    /// Makes the pieces smaller, after the board had no memory for one. False when they already
+    /// have the smallest size.
     [[nodiscard]] bool shrink();
 
 private:

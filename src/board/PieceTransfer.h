@@ -20,8 +20,8 @@ class DeviceLink;
 ///
 /// A file that is written goes to a temporary name in the same folder, is checked by its length and
 /// digest, and replaces the old file by a rename: until then the old file is unchanged. A piece
-/// that was damaged on the way is sent again, up to three times; one that the board has no memory
-/// for is divided.
+/// that was damaged on the link is sent again, up to three times. A piece that is too large for the
+/// board's memory is sent in smaller ones.
 ///
 /// The object must outlive the operation, which it does as a local variable of the coroutine that
 /// awaits it. One operation at a time on one board. Main thread only.

@@ -81,7 +81,8 @@ void ProgramRun::runOnDeviceStreamed(const QString &source, BoardState boardStat
         m_link.serial().write("\x03");
         m_handshake.start(RawReplHandshake::WhenBusy::KeepAsking, onGiveUp);
     } else {
-        // A program that was told to quit makes the board reset itself, often into the raw REPL.
+        // The debugger's quit command raises SystemExit, which resets the board, often into the raw
+        // REPL.
         const bool isQuitting = m_reply == Reply::Awaited;
         m_handshake.start(RawReplHandshake::WhenBusy::Interrupt, onGiveUp,
                           isQuitting ? RawReplHandshake::FirstAttempt::Later
@@ -104,7 +105,7 @@ void ProgramRun::takeEntering(const QByteArray &chunk)
     const RawReplHandshake::Received received = m_handshake.feed(chunk);
     if (m_showsOldOutput)
         handleDeviceData(received.beforeBanner);
-    // A slot that was told of a stop or an end may have called the run off.
+    // A slot of `paused` or `programEnded` may have canceled this run.
     if (received.hasEntered && m_isEntering)
         sendProgram();
 }
@@ -118,8 +119,9 @@ void ProgramRun::showHeldBack()
 
 void ProgramRun::sendProgram()
 {
-    // Incomplete data of the old program will not be completed. The beginning of a record would
-    // swallow the first output of the new program, and its end marks are counted from here.
+    // Show incomplete data of the old program now, since the rest of it will not arrive: the
+    // scanner would take the new program's output for the rest of a record, and counts its end
+    // marks from here.
     showIncomplete();
     // The board is at a prompt: a program whose end mark has not arrived was ended by a reset.
     noteEnd();

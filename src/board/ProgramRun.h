@@ -48,9 +48,10 @@ public:
     void clearStream();
     /// No more bytes will arrive: incomplete bytes are shown as they are.
     void flushStream();
-    /// The caller has told the program to end and doesn't wait for that: from now on the program
-    /// does not count as running. Its reply is still awaited, since the board is not free before. A
-    /// run that is being started is called off, and the board returns to its friendly prompt.
+    /// Called after the program was interrupted or told to quit, without waiting for its end: it no
+    /// longer counts as running. Its reply is still awaited, since the board accepts no command
+    /// before. A run that is being started is canceled, and the board returns to its friendly
+    /// prompt.
     void abandon();
     /// Interrupts the board while it reads a large program, which is then not run: the reply is a
     /// KeyboardInterrupt. Does nothing otherwise.

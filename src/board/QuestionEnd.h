@@ -8,8 +8,8 @@
 
 namespace Korvane {
 
-/// When a question about the connected board is not to be answered any more: the connection ends,
-/// or a token is stopped. Main thread only.
+/// Withdraws a question about the connected board when the connection ends or the given token is
+/// stopped. Main thread only.
 class QuestionEnd final
 {
 public:

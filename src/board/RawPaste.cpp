@@ -80,8 +80,9 @@ QByteArray RawPaste::nextBytes()
     }
     if (!m_hasSentEnd && (m_state == State::Ended || m_sent == m_program.size())) {
         m_hasSentEnd = true;
-        // A board that has ended the reading by itself drops what it gets up to either mark. One
-        // that was interrupted is at its prompt, where Ctrl-D would run those bytes.
+        // A board that has ended the reading because of an error discards what arrives before
+        // Ctrl-C or Ctrl-D. A board that was interrupted is at its prompt, where Ctrl-D would run
+        // those bytes.
         bytes += m_state == State::Ended ? interrupt : end;
     }
     return bytes;

@@ -6,12 +6,12 @@
 namespace Korvane {
 
 /// Sends one program in the raw-paste mode of the raw REPL: the board compiles it while it arrives,
-/// and says how many bytes it takes next (docs/formats/raw-repl.md). The caller writes the bytes
-/// and feeds what the board sends.
+/// and announces how many bytes it accepts next (docs/formats/raw-repl.md). The caller writes the
+/// bytes and feeds what the board sends.
 class RawPaste final
 {
 public:
-    /// What is known of the connected board.
+    /// Whether the connected board offers raw-paste mode.
     enum class Support { Unknown, Offered, Missing };
     enum class State {
         Asking,
@@ -49,7 +49,7 @@ private:
     QByteArray m_program;
     qsizetype m_sent = 0;
     qsizetype m_window = 0;
-    /// What the board still accepts.
+    /// Bytes that the board still accepts.
     qsizetype m_granted = 0;
     QByteArray m_answer;
     State m_state = State::Asking;

@@ -13,7 +13,7 @@ namespace Korvane {
 class SerialPortManager;
 
 /// Writes a program to a board that is in the raw REPL, in raw-paste mode if the board offers it.
-/// Which it does is found out with the first program and noted in \p support. Main thread only.
+/// The first program shows whether it does; the result is stored in \p support. Main thread only.
 class RawPasteSender final : public QObject
 {
     Q_OBJECT
@@ -21,7 +21,7 @@ class RawPasteSender final : public QObject
 public:
     struct Events
     {
-        /// So many bytes of the program were written.
+        /// Called after each part was written, with the bytes of the program written so far.
         std::function<void(qsizetype bytes)> onSent = [](qsizetype) {};
         /// The board is in the raw REPL, has none of the program, and will not be asked again.
         std::function<void()> onRefused;

@@ -39,7 +39,8 @@ public:
     /// Borrows \p serial.
     explicit RawReplHandshake(SerialPortManager &serial, QObject *parent = nullptr);
 
-    /// \p onGiveUp is called from a timer, and may delete this object. Starting again begins anew.
+    /// \p onGiveUp is called from a timer, and may delete this object. Starting again resets the
+    /// number of attempts.
     void start(WhenBusy whenBusy, std::function<void()> onGiveUp,
                FirstAttempt firstAttempt = FirstAttempt::Now);
     /// The program on the board has ended, so that Ctrl-C is not needed.
@@ -52,7 +53,7 @@ public:
     [[nodiscard]] QByteArray takeHeldBack() { return std::exchange(m_heldBack, {}); }
     /// Writes nothing more and calls no callback. Does nothing when not started.
     void stop();
-    /// Keeps counting towards giving up, but writes nothing more: the link has another user.
+    /// Still gives up after the last attempt, but writes nothing more: the link has another user.
     void mute() { m_isMuted = true; }
 
 private:

@@ -10,7 +10,7 @@
 namespace Korvane {
 
 /// Collects what the raw REPL answers to a program: "OK", the output, 0x04, the traceback, 0x04,
-/// and the prompt ">". Fed piece by piece, it looks at each character once.
+/// and the prompt ">". Fed in pieces of any length; the time is linear in the number of characters.
 class RawReplResponse final
 {
 public:
@@ -22,7 +22,7 @@ public:
 
     void feed(QStringView text);
     [[nodiscard]] bool isComplete() const { return m_isComplete; }
-    /// What the reply says, once it is complete.
+    /// The parsed reply. Valid once it is complete.
     [[nodiscard]] DeviceExecution execution() const { return parseRawResponse(m_text); }
 
     /// Whether \p text holds two 0x04 and a ">" after them.

@@ -156,7 +156,7 @@ void ReplMessages::feedRestart(QStringView text, QList<Piece> &pieces)
     }
 }
 
-/// Passes the line on when it can no longer become a message, or is one.
+/// Adds the line to \p pieces when it is a message, or can no longer become one.
 void ReplMessages::decideLine(QList<Piece> &pieces)
 {
     const bool isPrompt = m_line == friendlyPrompt;
@@ -167,7 +167,7 @@ void ReplMessages::decideLine(QList<Piece> &pieces)
                 return;
         }
     }
-    m_isLineDecided = !isPrompt; // what follows the prompt is told apart again
+    m_isLineDecided = !isPrompt; // the text behind the prompt may be a message, too
     add(pieces, std::exchange(m_line, {}), m_isMessageLine);
     if (isPrompt && m_hasRestarted)
         m_expected = Expected::Nothing;

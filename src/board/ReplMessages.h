@@ -32,7 +32,7 @@ public:
     /// \p text without the end marks of a reply; \p endMarks are their places in it, ascending.
     [[nodiscard]] QList<Piece> feed(QStringView text, const QList<qsizetype> &endMarks = {});
 
-    /// What is held back, for when nothing will follow.
+    /// Returns what is held back and removes it. Call it when no more text will arrive.
     [[nodiscard]] QString takeHeldBack() { return std::exchange(m_line, {}); }
 
 private:

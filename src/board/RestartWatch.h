@@ -10,7 +10,7 @@ namespace Korvane {
 class RestartWatch final
 {
 public:
-    /// True when \p text completes one of the signs. Looks at each character once.
+    /// True when \p text completes one of the signs. The time is linear in the length of \p text.
     [[nodiscard]] bool feed(QStringView text);
     void clear();
 

@@ -24,13 +24,13 @@ public:
     void abort(Error error);
     [[nodiscard]] bool isDone() const { return m_result.isDone(); }
 
-    /// `co_await reset.result()`: success once the board says "soft reboot", `TimedOut` when it
+    /// `co_await reset.result()`: success once the board prints "soft reboot", `TimedOut` when it
     /// doesn't within three seconds.
     [[nodiscard]] auto result() { return m_result.wait(); }
 
 signals:
-    /// Ended by itself: the link isn't used any more. The result is delivered later, from the event
-    /// loop.
+    /// The reset has succeeded or timed out, and the link isn't used any more. Not emitted by
+    /// abort(). The result is delivered later, from the event loop.
     void finished();
 
 private:

@@ -35,7 +35,7 @@ public:
     TransferQueue(DeviceLink &link, BoardProfile &profile);
 
     /// As PieceTransfer::send and receive. Fails with `BoardReplaced` when another connection was
-    /// made before the transfer's turn came, and with `Closed` when this object is destroyed.
+    /// made while the transfer was queued, and with `Closed` when this object is destroyed.
     [[nodiscard]] QCoro::Task<Sent> send(OpenSource open, QString path,
                                          PieceTransfer::Target target,
                                          PieceTransfer::Observer observer);
@@ -48,7 +48,7 @@ public:
     [[nodiscard]] Async<QByteArray> digest(QString path, PieceTransfer::Observer observer);
 
 private:
-    /// Ends with the last copy.
+    /// Held while a transfer runs; the next one starts when the last copy is destroyed.
     using Turn = std::shared_ptr<const void>;
     struct Leftover
     {
@@ -63,7 +63,7 @@ private:
         BoardCapabilities board;
     };
 
-    /// Waits for the turn of a transfer, and finds out what it can use on the board.
+    /// Waits until no other transfer runs, then reads the capabilities of the board.
     [[nodiscard]] Async<Begun> begin();
     [[nodiscard]] Async<Turn> turn();
     void endTurn();

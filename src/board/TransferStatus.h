@@ -60,18 +60,18 @@ public:
     [[nodiscard]] bool isSendingToDevice() const { return !m_running.isEmpty(); }
     /// The text of the operation that began last and has one. Empty while nothing runs.
     [[nodiscard]] QString status() const;
-    /// How far that operation is; empty while nothing can be said yet.
+    /// The progress of that operation as text; empty until there is enough data for it.
     [[nodiscard]] QString progress() const;
-    /// An operation that has not been canceled yet can be.
+    /// True while an operation runs that can be canceled and has not been.
     [[nodiscard]] bool canCancel() const;
-    /// Requests all operations to end; each does so after its current piece and reports what it
-    /// left on the board.
+    /// Requests all operations to end. Each ends after its current piece and reports what it left
+    /// on the board.
     void cancel();
 
     /// What a transfer of several files that ended early has left to do.
     struct Rest
     {
-        /// At which it ended.
+        /// The file at which the transfer ended.
         QString file;
         /// Sends or copies the rest, beginning with that file.
         std::function<Async<void>()> resume;
@@ -82,11 +82,11 @@ public:
     void dropRest();
     /// Null when there is none.
     [[nodiscard]] const Rest *rest() const { return m_rest ? &*m_rest : nullptr; }
-    /// Takes the rest, so that it runs once, and keeps it again when its resuming failed and left
-    /// no rest of its own. Fails with `Canceled` when there is none.
+    /// Resumes the rest, which is removed first, so that it runs once. Sets it again when resuming
+    /// failed and left no rest of its own. Fails with `Canceled` when there is none.
     [[nodiscard]] Async<void> resumeRest();
 
-    /// "45 of 100 kB (45 %), 10 kB/s, 12 s left"; empty when nothing can be said yet.
+    /// "45 of 100 kB (45 %), 10 kB/s, 12 s left"; empty until there is enough data for it.
     [[nodiscard]] static QString progressText(qint64 doneBytes, qint64 totalBytes,
                                               std::chrono::milliseconds elapsed);
 

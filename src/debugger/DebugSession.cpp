@@ -114,7 +114,7 @@ QCoro::Task<void> DebugSession::stateChange()
         m_waitingStarts.erase(position);
 }
 
-/// The starts that wait test again whether they may go on, in their order.
+/// Resumes the waiting starts in their order; each tests its condition again.
 void DebugSession::resumeStarts()
 {
     for (OneShot<bool> &change : m_waitingStarts)

@@ -21,8 +21,8 @@ struct DebugPause;
 struct InstrumentedRun;
 
 /// Debugs programs on the board: starts them, tracks their stops, and continues them
-/// (docs/debugger.md). Follows the program run by itself; the owner of the link calls `reset` when
-/// it ends. Main thread only.
+/// (docs/debugger.md). Handles the signals of the program run; the owner of the link calls `reset`
+/// when the connection ends. Main thread only.
 class DebugSession final : public QObject
 {
     Q_OBJECT
@@ -37,12 +37,12 @@ public:
     /// reason why nothing is started is in the Shell; an empty source is ignored. What is edited or
     /// selected after the call no longer matters. The task may be dropped.
     QCoro::Task<void> startDebugRun(QString name, QString source, QSet<int> breakpoints);
-    /// Lets the paused program run to the next breakpoint. Nothing while it is not paused.
+    /// Continues the paused program to the next breakpoint. Does nothing while it is not paused.
     void debugContinue();
-    /// Lets the paused program run one statement. Nothing while it is not paused.
+    /// Continues the paused program for one statement. Does nothing while it is not paused.
     void debugStep();
     /// Ends the program. Debugging is over at once; further output of the board is shown in the
-    /// Shell. Nothing while nothing is debugged.
+    /// Shell. Does nothing while no program is debugged.
     void debugStop();
 
     /// A debug run is about to be sent, with breakpoints armed on these lines.
@@ -61,10 +61,10 @@ public:
 signals:
     /// Any of the three above.
     void changed();
-    /// A run is being sent: time to make room for the variables. The link is in use already, so
-    /// that no view reads from the board now.
+    /// A debug run is being sent. The link is in use already, so that no view reads from the board
+    /// now.
     void began();
-    /// After the state, before the Shell says so: time to show the variables.
+    /// Emitted after the state has changed, before the line about it in the Shell.
     void paused(const DebugPause &pause);
 
 private:

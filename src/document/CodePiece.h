@@ -4,7 +4,7 @@
 
 namespace Korvane {
 
-/// The part of a program that is run by itself. Lines are from 1.
+/// A part of a program that is run separately. Lines are from 1.
 struct CodePiece
 {
     /// Whole lines, without the indentation that all of them have; empty when there is nothing to
@@ -16,13 +16,13 @@ struct CodePiece
 
     /// The lines of the selection from \p start to \p end, two offsets into \p text. Without a
     /// selection, the cell around it where the text has lines that begin with "# %%"; otherwise the
-    /// line, with the deeper lines of its block.
+    /// line, with the lines of its block, which are indented further.
     [[nodiscard]] static CodePiece at(const QString &text, qsizetype start, qsizetype end);
     /// The lines from \p first to \p last of \p lines, both counted from 0.
     [[nodiscard]] static CodePiece ofLines(const QStringList &lines, qsizetype first,
                                            qsizetype last);
 
-    /// Whether \p code begins with a statement that may go on in deeper lines, or with a decorator.
+    /// Whether \p code begins with a compound statement or a decorator.
     [[nodiscard]] static bool startsBlock(const QString &code);
 
     friend bool operator==(const CodePiece &, const CodePiece &) = default;

@@ -20,7 +20,7 @@ class FileSearch final : public QObject
     Q_OBJECT
 
 public:
-    /// The search ends with this number.
+    /// The search ends after this number of hits.
     static constexpr int mostHits = 5'000;
     static constexpr qint64 largestFile = 16'000'000; // bytes
 

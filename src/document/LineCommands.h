@@ -64,7 +64,8 @@ public:
     /// Joins the lines, or the line and the next one, with one blank in place of line end and
     /// indentation.
     [[nodiscard]] std::optional<TextEdit> join() const;
-    /// The word at the caret, or the next place, from the start again, that has what is selected.
+    /// Without a selection, the word at the caret. Otherwise the next occurrence of the selected
+    /// text; after the last one, the first in the text.
     [[nodiscard]] std::optional<TextSelection> nextOccurrence() const;
 
 private:

@@ -37,7 +37,7 @@ public:
     [[nodiscard]] QString breakUp(const QString &text, const Place &place);
     /// As above, for a text that replaces the whole document.
     [[nodiscard]] QString breakUpAll(const QString &text);
-    /// There is no such edit: the document had that text already.
+    /// Call it when no such edit follows, because the document had that text already.
     void forgetInsertion() { m_inserted.reset(); }
 
     /// Follows an edit of the shown text. Returns the same edit in lines of the file.

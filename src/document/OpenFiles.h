@@ -30,9 +30,9 @@ public:
 
     /// Appends an untitled document, numbered by its place, and selects it.
     void newFile();
-    /// Opens a document with that text that belongs to no file, selects it and says so in the
-    /// Shell. An unmodified one with the same name is reloaded instead, unless it is being
-    /// debugged.
+    /// Opens a document with that text that belongs to no file, selects it and writes a line about
+    /// it to the Shell. An unmodified one with the same name is reloaded instead, unless it is
+    /// being debugged.
     void openTextInEditor(const QString &name, const QString &text);
     /// Selects the document that shows the file already, keeping its edits; otherwise reads the
     /// file, off the main thread, and opens it. Fails, changing nothing, when it can't be read or
@@ -51,7 +51,7 @@ public:
     void moveFile(const QUuid &id, qsizetype index);
     /// Selects the document; one that is not open changes nothing.
     void select(const QUuid &id);
-    /// Replaces the text of the selected document as one edit. Without one nothing happens.
+    /// Replaces the text of the selected document as one edit. Does nothing when none is selected.
     void updateSelectedContent(const QString &text);
     /// Sets the selected document's breakpoint on \p line (from 1), or removes it.
     void toggleBreakpoint(int line);

@@ -72,8 +72,8 @@ constexpr std::array<Beginning, firstBeyondAscii> beginnings = [] {
     return table;
 }();
 
-/// One run over one text. It looks at each character once, takes the words and numbers, and notes
-/// where the other passes may find something.
+/// Colors one text. The first pass reads each character once, colors words and numbers, and records
+/// where the other passes may match.
 class Run final
 {
 public:
@@ -182,8 +182,9 @@ qsizetype Run::number(qsizetype start)
     return end;
 }
 
-/// Of the ways in which the digits at \p start can be read, the longest that ends at the edge of a
-/// word. A shorter run of digits never does, so there are but these.
+/// The end of the longest number at \p start that ends at the edge of a word: with an exponent,
+/// with a fraction, or the integer. Part of a run of digits never ends at the edge of a word, so
+/// other lengths are not tested.
 qsizetype Run::decimalEnd(qsizetype start) const
 {
     const qsizetype integer = WordCharacters::skipDigits(m_text, start);

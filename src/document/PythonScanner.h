@@ -75,8 +75,8 @@ struct BracketPair
 };
 
 /// The bracket right before \p caret or else right behind it, and where the other one of its pair
-/// is. Nothing when there is no bracket in the code. Linear in the text, and free where the
-/// characters beside the caret are no brackets.
+/// is. Nothing when there is no bracket in the code. The time is linear in the text, and constant
+/// where no bracket is beside the caret.
 [[nodiscard]] std::optional<BracketPair> bracketAt(QStringView text, int caret);
 
 } // namespace Korvane

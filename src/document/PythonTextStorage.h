@@ -20,8 +20,8 @@ class Theme;
 /// characters.
 ///
 /// The colors of the whole text are computed after each change. They are set as formats of the text
-/// layouts only for the blocks that are shown (`showColors`): a key in a long file then needs one
-/// scan of the text and new layouts for the few visible lines whose colors changed. Formats are
+/// layouts only for the blocks that are shown (`showColors`): a key press in a long file then needs
+/// one scan of the text and new layouts for the few visible lines whose colors changed. Formats are
 /// neither edits nor part of the undo history.
 class PythonTextStorage final : public QTextDocument
 {
@@ -49,8 +49,9 @@ public:
     {
         return m_tokens[static_cast<size_t>(position)];
     }
-    /// Gives the layouts of \p count blocks from \p first on the formats that go with their
-    /// colors, where they have others. Does nothing in the middle of an edit.
+    /// Sets the formats of the current colors on the layouts of \p count blocks from \p first on.
+    /// Layouts that have these formats already are not changed. Does nothing in the middle of an
+    /// edit.
     void showColors(const QTextBlock &first, int count);
 
 signals:
@@ -59,8 +60,8 @@ signals:
     void charactersEdited(int from, int removed, int added);
     /// The formats of \p block are replaced next, which discards its layout.
     void formatsAboutToChange(const QTextBlock &block);
-    /// The colors are those of new characters or another palette. The document is not laid out
-    /// yet: a slot may call `showColors`, and nothing else.
+    /// The colors were computed again, after an edit or with another palette. The document is not
+    /// laid out yet: a slot may call `showColors`, and nothing else.
     void colored();
     /// The characters have changed, except by `setText`. \p undoSteps is the new position in the
     /// undo history; \p isHistory tells whether the edit was undone or redone. The document is not
@@ -68,7 +69,7 @@ signals:
     void linesEdited(const LineEdit &edit, int undoSteps, bool isHistory);
     /// The characters have changed, except by `setText`, and the document is laid out.
     void edited();
-    /// Around `replaceText`.
+    /// Emitted before and after a change by `replaceText`.
     void textAboutToBeReplaced();
     void textReplaced();
 

@@ -26,7 +26,7 @@ struct RecoveryCopy
     /// Replaces \p file, which only its owner can read.
     [[nodiscard]] Result<void> write(const QString &file) const;
 
-    /// The local file of the document holds this text.
+    /// Whether the local file of the document holds this text.
     [[nodiscard]] bool isSaved() const;
 };
 

@@ -28,8 +28,8 @@ class ShellSink;
 /// They are written half a second after an edit and when this is destroyed, and removed when their
 /// document is saved or closed. Those of earlier programs, and of documents that were closed with
 /// OpenFiles::closeKeepingEdits, (leftovers) are offered until they are opened or discarded; the
-/// latest `keptLeftovers` are kept. Main thread only; the disk is read and
-/// written in the background.
+/// latest `keptLeftovers` are kept. Main thread only; the disk is read and written in the
+/// background.
 class RecoveryFiles final : public QObject
 {
     Q_OBJECT
@@ -62,7 +62,7 @@ public:
     /// Whether recovery files are written from now on. Otherwise those of open documents are
     /// removed; leftovers are kept.
     void setKeeping(bool isKeeping);
-    /// Edits are being kept: it is wanted, and the last write succeeded.
+    /// True while recovery files are wanted and the last write succeeded.
     [[nodiscard]] bool isKeeping() const { return m_isKeeping && !m_saidFailure; }
     /// The latest first.
     [[nodiscard]] const QList<Leftover> &leftovers() const { return m_leftovers; }

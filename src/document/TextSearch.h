@@ -31,7 +31,7 @@ struct TextSearch
     bool findsWholeWords = false;
     bool isRegularExpression = false;
 
-    /// Where \p text has it, in ascending order. Nothing for an empty query; a match of no
+    /// The matches in \p text, in ascending order. Empty for an empty query; a match of no
     /// characters is left out. Fails with a message for a wrong or too slow regular expression.
     [[nodiscard]] Result<std::vector<Match>> find(const QString &text) const;
 

@@ -21,7 +21,7 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-// How long requests are served in one go before the event loop continues.
+// How long requests are handled before control returns to the event loop.
 constexpr qint64 turnMs = 2;
 
 quint16 storedPort(const Settings &settings)
@@ -93,7 +93,7 @@ void MCPServer::renewToken()
     restart();
 }
 
-/// With the token and the port of now, if it is running.
+/// Restarts a running server with the current token and port.
 void MCPServer::restart()
 {
     if (!m_isRunning)
@@ -106,7 +106,7 @@ void MCPServer::start()
 {
     if (m_isRunning)
         return;
-    close(); // a server whose listener failed is still there
+    close(); // a server whose listener failed still exists
     if (const auto listening = listen(); !listening) {
         close();
         const QString reason = listening.error().message;

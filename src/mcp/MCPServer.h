@@ -24,9 +24,9 @@ struct ToolRequest;
 class ToolSet;
 template <typename T> class Mailbox;
 
-/// Makes the running program reachable for an assistant on this computer through the Model Context
-/// Protocol. Main thread only; sockets, and whatever needs no main thread, are served on a thread
-/// of their own.
+/// The server of the Model Context Protocol, through which an assistant on this computer uses the
+/// program. Main thread only. Sockets are handled on a separate thread, and so are the requests
+/// that need nothing of the main thread.
 class MCPServer final : public QObject, public AssistantServer
 {
     Q_OBJECT

@@ -14,7 +14,7 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-// How long a batch may run in one go before the event loop continues.
+// How long a batch runs before control returns to the event loop.
 constexpr qint64 turnMs = 4;
 
 } // namespace
@@ -110,10 +110,10 @@ void ToolCalls::abandonAll()
     }
 }
 
-/// Cancels the call with that id that the client of \p by has under way, or that is to follow in a
-/// batch under way: one on the same connection or of the same session. Clients without a session
-/// cannot be told apart otherwise: when two of their calls have the id, none is canceled. The calls
-/// that follow \p by in its own batch are not meant.
+/// Cancels the call with the id \p requestId of the client of \p by, when it is running or follows
+/// in a batch that is running. Calls on the same connection or of the same session are those of one
+/// client. Nothing is canceled when two calls match, as can happen with clients without a session.
+/// Calls that follow \p by in its own batch are not canceled.
 void ToolCalls::cancel(const QByteArray &requestId, const Running &by)
 {
     const auto isMeant = [&](const Running &running) {

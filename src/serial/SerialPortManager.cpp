@@ -290,8 +290,8 @@ void SerialPortManager::deliverWaiting()
             return;
         deliveredBytes += chunk.size();
         if (deliveredBytes >= maxBatchBytes || batchEnd.hasExpired()) {
-            // A pause, rather than the next turn of the event loop at once: a descriptor that is
-            // always readable would keep out whatever has a lower priority there.
+            // Reading pauses, because the event loop would otherwise never reach the events of
+            // lower priority while the descriptor is readable.
             if (m_notifier)
                 m_notifier->setEnabled(false);
             m_batchPause.start(batchPause);

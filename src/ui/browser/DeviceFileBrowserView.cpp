@@ -96,7 +96,7 @@ void DeviceFileBrowserView::showState()
     const bool isConnected = m_state.link().connectionState().isConnected();
     if (isConnected && list().isEditing())
         return; // a page in its place would take the focus, and with it the name as typed so far
-    list().cancelEditing(); // of a file of the board that is gone
+    list().cancelEditing(); // of a file of the board that was disconnected
     if (!isConnected)
         showPage(m_noBoardPage);
     else if (m_state.deviceFiles().isLoadingDeviceFiles())

@@ -53,7 +53,7 @@ void BaudRateField::listPorts()
     m_port->clear();
     for (const QString &port : m_state.link().availablePorts())
         m_port->addItem(PlainText::label(port), port);
-    // A box with a placeholder chooses none by itself.
+    // A combo box with a placeholder text does not select its first item.
     m_port->setCurrentIndex(std::max(m_port->findData(chosen), m_port->count() > 0 ? 0 : -1));
     showRate();
 }

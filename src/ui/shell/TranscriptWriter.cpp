@@ -167,7 +167,7 @@ void TranscriptWriter::appendWithinLine(QStringView text)
     }
 }
 
-// Before a line of which \p nextLength characters are at hand.
+// Called before a line is written. \p nextLength is how many of its characters are known.
 void TranscriptWriter::writeLineEnd(qsizetype nextLength)
 {
     m_tail.owesLineEnd = false;

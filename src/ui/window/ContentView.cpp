@@ -233,7 +233,7 @@ QCoro::Task<void> ContentView::closeWhenWritten()
     if (std::exchange(m_isClosing, true))
         co_return;
     const QPointer<ContentView> self = this;
-    // A short write is not worth a dialog that flashes.
+    // Shown after half a second, so that it does not flash during a short write.
     auto *progress = new QProgressDialog(tr("Saving…"), QString(), 0, 0, this);
     progress->setWindowModality(Qt::WindowModal);
     progress->setMinimumDuration(500);
