@@ -240,7 +240,7 @@ Async<void> BatchCopier::receiveFile(File file, PieceTransfer::Observer observer
         co_return co_await m_local.commit(*writer);
     Error error = received.error();
     if (error.code == ErrorCode::Canceled)
-        error.message = u"Transfer canceled — %1 is as it was."_s.arg(file.target);
+        error.message = u"Transfer canceled — %1 is unchanged."_s.arg(file.target);
     co_return error;
 }
 
