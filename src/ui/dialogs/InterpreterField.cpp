@@ -65,7 +65,7 @@ void InterpreterField::showChosen()
 {
     m_path->setEditText(m_state.preferences().text(Preferences::Interpreter));
     m_path->lineEdit()->setPlaceholderText(
-        m_path->count() > 0 ? tr("Found automatically: %1").arg(m_path->itemText(0))
+        m_path->count() > 0 ? tr("Automatic: %1").arg(m_path->itemText(0))
                             : tr("Path of a Python or of a virtual environment"));
     m_problem->hide();
 }

@@ -167,8 +167,7 @@ void PreferencesDialog::addDocumentSection()
 void PreferencesDialog::addRunSection()
 {
     addSection(tr("Python and board"));
-    addRow(tr("Python"), Preferences::Interpreter, new InterpreterField(m_state),
-           tr("found automatically"),
+    addRow(tr("Python"), Preferences::Interpreter, new InterpreterField(m_state), tr("automatic"),
            tr("For programs that run on this computer: a Python, or the folder of a virtual "
               "environment. A change restarts the local session."));
     addFlag(tr("Connect a board again that was unplugged"), Preferences::ReconnectBoards,
