@@ -80,7 +80,7 @@ public:
 private:
     /// The following return whether the document was saved.
     [[nodiscard]] QCoro::Task<bool> saveFile(QUuid id);
-    /// Asks about edits; true when they were saved or are not wanted.
+    /// Asks about unsaved edits; true when they were saved or the user discards them.
     [[nodiscard]] QCoro::Task<bool> saveOrDiscard(QUuid id);
     [[nodiscard]] QCoro::Task<bool> saveWithName(QUuid id);
     [[nodiscard]] QCoro::Task<bool> saveWithDialog(QUuid id);

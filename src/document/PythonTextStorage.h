@@ -56,7 +56,7 @@ public:
 
 signals:
     /// An edit of characters, as `contentsChange` reports it. Emitted before the document's layout
-    /// is told of it.
+    /// is updated.
     void charactersEdited(int from, int removed, int added);
     /// The formats of \p block are replaced next, which discards its layout.
     void formatsAboutToChange(const QTextBlock &block);

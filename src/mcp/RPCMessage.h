@@ -8,8 +8,8 @@
 
 namespace Korvane {
 
-/// One JSON-RPC message: the members that Korvane looks at. A member that is absent or of another
-/// type than expected is empty.
+/// One JSON-RPC message: the members that Korvane reads. A member that is absent or of another type
+/// than expected is empty.
 struct RPCMessage
 {
     bool isRequest = false; // has an id, so it is answered
