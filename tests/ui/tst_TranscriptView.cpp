@@ -218,6 +218,13 @@ private slots:
         QVERIFY(pane.view->followsEnd());
         pane.printLines(200);
         QTRY_VERIFY(pane.isAtEnd());
+
+        pane.print(u"\n"_s.repeated(30'000)); // with so many, lines share blocks
+        QTRY_VERIFY(pane.view->isCaughtUp() && pane.isAtEnd());
+        const int rows = pane.bar().maximum();
+        pane.print(u"one\ntwo\n"_s);
+        QTRY_VERIFY(pane.view->isCaughtUp() && pane.isAtEnd());
+        QCOMPARE(pane.bar().maximum(), rows + 2);
     }
 
     void keepsItsPlaceWhenItsWidthChanges()

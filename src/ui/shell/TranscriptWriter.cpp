@@ -3,6 +3,7 @@
 #include "app/ShellTranscript.h"
 #include "ui/shell/TranscriptFormats.h"
 
+#include <QAbstractTextDocumentLayout>
 #include <QTextBlock>
 #include <QTextDocument>
 
@@ -108,6 +109,10 @@ TranscriptWriter::~TranscriptWriter()
 {
     writePending();
     m_cursor.endEditBlock();
+    // The layout reports a new number of lines only where it is not the one that was set.
+    QAbstractTextDocumentLayout *layout = m_document.documentLayout();
+    if (m_hasSetLines)
+        emit layout->documentSizeChanged(layout->documentSize());
 }
 
 void TranscriptWriter::enterLine(const REPLLine &line, qsizetype waiting, bool isFirst)
@@ -196,6 +201,7 @@ void TranscriptWriter::writePending()
         state.lines = m_tail.blockLines;
         block.setUserState(state.packed());
         block.setLineCount(std::max(block.lineCount(), m_tail.blockLines));
+        m_hasSetLines = true;
     }
 }
 

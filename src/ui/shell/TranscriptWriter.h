@@ -83,6 +83,7 @@ private:
     bool m_isReplMessage = false; // what is pending
     QString m_pending;
     bool m_sharesBlocks = false;
+    bool m_hasSetLines = false; // line counts of blocks
 };
 
 } // namespace Korvane
