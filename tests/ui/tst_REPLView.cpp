@@ -3,6 +3,7 @@
 #include "ui/shell/TranscriptView.h"
 
 #include <QClipboard>
+#include <QScreen>
 #include <QScrollBar>
 
 using namespace Korvane;
@@ -178,6 +179,19 @@ private slots:
         QCOMPARE(fixture.lines(), QStringList());
         QTRY_COMPARE(fixture.lines(), QStringList{u"output: late\n"_s});
         QTRY_COMPARE(fixture.find<QPlainTextEdit>("shellOutput")->toPlainText(), u"late"_s);
+    }
+
+    void repaintsItsHint()
+    {
+        ShellInput input;
+        input.setFocusPolicy(Qt::NoFocus); // without a caret that blinks
+        input.setHint(u"one"_s);
+        input.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&input));
+        const auto seen = [&] { return input.screen()->grabWindow(input.winId()).toImage(); };
+        const QImage before = seen();
+        input.setHint(u"two"_s);
+        QTRY_VERIFY(seen() != before);
     }
 
     void stopsWhatRuns()

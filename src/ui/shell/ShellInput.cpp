@@ -172,6 +172,7 @@ void ShellInput::elidePlaceholder()
 {
     const int room = viewport()->width() - qRound(2 * document()->documentMargin()) - 1;
     setPlaceholderText(fontMetrics().elidedText(m_placeholder, Qt::ElideRight, room));
+    viewport()->update(); // QPlainTextEdit repaints only when the placeholder appears or disappears
 }
 
 void ShellInput::fitHeight()
