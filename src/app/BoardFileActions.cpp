@@ -34,7 +34,8 @@ Error notConnected(const QString &purpose)
 Error unusable(const QString &name)
 {
     return refusal(name.isEmpty() ? u"A file or folder needs a name."_s
-                                  : u"“%1” isn't a usable name."_s.arg(name));
+                                  : u"“%1” isn't a usable name: a name on the device can't contain "
+                                    "“/”, and can't be “.” or “..”."_s.arg(name));
 }
 
 Error alreadyExists(const QString &name, const QString &folder)
@@ -104,11 +105,8 @@ Async<void> BoardFileActions::create(Kind kind, QString folder)
     const QString name = co_await m_parts.prompts.askName(std::move(prompt));
     if (!life || name.isEmpty())
         co_return Result<void>();
-    if (!isUsableDeviceName(name)) {
-        co_return refusal(
-            (isFile ? u"“%1” isn't a usable file name."_s : u"“%1” isn't a usable folder name."_s)
-                .arg(name));
-    }
+    if (!isUsableDeviceName(name))
+        co_return unusable(name);
     if (connection != m_parts.link.connectionNumber())
         co_return DeviceError::boardReplaced();
     const QString path = DeviceListing::join(folder, name);

@@ -33,7 +33,8 @@ Error refusal(const QString &message)
 Error unusable(const QString &name)
 {
     return refusal(name.isEmpty() ? u"A file or folder needs a name."_s
-                                  : u"“%1” isn't a usable name."_s.arg(name));
+                                  : u"“%1” isn't a usable name: a name can't contain “/” or “:”, "
+                                    "and can't be “.” or “..”."_s.arg(name));
 }
 
 Error alreadyExists(const QString &name, const QString &folder)
@@ -154,7 +155,7 @@ Async<void> LocalFileActions::createFile(QString folder)
     if (!life || name.isEmpty())
         co_return Result<void>();
     if (!isUsableFileName(name))
-        co_return refusal(u"“%1” isn't a usable file name."_s.arg(name));
+        co_return unusable(name);
     const QString path = QDir(folder).filePath(name);
     const std::function<Result<void>()> create = [path]() -> Result<void> {
         if (kindOf(path) != Kind::Missing)

@@ -165,8 +165,10 @@ private slots:
             u"/lib/ /lib/deep/ /lib/deep/c.py /lib/a.py /lib/it's /a.py /b.py"_s);
         row("new file that exists", u"file /lib a.py"_s, {}, create,
             u"“a.py” already exists in /lib on the device."_s, all);
-        row("unusable name", u"file /lib .."_s, {}, create, u"“..” isn't a usable file name."_s,
-            all);
+        const QString refused =
+            u"“%1” isn't a usable name: a name on the device can't contain “/”, "
+            "and can't be “.” or “..”."_s;
+        row("unusable name", u"file /lib .."_s, {}, create, refused.arg(u".."_s), all);
         row("new folder", u"folder / x"_s, {}, u"New Folder"_s, {},
             u"/lib/ /lib/deep/ /lib/deep/c.py /lib/a.py /x/ /a.py /b.py"_s);
         row("rename a folder", u"rename /lib %1'\\"_s, {}, {}, {},
@@ -179,8 +181,7 @@ private slots:
         row("rename over a file, declined", u"rename /a.py b.py"_s, u"no"_s, u"Replace"_s, {}, all);
         row("rename over a folder", u"rename /a.py lib"_s, {}, {},
             u"“lib” already exists in / on the device."_s, all);
-        row("a name with a slash", u"rename /a.py x/y"_s, {}, {}, u"“x/y” isn't a usable name."_s,
-            all);
+        row("a name with a slash", u"rename /a.py x/y"_s, {}, {}, refused.arg(u"x/y"_s), all);
         row("move", u"move /b.py /lib/deep /"_s, {}, {}, {},
             u"/deep/ /deep/c.py /lib/ /lib/a.py /a.py /b.py"_s);
         row("move and replace", u"move /a.py /b.py /lib"_s, u"Replace"_s,
