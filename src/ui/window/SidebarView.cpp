@@ -180,7 +180,7 @@ QWidget *SidebarView::makeTransferRow()
         const TransferStatus &shown = m_state.transfer();
         const bool isRunning = shown.isSendingToDevice();
         const auto *rest = isRunning ? nullptr : shown.rest();
-        const QString text = rest ? tr("Ended at %1").arg(rest->file) : shown.status();
+        const QString text = rest ? tr("Stopped at %1").arg(rest->file) : shown.status();
         status->setText(text);
         progress->setText(shown.progress());
         progress->setVisible(!shown.progress().isEmpty());
