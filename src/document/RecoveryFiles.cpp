@@ -235,6 +235,7 @@ QCoro::Task<void> RecoveryFiles::findLeftovers()
             : QStringLiteral("%1 files with unsaved edits were left by earlier sessions: View › "
                              "Unsaved Files.")
                   .arg(count));
+    emit leftoversReported();
 }
 
 QCoro::Task<void> RecoveryFiles::open(Leftover leftover)

@@ -79,6 +79,8 @@ public:
 
 signals:
     void leftoversChanged();
+    /// Leftovers of earlier sessions were reported in the Shell.
+    void leftoversReported();
 
 private:
     struct Change;

@@ -117,6 +117,7 @@ private slots:
         fixture.click("Variables");
         fixture.state().shell().appendInfo(u"no error"_s);
         QVERIFY(!seesShell());
+        fixture.press(Qt::Key_F8);
         fixture.press(Qt::Key_Y, Qt::ControlModifier); // without a board
         QVERIFY(seesShell());
         // At a stop the variables stay, and the tab is marked.
@@ -137,7 +138,9 @@ private slots:
         const auto *tab = fixture.find<QToolButton>("Shell");
         fixture.state().setMcpRunning(true);
         fixture.click("Variables");
+        fixture.press(Qt::Key_F8);
         fixture.state().shell().appendError(u"the assistant's"_s);
+        QVERIFY(!tab->isVisible());
         QCOMPARE(fixture.state().bottomTab(), AppState::BottomTab::Variables);
         QCOMPARE(tab->accessibleDescription(), u"New error"_s);
         fixture.press(Qt::Key_Y, Qt::ControlModifier); // the user's own action

@@ -28,9 +28,14 @@ public:
     /// Opens the source line that a traceback in the Shell names, from the last one upward.
     void followTraceback();
 
+signals:
+    /// The Shell has an error for the user, who must see this pane.
+    void errorForUser();
+
 private:
     void showTab();
-    /// Marks the Shell's tab while the Shell is hidden, or shows the Shell.
+    /// For an error of the user emits errorForUser and shows the Shell, but not at a stop of the
+    /// debugger. Otherwise marks the Shell's tab while the Shell is hidden.
     void showError();
     [[nodiscard]] bool isForUser() const;
     [[nodiscard]] QWidget *makeHeader();

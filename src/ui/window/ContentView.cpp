@@ -96,11 +96,13 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     columns->setStretchFactor(1, 1);
     columns->setSizes({240, 840});
     setCentralWidget(columns);
-    auto *panes = new PaneCommands(*this, viewMenu());
+    m_panes = new PaneCommands(*this, viewMenu());
     for (const auto page : {Actions::ShowShell, Actions::ShowVariables})
-        connect((*m_commands)[page], &QAction::triggered, panes, &PaneCommands::showLowerPane);
+        connect((*m_commands)[page], &QAction::triggered, m_panes, &PaneCommands::showLowerPane);
     for (const auto page : {Actions::ShowLocalFiles, Actions::ShowDeviceFiles})
-        connect((*m_commands)[page], &QAction::triggered, panes, &PaneCommands::showSidebar);
+        connect((*m_commands)[page], &QAction::triggered, m_panes, &PaneCommands::showSidebar);
+    connect(&state, &AppState::runStarted, m_panes, &PaneCommands::showLowerPane);
+    connect(m_bottomPane, &BottomPane::errorForUser, m_panes, &PaneCommands::showLowerPane);
 
     setMinimumSize(QSize(560, 400).expandedTo(minimumSizeHint()));
     resize(QSize(1080, 740).boundedTo(screen()->availableSize() * 9 / 10));
@@ -119,6 +121,12 @@ ContentView::ContentView(AppState &state, QWidget *parent)
 CodeEditorView &ContentView::editor()
 {
     return m_editorArea->editor();
+}
+
+void ContentView::showShell()
+{
+    m_state.setBottomTab(AppState::BottomTab::Shell);
+    m_panes->showLowerPane();
 }
 
 QMenu &ContentView::fileMenu()

@@ -15,6 +15,7 @@ class BottomPane;
 class CodeEditorView;
 class EditorArea;
 class IDEToolbar;
+class PaneCommands;
 class SidebarView;
 class WindowCommands;
 
@@ -32,6 +33,8 @@ public:
     [[nodiscard]] QMenu &fileMenu();
     [[nodiscard]] QMenu &viewMenu();
     [[nodiscard]] CodeEditorView &editor();
+    /// Shows the Shell, also where the lower pane is hidden. Does not move the focus.
+    void showShell();
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -63,6 +66,7 @@ private:
     BottomPane *m_bottomPane;
     AppCommands *m_menus;
     WindowCommands *m_tools;
+    PaneCommands *m_panes;
 };
 
 } // namespace Korvane

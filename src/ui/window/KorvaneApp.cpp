@@ -80,6 +80,12 @@ KorvaneApp::KorvaneApp()
     m_prompts.setStopServer([this] { m_server->stop(); });
     new RecoveryFilesMenu(*m_recoveryFiles, m_prompts, m_window->viewMenu());
     new WindowState(WindowState::defaultPath(), *m_window); // the window's own
+    QObject::connect(m_recoveryFiles.get(), &RecoveryFiles::leftoversReported, m_window.get(),
+                     &ContentView::showShell);
+    const QList<REPLLine> &lines = m_state.shell().replLines();
+    const auto isError = [](const REPLLine &line) { return line.kind == REPLLine::Kind::Error; };
+    if (std::any_of(lines.cbegin(), lines.cend(), isError))
+        m_window->showShell(); // WindowState may have hidden it after they were reported
     showFirstSteps();
     makeWorkspace();
 }
