@@ -218,6 +218,13 @@ private slots:
         QCOMPARE(m_tabs->currentIndex(), 0);
         turn(360);
         QCOMPARE(m_tabs->tabRect(0), first);
+        const auto shownLast = [this] {
+            documents().select(documents().openFiles().constLast()->id());
+            return m_tabs->tabRect(m_tabs->count() - 1);
+        };
+        const QRect atEnd = shownLast();
+        turn(360);
+        QCOMPARE(shownLast(), atEnd); // it is chosen already
     }
 
     void savesWhatWasThereAndTheKeysThatWereTyped_data()

@@ -80,6 +80,7 @@ EditorTabStrip::EditorTabStrip(AppState &state, QWidget *parent)
             m_state.documents().select(idAt(index));
     });
     OpenFiles &documents = state.documents();
+    connect(&documents, &OpenFiles::fileChosen, this, &EditorTabStrip::revealSelected);
     connect(&documents, &OpenFiles::openFilesChanged, this, &EditorTabStrip::follow);
     connect(&documents, &OpenFiles::selectedFileChanged, this, &EditorTabStrip::follow);
     connect(&documents, &OpenFiles::fileChanged, this, [this](const QUuid &id) {
@@ -111,6 +112,12 @@ void EditorTabStrip::follow()
         showFile(i, *files[i]);
     }
     setCurrentIndex(indexOf(documents.selectedFileID()));
+}
+
+void EditorTabStrip::revealSelected()
+{
+    // QTabBar scrolls to the current tab where that changes, and whenever a text is set.
+    setTabText(currentIndex(), tabText(currentIndex()));
 }
 
 void EditorTabStrip::showFile(int index, const EditorFile &file)
@@ -242,6 +249,8 @@ void EditorTabStrip::mouseReleaseEvent(QMouseEvent *event)
     m_dragged = {};
     if (event->button() != Qt::MiddleButton) {
         QTabBar::mouseReleaseEvent(event);
+        if (event->button() == Qt::LeftButton)
+            revealSelected(); // it may be what was clicked
         return;
     }
     const int pressed = std::exchange(m_middlePressed, -1);

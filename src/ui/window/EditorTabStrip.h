@@ -36,6 +36,8 @@ protected:
 
 private:
     void follow();
+    /// Scrolls to the tab of the selected document.
+    void revealSelected();
     void showFile(int index, const EditorFile &file);
     void close(int index);
     QCoro::Task<void> closeOthers(QUuid kept);
