@@ -23,25 +23,28 @@ QCoro::Task<bool> endTransfers(TransferStatus &transfer, UserPrompts &prompts, Q
     if (!transfer.isSendingToDevice())
         co_return true;
     const QPointer<TransferStatus> life = &transfer;
-    const QObject context; // of the connections
-    std::stop_source ended;
-    QObject::connect(&transfer, &TransferStatus::isSendingToDeviceChanged, &context,
-                     [&ended] { ended.request_stop(); });
-    UserPrompts::Confirmation confirmation;
-    confirmation.title = question;
-    confirmation.message = transfer.status()
-        + QStringLiteral(" This has not ended. The file being copied keeps its old contents.");
-    confirmation.confirmTitle = QStringLiteral("Cancel Transfer");
-    confirmation.withdrawn = ended.get_token();
-    const auto answer = co_await prompts.confirm(std::move(confirmation));
-    if (!life)
-        co_return false;
-    if (!transfer.isSendingToDevice())
-        co_return true;
-    if (!answer.confirmed)
-        co_return false;
-    transfer.cancel();
+    if (transfer.canCancel()) {
+        std::stop_source ended;
+        const QObject context; // of the connection
+        QObject::connect(&transfer, &TransferStatus::isSendingToDeviceChanged, &context,
+                         [&ended] { ended.request_stop(); });
+        UserPrompts::Confirmation confirmation;
+        confirmation.title = question;
+        confirmation.message = transfer.status()
+            + QStringLiteral(" This has not ended. Canceling leaves the rest undone.");
+        confirmation.confirmTitle = QStringLiteral("Cancel Transfer");
+        confirmation.withdrawn = ended.get_token();
+        const auto answer = co_await prompts.confirm(std::move(confirmation));
+        if (!life)
+            co_return false;
+        if (!transfer.isSendingToDevice())
+            co_return true;
+        if (!answer.confirmed)
+            co_return false;
+        transfer.cancel();
+    }
     OneShot<bool> over;
+    const QObject context; // of the connections
     QObject::connect(&transfer, &TransferStatus::isSendingToDeviceChanged, &context,
                      [&over] { over.deliver(true); });
     QTimer::singleShot(longestEnd, &context, [&over] { over.deliver(false); });

@@ -80,7 +80,7 @@ Async<void> VariablesStore::refreshFromSession()
 {
     const auto life = m_life.watch();
     const RunResult result = co_await m_runner.readVariables();
-    if (life)
+    if (life && !m_link.connectionState().isConnected())
         setVariables(result.variables);
     co_return Result<void>();
 }

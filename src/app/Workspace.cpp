@@ -311,7 +311,7 @@ QCoro::Task<void> Workspace::reopenClosed()
         if (!life)
             co_return;
         if (!board || *board != place.board) {
-            m_closed << closed;
+            m_closed.prepend(closed); // the next call reopens the one before it
             emit changed();
             m_state.shell().appendError(
                 QStringLiteral("Connect the board of %1 to open it again.").arg(closed.name));
@@ -358,6 +358,8 @@ QCoro::Task<void> Workspace::openBoardDocuments()
     const auto life = m_life.watch();
     const QList<WorkspaceFile::Document> documents = m_ofThisBoard; // each leaves it when open
     for (const WorkspaceFile::Document &document : documents) {
+        if (!m_ofThisBoard.contains(document)) // its board is gone, or it was opened meanwhile
+            continue;
         const DeviceFileNode node = nodeAt(document.place.path);
         const std::function<void(EditorFile &)> restoreView = [document](EditorFile &file) {
             prepare(file, document);
@@ -365,6 +367,14 @@ QCoro::Task<void> Workspace::openBoardDocuments()
         co_await m_state.boardDocuments().openDeviceFile(node, restoreView);
         if (!life)
             co_return;
+        const DeviceFiles &files = m_state.deviceFiles();
+        const bool isDeleted = !files.listingError() && !files.deviceFileNodes().isEmpty()
+            && !files.deviceNode(node.path);
+        if (isDeleted && m_ofThisBoard.removeAll(document) > 0) {
+            m_boardDocuments.removeAll(document);
+            note();
+            emit changed();
+        }
     }
 }
 

@@ -96,7 +96,9 @@ Async<void> BatchCopier::copy(Batch batch, Direction direction, QList<WritePermi
     const auto life = m_life.watch();
     const bool isToBoard = direction == Direction::ToBoard;
     const qsizetype count = batch.files.size();
-    const WritePermit onThisBoard = m_files.permitWrite(u"/"_s);
+    // The question was about the board of the permits.
+    const WritePermit onThisBoard =
+        permits.isEmpty() ? m_files.permitWrite(u"/"_s) : permits.first();
     TransferStatus::Running running(m_transfer);
     if (count > 0)
         running.setStatus(copyProgress(batch.files.first().label, 0, count));
@@ -146,13 +148,15 @@ Async<void> BatchCopier::copy(Batch batch, Direction direction, QList<WritePermi
     if (!life)
         co_return DeviceError::closed();
 
+    running.setTotal(TransferStatus::Running::notCancelable);
     if (result) {
         m_shell.appendInfo(u"%1 Copied %2 to %3."_s.arg(isToBoard ? u"↑"_s : u"↓"_s,
                                                         countOfFiles(count), batch.targetName));
     }
-    // After some failures the board is being listed already.
-    if (isToBoard && (result || !m_files.isLoadingDeviceFiles()))
+    if (isToBoard && result)
         co_await m_files.refreshDeviceFiles();
+    else if (isToBoard && !m_files.isLoadingDeviceFiles()) // as after some failures
+        m_files.refreshDeviceFiles();                      // the error does not wait for it
     else if (!isToBoard)
         emit localFilesChanged();
     if (life && !result && finished < count) {

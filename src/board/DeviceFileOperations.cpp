@@ -104,7 +104,7 @@ Async<void> DeviceFileOperations::move(QString from, WritePermit target, Existin
     if (!paths)
         co_return paths.error();
     const auto board = m_files.profile().known();
-    if (board && (!board->hasRename || !board->hasStat))
+    if (board && (!board->hasRename || (existing == Existing::Refuse && !board->hasStat)))
         co_return Error{ErrorCode::Remote, u"the board cannot rename files"_s};
     const QString source = pathLiteral(paths->first());
     const QString destination = pathLiteral(paths->last());

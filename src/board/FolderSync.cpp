@@ -298,7 +298,8 @@ Async<void> FolderSync::send(FolderChanges changes)
         left.resume = [this, rest, board = *board] { return resume(rest, board); };
         m_transfer.setRest(std::move(left));
     }
-    if (m_link.connectionState().isConnected())
+    // After some failures the board is being listed already.
+    if (m_link.connectionState().isConnected() && (result || !m_files.isLoadingDeviceFiles()))
         co_await m_files.refreshDeviceFiles();
     co_return result;
 }

@@ -35,7 +35,9 @@ public:
 
         /// The text to show, for example "Copying lib/a.py (3 of 50)…".
         void setStatus(const QString &status);
-        /// Makes the operation one that can be canceled, and starts to measure its rate.
+        static constexpr qint64 notCancelable = -1;
+        /// Makes the operation one that can be canceled, and starts to measure its rate; with
+        /// notCancelable it can't be canceled any more.
         void setTotal(qint64 totalBytes);
         /// From half a second after setTotal on, the progress is shown behind the text.
         void setDone(qint64 doneBytes);
@@ -51,7 +53,7 @@ public:
         QString m_status;
         QString m_progress;
         QElapsedTimer m_timer;
-        qint64 m_totalBytes = -1;
+        qint64 m_totalBytes = notCancelable;
         bool m_isCanceled = false;
     };
 

@@ -158,7 +158,8 @@ void EditorFile::reload(const DocumentText &text)
 
 bool EditorFile::isUntouched() const
 {
-    return m_place.kind == DocumentPlace::Kind::Nowhere && !m_isModified && content().isEmpty();
+    return m_place.kind == DocumentPlace::Kind::Nowhere && !m_isModified && content().isEmpty()
+        && !m_storage->isUndoAvailable() && !m_storage->isRedoAvailable();
 }
 
 void EditorFile::setSavedText(const std::optional<DocumentText> &text)

@@ -95,7 +95,7 @@ public:
 
     /// The text differs from what was last read or saved, or no saved text is known.
     [[nodiscard]] bool isModified() const { return m_isModified; }
-    /// As newFile() made it: without text, edits and a place.
+    /// As newFile() made it: without text, a place and edits, also such as can be undone.
     [[nodiscard]] bool isUntouched() const;
     /// What was last read or written at the document's place; nothing when it is unknown.
     [[nodiscard]] const std::optional<DocumentText> &savedText() const { return m_saved; }

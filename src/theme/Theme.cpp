@@ -112,7 +112,7 @@ void Theme::raiseContrast()
     }
     set(Role::Selection,
         withContrast(color(Role::Selection), color(Role::SelectedText), Qt::black));
-    // 7:1 below text, and 3:1 beside the background.
+    // 7:1 below Label, which leaves just under 3:1 beside the background.
     set(Role::Pressed, m_isDark ? QColor(0x59, 0x59, 0x59) : QColor(0x95, 0x95, 0x95));
     for (const Role role : {Role::Label, Role::Separator})
         set(role, foreground);

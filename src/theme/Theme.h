@@ -52,8 +52,8 @@ public:
 
     [[nodiscard]] static const Theme &light();
     [[nodiscard]] static const Theme &dark();
-    /// For desktops with a theme of high contrast: all text 7:1 or more on pure white or black, and
-    /// on Selection and Pressed.
+    /// For desktops with a theme of high contrast: all text 7:1 or more on pure white or black, as
+    /// have SelectedText on Selection and Label on Pressed.
     [[nodiscard]] static const Theme &highContrastLight();
     [[nodiscard]] static const Theme &highContrastDark();
     /// The theme for \p palette: dark when its Base is darker than its Text, and of high contrast

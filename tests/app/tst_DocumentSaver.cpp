@@ -135,7 +135,8 @@ private slots:
         }
         fixture.state->preferences().setFlag(Preferences::AskBeforeClosing, false);
         fixture.prompts.choice = u"Cancel"_s;
-        awaited(fixture.state->saving().close(fixture.file().id())); // asks all the same
+        awaited(fixture.state->saving().close(
+            fixture.file().id())); // asks, since the edits are not kept
         QCOMPARE(fixture.file().content(), u"newer"_s);
     }
 

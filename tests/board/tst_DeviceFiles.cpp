@@ -181,7 +181,7 @@ private slots:
         QCOMPARE(fixture.said(), QString());
     }
 
-    void asksAgainForWhatABoardDidNotTell()
+    void readsCapabilitiesAgainAfterAnEmptyReply()
     {
         ScriptedBoard board;
         BoardFixture fixture;

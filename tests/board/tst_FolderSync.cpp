@@ -48,7 +48,7 @@ private slots:
         QTEST(ignored.isIgnored(path, false), "isIgnored");
     }
 
-    void tellsWhatTheBoardHasOfAFile()
+    void saysInWhatStateAStoppedFileIs()
     {
         const Error cause{ErrorCode::Canceled, u"Transfer canceled — /a on the board is old."_s};
         QCOMPARE(sendingStoppedAt(u"a"_s, 1, 3, cause).message,

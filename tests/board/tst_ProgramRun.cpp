@@ -228,7 +228,7 @@ private slots:
         QTRY_COMPARE(c.fixture.shell.output(), u"\r\nMPY: soft re"_s);
     }
 
-    void callsOffAProgramThatIsBeingSent()
+    void cancelsTheSendingOfAProgram()
     {
         Connection c;
         c.start(QString(RawPaste::smallestProgram, u'x'));

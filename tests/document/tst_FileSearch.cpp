@@ -48,10 +48,13 @@ private slots:
         QCOMPARE(outcome->files, 5);
 
         outcome.reset();
-        connect(&search, &FileSearch::found, this, [&] {
-            search.start(folder.path(), {u"(x"_s, false, false, true});
-        });
-        search.start(folder.path(), {u"spam"_s}); // has no end of its own
+        connect(
+            &search, &FileSearch::found, this,
+            [&] {
+                search.start(folder.path(), {u"(x"_s, false, false, true});
+            },
+            Qt::SingleShotConnection);
+        search.start(folder.path(), {u"spam"_s}); // is replaced, without `finished`
         QTRY_VERIFY(outcome);
         QCOMPARE(outcome->fault, u"A parenthesis has no partner (2)"_s);
         outcome.reset();

@@ -281,7 +281,7 @@ private slots:
         QCOMPARE(box.call(write), noBoard);
     }
 
-    void leavesTheBoardToOthersWhileItAsks()
+    void givesUpItsTurnWhileAQuestionIsOpen()
     {
         VirtualBoard small({u"--disk"_s, u"50000"_s});
         QVERIFY2(small.start(), qPrintable(small.errorText()));

@@ -264,7 +264,7 @@ private slots:
         QTRY_COMPARE(session.log, QStringList{u"result KeyboardInterrupt\n"_qs});
         QCOMPARE(session.shell(u"1"_qs), u"1"_qs);
 
-        // What one program has not read is not the next one's.
+        // Input that a program has not read is not given to the next one.
         const auto third = session.start(u"input()"_qs);
         QTRY_VERIFY(waits());
         session.runner->answerInput(u"1\n2\n"_qs);
@@ -282,7 +282,7 @@ private slots:
             "  sys.settrace(None)\n  raise KeyboardInterrupt\nsys.settrace(trace)"_qs;
         QCOMPARE(session.run(code).error, u"KeyboardInterrupt\n"_qs);
         ::kill(child, SIGINT);
-        (void)session.shell(u"1"_qs); // may be what it interrupts
+        (void)session.shell(u"1"_qs); // the signal may interrupt this one
         QCOMPARE(session.childId(), child);
     }
 

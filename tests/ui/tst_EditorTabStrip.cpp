@@ -316,7 +316,7 @@ private slots:
         const int width = sidebar->width();
         m_fixture->press(Qt::Key_F7, Qt::ControlModifier);
         QCOMPARE(sidebar->width(), width + 40);
-        m_fixture->find<QWidget>("sidebar")->hide(); // as at the last end
+        m_fixture->find<QWidget>("sidebar")->hide(); // as a restored window state does
         m_fixture->press(Qt::Key_F7);
         QVERIFY(sidebar->isVisible());
         m_fixture->press(Qt::Key_F7);

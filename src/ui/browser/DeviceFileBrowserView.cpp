@@ -273,8 +273,8 @@ void DeviceFileBrowserView::paste(const QMimeData &dropped)
         report(m_state.boardFileActions().move(BoardPathsMime::nodes(*paths, m_state.deviceFiles()),
                                                folder));
     else if (paths)
-        m_state.shell().appendError(tr("Copies are not pasted on the device. Cut the files to "
-                                       "move them, or copy them to this computer."));
+        m_state.shell().appendError(tr("Copied files can’t be pasted here. Cut them to move them, "
+                                       "or copy them to this computer."));
     else
         report(m_state.filesCopy().toDevice(localPaths(dropped), folder));
 }

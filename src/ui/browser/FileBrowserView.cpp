@@ -296,9 +296,8 @@ void FileBrowserView::paste(const QMimeData &dropped)
     else if (ClipboardMark::of(dropped) == ClipboardMark::Kind::Cut && !paths.isEmpty())
         report(m_state.localFileActions().move(paths, m_state.localFiles().localWorkingDir()));
     else if (!paths.isEmpty())
-        m_state.shell().appendError(tr(
-            "Copies are not pasted on this computer. Cut the files to move them, or copy them to "
-            "the device."));
+        m_state.shell().appendError(tr("Copied files can’t be pasted here. Cut them to move them, "
+                                       "or copy them to the device."));
 }
 
 QString FileBrowserView::dropFolder(int row) const

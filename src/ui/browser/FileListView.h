@@ -63,7 +63,7 @@ signals:
     /// The mouse rests over the row: the owner calls showToolTip.
     void toolTipRequested(int row);
     void selectedRowsChanged();
-    /// The name was taken over before, unless the user canceled.
+    /// After FileListModel::nameEdited when the name was changed.
     void editingEnded();
     void copyRequested();
     void cutRequested();

@@ -212,9 +212,12 @@ void ContentView::runPiece()
     const QTextCursor cursor = editor.textCursor();
     const CodePiece piece =
         CodePiece::at(editor.text(), cursor.selectionStart(), cursor.selectionEnd());
-    m_commands->runOnFreeBoard([this, piece] { m_state.runPiece(piece.code, piece.firstLine); });
-    if (!cursor.hasSelection())
-        editor.goToLine(piece.nextLine);
+    const bool movesOn = !cursor.hasSelection();
+    m_commands->runOnFreeBoard([this, piece, movesOn] {
+        m_state.runPiece(piece.code, piece.firstLine);
+        if (movesOn)
+            m_editorArea->editor().goToLine(piece.nextLine);
+    });
 }
 
 void ContentView::keyPressEvent(QKeyEvent *event)

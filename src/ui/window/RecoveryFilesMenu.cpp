@@ -80,7 +80,7 @@ QCoro::Task<void> RecoveryFilesMenu::discard(QList<RecoveryFiles::Leftover> left
     question.title = leftovers.size() == 1
         ? tr("Discard the unsaved edits of “%1”?").arg(leftovers.first().name)
         : tr("Discard the unsaved edits of %n files?", nullptr, static_cast<int>(leftovers.size()));
-    question.message = tr("They were left by an earlier session and can’t be brought back.");
+    question.message = tr("They can’t be brought back.");
     question.confirmTitle = tr("Discard");
     const auto life = m_life.watch();
     const auto answer = co_await m_prompts.confirm(std::move(question));

@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 namespace Korvane {
 
@@ -142,9 +143,9 @@ QWidget *SidebarView::makeTransferRow()
         button->setFocusPolicy(Qt::StrongFocus);
         return button;
     };
-    auto *cancel = makeButton(
-        tr("Cancel"), tr("Cancel the transfer. The file being copied keeps its old contents."),
-        "cancelTransfer");
+    auto *cancel = makeButton(tr("Cancel"),
+                              tr("Cancel the transfer. The Shell says in what state the file is."),
+                              "cancelTransfer");
     auto *resume =
         makeButton(tr("Try Again"), tr("Continue with the file at which the transfer ended"),
                    "resumeTransfer");
@@ -203,7 +204,19 @@ BrowserPane *SidebarView::deviceBrowser()
     if (!m_deviceBrowser) {
         m_deviceBrowser = new DeviceFileBrowserView(m_state);
         m_deviceBrowser->setObjectName(QStringLiteral("deviceBrowser"));
+        QList<QWidget *> controls; // in the order of the Tab key
+        for (QWidget *next = m_deviceBrowser->nextInFocusChain(); next != m_deviceBrowser;
+             next = next->nextInFocusChain()) {
+            if (next->focusPolicy() & Qt::TabFocus)
+                controls << next;
+        }
         m_body->addWidget(m_deviceBrowser);
+        // It is made after the rest of the window, and would be last in the Tab order.
+        QWidget *previous = m_deviceTab;
+        for (QWidget *control : std::as_const(controls)) {
+            setTabOrder(previous, control);
+            previous = control;
+        }
         m_commands->addDevice(*m_deviceBrowser);
         updateMinimumWidth();
     }

@@ -43,8 +43,7 @@ void StartPage::update()
 {
     const OpenFiles &documents = m_state.documents();
     const EditorFile *file = documents.selectedFile();
-    const bool isEmpty = file && documents.openFiles().size() == 1 && !file->isModified()
-        && file->place().kind == DocumentPlace::Kind::Nowhere && file->content().isEmpty();
+    const bool isEmpty = file && documents.openFiles().size() == 1 && file->isUntouched();
     const bool hasRecent =
         !m_workspace.recentFiles().isEmpty() || !m_workspace.recentFolders().isEmpty();
     if (isEmpty && hasRecent)

@@ -1,7 +1,15 @@
 import os
 _qn=[0,0]
+def _qs(p):
+ if hasattr(os,'stat'):
+  return os.stat(p)
+ try:
+  os.listdir(p)
+ except (OSError,TypeError):
+  return (0,)*7
+ return (16384,)*7
 def _qc(p):
- s=os.stat(p)
+ s=_qs(p)
  if s[0]&16384:
   for f in os.listdir(p):
    _qc(p+'/'+f)

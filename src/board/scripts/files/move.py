@@ -4,7 +4,7 @@ def _qm(a,b):
   os.stat(b)
  except OSError:
   return
- d,n=b.rsplit('/',1)
+ d,n=b.rsplit('/',1) if '/' in b else ('',b)
  if a.lower()!=b.lower() or n in os.listdir(d or '/'):
   raise OSError(17)
 %3
