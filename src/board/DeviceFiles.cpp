@@ -198,11 +198,9 @@ Async<void> DeviceFiles::sendFile(DeviceFileContent::Source source, WritePermit 
     if (!life)
         co_return DeviceError::closed();
     // What the board holds now may differ from what was listed, also while the file was written.
-    constexpr std::array mayHaveWritten{ErrorCode::Remote, ErrorCode::TimedOut, ErrorCode::Damaged,
-                                        ErrorCode::Canceled};
-    if (!written
-        && std::find(mayHaveWritten.begin(), mayHaveWritten.end(), written.error().code)
-            != mayHaveWritten.end())
+    constexpr std::array wrote{ErrorCode::Remote, ErrorCode::TimedOut, ErrorCode::Damaged,
+                               ErrorCode::Canceled};
+    if (!written && std::count(wrote.begin(), wrote.end(), written.error().code) > 0)
         refreshDeviceFiles();
     if (written)
         emit fileWritten(permit.path());
