@@ -277,6 +277,13 @@ private slots:
                      "refreshLocal localFiles tabs editor Shell shellOutput shellInput "
                      "shellStop shellClear"));
         QCOMPARE(QApplication::focusWidget()->objectName(), reached.first());
+
+        fixture.state().setSidebarTab(AppState::SidebarTab::Device); // made only now
+        fixture.find<QWidget>("cpu")->setFocus();
+        for (const auto &next : {u"goUp"_s, u"sendCurrentFile"_s, u"refreshDevice"_s, u"tabs"_s}) {
+            fixture.press(Qt::Key_Tab);
+            QCOMPARE(QApplication::focusWidget()->objectName(), next);
+        }
     }
 
     void listsThePorts()

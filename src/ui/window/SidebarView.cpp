@@ -20,7 +20,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <utility>
 
 namespace Korvane {
 
@@ -38,6 +37,18 @@ QToolButton *makeTab(const QString &symbol, const QString &title)
     tab->setIconSize(QSize(16, 16));
     tab->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     return tab;
+}
+
+/// The widgets in \p pane that the Tab key reaches, in its order.
+QList<QWidget *> controlsIn(const QWidget &pane)
+{
+    QList<QWidget *> controls;
+    for (QWidget *next = pane.nextInFocusChain(); pane.isAncestorOf(next);
+         next = next->nextInFocusChain()) {
+        if (next->focusPolicy() & Qt::TabFocus)
+            controls << next;
+    }
+    return controls;
 }
 
 } // namespace
@@ -204,16 +215,10 @@ BrowserPane *SidebarView::deviceBrowser()
     if (!m_deviceBrowser) {
         m_deviceBrowser = new DeviceFileBrowserView(m_state);
         m_deviceBrowser->setObjectName(QStringLiteral("deviceBrowser"));
-        QList<QWidget *> controls; // in the order of the Tab key
-        for (QWidget *next = m_deviceBrowser->nextInFocusChain(); next != m_deviceBrowser;
-             next = next->nextInFocusChain()) {
-            if (next->focusPolicy() & Qt::TabFocus)
-                controls << next;
-        }
         m_body->addWidget(m_deviceBrowser);
-        // It is made after the rest of the window, and would be last in the Tab order.
-        QWidget *previous = m_deviceTab;
-        for (QWidget *control : std::as_const(controls)) {
+        // It is made after the rest of the window, and would be last in the order of the Tab key.
+        QWidget *previous = controlsIn(*m_localBrowser).last();
+        for (QWidget *control : controlsIn(*m_deviceBrowser)) {
             setTabOrder(previous, control);
             previous = control;
         }
