@@ -79,7 +79,7 @@ private slots:
         QCOMPARE(advice(EACCES), u"The permissions of  do not let you read and write it."_s);
         QCOMPARE(advice(EBUSY), u"Another program, perhaps of another user, uses ."_s);
         put(proc + u"/7/comm"_s, "ModemManager\n");
-        QVERIFY(advice(EBUSY).startsWith(u"ModemManager looks"_s));
+        QVERIFY(advice(EBUSY).startsWith(u"ModemManager probes"_s));
         put(proc + u"/12/comm"_s, "minicom\n");
         QVERIFY(QDir().mkpath(proc + u"/12/fd"_s));
         QVERIFY(QFile::link(port, proc + u"/12/fd/3"_s));
