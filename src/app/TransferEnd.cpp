@@ -31,8 +31,8 @@ QCoro::Task<bool> endTransfers(TransferStatus &transfer, UserPrompts &prompts, Q
         UserPrompts::Confirmation confirmation;
         confirmation.title = question;
         confirmation.message = transfer.status()
-            + QStringLiteral(" This has not ended. Canceling leaves the rest undone.");
-        confirmation.confirmTitle = QStringLiteral("Cancel Transfer");
+            + QStringLiteral(" It is not finished; the rest will be left undone.");
+        confirmation.confirmTitle = QStringLiteral("Stop Transfer");
         confirmation.withdrawn = ended.get_token();
         const auto answer = co_await prompts.confirm(std::move(confirmation));
         if (!life)

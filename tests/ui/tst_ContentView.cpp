@@ -392,7 +392,7 @@ private slots:
         fixture.prompts.confirmation.confirmed = false;
         fixture.window().close();
         QTRY_VERIFY(!fixture.prompts.asked.isEmpty());
-        QVERIFY(fixture.prompts.takeAsked().startsWith(u"Cancel the transfer and close? | "_s));
+        QVERIFY(fixture.prompts.takeAsked().startsWith(u"Stop the transfer and close? | "_s));
         QVERIFY(fixture.window().isVisible() && !running->isCanceled());
         fixture.prompts.confirmation.confirmed = true;
         fixture.window().close();

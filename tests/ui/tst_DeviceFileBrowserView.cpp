@@ -308,7 +308,7 @@ private slots:
         m_fixture->prompts.confirmation.confirmed = false;
         m_fixture->press(Qt::Key_R, Qt::ControlModifier);
         QCOMPARE(m_fixture->prompts.takeAsked().section(u'|', 0, 0),
-                 u"Cancel the transfer and run the program? "_s);
+                 u"Stop the transfer and run the program? "_s);
         m_fixture->press(Qt::Key_Escape); // in the editor
         QVERIFY(running.isCanceled() && !cancel->isVisible());
     }

@@ -137,7 +137,7 @@ QCoro::Task<void> Actions::runOnFreeBoard(std::function<void()> run)
     if (m_state.link().connectionState().isConnected() && m_state.transfer().canCancel()) {
         const auto life = m_life.watch();
         const bool isFree = co_await endTransfers(m_state.transfer(), m_state.prompts(),
-                                                  tr("Cancel the transfer and run the program?"));
+                                                  tr("Stop the transfer and run the program?"));
         if (!life || !isFree)
             co_return;
     }

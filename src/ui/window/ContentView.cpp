@@ -258,7 +258,7 @@ QCoro::Task<void> ContentView::closeWhenWritten()
         co_return;
     if (mayClose)
         mayClose = co_await endTransfers(m_state.transfer(), m_state.prompts(),
-                                         tr("Cancel the transfer and close?"));
+                                         tr("Stop the transfer and close?"));
     if (!self)
         co_return;
     m_isClosing = false;
