@@ -311,6 +311,16 @@ private slots:
                  u"Stop the transfer and run the program? "_s);
         m_fixture->press(Qt::Key_Escape); // in the editor
         QVERIFY(running.isCanceled() && !cancel->isVisible());
+
+        TransferStatus::Running next(m_fixture->state().transfer());
+        next.setTotal(1);
+        OpenFiles &documents = m_fixture->state().documents();
+        const QUuid document = documents.selectedFileID();
+        m_fixture->prompts.confirmation.confirmed = true;
+        m_fixture->prompts.meanwhile = [&] { documents.newFile(); }; // as the assistant may
+        m_fixture->press(Qt::Key_R, Qt::ControlModifier);
+        QTRY_VERIFY(next.isCanceled() && documents.selectedFileID() != document);
+        QTRY_COMPARE(documents.selectedFileID(), document); // whose program is run
     }
 };
 

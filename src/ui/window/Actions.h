@@ -90,7 +90,8 @@ public:
     [[nodiscard]] QAction *operator[](Command command) const { return m_actions[command]; }
 
     /// Calls \p run, which starts a program. During a transfer that can be canceled the user is
-    /// asked first, since the program would break it off.
+    /// asked first, since the program would break it off; the
+    /// document that is selected now is selected again then.
     QCoro::Task<void> runOnFreeBoard(std::function<void()> run);
 
 signals:
