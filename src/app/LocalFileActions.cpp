@@ -71,12 +71,8 @@ Result<void> createEmptyFile(const QString &path)
 
 bool isOneFile(const QByteArray &path, const QByteArray &other)
 {
-    struct stat one
-    {
-    };
-    struct stat two
-    {
-    };
+    struct stat one = {};
+    struct stat two = {};
     return ::lstat(path.constData(), &one) == 0 && ::lstat(other.constData(), &two) == 0
         && one.st_dev == two.st_dev && one.st_ino == two.st_ino;
 }

@@ -61,6 +61,19 @@ private:
         return bytes ? *bytes : "none"_ba;
     }
 
+    /// Of a document with the text "mine" whose file has become "more".
+    template <typename Fixture> static void keepOrReload(Fixture &fixture, bool keeps)
+    {
+        FileWatch &watch = fixture.state->fileWatch();
+        const QUuid id = fixture.file().id();
+        if (keeps)
+            awaited(watch.keep(id));
+        else
+            QVERIFY(awaited(watch.reload(id)));
+        QCOMPARE(fixture.file().fileChange(), EditorFile::FileChange::None);
+        QCOMPARE(fixture.file().content(), keeps ? u"mine"_s : u"more"_s);
+    }
+
 private slots:
     void initTestCase() { QVERIFY2(m_board.start(), qPrintable(m_board.errorText())); }
 
@@ -147,7 +160,6 @@ private slots:
         FileWatch &watch = fixture.state->fileWatch();
         put(path, "1\n2");
         QVERIFY(fixture.open(path));
-        const QUuid id = fixture.file().id();
         put(path, "theirs\r\n2"); // which the system reports
         QTRY_COMPARE(fixture.place() + fixture.file().text().fileText(), path + u"||theirs\r\n2"_s);
         fixture.write(u"mine"_s);
@@ -155,12 +167,7 @@ private slots:
             put(path, keeps ? "again" : "more");
             awaited(watch.check());
             QCOMPARE(fixture.file().fileChange(), EditorFile::FileChange::Changed);
-            if (keeps)
-                awaited(watch.keep(id));
-            else
-                QVERIFY(awaited(watch.reload(id)));
-            QCOMPARE(fixture.file().fileChange(), EditorFile::FileChange::None);
-            QCOMPARE(fixture.file().content(), keeps ? u"mine"_s : u"more"_s);
+            keepOrReload(fixture, keeps);
             fixture.write(u"mine"_s);
         }
         fixture.save();
@@ -330,12 +337,7 @@ private slots:
             fixture.write(u"mine"_s);
             QVERIFY(put(keeps ? "again"_ba : "more"_ba));
             QTRY_COMPARE(fixture.file().fileChange(), EditorFile::FileChange::Changed);
-            if (keeps)
-                awaited(watch.keep(id));
-            else
-                QVERIFY(awaited(watch.reload(id)));
-            QCOMPARE(fixture.file().fileChange(), EditorFile::FileChange::None);
-            QCOMPARE(fixture.file().content(), keeps ? u"mine"_s : u"more"_s);
+            keepOrReload(fixture, keeps);
         }
         fixture.prompts.asked.clear();
         fixture.save();
