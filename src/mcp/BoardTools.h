@@ -17,9 +17,8 @@ namespace Korvane {
 class AppState;
 struct DeviceExecution;
 
-/// The tools with which an assistant reads and uses the board. They call the same operations as the
-/// window, so that the Shell shows what the assistant does, and what cannot be undone waits for the
-/// user's confirmation.
+/// The tools for the board. They call the same operations as the window: each call writes a line to
+/// the Shell, and writing and deleting need the user's confirmation.
 class BoardTools final : public ToolSet
 {
 public:
