@@ -75,7 +75,7 @@ DocumentPlace DocumentPlace::moved(const DocumentPlace &from, const DocumentPlac
         result.path = to.path + rest;
         result.canonicalPath = to.canonicalPath + rest;
     }
-    if (isPathWithin(path, from.path)) // also by way of a link, which still leads to its target
+    if (isPathWithin(path, from.path)) // also through a link, whose target was not moved
         result.path = to.path + path.sliced(from.path.size());
     return result;
 }

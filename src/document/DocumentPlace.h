@@ -12,12 +12,13 @@ struct DocumentPlace
     enum class Kind { Nowhere, Local, Board };
 
     Kind kind = Kind::Nowhere;
-    /// As the file was opened or saved.
+    /// The path with which the file was opened or saved.
     QString path;
     /// The identity of the board; empty elsewhere.
     QString board;
-    /// One path for all names of a local file, without links, "." and doubled slashes; the same as
-    /// `path` on a board, and locally until the disk was asked.
+    /// Of a local file, after `resolved`: the path without symbolic links, "." and doubled slashes,
+    /// equal for all names of the file; before it, QDir::cleanPath of `path`. On a board the same
+    /// as `path`.
     QString canonicalPath;
 
     [[nodiscard]] static DocumentPlace local(const QString &path);
@@ -29,11 +30,11 @@ struct DocumentPlace
     /// The entry at \p path itself, also when that is a link: the canonical path is that of its
     /// folder and its name. Reads the disk: not on the main thread.
     [[nodiscard]] static DocumentPlace localEntry(const QString &path);
-    /// Whether both are the same file. Nowhere is not the same as nowhere.
+    /// Whether both are the same file. False when one of them is of kind Nowhere.
     [[nodiscard]] bool isSameFile(const DocumentPlace &other) const;
     /// Whether this is \p other, or below it when that is a folder.
     [[nodiscard]] bool isWithin(const DocumentPlace &other) const;
-    /// Where this place is after \p from, which it is within, was moved to \p to.
+    /// The new place of this file after \p from, which it must be within, was moved to \p to.
     [[nodiscard]] DocumentPlace moved(const DocumentPlace &from, const DocumentPlace &to) const;
 
     /// The place that `writeTo` has written into \p object; nowhere when there is none, or when its

@@ -10,7 +10,7 @@
 namespace Korvane {
 
 /// Reads and writes whole files of one kind of place. An error's message is the full text for the
-/// user. Main thread only.
+/// user. Fails with ErrorCode::Closed when the store was destroyed meanwhile. Main thread only.
 class DocumentStore
 {
 public:

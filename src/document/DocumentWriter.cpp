@@ -8,7 +8,7 @@
 
 namespace Korvane {
 
-/// One text on its way to a file.
+/// One text that is to be written to a file.
 struct DocumentWriter::Job
 {
     QPointer<EditorFile> file;
@@ -112,7 +112,7 @@ Async<DocumentWriter::Outcome> DocumentWriter::carryOut(std::shared_ptr<Queue> q
             && (held.error().code == ErrorCode::Remote || held.error().code == ErrorCode::TimedOut
                 || held.error().code == ErrorCode::File);
         if (isUnknown || (held && *held == DocumentStore::Held::Other)) {
-            // A conditional inside the co_await expression is destroyed twice by this compiler.
+            // GCC 12 destroys a conditional expression inside a co_await expression twice.
             const QString whyUnknown = isUnknown ? held.error().message : QString();
             const auto answer = co_await askToReplace(queue, job, whyUnknown);
             if (!life)

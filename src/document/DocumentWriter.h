@@ -28,7 +28,7 @@ public:
         /// The file was changed by another program, and the user chose to save under another name.
         SaveAsRequested,
     };
-    /// Whether the file may hold something else than this document last read or wrote there.
+    /// Whether to ask when the file does not hold what this document last read or wrote there.
     enum class Check { AskBeforeReplacing, ReplaceAnything };
 
     /// All must outlive this.
@@ -40,14 +40,16 @@ public:
     /// Writes the current text of \p file to \p place and, when it belongs there, marks it as
     /// saved. With AskBeforeReplacing, asks before a file is replaced that was changed by another
     /// program; `Canceled` when the user declines. \p file may be closed meanwhile: its text is
-    /// written.
+    /// written. Fails with the store's error, and with `Closed` when \p file is null or this is
+    /// destroyed.
     [[nodiscard]] Async<Outcome> write(QPointer<EditorFile> file, DocumentPlace place, Check check);
 
     [[nodiscard]] bool isWriting() const { return !m_queues.empty(); }
     [[nodiscard]] bool isWriting(const DocumentPlace &place) const;
     /// Whether a file in the folder \p place, or that file, is being written.
     [[nodiscard]] bool isWritingWithin(const DocumentPlace &place) const;
-    /// Waits until nothing is being written or waiting.
+    /// Ends when no write is in progress or queued, or when this is destroyed. Another write may
+    /// have begun when the caller is resumed.
     [[nodiscard]] QCoro::Task<void> finished();
 
 private:

@@ -217,7 +217,7 @@ void EditorFile::handleEdited()
 
 void EditorFile::updateModified()
 {
-    // Most edits are decided without comparing the texts.
+    // Most edits change the length, so that the texts need not be compared.
     const qsizetype size = m_storage->text().size() - m_longLines.continued().size();
     const bool isSame = m_saved && m_saved->content.size() == size && m_saved->content == content();
     // Undoing the removal of a line does not restore its line end in a file that mixes them.

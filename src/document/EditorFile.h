@@ -17,7 +17,7 @@ namespace Korvane {
 
 class PythonTextStorage;
 
-/// The text of a document at one moment, with what turns it into the file's text.
+/// The text of a document at one time, with the format in which its file has it.
 struct DocumentText
 {
     /// With "\n" line ends, as the editor shows it.
@@ -49,7 +49,7 @@ public:
         std::optional<int> shownPausedLine;
     };
 
-    /// An unmodified document with that text.
+    /// Creates an unmodified document with \p text.
     explicit EditorFile(const QString &name, const DocumentPlace &place = {},
                         const DocumentText &text = {}, QObject *parent = nullptr);
     ~EditorFile() override;
@@ -65,27 +65,28 @@ public:
     [[nodiscard]] QString path() const;
     /// The path on the board; empty when the document does not belong to a board.
     [[nodiscard]] QString devicePath() const;
-    /// The document belongs to another place from now on.
+    /// Sets the name of the document and the place it belongs to. Writes no file.
     void moveTo(const QString &name, const DocumentPlace &place);
 
     /// What the editor shows and edits: the text, with very long lines in pieces.
     [[nodiscard]] PythonTextStorage &storage() const { return *m_storage; }
     [[nodiscard]] const LongLines &longLines() const { return m_longLines; }
-    /// The same with LongLines::pieceEnd, in place of "\n", between the pieces of a line: what
-    /// commands on whole lines and replacing work on. All positions are those of the storage.
+    /// The text of the storage with LongLines::pieceEnd in place of "\n" between the pieces of a
+    /// line, for replacing and for commands on whole lines. All positions are those of the storage.
     [[nodiscard]] QString textWithPieceEnds() const;
-    /// With "\n" line ends.
+    /// The text with its lines in one piece and "\n" line ends.
     [[nodiscard]] QString content() const;
-    /// The part of it that \p start and \p end limit in the storage.
+    /// The part of the content between the positions \p start and \p end of the storage.
     [[nodiscard]] QString content(int start, int end) const;
     [[nodiscard]] DocumentText text() const { return {content(), m_format}; }
     /// Replaces the text as one edit that can be undone.
     void setContent(const QString &content);
     /// Replaces the selection of \p cursor by \p text.
     void insertText(QTextCursor &cursor, QString text);
-    /// Carries out an edit of `textWithPieceEnds`. Returns what is selected then.
+    /// Applies an edit of `textWithPieceEnds`. Returns the selection after it.
     TextSelection apply(const TextEdit &edit);
-    /// Replaces text and file format by \p text, which the document's place holds now.
+    /// Replaces text and file format by \p text, the present content of the document's file. The
+    /// replaced text can be restored by undo.
     void reload(const DocumentText &text);
 
     /// What happened to the document's file since the document last read or wrote it.
@@ -95,7 +96,7 @@ public:
 
     /// The text differs from what was last read or saved, or no saved text is known.
     [[nodiscard]] bool isModified() const { return m_isModified; }
-    /// As newFile() made it: without text, a place and edits, also such as can be undone.
+    /// As OpenFiles::newFile() creates it: without text and place, and with an empty undo history.
     [[nodiscard]] bool isUntouched() const;
     /// What was last read or written at the document's place; nothing when it is unknown.
     [[nodiscard]] const std::optional<DocumentText> &savedText() const { return m_saved; }

@@ -16,13 +16,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// How long one piece of the work takes, after which its hits are shown.
+/// The length of one step of the work, after which its hits are shown.
 constexpr auto stepTime = 50ms;
 constexpr qsizetype shownBefore = 60;
 constexpr qsizetype shownText = 200;
 constexpr qsizetype binaryProbe = 8'000;
 
-/// Empty when it is no text.
+/// Empty when the file is not UTF-8 text, is too large or cannot be read.
 QString readText(const QString &path)
 {
     if (QFileInfo(path).size() > FileSearch::largestFile)
@@ -37,8 +37,8 @@ QString readText(const QString &path)
 
 } // namespace
 
-/// What is left of a search, and what a piece of the work has found. The worker gets it as a value
-/// and returns it.
+/// The remaining work of a search and the hits of its last step. Passed to the worker thread and
+/// back by value.
 struct FileSearch::Step
 {
     TextSearch search;
@@ -62,7 +62,7 @@ void FileSearch::Step::listNextFolder()
 {
     const auto entries = LocalFolder::entries(folders.takeLast());
     if (!entries)
-        return; // such as one that may not be read
+        return; // for example, a folder without read permission
     QStringList inner;
     for (const LocalFolder::Entry &entry : *entries) {
         if (entry.path.isEmpty() || (entry.isDirectory && entry.isLink)
@@ -78,7 +78,7 @@ void FileSearch::Step::listNextFolder()
 void FileSearch::Step::searchNextFile()
 {
     const QString path = files.takeLast();
-    // Each look-up reads the disk, for the links of the path.
+    // Resolving the links of the path reads the disk.
     const auto open = edited.isEmpty()
         ? edited.constEnd()
         : edited.constFind(DocumentPlace::local(path).resolved().canonicalPath);
@@ -189,7 +189,7 @@ QCoro::Task<void> FileSearch::run(QString folder, TextSearch search, QHash<QStri
         if (!step.hits.isEmpty())
             emit found(step.hits);
         if (!life || m_stop != stop)
-            co_return; // destroyed or started again by what was called
+            co_return; // destroyed or started again by a slot
     }
     Outcome outcome = step.outcome;
     outcome.isCanceled = *stop && !step.isDone();

@@ -12,9 +12,9 @@
 
 namespace Korvane {
 
-/// Searches the text files of a folder and of those in it, in the background. Left out are hidden
-/// entries, `__pycache__`, links to folders, files that are no UTF-8 text and very large ones. Main
-/// thread only.
+/// Searches the text files of a folder and of its subfolders, in the background. Leaves out hidden
+/// entries, `__pycache__`, links to folders, files that are not UTF-8 text and those of more than
+/// `largestFile` bytes. Main thread only.
 class FileSearch final : public QObject
 {
     Q_OBJECT
@@ -31,13 +31,13 @@ public:
         int line;      // from 1
         int column;    // UTF-16 units before it in the line
         int length;    // within the line
-        QString text;  // of the line around it, in one piece
+        QString text;  // the part of its line around it, at most 200 characters
         int textStart; // the column at which `text` starts
     };
     struct Outcome
     {
-        int files = 0; // that were read
-        bool isCut = false;
+        int files = 0;      // that were visited, also those left out as not text or too large
+        bool isCut = false; // ended at mostHits
         bool isCanceled = false;
         QString fault; // of the regular expression; empty without one
     };
@@ -45,14 +45,15 @@ public:
     explicit FileSearch(QObject *parent = nullptr);
     ~FileSearch() override;
 
-    /// Ends a search that is under way, without `finished`, and begins this one. \p edited has the
-    /// texts, by canonical path, that are searched in place of what the files hold.
+    /// Starts a search; one in progress ends without `finished`. \p edited has the texts, by
+    /// canonical path, that are searched in place of the contents of the files.
     void start(const QString &folder, const TextSearch &search,
                const QHash<QString, QString> &edited = {});
+    /// Ends the search in progress, if there is one; `finished` follows from the event loop.
     void cancel();
     [[nodiscard]] bool isRunning() const { return m_stop != nullptr; }
 
-    /// The places in one text, in their order. Fails as TextSearch::find.
+    /// The first `mostHits` places in one text, in their order. Fails as TextSearch::find.
     [[nodiscard]] static Result<QList<Hit>> hitsIn(const QString &path, const QString &text,
                                                    const TextSearch &search);
 
@@ -67,7 +68,7 @@ private:
     QCoro::Task<void> run(QString folder, TextSearch search, QHash<QString, QString> edited,
                           Stop stop);
 
-    Stop m_stop; // of the search that is under way
+    Stop m_stop; // of the search in progress; null without one
     Background m_background{1};
     Lifetime m_life;
 };

@@ -20,8 +20,9 @@ class OpenFiles;
 
 /// Compares the files of open documents with what the documents last read or wrote there. An
 /// unmodified document is reloaded; one with edits is marked (EditorFile::fileChange), and so is
-/// one whose file was deleted. Local files are compared when the system reports a change, and when
-/// asked; files of a board, which takes commands, only when asked. Main thread only.
+/// one whose file was deleted. Local files are compared when the system reports a change and by
+/// check(); files of a board, for which commands must be sent, by checkOnBoard() alone. Main thread
+/// only.
 class FileWatch final : public QObject
 {
     Q_OBJECT
@@ -35,12 +36,13 @@ public:
     /// Compares all local documents now. Called when the window is activated. The task may be
     /// dropped.
     QCoro::Task<void> check();
-    /// Compares one document; nothing for one that is not local or is being written.
+    /// Compares one document; does nothing for one that is not local or is being written.
     QCoro::Task<void> check(QUuid id);
-    /// The same for a document of a board; nothing when that board does not answer.
+    /// The same for a document of a board; does nothing when that board does not answer.
     QCoro::Task<void> checkOnBoard(QUuid id);
-    /// Gives the document the text of its file, as one edit that can be undone. Does nothing when
-    /// the document is saved or closed meanwhile.
+    /// Replaces the document's text by that of its file, as one edit that can be undone; marks the
+    /// document when the file was deleted. Fails when the file cannot be read or is not UTF-8, and
+    /// with `Closed` when the document is saved, moved or closed meanwhile.
     [[nodiscard]] Async<void> reload(QUuid id);
     /// Keeps the document's text: the current content of its file counts as read, and saving
     /// replaces it without a question. When the file cannot be read, saving asks.

@@ -68,7 +68,7 @@ template <typename Change> std::optional<TextEdit> LineCommands::changeLines(Cha
     QString changed;
     changed.reserve(m_end - m_start);
     TextSelection selection = m_selection;
-    // A caret at the place of an insertion moves behind it; the start of a selection does not.
+    // A caret at the place of an insertion moves after it; the start of a selection does not.
     const auto follow = [&](int &place, int before, qsizetype start, const LineChange &of) {
         const qsizetype at = start + of.column;
         const bool staysAtStart = !m_selection.isEmpty() && before == m_selection.start();

@@ -8,8 +8,7 @@
 
 namespace Korvane {
 
-/// What is selected of a text: from one of both positions to the other; nothing when they are
-/// equal.
+/// A selection in a text, between two offsets in UTF-16 units; empty when they are equal.
 struct TextSelection
 {
     int anchor = 0;
@@ -22,8 +21,8 @@ struct TextSelection
     friend bool operator==(const TextSelection &, const TextSelection &) = default;
 };
 
-/// One edit of a text: what replaces the characters from `start` to before `end`, and what is
-/// selected then.
+/// One edit of a text: `replacement` replaces the characters from `start` to before `end`, and
+/// `selection` is the selection after it.
 struct TextEdit
 {
     int start;
@@ -58,10 +57,10 @@ public:
     [[nodiscard]] std::optional<TextEdit> toggleComment() const;
     [[nodiscard]] std::optional<TextEdit> moveUp() const;
     [[nodiscard]] std::optional<TextEdit> moveDown() const;
-    /// Puts a copy below, and the selection there.
+    /// Inserts a copy below the lines and moves the selection to it.
     [[nodiscard]] std::optional<TextEdit> duplicate() const;
     [[nodiscard]] std::optional<TextEdit> remove() const;
-    /// Joins the lines, or the line and the next one, with one blank in place of line end and
+    /// Joins the lines, or the line and the next one, with one space in place of line end and
     /// indentation.
     [[nodiscard]] std::optional<TextEdit> join() const;
     /// Without a selection, the word at the caret. Otherwise the next occurrence of the selected

@@ -17,7 +17,7 @@ std::optional<int> moved(int line, const LineEdit &edit)
     if (line > last)
         return line - edit.removedLines + edit.addedLines;
     if (edit.removedLines == 0) {
-        // What was inserted before the whole of a line pushes it down.
+        // Lines that are inserted before the first character of a line move it down.
         const bool isPushed = edit.startsLine && !edit.removesCharacters && !edit.endsLine;
         return isPushed ? line + edit.addedLines : line;
     }

@@ -62,8 +62,8 @@ private:
     Belongs m_belongs = Belongs::ToText;
     QSet<int> m_lines;
     int m_undoSteps = 0;
-    /// The marks in each known state of the undo history. Cleared when a mark is set or removed by
-    /// hand: undoing then only moves marks.
+    /// The marks in each known state of the undo history. Cleared by toggle() and clear(): undoing
+    /// then only moves marks.
     std::map<int, QSet<int>> m_history;
 };
 

@@ -49,7 +49,7 @@ QString LongLines::breakUp(const QString &text, const Place &place)
         before = 0;
         ++line;
     }
-    // Otherwise a line that is pasted again and again into the same place would grow beyond it.
+    // Otherwise repeated pasting at the same position would make a piece of any length.
     if (before + text.size() - start + place.behind > 2 * maxLength)
         breakAt(text.size());
     inserted.lastLine = line;

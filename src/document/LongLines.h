@@ -32,12 +32,12 @@ public:
         qsizetype behind = 0;
     };
 
-    /// Returns \p text with line ends where its lines must be broken. The next edit that `follow`
-    /// gets is the one that inserts the result at \p place.
+    /// Returns \p text with line ends where its lines must be broken. The next call of `follow`
+    /// must be for the edit that inserts the result at \p place.
     [[nodiscard]] QString breakUp(const QString &text, const Place &place);
     /// As above, for a text that replaces the whole document.
     [[nodiscard]] QString breakUpAll(const QString &text);
-    /// Call it when no such edit follows, because the document had that text already.
+    /// Must be called when no such edit follows, because the document had that text already.
     void forgetInsertion() { m_inserted.reset(); }
 
     /// Follows an edit of the shown text. Returns the same edit in lines of the file.
@@ -47,7 +47,7 @@ public:
     [[nodiscard]] const QList<int> &continued() const { return m_continued; }
     [[nodiscard]] bool isContinued(int shownLine) const;
     [[nodiscard]] int fileLine(int shownLine) const;
-    /// The first piece of that line.
+    /// The shown line of the first piece of \p fileLine.
     [[nodiscard]] int shownLine(int fileLine) const;
 
 private:

@@ -34,11 +34,11 @@ public:
     /// it to the Shell. An unmodified one with the same name is reloaded instead, unless it is
     /// being debugged.
     void openTextInEditor(const QString &name, const QString &text);
-    /// Selects the document that shows the file already, keeping its edits; otherwise reads the
+    /// Selects the document of the file, with its edits, if there is one; otherwise reads the
     /// file, off the main thread, and opens it. Fails, changing nothing, when it can't be read or
     /// is not UTF-8.
     QCoro::Task<Result<void>> openFile(QString path);
-    /// Selects the document that belongs to \p place, if there is one.
+    /// Selects the document that belongs to \p place; false when there is none.
     bool selectPlace(const DocumentPlace &place);
     /// Appends an unmodified document and selects it.
     EditorFile &open(const QString &name, const DocumentPlace &place, const QString &fileText);
@@ -60,7 +60,7 @@ public:
     /// Removes the document without a question, edited or not. If it was the selected one, the
     /// first of the rest is selected.
     void closeFile(const QUuid &id);
-    /// The same, after unsavedClosing().
+    /// Emits unsavedClosing(), and then removes the document as closeFile() does.
     void closeKeepingEdits(const QUuid &id);
     /// The file or folder at \p from was moved to \p to: its documents belong to their new places
     /// from now on. Of the documents of a file that was replaced, those without edits are closed,
@@ -83,16 +83,16 @@ signals:
     /// Documents were opened, closed or moved.
     void openFilesChanged();
     void selectedFileChanged();
-    /// The user has made, opened or chosen a document, which may have been the selected one
-    /// already.
+    /// The user has created, opened or selected a document, which may have been the selected one
+    /// before.
     void fileChosen();
     /// The document is about to be removed.
     void fileClosing(const QUuid &id);
-    /// The document, which has edits that are not saved, is about to be removed, and its text shall
+    /// The document, which has edits that are not saved, is about to be removed, and its text must
     /// be kept.
     void unsavedClosing(const QUuid &id);
-    /// What a tab shows of the document has changed: its name, where it belongs, or whether it has
-    /// edits that are not saved. A keystroke after the first does not.
+    /// Name, place, isModified or fileChange of the document has changed. Further edits of a
+    /// modified document do not emit it.
     void fileChanged(const QUuid &id);
     void contentChanged(const QUuid &id);
     void breakpointsChanged(const QUuid &id);

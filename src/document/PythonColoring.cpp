@@ -168,7 +168,7 @@ void Run::color()
     names(m_classes, 5, PythonToken::ClassName);
 }
 
-/// Takes the number at \p start, if one begins there; returns from where to go on.
+/// Colors the number at \p start, if one begins there; returns the position to continue at.
 qsizetype Run::number(qsizetype start)
 {
     qsizetype end = start;
@@ -223,7 +223,7 @@ qsizetype Run::hexadecimalEnd(qsizetype start) const
     return end > start + 2 ? end : start;
 }
 
-/// Takes the ASCII part of a word from \p start on, up to a number within it; returns its end.
+/// Colors the ASCII part, up to a number within it, of the word at \p start; returns its end.
 qsizetype Run::word(qsizetype start)
 {
     qsizetype end = start + 1;
@@ -319,7 +319,7 @@ void Run::decorators()
     }
 }
 
-/// The names behind the words at \p starts.
+/// Colors the names that follow the words at \p starts.
 void Run::names(const Positions &starts, qsizetype wordLength, PythonToken token)
 {
     qsizetype end = 0;

@@ -24,7 +24,7 @@ enum class PythonToken : quint8 {
 };
 constexpr int pythonTokenCount = static_cast<int>(PythonToken::ClassName) + 1;
 
-/// Colors Python source the way eight regular expressions would that run over the whole text one
+/// Colors Python source as these eight regular expressions would, applied to the whole text one
 /// after the other:
 ///
 /// | token        | pattern                                               | group |

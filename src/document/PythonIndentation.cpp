@@ -19,7 +19,7 @@ bool endsBlock(QStringView word)
         || word == u"raise";
 }
 
-/// What is before a position where a line shall begin.
+/// The source before a position at which a line is to begin.
 struct Place
 {
     bool isInString = false;
@@ -96,7 +96,7 @@ QString PythonIndentation::ofNewLine(QStringView text, int position) const
 {
     const int start = lineStart(text, position);
     const QStringView own = ofLine(text, position);
-    if (position - start <= own.size()) // the rest of the blanks is behind the line end
+    if (position - start <= own.size()) // the rest of it follows the line end
         return own.first(position - start).toString();
     const Place place = placeAt(text, position);
     if (place.isInString)

@@ -13,13 +13,13 @@ struct PythonPiece
 {
     enum class Kind {
         Word,
-        Sign, // one character of no other kind
+        Sign, // any other single character
         Opening,
         Closing,
         String,
         Comment,
         LineEnd,
-        Continuation, // a backslash and the line end behind it
+        Continuation, // a backslash and the line end after it
     };
 
     Kind kind;
@@ -29,9 +29,9 @@ struct PythonPiece
     bool isUnclosed = false;
 };
 
-/// Divides Python source into pieces, leaving out blanks. Unlike `PythonColoring`, whose passes are
-/// independent, it distinguishes a bracket in the code from one in a string or a comment. Linear in
-/// the text.
+/// Divides Python source into pieces, leaving out spaces, tabs and form feeds. Unlike
+/// `PythonColoring`, whose passes are independent, it distinguishes a bracket in the code from one
+/// in a string or a comment. The time is linear in the length of the text.
 class PythonScanner final
 {
 public:
@@ -51,8 +51,8 @@ private:
     qsizetype m_position = 0;
 };
 
-/// The brackets that are open at a place of the source. One that is not closed before the one
-/// around it has no partner, and a closing one that was not opened changes nothing.
+/// The brackets that are open at a place of the source. One that is still open when the one around
+/// it is closed has no partner, and a closing one without an opening one is ignored.
 class OpenBrackets final
 {
 public:
@@ -74,9 +74,9 @@ struct BracketPair
     std::optional<int> partner;
 };
 
-/// The bracket right before \p caret or else right behind it, and where the other one of its pair
-/// is. Nothing when there is no bracket in the code. The time is linear in the text, and constant
-/// where no bracket is beside the caret.
+/// The bracket directly before \p caret or else directly after it, and the position of the other
+/// one of its pair. Nothing when there is no bracket in the code. The time is linear in the text,
+/// and constant where no bracket is beside the caret.
 [[nodiscard]] std::optional<BracketPair> bracketAt(QStringView text, int caret);
 
 } // namespace Korvane

@@ -14,7 +14,8 @@ namespace Korvane {
 
 namespace {
 
-/// How many characters \p before and \p after share at their start and, behind that, at their end.
+/// The lengths of the common prefix of \p before and \p after and of the common suffix of what
+/// follows it.
 std::pair<qsizetype, qsizetype> sharedEnds(QStringView before, QStringView after)
 {
     const qsizetype shorter = std::min(before.size(), after.size());
@@ -27,8 +28,8 @@ std::pair<qsizetype, qsizetype> sharedEnds(QStringView before, QStringView after
     return {start, end};
 }
 
-/// Shows nothing. QTextDocument reports changes only while it has a layout, and its own would lay
-/// out texts that no editor shows.
+/// Lays out nothing. QTextDocument reports changes only while it has a layout, and its own would
+/// lay out texts that no editor shows.
 class NoLayout final : public QAbstractTextDocumentLayout
 {
 public:
@@ -58,7 +59,7 @@ PythonTextStorage::PythonTextStorage(const Theme &colors, QObject *parent)
     connect(this, &QTextDocument::contentsChange, this, &PythonTextStorage::follow);
     connect(this, &QTextDocument::undoCommandAdded, this, [this] { m_isNewUndoStep = true; });
     connect(this, &QTextDocument::contentsChanged, this, [this] {
-        m_coloredRevision = revision(); // an edit of nothing counts as well
+        m_coloredRevision = revision(); // which also an edit that changes nothing increases
         if (std::exchange(m_isEdited, false))
             emit edited();
     });
@@ -149,7 +150,7 @@ void PythonTextStorage::publishEdit(int from, QStringView before, QStringView af
                      undoSteps, !isNew);
 }
 
-/// Line ends as "\n", and nothing else changed, as it would be in `toPlainText`.
+/// The characters with "\n" line ends. Unlike `toPlainText`, keeps no-break spaces.
 QString PythonTextStorage::characters(int from, int count) const
 {
     if (from == 0 && count == characterCount() - 1)

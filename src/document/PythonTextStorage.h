@@ -50,8 +50,7 @@ public:
         return m_tokens[static_cast<size_t>(position)];
     }
     /// Sets the formats of the current colors on the layouts of \p count blocks from \p first on.
-    /// Layouts that have these formats already are not changed. Does nothing in the middle of an
-    /// edit.
+    /// Layouts that have these formats already are not changed. Does nothing during an edit.
     void showColors(const QTextBlock &first, int count);
 
 signals:

@@ -33,7 +33,7 @@ struct RecoveryCopy
 /// The folder below which each running program has a folder with its recovery files.
 namespace RecoveryFolder {
 
-/// Creates \p folder and closes it to other users (mode 0700), also when it exists.
+/// Creates \p folder unless it exists, and lets only its owner use it (mode 0700).
 void makePrivate(const QString &folder);
 /// The recovery files directly in \p folder, the latest first.
 [[nodiscard]] QFileInfoList copies(const QString &folder);
@@ -42,7 +42,7 @@ void makePrivate(const QString &folder);
 /// The lock file that a running program holds in its folder.
 [[nodiscard]] QString lockPath(const QString &folder);
 /// Moves the recovery files of programs that have ended from their folders into \p folder, and
-/// closes all of them to other users.
+/// lets only the owner read all of them (mode 0600).
 void adoptEnded(const QString &folder);
 
 } // namespace RecoveryFolder

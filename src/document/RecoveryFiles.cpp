@@ -136,7 +136,7 @@ void RecoveryFiles::keepClosing(const QUuid &id)
     const EditorFile *file = m_documents.file(id);
     if (!file || !isUnsaved(*file))
         return;
-    // Under a name of its own: the document may be closed again after it was opened from here.
+    // A new name: the document may be closed again after it was opened from this recovery file.
     const QString name = QUuid::createUuid().toString(QUuid::WithoutBraces);
     const QString path = RecoveryFolder::copyPath(m_session, name);
     QStringList replaced = m_kept.take(id);

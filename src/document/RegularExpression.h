@@ -12,9 +12,9 @@ struct URegularExpression;
 
 namespace Korvane {
 
-/// A regular expression as ICU has them, with "^" and "$" at the ends of lines and Python's
-/// spelling of named groups. ICU and not Qt's, because it ends after a given time whatever the
-/// expression.
+/// A regular expression in ICU's syntax. "^" and "$" match at the start and end of each line, and a
+/// named group may also be written as in Python, "(?P<name>…)". ICU is used because its searches,
+/// unlike those of QRegularExpression, have a time limit.
 class RegularExpression final
 {
 public:
@@ -32,10 +32,10 @@ public:
     /// Searches \p text, which must outlive the search, from its start. All calls of next() for it
     /// together take about \p limit at most.
     void search(QStringView text, std::chrono::milliseconds limit);
-    /// The next match that has characters; nothing behind the last. Fails when the time is over or
+    /// The next match that has characters; nothing after the last. Fails when the time is over or
     /// the expression needs too much memory.
     [[nodiscard]] Result<std::optional<Range>> next();
-    /// The part of the last match that the group matched; nothing when it took no part.
+    /// The part of the last match that the group matched; nothing when it did not participate.
     [[nodiscard]] std::optional<Range> group(int number) const;
 
     [[nodiscard]] int groupCount() const;

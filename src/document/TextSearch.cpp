@@ -12,7 +12,7 @@ namespace Korvane {
 
 namespace {
 
-/// Whether the words at both sides of \p position are one.
+/// Whether \p position is inside a word.
 bool isWithinWord(QStringView text, qsizetype position)
 {
     return position > 0 && position < text.size()
@@ -41,7 +41,7 @@ public:
         return m_search.matchesCase ? Qt::CaseSensitive : Qt::CaseInsensitive;
     }
 
-    /// Before the first match.
+    /// Must be called before next(). Fails for an invalid regular expression.
     [[nodiscard]] Result<void> begin()
     {
         if (!m_search.isRegularExpression || m_search.query.isEmpty())

@@ -4,13 +4,13 @@
 
 namespace Korvane {
 
-/// What Unicode's regular expressions call word characters, digits, white space and the edges of
-/// words (ICU's `\w`, `\d`, `\s` and `\b`). Positions count UTF-16 units; one that does not lie
-/// between two characters is not allowed. Half a surrogate pair is a character of no class.
+/// Word characters, digits, white space and word boundaries as Unicode defines them for regular
+/// expressions (ICU's `\w`, `\d`, `\s` and `\b`). Positions count UTF-16 units; one that does not
+/// lie between two characters is not allowed. Half a surrogate pair is a character of no class.
 class WordCharacters final
 {
 public:
-    /// The character at a position or before it: its value and how many units it takes.
+    /// The character at a position or before it: its value and its length in UTF-16 units.
     struct Character
     {
         char32_t value;
@@ -32,7 +32,7 @@ public:
     /// Whether the character before \p position is a word character. Characters that only modify
     /// the one before them (combining and format characters) are passed over.
     [[nodiscard]] static bool isWordBefore(QStringView text, qsizetype position);
-    /// Whether a word that ends before \p position is at its edge there.
+    /// Whether \p position, which follows a word character, is a word boundary.
     [[nodiscard]] static bool isWordEnd(QStringView text, qsizetype position);
 
     /// The first position from \p position on whose character is not of that class.
