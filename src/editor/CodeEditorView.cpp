@@ -117,7 +117,7 @@ void CodeEditorView::prepareStorage()
     m_storage->setColors(Theme::of(palette()));
 }
 
-/// Keeps caret and scroll position with the document.
+/// Stores caret and scroll position in the document and disconnects from it.
 void CodeEditorView::leaveDocument()
 {
     keepViewState();
@@ -179,7 +179,7 @@ void CodeEditorView::scrollTo(int line)
         verticalScrollBar()->setValue(block.firstLineNumber());
 }
 
-/// The first of them when the line is shown in pieces.
+/// The block of \p line; that of its first piece when it is shown in pieces.
 QTextBlock CodeEditorView::blockOf(int line) const
 {
     return m_storage->findBlockByNumber(m_file->longLines().shownLine(line) - 1);
@@ -255,8 +255,8 @@ std::pair<int, int> CodeEditorView::visibleRange() const
     return {first.position(), last.position() + last.length() - 1};
 }
 
-/// As many lines as fit if none is wrapped; at most a few lines below the viewport are colored
-/// without need.
+/// Colors as many lines as fit into the viewport if none is wrapped, so at most a few lines below
+/// it without need.
 void CodeEditorView::showColors()
 {
     const int rows = viewport()->height() / fontMetrics().lineSpacing();
@@ -371,7 +371,7 @@ void CodeEditorView::contextMenuEvent(QContextMenuEvent *event)
 
 QMimeData *CodeEditorView::createMimeDataFromSelection() const
 {
-    // QTextCursor::selectedText has blanks for no-break spaces.
+    // QTextCursor::selectedText replaces no-break spaces by spaces.
     const QTextCursor selection = textCursor();
     auto *copied = new QMimeData;
     copied->setText(m_file->content(selection.selectionStart(), selection.selectionEnd()));

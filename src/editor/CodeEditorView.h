@@ -37,7 +37,7 @@ public:
 
     explicit CodeEditorView(QWidget *parent = nullptr);
 
-    /// The one font of all code: the desktop's monospaced one.
+    /// The font of code unless another is chosen: the desktop's monospaced one.
     [[nodiscard]] static const QFont &codeFont();
 
     /// Shows \p file, or an empty document when it is null. Caret and scroll position of a document
@@ -54,15 +54,16 @@ public:
     [[nodiscard]] int lineCount() const;
     /// The line of the caret.
     [[nodiscard]] int currentLine() const;
-    /// Puts the caret at the start of \p line, or of the first or last line there is.
+    /// Puts the caret at the start of \p line, limited to the lines of the document.
     void goToLine(int line);
     /// Selects \p length characters from \p position on and shows them.
     void select(int position, int length);
     /// Applies \p edit as one step of the undo history.
     void apply(const TextEdit &edit);
+    /// From top to bottom.
     [[nodiscard]] QList<LineRows> visibleLines() const;
-    /// The part of the text that the viewport shows: the first character and the one behind the
-    /// last.
+    /// The part of the text that the viewport shows: the positions of the first character and of
+    /// the one after the last.
     [[nodiscard]] std::pair<int, int> visibleRange() const;
     [[nodiscard]] PythonTextStorage &storage() const { return *m_storage; }
 
@@ -74,12 +75,13 @@ public:
     /// The document that is shown; an empty one when there is none.
     [[nodiscard]] EditorFile &file() const { return *m_file; }
 
-    /// The blanks of a step of indentation, and the width of a tab character. At first 4.
+    /// The number of spaces of a step of indentation, which is also the width of a tab character;
+    /// 4 unless set.
     void setIndentWidth(int blanks);
     [[nodiscard]] const PythonIndentation &indentation() const { return m_indentation; }
-    /// Draws a line behind \p column characters, or none for 0.
+    /// Draws a line after \p column characters, or none for 0.
     void setLineLengthMark(int column);
-    /// Shows blanks and tabs as signs.
+    /// Shows spaces and tabs as symbols.
     void setBlanksShown(bool isShown);
 
 signals:
@@ -112,15 +114,15 @@ private:
     void layOut();
     void setCodeFont();
 
-    /// Shown until there is a document and when it is destroyed.
+    /// Shown while there is no document.
     EditorFile *m_noFile;
     EditorFile *m_file = nullptr;
     PythonTextStorage *m_storage = nullptr; // of m_file
-    QWidget *m_besideBar = nullptr;         // keeps the scroll bar out of the bar's rows
+    QWidget *m_besideBar = nullptr;         // spacer above the scroll bar, as high as m_bar
     LineNumberRulerView *m_ruler = nullptr;
     EditorCommands *m_commands;
     EditorMarks *m_marks = nullptr;
-    EditorBar *m_bar = nullptr; // the one on show
+    EditorBar *m_bar = nullptr; // the one that is shown; null without one
     bool m_areBlanksShown = false;
     PythonIndentation m_indentation;
     bool m_isPlacingCaret = false;

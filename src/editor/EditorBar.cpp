@@ -97,7 +97,7 @@ void EditorBar::keyPressEvent(QKeyEvent *event)
     if (event->key() == Qt::Key_Escape)
         emit closeRequested();
     else
-        event->accept(); // keys typed here don't reach the text
+        event->accept(); // not passed on to the editor
 }
 
 void EditorBar::paintEvent(QPaintEvent *event)

@@ -9,20 +9,20 @@ class QToolButton;
 
 namespace Korvane {
 
-/// A bar of controls above the text, with a field first. Escape and its button at the right ask to
-/// close it. A click on anything in it puts the focus into the field. Tab cycles through its
-/// controls, because the editor keeps Tab for the text.
+/// A bar of controls above the text, with a field first. Escape and the button at the right emit
+/// closeRequested. A click on anything in it puts the focus into the field. Tab cycles through its
+/// controls, since in the editor it inserts spaces.
 class EditorBar : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// \p name says what the bar is for.
+    /// \p name is the accessible name, and is shown in the tooltip of the close button.
     EditorBar(const QString &name, QWidget *parent);
 
     /// Puts the focus into the field and selects what is there.
     void takeFocus();
-    /// The height that the bar needs in \p width.
+    /// The height that the bar needs in \p width, in pixels.
     [[nodiscard]] virtual int fitTo(int width);
 
 signals:
@@ -35,11 +35,11 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
     [[nodiscard]] QLineEdit *field() const { return m_field; }
-    /// The rows of the bar; the first has the controls and the button that closes.
+    /// The rows of the bar; the first has the controls and the close button.
     [[nodiscard]] QVBoxLayout *rows() const { return m_rows; }
-    /// Where controls go, from the left, ahead of the button that closes.
+    /// The layout for controls, to the left of the close button.
     [[nodiscard]] QHBoxLayout *controls() const { return m_controls; }
-    /// A flat button whose whole meaning is in its tooltip, which is read out as well.
+    /// Returns a flat button of this bar. \p toolTip is also its accessible name.
     QToolButton *makeButton(const QString &sign, const QString &toolTip);
 
 private:

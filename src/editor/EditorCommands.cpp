@@ -68,8 +68,8 @@ QAction *EditorCommands::add(Command command, const QString &text, const QKeySeq
 {
     auto *action = new QAction(text, this);
     action->setShortcut(key);
-    // What applies to the caret needs the focus in the text: in a bar above it, the same keys edit
-    // the field.
+    // Commands at the caret apply only while the text has the focus: in a bar above it, the same
+    // keys edit the field.
     if (command >= ToggleBreakpoint)
         action->setShortcutContext(Qt::WidgetShortcut);
     m_view.addAction(action);
@@ -128,8 +128,8 @@ bool EditorCommands::handleKey(const QKeyEvent &event)
     }
 }
 
-/// A line end and the indentation behind it in place of the selection. Blanks behind the caret
-/// would add to the indentation, except when they belong to it.
+/// Replaces the selection by a line end and the indentation of the new line. Spaces after the caret
+/// would add to that indentation and are removed, unless the caret is within the indentation.
 void EditorCommands::beginLine()
 {
     const QString &text = m_view.text();

@@ -17,8 +17,8 @@ class GoToLineBar;
 class LineCommands;
 struct TextEdit;
 
-/// What the editor does beyond typing: one QAction for each command, for menus, and the keys that
-/// indent. Each command that edits is one step of the undo history.
+/// The commands of the editor: one QAction for each, for menus, and the keys that indent. Each
+/// command that edits is one step of the undo history.
 class EditorCommands final : public QObject
 {
     Q_OBJECT
@@ -49,8 +49,8 @@ public:
     EditorCommands(CodeEditorView &view, EditorSearch &search);
 
     [[nodiscard]] QAction *operator[](Command command) const { return m_actions[command]; }
-    /// Does what the keys Return, Backspace, Tab and Shift+Tab do in code. False for another key,
-    /// which the text edit handles.
+    /// Handles Return, Backspace, Tab and Shift+Tab. False when the event is to be handled by the
+    /// text edit.
     bool handleKey(const QKeyEvent &event);
 
 private:

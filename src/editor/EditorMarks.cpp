@@ -45,7 +45,7 @@ void EditorMarks::findBrackets()
     const QTextCursor caret = m_view.textCursor();
     const Place place{m_view.document(), m_view.document()->revision(),
                       caret.hasSelection() ? -1 : caret.position()};
-    // A key moves the caret and changes the text, which is scanned once for both.
+    // A key press changes the text and moves the caret; the text is scanned once for both signals.
     if (place == m_searched)
         return;
     m_searched = place;

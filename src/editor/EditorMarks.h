@@ -12,8 +12,8 @@ namespace Korvane {
 
 class CodeEditorView;
 
-/// What is drawn behind the characters of the editor: the line of the caret, the pair of brackets
-/// beside the caret, and a line behind a number of columns.
+/// Draws the background of the editor's text: the line of the caret, the pair of brackets at the
+/// caret, and a line after a number of columns.
 class EditorMarks final : public QObject
 {
     Q_OBJECT
@@ -22,12 +22,12 @@ public:
     /// Child of \p view.
     explicit EditorMarks(CodeEditorView &view);
 
-    /// Draws a line behind \p column characters, or none for 0.
+    /// Draws a line after \p column characters, or none for 0.
     void setLineLength(int column);
-    /// Before the text is painted.
+    /// Paints into the viewport; must be called before the text is painted.
     void paint(const QPaintEvent &event) const;
 
-    /// The brackets that are marked now.
+    /// The brackets that are marked now; nothing when none is at the caret.
     [[nodiscard]] const std::optional<BracketPair> &brackets() const { return m_brackets; }
 
 private:

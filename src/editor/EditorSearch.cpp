@@ -16,10 +16,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Counting again in a long text takes longer than a key may.
+/// In a long text, counting at each key press would delay typing.
 constexpr auto recountDelay = 100ms;
 
-/// More than a screen holds; only in a line that is many screens long there may be more.
+/// More than a screen shows, unless a line is many screens long.
 constexpr qsizetype mostShown = 2000;
 
 } // namespace
@@ -145,8 +145,7 @@ void EditorSearch::replace()
         findNext();
 }
 
-/// Replaces what is found in \p range; false, and the reason is in the bar, when that can't be
-/// done.
+/// Replaces the matches in \p range. On failure, shows the reason in the bar and returns false.
 bool EditorSearch::replaceIn(const TextSelection &range)
 {
     const auto edit = m_search.replace(m_view.textWithPieceEnds(), range.start(), range.end(),
@@ -170,7 +169,7 @@ void EditorSearch::replaceAll()
     m_bar->showReplaced(count);
 }
 
-/// Searches only in what is selected now, or in everything again.
+/// Limits the search to the current selection, or removes the limit.
 void EditorSearch::setInSelection(bool isInSelection)
 {
     const QTextCursor selected = m_view.textCursor();
@@ -267,7 +266,7 @@ void EditorSearch::showCount()
                      static_cast<qsizetype>(m_found.size()));
 }
 
-/// Puts a color behind the places that are in view.
+/// Marks the matches that are in view with a background color.
 void EditorSearch::showFound()
 {
     QList<QTextEdit::ExtraSelection> shown;

@@ -13,21 +13,23 @@ namespace Korvane {
 class CodeEditorView;
 class FindBar;
 
-/// Finds text in the editor: owns the find bar and the list of all places where the document that
-/// is shown has what is looked for.
+/// Finds text in the editor: creates the find bar, and has the list of all matches in the document
+/// that is shown.
 class EditorSearch final : public QObject
 {
     Q_OBJECT
 
 public:
+    /// Child of \p view.
     explicit EditorSearch(CodeEditorView &view);
 
     /// Shows the bar with the selected text, if that is part of one line.
     void open();
-    /// The same with the row that replaces. Only in the selection, if that has several lines.
+    /// The same with the row for replacing. A selection of several lines becomes the range that is
+    /// searched.
     void openReplace();
-    /// Select the next or previous place from the caret on, and begin again at the other end of the
-    /// text; without a query they open the bar.
+    /// Select the next or the previous match from the caret on, and continue at the other end of
+    /// the text. Without a query they open the bar.
     void findNext();
     void findPrevious();
 
@@ -35,7 +37,7 @@ private:
     enum class Direction { Forward, Backward };
     using Places = std::vector<TextSearch::Match>;
 
-    /// Made at the first call: at start-up its field would load a font that nothing else uses.
+    /// Created by the first call: at start-up its field would load a font that nothing else uses.
     [[nodiscard]] FindBar &bar();
     [[nodiscard]] bool isOpen() const;
     void show(bool withReplace);
@@ -56,7 +58,7 @@ private:
     [[nodiscard]] Places::const_iterator firstFrom(int position) const;
 
     CodeEditorView &m_view;
-    FindBar *m_bar = nullptr; // made when it is needed first, see bar()
+    FindBar *m_bar = nullptr; // created by bar()
     QTimer m_delay;
     TextSearch m_search;
     Places m_found;
@@ -65,7 +67,7 @@ private:
     QTextCursor m_scopeStart;
     QTextCursor m_scopeEnd;
     bool m_isStale = true;
-    /// Where the caret was when the user began to type: each key in the query searches from there.
+    /// Where the caret was when the user began to type: each change of the query searches from it.
     int m_origin = 0;
     bool m_isSelecting = false;
     bool m_isReplacedShown = false; // in place of the count

@@ -176,7 +176,7 @@ void FindBar::showEvent(QShowEvent *event)
     // A long fault is cut, and is in the tool tip; it must not widen the window.
     m_count->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     EditorBar::showEvent(event);
-    // From field to field first.
+    // Tab moves from one field to the other before the buttons.
     setTabOrder(field(), m_replacement);
     setTabOrder(m_replacement, findChild<QToolButton *>());
 }

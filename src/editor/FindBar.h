@@ -8,8 +8,9 @@ class QToolButton;
 
 namespace Korvane {
 
-/// What to find, how much of it was found, and what replaces it. Return and Shift+Return in the
-/// first field ask for the next and the previous place, Return in the second one replaces.
+/// The bar for finding and replacing: the query and its options, the number of matches, and the
+/// replacement. Return and Shift+Return in the field of the query request the next and the previous
+/// match, Return in that of the replacement requests to replace.
 class FindBar final : public EditorBar
 {
     Q_OBJECT
@@ -23,17 +24,18 @@ public:
     void setReplaceShown(bool isShown);
     void setInSelection(bool isInSelection);
 
-    /// \p current counts from 1 and is 0 when none of those found is selected.
+    /// Shows the number of matches. \p current counts from 1 and is 0 when no match is selected.
     void showCount(qsizetype current, qsizetype total);
-    /// In place of the count, until that changes.
+    /// Shows the number of replaced matches until showCount() or showFault() is called.
     void showReplaced(qsizetype count);
+    /// Shows \p fault of the query or the replacement in place of the count.
     void showFault(const QString &fault);
 
     [[nodiscard]] int fitTo(int width) override;
 
 signals:
     void searchChanged();
-    /// The user turns it on or off.
+    /// The user has turned the limit to the selection on or off.
     void inSelectionRequested(bool isInSelection);
     void nextRequested();
     void previousRequested();

@@ -14,7 +14,7 @@ class GoToLineBar final : public EditorBar
 public:
     explicit GoToLineBar(QWidget *parent);
 
-    /// Proposes \p line of a text that has \p lineCount.
+    /// Enters \p line into the field, and shows \p lineCount beside it.
     void setLine(int line, int lineCount);
 
 signals:

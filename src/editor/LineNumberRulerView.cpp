@@ -17,7 +17,7 @@ namespace Korvane {
 
 namespace {
 
-/// A number's size beside the code's: 11 pixels beside the 13 of the standard font.
+/// The size of the numbers relative to that of the code: 11 pixels for 13.
 constexpr double numberSize = 11.0 / 13.0;
 
 QString listed(const QSet<int> &lines)
@@ -73,7 +73,7 @@ void LineNumberRulerView::setPausedLine(std::optional<int> line)
 int LineNumberRulerView::thickness() const
 {
     const int lineCount = m_textView->lineCount();
-    // Without a look at the font, which would be loaded at the start for it.
+    // Without measuring text, which would load the font at the start.
     const bool isStandard =
         m_textView->font().pixelSize() <= CodeEditorView::codeFont().pixelSize();
     if (lineCount < 100 && isStandard)
@@ -124,7 +124,7 @@ void LineNumberRulerView::paintEvent(QPaintEvent *event)
 
 void LineNumberRulerView::mousePressEvent(QMouseEvent *event)
 {
-    event->accept(); // the text must not get it
+    event->accept(); // not passed on to the editor
     if (event->button() != Qt::LeftButton)
         return;
     for (const CodeEditorView::LineRows &row : m_textView->visibleLines()) {

@@ -12,8 +12,8 @@ namespace Korvane {
 class CodeEditorView;
 
 /// The gutter on the left of the editor: line numbers, breakpoints, and the line at which a debug
-/// run is paused. A click anywhere in the rows of a line asks to toggle its breakpoint. Lines are
-/// those of the source, 1-based; one that is wrapped has its number and its dot on its first row.
+/// run is paused. A click anywhere in the rows of a line calls onToggleBreakpoint. Lines are those
+/// of the source, 1-based; one that is wrapped has its number and its dot on its first row.
 ///
 /// All measures are logical pixels.
 class LineNumberRulerView final : public QWidget

@@ -25,7 +25,7 @@ PythonTextLayout::PythonTextLayout(PythonTextStorage &storage)
 
 void PythonTextLayout::attachTo(PythonTextStorage &storage)
 {
-    // Asking the storage itself would make it a layout of another kind.
+    // A layout is a child of its document.
     if (!storage.findChild<PythonTextLayout *>(QString(), Qt::FindDirectChildrenOnly))
         storage.setDocumentLayout(new PythonTextLayout(storage));
 }

@@ -27,7 +27,7 @@ public:
     {
         QFont font;
         QTextOption::WrapMode wrapMode;
-        int tabWidth; // in blanks
+        int tabWidth; // in spaces
         bool areBlanksShown;
     };
 
