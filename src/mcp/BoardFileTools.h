@@ -26,9 +26,10 @@ public:
 
     [[nodiscard]] Answer list(ToolArguments arguments, CallStop stop);
     [[nodiscard]] Answer read(ToolArguments arguments, CallStop stop);
-    /// After the user's confirmation, unless the user chose writing without asking.
+    /// Writes the file after the user's confirmation, or without a question while
+    /// Preferences::WriteWithoutAsking is on.
     [[nodiscard]] Answer write(ToolArguments arguments, CallStop stop);
-    /// As `write`.
+    /// Deletes a file or an empty folder, after the same confirmation.
     [[nodiscard]] Answer remove(ToolArguments arguments, CallStop stop);
 
 private:

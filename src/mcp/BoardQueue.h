@@ -23,15 +23,15 @@ class BoardQueue final : public QObject
     Q_OBJECT
 
 public:
-    /// The permission to work on the board. Ends with the last copy.
+    /// The permission to use the board. Destroying the last copy releases it.
     using Turn = std::shared_ptr<const void>;
 
     /// \p link must outlive this.
     explicit BoardQueue(DeviceLink &link);
 
     /// Waits in the queue. Fails with `canceled` when \p stop drops the call first, with
-    /// `boardReplaced` when the board was connected anew meanwhile, and with `closed` when this
-    /// object is destroyed. Does not suspend while nothing is waiting and the link is free.
+    /// `boardReplaced` when the board was reconnected or replaced meanwhile, and with `closed` when
+    /// this object is destroyed. Does not suspend while nothing is waiting and the link is free.
     [[nodiscard]] QCoro::Task<Result<Turn>> turn(CallStop stop);
 
     /// Whether a call could start at once.

@@ -14,7 +14,7 @@ namespace {
 constexpr int readsPerTurn = 4;
 constexpr qsizetype keptCapacityBytes = qsizetype{64} * 1024;
 
-// What an unanswered request counts beyond its body: about its head and the map of its headers.
+// Counted for an unanswered request beside its body: about its head and the map of its headers.
 constexpr qsizetype requestCostBytes = 1024;
 
 } // namespace
@@ -45,7 +45,7 @@ HTTPConnection::Outcome HTTPConnection::receive(std::span<char> scratch, bool ha
             return Outcome::Closed;
         if (m_isLeaving)
             continue;
-        // An authorized connection may have been idle for long: its time begins with the request.
+        // An authorized connection may have been idle for long: its time-out begins now.
         if (isAuthorized() && !isInsideRequest())
             m_lastActivity = std::chrono::steady_clock::now();
         m_parser.append(QByteArrayView(scratch.data(), count));

@@ -28,7 +28,7 @@ struct HTTPLoad
     }
 };
 
-/// One accepted connection: cuts the requests out of the bytes received and sends the responses.
+/// One accepted connection: parses the requests from the bytes received and sends the responses.
 /// Used on the server's thread only, which reports what the socket is ready for.
 ///
 /// A client that sends many requests, or reads responses slowly, delays only itself: beyond the
@@ -105,7 +105,7 @@ private:
     qsizetype m_unanswered = 0;
     qsizetype m_unansweredBytes = 0;
     QByteArray m_unsent;
-    qsizetype m_sent = 0; // of the front of m_unsent
+    qsizetype m_sent = 0; // how many bytes of m_unsent were sent
     bool m_isLeaving = false;
     std::chrono::steady_clock::time_point m_lastActivity = std::chrono::steady_clock::now();
 };

@@ -9,7 +9,7 @@
 
 namespace Korvane {
 
-/// The response to one request, on its way to the server's thread.
+/// The response to one request, as posted to the server's thread.
 struct HTTPDelivery
 {
     quint64 connection = 0;
@@ -24,7 +24,7 @@ class HTTPReply final
 public:
     using Mailbox = Korvane::Mailbox<HTTPDelivery>;
 
-    /// \p requestBytes is what the request counts while it is unanswered.
+    /// \p requestBytes is what the request adds to HTTPLoad::bytes while it is unanswered.
     HTTPReply(std::shared_ptr<Mailbox> mailbox, quint64 connection, qsizetype requestBytes);
     HTTPReply(HTTPReply &&) noexcept = default;
     HTTPReply &operator=(HTTPReply &&) noexcept = default;

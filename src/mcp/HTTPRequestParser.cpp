@@ -12,7 +12,7 @@ namespace Korvane {
 namespace {
 
 constexpr std::string_view headEnd = "\r\n\r\n";
-// A buffer that grew beyond this is given back when it is empty.
+// The memory of a larger buffer is released when it is empty.
 constexpr qsizetype keptCapacityBytes = qsizetype{64} * 1024;
 
 bool isAscii(QByteArrayView bytes)
@@ -54,7 +54,7 @@ std::string_view takeToken(std::string_view &line)
     return token;
 }
 
-/// What a length header says: 0 for what is no number, -1 for what cannot be obeyed.
+/// The value of a Content-Length header: 0 when it is not a number, -1 when it is out of bounds.
 qsizetype bodyLength(std::string_view value)
 {
     if (value.starts_with('+')) {
@@ -107,7 +107,7 @@ std::optional<HTTPRequest> HTTPRequestParser::next()
 bool HTTPRequestParser::readHead()
 {
     const auto rest = QByteArrayView(m_buffer).sliced(m_start);
-    // The end must begin within the bound, so there is no need to look further.
+    // The end must begin within the bound, so the rest is not searched.
     const auto searchable = std::string_view(
         rest.data(), size_t(std::min(rest.size(), maxHeadBytes + qsizetype(headEnd.size()))));
     const auto end = searchable.find(headEnd, size_t(m_searched));

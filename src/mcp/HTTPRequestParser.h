@@ -9,7 +9,7 @@
 
 namespace Korvane {
 
-/// Cuts requests out of the bytes of one connection, however these are split. The cost is linear in
+/// Parses requests from the bytes of one connection, however these are split. The time is linear in
 /// the bytes, and no more memory is used than for the bytes received. See
 /// docs/formats/http-and-json-rpc.md.
 class HTTPRequestParser final
@@ -25,6 +25,7 @@ public:
     /// returned with an empty one. Without a check all bodies are kept.
     explicit HTTPRequestParser(HeadCheck isAuthorized = {});
 
+    /// Adds received bytes; ignores them once isRefusing() returns true.
     void append(QByteArrayView bytes);
 
     /// The next complete request; nothing when more bytes are needed.
@@ -49,9 +50,9 @@ private:
     HeadCheck m_isAuthorized;
     bool m_hasSeenAuthorized = false;
     QByteArray m_buffer;      // from m_start: what has not been consumed; empty during a body
-    qsizetype m_start = 0;    // of the consumed bytes at the front of m_buffer
+    qsizetype m_start = 0;    // number of consumed bytes at the front of m_buffer
     qsizetype m_searched = 0; // from m_start: no end of a head begins before this
-    bool m_hasHead = false;   // m_request waits for its body
+    bool m_hasHead = false;   // m_request has its head; its body may be incomplete
     bool m_isBodyKept = true;
     qsizetype m_bodyLeft = 0;
     HTTPRequest m_request;

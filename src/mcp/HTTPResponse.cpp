@@ -46,8 +46,8 @@ void append(QByteArray &wire, qint64 number)
 
 void HTTPResponse::appendTo(QByteArray &wire) const
 {
-    // Most answers fit: one allocation instead of several. To reserve more behind what is there
-    // already would copy that each time.
+    // Most responses fit: one allocation instead of several. Reserving for each further response
+    // would copy those before it each time.
     if (wire.isEmpty())
         wire.reserve(256 + body.size());
 
@@ -57,7 +57,7 @@ void HTTPResponse::appendTo(QByteArray &wire) const
     append(wire, reasonPhrase(status));
     append(wire, "\r\n");
 
-    // Each of the two is inserted in front of the first given header that sorts behind it.
+    // Each of the two is inserted before the first given header that sorts after it.
     bool isConnectionWritten = false;
     bool isLengthWritten = false;
     const auto writeOwnBefore = [&](const QByteArray *name) {

@@ -6,7 +6,7 @@
 
 namespace Korvane {
 
-/// One answer, without the headers that every answer has; writing adds those.
+/// One response without the headers that every response has, which `appendTo` adds.
 struct HTTPResponse
 {
     int status = 200;
@@ -14,7 +14,7 @@ struct HTTPResponse
     std::map<QByteArray, QByteArray> headers = {};
     QByteArray body = {};
 
-    /// Appends the whole answer as it is sent: headers in the byte order of their names, with
+    /// Appends the whole response as it is sent: headers in the byte order of their names, with
     /// `Content-Length` and `Connection` in place of given ones.
     void appendTo(QByteArray &wire) const;
 };

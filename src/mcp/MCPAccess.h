@@ -4,8 +4,8 @@
 
 namespace Korvane {
 
-/// Checks whether a request may use the endpoint: it must name its path and carry the token. A
-/// value, to be used on any thread.
+/// Checks whether a request may use the endpoint: it must be for its path and contain the token. A
+/// value that can be used on any thread.
 class MCPAccess final
 {
 public:

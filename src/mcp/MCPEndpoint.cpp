@@ -13,7 +13,7 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
-// What a call or a cancellation in a batch counts, about its size in memory without its arguments.
+// Counted for a call or a cancellation of a batch: about its size in memory without arguments.
 constexpr qsizetype stepCostBytes = 256;
 
 HTTPResponse plainText(int status, const QByteArray &text)
@@ -49,7 +49,7 @@ MCPEndpoint::Answer MCPEndpoint::answer(const HTTPRequest &request) const
         return HTTPResponse{405};
 
     ToolRequest work;
-    QByteArray replies; // behind the last step
+    QByteArray replies; // after the last step
     qsizetype bytes = 0;
     const auto addStep = [&](ToolRequest::Step step) {
         if (!replies.isEmpty())

@@ -46,6 +46,7 @@ public:
     /// \p toolDefinitions is a JSON array.
     MCPEndpoint(MCPAccess access, const QByteArray &toolDefinitions);
 
+    /// The response, or what the main thread must do for it.
     [[nodiscard]] Answer answer(const HTTPRequest &request) const;
 
     /// The response to a POST with these replies, separated by commas; 202 when there are none.

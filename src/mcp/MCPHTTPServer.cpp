@@ -34,7 +34,7 @@ constexpr int acceptsPerTurn = 64;
 constexpr rlim_t reservedDescriptors = 128;
 // How long a refused client may continue to send before its connection is closed.
 constexpr auto leavingTime = 1s;
-// Descriptors may also be freed elsewhere in the program.
+// How long no connection is accepted after descriptors or memory ran out.
 constexpr auto listenAgainTime = 100ms;
 
 Error systemError(int code)
@@ -252,7 +252,7 @@ void MCPHTTPServer::serve(quint64 id, unsigned events)
 {
     const auto found = m_clients.find(id);
     if (found == m_clients.end())
-        return; // closed by what happened before in this turn
+        return; // closed by an earlier event of this turn
     Client &client = *found->second;
     const bool isBroken = events & (EPOLLHUP | EPOLLERR);
 
@@ -331,7 +331,7 @@ void MCPHTTPServer::settle(quint64 id, Client &client, HTTPConnection::Outcome o
 }
 
 /// When to close a connection that does nothing until then; nothing when it may stay open. Clients
-/// with the token may keep a connection between requests as long as they like.
+/// with the token may keep a connection between requests for any time.
 std::optional<MCPHTTPServer::Clock::time_point> MCPHTTPServer::closingTime(
     const Client &client) const
 {

@@ -17,13 +17,13 @@ namespace Korvane {
 /// A small HTTP/1.1 server on the loopback interface with a thread of its own, "mcp.http.server".
 /// It keeps connections alive and hands every complete request to one handler.
 ///
-/// One thread owns the server object; everything about sockets happens on the server's thread. A
-/// new object is made for every start.
+/// One thread owns the server object; connections are accepted, read and written on the server's
+/// thread. A new object is created for every start.
 class MCPHTTPServer final
 {
 public:
-    /// When there are so many, the one that has been idle longest is closed for a new one, those
-    /// without an authorized request first. The new one is closed when all have calls waiting.
+    /// Beyond this number, a new connection closes the one that has been idle longest, those
+    /// without an authorized request first. The new one is closed when all others wait for answers.
     static constexpr size_t maxConnections = 256;
 
     /// Called on the server's thread; must not block. It returns the response, or keeps the
@@ -105,9 +105,9 @@ private:
     std::unordered_map<quint64, std::unique_ptr<Client>> m_clients;
     quint64 m_nextId;
     HTTPLoad m_load;
-    std::deque<quint64> m_heldBack; // wait for the load to shrink, in order
+    std::deque<quint64> m_heldBack; // wait until the load is lower, in order
     std::vector<quint64> m_marked;  // have something to send
-    /// When to look at which connection again.
+    /// When to check which connection for its time-out.
     std::priority_queue<Check, std::vector<Check>, std::greater<>> m_checks;
     Clock::time_point m_listenAgain; // when m_isListeningPaused
     bool m_isListeningPaused = false;

@@ -51,7 +51,7 @@ public:
     /// Stops without a Shell line.
     ~MCPServer() override;
 
-    /// Stores nothing: the preferences have the port. A running server listens there at once.
+    /// Does not store the port, which the preferences do. A running server is restarted with it.
     void setPort(quint16 port);
     /// Makes and stores another token; calls with the old one are refused at once.
     void renewToken();

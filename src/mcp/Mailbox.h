@@ -15,7 +15,7 @@ namespace Korvane {
 /// an empty mailbox wakes the receiver; it then takes everything that has arrived meanwhile. The
 /// senders bound how much may be in it.
 ///
-/// An eventfd rather than posted events, because ThreadSanitizer can follow it.
+/// An eventfd rather than posted events, because ThreadSanitizer detects its synchronization.
 template <typename T> class Mailbox final
 {
 public:
@@ -26,7 +26,7 @@ public:
     Mailbox(const Mailbox &) = delete;
     Mailbox &operator=(const Mailbox &) = delete;
 
-    /// Any thread. Returns false after `close`, and leaves \p value alone.
+    /// Any thread. Returns false after `close`, and does not change \p value.
     [[nodiscard]] bool post(T &&value)
     {
         bool isFirst = false;
@@ -37,7 +37,7 @@ public:
             isFirst = m_posted.empty();
             m_posted.push_back(std::move(value));
         }
-        // Not under the lock, which the woken receiver takes at once.
+        // Not under the lock, which the woken receiver acquires at once.
         if (isFirst)
             wake();
         return true;
@@ -87,7 +87,7 @@ public:
 
 private:
     const FileDescriptor m_wake;
-    std::deque<T> m_taken; // the receiver's own
+    std::deque<T> m_taken; // used by the receiving thread only
 
     std::mutex m_mutex;
     std::deque<T> m_posted;

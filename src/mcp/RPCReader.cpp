@@ -20,7 +20,7 @@ QString decoded(const std::string &utf8)
     return Utf8::decodeLossy(QByteArrayView(utf8.data(), qsizetype(utf8.size())));
 }
 
-/// The library reads and writes numbers with the decimal point of the locale in force.
+/// nlohmann::json reads and writes numbers with the decimal point of the current locale.
 class PlainLocale final
 {
 public:
@@ -37,7 +37,7 @@ private:
     locale_t m_before;
 };
 
-/// The library's SAX interface: one call for each token.
+/// Implements the SAX interface of nlohmann::json: one call for each token.
 class MessageReader final
 {
 public:
@@ -286,7 +286,7 @@ void MessageReader::copy(QByteArrayView text)
 
 RPCBody readMessages(QByteArrayView json, const std::function<void(RPCMessage)> &take)
 {
-    // The library skips a byte-order mark and takes NUL for the end of the text.
+    // nlohmann::json skips a byte-order mark and treats NUL as the end of the text.
     if (json.startsWith("\xef\xbb\xbf") || json.contains('\0'))
         return RPCBody::NotJSON;
     const PlainLocale plain;

@@ -15,7 +15,7 @@ enum class RPCBody {
 };
 
 /// Reads \p json and calls \p take for each message, in order. Messages are reported before the
-/// text behind them has been read: drop them when the result is `NotJSON` or `Invalid`.
+/// text after them has been read: drop them when the result is `NotJSON` or `Invalid`.
 ///
 /// The text must be UTF-8 without a byte-order mark and without NUL, strict JSON, with all numbers
 /// in the range of a double. Nesting needs memory, but no stack. Of members with the same name the

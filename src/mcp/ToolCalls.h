@@ -21,7 +21,7 @@ public:
     ToolCalls(ToolSet &tools, const QObject *state);
 
     /// Suspends while a tool works. The calls of a batch run one after the other. When this object
-    /// is destroyed before the end, the response is a 404 at once.
+    /// is destroyed before the end, the response is a 404 as soon as the tool's call has ended.
     [[nodiscard]] QCoro::Task<HTTPResponse> run(ToolRequest request, quint64 connection);
 
     /// Ends the calls of \p connection that have not begun on the board; the others continue.

@@ -46,8 +46,7 @@ class ToolSet
 public:
     virtual ~ToolSet() = default;
 
-    /// The definitions of all tools: a JSON array in UTF-8, its objects' keys sorted. Asked for
-    /// once.
+    /// The definitions of all tools: a JSON array in UTF-8, its objects' keys sorted.
     [[nodiscard]] virtual QByteArray definitions() const = 0;
 
     /// The text with which the tool answers, or why it failed. Several calls may be under way at

@@ -16,8 +16,8 @@ inline const QString codeKey = QStringLiteral("code");
 /// The line that shows a call in the Shell: the tool, and those of its arguments that are names or
 /// paths.
 [[nodiscard]] QString logLine(const QString &tool, const ToolArguments &arguments);
-/// Fails when an argument that names something is longer than any name: its layout in a question or
-/// a tab would take seconds.
+/// Fails when an argument that is a name or a path has more than 1,024 characters: laying it out in
+/// a question or a tab would take seconds.
 [[nodiscard]] Result<void> checkNames(const ToolArguments &arguments);
 /// The text argument \p key, or an error that names it when it is missing. Only the content of a
 /// file may be empty.
