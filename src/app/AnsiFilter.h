@@ -18,7 +18,7 @@ public:
 
     /// The text that \p chunk adds; empty when all of it is held back or removed.
     [[nodiscard]] QString feed(const QString &chunk);
-    /// Returns what is held back, as at the end of the text, and forgets it.
+    /// Returns what is held back, as at the end of the text, and resets the filter.
     [[nodiscard]] QString finish();
     /// The same in the middle of the text: a "\n" at the start of the next chunk still belongs to a
     /// "\r" that is returned here.
@@ -28,7 +28,8 @@ public:
     void dropLineEnd();
 
 private:
-    /// Whether a "\r" directly before m_escapeStart was returned or dropped.
+    /// The "\r" directly before m_escapeStart: none, held back, or already returned or dropped, so
+    /// that a "\n" after it belongs to it.
     enum class LineEnd { None, Waits, Settled };
 
     QString m_escapeStart;

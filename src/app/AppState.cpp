@@ -12,8 +12,8 @@ namespace Korvane {
 
 namespace {
 
-/// What to write for \p command to a board that waits at its prompt. That executes at each CR and
-/// drops each LF, so several lines would become one; its paste mode takes them as they are.
+/// The bytes that run \p command on a board at its prompt. The REPL executes at each CR and ignores
+/// LF, so several lines are sent in its paste mode.
 QByteArray forPrompt(QString command)
 {
     if (!command.contains(u'\n'))
@@ -22,7 +22,7 @@ QByteArray forPrompt(QString command)
     return '\x05' + command.toUtf8() + "\r\x04";
 }
 
-// The limit of the Shell is a number of megabytes, of text that is mostly ASCII.
+// The limit of the Shell is set in megabytes. Most of its text is ASCII: a byte per character.
 constexpr qsizetype charactersPerUnit = 1'000'000;
 
 } // namespace
@@ -92,7 +92,7 @@ QCoro::Task<void> AppState::runPiece(QString code, int firstLine)
         co_return;
     }
     noteRun(selected->id());
-    // Empty lines in front, so that tracebacks have the lines of the document.
+    // Empty lines before it, so that tracebacks have the line numbers of the document.
     const QString source = QString(firstLine - 1, u'\n') + code;
     m_shell.appendInfo(QStringLiteral("▶ Running lines %1 to %2 of %3…")
                            .arg(firstLine)
@@ -283,7 +283,7 @@ void AppState::wireBoard()
     connect(&m_link, &DeviceLink::ended, &m_wiring, [this] { m_debugSession.reset(); });
     connect(&m_programRun, &ProgramRun::replyWhole, &m_wiring, [this] {
         m_shell.flushOutput();
-        // Also takes the board out of the raw REPL, where the Shell would get no answer.
+        // Also leaves the raw REPL, in which input of the Shell would not be answered.
         m_errors.reportFailureOf(m_variablesStore.refreshVariables());
     });
     connect(&m_programRun, &ProgramRun::gaveUp, &m_wiring, [this] { setRunning(false); });
@@ -370,7 +370,7 @@ QCoro::Task<void> AppState::runLocally(QString name, QString source, QString pat
         co_return;
     finishLocally(result);
     m_shell.appendInfo(QStringLiteral("▶ Done."));
-    // After a Stop the next run may wait for the end of this one, which is not its own.
+    // After stopRun() the next run may already be waiting for the end of this one.
     if (run == m_lastLocalRun)
         setRunning(false);
 }

@@ -67,12 +67,12 @@ public:
         UserPrompts &prompts;
         QStringList interpreters = PythonRunner::defaultInterpreters();
         SerialPortManager::Roots serialRoots = {};
-        /// Where the history of the Shell's input is kept; empty for nowhere.
+        /// The file of the history of the Shell's input; empty to keep none.
         QString historyPath = {};
         /// As for VirtualBoardProcess.
         QString virtualBoardFolder = VirtualBoardProcess::defaultFolder();
-        /// Makes the server for the assistant, which borrows the AppState. Without it there is
-        /// none.
+        /// Creates the server for the assistant, which borrows the AppState. Without it no server
+        /// is created.
         std::function<std::unique_ptr<AssistantServer>(AppState &)> makeServer = {};
     };
 
@@ -108,7 +108,7 @@ public:
     [[nodiscard]] ProgramRun &programRun() { return m_programRun; }
     [[nodiscard]] DebugSession &debugSession() { return m_debugSession; }
     [[nodiscard]] VariablesStore &variablesStore() { return m_variablesStore; }
-    /// Null when none is made.
+    /// Null when there is none.
     [[nodiscard]] AssistantServer *assistantServer() { return m_assistantServer.get(); }
 
     /// Runs the selected document, saved or not: in the local session, or on the board when one is
@@ -120,15 +120,15 @@ public:
     void stopRun();
     /// Runs a part of the selected document with the globals of earlier runs, in the local session
     /// or on the connected board. \p code, whose first line is \p firstLine of the document, has no
-    /// indentation in common. One line is typed into the Shell, which shows its value. The task may
-    /// be dropped.
+    /// indentation in common. A single line is run like input of the Shell, which shows its value.
+    /// The task may be dropped.
     QCoro::Task<void> runPiece(QString code, int firstLine);
-    /// Opens what a traceback of \p run, as of REPLLine::run, calls \p file, and signals
+    /// Opens the source that a traceback of \p run (REPLLine::run) names \p file, and emits
     /// sourceLineOpened. Writes an error line to the Shell when it can't be opened. The task may be
     /// dropped.
     QCoro::Task<void> openSource(QString file, int line, int run);
-    /// Debugs the selected document, saved or not, on the board. The task may be dropped. The debug
-    /// session has the state of the run, and its commands.
+    /// Debugs the selected document, saved or not, on the board. The task may be dropped.
+    /// DebugSession has the state of the run, and its commands.
     QCoro::Task<void> startDebugRun();
     /// Echoes \p command, which is trimmed and has one line or several, and runs it: on the board
     /// when one is connected, otherwise in the local session. Does nothing when it is empty.
@@ -136,10 +136,10 @@ public:
     /// Sends \p text and a line end to the local program that waits for input, and appends them to
     /// the Shell. Does nothing when none waits.
     void answerInput(const QString &text);
-    /// Ends the input of the local program that waits for it.
+    /// Ends the input of the local program that waits for it. Does nothing when none waits.
     void endInput();
 
-    /// Whether the Shell's input has the focus and text: a stop of the debugger then doesn't show
+    /// Whether the Shell's input has the focus and text: a pause at a breakpoint then doesn't show
     /// the Variables pane. Set by the window.
     void setTypingInShell(bool isTyping) { m_isTypingInShell = isTyping; }
     void setBottomTab(BottomTab tab);

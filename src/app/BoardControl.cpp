@@ -26,10 +26,10 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto commandTimeout = 10s;
-// A port that appears is given its owner and mode only then.
+// udev sets the owner and the mode of a port after it has appeared.
 constexpr auto retryInterval = 300ms;
 constexpr int mostAttempts = 10;
-// The clock is set again when the command had to wait longer for the link.
+// In milliseconds. The clock is set again when the command had to wait longer for the link.
 constexpr qint64 longestClockDelay = 1'000;
 constexpr int mostClockAttempts = 3;
 

@@ -48,7 +48,7 @@ public:
     void interrupt();
     // The tasks may be dropped.
     QCoro::Task<void> softReset();
-    /// Firmware, machine, free memory and free flash.
+    /// Writes machine, firmware, free memory and free flash to the Shell.
     QCoro::Task<void> showDetails();
     /// Sets the board's clock to the local time of this computer.
     QCoro::Task<void> setClock();
@@ -70,7 +70,7 @@ private:
     int m_attempts = 0;
     QTimer m_retry;
     QString m_virtualBoardFolder;
-    std::unique_ptr<VirtualBoardProcess> m_virtualBoard; // null until it is first asked for
+    std::unique_ptr<VirtualBoardProcess> m_virtualBoard; // null until connectToVirtualBoard()
     Background m_background{1};
     Lifetime m_life;
 };

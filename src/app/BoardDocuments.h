@@ -44,12 +44,13 @@ public:
     explicit BoardDocuments(Parts parts, QObject *parent = nullptr);
 
     /// Selects the document that belongs there and reads it again unless it has edits, or reads the
-    /// file into a new one.
-    /// \p prepare is called with a new one before it is shown.
+    /// file into a new one. \p prepare is called with a new one before it is shown. A failure is
+    /// written to the Shell. The task may be dropped.
     QCoro::Task<void> openDeviceFile(DeviceFileNode node,
                                      std::function<void(EditorFile &)> prepare = {});
     /// Writes the selected document to the board: to where it belongs, otherwise into the root
-    /// folder, asking before a file there is replaced.
+    /// folder, asking before a file there is replaced. A failure is written to the Shell. The task
+    /// may be dropped.
     QCoro::Task<void> sendCurrentFileToDevice();
 
 signals:

@@ -304,7 +304,8 @@ Async<void> BoardFileActions::remove(QList<DeviceFileNode> nodes)
     co_return removed;
 }
 
-/// Counts on the board what the folders hold: the listing may be out of date.
+/// The question before \p nodes are deleted. Has the files in folders counted on the board, since
+/// the listing may be out of date.
 Async<UserPrompts::Confirmation> BoardFileActions::removalQuestion(QList<DeviceFileNode> nodes)
 {
     const auto life = m_life.watch();

@@ -42,8 +42,8 @@ CommandLine refusal(const QString &problem)
 
 } // namespace
 
-// By hand: QCommandLineParser needs a QCoreApplication to print its help, and the answer must not
-// wait for a display.
+// Without QCommandLineParser, which needs a QCoreApplication to print its help: --help must work
+// without a display.
 CommandLine CommandLine::parse(const QStringList &arguments)
 {
     CommandLine parsed;

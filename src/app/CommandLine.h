@@ -25,7 +25,7 @@ struct CommandLine
     QList<FileArgument> files;
     /// Empty when none was given.
     QString port;
-    /// Set when the program shall print this and end with `exitStatus`: the answer to --help and
+    /// Set when the program must print this and end with `exitStatus`: the output of --help or
     /// --version, or what is wrong with the options.
     QString text;
     int exitStatus = 0;
@@ -36,7 +36,7 @@ struct CommandLine
 
     /// The files and the port as bytes for RunningInstance: UTF-8 fields that end with NUL.
     [[nodiscard]] QByteArray toMessage() const;
-    /// The reverse of toMessage(); nothing for bytes that it doesn't make.
+    /// The reverse of toMessage(); nothing for bytes of another form.
     [[nodiscard]] static std::optional<CommandLine> fromMessage(const QByteArray &message);
 };
 

@@ -207,7 +207,7 @@ QCoro::Task<bool> DocumentSaver::writeAndMove(QUuid id, DocumentPlace place, QSt
     const QPointer<EditorFile> file = m_parts.documents.file(id);
     if (!file)
         co_return false;
-    const DocumentText text = file->text(); // which is what the writer takes, too
+    const DocumentText text = file->text(); // the writer takes the same text
     const auto outcome = co_await m_parts.writer.write(file, place, check);
     running.reset();
     if (!life)
@@ -323,7 +323,7 @@ QCoro::Task<bool> DocumentSaver::saveWithDialog(QUuid id)
 {
     const EditorFile *file = m_parts.documents.file(id);
     const auto life = m_life.watch();
-    // A conditional inside the co_await expression is destroyed twice by this compiler.
+    // GCC 12 destroys a conditional expression inside a co_await expression twice.
     const QString proposed = file ? file->name() : QStringLiteral("untitled.py");
     const QString folder = m_parts.localFiles.localWorkingDir();
     const QString path = co_await m_parts.prompts.askSavePath(folder, proposed);

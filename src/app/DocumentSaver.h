@@ -56,6 +56,7 @@ public:
 
     /// Saves the selected document where it belongs, or asks for a name in the browsed folder.
     QCoro::Task<void> save();
+    /// Asks for a name and saves the selected document into the browsed folder.
     QCoro::Task<void> saveToBrowsedFolder();
     /// Asks with a save dialog. The document belongs to the chosen local file from then on.
     QCoro::Task<void> saveAs();

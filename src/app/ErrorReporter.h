@@ -15,7 +15,7 @@ public:
     /// \p shell must outlive this.
     explicit ErrorReporter(ShellSink &shell);
 
-    /// An error line, after one for the error's cause; an info line for `Canceled`. Writes nothing
+    /// Writes an error line, after one for the error's cause; an info line for `Canceled`. Nothing
     /// for an empty message, for `Closed`, and for `Tool`, which is for the assistant alone.
     void report(const Error &error);
     /// Reports the failure of \p result, if it is one.

@@ -91,7 +91,7 @@ int FileSettings::number(const QString &key) const
 QString FileSettings::text(const QString &key) const
 {
     // Reads changes that another instance or an editor has written since: one of the flags lets the
-    // assistant write without asking. Costs a look at the file's time unless that has changed.
+    // assistant write without asking. Only the file's time is read unless that has changed.
     m_file.sync();
     return m_file.value(key).toString();
 }

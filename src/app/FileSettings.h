@@ -10,8 +10,8 @@
 namespace Korvane {
 
 /// The settings in one INI file that only its owner can read, since it holds the assistant's token.
-/// Values are written to the disk at once. When the file is damaged or cannot be written, the
-/// stored values are lost, and values that are set last until the program ends.
+/// Values are written to the disk at once. Of a damaged file, the values that can be read are used.
+/// When the file cannot be written, values that are set last until the program ends.
 class FileSettings final : public Settings
 {
 public:

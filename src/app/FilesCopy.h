@@ -65,7 +65,7 @@ private:
         /// By name.
         QHash<QString, Source> sources;
 
-        /// To copy it into \p folder.
+        /// The batch that copies it into \p folder.
         [[nodiscard]] BatchCopier::Batch batchTo(const QString &folder) const;
         /// Removes the items that are not to be replaced.
         void drop(const QStringList &relativePaths);

@@ -17,7 +17,7 @@ namespace Korvane {
 
 namespace {
 
-/// The newest entries of the file. One with many more is written anew with these alone.
+/// The newest entries of the file, which is rewritten with these when it has twice as many.
 QStringList read(const QString &path)
 {
     const auto bytes = LocalFile::read(path);

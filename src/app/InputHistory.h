@@ -29,8 +29,9 @@ public:
     /// Reads the file, once: its entries precede those that were added since. The task may be
     /// dropped.
     QCoro::Task<void> load();
+    /// Adds an entry; one of up to `maxLength` characters is appended to the file, too.
     void add(const QString &entry);
-    /// Removes the file.
+    /// Removes the file; entries() does not change.
     void forget();
 
     [[nodiscard]] const QStringList &entries() const { return m_entries; }

@@ -97,7 +97,7 @@ Result<void> moveWithoutReplacing(const QString &from, const QString &to)
         return moveReplacing(from, to);
     if (code != EINVAL && code != ENOSYS)
         return systemError(code);
-    // The file system cannot do both in one step.
+    // The file system does not support RENAME_NOREPLACE.
     if (kindOf(to) != Kind::Missing)
         return Error{ErrorCode::File, systemErrorText(EEXIST), {}, EEXIST};
     return ::rename(oldName.constData(), newName.constData()) == 0 ? Result<void>() : systemError();

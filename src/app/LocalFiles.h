@@ -36,7 +36,7 @@ public:
 
     /// Counts the calls of `reload`.
     [[nodiscard]] int localFilesVersion() const { return m_localFilesVersion; }
-    /// Asks the views of the folder to list it again.
+    /// Emits localFilesVersionChanged, on which the views list the folder again.
     void reload();
 
     /// The entries of the folder at \p path without the hidden ones, folders first, in natural
@@ -50,7 +50,8 @@ public:
     };
     /// Of the file or folder at \p path. Fails when there is none.
     [[nodiscard]] Async<Details> details(QString path);
-    /// Asks for a name and makes a folder of that name.
+    /// Asks for a name and creates a folder of that name in the browsed one. A failure is written
+    /// to the Shell. The task may be dropped.
     QCoro::Task<void> createFolder();
 
 signals:

@@ -10,7 +10,7 @@ namespace Korvane::PortAdvice {
 
 namespace {
 
-/// "name (process 12)" of each process that has \p port open and that this user may look at.
+/// "name (process 12)" of each process that has \p port open and whose files this user may list.
 QStringList usersOf(const QString &port, const QString &proc)
 {
     const QString device = QFileInfo(port).canonicalFilePath();
@@ -69,7 +69,7 @@ QStringList lines(const Error &error, const QString &port, const QString &proc,
                         .arg(port)};
         }
         QStringList advice;
-        if (QFileInfo::exists(rules)) // they count from the next time that the board is plugged in
+        if (QFileInfo::exists(rules)) // they apply when the board is next plugged in
             advice << QStringLiteral(
                 "Unplug the board and plug it in again. If that does not help:");
         advice << QStringLiteral("Only members of the group “%1” may use %2. This command adds "
@@ -83,7 +83,7 @@ QStringList lines(const Error &error, const QString &port, const QString &proc,
         if (!users.isEmpty())
             return {QStringLiteral("%1 is in use by %2. Close it there, then connect again.")
                         .arg(port, users.join(QStringLiteral(", ")))};
-        // It runs as root, whose open files can't be seen.
+        // It runs as root, whose open files can't be listed.
         if (isRunning(QStringLiteral("ModemManager"), proc))
             return {QStringLiteral("ModemManager probes each new port for some seconds. Wait a "
                                    "moment, then connect again.")};

@@ -29,11 +29,11 @@ public:
         EditorFontSize, // pixels
         ShellFont,      // a family; empty for the desktop's fixed one
         ShellFontSize,  // pixels; 0 for the size of the desktop's fixed font, at least 13
-        IndentWidth,    // blanks
+        IndentWidth,    // spaces
         ShowBlanks,
         LineLengthMark, // columns; 0 for none
         Appearance,     // "system", "light" or "dark"
-        Language,       // as QLocale::name() has it; empty for the system's
+        Language,       // a QLocale::name(); empty for the system's
         RestoreAtStart, // "all" for documents and folder, "folder" or "nothing"
         KeepRecoveryFiles,
         AskBeforeClosing, // a tab with edits that are not saved
@@ -60,7 +60,7 @@ public:
         int defaultNumber = 0;
         int minimum = 0;
         int maximum = 0;
-        /// Separated by blanks, the default first.
+        /// Separated by spaces, the default first.
         QLatin1StringView choices = {};
     };
 
@@ -70,7 +70,7 @@ public:
     explicit Preferences(Settings &settings, QObject *parent = nullptr);
 
     [[nodiscard]] static const Definition &definition(Id id);
-    /// The rates that can be chosen, ascending.
+    /// The rates that can be chosen, in baud, ascending.
     [[nodiscard]] static const QList<int> &baudRates();
 
     /// Each is for an \p id of that kind; text() is for texts and choices.

@@ -41,7 +41,7 @@ public:
     ~RunningInstance() override;
 
 signals:
-    /// A second start has sent this; it may be empty, which asks for the window itself.
+    /// A second start has sent this. When it is empty, the window is to be shown.
     void commandLineReceived(const CommandLine &commandLine);
 
 private:

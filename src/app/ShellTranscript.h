@@ -27,7 +27,7 @@ public:
     void appendOutput(const QString &text) override;
     /// Shows what is held back. Call it when the program that printed has ended.
     void flushOutput();
-    /// The same, marked as a message of the REPL, or nothing while those are not shown.
+    /// As appendOutput(), marked as a message of the REPL. Adds nothing while those are not shown.
     void appendReplMessage(const QString &text) override;
     void clear();
     /// Run numbers are from 1 to this; the next one is 1 again.

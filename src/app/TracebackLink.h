@@ -18,8 +18,8 @@ struct TracebackLink
     /// From 1.
     int line = 0;
 
-    /// The place that \p text, one line, names as `File "…", line N` behind blanks or the marks of
-    /// an exception group.
+    /// The place that \p text, one line, names as `File "…", line N` after spaces, tabs or the "|"
+    /// of an exception group.
     [[nodiscard]] static std::optional<TracebackLink> find(QStringView text);
 
     friend bool operator==(const TracebackLink &, const TracebackLink &) = default;

@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 
 constexpr auto variablesTimeout = 10s;
 
-/// The program that prints the board's globals, behind a marker.
+/// The program that prints the board's globals, after a marker.
 QString variablesScript()
 {
     return pythonResource(QLatin1StringView("app/variables.py"));
@@ -48,7 +48,7 @@ VariablesStore::VariablesStore(PythonRunner &runner, DeviceLink &link, const Pro
     , m_link(link)
     , m_programRun(programRun)
 {
-    // Those of the other interpreter.
+    // The rows are those of the other interpreter.
     for (const auto changed : {&DeviceLink::connected, &DeviceLink::ended})
         connect(&link, changed, this, [this] { setVariables({}); });
 }

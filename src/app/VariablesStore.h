@@ -13,7 +13,8 @@ class ProgramRun;
 class PythonRunner;
 
 /// The Variables table: the global variables of the board when one is connected, otherwise of the
-/// local session. It is always replaced as a whole, and empty after a board is connected or gone.
+/// local session. It is always replaced as a whole, and cleared when a board is connected or
+/// disconnected.
 class VariablesStore final : public QObject
 {
     Q_OBJECT

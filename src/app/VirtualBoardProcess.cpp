@@ -93,7 +93,7 @@ void VirtualBoardProcess::readPort()
 
 void VirtualBoardProcess::fail(const QString &message)
 {
-    // The end of a board that has run is reported by its port.
+    // When the board had started, the link reports that its port is gone.
     if (std::exchange(m_isStarting, false))
         emit startFailed({ErrorCode::NotConnected, message});
 }

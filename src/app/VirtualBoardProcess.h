@@ -8,8 +8,9 @@
 
 namespace Korvane {
 
-/// A MicroPython board without hardware: a process of Node.js behind a pseudo-terminal. The process
-/// ends when this object is destroyed, and when the program crashes. Main thread only.
+/// A MicroPython board without hardware: MicroPython in a process of Node.js with a pseudo-terminal
+/// as its serial port. The process ends when this object is destroyed, and when the program
+/// crashes. Main thread only.
 class VirtualBoardProcess final : public QObject
 {
     Q_OBJECT
@@ -21,6 +22,7 @@ public:
 
     /// \p folder is where virtual_board.py and the npm package of MicroPython are.
     explicit VirtualBoardProcess(QString folder = defaultFolder(), QObject *parent = nullptr);
+    /// Ends the process; blocks for up to two seconds.
     ~VirtualBoardProcess() override;
 
     /// Starts the board; `started` or `startFailed` follows, perhaps inside this call. When it runs

@@ -356,7 +356,7 @@ QCoro::Task<void> Workspace::offerBoardDocuments()
 QCoro::Task<void> Workspace::openBoardDocuments()
 {
     const auto life = m_life.watch();
-    const QList<WorkspaceFile::Document> documents = m_ofThisBoard; // each leaves it when open
+    const QList<WorkspaceFile::Document> documents = m_ofThisBoard; // which shrinks meanwhile
     for (const WorkspaceFile::Document &document : documents) {
         if (!m_ofThisBoard.contains(document)) // its board is gone, or it was opened meanwhile
             continue;

@@ -19,7 +19,7 @@ struct WorkspaceFile
     struct Document
     {
         DocumentPlace place;
-        /// In characters from the start.
+        /// In UTF-16 units from the start of the text.
         int caret = 0;
         /// From 1.
         int firstVisibleLine = 1;
