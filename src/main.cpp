@@ -23,8 +23,8 @@ int main(int argc, char **argv)
     for (int i = 0; i < argc; ++i)
         arguments.append(QFile::decodeName(argv[i]));
     const QString socket = RunningInstance::defaultPath();
-    // Before the QApplication, which needs a display and takes time. Options of Qt's own, such as
-    // -platform, are unknown here; QApplication takes them out.
+    // Before the QApplication, which needs a display and takes time. Options of Qt, such as
+    // -platform, are unknown here; QApplication removes them.
     CommandLine commandLine = CommandLine::parse(arguments);
     const bool hasQtOptions = commandLine.exitStatus != 0;
     if (!hasQtOptions && !commandLine.text.isEmpty())
