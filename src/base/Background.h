@@ -19,9 +19,9 @@ namespace Korvane {
 /// Runs blocking work, such as reading a network folder, in a thread pool of its owner and lets
 /// coroutines wait for the result. Main thread only; the work runs on the pool's threads.
 ///
-/// Up to sixteen calls run at the same time, further ones are queued. A call that hangs occupies
-/// one thread of this pool; calls of other owners, and the fifteen calls that may run beside it,
-/// are not delayed.
+/// By default up to sixteen calls run at the same time; further ones are queued. A call that hangs
+/// occupies one thread of this pool. It delays neither calls of other owners nor the calls that the
+/// other threads of the pool run.
 class Background final
 {
 public:
@@ -30,16 +30,16 @@ public:
     explicit Background(int maxThreads = 16,
                         std::chrono::milliseconds endTimeout = std::chrono::seconds(2));
     /// Resumes all waiting coroutines, without a result. Then waits for the work, so that a write
-    /// under way is completed. Work that hangs longer than the time-out (a network folder that
+    /// in progress is completed. Work that hangs longer than the time-out (a network folder that
     /// does not answer) keeps its thread and its pool until the process ends; what was queued
     /// behind it is dropped.
     ~Background();
     Background(const Background &) = delete;
     Background &operator=(const Background &) = delete;
 
-    /// Yields what \p work returns, or nothing when this Background was destroyed before: the
-    /// caller must then return without touching its object. \p work must not throw, and must
-    /// capture by value all that it uses.
+    /// Runs \p work and yields what it returns, or nothing when this Background was destroyed
+    /// before: the caller must then return without touching its object. \p work must not throw, and
+    /// must capture by value all that it uses. Several calls may be in progress at a time.
     template <typename T> [[nodiscard]] QCoro::Task<std::optional<T>> run(std::function<T()> work);
 
 private:

@@ -5,8 +5,7 @@
 namespace Korvane {
 
 /// Requests to end an operation that a remote client has asked for. Requested on the main thread
-/// only; the callbacks must not end the operation
-/// inside the request, but from the event loop.
+/// only. A stop callback must not end the operation inside request_stop(), but from the event loop.
 struct CallStop
 {
     /// The result is not wanted any more: the client has closed its connection, the server was

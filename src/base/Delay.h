@@ -10,8 +10,8 @@
 
 namespace Korvane {
 
-/// Suspends the coroutines of one object for a time; they are resumed early when that object is
-/// destroyed.
+/// Suspends the coroutines of one object, which owns the Delay, for a time. Several may be
+/// suspended at once; they are resumed early when the object is destroyed. Main thread only.
 class Delay final
 {
 public:

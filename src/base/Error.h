@@ -24,7 +24,7 @@ enum class ErrorCode {
     Input,
     // The board was replaced by another connection while the operation waited
     BoardReplaced,
-    // The user declined, or an equal operation is under way; the message, if any, is a notice
+    // The user declined, or the same operation is in progress; the message, if any, is a notice
     Canceled,
     // The owner of the operation was destroyed: nothing is reported
     Closed,
@@ -41,7 +41,7 @@ struct Error
     QString message;
     /// The full traceback of a `Remote` error; otherwise empty.
     QString detail = {};
-    /// errno where the system refused, otherwise 0.
+    /// errno when a system call failed, otherwise 0.
     int systemCode = 0;
     /// The message of the failure that caused this one, reported before it; usually empty.
     QString cause = {};

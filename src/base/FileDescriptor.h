@@ -6,7 +6,7 @@
 
 namespace Korvane {
 
-/// Owns one descriptor of the system and closes it; -1 means none.
+/// Owns one file descriptor and closes it when destroyed; -1 means none.
 class FileDescriptor final
 {
 public:
@@ -28,6 +28,7 @@ public:
     FileDescriptor(const FileDescriptor &) = delete;
     FileDescriptor &operator=(const FileDescriptor &) = delete;
 
+    /// Closes the present descriptor and takes ownership of \p descriptor.
     void reset(int descriptor = -1)
     {
         const int previous = std::exchange(m_descriptor, descriptor);

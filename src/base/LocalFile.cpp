@@ -21,7 +21,8 @@ Error fileError(const QString &message)
     return {ErrorCode::File, message};
 }
 
-/// The failure of the last system call, or of \p file itself where Qt refused without calling.
+/// The error of a system call that set errno to \p systemCode, or, for 0, the error text of
+/// \p file: Qt failed without a system call.
 Error fileError(int systemCode, const QFileDevice &file)
 {
     if (systemCode == 0)
@@ -116,7 +117,7 @@ Result<std::shared_ptr<Reader>> Reader::open(const QString &path)
 Result<QByteArray> Reader::read(qsizetype maxBytes)
 {
     errno = 0;
-    // QFile::read reserves all that it is asked for.
+    // QFile::read allocates as many bytes as are requested.
     QByteArray bytes = maxBytes == std::numeric_limits<qsizetype>::max() ? m_file.readAll()
                                                                          : m_file.read(maxBytes);
     if (m_file.error() != QFileDevice::NoError)

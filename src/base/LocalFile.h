@@ -39,13 +39,13 @@ enum class Access {
 class Reader final
 {
 public:
-    /// Fails as `read`.
+    /// Fails as `LocalFile::read` does.
     [[nodiscard]] static Result<std::shared_ptr<Reader>> open(const QString &path);
     /// Up to \p maxBytes; empty at the end.
     [[nodiscard]] Result<QByteArray> read(qsizetype maxBytes);
-    /// Back to the start.
+    /// Makes the next `read` begin at the start of the file.
     [[nodiscard]] Result<void> rewind();
-    /// Bytes, when it was opened.
+    /// The size in bytes when the file was opened.
     [[nodiscard]] qint64 size() const { return m_size; }
 
 private:
@@ -66,7 +66,9 @@ class Writer final
 public:
     [[nodiscard]] static Result<std::shared_ptr<Writer>> open(const QString &path,
                                                               Access access = Access::Default);
+    /// Appends. After a failure `commit` fails too.
     [[nodiscard]] Result<void> write(const QByteArray &bytes);
+    /// Replaces the file. May be called once.
     [[nodiscard]] Result<void> commit();
 
 private:

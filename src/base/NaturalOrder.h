@@ -21,8 +21,8 @@ public:
         return m_collator.compare(a, b) < 0;
     }
 
-    /// Sorts \p nodes (anything with `name` and `isDirectory`) with folders before files. Each
-    /// name is prepared once, so that thousands of entries sort in milliseconds.
+    /// Sorts \p nodes (anything with `name` and `isDirectory`) with folders before files. The sort
+    /// key of each name is computed once, so that thousands of entries are sorted in milliseconds.
     template <typename Node> void sortFoldersFirst(QList<Node> &nodes) const;
 
 private:

@@ -46,8 +46,8 @@ public:
     [[nodiscard]] auto wait() { return Awaiter{this}; }
 
 private:
-    // Returned by value: an awaitable lvalue would be copied into the coroutine frame by this
-    // compiler, and the copy would never receive the result.
+    // Returned by value: GCC 12 with QCoro 0.8 copies an awaitable lvalue into the coroutine frame,
+    // and the copy would never receive the result.
     struct Awaiter
     {
         OneShot *shot;

@@ -4,8 +4,8 @@
 #include <QString>
 #include <QUuid>
 
-// The records that every subsystem shares. All are plain values; each id is a fresh random UUID
-// made with the record, and records of different runs are never matched by it.
+// Plain values that all folders share. Each id is a random UUID created with the record; it has no
+// meaning beyond this run of the program.
 
 namespace Korvane {
 

@@ -18,7 +18,8 @@ public:
     /// line.
     virtual void appendOutput(const QString &text) = 0;
 
-    /// Adds text that the board's REPL wrote itself, between the outputs of programs.
+    /// Adds text that the board's REPL wrote itself, between the outputs of programs; by default as
+    /// program output.
     virtual void appendReplMessage(const QString &text) { appendOutput(text); }
 
     /// Adds a notice of one line. Control characters of the names in it are shown as signs, so that

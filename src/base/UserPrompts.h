@@ -10,10 +10,10 @@
 
 namespace Korvane {
 
-/// Everything that the program asks the user, in one place. The window answers with dialogs that do
-/// not stop the event loop; tests answer from a script. Main thread only.
+/// All questions that the program asks the user. The window shows them in dialogs that do not stop
+/// the event loop; tests answer them from a script. Main thread only.
 ///
-/// One question is open at a time; the others wait in a queue, those for actions of the user before
+/// One question is open at a time; the others are queued, those for actions of the user before
 /// those of the assistant. Every question ends: closing it, or the window, counts as Cancel.
 class UserPrompts
 {
@@ -35,13 +35,13 @@ public:
         QString dontAskAgainPath;
         /// For whose action the question is asked; the question says so.
         Asker asker = Asker::User;
-        /// Ends the question, waiting or open, when requested. Counts as Cancel.
+        /// Ends the question, queued or open, when stop is requested. Counts as Cancel.
         std::stop_token withdrawn = {};
-        /// When set, called when the question is the next to be opened, and its result replaces
-        /// the texts above: what it says about files is then looked up as late as possible. A
-        /// question of the user that is asked meanwhile goes before it; then it is called again.
-        /// Without a result the question is not opened, which counts as Cancel. The result is
-        /// dropped when the question ends earlier.
+        /// When set, called when the question is the next to be opened; its result replaces the
+        /// texts above, so that what they say about files is looked up as late as possible. A
+        /// question for an action of the user that is asked meanwhile is opened first, and then
+        /// this is called again. Without a result the question is not opened, which counts as
+        /// Cancel. The result is dropped when the question ends earlier.
         std::function<QCoro::Task<std::optional<Texts>>()> prepare = {};
     };
     struct ConfirmationAnswer
@@ -62,17 +62,17 @@ public:
         QString message;
         QList<Answer> answers;
     };
-    /// What an operation is about to do, of which the user may leave parts out.
+    /// The steps that an operation is about to perform, each of which the user may exclude.
     struct Checklist
     {
         struct Entry
         {
-            /// The heading that the entry stands under; entries of one group follow each other.
+            /// The heading above the entry; entries of one group are adjacent.
             QString group;
             QString name;
             QString detail;
             bool isChecked = true;
-            /// Something is lost by the entry.
+            /// Something is lost when the step is performed.
             bool isDestructive = false;
         };
 

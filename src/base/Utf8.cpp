@@ -60,8 +60,8 @@ std::optional<QString> ChunkDecoder::feed(QByteArrayView chunk)
         m_tail = joined.right(tailLength);
         return text;
     }
-    // Perhaps only the tail was ill-formed, a character that nothing continues. The rest of the
-    // chunk is kept, because it may contain the end of a reply.
+    // The ill-formed bytes may be the tail alone: a character that the chunk does not continue. The
+    // chunk is then kept, because it may contain the end of a reply.
     return joined.size() > chunk.size() ? feed(chunk) : std::nullopt;
 }
 

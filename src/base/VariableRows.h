@@ -6,10 +6,11 @@
 
 #include <optional>
 
-/// The rows of the Variables table as programs write them, in JSON.
+/// The rows of the Variables table as the session driver and the board's programs write them, in
+/// JSON.
 namespace Korvane::VariableRows {
 
-/// The members in which a row has its texts.
+/// The names of the members that hold the texts of a row.
 struct Keys
 {
     const char *name;
@@ -20,8 +21,8 @@ struct Keys
 /// Short names, which a board uses to send fewer bytes.
 inline constexpr Keys boardKeys{"n", "t", "v"};
 
-/// The rows in order, with "?" for a text that is missing; nothing when \p rows is no list of
-/// objects that hold strings only.
+/// The rows in order, with "?" for a text that is missing; nothing when \p rows is not an array of
+/// objects whose members are all strings.
 [[nodiscard]] std::optional<QList<PythonVariable>> parse(const nlohmann::json &rows,
                                                          const Keys &keys);
 
