@@ -54,7 +54,7 @@ void PortWatcher::watch(const QString &folder, const QString &name)
                                        events | IN_ONLYDIR);
     if (id == -1)
         return;
-    // The same folder has the same watch.
+    // inotify returns the same watch for the same folder.
     if (name.isEmpty())
         m_names[id].clear();
     else if (!m_names.contains(id) || !m_names[id].isEmpty())

@@ -14,7 +14,7 @@
 namespace Korvane {
 
 /// Reports that the list of serial ports may have changed: a device was plugged in or unplugged.
-/// Uses inotify on the folder of the devices and on those of the extra ports, so it uses no
+/// Watches the folder of the devices and those of the extra ports with inotify, which takes no
 /// processor time while nothing changes. An extra port is watched when its folder exists at
 /// construction. Where inotify is not available nothing is reported. Main thread only.
 class PortWatcher final : public QObject

@@ -30,8 +30,8 @@ constexpr qsizetype maxBatchBytes = qsizetype(256) << 10;
 constexpr auto maxBatchTime = 5ms;
 constexpr auto batchPause = 1ms;
 
-/// The termios constant for a speed in baud; for a speed without one the number itself, which the
-/// driver refuses.
+/// The termios constant for a speed in baud; for a speed without one the number itself, which
+/// cfsetispeed() and cfsetospeed() refuse.
 speed_t speedConstant(int baudRate)
 {
     switch (baudRate) {
@@ -84,7 +84,7 @@ int acquire(int descriptor)
     return 0;
 }
 
-/// Undoes acquire(): both marks outlive the descriptor while another one of the same terminal is
+/// Undoes acquire(): its settings outlast the descriptor while another one of the same terminal is
 /// open. Discards what the driver has not sent, since closing a port waits until that is sent or
 /// for as long as the driver's limit, often 30 s.
 void release(int descriptor)
@@ -147,7 +147,7 @@ QStringList SerialPortManager::listPorts(const Roots &roots)
 {
     QStringList ports;
     const QDir ttys(roots.sysfs + QStringLiteral("/class/tty"));
-    // Entries of all kinds: asking for folders alone would look at each of about 70 consoles.
+    // Entries of all kinds: with QDir::Dirs alone, Qt would stat each of about 70 consoles.
     const auto all = QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot;
     for (const QString &entry : ttys.entryList(all, QDir::Unsorted)) {
         // sysfs writes "!" where the device's name has a slash.
@@ -187,7 +187,7 @@ SerialPortManager::Identity SerialPortManager::identity(const QString &port, con
     if (root.isEmpty() || !device.startsWith(dev))
         return {};
     const QString entry = device.mid(dev.size()).replace(u'/', u'!');
-    // From the tty's device up to the USB device, which has the texts beside its vendor's number.
+    // From the tty's device up to the USB device, which has the texts and `idVendor`.
     QDir folder(
         QFileInfo(roots.sysfs + QStringLiteral("/class/tty/") + entry + QStringLiteral("/device"))
             .canonicalFilePath());
@@ -248,7 +248,7 @@ void SerialPortManager::startReading(DataCallback onData, std::function<void()> 
     m_onDisconnect = std::move(onDisconnect);
     m_reader = std::make_shared<SerialReader>(m_port.get(), m_wake.get(), std::move(undelivered));
     if (!m_reader->start())
-        m_batchPause.start(0ms); // finds the port lost
+        m_batchPause.start(0ms); // deliverWaiting() then reports the port as lost
 }
 
 void SerialPortManager::close()
@@ -304,7 +304,7 @@ void SerialPortManager::deliverWaiting()
 
 void SerialPortManager::deliver(const QByteArray &chunk)
 {
-    // A copy: the callback may replace or clear the slot that holds it.
+    // A copy: the callback may replace or clear the member that holds it.
     const DataCallback receive = m_dataInterceptor ? m_dataInterceptor : m_onData;
     if (receive)
         receive(chunk);

@@ -45,7 +45,8 @@ public:
     SerialPortManager(const SerialPortManager &) = delete;
     SerialPortManager &operator=(const SerialPortManager &) = delete;
 
-    /// The serial devices of the system, sorted, each once; empty when sysfs cannot be read.
+    /// The paths of the serial devices of the system, sorted, each once; empty when sysfs cannot be
+    /// read.
     [[nodiscard]] static QStringList listPorts(const Roots &roots);
     /// Whether \p path is one of listPorts(), or a link to one.
     [[nodiscard]] static bool isSerialPort(const QString &path, const Roots &roots);
@@ -63,10 +64,12 @@ public:
     /// devices that have none.
     [[nodiscard]] static QString serialNumber(const QString &port, const Roots &roots);
 
-    /// Opens \p path as 8-N-1 without any translation, for this program alone until close(). An
-    /// error of code `SerialPort` keeps errno and its text: EBUSY for a port that another program
-    /// uses, ENOTTY ("Not a serial port") for a path that isSerialPort() refuses. An error leaves
-    /// everything as it was; a port that was open is closed once the new one is open.
+    /// Opens \p path as 8-N-1 without any translation, for this program alone until close().
+    /// \p baudRate is in bits per second; a rate for which termios has no constant leaves the rate
+    /// of the port as it is. An error of code `SerialPort` keeps errno and its text: EBUSY for a
+    /// port that another program uses, ENOTTY ("Not a serial port") for a path that isSerialPort()
+    /// refuses. An error leaves everything as it was; a port that was open is closed once the new
+    /// one is open.
     [[nodiscard]] Result<void> open(const QString &path, int baudRate, const Roots &roots);
 
     /// Delivers each chunk that arrives (at most 4096 bytes, in order) to the interceptor set at
@@ -90,7 +93,7 @@ public:
 
     /// There is one interceptor: a second call replaces the first. An empty one clears it.
     void setDataInterceptor(DataCallback interceptor);
-    /// For tests, which can't wait two seconds for each stall.
+    /// How long the driver may accept nothing before writeFailed(); 2 s unless set. For tests.
     void setWriteDrainTimeout(std::chrono::milliseconds timeout)
     {
         m_writer.setStallTimeout(timeout);
@@ -117,9 +120,9 @@ private:
 
     FileDescriptor m_port;
     SerialWriter m_writer;
-    FileDescriptor m_wake;                       // readable while the reader has chunks for us
+    FileDescriptor m_wake;                       // readable while the reader has new chunks
     std::unique_ptr<QSocketNotifier> m_notifier; // watches m_wake
-    QTimer m_batchPause; // between two batches, when the board sends faster than we deliver
+    QTimer m_batchPause; // between two batches, when the board sends faster than is delivered
     std::shared_ptr<SerialReader> m_reader;
     DataCallback m_onData;
     std::function<void()> m_onDisconnect;

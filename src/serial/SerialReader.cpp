@@ -18,7 +18,8 @@ constexpr qsizetype maxQueuedBytes = qsizetype(1) << 20;
 constexpr short hangUpEvents = POLLHUP | POLLERR | POLLNVAL;
 constexpr int emptyReadPauseMilliseconds = 10;
 
-/// What a chunk counts for in the queue: single bytes take more room than their one byte.
+/// The bytes that a chunk counts for in the queue. Includes the overhead of its memory, which is
+/// larger than the chunk when the board sends single bytes.
 qsizetype weight(const QByteArray &chunk)
 {
     constexpr qsizetype overheadBytes = 64;
@@ -144,7 +145,7 @@ SerialReader::ReadOutcome SerialReader::readOnce(short events)
     if (count < 0 && (errno == EAGAIN || errno == EINTR))
         return ReadOutcome::GoOn;
     // VMIN is 0, so a read returns 0 also when another process took the bytes, or when the line
-    // discipline made an end of file of them.
+    // discipline took them for an end of file.
     const bool isHungUp = (events & hangUpEvents) != 0;
     if (count == 0 && !isHungUp && !isNodeRemoved(m_portDescriptor))
         return ReadOutcome::Empty;

@@ -11,7 +11,8 @@
 
 namespace Korvane {
 
-/// A thread that is blocked on a serial port and queues what it reads for the main thread.
+/// Reads a serial port on a thread of its own and queues the chunks for the main thread. All public
+/// functions are for the main thread.
 ///
 /// The queue is bounded: when it is full the thread stops reading, the driver's buffer fills, and
 /// flow control stops the board. New chunks are announced by an eventfd that becomes readable, not

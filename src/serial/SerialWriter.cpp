@@ -15,7 +15,7 @@ SerialWriter::SerialWriter(QObject *parent)
     : QObject(parent)
 {
     m_stallTimer.setSingleShot(true);
-    // Tries once more: the driver may have room that a busy event loop has not noticed yet.
+    // Tries once more: the driver may have room, and the event loop was too busy to report it.
     connect(&m_stallTimer, &QTimer::timeout, this, [this] { drain(WithoutProgress::Fails); });
 }
 
@@ -96,8 +96,8 @@ int SerialWriter::handOver()
             ::write(m_descriptor, rest.data(), static_cast<std::size_t>(rest.size()));
         if (count < 0 && errno != EAGAIN && errno != EINTR)
             return errno;
-        // The remainder waits until the driver reports room: a fast reader on the other side of a
-        // pseudo-terminal could keep this loop going without end.
+        // The rest is written when the driver reports room: with a fast reader on the other side of
+        // a pseudo-terminal this loop might never end.
         if (count > 0) {
             m_offset += count;
             m_pendingBytes -= count;

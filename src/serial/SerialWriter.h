@@ -16,9 +16,9 @@ namespace Korvane {
 /// The output queue of a serial port, drained by the event loop; nothing here blocks. The bytes of
 /// one call are one item: items are written whole and in order, urgent ones before the others.
 ///
-/// When the driver accepts nothing for the stall timeout while something is queued, or refuses a
-/// write, the queue is dropped and failed() emitted. What the driver has accepted before stays
-/// written. Main thread only.
+/// When the driver accepts nothing for the stall timeout while something is queued, or refuses
+/// queued bytes, the queue is dropped and failed() emitted. What the driver has accepted before
+/// stays written. Main thread only.
 class SerialWriter final : public QObject
 {
     Q_OBJECT
@@ -48,6 +48,7 @@ signals:
     /// The event loop has handed over the last queued byte. Not emitted for what write() itself
     /// handed over.
     void drained();
+    /// See above. Emitted from the event loop; discardPending() has been called.
     void failed(const Korvane::Error &error);
 
 private:
@@ -67,7 +68,7 @@ private:
     std::deque<QByteArray> m_items;
     qsizetype m_pendingBytes = 0;
     QSocketNotifier *m_notifier = nullptr; // enabled while something is queued
-    QTimer m_stallTimer; // runs while something is queued; restarted by each accepted byte
+    QTimer m_stallTimer; // runs while something is queued; restarted when bytes are accepted
 };
 
 } // namespace Korvane
