@@ -12,11 +12,11 @@ class QSocketNotifier;
 
 namespace Korvane {
 
-/// The channel on which a child process receives its commands, as a pipe of our own.
+/// The pipe through which a child process receives its commands.
 ///
-/// QProcess's own channel is not used: after a failed write it accepts further bytes without an
-/// error, so that the next request would never be answered, and it does not report the reason. Main
-/// thread only; never blocks.
+/// The one of QProcess is not used: after a failed write it accepts further bytes without an error,
+/// so that the next request would never be answered, and it does not report the reason. Main thread
+/// only; never blocks.
 class CommandPipe final : public QObject
 {
     Q_OBJECT
@@ -25,12 +25,13 @@ public:
     explicit CommandPipe(QObject *parent = nullptr);
     ~CommandPipe() override;
 
+    /// To be called once. Fails with `File` and errno when there is no descriptor left.
     [[nodiscard]] Result<void> open();
     /// The descriptor that becomes the child's standard input.
     [[nodiscard]] int childEnd() const { return m_pipe.childEnd(); }
     void closeChildEnd() { m_pipe.closeChildEnd(); }
 
-    /// Writes what the pipe accepts now, and the rest when the child has read that.
+    /// Writes what the pipe accepts now, and the rest as the child reads. Does nothing when closed.
     void write(const QByteArray &bytes);
     /// The child then reads the end of its standard input. What is not yet written is dropped.
     void close();

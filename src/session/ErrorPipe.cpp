@@ -32,14 +32,14 @@ void ErrorPipe::read()
         return;
     int available = 0;
     ::ioctl(m_pipe.ourEnd(), FIONREAD, &available);
-    // One byte more, so that the end of the pipe is seen: that read returns 0.
+    // At least one byte, so that the end of the pipe is found: read() then returns 0.
     QByteArray bytes(std::max(available, 1), Qt::Uninitialized);
     const ssize_t count = ::read(m_pipe.ourEnd(), bytes.data(), static_cast<size_t>(bytes.size()));
     if (count > 0) {
         bytes.truncate(count);
         emit arrived(bytes);
     } else if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
-        m_notifier->setEnabled(false); // it would fire without end
+        m_notifier->setEnabled(false); // it would be activated again and again
     }
 }
 

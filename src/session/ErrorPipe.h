@@ -12,9 +12,9 @@ class QSocketNotifier;
 
 namespace Korvane {
 
-/// A child's standard error, as a pipe of our own. QProcess reads its pipes when its notifiers
-/// fire, in no fixed order, and can't be asked for what a pipe holds at a given moment. Main thread
-/// only; never blocks.
+/// The pipe of a child's standard error. The one of QProcess is not used: QProcess reads its pipes
+/// when its notifiers are activated, in no fixed order, and has no function that reads what a pipe
+/// holds at a given moment. Main thread only; never blocks.
 class ErrorPipe final : public QObject
 {
     Q_OBJECT
@@ -23,6 +23,7 @@ public:
     explicit ErrorPipe(QObject *parent = nullptr);
     ~ErrorPipe() override;
 
+    /// As CommandPipe::open.
     [[nodiscard]] Result<void> open();
     /// The descriptor that becomes the child's standard error.
     [[nodiscard]] int childEnd() const { return m_pipe.childEnd(); }
@@ -36,7 +37,7 @@ signals:
 
 private:
     PipePair m_pipe;
-    std::unique_ptr<QSocketNotifier> m_notifier; // before m_pipe is closed
+    std::unique_ptr<QSocketNotifier> m_notifier; // destroyed before m_pipe closes its descriptor
 };
 
 } // namespace Korvane

@@ -22,8 +22,8 @@ public:
     /// -1 when closed.
     [[nodiscard]] int ourEnd() const { return m_ourEnd; }
     [[nodiscard]] int childEnd() const { return m_childEnd; }
-    /// To be called once the child is started: while this copy is open, the end of the child can't
-    /// be seen on our end.
+    /// To be called once the child is started: while this copy is open, reading our end reports no
+    /// end of file after the child has ended, and writing no error.
     void closeChildEnd();
     void close();
 

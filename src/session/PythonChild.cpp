@@ -28,24 +28,25 @@ void prepareChild(int standardInput, int standardError, pid_t parent)
     // The signal is sent when the thread that forked ends: QProcess forks on the main thread.
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != parent)
-        ::_exit(EXIT_FAILURE); // it ended before the call
+        ::_exit(EXIT_FAILURE); // the parent ended before the call
     ::dup2(standardInput, STDIN_FILENO);
     DescriptorLimit::restoreInChild();
     ::dup2(standardError, STDERR_FILENO);
-    // A shell that starts us in the background leaves SIGINT ignored, and Python would then never
-    // raise KeyboardInterrupt.
+    // A shell that starts Korvane in the background leaves SIGINT ignored, and Python would then
+    // never raise KeyboardInterrupt.
     ::signal(SIGINT, SIG_DFL);
     ::signal(SIGTERM, SIG_DFL);
     ::signal(SIGPIPE, SIG_DFL);
-    // Until the driver runs user code; the interpreter's own start must not be interrupted.
+    // The driver unblocks SIGINT while user code runs: the start of the interpreter must not be
+    // interrupted.
     sigset_t blocked;
     sigemptyset(&blocked);
     sigaddset(&blocked, SIGINT);
     sigprocmask(SIG_SETMASK, &blocked, nullptr);
 }
 
-/// Whether the child process \p id still runs. One that has ended is taken off the process table;
-/// QProcess, which waits on a descriptor of its own, may have done so already.
+/// Whether the child process \p id still runs. One that has ended is reaped; QProcess, which waits
+/// on a descriptor of its own, may have done so already.
 bool isAlive(pid_t id)
 {
     return ::waitpid(id, nullptr, WNOHANG) == 0;
@@ -124,7 +125,7 @@ void PythonChild::start(const QString &interpreter)
 
 void PythonChild::write(const QByteArray &bytes)
 {
-    // If the launch fails, writing would fail, too, and hide the reason of the failed launch.
+    // If the launch fails, writing would fail, too, and its error would be reported instead.
     if (m_process.state() == QProcess::Running)
         m_commands.write(bytes);
     else

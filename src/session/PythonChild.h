@@ -10,7 +10,7 @@
 
 namespace Korvane {
 
-/// One Python process with the driver program in it, and its three pipes.
+/// One Python process that runs the driver program, and its three pipes.
 ///
 /// The process is killed when Korvane crashes. Destroying this only closes the pipes; see endAll().
 /// Main thread only; only endAll() blocks.

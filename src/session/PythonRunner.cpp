@@ -171,8 +171,8 @@ QCoro::Task<RunResult> PythonRunner::send(std::optional<QByteArray> request)
     co_return std::move(*result);
 }
 
-/// Resumes the caller that has waited longest. It stays busy meanwhile, so that a new call can't
-/// get in between.
+/// Resumes the caller that has waited longest. The session stays busy until then, so that a new
+/// call is queued behind it.
 void PythonRunner::release()
 {
     if (m_waiters.empty())
@@ -199,7 +199,7 @@ void PythonRunner::begin(const std::optional<QByteArray> &request)
 void PythonRunner::startChild(const QString &interpreter)
 {
     if (m_child)
-        m_child->dismiss(); // it has ended; its signal is still due
+        m_child->dismiss(); // it has ended, but has not emitted `ended` yet
     m_stream.clear();
     m_child = new PythonChild(this);
     connect(m_child, &PythonChild::outputArrived, this,

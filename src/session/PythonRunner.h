@@ -19,11 +19,11 @@ namespace Korvane {
 
 class PythonChild;
 
-/// The local Python session: one long-lived child process that is given one request at a time.
+/// The local Python session: one long-lived child process that gets one request at a time.
 ///
-/// The child is started by the first request that needs it, and anew after it has ended. Calls are
-/// served in their order; each is suspended until its reply arrives, its child ends or is replaced,
-/// or the runner is destroyed. There is no time limit. Main thread only.
+/// The child is started by the first request, and again by the first one after it has ended. Calls
+/// are served in their order; each is suspended until its reply arrives, its child ends or is
+/// replaced, or the runner is destroyed. There is no time limit. Main thread only.
 class PythonRunner final : public QObject
 {
     Q_OBJECT
@@ -41,14 +41,14 @@ public:
     [[nodiscard]] static QStringList defaultInterpreters();
     /// "Python 3 not found. Install Python from …", without a full stop.
     [[nodiscard]] static QString notFoundMessage();
-    /// The program at \p path, or that of the virtual environment in this folder; empty without
-    /// one.
+    /// \p path when it is an executable file, otherwise the interpreter of the virtual environment
+    /// in the folder \p path; empty when there is neither.
     [[nodiscard]] static QString pythonAt(const QString &path);
     /// Uses pythonAt(\p path) and no other; the usual candidates when it is empty. Takes effect at
     /// the next start of the child.
     void setInterpreter(const QString &path) { m_chosenInterpreter = path; }
-    /// The chosen interpreter, or the first candidate that exists, or an empty text. Looked up anew
-    /// for each request, so that an interpreter installed meanwhile is found.
+    /// The chosen interpreter, or the first candidate that exists, or an empty text. Looked up for
+    /// each request, so that an interpreter installed meanwhile is found.
     [[nodiscard]] QString findPython() const;
 
     /// Runs a whole file. An empty \p path means a document that was never saved; otherwise
@@ -58,13 +58,13 @@ public:
     /// Tracebacks name \p path, or "<shell>" when it is empty.
     QCoro::Task<RunResult> runShell(QString code, QString path = {});
     QCoro::Task<RunResult> readVariables();
-    /// Replaces the child at once, also during a request, and yields the empty table of the new
-    /// one. Emits a notice unless no interpreter was found.
+    /// Replaces the child at once and yields the empty table of the new one. A request in progress
+    /// fails with "Interrupted.". Emits a notice unless no interpreter was found.
     QCoro::Task<RunResult> restart();
-    /// Interrupts the request under way, if there is one. A child that has not answered 2 s later
-    /// is replaced.
+    /// Sends SIGINT to the child when a request is in progress. A child that has not answered 2 s
+    /// later is replaced.
     void interrupt();
-    /// The program has called input() or reads sys.stdin, and waits.
+    /// The program has called input() or reads sys.stdin, and waits for a line.
     [[nodiscard]] bool isWaitingForInput() const { return m_question.has_value(); }
     /// Gives \p text, one line or several with their line ends, to the program that waits; an empty
     /// one is the end of the input. Does nothing when none waits.
@@ -96,12 +96,12 @@ private:
 
     QStringList m_interpreters;
     QString m_chosenInterpreter;
-    PythonChild *m_child = nullptr; // owned as a QObject's child, as are those being replaced
+    PythonChild *m_child = nullptr; // owned as a QObject child, like those being replaced
     SessionStream m_stream;
     QTimer m_watchdog;
     bool m_isBusy = false;
     bool m_isClosed = false;
-    std::optional<int> m_question; // which the program has asked and waits for
+    std::optional<int> m_question; // the number of the question that the program waits for
     std::unique_ptr<OneShot<RunResult>> m_reply;
     std::list<OneShot<bool>> m_waiters; // in order of arrival
 };

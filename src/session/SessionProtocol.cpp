@@ -39,13 +39,13 @@ std::optional<uint> escapedUnit(QByteArrayView body, qsizetype position)
 
 /// Python strings may contain lone surrogates and json.dumps writes them as escapes. nlohmann's
 /// parser refuses them: it has no option for it, and its error handlers are for writing only. So
-/// they are replaced by U+FFFD before parsing, which saves the rest of the reply.
+/// they are replaced by U+FFFD before parsing, so that the rest of the reply can be read.
 QByteArray withoutLoneSurrogates(QByteArray body)
 {
     for (qsizetype i = body.indexOf('\\'); i >= 0; i = body.indexOf('\\', i)) {
         const auto unit = escapedUnit(body, i);
         if (!unit) {
-            i += 2; // the backslash and what it escapes, itself perhaps
+            i += 2; // the backslash and the character that it escapes
             continue;
         }
         const auto next = escapedUnit(body, i + escapeLength);

@@ -12,11 +12,11 @@
 /// (docs/formats/session-protocol.md).
 namespace Korvane::SessionProtocol {
 
-/// The program that serves the requests, given to the interpreter byte for byte.
+/// The program that answers the requests, passed to the interpreter unchanged.
 [[nodiscard]] QByteArray driverProgram();
 
-// A request is one line of JSON with its line end. It is missing when a text holds half a
-// surrogate pair, which UTF-8 cannot carry.
+// A request is one line of JSON with its line end. There is none when a text contains a lone
+// surrogate, which UTF-8 cannot encode.
 
 /// Runs a whole file; an empty \p path means a document that was never saved. \p fresh empties
 /// the namespace first.
@@ -32,12 +32,11 @@ namespace Korvane::SessionProtocol {
 /// The number of the question when \p body says that the program waits for input.
 [[nodiscard]] std::optional<int> inputQuestion(const QByteArray &body);
 /// Answers question \p number. An empty \p text is the end of the input; otherwise it is one line
-/// or several, with their line ends. Half a surrogate pair becomes a
-/// question mark.
+/// or several, with their line ends. A lone surrogate becomes a question mark.
 [[nodiscard]] QByteArray inputAnswer(int number, const QString &text);
 
-/// Whatever \p body is, this yields a result: what is not JSON yields an error text, and a table of
-/// another shape an empty one.
+/// Never fails: the result of a \p body that is not JSON is an error text, and a table of another
+/// shape yields an empty one.
 [[nodiscard]] RunResult parseReply(const QByteArray &body);
 
 } // namespace Korvane::SessionProtocol

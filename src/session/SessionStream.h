@@ -35,12 +35,12 @@ public:
     /// are replaced by U+FFFD.
     [[nodiscard]] QList<Item> feed(QByteArrayView bytes);
 
-    /// To be called right before a request is written. A reply that has begun by then cannot
-    /// answer it: a program printed a 0x04 itself, and every later reply would be taken for output
-    /// and the output for replies.
+    /// To be called right before a request is written. A reply that has begun by then cannot be the
+    /// answer: a program printed a 0x04 itself, and every later reply would be taken for output and
+    /// the output for replies.
     void discardUnfinishedReply();
 
-    /// Forgets everything, for a new child.
+    /// Drops all state, for a new child.
     void clear();
 
 private:
