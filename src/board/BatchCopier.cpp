@@ -20,7 +20,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Parents included; folders that exist are fine. Blocks.
+/// Creates the folders and their parents; those that exist are left alone. Blocks.
 Result<void> makeFolders(const QStringList &paths)
 {
     for (const QString &path : paths) {
@@ -36,7 +36,7 @@ Result<void> makeFolders(const QStringList &paths)
     return {};
 }
 
-/// For the file at \p path, which is that of \p permit or below it.
+/// The permit for the file at \p path, which is the path of \p permit or below it.
 WritePermit permitFor(const QString &path, const WritePermit &permit)
 {
     const qsizetype length = permit.path().size();
@@ -96,7 +96,7 @@ Async<void> BatchCopier::copy(Batch batch, Direction direction, QList<WritePermi
     const auto life = m_life.watch();
     const bool isToBoard = direction == Direction::ToBoard;
     const qsizetype count = batch.files.size();
-    // The question was about the board of the permits.
+    // The user was asked about the board of the permits.
     const WritePermit onThisBoard =
         permits.isEmpty() ? m_files.permitWrite(u"/"_s) : permits.first();
     TransferStatus::Running running(m_transfer);
@@ -156,7 +156,7 @@ Async<void> BatchCopier::copy(Batch batch, Direction direction, QList<WritePermi
     if (isToBoard && result)
         co_await m_files.refreshDeviceFiles();
     else if (isToBoard && !m_files.isLoadingDeviceFiles()) // as after some failures
-        m_files.refreshDeviceFiles();                      // the error does not wait for it
+        m_files.refreshDeviceFiles();                      // without waiting for it
     else if (!isToBoard)
         emit localFilesChanged();
     if (life && !result && finished < count) {

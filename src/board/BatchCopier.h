@@ -41,7 +41,8 @@ public:
     };
     struct Batch
     {
-        /// Made first, each before those in it; those that exist are left alone.
+        /// Created before the files, in this order, which has each folder before those in it; those
+        /// that exist are left alone.
         QStringList folders;
         QList<File> files;
         QString targetName; // where they are copied to, in messages
@@ -54,14 +55,14 @@ public:
     /// All must outlive this.
     BatchCopier(DeviceLink &link, DeviceFiles &files, TransferStatus &transfer, ShellSink &shell);
 
-    /// Permits for \p paths on the board, without asking.
+    /// Permits for \p paths on the board, in their order, without a question.
     [[nodiscard]] Async<QList<WritePermit>> permits(QStringList paths);
     /// To the board.
     [[nodiscard]] Async<void> send(Batch batch, QList<WritePermit> permits);
     /// To this computer.
     [[nodiscard]] Async<void> receive(Batch batch);
-    /// Copies one file to this computer, without a message. The message of a `File` error is the
-    /// system's text.
+    /// Copies one file to this computer, without a message in the Shell. The message of a `File`
+    /// error is the system's text.
     [[nodiscard]] Async<void> receiveFile(File file, PieceTransfer::Observer observer);
 
 signals:
@@ -79,7 +80,8 @@ private:
     };
 
     [[nodiscard]] Async<void> copy(Batch batch, Direction direction, QList<WritePermit> permits);
-    /// Copies what is left, on the board with that identity.
+    /// Copies the rest of a batch. Fails when another board than the one with that identity is
+    /// connected.
     [[nodiscard]] Async<void> resume(Batch rest, Direction direction, QStringList permitted,
                                      QString board);
     [[nodiscard]] Async<void> makeLocalFolders(QStringList paths);

@@ -16,7 +16,7 @@ std::optional<BoardCapabilities> BoardCapabilities::parse(const QString &output)
     const auto has = [&fields](int index) { return fields[index] == u"1"; };
     BoardCapabilities capabilities;
     capabilities.freeHeapBytes = fields[0].toLongLong();
-    // "binascii" may be a module in Python, which is slower by two orders of magnitude.
+    // "binascii" may be a module written in Python, which is slower by two orders of magnitude.
     const QString binascii = QStringLiteral("binascii");
     const QString ubinascii = QStringLiteral("ubinascii");
     capabilities.base64Module = has(1) ? ubinascii : has(2) ? binascii : QString();

@@ -47,8 +47,8 @@ std::optional<BoardCapabilities> BoardProfile::known() const
     return m_capabilitiesConnection == m_link.connectionNumber() ? m_capabilities : std::nullopt;
 }
 
-/// A board without `json` fails at the first command, one without `os.stat` or folders lists
-/// nothing: then it is asked once what it has.
+/// The listing script fails on a board without `json`, and its list is empty on one without
+/// `os.stat` or folders: in both cases the capabilities are read.
 Async<QString> BoardProfile::listing()
 {
     const auto life = m_life.watch();
@@ -90,8 +90,8 @@ Async<QString> BoardProfile::nativePath(QString path)
     co_return board->nativePath(path);
 }
 
-/// The answer of a board without `os.stat` is always no, so a no is checked on one that has not
-/// shown that it has it.
+/// A board without `os.stat` always answers "__EXISTS__0". So unless the board is known to have
+/// `os.stat`, the capabilities are read after this answer.
 Async<QString> BoardProfile::lookFor(QString path)
 {
     const auto life = m_life.watch();

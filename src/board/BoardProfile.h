@@ -16,10 +16,10 @@ public:
     /// \p link must outlive this.
     explicit BoardProfile(DeviceLink &link);
 
-    /// Asks the board unless it was asked on this connection. Errors: those of DeviceLink,
-    /// `Remote` when the answer is not valid.
+    /// Reads them from the board unless they were read on this connection. Errors: those of
+    /// DeviceLink, `Remote` when the answer is not valid.
     [[nodiscard]] Async<BoardCapabilities> capabilities();
-    /// Nothing while the board has not been asked on this connection.
+    /// Nothing until they have been read on this connection.
     [[nodiscard]] std::optional<BoardCapabilities> known() const;
 
     /// Lists the whole board: what DeviceListing::parse reads. Errors: those of DeviceLink.

@@ -10,7 +10,7 @@ namespace Korvane::BoardScripts {
 
 namespace {
 
-/// Base64 characters a line, so that neither a line nor what it decodes to strains a small board.
+/// Base64 characters in one line: bounds the memory that a line and its decoded bytes take.
 constexpr qsizetype pieceLength = 1024;
 
 QString script(const char *name)
@@ -25,8 +25,8 @@ struct Replacement
     QString text;
 };
 
-/// Puts each placeholder's text in its place, once. What was put in is not looked at again, since
-/// a path may well read like a placeholder.
+/// Replaces each placeholder by its text in one pass. Inserted text is not searched, since a path
+/// may contain the text of a placeholder.
 template <std::size_t count>
 QString fill(QStringView pattern, const std::array<Replacement, count> &replacements)
 {

@@ -14,8 +14,8 @@ namespace Korvane::BoardScripts {
 enum class NodeKind { File, Folder };
 
 /// \p path as a Python string literal. Control characters are escaped too: the raw REPL executes
-/// what it has received at a Ctrl-D, also inside a literal. The one place where a board path enters
-/// a program.
+/// what it has received at a Ctrl-D, also inside a literal. All programs get board paths
+/// from this function.
 [[nodiscard]] QString pathLiteral(const QString &path);
 
 /// Prints "__LS__" and the whole file system as JSON (see DeviceListing).

@@ -20,7 +20,7 @@ Error stoppedAt(const QString &operation, const QString &done, const QString &pl
     }
     error.message =
         u"%1 canceled at %2 (%3); the files before it were %4."_s.arg(operation, path, place, done);
-    // What the board has of the file itself.
+    // What the board holds of the file at which the copy was canceled.
     const QString state = cause.message.section(u" — "_s, 1);
     if (!state.isEmpty())
         error.message += u' ' + state;

@@ -11,7 +11,7 @@ namespace Korvane {
 /// One entry of the plan of a folder copy.
 struct CopyItem
 {
-    /// Below the copied folder, joined by "/".
+    /// The path below the copied folder, with "/" as the separator.
     QString relativePath;
     bool isDirectory = false;
     /// Bytes; 0 for folders and when unknown.

@@ -26,7 +26,7 @@ namespace Korvane::DeviceError {
 [[nodiscard]] Error notReset();
 /// The connection that the user was asked about was replaced by another one.
 [[nodiscard]] Error boardReplaced();
-/// A transfer to \p path was asked for before and has not ended.
+/// An earlier transfer to \p path has not ended.
 [[nodiscard]] Error alreadyWriting(const QString &path);
 /// The user declined; \p notice says what was left unchanged; it may be empty.
 [[nodiscard]] Error canceled(const QString &notice = {});

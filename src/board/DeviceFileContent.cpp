@@ -43,7 +43,7 @@ Error writeFailure(Error error, const QString &state)
         return error;
     if (error.code == ErrorCode::Canceled)
         error.message = u"Transfer canceled"_s;
-    else if (error.code != ErrorCode::File) // of this computer, whose message is complete
+    else if (error.code != ErrorCode::File) // that of a file on this computer
         error.message.prepend(u"Device write failed: "_s);
     if (error.message.endsWith(u'.'))
         error.message.chop(1);
@@ -159,7 +159,7 @@ Async<void> DeviceFileContent::checkNeedsPieces(Error error)
     co_return Result<void>();
 }
 
-/// False when the user declines, and when there is no old file that takes room.
+/// False when the user declines, and when there is no old file whose space could be used.
 Async<bool> DeviceFileContent::confirmInPlace(WritePermit permit, QString label)
 {
     const QString path = permit.path();
@@ -288,7 +288,7 @@ Async<QByteArray> DeviceFileContent::readAtOnce(QString path, QString label)
         const QByteArray encoded = base64->toUtf8();
         const auto decoded =
             QByteArray::fromBase64Encoding(encoded, QByteArray::AbortOnBase64DecodingErrors);
-        // The decoder accepts a text that was cut off, as one without padding.
+        // The decoder takes a text that was cut off for one without padding.
         if (decoded && encoded.size() % 4 == 0)
             co_return *decoded;
     }

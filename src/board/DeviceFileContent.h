@@ -30,7 +30,7 @@ public:
     [[nodiscard]] Async<void> write(Source source, WritePermit permit, QString label,
                                     PieceTransfer::Observer observer);
     /// Reads the file into \p sink. \p sizeBytes is its size as last listed, 0 when unknown: then
-    /// one command is tried first. On failure \p sink may have got a part of the file.
+    /// one command is tried first. On failure \p sink may have received a part of the file.
     [[nodiscard]] Async<void> read(QString path, QString label, qint64 sizeBytes,
                                    PieceTransfer::Sink sink, PieceTransfer::Observer observer);
 

@@ -21,7 +21,8 @@ using BoardScripts::pathLiteral;
 
 constexpr auto quickTimeout = 5s;
 constexpr auto treeTimeout = 15s;
-/// Deleted by one command, so that progress can be shown and the time-out is kept on slow flash.
+/// Entries deleted by one command: few enough for its time-out on slow flash; the operation can be
+/// canceled between two commands.
 constexpr int entriesPerCommand = 32;
 /// Characters of path literals in one command, for boards with small heaps.
 constexpr qsizetype literalsPerCommand = 1000;
@@ -111,7 +112,7 @@ Async<void> DeviceFileOperations::move(QString from, WritePermit target, Existin
     const QString check = existing == Existing::Replace
         ? u"pass"_s
         : QString(u"_qm("_s + source + u',' + destination + u')');
-    // All in one call: a path may read like a placeholder.
+    // All in one call, since a path may contain "%1".
     co_return co_await expectOk(script("move"_L1).arg(source, destination, check), target);
 }
 

@@ -42,10 +42,11 @@ public:
 
     /// Creates an empty file. Fails when there is an entry of that name.
     [[nodiscard]] Async<void> createFile(WritePermit permit);
+    /// Fails when there is an entry of that name, and on boards without folders.
     [[nodiscard]] Async<void> createFolder(WritePermit permit);
     /// Renames or moves the file or folder \p from to the path of \p target. With
-    /// Existing::Refuse, fails when there is an entry of that name; a name that differs from the
-    /// old one only in case is none.
+    /// Existing::Refuse, fails when there is an entry of that name. When the paths differ only in
+    /// case, the folder has to list that name: on FAT it may be the entry itself.
     [[nodiscard]] Async<void> move(QString from, WritePermit target, Existing existing);
     /// Deletes a file, or a folder with its contents. On failure, and when canceled, a part of the
     /// contents may be deleted; the message names the entry that could not be.

@@ -88,7 +88,7 @@ Async<void> DeviceFiles::list()
     const auto output = co_await m_profile.listing();
     if (!life)
         co_return DeviceError::closed();
-    if (connection != m_link.connectionNumber()) // nothing is left to be listed
+    if (connection != m_link.connectionNumber()) // the listing is of an earlier one
         co_return Result<void>();
     if (!output)
         co_return failure(u"Device file listing failed: "_s, output.error());
@@ -381,7 +381,7 @@ void DeviceFiles::forgetBoard()
     emit deviceFileNodesChanged();
 }
 
-/// While not connected the command itself says so.
+/// While not connected, the command itself fails.
 Result<void> DeviceFiles::checkConnection(int connection) const
 {
     if (connection != m_link.connectionNumber() && m_link.connectionState().isConnected())

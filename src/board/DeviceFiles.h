@@ -30,7 +30,7 @@ class DeviceFiles final : public QObject
     Q_OBJECT
 
 public:
-    /// What requestWrite asks before it grants a permit.
+    /// The path of a permit, and the question that requestWrite asks before it yields one.
     struct WriteRequest
     {
         QString path;
@@ -39,7 +39,7 @@ public:
         std::function<std::optional<UserPrompts::Confirmation>(bool exists)> question = {};
         /// The result when the user declines.
         Error declined = {ErrorCode::Canceled, {}};
-        /// False for a question that doesn't depend on what exists: the board isn't asked then.
+        /// False for a question that doesn't depend on what exists: no command is sent then.
         bool looksForPath = true;
     };
 
@@ -54,12 +54,12 @@ public:
     [[nodiscard]] Async<QByteArray> readDeviceFile(QString path, QString label);
     /// Whether the file holds one of \p contents, by their digests.
     [[nodiscard]] Async<bool> deviceFileHolds(QString path, QList<QByteArray> contents);
-    /// Reads the file into \p sink, reporting to \p observer. On failure \p sink may have got a
-    /// part.
+    /// Reads the file into \p sink, reporting to \p observer. On failure \p sink may have received
+    /// a part.
     [[nodiscard]] Async<void> receiveFile(QString path, QString label, PieceTransfer::Sink sink,
                                           PieceTransfer::Observer observer);
-    /// A folder counts as existing. When the board doesn't answer, the tree is searched, for files
-    /// only.
+    /// Whether there is a file or folder at \p path. When the board doesn't answer, the tree is
+    /// searched, for files only.
     [[nodiscard]] QCoro::Task<bool> deviceFileExists(QString path);
     /// As deviceFileExists, but fails when the board doesn't answer.
     [[nodiscard]] Async<bool> lookForDeviceFile(QString path);
@@ -88,15 +88,16 @@ public:
     /// Fails with `BoardReplaced` unless the connected board is \p identity (of
     /// DeviceLink::boardIdentity).
     [[nodiscard]] Async<void> checkBoard(QString identity);
-    /// The one way to ask whether a file may be created or replaced. The permit holds the path:
-    /// meanwhile a second request for it fails with `Canceled`.
+    /// Asks the question of \p request, if any, and yields a permit to create or replace a file.
+    /// The permit holds the path: until it is destroyed, a second request for the path fails with
+    /// `Canceled`.
     [[nodiscard]] Async<WritePermit> requestWrite(WriteRequest request);
     /// The request of a transfer by the user: asks before a file is replaced, unless "Don't ask
     /// again" was chosen for it on this connection. \p declinedNotice is the message when declined.
     [[nodiscard]] WriteRequest replaceRequest(const QString &label, const QString &path,
                                               const QString &declinedNotice) const;
-    /// Asks. Fails with \p declined when the user declines, and with `BoardReplaced` when another
-    /// connection was made while the question was open.
+    /// Asks \p question. Fails with \p declined when the user declines, and with `BoardReplaced`
+    /// when another connection was made while the question was open.
     [[nodiscard]] Async<void> confirmAction(UserPrompts::Confirmation question,
                                             Error declined = {ErrorCode::Canceled, {}});
 
@@ -108,7 +109,7 @@ public:
     /// The entries of a folder of the tree, or null when it has no such folder. Valid until the
     /// next listing.
     [[nodiscard]] const QList<DeviceFileNode> *deviceChildren(const QString &path) const;
-    /// Valid until the next listing.
+    /// The file or folder at \p path in the tree, or null. Valid until the next listing.
     [[nodiscard]] const DeviceFileNode *deviceNode(const QString &path) const;
     /// Why the last listing failed; nothing after one that succeeded.
     [[nodiscard]] const std::optional<Error> &listingError() const { return m_listingError; }
@@ -144,7 +145,7 @@ private:
     QSet<QString> m_overwriteConfirmedPaths;
     /// Replaced when the link ends; permits of the connection before share the old one.
     std::shared_ptr<ClaimedPaths> m_claimedPaths = std::make_shared<ClaimedPaths>();
-    /// Listings under way: one may start before another has ended.
+    /// Listings in progress: one may start before another has ended.
     int m_listings = 0;
     Lifetime m_life;
 };

@@ -46,7 +46,7 @@ DeviceLink::DeviceLink(ShellSink &shell, SerialPortManager::Roots roots, QObject
 
 DeviceLink::~DeviceLink()
 {
-    // No callback may reach a command that is destroyed.
+    // No callback may be called for a command that has been destroyed.
     m_serial.close();
     m_serial.setDataInterceptor({});
 }
@@ -58,7 +58,7 @@ void DeviceLink::setDeviceCommandInFlight(bool isInFlight)
         m_serial.discardPendingOutput();
         m_serial.setDataInterceptor({});
     }
-    m_rawReplTimer.stop(); // the next user of the link begins with Ctrl-A or Ctrl-B
+    m_rawReplTimer.stop(); // what uses the link next begins with Ctrl-A or Ctrl-B
     if (m_softReset)
         m_softReset->abort(DeviceError::programRunning());
     setInFlight(isInFlight);
@@ -129,8 +129,8 @@ Result<void> DeviceLink::connectDevice(const QString &port)
     m_rawPaste = RawPaste::Support::Unknown;
     startDeviceReader();
     m_shell.appendInfo(QStringLiteral("Connected to ") + port);
-    // Interrupts what the board is running. Signaled only after this: a command sent by a slot
-    // would reach the board before it.
+    // Interrupts what the board is running. The signals follow: a command that a slot sends must
+    // reach the board after this.
     m_serial.write("\x03\x03");
     emit connectionStateChanged();
     emit connected();
@@ -306,7 +306,7 @@ void DeviceLink::dropWaiting(RawReplExchange *command)
         command->abort(DeviceError::canceled());
 }
 
-/// A command that was cut off doesn't have the link any more.
+/// Does nothing for a command that has lost the link.
 void DeviceLink::releaseCommand(const RawReplExchange *command)
 {
     if (m_current != command)

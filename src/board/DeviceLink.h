@@ -29,8 +29,9 @@ class SoftReset;
 /// The link to the board: connecting, disconnecting, losing it, and running commands on it in the
 /// order of the calls. Main thread only.
 ///
-/// The link has one user at a time, which `deviceCommandInFlight` shows: a command of
-/// executeOnDeviceRaw, the start of a streamed run, which takes the link by force, or a soft reset.
+/// One operation uses the link at a time, and `deviceCommandInFlight` is set meanwhile: a command
+/// of executeOnDeviceRaw, the start of a streamed run, which takes the link by force, or a soft
+/// reset.
 class DeviceLink final : public QObject
 {
     Q_OBJECT
@@ -48,8 +49,8 @@ public:
 
     /// Borrowed; must be set before any other operation is called.
     void setClient(DeviceLinkClient *client) { m_client = client; }
-    /// \p rateOf yields the speed in baud for the port of a path, and is asked at each connecting.
-    /// Without it every port is opened at 115200.
+    /// \p rateOf yields the speed in baud for the port at a path, and is called for each
+    /// connection. Without it every port is opened at 115200.
     void setBaudRates(std::function<int(const QString &port)> rateOf)
     {
         m_baudRateOf = std::move(rateOf);
@@ -61,15 +62,15 @@ public:
     [[nodiscard]] bool deviceCommandInFlight() const { return m_deviceCommandInFlight; }
     /// Takes the link by force, or frees it. A command that used it loses the interceptor and
     /// writes nothing more; its result arrives at its time-out. So set an interceptor only after
-    /// taking the link. When it is freed, the next waiting command starts from the event loop.
+    /// taking the link. When the link is freed, the next queued command starts from the event loop.
     void setDeviceCommandInFlight(bool isInFlight);
-    /// Starts the first waiting command, if the link is free of commands and programs. Call it when
-    /// the result of a function of the client has changed.
+    /// Starts the first queued command, if neither a command nor a program uses the link. Call it
+    /// when the result of a function of the client has changed.
     void startNextCommand();
 
     /// Lists the ports now. The list also follows boards that are plugged in and unplugged.
     void refreshPorts();
-    /// The USB descriptors of the board at \p port.
+    /// The texts of the USB descriptors of the board at \p port; empty without them.
     [[nodiscard]] SerialPortManager::Identity portIdentity(const QString &port) const
     {
         return SerialPortManager::identity(port, m_roots);
@@ -82,19 +83,20 @@ public:
     Result<void> connectDevice(const QString &port);
     /// Unfinished commands end at once, with `NotConnected`. Nothing is sent to the board.
     void disconnectDevice();
-    /// Interrupts what the board is doing and resets it; a command that uses the link ends with
-    /// `Remote`. Succeeds when the board prints that it restarts. Errors: `NotConnected`,
-    /// `ProgramRunning` (a run is being started, or another reset is under way), `TimedOut`.
+    /// Interrupts the program on the board and resets the board; a command that uses the link ends
+    /// with `Remote`. Succeeds when the board prints that it restarts. Errors: `NotConnected`,
+    /// `ProgramRunning` (a run is being started, or another reset is in progress), `TimedOut`.
     [[nodiscard]] Async<void> softReset();
 
-    /// Waits until the link is free, also of a program that was started meanwhile, then runs \p
-    /// code on the board. With \p whenBusy Interrupt, a program that Korvane did not send, such as
-    /// one started at the Shell's prompt, is interrupted, and what it prints until then is in
+    /// Waits until the link is free, also of a program that was started meanwhile, then runs
+    /// \p code on the board. With \p whenBusy Interrupt, a program that Korvane did not send, such
+    /// as one started at the Shell's prompt, is interrupted, and what it prints until then is in
     /// dataReceived. Errors: `NotConnected` (also when the connection ends first),
     /// `ProgramRunning`, `PausedAtBreakpoint` (nothing was written), `NoRawREPL`, `TimedOut` (the
-    /// program was interrupted, unless the link was taken by force), `Closed` (this object was
+    /// program was interrupted, unless the link was taken by force), `SerialPort` (the port
+    /// accepted no data), `Remote` (a soft reset ended the command), `Closed` (this object was
     /// destroyed). \p timeout counts from when the link is free; its whole seconds are named in the
-    /// error. \p stop ends a command that is waiting, with `Canceled`, and interrupts one that is
+    /// error. \p stop ends a command that is queued, with `Canceled`, and interrupts one that is
     /// canceled while it runs: its result is then what the program printed.
     [[nodiscard]] Async<DeviceExecution> executeOnDeviceRaw(
         QString code, std::chrono::duration<double> timeout, CallStop stop = {},
@@ -108,7 +110,9 @@ public:
     /// the raw REPL for a moment, so that the next command of this kind needs no handshake.
     [[nodiscard]] Async<QString> executeInSequence(QString code,
                                                    std::chrono::duration<double> timeout);
-    /// Writes what the user typed for the program or the prompt of the board.
+    /// Writes what the user typed for the program or the prompt of the board, unchanged and without
+    /// waiting for a command to end. A board that a sequence of commands has left in the raw REPL
+    /// is first returned to its friendly prompt.
     void writeInput(const QByteArray &bytes);
 
     /// Changes whenever a connection begins or ends: equal numbers mean the same connection.
@@ -116,16 +120,16 @@ public:
     /// Whether the connected board offers raw-paste mode, as far as it is known. For callers that
     /// send programs.
     [[nodiscard]] RawPaste::Support &rawPaste() { return m_rawPaste; }
-    /// Tells boards apart, also after reconnecting: the USB serial number of the connected port, or
-    /// the port's path and the board's unique id, or the path alone for a board without one. The
-    /// board is asked once for each connection. Errors as of executeOnDevice.
+    /// Identifies the board, also after reconnecting: the USB serial number of the connected port,
+    /// or the port's path and the board's unique id, or the path alone for a board without one. The
+    /// id is read once for each connection. Errors as of executeOnDevice.
     [[nodiscard]] Async<QString> boardIdentity();
 
 signals:
     void connectionStateChanged();
     void availablePortsChanged();
     void deviceCommandInFlightChanged();
-    /// A new connection is about to be read: incomplete data of the previous one must be dropped.
+    /// Reading a new connection starts: incomplete data of the previous one must be dropped.
     void readerStarting();
     /// A command has ended and left the raw REPL: the board sends its banner next.
     void rawReplLeft();
@@ -166,11 +170,11 @@ private:
     int m_connectionNumber = 0;
     RawPaste::Support m_rawPaste = RawPaste::Support::Unknown;
     QString m_boardIdentity; // of the connected board, once it is known
-    /// All commands whose result hasn't been taken: waiting, on the board, cut off, ended.
+    /// All commands whose result hasn't been taken: queued, on the board, without the link, ended.
     std::list<std::unique_ptr<RawReplExchange>> m_commands;
-    /// Those that wait for the link, in the order of the calls.
+    /// Those that are queued for the link, in the order of the calls.
     std::deque<RawReplExchange *> m_waiting;
-    /// The command that uses the link; null when the link is free or has another user.
+    /// The command that uses the link; null when the link is free or something else uses it.
     RawReplExchange *m_current = nullptr;
     /// Active while a sequence of commands has left the board in the raw REPL.
     QTimer m_rawReplTimer;

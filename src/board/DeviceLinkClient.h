@@ -2,7 +2,8 @@
 
 namespace Korvane {
 
-/// What the link to the board asks the rest of the program before it starts a command. Main thread.
+/// State of the rest of the program that the link tests before it starts a command. Main thread
+/// only.
 class DeviceLinkClient
 {
 public:

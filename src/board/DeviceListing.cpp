@@ -12,7 +12,7 @@ namespace {
 
 using nlohmann::json;
 
-/// Deeper than any board's file system; a guard against a reply made to exhaust the stack.
+/// Deeper than any board's file system. Without a limit, a malicious reply could exhaust the stack.
 constexpr int deepestLevel = 200;
 
 bool isArrayOfObjects(const json &value)

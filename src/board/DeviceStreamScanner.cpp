@@ -13,9 +13,9 @@ constexpr char recordMark = '\x1E';
 constexpr char endMark = '\x04';
 constexpr qsizetype longestHeldTail = 4;
 
-/// How many of \p bytes, the last that have arrived, can be shown now: as many as are well-formed
-/// when up to four at the end wait. Where that makes none, the fault lies further ahead, and all
-/// but four are shown.
+/// How many of \p bytes, the last that have arrived, can be shown now: all but up to four at the
+/// end, so that the shown ones are well-formed. When that is not possible, the ill-formed bytes are
+/// further to the front, and all but four are shown.
 qsizetype showableCount(QByteArrayView bytes)
 {
     // No character contains an end mark, so whatever precedes one is complete.
@@ -131,7 +131,7 @@ qsizetype DeviceStreamScanner::takeRecord(qsizetype open, Scan &scan)
     }
     m_searchedBytes = 0;
     if (*found == endMark) {
-        // The program ended inside: the mark was one that it printed itself.
+        // The program ended without a second mark, so it printed the first one itself.
         scan.text += QLatin1Char(recordMark);
         return 1;
     }

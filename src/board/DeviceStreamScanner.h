@@ -22,7 +22,7 @@ public:
         QList<DebugPause> pauses;
         /// An end mark (0x04) was among the bytes.
         bool ended = false;
-        /// How many of the pauses, the last ones, came behind the last end mark.
+        /// How many pauses, the last of the list, arrived after the last end mark.
         qsizetype pausesBehindEnd = 0;
         /// The prompt followed the second end mark, or a later one, since the construction, flush()
         /// or clear().
@@ -45,7 +45,7 @@ private:
     [[nodiscard]] qsizetype takeRecord(qsizetype open, Scan &scan);
 
     QByteArray m_buffer;
-    /// How many bytes of the open record at the front of the buffer hold no mark for certain.
+    /// How many bytes of the open record at the front of the buffer have been searched for a mark.
     qsizetype m_searchedBytes = 0;
     bool m_isBehindRecord = false;
     int m_endMarks = 0;

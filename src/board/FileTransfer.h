@@ -22,7 +22,7 @@ class TransferStatus;
 /// A folder copy asks once and stops at the first failure; what was copied before is kept, and
 /// TransferStatus has the rest. Start and success are written to the Shell, failures are returned.
 /// Local files are read and written in pieces, off the main thread; a local file is replaced when
-/// all of its content has arrived and was checked. Everything else happens on the main thread.
+/// all of its content has arrived and was checked. Main thread only.
 class FileTransfer final : public QObject
 {
     Q_OBJECT

@@ -15,10 +15,10 @@ struct FolderChanges
     enum class Kind { New, Changed, OnlyOnBoard };
     struct Entry
     {
-        /// Of a file, below both folders, joined by "/".
+        /// The path of a file below both folders, with "/" as the separator.
         QString relativePath;
         Kind kind = Kind::New;
-        /// Bytes: of the local file, for OnlyOnBoard of the board's.
+        /// Bytes of the local file, or, for OnlyOnBoard, of the board's.
         qint64 size = 0;
 
         friend bool operator==(const Entry &, const Entry &) = default;

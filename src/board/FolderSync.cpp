@@ -26,7 +26,7 @@ using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 constexpr auto hashTimeout = 15s;
-/// Of one command that hashes several files: a few seconds also on a slow board.
+/// Limits of one command that hashes several files: it takes a few seconds on a slow board.
 constexpr qsizetype mostFilesPerCommand = 16;
 constexpr qint64 mostBytesPerCommand = 128 * 1024;
 constexpr qsizetype localPieceBytes = 256 * 1024;
@@ -82,7 +82,7 @@ Result<FolderSync::Tree> FolderSync::readTree(const QString &folder)
     if (rules) {
         tree.rules.add(*rules);
     } else if (rules.error().systemCode != ENOENT) {
-        // Without its rules, what must not be sent would be.
+        // Without its rules, files that must not be sent would be sent.
         Error error = rules.error();
         error.message.prepend(u"Cannot read .korvaneignore: "_s);
         return error;
@@ -197,7 +197,7 @@ Async<QList<QByteArray>> FolderSync::boardDigests(QList<CopyItem> files, QString
             bytes += file.size;
             paths << board->nativePath(DeviceListing::join(folder, file.relativePath));
         }
-        if (paths.isEmpty()) { // a large file, or one that must be read again
+        if (paths.isEmpty()) { // a large file, or a board that computes no digests
             const CopyItem &file = files.at(digests.size());
             const QString path = DeviceListing::join(folder, file.relativePath);
             bytes = file.size;

@@ -17,8 +17,8 @@ class DeviceFiles;
 class DeviceLink;
 class ShellSink;
 
-/// Finds out which files of a local folder differ from those of a folder on the board, and sends
-/// them. The messages of errors are the full text for the user. Main thread only; local files are
+/// Compares the files of a local folder with those of a folder on the board, and sends those that
+/// differ. The messages of errors are the full text for the user. Main thread only; local files are
 /// read in the background.
 class FolderSync final : public QObject
 {
@@ -33,8 +33,8 @@ public:
     /// size are compared by digests, which the board computes, several files with one command. Left
     /// out are hidden entries, those of IgnoreRules and virtual environments.
     [[nodiscard]] Async<FolderChanges> compare(QString localFolder, QString boardFolder);
-    /// Sends the files of \p changes that are new or changed, and removes those that are only on
-    /// the board. Stops at the first failure; what was sent before stays, and TransferStatus has
+    /// Sends the files of \p changes that are new or changed, then removes those that are only on
+    /// the board. Stops at the first failure; what was sent before is kept, and TransferStatus has
     /// the rest. Fails with `BoardReplaced` when another board was connected since the comparison.
     [[nodiscard]] Async<void> send(FolderChanges changes);
 
@@ -53,7 +53,8 @@ private:
                                                         PieceTransfer::Observer observer);
     [[nodiscard]] Async<void> sendFile(FolderChanges::Entry entry, QString localFolder,
                                        WritePermit permit, PieceTransfer::Observer observer);
-    /// After a send that ended early: the same for what is left, on the same board.
+    /// Sends the rest of an earlier send. Fails when another board than the one with that identity
+    /// is connected.
     [[nodiscard]] Async<void> resume(FolderChanges rest, QString board);
 
     DeviceLink &m_link;

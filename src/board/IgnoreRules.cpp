@@ -28,7 +28,7 @@ QString expressionOf(const QString &pattern)
         } else if (rest[0] == u'?') {
             expression += "[^/]"_L1;
         } else {
-            // The whole run: the two halves of a character must not be escaped apart.
+            // The whole text up to the next wildcard: escape() must not get half a surrogate pair.
             const auto end = std::find_if(rest.begin(), rest.end(), [](QChar character) {
                 return character == u'*' || character == u'?';
             });
@@ -101,7 +101,7 @@ QList<CopyItem> IgnoreRules::keptOf(const QList<CopyItem> &items) const
             leftOut.insert(item.relativePath.section(u'/', 0, -2));
     }
     QList<CopyItem> kept;
-    // Folders precede their contents, so only the own folder of an entry has to be looked up.
+    // Folders precede their contents, so only the parent of an entry has to be looked up.
     for (const CopyItem &item : items) {
         const bool isLeftOut = leftOut.contains(item.relativePath)
             || leftOut.contains(item.relativePath.section(u'/', 0, -2))

@@ -19,8 +19,8 @@ public:
     /// Adds the rules of the lines of \p text; later rules take precedence.
     void add(const QString &text);
 
-    /// \p relativePath is below the folder, joined by "/". True also for everything in a folder
-    /// that is left out.
+    /// \p relativePath is the path below the folder, with "/" as the separator. True also for
+    /// everything in a folder that is left out.
     [[nodiscard]] bool isIgnored(const QString &relativePath, bool isDirectory) const;
     /// The items of \p items that are not left out. A folder with a `pyvenv.cfg` in it is a virtual
     /// environment and left out.

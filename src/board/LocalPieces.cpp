@@ -9,7 +9,7 @@ namespace Korvane {
 
 namespace {
 
-/// What a Background that was destroyed left undone.
+/// `Closed` when the Background was destroyed before the work had ended.
 template <typename T> Result<T> unlessClosed(std::optional<Result<T>> result)
 {
     if (!result)

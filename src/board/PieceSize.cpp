@@ -24,8 +24,8 @@ void PieceSize::adapt(qsizetype sentBytes, std::chrono::milliseconds elapsed)
 {
     const qint64 milliseconds = std::max<qint64>(1, elapsed.count());
     const qint64 wanted = sentBytes * target.count() / milliseconds;
-    // The last piece of a file is short, and one slow reply is no measure: the size changes by a
-    // factor of two at most.
+    // The last piece of a file is short, and a single reply may be late for other reasons: the size
+    // changes by a factor of two at most.
     m_bytes = std::clamp<qsizetype>(wanted, m_bytes / 2, m_bytes * 2);
     m_bytes = std::clamp(m_bytes, smallest, m_limit);
 }

@@ -6,7 +6,7 @@
 
 namespace Korvane {
 
-/// How many bytes of a file go into the next command of a transfer: as many as are sent within
+/// How many bytes of a file the next command of a transfer moves: as many as the link transfers in
 /// `target`, bounded by the free heap of the board.
 class PieceSize final
 {

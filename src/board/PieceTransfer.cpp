@@ -35,7 +35,7 @@ bool isOutOfMemory(const Error &error)
         && error.message.startsWith(QLatin1String("MemoryError"));
 }
 
-/// The error of a command whose bytes were lost or changed on the link.
+/// Whether \p error is one that occurs when bytes of a command were lost or changed on the link.
 bool isLinkError(const Error &error)
 {
     if (error.code == ErrorCode::TimedOut || error.code == ErrorCode::Damaged)
@@ -89,7 +89,7 @@ Async<void> PieceTransfer::send(Source next, QString path, Target target)
         result = co_await replace(written, path);
     if (result)
         m_fileState = FileState::New;
-    // A link that was destroyed must not be used, and a file that was not opened is the old one.
+    // A link that was destroyed must not be used, and a file that was not opened is unchanged.
     const bool cleansUp = !result && result.error().code != ErrorCode::Closed
         && (isBeside ? m_leftover == Leftover::Part : m_fileState == FileState::Incomplete);
     if (cleansUp) {

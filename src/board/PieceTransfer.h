@@ -18,8 +18,8 @@ class DeviceLink;
 /// Moves one file between this computer and the board as a sequence of short commands, each with a
 /// time-out of its own (docs/formats/file-transfer.md). Other commands of the link run in between.
 ///
-/// A file that is written goes to a temporary name in the same folder, is checked by its length and
-/// digest, and replaces the old file by a rename: until then the old file is unchanged. A piece
+/// A file is written at a temporary name in the same folder, is checked by its length and digest,
+/// and replaces the old file by a rename: until then the old file is unchanged. A piece
 /// that was damaged on the link is sent again, up to three times. A piece that is too large for the
 /// board's memory is sent in smaller ones.
 ///
@@ -67,13 +67,14 @@ public:
     /// (EISDIR) when \p path is a folder.
     [[nodiscard]] Async<void> send(Source next, QString path, Target target = Target::Beside);
     [[nodiscard]] FileState fileState() const { return m_fileState; }
-    /// What `send` could not remove from the board: nothing, a part of a file, or a whole file
-    /// whose rename may have been interrupted.
+    /// What `send` could not remove at the temporary name on the board: nothing, a part of a file,
+    /// or a whole file whose rename may have been interrupted.
     enum class Leftover { None, Part, Whole };
     [[nodiscard]] Leftover leftover() const { return m_leftover; }
     /// Reads the file at \p path into \p sink and checks what was read. Errors as above.
     [[nodiscard]] Async<void> receive(QString path, Sink sink);
-    /// The digest of the board's file at \p path, in hexadecimal digits.
+    /// The digest of the board's file at \p path, in hexadecimal digits. \p path is as the board's
+    /// functions expect it (BoardCapabilities::nativePath).
     [[nodiscard]] Async<QByteArray> digest(QString path);
 
     /// Where the content of \p path is written until it is whole: "/lib/.a.py.part".

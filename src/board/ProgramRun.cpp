@@ -16,7 +16,7 @@ namespace {
 
 constexpr auto longestWaitForReply = 1s;
 constexpr auto quickTimeout = 5s;
-constexpr qsizetype longestTraceback = 200; // as much as is looked at
+constexpr qsizetype longestTraceback = 200; // characters that are kept
 
 } // namespace
 
@@ -97,7 +97,7 @@ void ProgramRun::takeEntering(const QByteArray &chunk)
     if (m_paste.isActive()) {
         if (const auto output = m_paste.feed(chunk)) {
             noteProgramSent({});
-            // With the acknowledgment, which this mode leaves out.
+            // With the acknowledgment, which raw-paste mode omits.
             handleDeviceData("OK" + *output);
         }
         return;
@@ -251,10 +251,10 @@ void ProgramRun::finishReply()
         return;
     m_reply = Reply::None;
     m_lateReply.stop();
-    // Without a line of the program: it was raised while the board compiled it.
+    // A MemoryError without a line of the program was raised while the board compiled it.
     if (m_traceback.value_or(QString()).startsWith(u"MemoryError") && !m_isEntering)
         tellFreeMemory(m_programBytes);
-    if (!m_isEntering) // otherwise the board isn't free, but gets the next program
+    if (!m_isEntering) // otherwise the next program is being sent
         emit replyWhole();
 }
 

@@ -20,8 +20,8 @@ class DeviceLink;
 class ShellSink;
 
 /// Sends a program to the board and leaves it running there, and handles what the board sends while
-/// no command uses the link: text goes to the Shell, stops and the end are signaled. A board that
-/// restarts by itself, by a reset or a crash, ends the program, too. Main thread only.
+/// no command uses the link: text is written to the Shell, stops and the end are signaled. When the
+/// board restarts by itself, by a reset or a crash, the program has ended, too. Main thread only.
 class ProgramRun final : public QObject
 {
     Q_OBJECT
@@ -37,21 +37,21 @@ public:
 
     /// Takes the link by force, also from a run that is being started. A program that runs on the
     /// board is interrupted with Ctrl-C: at once when it was sent by this class, otherwise when the
-    /// board has not answered for 0.3 s. What it still prints goes to the Shell, and its stops and
-    /// its end are signaled. Returns at once; the outcome is "▶ Sent to device." or `gaveUp`, 1.8 s
+    /// board has not answered for 0.3 s. What it still prints is shown, and its stops and its end
+    /// are signaled. Returns at once; the outcome is "▶ Sent to device." or `gaveUp`, 1.8 s
     /// later at the most. When \p source holds a lone surrogate, only Ctrl-D is sent.
     void runOnDeviceStreamed(const QString &source, BoardState boardState = BoardState::MayBeBusy);
 
     /// Bytes from the board that belong to no command.
     void handleDeviceData(const QByteArray &chunk);
-    /// A new connection is about to be read: incomplete bytes are dropped.
+    /// Reading a new connection starts: incomplete bytes are dropped.
     void clearStream();
     /// No more bytes will arrive: incomplete bytes are shown as they are.
     void flushStream();
-    /// Called after the program was interrupted or told to quit, without waiting for its end: it no
-    /// longer counts as running. Its reply is still awaited, since the board accepts no command
-    /// before. A run that is being started is canceled, and the board returns to its friendly
-    /// prompt.
+    /// Called after Ctrl-C or the debugger's quit command was sent, without waiting for the end:
+    /// the program no longer counts as running. Its reply is still awaited, since the board accepts
+    /// no command before. A run that is being started is canceled, and the board is returned to its
+    /// friendly prompt.
     void abandon();
     /// Interrupts the board while it reads a large program, which is then not run: the reply is a
     /// KeyboardInterrupt. Does nothing otherwise.
@@ -71,7 +71,7 @@ signals:
     void deviceProgramRunningChanged();
     /// A large program is being sent, which cancelSending() ends.
     void sending(qint64 sentBytes, qint64 totalBytes);
-    /// It was sent, or the run has ended without it.
+    /// The program was sent, or its run has ended before.
     void sendingEnded();
     void paused(const DebugPause &pause);
     /// The program's output has ended; its traceback may follow.
@@ -81,8 +81,8 @@ signals:
     /// started.
     void replyWhole();
     /// The program was not run: the board never entered the raw REPL or stopped reading the
-    /// program. The Shell shows the error already. A program that ignored the interrupt still
-    /// counts as running.
+    /// program. The error has been written to the Shell. An earlier program that ignored the
+    /// interrupt still counts as running.
     void gaveUp();
 
 private:
@@ -110,7 +110,7 @@ private:
     RestartWatch m_restartWatch;
     bool m_deviceProgramRunning = false;
 
-    // The run that is being started, if any. There is one at most: the last one asked for.
+    // The run that is being started, if any. There is one at most: that of the last call.
     bool m_isEntering = false;
     RawReplHandshake m_handshake;
     RawPasteSender m_paste;

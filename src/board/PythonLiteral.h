@@ -5,7 +5,7 @@
 
 #include <optional>
 
-/// Python's notation of bytes, which every MicroPython can read and print, also one without
+/// Bytes literals of Python, which every MicroPython can read and print, also one without
 /// `binascii`.
 namespace Korvane::PythonLiteral {
 

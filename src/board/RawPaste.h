@@ -16,7 +16,7 @@ public:
     enum class State {
         Asking,
         Sending,
-        /// The board has the program, or has ended its reading early, and runs what it has.
+        /// The board has read the whole program, or has stopped reading because of an error.
         Ended,
         /// The board is in the raw REPL and has none of the program.
         Refused,
@@ -29,7 +29,7 @@ public:
         QByteArray output;
     };
 
-    /// Asks for raw-paste mode; written in the raw REPL.
+    /// Requests raw-paste mode; to be written when the board is in the raw REPL.
     static constexpr QByteArrayView request = "\x05"
                                               "A\x01";
     /// A smaller program is sent as a line of the raw REPL.
@@ -37,6 +37,7 @@ public:
 
     explicit RawPaste(QByteArray program);
 
+    /// Takes what the board has sent; yields what to write next and, after the end, the output.
     [[nodiscard]] Step feed(QByteArrayView chunk);
     [[nodiscard]] State state() const { return m_state; }
     [[nodiscard]] qsizetype sentBytes() const { return m_sent; }

@@ -23,20 +23,22 @@ public:
     {
         /// Called after each part was written, with the bytes of the program written so far.
         std::function<void(qsizetype bytes)> onSent = [](qsizetype) {};
-        /// The board is in the raw REPL, has none of the program, and will not be asked again.
+        /// The board is in the raw REPL, has none of the program, and does not offer the mode.
         std::function<void()> onRefused;
         /// The board has accepted nothing for 5 s.
         std::function<void()> onStalled = [] {};
     };
 
-    /// Borrows both.
+    /// Borrows both, which must outlive this.
     RawPasteSender(SerialPortManager &serial, RawPaste::Support &support);
 
     /// Whether \p program is to be sent in raw-paste mode: it is large, and the board may offer it.
     [[nodiscard]] bool isFor(const QByteArray &program) const;
-    /// The callbacks are called from feed() or a timer.
+    /// Requests raw-paste mode; feed() writes the program. The callbacks are called from feed() or
+    /// a timer.
     void start(const QByteArray &program, Events events);
-    /// The result, once the board has the program: its output so far.
+    /// Takes what the board has sent. Yields, once the board has stopped reading the program, the
+    /// output of the program so far; this is then no longer active.
     [[nodiscard]] std::optional<QByteArray> feed(QByteArrayView chunk);
     /// Writes nothing more and calls no callback. The board may still be reading: Ctrl-C ends that.
     void stop();

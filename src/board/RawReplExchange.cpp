@@ -11,7 +11,7 @@ namespace Korvane {
 
 namespace {
 
-/// What a timer can hold, with room to spare: 23 days.
+/// 23 days, below the longest interval of a QTimer (2^31 ms).
 constexpr double maxTimeoutSeconds = 2'000'000;
 
 double usableSeconds(std::chrono::duration<double> timeout)
@@ -92,7 +92,7 @@ void RawReplExchange::take(const QByteArray &chunk)
         takeReply(chunk);
     } else if (const auto output = m_paste.feed(chunk)) {
         m_phase = Phase::Running;
-        // The acknowledgment, which this mode leaves out.
+        // With the acknowledgment, which raw-paste mode omits.
         takeReply("OK" + *output);
     }
 }
@@ -147,13 +147,13 @@ void RawReplExchange::finish(Result<DeviceExecution> result)
     m_paste.stop();
     m_timeoutTimer.stop();
     if (!m_hasLeftLink) {
-        // A program that the board has not received whole never runs: Ctrl-B drops it there.
+        // The board never runs a program that it has not received whole: Ctrl-B discards its input.
         if (!result)
             m_serial.discardPendingOutput();
         m_serial.setDataInterceptor({});
         m_isInRawRepl = result && m_promptAfterReply == Prompt::Raw;
-        // A program that timed out would keep the board, and the next command would find no raw
-        // REPL. So would one of which the board is still reading the rest.
+        // Ctrl-C first when the program timed out or the board is still reading it: otherwise the
+        // next command could not enter the raw REPL.
         if (!m_isInRawRepl) {
             const bool isBusy = m_stopsProgram || m_phase == Phase::Pasting;
             m_serial.write(isBusy ? "\x03\x02" : "\x02");

@@ -42,8 +42,8 @@ public:
 
     /// \p prompt is what the board shows now.
     void start(Prompt prompt = Prompt::Friendly);
-    /// Leaves the board in the raw REPL after a complete reply, otherwise not. To be set before the
-    /// start.
+    /// With Raw, the board is left in the raw REPL after a complete reply. To be called before
+    /// start().
     void setPromptAfterReply(Prompt prompt) { m_promptAfterReply = prompt; }
     /// True after a reply that left the board in the raw REPL.
     [[nodiscard]] bool isInRawRepl() const { return m_isInRawRepl; }
@@ -63,7 +63,7 @@ public:
 signals:
     /// With WhenBusy::Interrupt, the bytes before the banner: output of what was interrupted.
     void oldOutputReceived(const QByteArray &bytes);
-    /// The link isn't used any more. The result is delivered later, from the event loop.
+    /// This no longer uses the link. The result is delivered later, from the event loop.
     void finished();
 
 private:
@@ -89,7 +89,7 @@ private:
     RawReplResponse m_reply;
     bool m_isStarted = false;
     bool m_hasLeftLink = false;
-    bool m_stopsProgram = false; // at its end
+    bool m_stopsProgram = false; // finish() writes Ctrl-C first
     Prompt m_promptAfterReply = Prompt::Friendly;
     bool m_isInRawRepl = false;
     OneShot<Result<DeviceExecution>> m_result;

@@ -14,7 +14,7 @@ namespace Korvane {
 
 class SerialPortManager;
 
-/// Takes the board into the raw REPL: writes Ctrl-A now and every 0.3 s, six times at most, until
+/// Makes the board enter the raw REPL: writes Ctrl-A now and every 0.3 s, six times at most, until
 /// the banner "raw REPL" arrives. Gives up 0.3 s after the sixth. Main thread only.
 class RawReplHandshake final : public QObject
 {
@@ -49,11 +49,11 @@ public:
     /// ill-formed UTF-8 is not searched. What may be the beginning of the banner is held back. The
     /// result is empty after the banner, stop() or giving up.
     [[nodiscard]] Received feed(QByteArrayView chunk);
-    /// Returns what feed() held back, and forgets it.
+    /// Returns what feed() held back, and removes it.
     [[nodiscard]] QByteArray takeHeldBack() { return std::exchange(m_heldBack, {}); }
     /// Writes nothing more and calls no callback. Does nothing when not started.
     void stop();
-    /// Still gives up after the last attempt, but writes nothing more: the link has another user.
+    /// Still gives up after the last attempt, but writes nothing more: the link was taken over.
     void mute() { m_isMuted = true; }
 
 private:

@@ -9,7 +9,7 @@ namespace {
 
 constexpr QStringView acknowledgment = u"OK";
 constexpr QStringView prompt = u">";
-/// Of the line with which the raw REPL starts, behind the words that are waited for.
+/// The rest of the raw REPL's banner after "raw REPL", at which the handshake ends.
 constexpr QStringView restOfEntry = u"; CTRL-B to exit\r\n>";
 constexpr QStringView bannerStart = u"MicroPython ";
 constexpr QStringView friendlyPrompt = u">>> ";
@@ -19,7 +19,7 @@ constexpr QStringView softReset = u"MPY: soft reboot";
 // Without this limit, all output of a board with another banner would be taken for its banner.
 constexpr qsizetype longestBanner = 512;
 
-/// How much of \p text is the end of that line, which may arrive after the program was sent.
+/// How much of \p text is the end of that banner, which may arrive after the program was sent.
 qsizetype entryLength(QStringView text)
 {
     for (qsizetype start = 0; start < restOfEntry.size(); ++start) {

@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// MicroPython prints this before anything is torn down, on every port.
+/// Every port of MicroPython prints this before it resets.
 constexpr QByteArrayView banner("soft reboot");
 
 } // namespace

@@ -107,7 +107,7 @@ Async<TransferQueue::Begun> TransferQueue::begin()
     co_return std::move(begun);
 }
 
-/// Fails when the connection that the transfer was asked for has ended meanwhile.
+/// Fails when the connection at the time of the call has ended meanwhile.
 Async<TransferQueue::Turn> TransferQueue::turn()
 {
     const auto life = m_life.watch();
@@ -140,7 +140,8 @@ void TransferQueue::endTurn()
         m_waiting.front().deliver(true);
 }
 
-/// A failure of the link ends it; what the board refuses to remove is forgotten.
+/// Stops at a failure of the link, to be called again; a file that the board refuses to remove is
+/// not tried again.
 Async<void> TransferQueue::removeLeftovers()
 {
     const auto life = m_life.watch();

@@ -14,8 +14,8 @@
 
 namespace Korvane {
 
-/// Runs transfers in pieces one after the other, in the order in which they were asked for: they
-/// share globals on the board. Other commands run in between. Removes what an interrupted transfer
+/// Runs transfers in pieces one after the other, in the order of the calls: they share globals on
+/// the board. Other commands run in between. Removes what an interrupted transfer
 /// left on the board when that board is connected again, at the latest before the next transfer to
 /// it. Main thread only.
 class TransferQueue final : public QObject

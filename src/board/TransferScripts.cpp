@@ -135,7 +135,7 @@ QString hashFile(const QString &path, int blocks, const BoardCapabilities &board
     const QString block = u"_kd if b==512 else _kd[:b]"_s;
     const QString add =
         board.hasSha256 ? u"_kh.update("_s + block + u')' : u"_kh=_kc("_s + block + u",_kh)"_s;
-    // MicroPython's digest() ends the computation: it is asked for at the end of the file alone.
+    // MicroPython's digest() ends the computation, so it is called at the end of the file only.
     const QString digest = board.hasSha256
         ? u"'' if b else ''.join('%02x'%x for x in _kh.digest())"_s
         : u"'%08x'%_kh"_s;

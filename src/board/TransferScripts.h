@@ -9,8 +9,9 @@
 #include <optional>
 
 /// The MicroPython programs of a transfer in pieces (docs/formats/file-transfer.md). They share the
-/// globals `_kf` (the open file), `_kn` (a position in bytes) and `_kd` (the last piece), and the
-/// functions that the opening programs define, so that a piece is one short call. Each prints a
+/// globals `_kf` (the open file), `_kn` (a position in bytes), `_kd` (the last piece, or a buffer)
+/// and `_kh` (the digest so far), and the functions that the opening programs define, so that a
+/// piece is one short call. Each prints a
 /// marker; what follows the marker is the answer. Paths are absolute paths on the board.
 namespace Korvane::TransferScripts {
 
@@ -23,8 +24,8 @@ namespace Korvane::TransferScripts {
                                   const BoardCapabilities &board);
 /// Appends \p piece unless the position is beyond \p offset already, so that a piece whose reply
 /// was lost can be sent again. Prints "__OK__"; raises ValueError("__LOST__") before anything is
-/// written when the piece did not arrive as it was sent. The bytes travel as base64 or as a bytes
-/// literal, whichever is shorter: of text the literal, at about its own size.
+/// written when the piece did not arrive as it was sent. The bytes are sent as base64 or as a bytes
+/// literal, whichever is shorter.
 [[nodiscard]] QString writePiece(QByteArrayView piece, qint64 offset,
                                  const BoardCapabilities &board);
 
@@ -34,7 +35,7 @@ enum class Encoding { Base64, Literal };
 /// Opens the file at \p path for `readPiece`. Prints "__OK__".
 [[nodiscard]] QString openToRead(const QString &path, const BoardCapabilities &board);
 /// Yields up to \p maxBytes from \p offset on, which is where the piece before ended or began: a
-/// piece can be asked for again, also with another size. Prints "__PIECE__", the length in bytes,
+/// piece can be requested again, also with another size. Prints "__PIECE__", the length in bytes,
 /// the CRC-32 (0 without binascii.crc32) and the bytes.
 [[nodiscard]] QString readPiece(qint64 offset, qsizetype maxBytes, Encoding encoding);
 /// The encoding that is shorter for \p bytes and that the board offers.
@@ -61,7 +62,8 @@ struct HashState
 /// cannot be opened. For boards with SHA-256 or CRC-32.
 [[nodiscard]] QString hashFiles(const QStringList &paths, const BoardCapabilities &board);
 
-/// Ends writing; fails when the board cannot store the rest. Prints "__OK__".
+/// Closes the file that was written; raises OSError when the board cannot store the rest. Prints
+/// "__OK__".
 [[nodiscard]] QString flush();
 /// Closes the file. Prints "__OK__".
 [[nodiscard]] QString close();

@@ -12,11 +12,11 @@
 
 namespace Korvane {
 
-/// The paths to which a transfer was asked for and has not ended.
+/// The paths for which a permit was requested and still exists.
 using ClaimedPaths = QSet<QString>;
 
 /// Allows one file or folder of one connected board to be written; only DeviceFiles makes them. A
-/// permit that was asked for holds its path: until the last copy is destroyed, no other request is
+/// permit of requestWrite holds its path: until the last copy is destroyed, no other request is
 /// granted one for it.
 class WritePermit final
 {
@@ -30,7 +30,7 @@ public:
         entry.m_path = folder + u'/' + relativePath;
         return entry;
     }
-    /// Asks a question that comes up while the file is written. False when the user declines; an
+    /// Asks a question that arises while the file is written. False when the user declines; an
     /// error ends the write.
     using Confirm = std::function<Async<bool>(UserPrompts::Confirmation)>;
     /// Without one, the question is asked as one for an action of the user.
