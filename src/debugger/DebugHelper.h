@@ -5,12 +5,12 @@
 
 namespace Korvane {
 
-/// The program that an instrumented one calls at its stops: it reports the line and the variables,
-/// and waits for a command (docs/debugger.md).
+/// The helper that an instrumented program calls where it stops: it reports the line and the
+/// variables, and waits for a command (docs/debugger.md).
 namespace DebugHelper {
 
-/// Puts the helper into the board's globals, with breakpoints armed on \p activeLines. Without any,
-/// the program stops at its first statement.
+/// The program that defines the helper in the board's globals, with breakpoints armed on
+/// \p activeLines (1-based). Without any, the debugged program stops at its first statement.
 [[nodiscard]] QString installCode(const QSet<int> &activeLines);
 
 // The commands that the helper reads while the program is paused.

@@ -129,8 +129,8 @@ bool DebugSession::isStarting() const
 QCoro::Task<Result<void>> DebugSession::installHelper(QSet<int> activeLines)
 {
     const auto life = m_life.watch();
-    // The second of two starts in a row must find the first one's program on the board, and be
-    // refused. If it waited for the link, it would start the program again after its end.
+    // The second of two starts in a row must be refused, because the program of the first one runs
+    // by then. If it were queued for the link, it would start the program again after its end.
     while (isStarting()) {
         co_await stateChange();
         if (!life)
@@ -148,7 +148,7 @@ QCoro::Task<Result<void>> DebugSession::installHelper(QSet<int> activeLines)
     }
     if (!output)
         co_return output.error();
-    // Its reply was the last one before the connection was lost.
+    // The reply arrived, and the connection was lost before this was resumed.
     if (connection != m_connection)
         co_return DeviceError::notConnected();
     co_return Result<void>();

@@ -34,8 +34,8 @@ public:
 
     /// Sends \p source, instrumented, to the board; \p name is shown to the user. A program that
     /// runs there is interrupted first, unless it is being debugged: then the start is refused. The
-    /// reason why nothing is started is in the Shell; an empty source is ignored. What is edited or
-    /// selected after the call no longer matters. The task may be dropped.
+    /// reason why nothing is started is written to the Shell; an empty source is ignored.
+    /// \p breakpoints are 1-based lines. The task may be dropped.
     QCoro::Task<void> startDebugRun(QString name, QString source, QSet<int> breakpoints);
     /// Continues the paused program to the next breakpoint. Does nothing while it is not paused.
     void debugContinue();
@@ -47,7 +47,7 @@ public:
 
     /// A debug run is about to be sent, with breakpoints armed on these lines.
     void begin(const QSet<int> &activeBreakpointLines);
-    /// The program stopped. Counts as debugging for any reason of the stop.
+    /// The program has stopped. From then on isDebugging() is true, whatever started the program.
     void pause(const DebugPause &pause);
     /// Debugging is over. Writes nothing to the Shell.
     void reset();
@@ -59,10 +59,10 @@ public:
     [[nodiscard]] const QSet<int> &activeBreakpointLines() const { return m_activeBreakpointLines; }
 
 signals:
-    /// Any of the three above.
+    /// The result of one of the three functions above has changed.
     void changed();
-    /// A debug run is being sent. The link is in use already, so that no view reads from the board
-    /// now.
+    /// A debug run is being sent. The link is already in use, so that no view reads from the board
+    /// in response.
     void began();
     /// Emitted after the state has changed, before the line about it in the Shell.
     void paused(const DebugPause &pause);
@@ -88,7 +88,7 @@ private:
     bool m_isInstalling = false;
     /// Changes with each end of the link. What was installed before is lost.
     int m_connection = 0;
-    /// Starts that wait for the end of a program or of another start.
+    /// Starts that are suspended until a program or another start has ended.
     std::list<OneShot<bool>> m_waitingStarts;
     Lifetime m_life;
 };

@@ -34,7 +34,7 @@ QStringView insideFirstBrackets(QStringView text)
     return text.sliced(open + 1);
 }
 
-/// A leading underscore marks what is not meant to be seen, the debugger's own names included.
+/// Names with a leading underscore are not shown; those of the debugger begin with one.
 bool isShown(QStringView name)
 {
     return !name.startsWith(u'_') && PythonSource::isName(name);
@@ -137,8 +137,8 @@ void FunctionScopes::Function::addLocal(QStringView name)
 
 void FunctionScopes::Function::bind(QStringView name)
 {
-    // The function around this one takes these over. Its list is limited to maxLocals as well, so
-    // no more than that many are taken over.
+    // The enclosing function takes these over. Its list is limited to maxLocals as well, so more
+    // than that many are not needed.
     if (bound.size() >= maxLocals || bound.contains(name) || !isShown(name))
         return;
     bound.append(name);

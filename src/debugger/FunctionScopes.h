@@ -13,7 +13,8 @@ struct PythonSource;
 /// Tracks which local names the function around the current line has bound so far, while a source
 /// is read from top to bottom. The time for a line does not depend on the length of the function.
 ///
-/// For each line on which a statement or header starts, in order: `enter` it, ask, `leave` it.
+/// For each line on which a statement or header starts, in order: call `enter`, then `thunkMap` if
+/// needed, then `leave`.
 class FunctionScopes final
 {
 public:
@@ -23,7 +24,7 @@ public:
     {
     }
 
-    /// Ends the blocks that the line \p index (from 0) is not in.
+    /// Closes the blocks that the line \p index (from 0) is not in.
     void enter(qsizetype index);
     /// The local names so far, each with a function that yields its value, as a Python dictionary:
     /// "{'a':lambda:a}". The 30 first, parameters before all others; "{}" at module level.
@@ -37,11 +38,11 @@ private:
         void addLocal(QStringView name);
         void bind(QStringView name);
 
-        /// What the names of the parameters are parts of.
+        /// The text that the views of the parameters in `locals` refer to.
         QString header;
         QList<QStringView> locals;
         QString thunkMap = QStringLiteral("{}");
-        /// Those bound on lines of the body, for the function around this one.
+        /// The names bound on lines of the body; the enclosing function takes them over.
         QList<QStringView> bound;
     };
     struct Block

@@ -15,7 +15,7 @@ namespace {
 
 using Role = PythonSource::Role;
 
-/// How many headers nested in each other a breakpoint is moved through.
+/// The number of nested headers over which a breakpoint is moved at most.
 constexpr int maxHeaders = 99;
 
 /// Finds the lines on which breakpoints can be armed.
@@ -105,7 +105,7 @@ QString rewritten(const PythonSource &source)
     return text;
 }
 
-/// The length of \p text in UTF-8, without the copy.
+/// The number of bytes of \p text in UTF-8, computed without converting it.
 qsizetype utf8Size(QStringView text)
 {
     qsizetype size = text.size();

@@ -6,16 +6,18 @@
 
 namespace Korvane {
 
-/// A program rewritten so that it can be stopped: each statement line first asks whether to call
+/// A program rewritten so that it can be stopped: each statement line first tests whether to call
 /// the breakpoint helper. No statement is moved to another line, so that the board's line numbers
-/// are the user's. Making it never fails; `notes` lists the breakpoints that were moved or ignored.
+/// are the user's. Construction never fails; `notes` lists the breakpoints that were moved or
+/// ignored.
 struct InstrumentedRun
 {
-    /// \p breakpoints are 1-based lines; those that can't hold a stop move down or are ignored.
+    /// \p breakpoints are 1-based lines. One on a line where the program can't stop is moved down
+    /// or ignored.
     InstrumentedRun(const QString &userSource, const QSet<int> &breakpoints);
 
-    /// The rewritten program, its lines joined by "\n"; the user's as it is when nothing in it can
-    /// be stopped at.
+    /// The rewritten program, its lines joined by "\n"; the user's, unchanged, when it has no
+    /// statement.
     QString source;
     /// 1-based lines on which a breakpoint is armed.
     QSet<int> activeLines;
@@ -23,6 +25,7 @@ struct InstrumentedRun
     QSet<int> steppableLines;
     /// Messages for the user, in the order of the breakpoints.
     QStringList notes;
+    /// The sizes of the user's source and of `source` in UTF-8.
     qsizetype originalBytes;
     qsizetype instrumentedBytes;
 };

@@ -32,7 +32,7 @@ bool isQuote(QChar c)
     return c == u'"' || c == u'\'';
 }
 
-/// +1, -1 or 0: what \p c does to the depth of brackets.
+/// The change of the depth of brackets at \p c: +1, -1 or 0.
 int bracketStep(QChar c)
 {
     switch (c.unicode()) {
@@ -57,7 +57,7 @@ char32_t firstCodePoint(QStringView text)
     return text[0].unicode();
 }
 
-/// What is open where one line ends and the next begins.
+/// The brackets, triple-quoted string and backslash join that are open at the end of a line.
 class OpenConstructs final
 {
 public:

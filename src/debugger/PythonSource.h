@@ -21,7 +21,7 @@ struct PythonSource
         Statement,
         /// The header of a block, or a decorator, starts here.
         CompoundHeader,
-        /// More of a statement or header that started above.
+        /// The continuation of a statement or header that started above.
         Continuation,
     };
 
@@ -37,7 +37,7 @@ struct PythonSource
     // carriage return counts as a line end only in front of a line feed.
     QStringList lines;
     QList<Role> roles;
-    /// How many blanks and tabs lead the line; a tab counts as one.
+    /// The number of blanks and tabs at the start of the line; a tab counts as one.
     QList<int> indents;
 
     // Helpers for single lines. The results are parts of the argument.
@@ -50,11 +50,11 @@ struct PythonSource
     [[nodiscard]] static bool isName(QStringView text);
     /// Whether a line that begins with \p word is the header of a block.
     [[nodiscard]] static bool isBlockKeyword(QStringView word);
-    /// What is in front of the first "#" outside quotes. Escapes in strings are not recognized.
+    /// The text before the first "#" outside quotes. Escapes in strings are not recognized.
     [[nodiscard]] static QStringView withoutComment(QStringView line);
-    /// The pieces between the commas that are outside brackets, less those that are empty or white.
+    /// The pieces between the commas outside brackets, without those that are empty or blank.
     [[nodiscard]] static QList<QStringView> splitTopLevelCommas(QStringView text);
-    /// Where the first "=" is that is outside quotes and brackets, and no part of a comparison.
+    /// The index of the first "=" outside quotes and brackets that is no part of a comparison.
     [[nodiscard]] static std::optional<qsizetype> findAssignment(QStringView statement);
 };
 
