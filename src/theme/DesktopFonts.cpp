@@ -20,7 +20,7 @@ struct Loading
     bool isStarted = false;
     QSemaphore loaded;        // Fontconfig's list
     QSemaphore loadedByQt;    // Qt's list, made from it
-    QSemaphore familiesFound; // the two below
+    QSemaphore familiesFound; // sansSerif and monospace are set
     QString sansSerif;
     QString monospace;
 } loading;
@@ -71,7 +71,7 @@ void DesktopFonts::finishLoading()
     if (!std::exchange(loading.isStarted, false))
         return;
     loading.familiesFound.acquire();
-    // For a generic family Qt asks Fontconfig for the order of all fonts.
+    // For a generic family Qt has Fontconfig sort all fonts, which takes long.
     QFont font = QGuiApplication::font();
     const QString family = installedFamily(font.family());
     if (family != font.family()) {

@@ -4,24 +4,25 @@
 
 namespace Korvane {
 
-/// Loads the desktop's fonts beside the start of the program: the work on them is a third of it,
-/// and Qt begins it only with the first text, on the main thread. Without `load` the start takes
-/// longer, and nothing else changes.
+/// Loads the list of the desktop's fonts on other threads while the program starts. This is a third
+/// of the work of the start, and Qt would do it for the first text, on the main thread. Without
+/// `load` the start takes longer, and nothing else changes.
 class DesktopFonts final
 {
 public:
     DesktopFonts() = delete;
 
-    /// Begins with Fontconfig's list. Main thread, before the application is made.
+    /// Begins with Fontconfig's list. Main thread, before the QGuiApplication is created.
     static void load();
-    /// Continues with Qt's own list. Main thread, when the application has been made.
+    /// Continues with Qt's own list. Main thread, after the QGuiApplication was created.
     static void loadForQt();
-    /// Waits for both. The application's font has an installed family from then on, where it had a
-    /// generic one. Main thread.
+    /// Waits for both, and replaces a generic family in the application's font by the installed
+    /// one. Does nothing without `load`, or when called again. Main thread.
     static void finishLoading();
 
-    /// The installed family that stands for \p family when that is "monospace" or "sans-serif",
-    /// also in Qt's spelling; otherwise, and before `finishLoading`, \p family itself.
+    /// The installed family that Fontconfig uses for \p family when that is "monospace" or
+    /// "sans-serif", also in Qt's spelling ("Sans Serif"); otherwise, and before `finishLoading`,
+    /// \p family itself. Main thread.
     [[nodiscard]] static QString installedFamily(const QString &family);
 };
 

@@ -35,7 +35,7 @@ public:
                             rect.y() + (rect.height() - size) / 2, drawn);
     }
 
-    // The size is in pixels, not in points.
+    // The size is in device pixels.
     QPixmap scaledPixmap(const QSize &size, QIcon::Mode mode, QIcon::State, qreal scale) override
     {
         QPixmap drawn =

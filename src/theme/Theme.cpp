@@ -53,7 +53,7 @@ constexpr std::array<Entry, Theme::roleCount> table{{
 
 constexpr double highContrast = 7;
 
-/// As the WCAG define it.
+/// The relative luminance as WCAG 2 defines it, from 0 to 1.
 double luminance(const QColor &color)
 {
     const auto linear = [](double part) {
@@ -69,7 +69,7 @@ double contrastOf(const QColor &a, const QColor &b)
     return (light + 0.05) / (dark + 0.05);
 }
 
-/// \p color with a tenth of \p other.
+/// Nine parts of \p color and one part of \p other.
 QColor mixed(const QColor &color, const QColor &other)
 {
     const auto part = [](int from, int to) { return (9 * from + to) / 10; };
@@ -77,7 +77,7 @@ QColor mixed(const QColor &color, const QColor &other)
                   part(color.blue(), other.blue()));
 }
 
-/// \p color with as much of \p other as a high contrast to \p neighbor takes.
+/// \p color mixed with as much of \p other as is needed for a high contrast to \p neighbor.
 QColor withContrast(QColor color, const QColor &neighbor, const QColor &other)
 {
     for (int steps = 0; steps < 20 && contrastOf(color, neighbor) < highContrast; ++steps)
@@ -112,7 +112,7 @@ void Theme::raiseContrast()
     }
     set(Role::Selection,
         withContrast(color(Role::Selection), color(Role::SelectedText), Qt::black));
-    // 7:1 below Label, which leaves just under 3:1 beside the background.
+    // Label has 7:1 on it, which leaves just under 3:1 between it and the background.
     set(Role::Pressed, m_isDark ? QColor(0x59, 0x59, 0x59) : QColor(0x95, 0x95, 0x95));
     for (const Role role : {Role::Label, Role::Separator})
         set(role, foreground);
@@ -150,8 +150,8 @@ QPalette Theme::makePalette() const
     QPalette palette;
     for (const auto &[role, value] : entries)
         palette.setColor(QPalette::All, role, value);
-    // Disabled text must be readable too: section titles of menus, and the answers of a dialog in
-    // its first moment.
+    // Disabled text must be readable too: section titles of menus, and the buttons of a dialog,
+    // which are disabled at first.
     for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
         palette.setColor(QPalette::Disabled, role, color(Role::SecondaryLabel));
     return palette;
@@ -196,8 +196,8 @@ const Theme &Theme::current()
     return of(QGuiApplication::palette());
 }
 
-/// Whether the font that is used for it has characters of one width. This measures: some fonts of
-/// one width are not marked as such, and others are marked wrongly.
+/// Whether the font that Qt uses for \p font has characters of one width. Measured, because
+/// some fonts of one width are not marked as such, and others are marked wrongly.
 static bool isFixedPitch(const QFont &font)
 {
     const QFontMetricsF metrics(font);
@@ -210,7 +210,8 @@ QFont Theme::monospacedFont()
     font.setFamily(DesktopFonts::installedFamily(font.family()));
     font.setStyleHint(QFont::Monospace); // for a desktop font that is not installed
     font.setFixedPitch(true);
-    // One size for code and output: each further one would have to be loaded before the window.
+    // One size for code and output: each further one would have to be loaded before the window is
+    // shown.
     const qreal points = std::max(font.pointSizeF(), 0.0);
     const qreal dotsPerInch = QGuiApplication::primaryScreen()->logicalDotsPerInchY();
     font.setPixelSize(

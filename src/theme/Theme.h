@@ -9,7 +9,7 @@
 namespace Korvane {
 
 /// The colors of the program by their purpose, for a light and for a dark desktop, and its fonts.
-/// The palette in force decides between the two: call `Theme::of(palette())` while painting and
+/// The present palette decides between the two: call `Theme::of(palette())` while painting and
 /// store no color, because the desktop can change its appearance at any time.
 ///
 /// Every text role has a contrast of 4.5:1 or more on TextBackground, WindowBackground and
@@ -52,8 +52,8 @@ public:
 
     [[nodiscard]] static const Theme &light();
     [[nodiscard]] static const Theme &dark();
-    /// For desktops with a theme of high contrast: all text 7:1 or more on pure white or black, as
-    /// have SelectedText on Selection and Label on Pressed.
+    /// For desktops with a theme of high contrast: all text has 7:1 or more on pure white or black,
+    /// and so have SelectedText on Selection and Label on Pressed.
     [[nodiscard]] static const Theme &highContrastLight();
     [[nodiscard]] static const Theme &highContrastDark();
     /// The theme for \p palette: dark when its Base is darker than its Text, and of high contrast
@@ -68,7 +68,7 @@ public:
     static constexpr int monospacedSize = 13; // pixels
     /// The same in \p family, unless that is empty, and in \p pixelSize, unless that is 0.
     [[nodiscard]] static QFont monospacedFont(const QString &family, int pixelSize);
-    /// \p font for captions: 0.9 times its size.
+    /// \p font for captions: 0.9 times its size in points; unchanged when its size is in pixels.
     [[nodiscard]] static QFont captionFont(const QFont &font);
     /// \p font for headlines: semibold.
     [[nodiscard]] static QFont headlineFont(const QFont &font);
