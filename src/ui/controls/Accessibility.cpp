@@ -14,7 +14,7 @@ namespace Korvane::Accessibility {
 
 namespace {
 
-/// A button under its text, which can be pressed from outside.
+/// A button whose accessible name is its text, with an action that presses it.
 class ButtonInterface : public QAccessibleWidget
 {
 public:
@@ -36,7 +36,7 @@ public:
     {
         if (name != pressAction())
             QAccessibleWidget::doAction(name);
-        else // later: opening a menu returns when it is closed, and would block the caller
+        else // queued: showMenu() returns when the menu is closed, and would block the caller
             QMetaObject::invokeMethod(
                 m_button, m_button->menu() ? &QToolButton::showMenu : &QToolButton::click,
                 Qt::QueuedConnection);
@@ -49,8 +49,8 @@ private:
     QToolButton *m_button;
 };
 
-/// Qt exposes a menu only below a menu bar. Assistive programs that list the window's controls from
-/// the top would not find the ports.
+/// Has the menu of the ports as its child. Qt exposes a menu only below a menu bar, so assistive
+/// programs that list the controls of the window would not find the ports.
 class ConnectButtonInterface final : public ButtonInterface
 {
 public:
@@ -81,7 +81,7 @@ public:
     }
 };
 
-/// Qt reports a check box, which would mean that it can be unchecked.
+/// A radio button. Qt would report a check box, which could be unchecked.
 class PaneTabInterface final : public ButtonInterface
 {
 public:

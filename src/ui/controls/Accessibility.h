@@ -1,9 +1,9 @@
 #pragma once
 
-/// The accessible interfaces of our own controls.
+/// The accessible interfaces of the program's own controls.
 namespace Korvane::Accessibility {
 
-/// Registers them with Qt. Once, before anything is shown.
+/// Registers them with Qt. Called once, before a widget is shown.
 void install();
 
 } // namespace Korvane::Accessibility

@@ -5,7 +5,7 @@
 
 namespace Korvane {
 
-/// The tab at one place of the strip, whichever that is at the time.
+/// The tab that has \p index at the time of a call, whichever document it shows.
 class AccessibleTabStrip::Tab final : public QAccessibleInterface, public QAccessibleActionInterface
 {
 public:
@@ -99,7 +99,7 @@ QList<QWidget *> AccessibleTabStrip::buttons() const
         if (auto *close = qobject_cast<QToolButton *>(strip()->tabButton(tab, QTabBar::RightSide)))
             buttons << close;
     }
-    // And those that scroll the strip, when it is too short.
+    // The scroll buttons, which are visible when the tabs do not fit.
     for (QToolButton *button : strip()->findChildren<QToolButton *>(Qt::FindDirectChildrenOnly)) {
         if (button->isVisible() && !buttons.contains(button))
             buttons << button;
@@ -141,7 +141,7 @@ int AccessibleTabStrip::indexOfChild(const QAccessibleInterface *child) const
 
 QAccessibleInterface *AccessibleTabStrip::childAt(int x, int y) const
 {
-    for (int index = childCount() - 1; index >= 0; --index) { // a button lies over its tab
+    for (int index = childCount() - 1; index >= 0; --index) { // a close button covers its tab
         QAccessibleInterface *found = child(index);
         if (found->rect().contains(x, y))
             return found;

@@ -7,9 +7,9 @@ class QTabBar;
 
 namespace Korvane {
 
-/// How assistive programs see the strip of open files: a list of tabs under its own name, and then
-/// the buttons in it. Qt's own takes the chosen tab's name for the whole strip's and
-/// leaves the close buttons out.
+/// The accessible interface of EditorTabStrip: a list of tabs with the name of the strip, followed
+/// by its buttons. Qt's interface gives the strip the name of the selected tab and omits the close
+/// buttons.
 class AccessibleTabStrip final : public QAccessibleWidget
 {
 public:

@@ -4,8 +4,8 @@
 
 namespace Korvane {
 
-/// One line of plain text that is shortened to the room there is. It asks for none, so a
-/// layout needs a stretch factor for it.
+/// One line of plain text that is elided to the width of the widget. The size hint has a width of
+/// 0, so a layout needs a stretch factor for it.
 class ElidedLabel final : public QWidget
 {
     Q_OBJECT
@@ -13,7 +13,8 @@ class ElidedLabel final : public QWidget
 public:
     explicit ElidedLabel(Qt::TextElideMode mode, QWidget *parent = nullptr);
 
-    /// Also what assistive programs read.
+    /// Shows \p text, with visible signs for control characters, and sets it as the accessible
+    /// name.
     void setText(const QString &text);
     [[nodiscard]] const QString &text() const { return m_text; }
 

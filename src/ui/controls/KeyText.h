@@ -9,7 +9,8 @@ namespace Korvane::KeyText {
 
 /// \p text with the names of the keys in place of their signs: "Save (⌘S)" gives "Save (Ctrl+S)".
 [[nodiscard]] QString rendered(const QString &text);
-/// The key sequence of \p signs, such as "⇧⌘S".
+/// The key sequence of \p signs, such as "⇧⌘S". Empty unless one character follows the signs of
+/// the modifiers.
 [[nodiscard]] QKeySequence sequence(QStringView signs);
 /// \p help without the key in brackets at its end: "Save (⌘S)" gives "Save".
 [[nodiscard]] QString withoutKey(const QString &help);

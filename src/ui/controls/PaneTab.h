@@ -4,7 +4,7 @@
 
 namespace Korvane {
 
-/// One of several buttons that choose what a pane shows: exactly one of them is down.
+/// One of several buttons that select what a pane shows: exactly one of them is checked.
 class PaneTab final : public QToolButton
 {
     Q_OBJECT

@@ -2,8 +2,9 @@
 
 #include <QString>
 
-/// Names from disks, boards, ports and assistants for those parts of Qt that read text as markup.
-/// Control characters and bidirectional marks are shown as signs, see base/VisibleText.h.
+/// Escapes names from disks, boards, ports and assistants for those parts of Qt that interpret text
+/// as markup or mnemonics. Control characters and bidirectional marks are shown as signs, see
+/// base/VisibleText.h.
 namespace Korvane::PlainText {
 
 /// \p text for a tool tip, which would show "<b>" as markup. Line ends are kept; text beyond 100

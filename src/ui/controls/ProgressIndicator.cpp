@@ -40,7 +40,7 @@ void ProgressIndicator::paintEvent(QPaintEvent *)
 
 void ProgressIndicator::showEvent(QShowEvent *)
 {
-    // It does not turn when animations are switched off.
+    // 0 when the desktop's animations are switched off.
     if (style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this) > 0)
         m_timer.start(stepMilliseconds, this);
 }

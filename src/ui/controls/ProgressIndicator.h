@@ -5,7 +5,8 @@
 
 namespace Korvane {
 
-/// A spinner for an operation of unknown length; it turns while it is visible.
+/// A spinner for an operation of unknown length. It is animated while it is visible, unless the
+/// style has no animations.
 class ProgressIndicator final : public QWidget
 {
     Q_OBJECT

@@ -4,7 +4,8 @@
 
 namespace Korvane {
 
-/// Closes a tab: a faint cross at the tab's end, plain under the mouse.
+/// The close button at the end of a tab: a translucent cross, opaque under the mouse. The owner
+/// closes the tab.
 class TabCloseButton final : public QToolButton
 {
     Q_OBJECT

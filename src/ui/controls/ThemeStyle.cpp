@@ -15,8 +15,8 @@ namespace {
 
 constexpr qreal cornerRadius = 5;
 constexpr int menuArrowWidth = 12;
-constexpr int labelInset = 3; // by which a button with words is wider
-constexpr int labelShift = 7; // as much space in front of the icon as behind the words
+constexpr int labelInset = 3; // added to the width of a button with a text
+constexpr int labelShift = 7; // in front of the icon; Fusion has as much space behind the text
 constexpr int minimumHandleLength = 32;
 
 bool hasWordsBesideIcon(const QStyleOption *option)
@@ -45,7 +45,7 @@ void drawMenuArrow(QPainter *painter, const QStyleOption *option)
     painter->restore();
 }
 
-/// Where the handle of a scroll bar is. There are no arrow buttons: wheel, keys and handle do.
+/// The rectangle of a scroll bar's handle. Scroll bars have no arrow buttons.
 QRect scrollHandle(const QStyleOptionSlider &bar)
 {
     const bool isHorizontal = bar.orientation == Qt::Horizontal;
@@ -60,7 +60,8 @@ QRect scrollHandle(const QStyleOptionSlider &bar)
                         : QRect(bar.rect.x(), bar.rect.y() + start, bar.rect.width(), handle);
 }
 
-/// Beside a text without a background of its own, as the Shell's input, the window's is in view.
+/// Whether the view of \p scrollBar has no background of its own, as the Shell's input has none: it
+/// shows the color of the window.
 bool isOnWindow(const QWidget *scrollBar)
 {
     const QWidget *container = scrollBar ? scrollBar->parentWidget() : nullptr;
@@ -89,8 +90,8 @@ void drawScrollBar(QPainter *painter, const QStyleOptionSlider &bar, const QWidg
     painter->restore();
 }
 
-/// Fusion derives the edges of its controls from the color of the window: beside pure white or
-/// black they can hardly be seen.
+/// Draws the edge of a control in a theme of high contrast: Fusion derives edges from the color of
+/// the window, and beside pure white or black they are hardly visible.
 void drawEdge(QPainter *painter, const QStyleOption *option)
 {
     const Theme &theme = Theme::of(option->palette);
@@ -108,7 +109,7 @@ void drawEdge(QPainter *painter, const QStyleOption *option)
     painter->restore();
 }
 
-/// Of a list that can have the focus, but doesn't.
+/// Whether \p option is a selected row of a view that can have the focus, but doesn't have it.
 bool isFadedSelection(const QStyleOption *option, const QWidget *view)
 {
     return (option->state & QStyle::State_Selected) && !(option->state & QStyle::State_Active)
@@ -164,13 +165,13 @@ void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *opt
         painter->fillRect(option->rect.adjusted(1, 1, -1, -1),
                           option->palette.brush(QPalette::ToolTipBase));
         return;
-    // On a dark desktop Fusion's own edges of menus and of check boxes cannot be seen.
+    // In a dark theme Fusion's edges of menus and of check boxes are not visible.
     case PE_PanelMenu:
         painter->fillRect(option->rect, theme.color(Theme::Role::Separator));
         painter->fillRect(option->rect.adjusted(1, 1, -1, -1),
                           theme.color(Theme::Role::WindowBackground));
         return;
-    case PE_FrameMenu: // the panel has it
+    case PE_FrameMenu: // PE_PanelMenu draws it
         return;
     case PE_IndicatorCheckBox:
         QProxyStyle::drawPrimitive(element, option, painter, widget);
@@ -184,7 +185,7 @@ void ThemeStyle::drawPrimitive(PrimitiveElement element, const QStyleOption *opt
     case PE_FrameFocusRect:
         if (qobject_cast<const QAbstractItemView *>(widget))
             break;
-        if (!(option->state & State_KeyboardFocusChange)) // not needed with the mouse
+        if (!(option->state & State_KeyboardFocusChange)) // the mouse was used last
             return;
         painter->save();
         painter->setRenderHint(QPainter::Antialiasing);
@@ -212,7 +213,7 @@ void ThemeStyle::drawControl(ControlElement element, const QStyleOption *option,
         return;
     }
     if (element == CE_Splitter) {
-        // A line, in the middle of what can be grabbed.
+        // A line in the middle of the area that can be dragged.
         QRect line = option->rect;
         if (option->state & State_Horizontal)
             line.adjust(line.width() / 2, 0, -(line.width() - 1) / 2, 0);
@@ -233,15 +234,15 @@ void ThemeStyle::drawControl(ControlElement element, const QStyleOption *option,
     }
     if (element == CE_ItemViewItem && isFadedSelection(option, widget)) {
         QStyleOptionViewItem faded(*static_cast<const QStyleOptionViewItem *>(option));
-        faded.state &= ~State_Selected; // the icon as in other rows
-        // Fainter text of a column cannot be read on this background.
+        faded.state &= ~State_Selected; // gives the icon the color that it has in other rows
+        // The secondary color of a column cannot be read on this background.
         faded.palette.setColor(QPalette::Text, theme.color(Theme::Role::Label));
         painter->fillRect(option->rect, theme.color(Theme::Role::Pressed));
         QProxyStyle::drawControl(element, &faded, painter, widget);
         return;
     }
     if (element == CE_ToolButtonLabel && hasWordsBesideIcon(option)) {
-        // The words have blanks behind them; this gives the icon as much in front.
+        // Fusion leaves space behind the text; this leaves as much in front of the icon.
         QStyleOptionToolButton moved(*static_cast<const QStyleOptionToolButton *>(option));
         moved.rect.adjust(labelShift, 0, 0, 0);
         QProxyStyle::drawControl(element, &moved, painter, widget);
@@ -327,11 +328,11 @@ int ThemeStyle::pixelMetric(PixelMetric metric, const QStyleOption *option,
         return 0;
     case PM_HeaderMargin:
         return 7;
-    case PM_FocusFrameHMargin: // what a cell has beside its text
+    case PM_FocusFrameHMargin: // the space on both sides of a cell's text
         return qobject_cast<const QAbstractItemView *>(widget)
             ? 6
             : QProxyStyle::pixelMetric(metric, option, widget);
-    case PM_TabBarTabShiftVertical: // what is chosen does not move
+    case PM_TabBarTabShiftVertical: // the selected tab does not move
         return 0;
     case PM_ToolBarFrameWidth:
         return 1;
@@ -343,9 +344,9 @@ int ThemeStyle::pixelMetric(PixelMetric metric, const QStyleOption *option,
 int ThemeStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
                           QStyleHintReturn *returnData) const
 {
-    // No desktop decides which button of a dialog has focus, or how selections fade.
+    // Both hints differ between desktops, and the platform theme would decide them.
     if (hint == SH_DialogButtonBox_ButtonsHaveIcons)
-        return 0; // words are enough, and no other button of ours has both
+        return 0; // no other push button of the program has an icon
     if (hint == SH_ItemView_ChangeHighlightOnFocus)
         return 0;
     return QProxyStyle::styleHint(hint, option, widget, returnData);
@@ -354,7 +355,7 @@ int ThemeStyle::styleHint(StyleHint hint, const QStyleOption *option, const QWid
 QIcon ThemeStyle::standardIcon(StandardPixmap icon, const QStyleOption *option,
                                const QWidget *widget) const
 {
-    switch (icon) { // those of file dialogs, alerts, and menu bars and toolbars that are too narrow
+    switch (icon) { // of file dialogs, questions, and menu bars and toolbars that are too narrow
     case SP_MessageBoxWarning:
         return Icons::icon(QStringLiteral("exclamationmark.triangle"), Theme::Role::Orange);
     case SP_ArrowBack:

@@ -4,9 +4,9 @@
 
 namespace Korvane {
 
-/// Fusion with this program's own look for the few elements that a window is made of: flat tool
-/// buttons with round corners, thin splitters and scroll bars, a visible focus ring. All colors are
-/// those of Theme::of the current palette.
+/// The Fusion style with flat tool buttons with round corners, thin splitters and scroll bars, a
+/// visible focus ring and the program's own icons. All colors are those of Theme::of the palette of
+/// the widget.
 class ThemeStyle final : public QProxyStyle
 {
     Q_OBJECT

@@ -12,8 +12,8 @@ namespace Korvane {
 
 namespace {
 
-constexpr int hintedCharacters = 40; // the width that is asked for, in average characters
-constexpr int mostLines = 2;         // of a text for which there is a shorter one
+constexpr int hintedCharacters = 40; // the width of the size hint, in average characters
+constexpr int mostLines = 2;         // of a text that has a shorter form
 
 } // namespace
 
@@ -22,7 +22,7 @@ WrappedLabel::WrappedLabel(const QString &text, Qt::Alignment alignment, QWidget
     , m_alignment(alignment)
 {
     setTextFormat(Qt::PlainText);
-    setWordWrap(true); // gives it a height for its width
+    setWordWrap(true); // sets heightForWidth in the size policy
     setText(text);
 }
 

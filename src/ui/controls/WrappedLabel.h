@@ -7,7 +7,7 @@ class QTextLayout;
 namespace Korvane {
 
 /// A paragraph of plain text that is wrapped at any character when a word is longer than a line, so
-/// that a long path makes no widget wider. Control characters, line ends included, are shown as
+/// that a long path does not widen the dialog. Control characters, line ends included, are shown as
 /// signs.
 class WrappedLabel final : public QLabel
 {
@@ -18,9 +18,9 @@ public:
     explicit WrappedLabel(const QString &text = {}, Qt::Alignment alignment = Qt::AlignLeft,
                           QWidget *parent = nullptr);
 
-    /// Where \p text needs more than two lines, \p shorter is shown in its place unless that is
-    /// empty; its end is left out where it needs more as well. The tool tip has all of \p text
-    /// then.
+    /// With an empty \p shorter, all lines of \p text are shown. Otherwise the tool tip has the
+    /// whole of \p text, and when that needs more than two lines, \p shorter is shown instead,
+    /// elided at the end of its second line.
     void setText(const QString &text, const QString &shorter = {});
 
     [[nodiscard]] QSize sizeHint() const override;
@@ -31,7 +31,7 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    /// Breaks what is shown into lines of \p width pixels; the height of all of them.
+    /// Breaks what is shown into lines of \p width pixels. Returns the height of all of them.
     [[nodiscard]] int layOut(QTextLayout &layout, int width) const;
     [[nodiscard]] int breakLines(QTextLayout &layout, const QString &text, int width) const;
 
