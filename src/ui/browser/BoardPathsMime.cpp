@@ -12,7 +12,7 @@ namespace Korvane {
 namespace {
 
 const QString pathsFormat = QStringLiteral("application/x-korvane-board-paths");
-/// Beside the URLs: "1" for what was cut.
+/// "1" for entries that were cut. The URLs are in the standard format.
 const QString cutFormat = QStringLiteral("application/x-kde-cutselection");
 /// "copy" or "cut", and the URLs, each on a line of its own.
 const QString copiedFilesFormat = QStringLiteral("x-special/gnome-copied-files");
@@ -33,7 +33,7 @@ QList<QUrl> urlsOf(const QMimeData &data)
     return urls;
 }
 
-/// Some programs name this computer as the host.
+/// Some programs write this computer's name as the host.
 bool isOfThisComputer(const QUrl &url)
 {
     const QString host = url.host();

@@ -16,11 +16,12 @@ class DeviceFiles;
 /// for the connection that they were taken from.
 namespace BoardPathsMime {
 
+/// \p connection is DeviceLink::connectionNumber().
 [[nodiscard]] std::unique_ptr<QMimeData> make(const QStringList &paths, int connection);
 /// Nothing when \p data has no paths of \p connection.
 [[nodiscard]] std::optional<QStringList> paths(const QMimeData &data, int connection);
 
-/// The entries of the last listing at \p paths.
+/// The entries of the last listing at \p paths, without those that it does not have.
 [[nodiscard]] QList<DeviceFileNode> nodes(const QStringList &paths, const DeviceFiles &files);
 
 } // namespace BoardPathsMime
@@ -31,14 +32,14 @@ namespace ClipboardMark {
 
 enum class Kind { Copied, Cut };
 
-/// \p data has got its URLs, if any.
+/// The URLs of \p data, if any, must have been set.
 void set(QMimeData &data, Kind kind);
-/// What has no mark was copied.
+/// Copied when \p data has no mark.
 [[nodiscard]] Kind of(const QMimeData &data);
 
 } // namespace ClipboardMark
 
-/// The paths of the files of this computer in \p data.
+/// The paths of the URLs in \p data that name files of this computer.
 [[nodiscard]] QStringList localPaths(const QMimeData &data);
 
 } // namespace Korvane

@@ -7,8 +7,8 @@ namespace Korvane {
 class Actions;
 class BrowserPane;
 
-/// The commands of the file browsers: they act in the one that is shown, and are enabled when they
-/// apply there.
+/// The commands of the file browsers. They act on the browser that is shown, and are enabled when
+/// they apply there.
 class BrowserCommands final : public QObject
 {
     Q_OBJECT

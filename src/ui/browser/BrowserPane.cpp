@@ -76,7 +76,7 @@ QToolButton *BrowserPane::addButton(const QString &symbol, const QString &help, 
     auto *button = new IconButton(symbol, Theme::Role::SecondaryLabel, help);
     button->setObjectName(QString::fromLatin1(name));
     m_header->addWidget(button);
-    if (m_list->window() == window()) // what is added later stands before the entries too
+    if (m_list->window() == window()) // buttons that are added later are before the list, too
         setTabOrder(button, m_list);
     return button;
 }
@@ -101,7 +101,7 @@ void BrowserPane::addFooter(QWidget *footer)
 void BrowserPane::setMenuActions(const MenuActions &actions)
 {
     m_menuActions = actions;
-    // Those with a key of the list's alone act while it has the focus.
+    // Shortcuts with the context Qt::WidgetShortcut work while the list has the focus.
     m_list->addActions(actions.forEntries);
 }
 
@@ -152,7 +152,7 @@ void BrowserPane::showPage(QWidget *page)
 
 void BrowserPane::raisePage()
 {
-    // Only now: a stack measures all of its pages, which takes a tenth of the start.
+    // Added only now: a stack measures all of its pages, which takes 10 % of the start-up time.
     if (m_body->indexOf(m_page) < 0)
         m_body->addWidget(m_page);
     m_body->setCurrentWidget(m_page); // which moves the focus from the previous page to this one
@@ -177,7 +177,7 @@ bool BrowserPane::isUpKey(const QKeyEvent &event)
 
 void BrowserPane::keyPressEvent(QKeyEvent *event)
 {
-    // From the entries, or from the page in their place: an empty folder is left by keys too.
+    // From the entries, or from the page in their place: keys leave an empty folder, too.
     if (isUpKey(*event))
         emit enclosingFolderRequested();
     else

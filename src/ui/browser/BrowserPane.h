@@ -20,8 +20,8 @@ namespace Korvane {
 
 class ElidedLabel;
 
-/// What both file browsers are made of: a header with the folder and its buttons, and below it
-/// the entries or a page in their place.
+/// The base of both file browsers: a header with the folder and its buttons, and below it the
+/// entries or a page in their place.
 class BrowserPane : public QWidget, protected PaneDrops::Target
 {
     Q_OBJECT
@@ -35,10 +35,10 @@ public:
         bool canCreate = false;
         bool canRename = false;
         bool canDelete = false;
-        /// The texts of the commands here.
+        /// The texts of the commands in this browser.
         QString openText;
         QString copyText;
-        /// Empty where changed files are not sent from.
+        /// Empty when changed files cannot be sent.
         QString sendChangedText;
         QString deleteText;
     };
@@ -52,10 +52,10 @@ public:
     /// \p listName is the accessible name of the list.
     explicit BrowserPane(const QString &listName, QWidget *parent = nullptr);
 
-    /// Also while a page is shown instead of them.
+    /// Gives the focus to the list, or to the page in its place.
     void focusEntries();
     [[nodiscard]] FileListView &list() const { return *m_list; }
-    /// Backspace and Alt+Up lead to the enclosing folder.
+    /// Whether \p event is a key for the enclosing folder: Backspace or Alt+Up.
     [[nodiscard]] static bool isUpKey(const QKeyEvent &event);
 
     [[nodiscard]] virtual Abilities abilities() const = 0;
@@ -64,12 +64,13 @@ public:
     virtual void copySelected() = 0;
     virtual void deleteSelected() = 0;
     void renameSelected() { m_list->editName(); }
-    /// Of the selected folder, or of the one that is shown.
+    /// Sends those of the selected folder, or of the one that is shown.
     virtual void sendChangedFiles() { }
     // In the folder that is shown
     virtual void createFile() = 0;
     virtual void createFolder() = 0;
-    /// The actions must outlive this. Those for entries have their keys in the list.
+    /// The actions must outlive this. Those for entries are added to the list, so that their
+    /// shortcuts work there.
     void setMenuActions(const MenuActions &actions);
     /// Whether \p dropped may be dropped on this pane, or on the tab that shows it.
     [[nodiscard]] bool acceptsDrop(const QMimeData &dropped) const { return accepts(dropped); }
@@ -78,22 +79,24 @@ public:
 
 signals:
     void enclosingFolderRequested();
+    /// What abilities() returns may be different now.
     void abilitiesChanged();
 
 protected:
+    /// Adds a button to the header. \p name is its object name.
     QToolButton *addButton(const QString &symbol, const QString &help, const char *name);
-    /// \p path in full is the label's help.
+    /// \p path is the tool tip of the label.
     void setFolder(const QString &shown, const QString &path);
     [[nodiscard]] ElidedLabel &folderLabel() { return *m_folder; }
-    /// Takes a page that can be shown in place of the entries.
+    /// Takes ownership of a page that can be shown in place of the entries.
     void addPage(QWidget *page);
-    /// Below the entries, also while a page is shown.
+    /// Takes ownership of \p footer, which is below the entries also while a page is shown.
     void addFooter(QWidget *footer);
-    /// What the selected entries are on the clipboard and in a drag; null without any.
+    /// The data of the selected entries for the clipboard and for a drag; null without any.
     [[nodiscard]] virtual std::unique_ptr<QMimeData> dragData() const = 0;
     virtual void nameEdited(const QString &oldName, const QString &newName) = 0;
     virtual void paste(const QMimeData &dropped) = 0;
-    /// Null shows the entries. The keyboard's focus stays in the pane.
+    /// Shows \p page, or the entries when it is null. The focus stays in the pane.
     void showPage(QWidget *page);
     [[nodiscard]] QWidget *makeLoadingPage();
     void showEvent(QShowEvent *event) override;

@@ -63,7 +63,7 @@ DeviceFileBrowserView::DeviceFileBrowserView(AppState &state, QWidget *parent)
             &DeviceFileBrowserView::showState);
     connect(&files, &DeviceFiles::deviceFileNodesChanged, this, &DeviceFileBrowserView::showState);
     connect(&files, &DeviceFiles::deviceWorkingDirChanged, this, [this] {
-        list().cancelEditing(); // of an entry of the folder before
+        list().cancelEditing(); // the entry is in the previous folder
         showState();
     });
     connect(&files, &DeviceFiles::deviceWorkingDirChanged, this, &DeviceFileBrowserView::showSpace);
@@ -95,8 +95,8 @@ void DeviceFileBrowserView::showState()
     setFolder(folder, folder);
     const bool isConnected = m_state.link().connectionState().isConnected();
     if (isConnected && list().isEditing())
-        return; // a page in its place would take the focus, and with it the name as typed so far
-    list().cancelEditing(); // of a file of the board that was disconnected
+        return; // a page would take the focus, and Qt would commit the name that is being typed
+    list().cancelEditing(); // the entry is on the board that was disconnected
     if (!isConnected)
         showPage(m_noBoardPage);
     else if (m_state.deviceFiles().isLoadingDeviceFiles())

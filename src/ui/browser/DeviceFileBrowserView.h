@@ -48,7 +48,7 @@ private:
     void open(const DeviceFileNode &node);
     void report(Async<void> operation);
     [[nodiscard]] QList<DeviceFileNode> selectedNodes() const;
-    /// The connected board can be changed now.
+    /// A board is connected and runs no program, so that its files can be changed.
     [[nodiscard]] bool isFree() const;
 
     AppState &m_state;

@@ -48,7 +48,7 @@ FileBrowserView::FileBrowserView(AppState &state, QWidget *parent)
     m_loadingPageDelay.setSingleShot(true);
     m_loadingPageDelay.setInterval(150ms);
     connect(&m_loadingPageDelay, &QTimer::timeout, this, [this] {
-        if (!list().isEditing()) // the page would take the focus, and with it the name
+        if (!list().isEditing()) // the page would take the focus, and Qt would commit the name
             showPage(m_loadingPage);
     });
 
@@ -70,9 +70,9 @@ FileBrowserView::FileBrowserView(AppState &state, QWidget *parent)
     connect(&actions, &LocalFileActions::fileCreated, this,
             [this](const QString &path) { openLocalFile(m_state, path); });
     connect(&files, &LocalFiles::localWorkingDirChanged, this, [this] {
-        list().cancelEditing(); // of an entry of the folder before
+        list().cancelEditing(); // the entry is in the previous folder
         showFolder();
-        if (isVisible()) // otherwise it is listed once it is shown
+        if (isVisible()) // otherwise it is listed when the pane is shown
             load();
     });
     connect(&files, &LocalFiles::localFilesVersionChanged, this, [this] {
@@ -85,7 +85,7 @@ FileBrowserView::FileBrowserView(AppState &state, QWidget *parent)
 void FileBrowserView::showEvent(QShowEvent *event)
 {
     BrowserPane::showEvent(event);
-    if (!event->spontaneous()) // the window only came back from being minimized
+    if (!event->spontaneous()) // spontaneous: the window is no longer minimized
         load();
 }
 
@@ -108,7 +108,7 @@ QCoro::Task<void> FileBrowserView::load()
         co_return;
     m_isLoading = false;
     m_loadingPageDelay.stop();
-    if (list().isEditing()) { // the rows and the nodes change together, after that
+    if (list().isEditing()) { // rows and nodes are replaced together, when the editing has ended
         m_mustLoad = true;
         co_return;
     }
@@ -190,7 +190,7 @@ BrowserPane::Abilities FileBrowserView::abilities() const
     const bool isFolder = nodes.size() == 1 && nodes.first().isDirectory;
     const bool hasFolder = std::any_of(nodes.cbegin(), nodes.cend(),
                                        [](const FileNode &node) { return node.isDirectory; });
-    // An entry without a path has a name that Qt can't use.
+    // An entry without a path has a name that is not UTF-8, and cannot be opened by Qt.
     const bool canUse = !nodes.isEmpty() && selectedPaths().size() == nodes.size();
     Abilities abilities;
     abilities.canCreate = true;
@@ -317,7 +317,7 @@ QString FileBrowserView::enclosingFolder() const
 
 bool FileBrowserView::accepts(const QMimeData &dropped) const
 {
-    // Files of other programs are opened by the window.
+    // Files that are dragged from other programs are opened by the window.
     return boardPaths(dropped) || list().isDragSource();
 }
 

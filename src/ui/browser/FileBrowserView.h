@@ -67,9 +67,9 @@ private:
     QList<FileNode> m_nodes;
     bool m_isLoading = false;
     bool m_mustLoad = false; // a listing arrived while a name was edited
-    /// Counts the listings: only the answer to the last one is shown.
+    /// Counts the listings: only the result of the last one is shown.
     int m_listing = 0;
-    /// Shows the loading page when a listing takes longer.
+    /// Shows the loading page when a listing takes longer than its interval.
     QTimer m_loadingPageDelay;
     Lifetime m_life;
 };

@@ -16,12 +16,12 @@ public:
     {
         QString name;
         bool isDirectory = false;
-        /// Bytes, where a browser shows sizes.
+        /// In bytes; not set in a browser that shows no sizes.
         std::optional<qint64> size;
         /// Can be renamed, copied, moved and deleted.
         bool canChange = true;
     };
-    /// The text at the end of a row.
+    /// The text at the end of a row; empty without a size.
     static constexpr int SizeTextRole = Qt::UserRole;
 
     using QAbstractListModel::QAbstractListModel;
@@ -41,6 +41,7 @@ public:
     [[nodiscard]] static QString symbol(const Row &row);
 
 signals:
+    /// The user entered another name. Nothing is renamed so far.
     void nameEdited(const QString &oldName, const QString &newName);
 
 private:

@@ -31,7 +31,7 @@ FileListView::FileListView(QWidget *parent)
     setModel(m_model);
     setItemDelegate(new FileRowDelegate(this));
     setFrameShape(QFrame::NoFrame);
-    setUniformItemSizes(true); // a folder of 20,000 entries is laid out at once
+    setUniformItemSizes(true); // otherwise each of 20,000 entries would be measured
     setEditTriggers(NoEditTriggers);
     setSelectionMode(ExtendedSelection);
     setDragEnabled(true);
@@ -123,12 +123,13 @@ int FileListView::rowToChoose(const QString &folder) const
         return found;
     const int last = m_model->rowCount() - 1;
     if (folder == m_folder)
-        return std::min(m_chosenRow, last); // it was deleted: its neighbor
+        return std::min(m_chosenRow, last); // the entry was deleted: its neighbor
     // Keyboard users continue from the first row.
     return hasFocus() ? std::min(0, last) : -1;
 }
 
-/// By key, the focus would be nowhere to be seen in a list without a current row.
+/// Gives the list a current row when the focus arrives by a key: without one, nothing in the list
+/// would show the focus.
 void FileListView::focusInEvent(QFocusEvent *event)
 {
     QListView::focusInEvent(event);
@@ -163,7 +164,7 @@ void FileListView::editName()
     setCurrentIndex(index);
     scrollTo(index);
     edit(index);
-    // Qt selects all of the name; the extension is usually kept.
+    // Qt selects the whole name. The extension, which is usually kept, is left out.
     auto *field = viewport()->findChild<QLineEdit *>(FileRowDelegate::editorName);
     const QString name = index.data(Qt::EditRole).toString();
     const qsizetype dot = name.lastIndexOf(u'.');
@@ -174,7 +175,7 @@ void FileListView::editName()
 void FileListView::closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint hint)
 {
     QListView::closeEditor(editor, hint);
-    if (!isEditing()) // Tab goes on to the next name
+    if (!isEditing()) // the Tab key begins to edit the next name
         emit editingEnded();
 }
 
@@ -268,7 +269,7 @@ void FileListView::selectionChanged(const QItemSelection &selected,
 void FileListView::keyPressEvent(QKeyEvent *event)
 {
     if (isEditing())
-        return; // Enter ends the editing of a name, and must not open the file, too
+        return; // Return ends the editing of a name, and must not open the file, too
     const QModelIndex current = currentIndex();
     const bool isMenuKey = event->key() == Qt::Key_Menu
         || (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier);
@@ -287,7 +288,7 @@ void FileListView::keyPressEvent(QKeyEvent *event)
     } else if (event->matches(QKeySequence::Paste)) {
         paste();
     } else if (BrowserPane::isUpKey(*event)) {
-        event->ignore(); // the pane's
+        event->ignore(); // BrowserPane handles it
     } else {
         QListView::keyPressEvent(event);
     }
@@ -295,7 +296,7 @@ void FileListView::keyPressEvent(QKeyEvent *event)
 
 void FileListView::contextMenuEvent(QContextMenuEvent *event)
 {
-    // The menu key causes a key press too, on every platform.
+    // The menu key also causes a key press, on every platform.
     if (event->reason() != QContextMenuEvent::Mouse)
         return;
     m_menuPosition = event->globalPos();

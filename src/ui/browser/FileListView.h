@@ -22,13 +22,14 @@ class FileListView final : public QListView
 public:
     explicit FileListView(QWidget *parent = nullptr);
 
-    /// Shows the entries of \p folder, an absolute path. The place and the chosen rows are kept
-    /// when it is the folder shown before; coming back from a folder in it, that one is chosen.
-    /// While a name is edited, the owner waits for editingEnded first.
+    /// Shows the entries of \p folder, an absolute path. The scroll position and the selection are
+    /// kept when it is the folder that was shown before; when a folder in it was shown before, that
+    /// one is selected. Not while a name is edited: the owner waits for editingEnded.
     void showRows(QList<FileListModel::Row> rows, const QString &folder);
-    /// The entry at \p path is chosen, now or when it is shown.
+    /// Selects the entry at \p path, now or as soon as it is listed.
     void chooseEntry(const QString &path);
-    /// Opens \p menu, which deletes itself, at the chosen row or where the mouse asked for it.
+    /// Opens \p menu at the current row or at the click, as it was requested. It is deleted when it
+    /// is closed.
     void openMenu(QMenu *menu);
     /// Edits the name of the selected row in its place; `FileListModel::nameEdited` follows. Does
     /// nothing while the list is hidden, or when not exactly one row is selected.
@@ -42,15 +43,15 @@ public:
     /// In ascending order.
     [[nodiscard]] QList<int> selectedRows() const;
     [[nodiscard]] FileListModel &entries() const { return *m_model; }
-    /// What a drag of the selected rows carries; null when they can't be dragged.
+    /// \p make returns the data of a drag of the selected rows; null when they can't be dragged.
     void setMakeDragData(std::function<std::unique_ptr<QMimeData>()> make);
-    /// A drag that began here is under way.
+    /// A drag that began in this list is in progress.
     [[nodiscard]] bool isDragSource() const { return m_isDragSource; }
-    /// Frames the row that a drop would go to; -1 for none.
+    /// Draws a frame around \p row, the target of a drop; -1 for none.
     void setDropRow(int row);
 
 public slots:
-    // By the names that the Edit menu calls.
+    // The Edit menu calls these by their names.
     void copy() { emit copyRequested(); }
     void cut() { emit cutRequested(); }
     void paste() { emit pasteRequested(); }
@@ -58,9 +59,9 @@ public slots:
 signals:
     /// By double-click or Enter.
     void opened(int row);
-    /// By mouse, menu key or Shift+F10: the owner calls openMenu. -1 beside the rows.
+    /// By mouse, menu key or Shift+F10: the owner calls openMenu. \p row is -1 beside the rows.
     void menuRequested(int row);
-    /// The mouse rests over the row: the owner calls showToolTip.
+    /// The tool tip of \p row is needed: the owner calls showToolTip.
     void toolTipRequested(int row);
     void selectedRowsChanged();
     /// After FileListModel::nameEdited when the name was changed.
@@ -68,7 +69,7 @@ signals:
     void copyRequested();
     void cutRequested();
     void pasteRequested();
-    /// The entries that were dragged were moved to another program.
+    /// A drag ended with Qt::MoveAction: its entries may no longer be in the folder.
     void movedAway();
 
 protected:

@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto restTime = 800ms;
-/// Near the upper and lower edge of the entries, which scroll then.
+/// The height of the zones at the upper and lower edge of the list in which a drag scrolls it.
 constexpr int scrollMargin = 14;
 
 } // namespace
@@ -28,7 +28,7 @@ PaneDrops::PaneDrops(Target &target, QWidget &pane, FileListView &list, QWidget 
     , m_list(list)
     , m_up(up)
 {
-    pane.setAcceptDrops(true); // the widgets in it pass the events on
+    pane.setAcceptDrops(true); // Qt sends it the events of child widgets that accept no drops
     pane.installEventFilter(this);
     m_rest.setSingleShot(true);
     m_rest.setInterval(restTime);

@@ -20,26 +20,27 @@ class PaneDrops final : public QObject
     Q_OBJECT
 
 public:
-    /// What the pane decides.
+    /// Implemented by the pane: where and what can be dropped on it, and what a drop does.
     class Target
     {
     public:
         virtual ~Target() = default;
 
-        /// Where a drop on \p row goes: the path of that folder; for -1, and for a file, that of
-        /// the folder that is shown.
+        /// The path of the folder in \p row, for which isFolder() is true; for -1, that of the
+        /// folder that is shown.
         [[nodiscard]] virtual QString dropFolder(int row) const = 0;
         [[nodiscard]] virtual bool isFolder(int row) const = 0;
         [[nodiscard]] virtual QString enclosingFolder() const = 0;
         /// Whether \p data can be dropped anywhere in the pane. If not, the window gets it.
         [[nodiscard]] virtual bool accepts(const QMimeData &data) const = 0;
-        /// What a drop of \p data does there; IgnoreAction when it is refused.
+        /// What a drop of \p data does in \p folder; IgnoreAction when it is refused.
         [[nodiscard]] virtual Qt::DropAction dropAction(const QMimeData &data,
                                                         const QString &folder) const = 0;
         virtual void drop(const QMimeData &data, const QString &folder) = 0;
     };
 
-    /// Watches \p pane, its owner. \p target, \p list and \p up must outlive this.
+    /// Filters the events of \p pane, which becomes the parent. \p up is the button of the
+    /// enclosing folder. \p target, \p list and \p up must outlive this.
     PaneDrops(Target &target, QWidget &pane, FileListView &list, QWidget &up);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -67,7 +68,8 @@ private:
     QTimer m_rest;
     int m_restRow = -1;
     bool m_restsOnUp = false;
-    /// The rows changed since the mouse moved: no drop is meant for the one under it.
+    /// The rows were replaced since the mouse was moved, so that a drop is not meant for the row
+    /// under it.
     bool m_hasNewRows = false;
 };
 

@@ -16,7 +16,7 @@ namespace Korvane {
 namespace {
 
 constexpr QSize barSize(48, 6);
-/// From this part of the space on, the bar has the color of a warning.
+/// From this used part of the space on, the bar has the color of a warning.
 constexpr double nearlyFull = 0.9;
 
 } // namespace
