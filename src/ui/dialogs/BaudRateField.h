@@ -8,7 +8,7 @@ namespace Korvane {
 
 class AppState;
 
-/// Chooses the speed of each serial port, which takes effect at the next connection.
+/// Chooses the baud rate of each serial port, which takes effect at the next connection.
 class BaudRateField final : public QWidget
 {
     Q_OBJECT

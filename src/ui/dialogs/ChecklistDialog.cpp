@@ -55,7 +55,7 @@ ChecklistDialog::ChecklistDialog(const UserPrompts::Checklist &question, QWidget
     m_list->setTextElideMode(Qt::ElideMiddle);
     fill(question.entries);
 
-    // A group that is checked changes all of its entries: they are counted once for all of them.
+    // Checking a group emits itemChanged for each of its entries; they are counted once after that.
     auto *counting = new QTimer(this);
     counting->setSingleShot(true);
     connect(counting, &QTimer::timeout, this, &ChecklistDialog::showCount);

@@ -59,7 +59,7 @@ bool InputGuard::eventFilter(QObject *watched, QEvent *event)
             if (round == m_round)
                 end();
         };
-        // What arrived while the main thread was busy is still to be delivered when the time ends.
+        // Input that arrived while the main thread was busy may be delivered after the first timer.
         QTimer::singleShot(m_time, this,
                            [this, endRound] { QTimer::singleShot(0, this, endRound); });
     } else if (m_state != State::Open && isInput(*event) && isOfDialog(watched)

@@ -12,9 +12,9 @@ class QPushButton;
 
 namespace Korvane {
 
-/// Keeps clicks and keys from a dialog for a time after it is first painted, and again after its
-/// minimized window is restored. Input that was meant for what was there before arrives within this
-/// time, also when the main thread was busy. The buttons are disabled meanwhile.
+/// Drops clicks and keys for a dialog until the given time after it is first painted, and again
+/// after its minimized window is restored. Input that was meant for the window below it arrives
+/// within this time, also when the main thread was busy. The buttons are disabled meanwhile.
 /// Text can be typed into a line edit that has the focus, so that a name can be typed at once.
 class InputGuard final : public QObject
 {

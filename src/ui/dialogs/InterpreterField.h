@@ -9,8 +9,9 @@ namespace Korvane {
 
 class AppState;
 
-/// Chooses the Python of local runs: by its path, that of a virtual environment, or none, so that
-/// the program looks for one. A path without a Python is not stored, and the field says so.
+/// Chooses the Python of local runs: the path of an interpreter or of a virtual environment, or
+/// nothing, in which case the program looks for one. A path without a Python is not stored, and a
+/// message appears below the field.
 class InterpreterField final : public QWidget
 {
     Q_OBJECT

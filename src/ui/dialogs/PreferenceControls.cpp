@@ -11,7 +11,8 @@ namespace Korvane::PreferenceControls {
 
 namespace {
 
-/// The height of a page of preferences is more than a screen's, so the wheel often passes controls.
+/// The page of preferences is higher than the dialog. Scrolling it with the wheel must not change a
+/// control that gets under the mouse.
 class WheelFilter final : public QObject
 {
 public:
@@ -48,7 +49,7 @@ QSpinBox *makeNumber(Preferences &preferences, Preferences::Id id, const QString
 {
     const Preferences::Definition &definition = Preferences::definition(id);
     auto *box = new QSpinBox;
-    // A default outside of the range is the step below it.
+    // A default outside of the range is shown as the step below the minimum.
     const int defaultStep = defaultText.isEmpty() ? definition.minimum : definition.minimum - 1;
     const int defaultNumber = defaultText.isEmpty() ? defaultStep : definition.defaultNumber;
     box->setRange(defaultStep, definition.maximum);

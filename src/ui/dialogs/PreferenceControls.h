@@ -11,8 +11,9 @@ class QCheckBox;
 class QComboBox;
 class QSpinBox;
 
-/// Controls of the preferences dialog. Each shows the value of one preference, follows it, and
-/// stores what the user chooses at once.
+/// Makes the controls of the preferences dialog, which the caller owns. Each shows the value of one
+/// preference, also when that changes, and stores at once what the user chooses. The Preferences
+/// must outlive them.
 namespace Korvane::PreferenceControls {
 
 /// Values with their texts.
@@ -25,10 +26,10 @@ using Choices = QList<std::pair<QString, QString>>;
                                    const QString &suffix, const QString &defaultText = {});
 [[nodiscard]] QComboBox *makeChoice(Preferences &preferences, Preferences::Id id,
                                     const Choices &choices);
-/// The families with characters of one width, and the desktop's choice.
+/// A choice of the installed families of fixed pitch and, first, of the desktop's fixed font.
 [[nodiscard]] QComboBox *makeFontFamily(Preferences &preferences, Preferences::Id id);
 
-/// Passes wheel events to the scroll area around \p control unless that has the focus.
+/// Passes wheel events to the scroll area around \p control unless \p control has the focus.
 void ignoreWheelWithoutFocus(QWidget *control);
 
 } // namespace Korvane::PreferenceControls

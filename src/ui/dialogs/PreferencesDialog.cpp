@@ -87,7 +87,7 @@ void PreferencesDialog::showEvent(QShowEvent *event)
     QDialog::showEvent(event);
     if (std::exchange(m_isSized, true))
         return;
-    // Measured only now: the widgets have got their fonts.
+    // Measured only now, when the widgets have their fonts.
     const int width = m_scroll->widget()->minimumSizeHint().width()
         + m_scroll->verticalScrollBar()->sizeHint().width();
     const QSize wanted(std::max(width, 620), 600);

@@ -40,7 +40,7 @@ QFileDialog *makeFileDialog(QWidget *window, const QString &title, const QString
     dialog->setNameFilters({tr("Python and text files (*.py *.pyi *.txt *.md *.json *.toml *.csv)"),
                             tr("All files (*)")});
     dialog->resize(fileDialogSize);
-    // Sizes, kinds and dates are there to be read whole.
+    // So that sizes, types and dates are not elided.
     if (auto *list = dialog->findChild<QTreeView *>(QStringLiteral("treeView"))) {
         list->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
         list->header()->setSectionResizeMode(0, QHeaderView::Stretch);
@@ -51,8 +51,8 @@ QFileDialog *makeFileDialog(QWidget *window, const QString &title, const QString
 
 } // namespace
 
-/// The right to have a question open. Ends with the coroutine that holds it; then the next question
-/// of the queue is opened.
+/// The place of one question in the queue, held by its coroutine. The destructor removes the place,
+/// and the next question is opened.
 class PromptDialogs::Turn final
 {
 public:
@@ -157,7 +157,7 @@ void PromptDialogs::endWait(Waiting &waiting)
     if (waiting.turn)
         waiting.turn->deliver(false);
     if (waiting.preparation) {
-        // Of std::nullopt GCC 12 says that it is used uninitialized.
+        // With std::nullopt as the argument, GCC 12 warns that it is used uninitialized.
         static const std::optional<Texts> nothing;
         waiting.preparation->deliver(nothing);
     }
@@ -229,7 +229,7 @@ QCoro::Task<UserPrompts::ConfirmationAnswer> PromptDialogs::confirm(Confirmation
         if (!prepared)
             co_return ConfirmationAnswer();
         texts = *prepared;
-        isPrepared = turn->isFirst(); // what was looked up is old after a question of the user
+        isPrepared = turn->isFirst(); // after a question of the user the texts are out of date
         if (!isPrepared && !co_await turn->begin(question.withdrawn))
             co_return ConfirmationAnswer();
     }

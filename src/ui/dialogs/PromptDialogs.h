@@ -32,10 +32,10 @@ public:
 
     /// Borrowed; may be destroyed before this.
     void setWindow(QWidget *window) { m_window = window; }
-    /// Stops the assistant's server; offered by the assistant's questions while set.
+    /// \p stop stops the assistant's server. The assistant's questions offer it while it is set.
     void setStopServer(std::function<void()> stop) { m_stopServer = std::move(stop); }
-    /// How long a dialog takes no click and no key after it is painted. A click or a key meant for
-    /// what was there before arrives within this time.
+    /// How long a dialog drops clicks and keys after it is painted, as InputGuard does; 0 for not
+    /// at all.
     void setGuardTime(std::chrono::milliseconds time) { m_guardTime = time; }
 
     [[nodiscard]] QCoro::Task<ConfirmationAnswer> confirm(Confirmation question) override;
@@ -65,7 +65,7 @@ private:
     void showQueue();
     [[nodiscard]] QuestionDialog *makeQuestion(const Texts &texts, Asker asker);
     /// Opens \p dialog, which deletes itself, and yields what \p answer reads from it when it was
-    /// accepted; otherwise, and when this has been destroyed, a default-made answer.
+    /// accepted; otherwise, and when this has been destroyed, a default-constructed answer.
     template <typename T>
     [[nodiscard]] QCoro::Task<T> ask(QDialog *dialog, std::function<T()> answer);
     void open(QDialog *dialog);

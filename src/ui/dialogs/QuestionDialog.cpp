@@ -22,7 +22,7 @@ constexpr int dialogWidth = 520;
 constexpr int margin = 20;
 constexpr int spacing = 16;
 constexpr int iconSize = 40;
-constexpr int cancelWidth = 96; // fixed, so that the places of the other buttons are, too
+constexpr int cancelWidth = 96; // fixed, so that the buttons beside it have fixed places
 
 } // namespace
 
