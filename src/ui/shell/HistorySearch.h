@@ -10,7 +10,8 @@ namespace Korvane {
 class InputHistory;
 
 /// Finds an earlier command of the Shell: a field for a part of it, and below it the commands that
-/// contain that, the newest first. Up, Down and Ctrl+R choose among them.
+/// contain that, the newest first. Up, Down and Ctrl+R select one of them. When the field loses the
+/// focus, this is hidden without a signal.
 class HistorySearch final : public QFrame
 {
     Q_OBJECT
@@ -19,14 +20,14 @@ public:
     /// \p history must outlive this.
     HistorySearch(const InputHistory &history, QWidget *parent);
 
-    /// Starts with \p text to look for, at the lower edge of the parent's first \p bottom pixels.
+    /// Searches for \p text. The lower edge is \p bottom pixels below the upper edge of the parent.
     void open(const QString &text, int bottom);
 
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 signals:
     void chosen(const QString &command);
-    /// Escape was pressed, or nothing was there to be chosen.
+    /// Escape was pressed, or Return while no command matched.
     void canceled();
 
 private:

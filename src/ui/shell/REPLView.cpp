@@ -111,7 +111,7 @@ QWidget *REPLView::makeInputRow()
     line->setSpacing(6);
     line->addLayout(promptColumn);
     line->addWidget(m_input, 1);
-    auto *middle = new QVBoxLayout; // of the row, while there is but one line
+    auto *middle = new QVBoxLayout; // centers the input vertically while it has one line
     middle->addStretch();
     middle->addLayout(line);
     middle->addStretch();

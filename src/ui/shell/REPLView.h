@@ -22,13 +22,13 @@ public:
 
     // Not a focus proxy: the Tab key would skip the widgets before the input.
     void focusInput();
-    /// As of TranscriptView.
+    /// See TranscriptView::followNextLink.
     bool followNextLink();
 
     [[nodiscard]] QString inputText() const;
     /// What was submitted, oldest first.
     [[nodiscard]] const QStringList &inputHistory() const;
-    /// Place in the history counted from its end; -1 when no entry of it is shown.
+    /// Place in the history, 0 for the newest entry; -1 when no entry of it is shown.
     [[nodiscard]] qsizetype historyIndex() const { return m_historyIndex; }
     [[nodiscard]] bool inputFocused() const;
 

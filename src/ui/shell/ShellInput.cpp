@@ -58,7 +58,7 @@ ShellInput::ShellInput(QWidget *parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setTabChangesFocus(true);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    // Without a frame of its own.
+    // The background of the window is visible behind it.
     viewport()->setAutoFillBackground(false);
     document()->setDocumentMargin(2);
     connect(document(), &QTextDocument::blockCountChanged, this, &ShellInput::fitHeight);
@@ -140,7 +140,7 @@ void ShellInput::keyPressEvent(QKeyEvent *event)
             return;
         }
     } else if (modifiers == Qt::ShiftModifier && (key == Qt::Key_Return || key == Qt::Key_Enter)) {
-        textCursor().insertBlock(); // the text edit's own would be a line separator
+        textCursor().insertBlock(); // QPlainTextEdit would insert a line separator
         ensureCursorVisible();
         return;
     }

@@ -8,8 +8,8 @@ namespace Korvane {
 ///
 /// Return submits. A pasted text of several lines is kept, without the indentation that all its
 /// lines share, and is submitted as one command; the field grows to show it. Shift+Return adds a
-/// line by hand. Up and Down ask for the history, but inside several lines they first move through
-/// them. Ctrl+C with nothing selected asks to stop what runs.
+/// line by hand. Up and Down request the history, but inside several lines they first move through
+/// them. Ctrl+C with nothing selected requests that the program is stopped.
 class ShellInput final : public QPlainTextEdit
 {
     Q_OBJECT
@@ -35,7 +35,7 @@ signals:
     void fontChanged();
     void submitted();
     void historyAsked(Korvane::ShellInput::Step step);
-    /// A key for pages was pressed: it scrolls the transcript.
+    /// Page Up or Page Down was pressed: the owner scrolls the transcript.
     void pageAsked(Korvane::ShellInput::Step step);
     /// The key for copying was pressed, and nothing is selected.
     void stopAsked();
@@ -52,7 +52,7 @@ protected:
 
 private:
     void fitHeight();
-    /// The text edit would wrap a long one, and show its first row only.
+    /// Needed because QPlainTextEdit wraps a long placeholder and shows only its first row.
     void elidePlaceholder();
 
     QString m_placeholder;

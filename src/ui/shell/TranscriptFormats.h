@@ -23,7 +23,7 @@ public:
     void applyTo(QTextDocument &document) const;
 
 private:
-    QTextCharFormat m_plain; // input and output: they follow the palette without a color
+    QTextCharFormat m_plain; // input and output; without a color, so that it follows the palette
     QTextCharFormat m_error;
     QTextCharFormat m_info;
     QTextCharFormat m_replMessage;

@@ -14,7 +14,7 @@ namespace Korvane::TranscriptLinks {
 
 namespace {
 
-/// The link of the line of \p text, a block's, that starts at \p start.
+/// The link in the line that starts at \p start of \p text, the text of \p block.
 std::optional<Link> inLine(const QTextBlock &block, const QString &text, qsizetype start)
 {
     qsizetype end = text.indexOf(QChar::LineSeparator, start);
@@ -28,7 +28,7 @@ std::optional<Link> inLine(const QTextBlock &block, const QString &text, qsizety
                 TranscriptBlock::of(block).run};
 }
 
-/// Where the line of \p text starts in which \p position is.
+/// The start of the line of \p text that has \p position.
 qsizetype lineStart(const QString &text, qsizetype position)
 {
     return position == 0 ? 0 : text.lastIndexOf(QChar::LineSeparator, position - 1) + 1;

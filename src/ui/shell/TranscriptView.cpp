@@ -29,7 +29,7 @@ constexpr qsizetype lineCost = 64;           // of an empty line, in characters
 
 } // namespace
 
-/// A selection that reaches the end of the document would grow with it.
+/// Restores a selection that reaches the end of the document, which would grow with it.
 class TranscriptView::SelectionKeeper final
 {
 public:
@@ -92,7 +92,7 @@ TranscriptView::TranscriptView(const ShellTranscript &transcript, QWidget *paren
     connect(&transcript, &ShellTranscript::cleared, this, &TranscriptView::forget);
 
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &TranscriptView::noteScrolling);
-    // Scrolling that follows the cursor moves the bar without a signal of it.
+    // QPlainTextEdit scrolls to the cursor without a signal of the scroll bar.
     connect(this, &QPlainTextEdit::updateRequest, this, [this](const QRect &, int scrolledBy) {
         if (scrolledBy != 0)
             noteScrolling();
@@ -178,7 +178,7 @@ void TranscriptView::showMore()
     }
 }
 
-/// Takes the next piece of the transcript into the document.
+/// Copies the next piece of the transcript into the document.
 void TranscriptView::takeOver()
 {
     const QList<REPLLine> &lines = m_transcript.replLines();
@@ -300,7 +300,7 @@ void TranscriptView::paintEvent(QPaintEvent *event)
 void TranscriptView::removeOldest(qsizetype lines, qsizetype characters)
 {
     if (m_line < lines) {
-        // None of what is left was taken so far.
+        // Nothing of what is left was copied so far.
         m_line = 0;
         m_offset = 0;
         m_tail.isLineBegun = false;

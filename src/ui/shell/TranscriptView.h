@@ -46,7 +46,7 @@ public:
 signals:
     /// The key for copying was pressed, and nothing is selected.
     void stopAsked();
-    /// The user asks for the place that a traceback of \p run, as of REPLLine::run, names.
+    /// The user requests the source line that a traceback of \p run, as of REPLLine::run, names.
     void sourceAsked(const QString &file, int line, int run);
 
 protected:
@@ -78,18 +78,18 @@ private:
 
     const ShellTranscript &m_transcript;
     TranscriptFormats m_formats;
-    QTextCursor m_linkCursor; // where followNextLink has been; null at first
+    QTextCursor m_linkCursor; // at the last link of followNextLink; null before the first
     QTimer m_more;
     QVariantAnimation m_scroll;
 
-    // How far the transcript has been taken over.
-    qsizetype m_line = 0;   // index of the line being taken
-    qsizetype m_offset = 0; // characters taken of it
+    // How much of the transcript is in the document.
+    qsizetype m_line = 0;   // index of the line that is copied next
+    qsizetype m_offset = 0; // characters of it that are copied
     TranscriptTail m_tail;
 
     bool m_followsEnd = true;
     int m_scrolledTo = 0;
-    bool m_isAdjusting = false; // scroll bar changes are made here, not by the user
+    bool m_isAdjusting = false; // the scroll bar is changed by this class, not by the user
 };
 
 } // namespace Korvane

@@ -14,8 +14,8 @@ namespace Korvane {
 
 namespace {
 
-// From here on lines share blocks. Below that, each line is a block of its own, which screen
-// readers read as a line.
+// With more characters of a line waiting, or more blocks in the document, lines share blocks.
+// Otherwise each line is a block of its own, which screen readers read as a line.
 constexpr qsizetype floodCharacters = 65'536;
 constexpr int manyBlocks = 20'000;
 
@@ -23,7 +23,7 @@ constexpr int manyBlocks = 20'000;
 // within a line, the view starts a row where the program printed no line end.
 constexpr qsizetype roomForLine = 500;
 
-// Laid-out blocks behind the end that keep their layout; the rest is laid out again when seen.
+// Blocks at the end that keep their layout. The others are laid out again when they are shown.
 constexpr int keptLayouts = 200;
 
 // How the user state of a block is divided, below its sign: two bits for the kind, one for
@@ -117,7 +117,7 @@ TranscriptWriter::~TranscriptWriter()
 
 void TranscriptWriter::enterLine(const REPLLine &line, qsizetype waiting, bool isFirst)
 {
-    writePending(); // what belongs to the line before
+    writePending(); // belongs to the previous line
     m_kind = line.kind;
     m_run = line.run;
     m_sharesBlocks = waiting > floodCharacters || m_document.blockCount() > manyBlocks;

@@ -38,7 +38,7 @@ struct TranscriptTail
 {
     /// The first block of the line exists.
     bool isLineBegun = false;
-    /// A line end was taken; it is shown when something follows.
+    /// A line end was copied; it is shown when something follows.
     bool owesLineEnd = false;
     /// Characters in the last block.
     qsizetype blockLength = 0;
@@ -52,7 +52,7 @@ struct TranscriptTail
 class TranscriptWriter final
 {
 public:
-    /// Borrows all three.
+    /// All three must outlive this.
     TranscriptWriter(QTextDocument &document, TranscriptTail &tail,
                      const TranscriptFormats &formats);
     ~TranscriptWriter();
@@ -80,10 +80,10 @@ private:
     QTextCursor m_cursor;
     REPLLine::Kind m_kind = REPLLine::Kind::Output;
     int m_run = 0;
-    bool m_isReplMessage = false; // what is pending
+    bool m_isReplMessage = false; // m_pending is one
     QString m_pending;
     bool m_sharesBlocks = false;
-    bool m_hasSetLines = false; // line counts of blocks
+    bool m_hasSetLines = false; // the line count of a block was set
 };
 
 } // namespace Korvane
