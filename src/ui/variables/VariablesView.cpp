@@ -82,8 +82,8 @@ void VariablesView::setUpTable()
     header->setSectionsClickable(false);
 }
 
-/// Gives the table its model. When the pane is shown for the first time: the header measures its
-/// titles, and loads a font of its own for that.
+/// Gives the table its model. Called when the pane is first shown, since the header then measures
+/// its titles, which loads another font.
 void VariablesView::fillTable()
 {
     m_table->setModel(m_model);
@@ -92,12 +92,13 @@ void VariablesView::fillTable()
     QHeaderView *header = m_table->horizontalHeader();
     connect(header, &QHeaderView::sectionResized, this, [this](int column, int, int width) {
         if (column != VariablesModel::Value && !m_isFitting)
-            m_wantedWidths[static_cast<size_t>(column)] = width; // by the mouse
+            m_wantedWidths[static_cast<size_t>(column)] = width; // by the user
     });
     fitColumns();
 }
 
-/// Names and types leave room for the values.
+/// Reduces the widths of names and types where the values would be narrower than
+/// smallestValueWidth.
 void VariablesView::fitColumns()
 {
     const QScopedValueRollback guard(m_isFitting, true);
@@ -204,8 +205,8 @@ bool VariablesView::focusTable()
 void VariablesView::showSource()
 {
     const QString caption = m_state.variablesCaption();
-    m_caption->setText(caption); // a port's path may be long
-    m_caption->setToolTip(PlainText::toolTip(caption));
+    m_caption->setText(caption);
+    m_caption->setToolTip(PlainText::toolTip(caption)); // a long path of a port is elided
     m_emptyHint->setText(m_state.link().connectionState().isConnected()
                              ? tr("Run code on the device to inspect its variables")
                              : tr("Run code to inspect variables"));
