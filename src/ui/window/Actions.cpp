@@ -74,7 +74,7 @@ void Actions::addBrowserCommands()
     add(CreateFolder, tr("New Fol&der…"), KeyText::sequence(u"⇧⌘N"));
     add(RenameEntry, tr("&Rename…"), Qt::Key_F2);
     add(DeleteEntries, tr("De&lete…"), Qt::Key_Delete);
-    // Elsewhere these keys belong to what has the focus.
+    // Other widgets use these keys when they have the focus.
     for (const Command command : {RenameEntry, DeleteEntries})
         m_actions[command]->setShortcutContext(Qt::WidgetShortcut);
 }
@@ -105,7 +105,7 @@ void Actions::addPaneCommands()
         ->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab),
                         QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backtab),
                         QKeySequence(Qt::CTRL | Qt::Key_PageUp)});
-    // The editor keeps Tab for itself.
+    // The Tab key does not leave the editor, which indents with it.
     add(NextPane, tr("Next P&ane"), Qt::Key_F6);
     add(PreviousPane, tr("Pr&evious Pane"), Qt::SHIFT | Qt::Key_F6);
 
@@ -164,7 +164,8 @@ void Actions::addDebugCommands()
     add(ClearBreakpoints, tr("C&lear Breakpoints in This File"), {},
         [this] { m_state.documents().clearBreakpoints(); });
 
-    // The menu would keep these keys in force without the debug bar.
+    // Set only while the debug bar is shown: the actions are always in the menu, which would keep
+    // their shortcuts active.
     connect(&session, &DebugSession::changed, this, [this, &session] {
         const bool isDebugging = session.isDebugging();
         m_actions[Step]->setShortcut(isDebugging ? KeyText::sequence(u"⌥⌘Y") : QKeySequence());
@@ -219,7 +220,7 @@ void Actions::addEdit(Command command, const QString &text, const QKeySequence &
     QAction *action = add(command, text, key, [this, slot] {
         QWidget *focused = m_window.focusWidget();
         const QByteArray signature = QByteArray(slot) + "()";
-        // Lists and buttons have no such slot.
+        // Buttons and most lists have no such slot.
         if (focused && focused->metaObject()->indexOfSlot(signature.constData()) >= 0)
             QMetaObject::invokeMethod(focused, slot);
     });

@@ -17,8 +17,8 @@ namespace Korvane {
 
 class AppState;
 
-/// One QAction for each command of the window: its text, key, icon, tool tip and checked state.
-/// Menus, toolbar and debug bar show these actions, and none makes a second one for a command.
+/// One QAction for each command of the window: its text, shortcut, icon, tool tip and checked
+/// state. Menus, toolbar and debug bar show these actions; no command has a second one.
 ///
 /// Commands on the state are connected here. Commands of a view or of the assistant's server
 /// (CloseFile, FindInFiles, ShowPreferences, from NextFile to ResetZoom, RunPiece, FollowTraceback,
@@ -44,7 +44,7 @@ public:
         SelectAll,
         FindInFiles,
         ShowPreferences,
-        OpenEntries, // of the file browser that is shown, as the following
+        OpenEntries, // this and the next six: of the file browser that is shown
         CopyEntries,
         SendChangedFiles,
         CreateFile,
@@ -89,9 +89,9 @@ public:
 
     [[nodiscard]] QAction *operator[](Command command) const { return m_actions[command]; }
 
-    /// Calls \p run, which starts a program. During a transfer that can be canceled the user is
-    /// asked first, since the program would break it off; the
-    /// document that is selected now is selected again then.
+    /// Calls \p run, which starts a program. During a transfer that can be canceled, which the
+    /// program would end, the user is asked first. Then the document that was selected at the call
+    /// is selected again; \p run is not called if it was closed, or if the transfer continues.
     QCoro::Task<void> runOnFreeBoard(std::function<void()> run);
 
 signals:
@@ -112,9 +112,10 @@ private:
     /// Gives \p command what a button shows: the icon, a shorter text and the tool tip \p help.
     void describe(Command command, const QString &symbol, Theme::Role role, const QString &text,
                   const QString &help);
-    /// An operation of the text that has the focus, by the name of its slot.
+    /// Adds a command that calls \p slot of the widget that has the focus, if it has that slot.
     void addEdit(Command command, const QString &text, const QKeySequence &key, const char *slot);
-    /// Two panes of which one is shown. \p isFirst tells which; \p changed is its signal.
+    /// Makes two commands for two panes exclusive: that of the shown pane is checked. \p isFirst
+    /// returns whether it is the first one; \p changed is the signal of a change.
     void addPanes(Command first, Command second, std::function<bool()> isFirst,
                   void (AppState::*changed)());
     QCoro::Task<void> openFile();

@@ -16,7 +16,7 @@ Announcer::Announcer(AppState &state, QWidget *parent)
 {
     setObjectName(QStringLiteral("announcer"));
     setAttribute(Qt::WA_TransparentForMouseEvents);
-    setGeometry(0, 0, 1, 1); // some of them ignore widgets without an area on the screen
+    setGeometry(0, 0, 1, 1); // some assistive programs ignore widgets without an area
     connect(&state.link(), &DeviceLink::connectionStateChanged, this, &Announcer::sayConnection);
     connect(&state.debugSession(), &DebugSession::changed, this, &Announcer::sayPause);
     connect(&state, &AppState::isRunningChanged, this, [this] {

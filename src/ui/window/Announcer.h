@@ -6,11 +6,12 @@ namespace Korvane {
 
 class AppState;
 
-/// Tells assistive programs what happened outside of the focused control: that the board is
-/// connected or disconnected, that the program stopped at a line or finished. It is invisible;
-/// these events are also shown in the window.
+/// Reports to assistive programs what happens outside of the focused control: the board is
+/// connected or disconnected, the program stops at a line or finishes. It paints nothing; these
+/// events are also shown in the window.
 ///
-/// Its accessible role is a notification, which appears again with each text.
+/// Its accessible role is Notification. For each text it sends the events of being hidden and shown
+/// again, at which screen readers read a notification.
 class Announcer final : public QWidget
 {
     Q_OBJECT

@@ -23,7 +23,7 @@ public:
 
     /// The menu File, whose last two entries are Close and Quit.
     [[nodiscard]] QMenu &fileMenu() { return *m_fileMenu; }
-    /// The menu View, to which others add at its end.
+    /// The menu View, at the end of which other classes add their commands.
     [[nodiscard]] QMenu &viewMenu() { return *m_viewMenu; }
     /// The ports to connect to.
     [[nodiscard]] QMenu &portsMenu() { return *m_portsMenu; }

@@ -19,7 +19,7 @@ Appearance::Appearance(Preferences &preferences)
 
 bool Appearance::eventFilter(QObject *watched, QEvent *event)
 {
-    // Not from within the event: not all widgets have got the new palette yet.
+    // Queued: within the event not all widgets have the new palette.
     if (event->type() == QEvent::ApplicationPaletteChange && watched == qApp) {
         if (!m_isSetting)
             QMetaObject::invokeMethod(
@@ -32,7 +32,7 @@ bool Appearance::eventFilter(QObject *watched, QEvent *event)
 
 void Appearance::followPlatform()
 {
-    // Our own palette hides the platform's. Taking it away for a moment shows that again.
+    // An empty palette restores that of the platform, which the program's own had replaced.
     const QScopedValueRollback guard(m_isSetting, true);
     QApplication::setPalette(QPalette());
     follow(QApplication::palette());

@@ -6,12 +6,12 @@ namespace Korvane {
 
 class Preferences;
 
-/// Gives the program the light or the dark theme, whichever the desktop uses, at start and
-/// whenever the desktop changes.
+/// Sets the light or the dark theme, as the desktop uses it, at the start and whenever the desktop
+/// changes.
 ///
-/// The desktop's choice is read from the palette of the platform. Where that does not tell (a plain
-/// X server, a desktop without its Qt platform theme), KORVANE_APPEARANCE=light or =dark decides;
-/// it has priority over the platform's palette, and the user's preference over both.
+/// The desktop's choice is read from the palette of the platform. For a platform without one (a
+/// plain X server, a desktop without its Qt platform theme) there is KORVANE_APPEARANCE=light or
+/// =dark. It has priority over the platform's palette, and the user's preference over both.
 class Appearance final : public QObject
 {
     Q_OBJECT

@@ -21,7 +21,7 @@ namespace Korvane {
 
 namespace {
 
-// An error this long after a command of the user is taken for its result.
+// An error within this time after a command of the user counts as its result.
 constexpr std::chrono::milliseconds userActionTime{5'000};
 
 /// A tab of the pane. Its width is that of the semibold text of the chosen tab.

@@ -47,7 +47,7 @@ private:
     QStackedWidget *m_body;
     PaneTab *m_shellTab;
     PaneTab *m_variablesTab;
-    QElapsedTimer m_sinceCommand; // of the user
+    QElapsedTimer m_sinceCommand; // since the last command of the user
 };
 
 } // namespace Korvane

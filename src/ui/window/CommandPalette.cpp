@@ -21,7 +21,7 @@ constexpr QSize largest(560, 380);
 constexpr int rowPadding = 8;
 constexpr int margin = 20; // to the edges of the window
 
-/// Without the sign before the key of the menu.
+/// The text of \p action without the "&" of its mnemonic.
 QString nameOf(const QAction &action)
 {
     QString name = action.text();
@@ -98,7 +98,7 @@ void CommandPalette::collect()
 {
     m_entries.clear();
     collectFrom(m_window.menuBar()->actions(), QString());
-    // Those that are in no menu. What toolbars and fields make for themselves has a widget as its
+    // Actions that are in no menu. Those that toolbars and fields make have a widget as their
     // parent.
     QList<QAction *> others;
     for (QAction *action : m_window.findChildren<QAction *>()) {

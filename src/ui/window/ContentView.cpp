@@ -171,8 +171,8 @@ void ContentView::connectFocus()
 
 bool ContentView::eventFilter(QObject *watched, QEvent *event)
 {
-    // Text edits claim some keys for themselves before shortcuts are looked at. The window's own
-    // shortcuts win wherever the focus is.
+    // By accepting ShortcutOverride, text edits handle some keys before the shortcuts. The window's
+    // own shortcuts have priority wherever the focus is.
     if (event->type() == QEvent::ShortcutOverride) {
         const auto *key = static_cast<QKeyEvent *>(event);
         if (qobject_cast<ShellInput *>(watched) && ShellInput::claims(key->keyCombination())) {

@@ -19,8 +19,7 @@ class PaneCommands;
 class SidebarView;
 class WindowCommands;
 
-/// The main window. It has no title of its own, so that the desktop lists it under the program's
-/// name.
+/// The main window. It sets no title: KorvaneApp sets the program's name.
 class ContentView final : public QMainWindow
 {
     Q_OBJECT
@@ -39,9 +38,10 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 protected:
-    /// Waits for writes under way, then closes.
+    /// Closes when nothing is being written or sent and no edits would be lost. Otherwise waits for
+    /// the writes, asks about the rest, and closes unless the user cancels.
     void closeEvent(QCloseEvent *event) override;
-    /// Escape cancels the transfer, unless a widget has a use for it, such as the find bar.
+    /// Escape cancels the transfer, unless the focused widget handles it, such as the find bar.
     void keyPressEvent(QKeyEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
@@ -52,14 +52,15 @@ private:
     void connectTabs();
     void connectFocus();
     void runPiece();
-    /// In the order editor, lower pane, sidebar; to the one before with \p step -1.
+    /// Gives the focus to the next visible pane in the order editor, lower pane, sidebar, or with
+    /// \p step -1 to the previous one.
     void focusPane(int step);
-    /// Of a command that applies while \p focused has the focus.
+    /// Whether \p keys is the shortcut of a command that applies while \p focused has the focus.
     [[nodiscard]] bool isOwnShortcut(const QKeySequence &keys, const QObject *focused) const;
 
     AppState &m_state;
     bool m_isClosing = false;
-    bool m_mayClose = false; // the next close event was asked for by this window
+    bool m_mayClose = false; // the next close event comes from closeWhenWritten()
     Actions *m_commands;
     SidebarView *m_sidebar;
     EditorArea *m_editorArea;

@@ -50,7 +50,7 @@ DebugBar::DebugBar(AppState &state, const Actions &actions, QWidget *parent)
     row->addWidget(makeButton(actions[Actions::Step]));
     row->addWidget(makeButton(actions[Actions::Continue]));
     QToolButton *stop = makeButton(actions[Actions::StopDebugging]);
-    stop->setAccessibleName(tr("Stop Debugging")); // not the Shell's
+    stop->setAccessibleName(tr("Stop Debugging")); // the Shell has a button Stop, too
     row->addWidget(stop);
     auto *column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
@@ -78,7 +78,7 @@ QToolButton *DebugBar::makeButton(QAction *action)
 void DebugBar::showState()
 {
     const DebugSession &session = m_state.debugSession();
-    if (session.isDebugging()) // the window is there sooner without the rest
+    if (session.isDebugging()) // laying out a hidden bar would lengthen the start-up time
         showLine(session.pausedAt());
     const bool hadFocus = focusWidget() && focusWidget()->hasFocus();
     setVisible(session.isDebugging());

@@ -16,8 +16,8 @@ class ElidedLabel;
 class ProgressIndicator;
 class SymbolView;
 
-/// Whether the debugged program runs or at which line it is paused, with Step, Continue and Stop.
-/// Visible while a program is debugged.
+/// Shows whether the debugged program runs or at which line it is paused, and has the buttons Step,
+/// Continue and Stop. Visible while a program is debugged.
 class DebugBar final : public QWidget
 {
     Q_OBJECT
@@ -37,7 +37,7 @@ protected:
 private:
     [[nodiscard]] QToolButton *makeButton(QAction *action);
     void showState();
-    /// Of the stop, or nothing while the program runs.
+    /// \p line is that of the stop; not set while the program runs.
     void showLine(const std::optional<int> &line);
     /// Hides the texts of the buttons where they would cut off the status.
     void fitButtons();

@@ -18,7 +18,7 @@ EditorArea::EditorArea(AppState &state, const Actions &actions, QWidget *parent)
     : QWidget(parent)
     , m_state(state)
     , m_tabs(new EditorTabStrip(state))
-    , m_debugBar(new DebugBar(state, actions)) // here in the order of the Tab key, too
+    , m_debugBar(new DebugBar(state, actions)) // widgets are made in the order of the Tab key
     , m_body(new QStackedWidget)
     , m_editor(new CodeEditorView)
 {

@@ -142,9 +142,9 @@ void EditorTabStrip::showFile(int index, const EditorFile &file)
         end = button;
     }
     if (QWidget *previous = tabButton(index, RightSide))
-        previous->deleteLater(); // it may be what was clicked
+        previous->deleteLater(); // its signal clicked may be the cause
     setTabButton(index, RightSide, end);
-    // The tab that does not fit would be drawn below the arrows.
+    // Otherwise a tab that does not fit would be visible behind the arrows.
     for (const QString &arrowName :
          {QStringLiteral("ScrollLeftButton"), QStringLiteral("ScrollRightButton")}) {
         if (auto *arrow = findChild<QToolButton *>(arrowName, Qt::FindDirectChildrenOnly)) {
@@ -250,7 +250,7 @@ void EditorTabStrip::mouseReleaseEvent(QMouseEvent *event)
     if (event->button() != Qt::MiddleButton) {
         QTabBar::mouseReleaseEvent(event);
         if (event->button() == Qt::LeftButton)
-            revealSelected(); // it may be what was clicked
+            revealSelected(); // the click may have been on a tab that is partly hidden
         return;
     }
     const int pressed = std::exchange(m_middlePressed, -1);

@@ -19,9 +19,9 @@ public:
     /// \p state must outlive this.
     explicit EditorTabStrip(AppState &state, QWidget *parent = nullptr);
 
-    /// Closes the chosen tab, after a question when it has edits that are not saved.
+    /// Closes the selected tab as DocumentSaver::close does, which may ask about unsaved edits.
     void closeSelected();
-    /// Chooses the tab that is \p tabs to the right, continuing at the other end.
+    /// Selects the tab that is \p tabs to the right, continuing at the other end.
     void step(int tabs);
 
 protected:

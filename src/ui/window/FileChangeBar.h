@@ -10,7 +10,7 @@ namespace Korvane {
 class AppState;
 class WrappedLabel;
 
-/// Says above the editor that the file of the selected document was changed or deleted, by another
+/// Shows above the editor that the file of the selected document was changed or deleted, by another
 /// program or on its board, and offers to reload it or to keep the document's text. Hidden
 /// otherwise.
 class FileChangeBar final : public QWidget

@@ -50,7 +50,7 @@ FindInFilesDialog::FindInFilesDialog(AppState &state, CodeEditorView &editor, QW
     connect(&m_search, &FileSearch::found, this, &FindInFilesDialog::add);
     connect(&m_search, &FileSearch::finished, this, &FindInFilesDialog::finish);
     connect(m_start, &QPushButton::clicked, this, &FindInFilesDialog::startOrStop);
-    // A click shows the place; Return and a double click go there.
+    // A click shows the place; Return and a double click also give the editor the focus.
     connect(m_list, &QTreeWidget::itemClicked, this,
             [this](const QTreeWidgetItem *item) { choose(item, false); });
     connect(m_list, &QTreeWidget::itemActivated, this,

@@ -18,9 +18,9 @@ namespace Korvane {
 class AppState;
 class CodeEditorView;
 
-/// Finds text in all files of the local folder. The dialog is not modal, so that the list remains
-/// visible beside the window; one that is chosen is opened in the editor. Documents that are open
-/// with edits are searched as they are in the editor.
+/// Finds text in all files of the local folder. The dialog is not modal, so that the list of places
+/// remains visible beside the window; a place that is chosen is shown in the editor. Documents that
+/// are open with edits are searched as they are in the editor.
 class FindInFilesDialog final : public QDialog
 {
     Q_OBJECT
@@ -32,6 +32,7 @@ public:
     /// Shows the dialog for the folder that is browsed now, with the text that is selected in the
     /// editor.
     void open() override;
+    /// Cancels the search, too.
     void reject() override;
 
 private:

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int symbolSize = 64;
 
-/// The first page of the user guide: installed, made beside the program that was built, or of the
+/// The path of the user guide's first page in the installation, in the build folder or in the
 /// source tree. Empty when there is none.
 QString guidePage()
 {

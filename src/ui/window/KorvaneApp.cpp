@@ -79,7 +79,7 @@ KorvaneApp::KorvaneApp()
     m_prompts.setWindow(m_window.get());
     m_prompts.setStopServer([this] { m_server->stop(); });
     new RecoveryFilesMenu(*m_recoveryFiles, m_prompts, m_window->viewMenu());
-    new WindowState(WindowState::defaultPath(), *m_window); // the window's own
+    new WindowState(WindowState::defaultPath(), *m_window); // a child of the window
     QObject::connect(m_recoveryFiles.get(), &RecoveryFiles::leftoversReported, m_window.get(),
                      &ContentView::showShell);
     const QList<REPLLine> &lines = m_state.shell().replLines();
@@ -124,7 +124,7 @@ void KorvaneApp::makeWindow()
     // A title bar that Qt draws itself, under Wayland, shows only what is set.
     m_window->setWindowTitle(QApplication::applicationDisplayName());
     new PreferenceEffects(preferences, *m_window);
-    new ClaudeCommands(m_state, *m_server, *m_window); // the window's own
+    new ClaudeCommands(m_state, *m_server, *m_window); // a child of the window
     new HelpCommands(*m_window);
     connectPreferences();
 }
@@ -149,7 +149,7 @@ void KorvaneApp::showFirstSteps()
     if (QFileInfo::exists(WorkspaceFile::defaultPath()))
         return; // not the first start
     const QStringList ports = m_state.link().availablePorts();
-    // Many computers have serial ports of their own, with nothing on them.
+    // Many computers have built-in serial ports to which nothing is connected.
     const bool isBoardThere = std::any_of(ports.begin(), ports.end(), [](const QString &port) {
         return !port.startsWith(QStringLiteral("/dev/ttyS"));
     });

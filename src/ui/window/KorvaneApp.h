@@ -24,7 +24,8 @@ class Workspace;
 class KorvaneApp final
 {
 public:
-    /// Names the program and gives it its style. Once, before anything is shown.
+    /// Sets the names, the style and the accessible interfaces of the program, and continues
+    /// loading the fonts. Called once, before a widget is made.
     static void setUp(QApplication &application);
 
     /// With the user's own settings, the usual interpreters and the computer's serial ports.
@@ -37,8 +38,8 @@ public:
     KorvaneApp &operator=(const KorvaneApp &) = delete;
 
     void show();
-    /// Opens the files and connects to the port that \p commandLine names, if any. A document that
-    /// was shown, and is as newFile() made it, is closed when there are files.
+    /// Opens the files and connects to the port that \p commandLine names, if any. When a file was
+    /// opened, the document that was selected before is closed if it is still as newFile() made it.
     QCoro::Task<void> open(CommandLine commandLine);
     /// Brings the window to the front, as far as the desktop allows it.
     void activateWindow();
@@ -54,7 +55,7 @@ private:
     void showFirstSteps();
     void connectPreferences();
 
-    std::unique_ptr<FileSettings> m_settings; // null when they came from outside
+    std::unique_ptr<FileSettings> m_settings; // null with dependencies from outside
     PromptDialogs m_prompts;
     MCPServer *m_server = nullptr; // owned by the state
     AppState m_state;

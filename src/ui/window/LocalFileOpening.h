@@ -10,9 +10,9 @@ namespace Korvane {
 
 class AppState;
 
-/// Opens the file at \p path in the editor and selects its tab; otherwise says in the Shell why
-/// that can't be done, and returns false. With a \p line above 0, the caret goes to that line and
-/// the editor gets the focus. The task may be dropped.
+/// Opens the file at \p path in the editor and selects its tab; otherwise writes the reason to the
+/// Shell and returns false. With a \p line above 0, the caret is set to that line and the editor
+/// gets the focus. The task may be dropped.
 QCoro::Task<bool> openLocalFile(AppState &state, QString path, int line = 0);
 /// One after the other, so that the tabs have the order of \p files.
 QCoro::Task<void> openLocalFiles(AppState &state, QList<FileArgument> files);

@@ -87,7 +87,7 @@ void PaneCommands::resizePart(QSplitter *splitter, int part, int pixels)
     QList<int> sizes = splitter->sizes();
     sizes[part] += pixels;
     sizes[1 - part] -= pixels;
-    splitter->setSizes(sizes); // within the least sizes of the parts
+    splitter->setSizes(sizes); // limited by the minimum sizes of the parts
     emit splitter->splitterMoved(sizes[0], 1);
 }
 

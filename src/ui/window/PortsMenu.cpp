@@ -37,7 +37,7 @@ void PortsMenu::fill()
         connect(action, &QAction::triggered, this,
                 [this, port] { m_state.board().connectTo(port); });
     }
-    // Words, not a command: the theme gives them the secondary color.
+    // Not a command: disabled entries have the secondary color.
     if (isEmpty())
         addAction(tr("No serial ports found"))->setEnabled(false);
     addSeparator();

@@ -10,8 +10,8 @@ namespace Korvane {
 
 class UserPrompts;
 
-/// The submenu of View with the recovery files of earlier programs, to open them or, after a
-/// question, to discard one or all. Hidden when there are none.
+/// The submenu of View with the recovery files that earlier runs of the program left, to open them
+/// or, after a question, to discard one or all. Hidden when there are none.
 class RecoveryFilesMenu final : public QMenu
 {
     Q_OBJECT

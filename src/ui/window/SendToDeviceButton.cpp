@@ -42,7 +42,7 @@ void SendToDeviceButton::initStyleOption(QStyleOptionToolButton *option) const
 void SendToDeviceButton::showSending()
 {
     const bool isSending = m_state.transfer().isSendingToDevice();
-    // The menu shows no icons, so the action's own is the button's.
+    // Menus show no icons, so only this button shows that of the action.
     m_action.setIcon(isSending ? QIcon() : Icons::icon(m_action.objectName()));
     m_progress->setVisible(isSending);
 }

@@ -19,7 +19,7 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
-    /// Without the text, which Qt shows in place of an icon that is missing.
+    /// Removes the text, which Qt shows when an icon is missing.
     void initStyleOption(QStyleOptionToolButton *option) const override;
 
 private:

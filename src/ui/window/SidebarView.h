@@ -23,7 +23,7 @@ public:
     /// Both must outlive this.
     SidebarView(AppState &state, Actions &actions, QWidget *parent = nullptr);
 
-    /// Into the entries of the chosen browser.
+    /// Gives the focus to the entries of the shown browser.
     void focusPane();
     /// A drag over the tab of a browser shows that browser; a drop there copies or moves into its
     /// folder.
@@ -32,7 +32,7 @@ public:
 private:
     [[nodiscard]] QWidget *makePicker();
     [[nodiscard]] QWidget *makeTransferRow();
-    /// Made by the first call: until the board's files are shown, the start doesn't pay for them.
+    /// Made by the first call, so that it does not add to the start-up time.
     [[nodiscard]] BrowserPane *deviceBrowser();
     void updateMinimumWidth();
     void showTab();

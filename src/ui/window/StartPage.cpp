@@ -31,7 +31,7 @@ StartPage::StartPage(Workspace &workspace, AppState &state, CodeEditorView &edit
 {
     editor.installEventFilter(this);
     setObjectName(QStringLiteral("startPage"));
-    setFont(QApplication::font()); // not the code's
+    setFont(QApplication::font()); // not that of the editor, its parent
     hide();
     connect(&workspace, &Workspace::changed, this, &StartPage::update);
     connect(&state.documents(), &OpenFiles::selectedFileChanged, this, &StartPage::update);
@@ -53,7 +53,7 @@ void StartPage::update()
 
 void StartPage::fill()
 {
-    hide(); // a hidden parent updates its layout for new widgets only then
+    hide(); // sizeHint() leaves out new children of a visible widget, which are hidden at first
     qDeleteAll(findChildren<QWidget *>(Qt::FindDirectChildrenOnly));
     delete m_column;
     m_column = new QVBoxLayout(this);

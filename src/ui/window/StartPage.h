@@ -10,14 +10,14 @@ class AppState;
 class CodeEditorView;
 class Workspace;
 
-/// Recent files and folders, over the editor while nothing but an empty, untitled document is open.
-/// Not there at a first start, when there are none.
+/// Links to recent files and folders, above the editor while only an empty, untitled document is
+/// open. Hidden while there are none, such as at the first start.
 class StartPage final : public QWidget
 {
     Q_OBJECT
 
 public:
-    /// Lies over \p editor, which owns it. \p workspace and \p state must outlive it.
+    /// Child of \p editor. \p workspace and \p state must outlive it.
     StartPage(Workspace &workspace, AppState &state, CodeEditorView &editor);
 
 protected:

@@ -20,9 +20,9 @@ public:
     [[nodiscard]] int percent() const { return m_percent; }
     /// In percent; values beyond the limits are clamped.
     void setPercent(int percent);
-    /// By a tenth of the standard size, \p steps times.
+    /// Changes the zoom by \p steps times 10 % of the standard size; negative steps reduce it.
     void step(int steps);
-    /// \p font, enlarged or reduced.
+    /// \p font in the zoomed size.
     [[nodiscard]] QFont applied(QFont font) const;
 
 signals:

@@ -12,8 +12,8 @@ namespace Korvane::Translations {
 [[nodiscard]] QStringList available(const QString &folder = Translations::folder());
 /// The name of the language in that language.
 [[nodiscard]] QString nameOf(const QString &locale);
-/// Loads the translation for \p locale, or for the system's when it is empty. Before the first
-/// widget is made; a language without a file leaves English. English reads no file.
+/// Loads the translation for \p locale, or for the system's when it is empty. Called before the
+/// first widget is made. The texts stay English when the language has no file.
 void install(const QString &locale);
 
 } // namespace Korvane::Translations

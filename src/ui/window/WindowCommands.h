@@ -13,8 +13,8 @@ class CommandPalette;
 class FindInFilesDialog;
 class TextZoom;
 
-/// Find in Files, the list of all commands, and zooming. Dialogs are made when they are opened
-/// first.
+/// Find in Files, the list of all commands, and zooming. Dialogs are made when they are first
+/// opened.
 class WindowCommands final : public QObject
 {
     Q_OBJECT
@@ -24,7 +24,8 @@ public:
     WindowCommands(AppState &state, const Actions &actions, CodeEditorView &editor,
                    QMainWindow &window);
 
-    /// A turn of the wheel over a text while Ctrl is held. \p angle is in eighths of a degree.
+    /// Zooms for a turn of the wheel over a text while Ctrl is held. \p angle is in eighths of a
+    /// degree; parts of a step are added up.
     void turnWheel(int angle);
 
 private:

@@ -13,8 +13,9 @@ class TextZoom;
 /// Stores the geometry of the window, the sizes of its panes and the zoom in a state file of its
 /// own, apart from the settings.
 ///
-/// A change is written a moment after the last one, so that it is kept when the program crashes. A
-/// file that is missing or damaged changes nothing; when it can't be written, the state is lost.
+/// The file is written half a second after the last change, so that the state is kept when the
+/// program crashes. A file that is missing or damaged changes nothing; when it can't be written,
+/// the state is lost.
 class WindowState final : public QObject
 {
     Q_OBJECT

@@ -17,8 +17,8 @@ class WorkspaceMenu final : public QObject
     Q_OBJECT
 
 public:
-    /// Puts the commands into \p file before \p next, and becomes its child. \p workspace and
-    /// \p state must outlive this.
+    /// Inserts the commands into \p file before \p next, and becomes a child of \p file.
+    /// \p workspace and \p state must outlive this.
     WorkspaceMenu(Workspace &workspace, AppState &state, QMenu &file, QAction *next);
 
 private:
