@@ -24,7 +24,8 @@ inline void limitTime()
     ::alarm(600);
 }
 
-/// A line of /proc/self/status that counts kilobytes, such as "VmHWM:", in megabytes.
+/// The value of a line of /proc/self/status that counts kilobytes, such as "VmHWM:", in megabytes;
+/// -1 without that line.
 inline double statusMegabytes(const QByteArray &name)
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -37,7 +38,7 @@ inline double statusMegabytes(const QByteArray &name)
     return -1;
 }
 
-/// What this thread has taken of the processor's time, which other programs do not add to.
+/// The processor time of this thread, which does not include that of other programs.
 inline double processorMilliseconds()
 {
     timespec now{};
@@ -45,9 +46,10 @@ inline double processorMilliseconds()
     return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
 }
 
-/// Beats each millisecond in the event loop and notes the longest time between two beats: for so
-/// long the window could not have answered. On a busy machine part of it is not the program's own,
-/// so the longest work of this thread between two beats is noted beside it.
+/// Runs a timer of one millisecond in the event loop and records the longest time between two
+/// timeouts, in which the window could not have responded. On a busy machine other programs use a
+/// part of that time, so the longest processor time of this thread between two timeouts is
+/// recorded, too.
 class Heartbeat final
 {
 public:

@@ -1,7 +1,7 @@
-// What the debugger costs: reading and rewriting a source before a run, and on the board, where the
-// rewritten program asks at each line whether to stop, a run in which nothing stops.
+// The time that the debugger adds: analyzing and rewriting a source before a run, and on the board,
+// where the rewritten program checks at each line whether to stop, a run without a stop.
 //
-//   debugger            the first
+//   debugger            analyzing and rewriting
 //   debugger PORT       both; PORT is a board's, such as the one that scripts/virtual-board prints
 //
 // Exits with 1 when 10,000 lines take more than 20 ms, or four times as many lines more than eight
@@ -72,7 +72,7 @@ bool measureRewriting()
     return isGood;
 }
 
-/// Just enough of a program to debug with.
+/// The parts of the program that a debug run needs.
 struct Runner final : DeviceLinkClient, ShellSink
 {
     DeviceLink link;
@@ -96,7 +96,8 @@ struct Runner final : DeviceLinkClient, ShellSink
     bool isPausedAtBreakpoint() const override { return session.pausedAt().has_value(); }
     bool isReplyEnding() const override { return run.isReplyEnding(); }
 
-    /// What the program says it took, in milliseconds; -1 when it says nothing for two minutes.
+    /// The time that the program prints for its work, in milliseconds; -1 when it prints none
+    /// within two minutes.
     double elapsed(const QString &source, bool isDebugged)
     {
         output.clear();

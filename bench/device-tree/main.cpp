@@ -1,8 +1,8 @@
 // How long the board's browser takes to show a large tree.
 //
-//   device-tree [ENTRIES]    5,000 by default, in one folder, the worst case for it
+//   device-tree [ENTRIES]    5,000 by default, in one folder, which is the worst case
 //
-// Prints the median of parsing and sorting what the board has listed, of making the rows, and of
+// Prints the median times of parsing and sorting the board's listing, of making the rows, and of
 // laying them out and painting them. Exits with 1 when they take more than 50 ms together.
 
 #include "board/DeviceListing.h"
@@ -23,7 +23,7 @@ namespace {
 constexpr double allowedMilliseconds = 50;
 constexpr int rounds = 15;
 
-/// As the board prints it. Each tenth entry is a folder with one file.
+/// A listing as the board prints it. Each tenth entry is a folder with one file.
 QString listing(int entries)
 {
     QStringList parts;

@@ -3,8 +3,8 @@
 //   local-folder [FILES]    20,000 by default
 //
 // Prints the median time from entering the folder until its rows are painted, and the longest time
-// in which the event loop did not turn. Exits with 1 when the rows take more than 150 ms, or the
-// window's own work at one go more than 50 ms.
+// between two turns of the event loop. Exits with 1 when the rows take more than 150 ms, or one
+// turn more than 50 ms of processor time.
 
 #include "Measure.h"
 #include "app/FileSettings.h"

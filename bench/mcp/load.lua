@@ -12,6 +12,7 @@ function done(summary, latency)
     local failures = summary.errors
     io.write(string.format("result %.0f %.0f %.0f %d\n",
         summary.requests / summary.duration * 1e6, latency:percentile(50), latency:percentile(99),
-        -- What wrk calls a timeout is an answer that took two seconds; the times above tell of it.
+        -- Not errors.timeout: wrk counts responses there that took two seconds, which the
+        -- percentiles include.
         failures.connect + failures.read + failures.write + failures.status))
 end

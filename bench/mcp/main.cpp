@@ -1,4 +1,4 @@
-// The endpoint on a main loop of its own, without the rest of the program; started by `run`.
+// The assistant's server with an event loop, without the rest of the program; started by `run`.
 //
 // mcp TOKEN TOOLS.json      listens on a free port and prints it
 
@@ -80,7 +80,7 @@ int main(int argc, char **argv)
     }
     int port = 0;
     {
-        QTcpServer free; // the endpoint takes the port that this one was given
+        QTcpServer free; // finds a free port, on which the server then listens
         if (!free.listen(QHostAddress::LocalHost))
             return 1;
         port = free.serverPort();

@@ -1,4 +1,4 @@
-"""Measures the servers of this folder beside each other; started by `run`."""
+"""Measures the servers of this folder under the same load; started by `run`."""
 
 import json
 import pathlib
@@ -32,8 +32,8 @@ class Server:
         return json.load(urllib.request.urlopen(request))
 
     def load(self, method, connections, seconds):
-        """Requests a second, the times in microseconds that half and 99 % of them stayed below, and
-        the share of one processor that the load itself took, in percent."""
+        """Returns the requests a second, the median and the 99th percentile of the response times in
+        microseconds, and the share of one processor that wrk itself used, in percent."""
         before = processor_seconds()
         output = subprocess.run(
             ["wrk", "-t1", f"-c{connections}", f"-d{seconds}s", "-s", str(FOLDER / "load.lua"), self.url,
@@ -45,7 +45,7 @@ class Server:
 
 
 def processor_seconds():
-    """What ended child processes have used; the servers are still running."""
+    """The processor time of child processes that have ended; the servers are still running."""
     used = resource.getrusage(resource.RUSAGE_CHILDREN)
     return used.ru_utime + used.ru_stime
 
@@ -63,7 +63,7 @@ def main():
             if any(answer != answers[0] for answer in answers):
                 sys.exit(f"The servers do not answer {method} alike: {answers}")
 
-        # In turns, so that a busy moment of the machine falls on all.
+        # In turns, so that other work of the machine slows all servers alike.
         runs = {}
         for number in range(rounds):
             for method in METHODS:

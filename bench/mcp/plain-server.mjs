@@ -1,4 +1,4 @@
-// The same answers from Node's own HTTP server, with as little around them as can be.
+// The same answers from Node's own HTTP server, with as little code as possible.
 //
 // node plain-server.mjs TOKEN TOOLS.json      listens on a free port and prints it
 import { readFileSync } from 'node:fs';

@@ -2,8 +2,8 @@
 //
 // node sdk-server.mjs TOKEN TOOLS.json [session]      listens on a free port and prints it
 //
-// Without "session" there is a fresh transport for each request, as the SDK wants it of servers
-// that keep nothing. With it one client has been initialized, and its transport serves them all.
+// Without "session" there is a new transport for each request, as the SDK requires of stateless
+// servers. With it one client has been initialized, and its transport serves all requests.
 import { readFileSync } from 'node:fs';
 import { createServer } from 'node:http';
 

@@ -1,13 +1,14 @@
-// How the window bears a flood in its Shell.
+// How the window responds while a program prints without pause into its Shell.
 //
 //   shell-flood local [MEGABYTES]    a program in the local session prints 100 MB
 //   shell-flood board [MEGABYTES]    a board on a pseudo-terminal prints 20 MB during a run
 //   shell-flood oneline [MEGABYTES]  a local program prints 10 MB without a line end
 //   shell-flood stderr [MEGABYTES]   a local program writes 10 MB to its standard error
 //
-// Prints the wall time until everything is shown, the peak of the memory in use, the longest time
-// in which the event loop did not turn, and what a new width and clearing cost afterwards. Exits
-// with 1 when the longest time is above 16 ms, and when a step takes more than two minutes.
+// Prints the elapsed time until everything is shown, the peak of the memory in use, the longest
+// time between two turns of the event loop, and the times of a change of the width and of clearing
+// afterwards. Exits with 1 when two turns are more than 16 ms apart, and when a step takes more
+// than two minutes.
 
 #include "Measure.h"
 #include "app/FileSettings.h"
@@ -37,8 +38,8 @@ namespace {
 constexpr double allowedGapMilliseconds = 16;
 constexpr auto stepLimit = 2min;
 
-/// Answers as a board does while a program is started on it, and then prints without end. On a
-/// thread of its own, so that it disturbs the measured one no more than a real board would.
+/// Answers as a board does while a program is started on it, and then prints the given number of
+/// bytes without pause. Runs on a thread of its own, so that the measured thread only reads.
 class FloodingBoard final
 {
 public:
@@ -128,7 +129,8 @@ private:
     std::_Exit(1);
 }
 
-/// Turns the event loop until \p isDone, which is what \p step says.
+/// Runs the event loop until \p isDone returns true; ends the benchmark with an error that names
+/// \p step after two minutes.
 template <typename Condition> void waitUntil(const char *step, Condition isDone)
 {
     QEventLoop loop;

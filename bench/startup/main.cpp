@@ -1,6 +1,6 @@
-// How long the program takes from its start to a window on the screen, and what it then holds in
-// memory, beside an empty Qt window and one with an empty text edit. The time of the main thread on
-// the processor is printed too: other programs on the machine change it less.
+// The time from the start of the program to the first expose event of its window, and the memory
+// that it then uses, compared with an empty Qt window and one with an empty text edit. The
+// processor time of the main thread is printed, too: other programs on the machine change it less.
 //
 //   startup [RUNS]      21 by default; prints the runs and their medians
 //
@@ -37,7 +37,8 @@ double monotonicMilliseconds()
     return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
 }
 
-/// Prints how long after \p started the window is on the screen, and the memory once all is quiet.
+/// Prints the time from \p started to the expose event and the processor time, both in
+/// milliseconds, and a second later the memory in megabytes.
 class Reporter final : public QObject
 {
 public:
@@ -143,7 +144,7 @@ int main(int argc, char **argv)
     std::vector<std::vector<Measured>> measured(3);
     const QTemporaryDir folder;
     const QString settings = folder.filePath(QStringLiteral("settings.ini"));
-    runOnce(kinds.last(), settings); // warms what the disk holds, and makes the settings
+    runOnce(kinds.last(), settings); // fills the file system's cache, and makes the settings
     for (int run = 0; run < runs; ++run) {
         for (size_t kind = 0; kind < measured.size(); ++kind)
             measured[kind].push_back(runOnce(kinds[static_cast<qsizetype>(kind)], settings));

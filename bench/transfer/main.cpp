@@ -1,17 +1,17 @@
-// How fast files are sent to the virtual board and read back, and how much of the time Korvane
-// takes.
+// How fast files are sent to the virtual board and read back, and how much time Korvane adds.
 //
 //   transfer [BYTES_PER_SECOND [HEAP]]    limits the link, both ways; 11520 is 115200 baud, 0 is
 //                                         without limit. HEAP is the board's memory, such as 64K
 //
-// Without HEAP it measures files of 2,000 bytes, which are one command. Each command is done once
-// more by a minimal client, which writes the same bytes and waits for the same reply: that much is
-// the time of the board and the link. Prints the shortest times of some rounds, since other work of
-// the machine only adds to them. Exits with 1 when Korvane adds more than 5 ms to a command.
+// Without HEAP it measures files of 2,000 bytes, which are sent in one command. Each command is
+// also executed by a minimal client, which writes the same bytes and waits for the same reply: its
+// time is that of the board and the link. Prints the shortest times of several rounds, since other
+// work of the machine only adds to them. Exits with 1 when Korvane adds more than 5 ms to a
+// command.
 //
-// With HEAP it measures files of 1 kB to 1 MB, most of them moved in pieces, beside what the link
-// can carry, and the longest time between two turns of the event loop, by the clock and by the
-// processor time of the main thread. Exits with 1 when a copy is wrong.
+// With HEAP it measures files of 1 kB to 1 MB, most of which are transferred in pieces, as a share
+// of the link's rate, and the longest time between two turns of the event loop, as elapsed time and
+// as processor time of the main thread. Exits with 1 when a copy is wrong.
 //
 //   transfer matrix [LARGEST]    the same for each of three heaps with and without a limit of 11520
 //                                bytes a second. With the limit, files of up to LARGEST bytes (100
