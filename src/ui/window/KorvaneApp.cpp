@@ -26,7 +26,9 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDBusConnection>
 #include <QFileInfo>
+#include <QThreadPool>
 #include <QTimer>
 
 #include <algorithm>
@@ -58,6 +60,9 @@ void KorvaneApp::setUp(QApplication &)
     Accessibility::install();
     QApplication::setStyle(new ThemeStyle);
     DesktopFonts::loadForQt();
+    // QMenuBar asks the session bus for a global menu bar and waits for the connection; without a
+    // bus that takes two milliseconds.
+    QThreadPool::globalInstance()->start([] { QDBusConnection::sessionBus(); });
 }
 
 KorvaneApp::KorvaneApp()
