@@ -1,7 +1,6 @@
 #pragma once
 
 #include "base/Background.h"
-#include "base/Lifetime.h"
 #include "base/Result.h"
 #include "document/EditorFile.h"
 
@@ -104,7 +103,6 @@ private:
     std::vector<std::unique_ptr<EditorFile>> m_openFiles;
     QUuid m_selectedFileID;
     Background m_background;
-    Lifetime m_life;
 };
 
 } // namespace Korvane

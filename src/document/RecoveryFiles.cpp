@@ -61,6 +61,7 @@ QStringList removeSaved(const QList<RecoveryFiles::Leftover> &leftovers)
 /// What is to be done with the recovery file of one document.
 struct RecoveryFiles::Change
 {
+    QUuid document;
     QString file;
     /// Nothing to remove the recovery file.
     std::optional<RecoveryCopy> copy;
@@ -79,6 +80,13 @@ struct RecoveryFiles::Change
             QFile::remove(old);
         return {};
     }
+};
+
+/// What could not be done, with the reason of the last failure.
+struct RecoveryFiles::Failures
+{
+    QList<Change> changes;
+    QString reason;
 };
 
 QString RecoveryFiles::defaultFolder()
@@ -142,7 +150,7 @@ void RecoveryFiles::keepClosing(const QUuid &id)
     QStringList replaced = m_kept.take(id);
     replaced << ownCopy(id);
     m_changed.remove(id);
-    m_closed.append({path, copyOf(*file), replaced});
+    m_closed.append({id, path, copyOf(*file), replaced});
     m_leftovers.prepend({file->name(), file->place().path, QDateTime::currentDateTime(), path});
     flush();
     emit leftoversChanged();
@@ -168,9 +176,9 @@ QList<RecoveryFiles::Change> RecoveryFiles::takeChanges()
         const QString path = ownCopy(id);
         const EditorFile *file = m_documents.file(id);
         if (file && isUnsaved(*file) && m_isKeeping)
-            changes.append({path, copyOf(*file), std::exchange(m_kept[id], {})});
+            changes.append({id, path, copyOf(*file), std::exchange(m_kept[id], {})});
         else if (m_kept.contains(id))
-            changes.append({path, std::nullopt, m_kept.take(id)});
+            changes.append({id, path, std::nullopt, m_kept.take(id)});
     }
     return changes;
 }
@@ -180,29 +188,61 @@ QCoro::Task<void> RecoveryFiles::flush()
     const auto life = m_life.watch();
     m_writeDelay.stop();
     const QList<Change> changes = takeChanges();
-    const std::function<Result<void>()> work = [folder = m_folder, session = m_session,
-                                                lock = m_lock, changes] {
-        Result<void> outcome;
+    const std::function<Failures()> work = [folder = m_folder, session = m_session, lock = m_lock,
+                                            changes] {
+        Failures failures;
         if (changes.isEmpty())
-            return outcome;
+            return failures;
         RecoveryFolder::makePrivate(folder);
         RecoveryFolder::makePrivate(session);
         if (!lock->isLocked())
             static_cast<void>(lock->tryLock(0)); // the files are usable without it
         for (const Change &change : changes) {
-            if (auto done = change.carryOut(); !done)
-                outcome = done;
+            if (auto done = change.carryOut(); !done) {
+                failures.changes.append(change);
+                failures.reason = done.error().message;
+            }
         }
-        return outcome;
+        return failures;
     };
-    const auto outcome = co_await m_writer.run(work);
-    if (!life || !outcome || changes.isEmpty())
+    const auto failures = co_await m_writer.run(work);
+    if (!life || !failures || changes.isEmpty())
         co_return;
-    const bool failed = !*outcome;
-    if (failed && !std::exchange(m_saidFailure, true))
+    putBack(failures->changes);
+    const bool failed = !failures->changes.isEmpty();
+    if (failed && !std::exchange(m_isFailureReported, true))
         m_shell.appendError(QStringLiteral("Unsaved edits can’t be kept safe in %1: %2")
-                                .arg(m_folder, outcome->error().message));
-    m_saidFailure = failed;
+                                .arg(m_folder, failures->reason));
+    m_isFailureReported = failed;
+}
+
+/// The next write tries again what has failed.
+void RecoveryFiles::putBack(const QList<Change> &changes)
+{
+    for (const Change &change : changes) {
+        const auto isChange = [&change](const Leftover &leftover) {
+            return leftover.file == change.file;
+        };
+        if (change.file == ownCopy(change.document)) {
+            m_changed << change.document;
+            m_kept[change.document] << change.replaced;
+        } else if (std::ranges::any_of(m_leftovers, isChange)) {
+            m_closed.append(change);
+        }
+    }
+}
+
+/// The text of a document that was closed and could not be written yet.
+std::optional<RecoveryCopy> RecoveryFiles::takeUnwritten(const QString &file)
+{
+    for (auto change = m_closed.begin(); change != m_closed.end(); ++change) {
+        if (change->file == file) {
+            std::optional<RecoveryCopy> copy = std::move(change->copy);
+            m_closed.erase(change);
+            return copy;
+        }
+    }
+    return std::nullopt;
 }
 
 QCoro::Task<void> RecoveryFiles::findLeftovers()
@@ -244,15 +284,16 @@ QCoro::Task<void> RecoveryFiles::open(Leftover leftover)
     co_await flush(); // a document that was just closed may still have to be written
     if (!life)
         co_return;
-    const std::function<std::optional<RecoveryCopy>()> read = [file = leftover.file] {
-        auto copy = RecoveryCopy::read(file);
-        if (copy && copy->place.kind == DocumentPlace::Kind::Local) {
-            copy->place = copy->place.resolved();
-            if (copy->isSaved())
-                copy->savedText = copy->fileText;
-        }
-        return copy;
-    };
+    const std::function<std::optional<RecoveryCopy>()> read =
+        [file = leftover.file, unwritten = takeUnwritten(leftover.file)] {
+            auto copy = unwritten ? unwritten : RecoveryCopy::read(file);
+            if (copy && copy->place.kind == DocumentPlace::Kind::Local) {
+                copy->place = copy->place.resolved();
+                if (copy->isSaved())
+                    copy->savedText = copy->fileText;
+            }
+            return copy;
+        };
     const auto result = co_await m_background.run(read);
     if (!life || !result)
         co_return;
@@ -284,7 +325,10 @@ QCoro::Task<void> RecoveryFiles::discard(QList<Leftover> leftovers)
         files << leftover.file;
     forget(files);
     const std::function<bool()> remove = [files] {
-        return std::ranges::all_of(files, [](const QString &file) { return QFile::remove(file); });
+        bool areAllRemoved = true;
+        for (const QString &file : files)
+            areAllRemoved = QFile::remove(file) && areAllRemoved;
+        return areAllRemoved;
     };
     co_await m_writer.run(remove);
 }

@@ -13,6 +13,7 @@
 #include <QUuid>
 
 #include <memory>
+#include <optional>
 
 class QLockFile;
 
@@ -20,6 +21,7 @@ namespace Korvane {
 
 class OpenFiles;
 class ShellSink;
+struct RecoveryCopy;
 
 /// Keeps a recovery file for every document with unsaved text, so that neither a crash nor the end
 /// of the program loses it.
@@ -63,7 +65,7 @@ public:
     /// removed; leftovers are kept.
     void setKeeping(bool isKeeping);
     /// True while recovery files are wanted and the last write succeeded.
-    [[nodiscard]] bool isKeeping() const { return m_isKeeping && !m_saidFailure; }
+    [[nodiscard]] bool isKeeping() const { return m_isKeeping && !m_isFailureReported; }
     /// The latest first.
     [[nodiscard]] const QList<Leftover> &leftovers() const { return m_leftovers; }
     /// Opens it as a document with unsaved text and the saved text that was stored with it. If the
@@ -84,12 +86,15 @@ signals:
 
 private:
     struct Change;
+    struct Failures;
 
     void follow();
     void keepClosing(const QUuid &id);
     void noteChange(const QUuid &id);
     [[nodiscard]] QString ownCopy(const QUuid &id) const;
     [[nodiscard]] QList<Change> takeChanges();
+    void putBack(const QList<Change> &changes);
+    [[nodiscard]] std::optional<RecoveryCopy> takeUnwritten(const QString &file);
     QCoro::Task<void> findLeftovers();
     void forget(const QStringList &files);
 
@@ -105,7 +110,7 @@ private:
     /// Of documents that were closed, to be written next.
     QList<Change> m_closed;
     bool m_isKeeping = true;
-    bool m_saidFailure = false;
+    bool m_isFailureReported = false;
     QList<Leftover> m_leftovers;
     Background m_background;
     /// Has one thread, so that writes are done in the order of their calls.

@@ -206,11 +206,31 @@ private slots:
         put(folder(), "in the way");
         session.documents.updateSelectedContent(u"1"_s);
         QTRY_VERIFY(session.said().contains(u"can’t be kept safe in "_s + folder()));
-        awaited(session.copies.flush()); // without changes
+        session.documents.closeKeepingEdits(session.documents.selectedFileID());
+        awaited(session.copies.flush());
         QVERIFY(!session.copies.isKeeping());
+        QCOMPARE(session.copies.leftovers().size(), 1);
+        session.copies.open(session.copies.leftovers().constFirst()); // from memory
+        QTRY_COMPARE(session.documents.selectedFile()->content(), u"1"_s);
         QVERIFY(QFile::remove(folder()));
         session.documents.updateSelectedContent(u"3"_s);
         QTRY_COMPARE(copies().size(), 1);
+
+        const QUuid other = session.documents.selectedFileID();
+        session.documents.newFile();
+        const QUuid id = session.documents.selectedFileID();
+        const QString inTheWay = QFileInfo(copies().constFirst()).path() + u'/'
+            + id.toString(QUuid::WithoutBraces) + u".json"_s;
+        QVERIFY(QDir().mkdir(inTheWay));
+        session.documents.updateSelectedContent(u"4"_s);
+        QTRY_VERIFY(!session.copies.isKeeping());
+        session.documents.select(other); // can be written
+        session.documents.updateSelectedContent(u"5"_s);
+        awaited(session.copies.flush());
+        QVERIFY(!session.copies.isKeeping());
+        QVERIFY(QDir().rmdir(inTheWay));
+        awaited(session.copies.flush());
+        QCOMPARE(copies().size(), 2);
     }
 };
 
