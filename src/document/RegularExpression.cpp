@@ -44,9 +44,10 @@ Error errorOf(UErrorCode status)
     return {ErrorCode::Input, faultOf(status)};
 }
 
+/// ICU refuses a null pointer, also for an empty text.
 const UChar *units(QStringView text)
 {
-    return text.utf16();
+    return text.isNull() ? u"" : text.utf16();
 }
 
 } // namespace

@@ -40,7 +40,8 @@ private slots:
         });
         connect(&search, &FileSearch::finished, this,
                 [&](const FileSearch::Outcome &end) { outcome = end; });
-        search.start(folder.path(), {u"SPAM"_s}, {{path(u"edited.py"_s), u"\n spam"_s}});
+        search.start(folder.path(), {u"SPAM"_s, false, false, true},
+                     {{path(u"edited.py"_s), u"\n spam"_s}});
         QTRY_VERIFY(outcome);
         QCOMPARE(found.join(u'|'),
                  u"edited.py:2:1  spam|main.py:2:2   spam = 'spam'|main.py:2:10   spam = 'spam'|"
