@@ -33,14 +33,23 @@ std::optional<sockaddr_un> address(const QString &path)
     return result;
 }
 
-FileDescriptor connectedTo(const QString &path)
+/// Waits for at most `answerTimeoutMilliseconds`, and so does what is sent and received then. Sets
+/// \p error to EAGAIN when another program listens there and does not respond.
+FileDescriptor connectedTo(const QString &path, int &error)
 {
     const std::optional<sockaddr_un> name = address(path);
     FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (!name || !socket.isValid()
-        || ::connect(socket.get(), reinterpret_cast<const sockaddr *>(&*name), sizeof(*name)) != 0)
+    const timeval timeout{answerTimeoutMilliseconds / 1000, 0};
+    error = 0;
+    if (!name || !socket.isValid())
         return {};
-    return socket;
+    // The first one also limits connect(), which waits while the queue of the listener is full.
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof(timeout));
+    ::setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
+    if (::connect(socket.get(), reinterpret_cast<const sockaddr *>(&*name), sizeof(*name)) == 0)
+        return socket;
+    error = errno;
+    return {};
 }
 
 bool sendAll(int socket, const QByteArray &bytes)
@@ -75,12 +84,10 @@ QString RunningInstance::defaultPath()
 bool RunningInstance::handOver(const CommandLine &commandLine, const QString &path)
 {
     const QByteArray message = commandLine.toMessage();
-    const FileDescriptor socket = connectedTo(path);
+    int error = 0;
+    const FileDescriptor socket = connectedTo(path, error);
     if (!socket.isValid() || message.size() > maxMessageBytes)
         return false;
-    const timeval timeout{answerTimeoutMilliseconds / 1000, 0};
-    ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof(timeout));
-    ::setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof(timeout));
     if (!sendAll(socket.get(), message) || ::shutdown(socket.get(), SHUT_WR) != 0)
         return false;
     char answer = 0;
@@ -91,7 +98,8 @@ RunningInstance::RunningInstance(const QString &path, QObject *parent)
     : QObject(parent)
 {
     const std::optional<sockaddr_un> name = address(path);
-    if (!name || connectedTo(path).isValid())
+    int error = 0;
+    if (!name || connectedTo(path, error).isValid() || error == EAGAIN)
         return;          // another program listens there
     QFile::remove(path); // of a program that was killed
     m_listener.reset(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
