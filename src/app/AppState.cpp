@@ -177,7 +177,8 @@ QCoro::Task<void> AppState::startDebugRun()
     const EditorFile *file = m_documents.selectedFile();
     if (!file)
         co_return;
-    noteRun(file->id());
+    if (!m_debugSession.isDebugging()) // otherwise it is refused, and output is still of that run
+        noteRun(file->id());
     const auto life = m_life.watch();
     // A second start is refused while the first one is in progress.
     const bool isFirst = m_startingDebugFile.isNull();
@@ -314,14 +315,14 @@ void AppState::showDebugLines()
 
 void AppState::wireFiles()
 {
-    connect(&m_fileTransfer, &FileTransfer::localFilesChanged, &m_wiring,
-            [this] { m_localFiles.reload(); });
-    connect(&m_filesCopy, &FilesCopy::localFilesChanged, &m_wiring,
-            [this] { m_localFiles.reload(); });
+    connect(&m_fileTransfer, &FileTransfer::localFilesChanged, &m_localFiles, &LocalFiles::reload);
+    connect(&m_filesCopy, &FilesCopy::localFilesChanged, &m_localFiles, &LocalFiles::reload);
     connect(&m_boardFileActions, &BoardFileActions::fileCreated, &m_wiring,
             [this](const DeviceFileNode &node) { m_boardDocuments.openDeviceFile(node); });
     connect(&m_boardDocuments, &BoardDocuments::sent, &m_wiring,
             [this] { setSidebarTab(SidebarTab::Device); });
+    connect(&m_boardDocuments, &BoardDocuments::saveAsRequested, &m_wiring,
+            [this] { m_saving.saveAs(); });
 }
 
 void AppState::wirePreferences()

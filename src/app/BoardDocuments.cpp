@@ -1,6 +1,5 @@
 #include "app/BoardDocuments.h"
 
-#include "app/BoardStore.h"
 #include "app/ErrorReporter.h"
 #include "base/ShellSink.h"
 #include "base/Utf8.h"
@@ -112,6 +111,10 @@ QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
     if (!outcome) {
         m_parts.errors.report(outcome.error());
         co_return;
+    }
+    if (*outcome == DocumentWriter::Outcome::SaveAsRequested && file) {
+        m_parts.documents.select(file->id());
+        emit saveAsRequested();
     }
     if (*outcome != DocumentWriter::Outcome::Written)
         co_return;

@@ -56,6 +56,9 @@ public:
 signals:
     /// A document was sent: the board's files should be shown now.
     void sent();
+    /// The user chose to save the document, which is selected, elsewhere instead of replacing the
+    /// board's file.
+    void saveAsRequested();
 
 private:
     QCoro::Task<void> followWrite(QString path);

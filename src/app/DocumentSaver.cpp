@@ -1,6 +1,5 @@
 #include "app/DocumentSaver.h"
 
-#include "app/BoardStore.h"
 #include "app/ErrorReporter.h"
 #include "app/LocalFiles.h"
 #include "base/DisplayPath.h"

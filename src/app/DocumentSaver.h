@@ -17,7 +17,6 @@
 
 namespace Korvane {
 
-class BoardDocuments;
 class DeviceFiles;
 class DeviceLink;
 class ErrorReporter;

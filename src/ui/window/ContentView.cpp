@@ -3,6 +3,7 @@
 #include "app/AppState.h"
 #include "app/TransferEnd.h"
 #include "document/CodePiece.h"
+#include "document/LongLines.h"
 #include "editor/CodeEditorView.h"
 #include "ui/browser/BoardPathsMime.h"
 #include "ui/shell/ShellInput.h"
@@ -210,8 +211,9 @@ void ContentView::runPiece()
 {
     CodeEditorView &editor = m_editorArea->editor();
     const QTextCursor cursor = editor.textCursor();
-    const CodePiece piece =
-        CodePiece::at(editor.text(), cursor.selectionStart(), cursor.selectionEnd());
+    CodePiece piece =
+        CodePiece::at(editor.textWithPieceEnds(), cursor.selectionStart(), cursor.selectionEnd());
+    piece.code.remove(LongLines::pieceEnd);
     const bool movesOn = !cursor.hasSelection();
     m_commands->runOnFreeBoard([this, piece, movesOn] {
         m_state.runPiece(piece.code, piece.firstLine);
