@@ -50,25 +50,25 @@ inline double processorMilliseconds()
 /// timeouts, in which the window could not have responded. On a busy machine other programs use a
 /// part of that time, so the longest processor time of this thread between two timeouts is
 /// recorded, too.
-class Heartbeat final
+class TurnTimer final
 {
 public:
-    Heartbeat()
+    TurnTimer()
     {
         m_timer.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { beat(); });
+        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { turn(); });
     }
 
     void start()
     {
         m_longestGap = m_longestWork = 0;
-        m_beatAt = now(CLOCK_MONOTONIC);
+        m_turnedAt = now(CLOCK_MONOTONIC);
         m_workedAt = now(CLOCK_THREAD_CPUTIME_ID);
         m_timer.start(1);
     }
     void stop()
     {
-        beat();
+        turn();
         m_timer.stop();
     }
     [[nodiscard]] double longestGapMilliseconds() const { return m_longestGap; }
@@ -82,16 +82,16 @@ private:
         return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
     }
 
-    void beat()
+    void turn()
     {
         const double time = now(CLOCK_MONOTONIC);
         const double work = now(CLOCK_THREAD_CPUTIME_ID);
-        m_longestGap = std::max(m_longestGap, time - std::exchange(m_beatAt, time));
+        m_longestGap = std::max(m_longestGap, time - std::exchange(m_turnedAt, time));
         m_longestWork = std::max(m_longestWork, work - std::exchange(m_workedAt, work));
     }
 
     QTimer m_timer;
-    double m_beatAt = 0;
+    double m_turnedAt = 0;
     double m_workedAt = 0;
     double m_longestGap = 0;
     double m_longestWork = 0;

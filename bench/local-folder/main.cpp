@@ -67,12 +67,12 @@ int main(int argc, char **argv)
     double longestWork = 0;
     for (int round = 0; round < rounds; ++round) {
         enter(empty.path(), 0);
-        Bench::Heartbeat heart;
-        heart.start();
+        Bench::TurnTimer turns;
+        turns.start();
         times.push_back(enter(large.path(), files));
-        heart.stop();
-        longestGap = std::max(longestGap, heart.longestGapMilliseconds());
-        longestWork = std::max(longestWork, heart.longestWorkMilliseconds());
+        turns.stop();
+        longestGap = std::max(longestGap, turns.longestGapMilliseconds());
+        longestWork = std::max(longestWork, turns.longestWorkMilliseconds());
     }
     std::sort(times.begin(), times.end());
     const double shown = times[times.size() / 2];

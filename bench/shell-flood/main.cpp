@@ -206,9 +206,9 @@ int main(int argc, char **argv)
 
     const double restingMegabytes = Bench::statusMegabytes("VmRSS:");
     QElapsedTimer time;
-    Bench::Heartbeat heart;
+    Bench::TurnTimer turns;
     time.start();
-    heart.start();
+    turns.start();
     state.runCurrentFile();
     const auto outputEnded = [&] {
         const QList<REPLLine> &lines = state.shell().replLines();
@@ -224,12 +224,12 @@ int main(int argc, char **argv)
     waitUntil("all output is shown",
               [&] { return transcript->isCaughtUp() && !state.isRunning(); });
     const double shown = static_cast<double>(time.elapsed()) / 1000;
-    heart.stop();
-    const double gap = heart.longestGapMilliseconds();
+    turns.stop();
+    const double gap = turns.longestGapMilliseconds();
 
     std::printf("%-8s %4d MB: received after %.2f s, shown after %.2f s, longest gap %.1f ms "
                 "(own work %.1f ms), memory %.0f MB before, %.0f MB at its peak, %d blocks\n",
-                qPrintable(mode), megabytes, printed, shown, gap, heart.longestWorkMilliseconds(),
+                qPrintable(mode), megabytes, printed, shown, gap, turns.longestWorkMilliseconds(),
                 restingMegabytes, Bench::statusMegabytes("VmHWM:"), transcript->blockCount());
 
     time.start();
