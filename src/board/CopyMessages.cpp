@@ -49,4 +49,9 @@ Error sendingStoppedAt(const QString &path, qsizetype index, qsizetype count, co
     return stoppedAt(u"Sending"_s, u"sent"_s, placeOf(index, count), path, cause);
 }
 
+Error deletingStoppedAt(const QString &path, qsizetype index, qsizetype count, const Error &cause)
+{
+    return stoppedAt(u"Deleting"_s, u"deleted"_s, placeOf(index, count), path, cause);
+}
+
 } // namespace Korvane

@@ -16,5 +16,8 @@ namespace Korvane {
 /// The same when changed files are sent.
 [[nodiscard]] Error sendingStoppedAt(const QString &path, qsizetype index, qsizetype count,
                                      const Error &cause);
+/// The same when files that are only on the board are deleted.
+[[nodiscard]] Error deletingStoppedAt(const QString &path, qsizetype index, qsizetype count,
+                                      const Error &cause);
 
 } // namespace Korvane

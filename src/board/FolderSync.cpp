@@ -260,19 +260,23 @@ Async<void> FolderSync::send(FolderChanges changes)
     }
     qint64 done = 0;
     Result<void> result;
-    const QList<FolderChanges::Entry> all = sent + removed;
+    const QList<FolderChanges::Entry> all = removed + sent;
     FolderChanges rest = changes;
     for (qsizetype i = 0; result && i < all.size(); ++i) {
         if (!life)
             co_return DeviceError::closed();
         const FolderChanges::Entry &entry = all.at(i);
-        running.setStatus(u"Sending %1 (%2 of %3)…"_s.arg(
-            entry.relativePath, QString::number(i + 1), QString::number(all.size())));
+        const bool isSent = entry.kind != FolderChanges::Kind::OnlyOnBoard;
+        const qsizetype index = isSent ? i - removed.size() : i;
+        const qsizetype count = isSent ? sent.size() : removed.size();
+        const QString status = isSent ? u"Sending %1 (%2 of %3)…"_s : u"Deleting %1 (%2 of %3)…"_s;
+        running.setStatus(
+            status.arg(entry.relativePath, QString::number(index + 1), QString::number(count)));
         if (running.isCanceled())
             result = DeviceError::canceled();
         else if (changes.connection != m_link.connectionNumber())
             result = DeviceError::boardReplaced();
-        else if (i < sent.size())
+        else if (isSent)
             result = co_await sendFile(entry, changes.localFolder, *permit, running.observer(done));
         else
             result = co_await m_files.removeEntry(
@@ -280,8 +284,9 @@ Async<void> FolderSync::send(FolderChanges changes)
                 BoardScripts::NodeKind::File);
         if (!result) {
             rest.entries = all.mid(i);
-            result = sendingStoppedAt(entry.relativePath, i, all.size(), result.error());
-        } else if (i < sent.size())
+            const auto stoppedAt = isSent ? &sendingStoppedAt : &deletingStoppedAt;
+            result = stoppedAt(entry.relativePath, index, count, result.error());
+        } else if (isSent)
             running.setDone(done += entry.size);
     }
     if (!life)

@@ -33,9 +33,10 @@ public:
     /// size are compared by digests, which the board computes, several files with one command. Left
     /// out are hidden entries, those of IgnoreRules and virtual environments.
     [[nodiscard]] Async<FolderChanges> compare(QString localFolder, QString boardFolder);
-    /// Sends the files of \p changes that are new or changed, then removes those that are only on
-    /// the board. Stops at the first failure; what was sent before is kept, and TransferStatus has
-    /// the rest. Fails with `BoardReplaced` when another board was connected since the comparison.
+    /// Removes the files of \p changes that are only on the board, then sends those that are new or
+    /// changed: on a file system that ignores case, both may name one file. Stops at the first
+    /// failure; what was done before is kept, and TransferStatus has the rest. Fails with
+    /// `BoardReplaced` when another board was connected since the comparison.
     [[nodiscard]] Async<void> send(FolderChanges changes);
 
 private:
