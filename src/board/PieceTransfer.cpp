@@ -55,6 +55,13 @@ bool isEffectUnknown(const Error &error)
     return isLinkError(error) || error.code == ErrorCode::NotConnected;
 }
 
+/// True when the command was not sent, because a program uses the board.
+bool isUnsent(const Error &error)
+{
+    return error.code == ErrorCode::ProgramRunning || error.code == ErrorCode::PausedAtBreakpoint
+        || error.code == ErrorCode::NoRawREPL;
+}
+
 } // namespace
 
 PieceTransfer::PieceTransfer(DeviceLink &link, const BoardCapabilities &board, Observer observer)
@@ -110,6 +117,8 @@ Async<void> PieceTransfer::replace(QString temporary, QString path)
         m_leftover = Leftover::None;
         co_return replaced;
     }
+    if (isUnsent(replaced.error()))
+        co_return replaced;
     m_fileState = FileState::OldOrNew;
     m_leftover = Leftover::Whole;
     const auto settled = co_await execute(TransferScripts::settle(temporary, path));

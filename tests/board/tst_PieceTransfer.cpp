@@ -4,6 +4,7 @@
 #include "board/PythonLiteral.h"
 #include "board/TransferScripts.h"
 #include "support/Awaited.h"
+#include "support/ScriptedBoard.h"
 #include "support/VirtualBoard.h"
 
 #include <QRandomGenerator>
@@ -75,7 +76,6 @@ private slots:
         onlyCrc.crc32Module = m_capabilities.crc32Module;
 
         QTest::newRow("empty") << QByteArray() << m_capabilities;
-        QTest::newRow("text") << text(100'000) << m_capabilities;
         QTest::newRow("binary") << binary(100'000) << m_capabilities;
         QTest::newRow("small heap") << binary(3'000) << smallHeap;
         QTest::newRow("no base64 and no digest") << binary(5'000) << onlyRename;
@@ -112,6 +112,24 @@ private slots:
         QCOMPARE(sent.error().code, ErrorCode::Canceled);
         QCOMPARE(files(), u"['there.py']"_s);
         QCOMPARE(run("print(open('/there.py').read())"), u"old"_s);
+    }
+
+    void leavesAPartWhenAProgramStartsBeforeTheRename()
+    {
+        ScriptedBoard board;
+        LinkFixture fixture;
+        board.onProgram = [&](const QByteArray &program) {
+            fixture.isProgramRunning = program.contains("_kh=None"); // closes the checked file
+            return ScriptedBoard::reply("__OK__ __HASH__0 1 00000000");
+        };
+        QVERIFY(fixture.connectTo(board.port()));
+        BoardCapabilities capabilities;
+        capabilities.hasRename = true;
+        capabilities.crc32Module = u"binascii"_s;
+        PieceTransfer sending(*fixture.link, capabilities, {});
+        QVERIFY(!awaited(sending.send(sourceOf({}), path)));
+        QCOMPARE(sending.fileState(), PieceTransfer::FileState::Old);
+        QCOMPARE(sending.leftover(), PieceTransfer::Leftover::Part);
     }
 
     void readsBytesLiterals_data()
