@@ -57,9 +57,9 @@ QByteArray attribute(const QByteArray &file, const char *name)
     return value.first(std::max<ssize_t>(read, 0));
 }
 
-/// Gives \p descriptor the extended attributes of \p path. Those that this user may not set, or
-/// that the file system does not support, are left out; false, with errno set, when another reason
-/// such as lack of space prevents it.
+/// Gives \p descriptor the extended attributes of \p path. Those that can't be set, for example
+/// because this user may not or the file system does not support them, are left out: they are worth
+/// less than the text. False, with errno set, when the disk has no space or fails.
 bool copyAttributes(const QString &path, int descriptor)
 {
     const QByteArray file = QFile::encodeName(path);
@@ -74,7 +74,7 @@ bool copyAttributes(const QString &path, int descriptor)
         const QByteArray value = attribute(file, name.constData());
         const int done = ::fsetxattr(descriptor, name.constData(), value.constData(),
                                      std::size_t(value.size()), 0);
-        if (done != 0 && errno != EPERM && errno != EACCES && errno != ENOTSUP)
+        if (done != 0 && (errno == ENOSPC || errno == EDQUOT || errno == EIO))
             return false;
     }
     return true;

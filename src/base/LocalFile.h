@@ -29,9 +29,9 @@ enum class Access {
 [[nodiscard]] Result<QString> readText(const QString &path);
 
 /// Replaces the file in one step: writes a temporary file in the same folder, syncs it to the disk
-/// and renames it. Extended attributes (access control lists among them) and a symbolic link at
-/// \p path are kept. On failure, also for lack of space, the old file is unchanged and the
-/// temporary file is removed.
+/// and renames it. Extended attributes (access control lists among them), as far as they can be
+/// set, and a symbolic link at \p path are kept. On failure, also for lack of space, the old file
+/// is unchanged and the temporary file is removed.
 [[nodiscard]] Result<void> writeAtomically(const QString &path, const QByteArray &bytes,
                                            Access access = Access::Default);
 
