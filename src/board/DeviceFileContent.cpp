@@ -37,14 +37,24 @@ QString stateText(PieceTransfer::FileState state, const QString &path)
     return path + u" was removed from the board."_s;
 }
 
-Error writeFailure(Error error, const QString &state)
+/// \p label names the file on this computer that could not be read, too.
+Error writeFailure(Error error, const QString &label)
+{
+    if (error.code == ErrorCode::File)
+        error.message.prepend(u"Cannot read "_s + label + u": "_s);
+    else if (error.code != ErrorCode::Closed)
+        error.message.prepend(u"Device write failed: "_s);
+    return error;
+}
+
+Error writeFailure(Error error, const QString &label, const QString &state)
 {
     if (error.code == ErrorCode::Closed)
         return error;
     if (error.code == ErrorCode::Canceled)
         error.message = u"Transfer canceled"_s;
-    else if (error.code != ErrorCode::File) // that of a file on this computer
-        error.message.prepend(u"Device write failed: "_s);
+    else
+        error = writeFailure(std::move(error), label);
     if (error.message.endsWith(u'.'))
         error.message.chop(1);
     error.message += u" — "_s + state;
@@ -144,7 +154,7 @@ Async<void> DeviceFileContent::write(Source source, WritePermit permit, QString 
         }
     }
     if (!sent.result)
-        co_return writeFailure(sent.result.error(), stateText(sent.fileState, path));
+        co_return writeFailure(sent.result.error(), label, stateText(sent.fileState, path));
     co_return Result<void>();
 }
 
@@ -206,7 +216,7 @@ Async<void> DeviceFileContent::writeAtOnce(PieceTransfer::Source next, QString p
     while (true) {
         const auto piece = co_await next(smallSize);
         if (!piece)
-            co_return piece.error();
+            co_return writeFailure(piece.error(), label);
         if (piece->isEmpty())
             break;
         bytes += *piece;
@@ -215,11 +225,8 @@ Async<void> DeviceFileContent::writeAtOnce(PieceTransfer::Source next, QString p
         co_return DeviceError::closed();
     const QString code = BoardScripts::write(path, bytes);
     const auto output = co_await m_link.executeOnDevice(code, commandTimeout);
-    if (!output) {
-        Error error = output.error();
-        error.message.prepend(u"Device write failed: "_s);
-        co_return error;
-    }
+    if (!output)
+        co_return writeFailure(output.error(), label);
     if (output->contains("__OK__"_L1))
         co_return Result<void>();
     co_return Error{ErrorCode::Remote,

@@ -85,6 +85,21 @@ private slots:
         QCOMPARE(m_fixture.said(), u"error: Cannot encode f as UTF-8"_s);
     }
 
+    void namesALocalFileThatCannotBeRead()
+    {
+        for (const qint64 size : {1, 5000}) { // by one command, and in pieces
+            const PieceTransfer::Source next = [](qsizetype) -> Async<QByteArray> {
+                co_return Error{ErrorCode::File, u"Input/output error"_s};
+            };
+            DeviceFileContent::Source source{[next] { return next; }, size};
+            const WritePermit permit = files().permitWrite(u"/f"_s);
+            QVERIFY(!m_fixture.done(files().sendFile(source, permit, u"it"_s, {})));
+            const QString said = m_fixture.said();
+            QVERIFY2(said.startsWith(u"error: Cannot read it: Input/output error"),
+                     qPrintable(said));
+        }
+    }
+
     void movesLargeFilesInTurnsOnABoardWithLittleMemory()
     {
         VirtualBoard small({u"--heap"_s, u"64K"_s});
