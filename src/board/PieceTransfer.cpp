@@ -184,11 +184,19 @@ Async<void> PieceTransfer::receive(QString path, Sink sink)
     path = m_board.nativePath(path);
     auto result = co_await receivePieces(path, std::move(sink));
     if (result)
-        co_return co_await check(path);
-    const QString cleanUp = TransferScripts::close();
-    if (result.error().code != ErrorCode::Closed)
-        static_cast<void>(co_await execute(cleanUp));
+        result = co_await check(path);
+    if (!result)
+        co_await closeAfter(result.error());
     co_return result;
+}
+
+/// Closes the file that the board has open after \p failure, if it can.
+QCoro::Task<void> PieceTransfer::closeAfter(Error failure)
+{
+    if (failure.code == ErrorCode::Closed) // a link that was destroyed must not be used
+        co_return;
+    const QString code = TransferScripts::close();
+    static_cast<void>(co_await execute(code)); // the first error is the one to report
 }
 
 Async<void> PieceTransfer::receivePieces(QString path, Sink sink)
@@ -239,7 +247,7 @@ Async<QByteArray> PieceTransfer::receivePiece(qint64 offset)
 Async<void> PieceTransfer::check(QString path)
 {
     for (int attempt = 1;; ++attempt) {
-        auto onBoard = co_await digest(path);
+        auto onBoard = co_await readDigest(path);
         if (!onBoard && (!isLinkError(onBoard.error()) || attempt == maxAttempts))
             co_return onBoard.error();
         if (onBoard)
@@ -249,15 +257,24 @@ Async<void> PieceTransfer::check(QString path)
 
 Async<QByteArray> PieceTransfer::digest(QString path)
 {
+    auto onBoard = co_await readDigest(path);
+    if (!onBoard)
+        co_await closeAfter(onBoard.error());
+    co_return onBoard;
+}
+
+/// On failure the board may have the file open.
+Async<QByteArray> PieceTransfer::readDigest(QString path)
+{
     if (!m_board.hasSha256 && !m_board.hasCrc32()) {
         // The board can't compute one: read the file again.
-        PieceTransfer again(m_link, m_board,
-                            {.moved = [](qint64) {}, .isCanceled = m_observer.isCanceled});
+        PieceTransfer secondReading(m_link, m_board,
+                                    {.moved = [](qint64) {}, .isCanceled = m_observer.isCanceled});
         const Sink drop = [](QByteArray) -> Async<void> { co_return Result<void>(); };
-        auto read = co_await again.receivePieces(path, drop);
+        auto read = co_await secondReading.receivePieces(path, drop);
         if (!read)
             co_return read.error();
-        co_return again.m_digest.hex();
+        co_return secondReading.m_digest.hex();
     }
     QString code = TransferScripts::hashFile(path, hashBlocks, m_board);
     while (true) {

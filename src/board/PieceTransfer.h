@@ -71,7 +71,8 @@ public:
     /// or a whole file whose rename may have been interrupted.
     enum class Leftover { None, Part, Whole };
     [[nodiscard]] Leftover leftover() const { return m_leftover; }
-    /// Reads the file at \p path into \p sink and checks what was read. Errors as above.
+    /// Reads the file at \p path into \p sink and checks what was read. The board has closed the
+    /// file at the end, unless the link was lost. Errors as above.
     [[nodiscard]] Async<void> receive(QString path, Sink sink);
     /// The digest of the board's file at \p path, in hexadecimal digits. \p path is as the board's
     /// functions expect it (BoardCapabilities::nativePath).
@@ -87,6 +88,8 @@ private:
     [[nodiscard]] Async<void> receivePieces(QString path, Sink sink);
     [[nodiscard]] Async<QByteArray> receivePiece(qint64 offset);
     [[nodiscard]] Async<void> check(QString path);
+    [[nodiscard]] Async<QByteArray> readDigest(QString path);
+    [[nodiscard]] QCoro::Task<void> closeAfter(Error failure);
     [[nodiscard]] Async<QString> execute(QString code);
     [[nodiscard]] Async<void> expectOk(QString code);
 

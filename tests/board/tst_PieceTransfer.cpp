@@ -114,6 +114,17 @@ private slots:
         QCOMPARE(run("print(open('/there.py').read())"), u"old"_s);
     }
 
+    void closesTheFileWhoseCheckIsCanceled()
+    {
+        PieceTransfer sending(*m_fixture.link, m_capabilities, {});
+        QVERIFY(awaited(sending.send(sourceOf(text(100'000)), path)));
+        int checks = 0;
+        PieceTransfer reading(*m_fixture.link, m_capabilities,
+                              {.moved = [](qint64) {}, .isCanceled = [&] { return ++checks > 1; }});
+        QCOMPARE(awaited(reading.digest(path)).error().code, ErrorCode::Canceled);
+        QCOMPARE(run("print(_kf)"), u"None"_s);
+    }
+
     void leavesAPartWhenAProgramStartsBeforeTheRename()
     {
         ScriptedBoard board;
