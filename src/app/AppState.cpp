@@ -177,13 +177,13 @@ QCoro::Task<void> AppState::startDebugRun()
     const EditorFile *file = m_documents.selectedFile();
     if (!file)
         co_return;
-    if (!m_debugSession.isDebugging()) // otherwise it is refused, and output is still of that run
-        noteRun(file->id());
     const auto life = m_life.watch();
-    // A second start is refused while the first one is in progress.
-    const bool isFirst = m_startingDebugFile.isNull();
-    if (isFirst)
+    // A second start is refused, and the output is still that of the first one.
+    const bool isFirst = m_startingDebugFile.isNull() && !m_debugSession.isDebugging();
+    if (isFirst) {
+        noteRun(file->id());
         m_startingDebugFile = file->id();
+    }
     co_await m_debugSession.startDebugRun(file->name(), file->content(), file->breakpoints());
     if (life && isFirst)
         m_startingDebugFile = {};
@@ -340,8 +340,7 @@ void AppState::wirePreferences()
     m_link.setBaudRates([this](const QString &port) { return m_preferences.baudRate(port); });
     m_runner.setInterpreter(m_preferences.text(Preferences::Interpreter));
     m_preferences.whenChanged(Preferences::Interpreter, &m_wiring, [this] {
-        const QString chosen = m_preferences.text(Preferences::Interpreter);
-        m_runner.setInterpreter(chosen);
+        m_runner.setInterpreter(m_preferences.text(Preferences::Interpreter));
         if (const QString python = m_runner.findPython(); !python.isEmpty())
             m_shell.appendInfo(QStringLiteral("Programs run in %1 from now on.").arg(python));
         m_errors.reportFailureOf(m_variablesStore.restartLocalSession());
