@@ -53,12 +53,15 @@ DeviceLink::~DeviceLink()
 
 void DeviceLink::setDeviceCommandInFlight(bool isInFlight)
 {
+    if (isInFlight)
+        dropInput(); // typed for the prompt, not for the program that is to be sent
     if (m_current) {
         std::exchange(m_current, nullptr)->leaveLink();
         m_serial.discardPendingOutput();
         m_serial.setDataInterceptor({});
     }
     m_rawReplTimer.stop(); // what uses the link next begins with Ctrl-A or Ctrl-B
+    m_isInputSent = false;
     if (m_softReset)
         m_softReset->abort(DeviceError::programRunning());
     setInFlight(isInFlight);
@@ -77,13 +80,18 @@ void DeviceLink::setInFlight(bool isInFlight)
 void DeviceLink::startNextCommand()
 {
     if (m_waiting.empty() || m_deviceCommandInFlight || m_client->deviceProgramRunning()
-        || m_client->isReplyEnding())
+        || m_client->isReplyEnding()) {
+        sendInput();
         return;
+    }
+    // Kept input waits for the command: after a run the board is in the raw REPL until then.
     m_current = m_waiting.front();
     m_waiting.pop_front();
     setInFlight(true);
     const bool isInRawRepl = m_rawReplTimer.isActive();
     m_rawReplTimer.stop();
+    if (std::exchange(m_isInputSent, false))
+        m_current->setShowsOldOutput();
     m_current->start(isInRawRepl ? RawReplExchange::Prompt::Raw
                                  : RawReplExchange::Prompt::Friendly);
 }
@@ -147,6 +155,7 @@ Async<void> DeviceLink::softReset()
 {
     if (!m_connectionState.isConnected())
         co_return DeviceError::notConnected();
+    dropInput();
     if (m_current)
         m_current->abort(DeviceError::boardReset());
     if (m_deviceCommandInFlight || m_softReset)
@@ -176,6 +185,7 @@ void DeviceLink::startDeviceReader()
 
 void DeviceLink::handleWriteFailure(const Error &error)
 {
+    dropInput();
     if (m_current)
         m_current->abort(error); // writes nothing more to a board that accepts nothing
     else
@@ -194,6 +204,8 @@ void DeviceLink::endLink(const QString &notice)
     ++m_connectionNumber;
     m_boardIdentity.clear();
     m_rawReplTimer.stop();
+    dropInput();
+    m_isInputSent = false;
     endCommands();
     emit ended();
     m_shell.appendInfo(notice);
@@ -216,10 +228,11 @@ void DeviceLink::endCommands()
 
 Async<DeviceExecution> DeviceLink::executeOnDeviceRaw(QString code,
                                                       std::chrono::duration<double> timeout,
-                                                      CallStop stop, WhenBusy whenBusy)
+                                                      CallStop stop)
 {
-    auto exchange =
-        std::make_unique<RawReplExchange>(m_serial, m_rawPaste, code, timeout, whenBusy);
+    auto exchange = std::make_unique<RawReplExchange>(m_serial, m_rawPaste, code, timeout,
+                                                      WhenBusy::KeepAsking);
+    exchange->setReadsInput();
     // Uses no member after the wait, so that the lifetime need not be tested.
     co_return co_await execute(std::move(exchange), std::move(stop));
 }
@@ -252,9 +265,11 @@ Async<DeviceExecution> DeviceLink::execute(std::unique_ptr<RawReplExchange> exch
 Async<QString> DeviceLink::executeOnDevice(QString code, std::chrono::duration<double> timeout,
                                            WhenBusy whenBusy)
 {
+    auto exchange =
+        std::make_unique<RawReplExchange>(m_serial, m_rawPaste, code, timeout, whenBusy);
     CallStop stop; // named: GCC 12 mishandles temporaries in a co_await expression
     // Uses no member after the wait, so that the lifetime need not be tested.
-    auto result = co_await executeOnDeviceRaw(std::move(code), timeout, std::move(stop), whenBusy);
+    auto result = co_await execute(std::move(exchange), std::move(stop));
     co_return outputOf(std::move(result));
 }
 
@@ -270,11 +285,29 @@ Async<QString> DeviceLink::executeInSequence(QString code, std::chrono::duration
 
 void DeviceLink::writeInput(const QByteArray &bytes)
 {
+    m_input += bytes;
+    sendInput();
+}
+
+/// Does nothing while the board would take the input for a part of a program, or discard it.
+void DeviceLink::sendInput()
+{
+    const bool isKept = m_deviceCommandInFlight ? !m_current || !m_current->readsInput()
+                                                : m_client->isReplyEnding();
+    if (m_input.isEmpty() || isKept)
+        return;
     if (m_rawReplTimer.isActive()) {
         m_rawReplTimer.stop();
         leaveRawRepl();
     }
-    m_serial.write(bytes);
+    m_isInputSent = !m_current && !m_client->deviceProgramRunning();
+    m_serial.write(std::exchange(m_input, {}));
+}
+
+void DeviceLink::dropInput()
+{
+    if (!std::exchange(m_input, {}).isEmpty())
+        m_shell.appendInfo(QStringLiteral("The last input was not sent to the board."));
 }
 
 Async<QString> DeviceLink::boardIdentity()
@@ -317,6 +350,7 @@ void DeviceLink::releaseCommand(const RawReplExchange *command)
     else
         emit rawReplLeft();
     setInFlight(false);
+    sendInput();
 }
 
 void DeviceLink::leaveRawRepl()

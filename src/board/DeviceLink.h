@@ -89,19 +89,21 @@ public:
     [[nodiscard]] Async<void> softReset();
 
     /// Waits until the link is free, also of a program that was started meanwhile, then runs
-    /// \p code on the board. With \p whenBusy Interrupt, a program that Korvane did not send, such
-    /// as one started at the Shell's prompt, is interrupted, and what it prints until then is in
-    /// dataReceived. Errors: `NotConnected` (also when the connection ends first),
-    /// `ProgramRunning`, `PausedAtBreakpoint` (nothing was written), `NoRawREPL`, `TimedOut` (the
-    /// program was interrupted, unless the link was taken by force), `SerialPort` (the port
-    /// accepted no data), `Remote` (a soft reset ended the command), `Closed` (this object was
-    /// destroyed). \p timeout counts from when the link is free; its whole seconds are named in the
-    /// error. \p stop ends a command that is queued, with `Canceled`, and interrupts one that is
-    /// canceled while it runs: its result is then what the program printed.
-    [[nodiscard]] Async<DeviceExecution> executeOnDeviceRaw(
-        QString code, std::chrono::duration<double> timeout, CallStop stop = {},
-        WhenBusy whenBusy = WhenBusy::KeepAsking);
-    /// The same, yielding the output alone; a traceback is an error of code `Remote`.
+    /// \p code on the board. The code may read what the user types while it runs. Errors:
+    /// `NotConnected` (also when the connection ends first), `ProgramRunning`, `PausedAtBreakpoint`
+    /// (nothing was written), `NoRawREPL`, `TimedOut` (the program was interrupted, unless the link
+    /// was taken by force), `SerialPort` (the port accepted no data), `Remote` (a soft reset ended
+    /// the command), `Closed` (this object was destroyed). \p timeout counts from when the link is
+    /// free; its whole seconds are named in the error. \p stop ends a command that is queued, with
+    /// `Canceled`, and interrupts one that is canceled while it runs: its result is then what the
+    /// program printed.
+    [[nodiscard]] Async<DeviceExecution> executeOnDeviceRaw(QString code,
+                                                            std::chrono::duration<double> timeout,
+                                                            CallStop stop = {});
+    /// The same for a command of Korvane, which reads no input, yielding the output alone; a
+    /// traceback is an error of code `Remote`. With \p whenBusy Interrupt, a program that Korvane
+    /// did not send, such as one started at the Shell's prompt, is interrupted, and what it prints
+    /// until then is in dataReceived.
     [[nodiscard]] Async<QString> executeOnDevice(QString code,
                                                  std::chrono::duration<double> timeout,
                                                  WhenBusy whenBusy = WhenBusy::KeepAsking);
@@ -110,9 +112,12 @@ public:
     /// the raw REPL for a moment, so that the next command of this kind needs no handshake.
     [[nodiscard]] Async<QString> executeInSequence(QString code,
                                                    std::chrono::duration<double> timeout);
-    /// Writes what the user typed for the program or the prompt of the board, unchanged and without
-    /// waiting for a command to end. A board that a sequence of commands has left in the raw REPL
-    /// is first returned to its friendly prompt.
+    /// Writes what the user typed for the program or the prompt of the board, unchanged. While a
+    /// command that reads no input has the link, a program is being sent, the reply of one is
+    /// incomplete, or the board is being reset, it is kept and written afterwards, ahead of the
+    /// commands of a sequence that follow. A board that a sequence has left in the raw REPL is
+    /// first returned to its friendly prompt. Kept input is dropped, with a line in the Shell, when
+    /// the link is taken by force, the board is reset or accepts no data, or the connection ends.
     void writeInput(const QByteArray &bytes);
 
     /// Changes whenever a connection begins or ends: equal numbers mean the same connection.
@@ -152,6 +157,8 @@ private:
     void endLink(const QString &notice);
     void setInFlight(bool isInFlight);
     void leaveRawRepl();
+    void sendInput();
+    void dropInput();
     void releaseCommand(const RawReplExchange *command);
     void dropWaiting(RawReplExchange *command);
     [[nodiscard]] Async<DeviceExecution> execute(std::unique_ptr<RawReplExchange> exchange,
@@ -178,6 +185,9 @@ private:
     RawReplExchange *m_current = nullptr;
     /// Active while a sequence of commands has left the board in the raw REPL.
     QTimer m_rawReplTimer;
+    QByteArray m_input; // typed, and not written yet
+    /// Input was written since the last command: what it makes the board print is to be shown.
+    bool m_isInputSent = false;
     std::unique_ptr<SoftReset> m_softReset;
     Lifetime m_life;
 };

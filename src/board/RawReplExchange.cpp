@@ -29,6 +29,7 @@ RawReplExchange::RawReplExchange(SerialPortManager &serial, RawPaste::Support &r
     , m_code(code.toUtf8())
     , m_timeoutSeconds(usableSeconds(timeout))
     , m_whenBusy(whenBusy)
+    , m_showsOldOutput(whenBusy == WhenBusy::Interrupt)
     , m_handshake(serial)
     , m_paste(serial, rawPaste)
 {
@@ -109,7 +110,7 @@ void RawReplExchange::takeReply(const QByteArray &chunk)
 
 void RawReplExchange::showOldOutput(const QByteArray &bytes)
 {
-    if (m_whenBusy == WhenBusy::Interrupt && !m_hasLeftLink && !bytes.isEmpty())
+    if (m_showsOldOutput && !m_hasLeftLink && !bytes.isEmpty())
         emit oldOutputReceived(bytes);
 }
 

@@ -45,6 +45,13 @@ public:
     /// With Raw, the board is left in the raw REPL after a complete reply. To be called before
     /// start().
     void setPromptAfterReply(Prompt prompt) { m_promptAfterReply = prompt; }
+    /// The bytes before the banner are output that the user waits for, as with
+    /// WhenBusy::Interrupt. To be called before start().
+    void setShowsOldOutput() { m_showsOldOutput = true; }
+    /// The program may read what the user types. To be called before start().
+    void setReadsInput() { m_readsInput = true; }
+    /// Whether typed input may be written now: it reaches the program.
+    [[nodiscard]] bool readsInput() const { return m_readsInput && m_phase == Phase::Running; }
     /// True after a reply that left the board in the raw REPL.
     [[nodiscard]] bool isInRawRepl() const { return m_isInRawRepl; }
     [[nodiscard]] bool isStarted() const { return m_isStarted; }
@@ -61,7 +68,8 @@ public:
     [[nodiscard]] auto result() { return m_result.wait(); }
 
 signals:
-    /// With WhenBusy::Interrupt, the bytes before the banner: output of what was interrupted.
+    /// With WhenBusy::Interrupt or after setShowsOldOutput(), the bytes before the banner: output
+    /// of what ran before.
     void oldOutputReceived(const QByteArray &bytes);
     /// This no longer uses the link. The result is delivered later, from the event loop.
     void finished();
@@ -81,6 +89,8 @@ private:
     QByteArray m_code;
     double m_timeoutSeconds;
     WhenBusy m_whenBusy;
+    bool m_showsOldOutput;
+    bool m_readsInput = false;
     RawReplHandshake m_handshake;
     RawPasteSender m_paste;
     QTimer m_timeoutTimer;

@@ -214,9 +214,13 @@ private slots:
         QCOMPARE(c.board.transcript(), u"^Aa^Da^D"_s);
         QTRY_COMPARE(c.board.transcript(), u"^Aa^Da^D^B"_s);
         c.board.forget();
-        QVERIFY(awaited(next()));
-        c.fixture.link->writeInput("x"); // reaches the prompt
-        QTRY_COMPARE(c.board.transcript(), u"^Aa^D^Bx"_s);
+        c.board.on("x\r", "x\r\n2\r\n>>> ");
+        auto first = next();
+        auto second = next();
+        c.fixture.link->writeInput("x\r"); // reaches the prompt after the first
+        QVERIFY(awaited(std::move(first)) && awaited(std::move(second)));
+        QTRY_COMPARE(c.board.transcript(), u"^Aa^D^Bx^M^Aa^D^B"_s);
+        QVERIFY(c.fixture.data.contains("\n2\r\n"));
     }
 
     void dropsAProgramThatIsInterruptedBeforeItWasSent()
