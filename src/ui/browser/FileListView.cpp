@@ -133,6 +133,10 @@ int FileListView::rowToChoose(const QString &folder) const
 void FileListView::focusInEvent(QFocusEvent *event)
 {
     QListView::focusInEvent(event);
+    if (isEditing()) { // the focus was moved while another window was active
+        indexWidget(currentIndex())->setFocus();
+        return;
+    }
     const Qt::FocusReason reason = event->reason();
     const bool isByKey = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
         || reason == Qt::OtherFocusReason;

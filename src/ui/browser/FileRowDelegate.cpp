@@ -4,6 +4,7 @@
 #include "ui/browser/FileListModel.h"
 
 #include <QApplication>
+#include <QFocusEvent>
 #include <QLineEdit>
 #include <QPainter>
 
@@ -85,6 +86,16 @@ void FileRowDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionVi
     room.setTop(room.center().y() - height / 2);
     room.setHeight(height);
     editor->setGeometry(room);
+}
+
+bool FileRowDelegate::eventFilter(QObject *watched, QEvent *event)
+{
+    // Qt would commit the name that is being typed when another window, such as a question of the
+    // assistant, takes the focus.
+    if (event->type() == QEvent::FocusOut
+        && static_cast<QFocusEvent *>(event)->reason() == Qt::ActiveWindowFocusReason)
+        return false;
+    return QStyledItemDelegate::eventFilter(watched, event);
 }
 
 QSize FileRowDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &) const
