@@ -6,10 +6,12 @@
 #include "ui/controls/ElidedLabel.h"
 
 #include <QClipboard>
+#include <QDialog>
 #include <QLabel>
 #include <QMenu>
 #include <QMimeData>
 #include <QScrollBar>
+#include <QSignalSpy>
 
 #include <fstream>
 
@@ -126,6 +128,22 @@ private slots:
         QVERIFY(list().isHidden() && names().isEmpty());
         QCOMPARE(m_view->findChild<QLabel *>(u"messageText"_s)->text(),
                  u"No such file or directory"_s);
+    }
+
+    void keepsANameThatIsBeingTyped()
+    {
+        fill({u"old.py"_s});
+        QSignalSpy edited(&list().entries(), &FileListModel::nameEdited);
+        choose(u"old.py"_s);
+        m_fixture->press(Qt::Key_F2);
+        m_fixture->press(Qt::Key_N);
+        QDialog question(&m_fixture->window());
+        question.open();
+        QTRY_COMPARE(QApplication::activeWindow(), &question);
+        question.close();
+        QVERIFY(list().isEditing());
+        m_fixture->state().setSidebarTab(AppState::SidebarTab::Device); // as a new connection does
+        QVERIFY(!list().isEditing() && edited.isEmpty());
     }
 
     void opensFilesAndSaysWhyNot()

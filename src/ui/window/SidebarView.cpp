@@ -238,6 +238,8 @@ void SidebarView::showTab()
     const bool isLocal = m_state.sidebarTab() == AppState::SidebarTab::Local;
     (isLocal ? m_localTab : m_deviceTab)->setChecked(true);
     BrowserPane *pane = isLocal ? m_localBrowser : deviceBrowser();
+    // The list that is hidden loses the focus, and Qt would commit a name that is being typed.
+    static_cast<BrowserPane *>(m_body->currentWidget())->list().cancelEditing();
     m_body->setCurrentWidget(pane);
     m_commands->setShown(*pane);
 }
