@@ -253,26 +253,30 @@ private slots:
     {
         connectBoard();
         const QPoint folder = list().viewport()->mapTo(m_view, list().visualRect(row(0)).center());
-        const auto drop = [&](const QMimeData &dropped) {
+        const auto dropOn = [](QWidget *onto, QPoint place, const QMimeData &dropped) {
             const Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction;
-            QDragEnterEvent enter(folder, actions, &dropped, Qt::LeftButton, {});
-            QCoreApplication::sendEvent(m_view, &enter);
-            QDropEvent event(folder, actions, &dropped, Qt::LeftButton, {});
-            QCoreApplication::sendEvent(m_view, &event);
-            return event.isAccepted();
+            QDragEnterEvent enter(place, actions, &dropped, Qt::LeftButton, {});
+            QCoreApplication::sendEvent(onto, &enter);
+            // With Shift held a move is proposed, after which the source deletes the file.
+            QDropEvent event(place, actions, &dropped, Qt::LeftButton, Qt::ShiftModifier);
+            QCoreApplication::sendEvent(onto, &event);
+            return event.isAccepted() ? event.dropAction() : Qt::IgnoreAction;
         };
+        const auto drop = [&](const QMimeData &dropped) { return dropOn(m_view, folder, dropped); };
         const QString path = m_fixture->folder.filePath(u"n.py"_s);
         put(path, "x");
         QMimeData urls;
         urls.setUrls({QUrl::fromLocalFile(path)});
-        QVERIFY(drop(urls));
+        QCOMPARE(drop(urls), Qt::CopyAction);
         QTRY_VERIFY(m_programs.join(u' ').contains(u"open('/lib/n.py','wb')"));
         QTRY_VERIFY(isIdle() && list().isVisible());
         const int connection = m_fixture->state().link().connectionNumber();
-        QVERIFY(drop(*BoardPathsMime::make({u"/main.py"_s}, connection)));
+        QCOMPARE(drop(*BoardPathsMime::make({u"/main.py"_s}, connection)), Qt::MoveAction);
         QTRY_VERIFY(m_programs.join(u' ').contains(u"os.rename('/main.py','/lib/main.py')"));
-        QVERIFY(!drop(*BoardPathsMime::make({u"/lib"_s}, connection))); // into itself
-        QVERIFY(!drop(*BoardPathsMime::make({u"/main.py"_s}, connection - 1)));
+        QCOMPARE(drop(*BoardPathsMime::make({u"/lib"_s}, connection)),
+                 Qt::IgnoreAction); // into itself
+        QCOMPARE(drop(*BoardPathsMime::make({u"/main.py"_s}, connection - 1)), Qt::IgnoreAction);
+        QCOMPARE(dropOn(m_fixture->find<QWidget>("cpu"), {5, 5}, urls), Qt::CopyAction);
         QTRY_VERIFY(isIdle());
     }
 

@@ -100,11 +100,13 @@ bool SidebarView::eventFilter(QObject *watched, QEvent *event)
     switch (event->type()) {
     case QEvent::DragEnter: {
         auto *drag = static_cast<QDragEnterEvent *>(event);
-        if (!pane()->acceptsDrop(*drag->mimeData()))
+        if (!pane()->acceptsDrop(*drag->mimeData()) || !(drag->possibleActions() & Qt::CopyAction))
             return false;
         m_dragTab = watched == m_localTab ? m_localTab : m_deviceTab;
         m_dragRest.start();
-        drag->acceptProposedAction();
+        // The source of a drag deletes what was moved: with Shift held it proposes that.
+        drag->setDropAction(Qt::CopyAction);
+        drag->accept();
         return true;
     }
     case QEvent::DragLeave:
@@ -113,6 +115,7 @@ bool SidebarView::eventFilter(QObject *watched, QEvent *event)
     case QEvent::Drop: {
         auto *drop = static_cast<QDropEvent *>(event);
         m_dragRest.stop();
+        drop->setDropAction(Qt::CopyAction);
         drop->setAccepted(pane()->dropHere(*drop->mimeData()));
         return true;
     }
