@@ -74,6 +74,9 @@ FileBrowserView::FileBrowserView(AppState &state, QWidget *parent)
         showFolder();
         if (isVisible()) // otherwise it is listed when the pane is shown
             load();
+        else // commands would act on entries of the previous folder
+            list().clearSelection();
+        emit abilitiesChanged(); // their texts name the folder
     });
     connect(&files, &LocalFiles::localFilesVersionChanged, this, [this] {
         if (isVisible())
