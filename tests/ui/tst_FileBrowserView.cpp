@@ -146,6 +146,20 @@ private slots:
         QVERIFY(!list().isEditing() && edited.isEmpty());
     }
 
+    void followsTheFolderWhileItIsHidden()
+    {
+        fill({u"a.py"_s, u"sub/x"_s});
+        choose(u"a.py"_s);
+        auto *sidebar = m_fixture->find<QWidget>("sidebar");
+        sidebar->hide();
+        m_fixture->command(u"&Rename…"_s)->trigger();
+        QVERIFY(list().isEditing());
+        sidebar->hide();
+        files().setLocalWorkingDir(at(u"sub"_s));
+        QVERIFY(m_fixture->command(u"Send C&hanged Files of “sub”…"_s));
+        QVERIFY(!m_fixture->command(u"&Rename…"_s)->isEnabled());
+    }
+
     void opensFilesAndSaysWhyNot()
     {
         put(at(u"bad.py"_s), "\xff\xfe");

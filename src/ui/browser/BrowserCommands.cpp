@@ -24,7 +24,10 @@ BrowserCommands::BrowserCommands(Actions &actions, BrowserPane &local, QObject *
     act(Actions::SendChangedFiles, &BrowserPane::sendChangedFiles);
     act(Actions::CreateFile, &BrowserPane::createFile);
     act(Actions::CreateFolder, &BrowserPane::createFolder);
-    act(Actions::RenameEntry, &BrowserPane::renameSelected);
+    act(Actions::RenameEntry, [this](BrowserPane &pane) {
+        emit paneNeeded();
+        pane.renameSelected();
+    });
     act(Actions::DeleteEntries, &BrowserPane::deleteSelected);
     add(local, true);
     follow();

@@ -23,6 +23,10 @@ public:
     /// The commands act in \p pane from now on, which must have been added and outlive this.
     void setShown(BrowserPane &pane);
 
+signals:
+    /// The browser must be visible for a command that was chosen.
+    void paneNeeded();
+
 private:
     void add(BrowserPane &pane, bool isLocal);
     void follow();

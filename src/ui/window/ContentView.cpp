@@ -102,6 +102,7 @@ ContentView::ContentView(AppState &state, QWidget *parent)
         connect((*m_commands)[page], &QAction::triggered, m_panes, &PaneCommands::showLowerPane);
     for (const auto page : {Actions::ShowLocalFiles, Actions::ShowDeviceFiles})
         connect((*m_commands)[page], &QAction::triggered, m_panes, &PaneCommands::showSidebar);
+    connect(m_sidebar, &SidebarView::showRequested, m_panes, &PaneCommands::showSidebar);
     connect(&state, &AppState::runStarted, m_panes, &PaneCommands::showLowerPane);
     connect(m_bottomPane, &BottomPane::errorForUser, m_panes, &PaneCommands::showLowerPane);
 

@@ -78,6 +78,7 @@ SidebarView::SidebarView(AppState &state, Actions &actions, QWidget *parent)
             [this] { m_state.setSidebarTab(AppState::SidebarTab::Local); });
     connect(m_deviceTab, &QToolButton::clicked, this,
             [this] { m_state.setSidebarTab(AppState::SidebarTab::Device); });
+    connect(m_commands, &BrowserCommands::paneNeeded, this, &SidebarView::showRequested);
     connect(&state, &AppState::sidebarTabChanged, this, &SidebarView::showTab);
     for (QToolButton *tab : {m_localTab, m_deviceTab}) {
         tab->setAcceptDrops(true);

@@ -29,6 +29,10 @@ public:
     /// folder.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
+signals:
+    /// A command of a browser was chosen that needs this to be visible.
+    void showRequested();
+
 private:
     [[nodiscard]] QWidget *makePicker();
     [[nodiscard]] QWidget *makeTransferRow();
