@@ -3,6 +3,7 @@
 #include "ui/shell/TranscriptView.h"
 
 #include <QClipboard>
+#include <QDialog>
 #include <QScreen>
 #include <QScrollBar>
 
@@ -159,6 +160,12 @@ private slots:
         QTest::keyClicks(fixture.input, u"OS"_s);
         fixture.press(Qt::Key_R, Qt::ControlModifier); // elsewhere it runs the document
         auto *search = fixture.find<QWidget>("historySearch");
+        QDialog other(&fixture.window());
+        other.open();
+        QTRY_COMPARE(QApplication::activeWindow(), &other);
+        other.close();
+        fixture.window().activateWindow();
+        QTRY_COMPARE(QApplication::activeWindow(), &fixture.window());
         QVERIFY(search->isVisible());
         fixture.press(Qt::Key_R, Qt::ControlModifier);
         fixture.press(Qt::Key_Return);

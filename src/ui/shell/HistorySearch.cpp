@@ -4,6 +4,7 @@
 #include "base/VisibleText.h"
 #include "theme/Theme.h"
 
+#include <QFocusEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QListWidget>
@@ -67,7 +68,11 @@ void HistorySearch::open(const QString &text, int bottom)
 bool HistorySearch::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::FocusOut && isVisible()) {
-        hide();
+        // The focus returns from another window and from the field's menu. Hiding the field would
+        // move it to the next widget.
+        const Qt::FocusReason reason = static_cast<QFocusEvent *>(event)->reason();
+        if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason)
+            hide();
         return false;
     }
     const bool isOverride = event->type() == QEvent::ShortcutOverride;

@@ -10,8 +10,8 @@ namespace Korvane {
 class InputHistory;
 
 /// Finds an earlier command of the Shell: a field for a part of it, and below it the commands that
-/// contain that, the newest first. Up, Down and Ctrl+R select one of them. When the field loses the
-/// focus, this is hidden without a signal.
+/// contain that, the newest first. Up, Down and Ctrl+R select one of them. When another widget of
+/// the window gets the focus, this is hidden without a signal.
 class HistorySearch final : public QFrame
 {
     Q_OBJECT
