@@ -397,7 +397,8 @@ private slots:
         fixture.prompts.confirmation.confirmed = true;
         fixture.window().close();
         QTRY_VERIFY(running->isCanceled());
-        QVERIFY(fixture.window().isVisible()); // until it has ended
+        QVERIFY(fixture.window().isVisible());          // until it has ended
+        QTRY_VERIFY(QApplication::activeModalWidget()); // nothing can be typed meanwhile
         running.reset();
         QTRY_VERIFY(!fixture.window().isVisible());
     }

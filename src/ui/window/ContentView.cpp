@@ -31,14 +31,41 @@
 #include <QProgressDialog>
 #include <QScreen>
 #include <QSplitter>
+#include <QTimer>
 #include <QWheelEvent>
+#include <QWindow>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace Korvane {
 
+using namespace std::chrono_literals;
+
 namespace {
+
+/// Blocks the window while it waits to close, and is hidden while a question is open, which it
+/// would block, too. Shown after half a second, so that it does not flash during a short write.
+QProgressDialog *makeClosingProgress(QWidget *window)
+{
+    auto *progress = new QProgressDialog(window);
+    progress->setCancelButton(nullptr);
+    progress->setRange(0, 0);
+    progress->setWindowModality(Qt::WindowModal);
+    progress->reset(); // stops its own timer, which would show it above a question
+    const auto follow = [progress] {
+        const QWidget *modal = QApplication::activeModalWidget();
+        progress->setVisible(!modal || modal == progress);
+    };
+    QTimer::singleShot(500ms, progress, [progress, follow] {
+        follow();
+        // Queued: the next question may be opened when one is closed.
+        QObject::connect(qApp, &QGuiApplication::focusWindowChanged, progress, follow,
+                         Qt::QueuedConnection);
+    });
+    return progress;
+}
 
 /// The source of a drag deletes what was moved; a file that is opened stays where it is.
 void acceptAsCopy(QDropEvent &event)
@@ -247,23 +274,21 @@ QCoro::Task<void> ContentView::closeWhenWritten()
     if (std::exchange(m_isClosing, true))
         co_return;
     const QPointer<ContentView> self = this;
-    // Shown after half a second, so that it does not flash during a short write.
-    auto *progress = new QProgressDialog(tr("Saving…"), QString(), 0, 0, this);
-    progress->setWindowModality(Qt::WindowModal);
-    progress->setMinimumDuration(500);
-    progress->setValue(0); // starts that time
+    QProgressDialog *progress = makeClosingProgress(this);
+    progress->setLabelText(tr("Saving…"));
     co_await m_state.saving().finished();
     if (!self)
         co_return;
-    delete progress;
     bool mayClose = co_await m_state.saving().mayClose();
     if (!self)
         co_return;
+    progress->setLabelText(tr("Stopping the transfer…"));
     if (mayClose)
         mayClose = co_await endTransfers(m_state.transfer(), m_state.prompts(),
                                          tr("Stop the transfer and close?"));
     if (!self)
         co_return;
+    delete progress;
     m_isClosing = false;
     m_mayClose = mayClose;
     if (mayClose)
