@@ -83,6 +83,9 @@ public:
     AppState(const AppState &) = delete;
     AppState &operator=(const AppState &) = delete;
 
+    /// For coroutines that use this after a wait: false as soon as its destruction begins, when a
+    /// QPointer is not yet null.
+    [[nodiscard]] Lifetime::Watch watch() const { return m_life.watch(); }
     [[nodiscard]] Settings &settings() { return m_settings; }
     [[nodiscard]] Preferences &preferences() { return m_preferences; }
     [[nodiscard]] UserPrompts &prompts() { return m_prompts; }

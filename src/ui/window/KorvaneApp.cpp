@@ -195,11 +195,11 @@ QCoro::Task<void> KorvaneApp::open(CommandLine commandLine)
 {
     if (!commandLine.port.isEmpty())
         m_state.board().connectTo(commandLine.port);
-    const QPointer<AppState> alive = &m_state;
+    const auto life = m_state.watch();
     OpenFiles &documents = m_state.documents();
     const QUuid shown = documents.selectedFileID();
     co_await openLocalFiles(m_state, commandLine.files);
-    if (!alive)
+    if (!life)
         co_return;
     const EditorFile *empty = documents.file(shown);
     if (empty && empty->isUntouched() && documents.selectedFileID() != shown)

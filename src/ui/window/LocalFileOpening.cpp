@@ -3,7 +3,6 @@
 #include "app/AppState.h"
 
 #include <QFileInfo>
-#include <QPointer>
 
 #include <utility>
 
@@ -11,12 +10,13 @@ namespace Korvane {
 
 QCoro::Task<bool> openLocalFile(AppState &state, QString path, int line)
 {
-    const QPointer<AppState> alive = &state;
+    const auto life = state.watch();
     const auto opened = co_await state.documents().openFile(path);
-    if (opened && alive && line > 0)
+    if (!life)
+        co_return false;
+    if (opened && line > 0)
         emit state.sourceLineOpened(line);
-    // Closed: the state was destroyed.
-    if (!opened && opened.error().code != ErrorCode::Closed) {
+    if (!opened) {
         state.shell().appendError(QStringLiteral("Cannot open %1: %2")
                                       .arg(QFileInfo(path).fileName(), opened.error().message));
     }
@@ -25,10 +25,10 @@ QCoro::Task<bool> openLocalFile(AppState &state, QString path, int line)
 
 QCoro::Task<void> openLocalFiles(AppState &state, QList<FileArgument> files)
 {
-    const QPointer<AppState> alive = &state;
+    const auto life = state.watch();
     for (const FileArgument &file : std::as_const(files)) {
         co_await openLocalFile(state, file.path, file.line);
-        if (!alive)
+        if (!life)
             co_return;
     }
 }
