@@ -49,7 +49,7 @@ private:
     /// The permissions of other users than the owner.
     static int othersAccess(const QString &path)
     {
-        return QFile::permissions(path).toInt() & 0x0077;
+        return static_cast<int>(QFile::permissions(path).toInt() & 0x0077);
     }
     QStringList programs() const
     {

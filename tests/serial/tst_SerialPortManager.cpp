@@ -232,7 +232,8 @@ private slots:
         QVERIFY(reading.manager->pendingBytes() > second.size());
         QSignalSpy drained(reading.manager.get(), &SerialPortManager::outputDrained);
         QByteArray received;
-        QTRY_VERIFY((received += reading.line.read()).size() == first.size() + second.size() + 2);
+        QTRY_VERIFY(received.append(reading.line.read()).size()
+                    == first.size() + second.size() + 2);
         QVERIFY2(received == first + "\3\4" + second, "out of order, or an item cut in two");
         QCOMPARE(drained.size(), 1);
         QCOMPARE(reading.manager->pendingBytes(), 0);
@@ -259,7 +260,7 @@ private slots:
         QVERIFY(reading.manager->isOpen());
         received += reading.line.read();
         QVERIFY(reading.manager->write("on"));
-        QTRY_VERIFY((received += reading.line.read()).endsWith("on"));
+        QTRY_VERIFY(received.append(reading.line.read()).endsWith("on"));
         QVERIFY2(received.size() < 1 << 20, "what was dropped has been written");
         QCOMPARE(failed.size(), 1);
     }

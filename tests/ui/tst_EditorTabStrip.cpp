@@ -388,7 +388,7 @@ private slots:
         QCOMPARE(m_fixture->lines(), QStringList());
         documents().closeFile(documents().selectedFileID());
 
-        const auto drop = [this](const QStringList &paths, QWidget *onto) {
+        const auto drop = [](const QStringList &paths, QWidget *onto) {
             QMimeData data;
             QList<QUrl> urls;
             for (const QString &path : paths)

@@ -55,8 +55,8 @@ private slots:
 
         // Save As asks with a dialog of the window, and saves there.
         program.window().commands()[Actions::SaveAs]->trigger();
-        QFileDialog *dialog = nullptr;
-        QTRY_VERIFY((dialog = program.window().findChild<QFileDialog *>()));
+        QTRY_VERIFY(program.window().findChild<QFileDialog *>());
+        auto *dialog = program.window().findChild<QFileDialog *>();
         dialog->selectFile(m_home.filePath(u"saved.py"_s));
         QTRY_VERIFY(dialog->isEnabled());
         QMetaObject::invokeMethod(dialog, "accept");
