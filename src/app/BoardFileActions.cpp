@@ -355,9 +355,9 @@ Async<void> BoardFileActions::removeEntries(QList<DeviceFileNode> nodes)
 {
     const auto life = m_life.watch();
     TransferStatus::Running running(m_parts.transfer);
-    const WritePermit onThisBoard = m_parts.files.permitWrite(u"/"_s);
+    const WritePermit boardPermit = m_parts.files.permitWrite(u"/"_s);
     for (const DeviceFileNode &node : std::as_const(nodes)) {
-        if (const auto same = m_parts.files.check(onThisBoard); !same)
+        if (const auto same = m_parts.files.check(boardPermit); !same)
             co_return same.error();
         running.setStatus(u"Deleting %1…"_s.arg(node.name));
         running.setTotal(0); // can be canceled

@@ -45,11 +45,11 @@ FileSettings::FileSettings(const QString &path)
             QStringLiteral("The settings in %1 are damaged. What can be read is used.").arg(path));
 }
 
-void FileSettings::tellProblems(std::function<void(const QString &)> tell)
+void FileSettings::tellProblems(std::function<void(const QString &)> onProblem)
 {
-    m_tell = std::move(tell);
+    m_onProblem = std::move(onProblem);
     for (const QString &problem : std::as_const(m_problems))
-        m_tell(problem);
+        m_onProblem(problem);
 }
 
 QString FileSettings::prepare(const QString &path)
@@ -66,8 +66,8 @@ void FileSettings::report(const QString &problem)
         return;
     qCWarning(appLog).noquote() << problem;
     m_problems << problem;
-    if (m_tell)
-        m_tell(problem);
+    if (m_onProblem)
+        m_onProblem(problem);
 }
 
 QString FileSettings::defaultPath()

@@ -19,9 +19,9 @@ public:
     FileSettings(const FileSettings &) = delete;
     FileSettings &operator=(const FileSettings &) = delete;
 
-    /// Calls \p tell once for each problem with the file: now for those so far, and for later ones
-    /// when they occur. They are logged in any case.
-    void tellProblems(std::function<void(const QString &)> tell);
+    /// Calls \p onProblem once for each problem with the file: now for those so far, and for later
+    /// ones when they occur. They are logged in any case.
+    void tellProblems(std::function<void(const QString &)> onProblem);
 
     /// In the user's configuration folder.
     [[nodiscard]] static QString defaultPath();
@@ -41,7 +41,7 @@ private:
     QString prepare(const QString &path);
     void report(const QString &problem);
 
-    std::function<void(const QString &)> m_tell;
+    std::function<void(const QString &)> m_onProblem;
     QStringList m_problems;   // reported so far, each once
     mutable QSettings m_file; // synchronized with the file before each read
 };

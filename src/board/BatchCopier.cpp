@@ -97,7 +97,7 @@ Async<void> BatchCopier::copy(Batch batch, Direction direction, QList<WritePermi
     const bool isToBoard = direction == Direction::ToBoard;
     const qsizetype count = batch.files.size();
     // The user was asked about the board of the permits.
-    const WritePermit onThisBoard =
+    const WritePermit boardPermit =
         permits.isEmpty() ? m_files.permitWrite(u"/"_s) : permits.first();
     TransferStatus::Running running(m_transfer);
     if (count > 0)
@@ -107,7 +107,7 @@ Async<void> BatchCopier::copy(Batch batch, Direction direction, QList<WritePermi
         co_return DeviceError::closed();
     if (!board)
         co_return board.error();
-    if (const auto same = m_files.check(onThisBoard); !same)
+    if (const auto same = m_files.check(boardPermit); !same)
         co_return same.error();
     m_transfer.dropRest();
     QStringList permitted;
@@ -131,7 +131,7 @@ Async<void> BatchCopier::copy(Batch batch, Direction direction, QList<WritePermi
         const qint64 fileBytes = step.file.sizeBytes;
         if (running.isCanceled()) {
             result = stoppedAt(step, DeviceError::canceled());
-        } else if (const auto same = m_files.check(onThisBoard); !same) {
+        } else if (const auto same = m_files.check(boardPermit); !same) {
             result = stoppedAt(step, same.error());
         } else if (isToBoard) {
             const WritePermit permit =

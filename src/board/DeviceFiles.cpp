@@ -61,7 +61,7 @@ DeviceFiles::DeviceFiles(DeviceLink &link, UserPrompts &prompts, TransferStatus 
     , m_profile(link)
     , m_content(link, prompts, m_profile)
 {
-    connect(&link, &DeviceLink::ended, this, &DeviceFiles::forgetBoard);
+    connect(&link, &DeviceLink::ended, this, &DeviceFiles::clearBoardState);
 }
 
 QCoro::Task<void> DeviceFiles::refreshDeviceFiles()
@@ -371,7 +371,7 @@ QString DeviceFiles::portLabel() const
     return u"Not connected"_s;
 }
 
-void DeviceFiles::forgetBoard()
+void DeviceFiles::clearBoardState()
 {
     m_deviceFileNodes.clear();
     m_listingError.reset();

@@ -132,7 +132,7 @@ private:
     [[nodiscard]] Async<void> list();
     [[nodiscard]] Result<void> checkConnection(int connection) const;
     void setListings(int listings);
-    void forgetBoard();
+    void clearBoardState();
 
     DeviceLink &m_link;
     UserPrompts &m_prompts;

@@ -231,7 +231,7 @@ Async<DeviceExecution> DeviceLink::executeOnDeviceRaw(QString code,
                                                       CallStop stop)
 {
     auto exchange = std::make_unique<RawReplExchange>(m_serial, m_rawPaste, code, timeout,
-                                                      WhenBusy::KeepAsking);
+                                                      WhenBusy::KeepTrying);
     exchange->setReadsInput();
     // Uses no member after the wait, so that the lifetime need not be tested.
     co_return co_await execute(std::move(exchange), std::move(stop));
@@ -276,7 +276,7 @@ Async<QString> DeviceLink::executeOnDevice(QString code, std::chrono::duration<d
 Async<QString> DeviceLink::executeInSequence(QString code, std::chrono::duration<double> timeout)
 {
     auto exchange = std::make_unique<RawReplExchange>(m_serial, m_rawPaste, code, timeout,
-                                                      WhenBusy::KeepAsking);
+                                                      WhenBusy::KeepTrying);
     exchange->setPromptAfterReply(RawReplExchange::Prompt::Raw);
     CallStop stop; // named, as above
     auto result = co_await execute(std::move(exchange), std::move(stop));

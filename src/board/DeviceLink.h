@@ -106,7 +106,7 @@ public:
     /// until then is in dataReceived.
     [[nodiscard]] Async<QString> executeOnDevice(QString code,
                                                  std::chrono::duration<double> timeout,
-                                                 WhenBusy whenBusy = WhenBusy::KeepAsking);
+                                                 WhenBusy whenBusy = WhenBusy::KeepTrying);
 
     /// As executeOnDevice, for one of several commands that follow each other: the board is left in
     /// the raw REPL for a moment, so that the next command of this kind needs no handshake.

@@ -79,7 +79,7 @@ void ProgramRun::runOnDeviceStreamed(const QString &source, BoardState boardStat
         // What the board has not received of the old program would follow the Ctrl-C.
         m_link.serial().discardPendingOutput();
         m_link.serial().write("\x03");
-        m_handshake.start(RawReplHandshake::WhenBusy::KeepAsking, onGiveUp);
+        m_handshake.start(RawReplHandshake::WhenBusy::KeepTrying, onGiveUp);
     } else {
         // The debugger's quit command raises SystemExit, which resets the board, often into the raw
         // REPL.
@@ -237,7 +237,7 @@ void ProgramRun::noteEnd()
     const bool isFirst = m_reply == Reply::Awaited;
     if (isFirst) {
         m_reply = Reply::Ending;
-        m_handshake.keepAsking();
+        m_handshake.keepTrying();
         m_lateReply.start();
     }
     setDeviceProgramRunning(false);
@@ -253,7 +253,7 @@ void ProgramRun::finishReply()
     m_lateReply.stop();
     // A MemoryError without a line of the program was raised while the board compiled it.
     if (m_traceback.value_or(QString()).startsWith(u"MemoryError") && !m_isEntering)
-        tellFreeMemory(m_programBytes);
+        reportFreeMemory(m_programBytes);
     if (!m_isEntering) // otherwise the next program is being sent
         emit replyWhole();
 }
@@ -269,7 +269,7 @@ void ProgramRun::noteTraceback(const DeviceStreamScanner::Scan &scan)
             scan.text.first(std::min(longestTraceback - m_traceback->size(), scan.text.size()));
 }
 
-QCoro::Task<void> ProgramRun::tellFreeMemory(qsizetype programBytes)
+QCoro::Task<void> ProgramRun::reportFreeMemory(qsizetype programBytes)
 {
     const auto life = m_life.watch();
     const auto output = co_await m_link.executeOnDevice(BoardScripts::freeHeap(), quickTimeout);

@@ -96,7 +96,7 @@ private:
     void noteProgramSent(const QByteArray &written);
     void giveUp(const QString &message);
     void noteTraceback(const DeviceStreamScanner::Scan &scan);
-    QCoro::Task<void> tellFreeMemory(qsizetype programBytes);
+    QCoro::Task<void> reportFreeMemory(qsizetype programBytes);
     void leaveEntry();
     void notePause(const DebugPause &pause);
     void noteEnd();

@@ -21,7 +21,7 @@ public:
 
     /// For UserPrompts::Confirmation::withdrawn. Valid also when this is destroyed.
     [[nodiscard]] std::stop_token token() const { return m_end.get_token(); }
-    [[nodiscard]] bool hasCome() const { return m_end.stop_requested(); }
+    [[nodiscard]] bool hasEnded() const { return m_end.stop_requested(); }
 
 private:
     struct Request

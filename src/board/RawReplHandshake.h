@@ -24,7 +24,7 @@ public:
     /// What to do when the board has not answered for 0.3 s, as while it runs a program: write the
     /// next Ctrl-A, or Ctrl-C once in its place. The board may not have read the first Ctrl-A yet,
     /// and would answer a second one after the program has been sent.
-    enum class WhenBusy { KeepAsking, Interrupt };
+    enum class WhenBusy { KeepTrying, Interrupt };
     /// Later: the first Ctrl-A is left out, because the board may enter the raw REPL by itself.
     enum class FirstAttempt { Now, Later };
 
@@ -44,7 +44,7 @@ public:
     void start(WhenBusy whenBusy, std::function<void()> onGiveUp,
                FirstAttempt firstAttempt = FirstAttempt::Now);
     /// The program on the board has ended, so that Ctrl-C is not needed.
-    void keepAsking() { m_whenBusy = WhenBusy::KeepAsking; }
+    void keepTrying() { m_whenBusy = WhenBusy::KeepTrying; }
     /// Looks for the banner in what the board sends. It may be split over chunks; a chunk with
     /// ill-formed UTF-8 is not searched. What may be the beginning of the banner is held back. The
     /// result is empty after the banner, stop() or giving up.
@@ -62,7 +62,7 @@ private:
     SerialPortManager &m_serial;
     QTimer m_retryTimer; // active while entering
     std::function<void()> m_onGiveUp;
-    WhenBusy m_whenBusy = WhenBusy::KeepAsking;
+    WhenBusy m_whenBusy = WhenBusy::KeepTrying;
     Utf8::ChunkDecoder m_decoder;
     QByteArray m_heldBack;
     int m_attempts = 0;

@@ -119,8 +119,8 @@ qsizetype utf8Size(QStringView text)
 InstrumentedRun::InstrumentedRun(const QString &userSource, const QSet<int> &breakpoints)
     : originalBytes(utf8Size(userSource))
 {
-    const PythonSource analysed(userSource);
-    const BreakpointResolver resolver(analysed);
+    const PythonSource analyzed(userSource);
+    const BreakpointResolver resolver(analyzed);
     QList<int> requested = breakpoints.values();
     std::ranges::sort(requested);
     for (const int line : std::as_const(requested)) {
@@ -138,12 +138,12 @@ InstrumentedRun::InstrumentedRun(const QString &userSource, const QSet<int> &bre
                          .arg(*resolution.line);
     }
 
-    for (qsizetype i = 0; i < analysed.lines.size(); ++i) {
-        if (analysed.roles[i] == Role::Statement)
+    for (qsizetype i = 0; i < analyzed.lines.size(); ++i) {
+        if (analyzed.roles[i] == Role::Statement)
             steppableLines.insert(static_cast<int>(i + 1));
     }
     if (!steppableLines.isEmpty()) {
-        source = rewritten(analysed);
+        source = rewritten(analyzed);
         instrumentedBytes = utf8Size(source);
     } else {
         notes << QStringLiteral("Nothing to run: the file has no statements.");

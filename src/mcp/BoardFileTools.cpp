@@ -49,7 +49,7 @@ public:
     }
     /// Why it was not asked.
     [[nodiscard]] const std::optional<Error> &notAsked() const { return *m_notAsked; }
-    [[nodiscard]] bool hasEnded() const { return m_end.hasCome(); }
+    [[nodiscard]] bool hasEnded() const { return m_end.hasEnded(); }
 
 private:
     static QCoro::Task<std::optional<UserPrompts::Texts>> prepare(
@@ -154,7 +154,7 @@ BoardFileTools::Answer BoardFileTools::write(ToolArguments arguments, CallStop s
         if (!life)
             co_return MCPToolError::closed();
         if (!granted)
-            co_return whyNot(question, granted.error(), check(stop, permit, writeOperation));
+            co_return refusalReason(question, granted.error(), check(stop, permit, writeOperation));
         permit = *granted;
         turn = co_await m_queue.turn(stop);
         if (!turn)
@@ -210,7 +210,8 @@ BoardFileTools::Answer BoardFileTools::remove(ToolArguments arguments, CallStop 
         if (!life)
             co_return MCPToolError::closed();
         if (!confirmed)
-            co_return whyNot(question, confirmed.error(), check(stop, permit, deleteOperation));
+            co_return refusalReason(question, confirmed.error(),
+                                    check(stop, permit, deleteOperation));
         turn = co_await m_queue.turn(stop);
         if (!turn)
             co_return turn.error();
@@ -356,8 +357,8 @@ Result<void> BoardFileTools::check(const CallStop &stop, const WritePermit &perm
 }
 
 /// Why a question was not answered with yes: \p declined, unless it was not asked or has ended.
-Error BoardFileTools::whyNot(const Question &question, const Error &declined,
-                             const Result<void> &ready)
+Error BoardFileTools::refusalReason(const Question &question, const Error &declined,
+                                    const Result<void> &ready)
 {
     if (question.notAsked())
         return *question.notAsked();

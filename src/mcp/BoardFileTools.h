@@ -48,8 +48,8 @@ private:
     /// message. To be tested after each wait.
     [[nodiscard]] Result<void> check(const CallStop &stop, const WritePermit &permit,
                                      const QString &operation);
-    [[nodiscard]] Error whyNot(const Question &question, const Error &declined,
-                               const Result<void> &ready);
+    [[nodiscard]] Error refusalReason(const Question &question, const Error &declined,
+                                      const Result<void> &ready);
     [[nodiscard]] bool isConnected() const;
     [[nodiscard]] bool asksFirst() const;
     [[nodiscard]] QString deviceName() const;

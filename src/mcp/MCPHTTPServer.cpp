@@ -223,12 +223,13 @@ bool MCPHTTPServer::makeRoomFor(FileDescriptor &socket)
         return std::tuple(connection.isWaitingForAnswer(), connection.isAuthorized(),
                           connection.lastActivity());
     };
-    const auto idlest =
+    const auto leastRecentlyUsed =
         std::min_element(m_clients.begin(), m_clients.end(),
                          [&](const auto &a, const auto &b) { return rank(a) < rank(b); });
-    if (idlest == m_clients.end() || idlest->second->connection.isWaitingForAnswer())
+    if (leastRecentlyUsed == m_clients.end()
+        || leastRecentlyUsed->second->connection.isWaitingForAnswer())
         return false;
-    drop(idlest->first);
+    drop(leastRecentlyUsed->first);
     if (isInReserve) // the next number would not be the lowest free one otherwise
         socket.reset(::fcntl(socket.get(), F_DUPFD_CLOEXEC, 0));
     return socket.isValid();

@@ -87,7 +87,7 @@ void SerialReader::acknowledge()
     const std::lock_guard lock(m_mutex);
     eventfd_t count = 0;
     ::eventfd_read(m_wakeDescriptor, &count);
-    m_isSignalled = false;
+    m_isSignaled = false;
 }
 
 QByteArray SerialReader::takeChunk()
@@ -143,7 +143,7 @@ SerialReader::ReadOutcome SerialReader::readOnce(short events)
     std::array<char, maxReadBytes> buffer;
     const ssize_t count = ::read(m_portDescriptor, buffer.data(), buffer.size());
     if (count < 0 && (errno == EAGAIN || errno == EINTR))
-        return ReadOutcome::GoOn;
+        return ReadOutcome::Continue;
     // VMIN is 0, so a read returns 0 also when another process took the bytes, or when the line
     // discipline took them for an end of file.
     const bool isHungUp = (events & hangUpEvents) != 0;
@@ -162,12 +162,12 @@ SerialReader::ReadOutcome SerialReader::readOnce(short events)
     // Also while stopping: stop() returns it for the next reader.
     m_chunks.push_back(std::move(chunk));
     signalLocked();
-    return m_isStopping ? ReadOutcome::Ended : ReadOutcome::GoOn;
+    return m_isStopping ? ReadOutcome::Ended : ReadOutcome::Continue;
 }
 
 void SerialReader::signalLocked()
 {
-    if (std::exchange(m_isSignalled, true) || m_wakeDescriptor == -1)
+    if (std::exchange(m_isSignaled, true) || m_wakeDescriptor == -1)
         return;
     ::eventfd_write(m_wakeDescriptor, 1);
 }

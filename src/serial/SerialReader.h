@@ -46,7 +46,7 @@ public:
     [[nodiscard]] bool isAtEnd();
 
 private:
-    enum class ReadOutcome { GoOn, Empty, Ended };
+    enum class ReadOutcome { Continue, Empty, Ended };
 
     void run();
     /// One read after poll() has returned \p events. `Ended`: the thread has to end.
@@ -61,7 +61,7 @@ private:
     std::condition_variable m_hasRoom;
     Chunks m_chunks;
     qsizetype m_queuedBytes = 0;
-    bool m_isSignalled = false;
+    bool m_isSignaled = false;
     bool m_isStopping = false;
     bool m_isLost = false;
 

@@ -153,8 +153,8 @@ QCoro::Task<RunResult> PythonRunner::send(std::optional<QByteArray> request)
         co_return interrupted();
     if (m_isBusy) {
         m_waiters.emplace_back();
-        const std::optional<bool> isMyTurn = co_await m_waiters.back().wait();
-        if (!isMyTurn || m_isClosed)
+        const std::optional<bool> isGranted = co_await m_waiters.back().wait();
+        if (!isGranted || m_isClosed)
             co_return interrupted();
         m_waiters.pop_front();
     }
