@@ -114,6 +114,7 @@ private slots:
             u"a:int=5 b:str='c'"_qs);
         row("traceback", "x = 1\nx / 0", {}, u"ZeroDivisionError: division by zero\n"_qs,
             u"x:int=1"_qs);
+        row("surrogates", "raise SystemExit('\U0001F600\\ud800')", {}, u"SystemExit: 😀\uFFFD\n"_qs);
         row("errors", "import os\nos.write(2, b'a\\xffb')", u"err a\uFFFDb"_qs, {});
         row("a delimiter", "print('a\\x04b', end='')", u"out a{\"vars\": []}"_qs,
             u"Unreadable reply from the Python session"_qs);
