@@ -121,7 +121,9 @@ private slots:
         QElapsedTimer timer;
         timer.start();
         c.start(u"x"_s);
-        c.board.send("busy \xFF");
+        c.board.send("busy");
+        QTRY_COMPARE(c.fixture.shell.output() + c.fixture.events.join(u' '), u"busy"_s);
+        c.board.send(" \xFF");
         QTRY_COMPARE(c.board.transcript(), u"^A^C"_s);
         c.board.send("raw REP");
         QTRY_COMPARE(c.fixture.events, QStringList{u"gave up"_s});
