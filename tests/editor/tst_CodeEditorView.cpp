@@ -278,6 +278,24 @@ private slots:
         QVERIFY(fixture.pixel(2, 3) != background);
     }
 
+    void marksBrackets()
+    {
+        EditorFixture fixture(u"(a)\n\n("_s);
+        /// The color of a bracket's border (0) or beside that.
+        const auto color = [&](int bracket, int x) {
+            fixture.putCaret(bracket);
+            const QPoint place(fixture.editor.cursorRect().left() + x,
+                               fixture.editor.cursorRect().center().y());
+            fixture.putCaret(bracket == 2 ? 0 : bracket + 1);
+            return fixture.editor.viewport()->grab().toImage().pixelColor(place);
+        };
+        const Theme &theme = Theme::light();
+        QCOMPARE(color(2, 0), theme.color(Theme::Role::Accent));
+        QCOMPARE(color(2, 1), theme.color(Theme::Role::AccentTint));
+        QCOMPARE(color(5, 0), theme.color(Theme::Role::Red));
+        QCOMPARE(color(5, 1), theme.color(Theme::Role::CurrentLine));
+    }
+
     void asksToToggleBreakpoints()
     {
         EditorFixture fixture(u"a\n"_s + QString(100, u'b') + u"\nc\n"_s);
