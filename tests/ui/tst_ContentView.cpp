@@ -161,6 +161,10 @@ private slots:
         const int size = editor->fontInfo().pixelSize();
         fixture.press(Qt::Key_Plus, Qt::ControlModifier);
         QVERIFY(editor->fontInfo().pixelSize() > size);
+        fixture.press(Qt::Key_Minus, Qt::ControlModifier);
+        QCOMPARE(editor->fontInfo().pixelSize(), size);
+        fixture.press(Qt::Key_Minus, Qt::ControlModifier);
+        QVERIFY(editor->fontInfo().pixelSize() < size);
         fixture.press(Qt::Key_0, Qt::ControlModifier);
         QCOMPARE(editor->fontInfo().pixelSize(), size);
     }

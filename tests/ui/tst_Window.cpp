@@ -1,5 +1,6 @@
 #include "support/ScriptedBoard.h"
 #include "ui/WindowFixture.h"
+#include "ui/window/TextZoom.h"
 #include "ui/window/WindowState.h"
 
 #include <QAccessible>
@@ -33,6 +34,7 @@ private slots:
             window.setCentralWidget(splitter);
             window.resize(500, 300);
             splitter->setSizes({100, 400});
+            new TextZoom(&window);
             new WindowState(path, window);
             window.show();
             QVERIFY(QTest::qWaitForWindowExposed(&window));
@@ -40,11 +42,14 @@ private slots:
         };
         open([&path](QMainWindow &window) {
             QCOMPARE(window.size(), QSize(500, 300)); // there is no file yet
+            QCOMPARE(window.findChild<TextZoom *>()->percent(), 100);
+            window.findChild<TextZoom *>()->setPercent(150);
             window.resize(640, 400);
             QTRY_VERIFY(QFile::exists(path)); // without being closed
         });
         open([](QMainWindow &window) {
             QCOMPARE(window.size(), QSize(640, 400));
+            QCOMPARE(window.findChild<TextZoom *>()->percent(), 150);
             auto *splitter = window.findChild<QSplitter *>();
             splitter->setSizes({300, 340});
             emit splitter->splitterMoved(300, 1); // as a drag with the mouse does
