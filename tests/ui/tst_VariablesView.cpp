@@ -83,8 +83,11 @@ private slots:
         const QString value = u"<b>one\ntwo</b>"_s;
         fixture.state().debugSession().pause(DebugPause{12, {{u"n"_s, u"T"_s, value}}});
         QCOMPARE(fixture.rows(), QStringList{u"n|T|<b>one↵two</b>"_s});
+        QCOMPARE(fixture.table().model()->headerData(1, Qt::Horizontal).toString(), u"Type"_s);
         const QModelIndex cell = fixture.table().model()->index(0, 2);
         QCOMPARE(cell.data(Qt::ToolTipRole).toString(), u"<p>&lt;b&gt;one<br>two&lt;/b&gt;</p>"_s);
+        fixture.set({{u"s"_s, u"str"_s, QString(2'000, u'v')}});
+        QCOMPARE(cell.data(Qt::ToolTipRole).toString().count(u'v'), 1'000); // its two ends
         // Views ask with indexes of rows that have been removed.
         fixture.set({});
         for (const QModelIndex &gone : {cell, QModelIndex()})
