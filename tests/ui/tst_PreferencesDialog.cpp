@@ -10,6 +10,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialog>
+#include <QFontDatabase>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -68,7 +69,8 @@ private slots:
         fixture.control<QSpinBox>(u"Shell font size"_s)->setValue(30);
         fixture.choose(u"Appearance"_s, u"Dark"_s);
         QCOMPARE(editor->font().pixelSize(), 20);
-        QCOMPARE(fixture.find<QPlainTextEdit>("shellOutput")->font().pixelSize(), 30);
+        QCOMPARE(fixture.find<QPlainTextEdit>("shellOutput")->document()->defaultFont().pixelSize(),
+                 30);
         QCOMPARE(QApplication::palette(), Theme::dark().palette());
         QTest::keyClick(editor, Qt::Key_Tab);
         QCOMPARE(editor->text(), u"  "_s);
@@ -97,6 +99,11 @@ private slots:
         QVERIFY(!port->isVisible() && !size->isVisible());
         search->clear();
         QVERIFY(port->isVisible() && size->isVisible());
+        QCOMPARE(fixture.find<QWidget>("newToken")->x(), port->x()); // in one column
+        const auto *fonts = fixture.control<QComboBox>(u"Editor font"_s);
+        for (int i = 1; i < fonts->count(); ++i)
+            QVERIFY2(QFontDatabase::isFixedPitch(fonts->itemText(i)),
+                     qPrintable(fonts->itemText(i)));
         for (int id = 0; id < Preferences::idCount; ++id)
             fixture.find<QToolButton>(QByteArray("reset")
                                       + Preferences::definition(Preferences::Id(id)).key.data());
