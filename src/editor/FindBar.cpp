@@ -52,7 +52,7 @@ FindBar::FindBar(QWidget *parent)
     for (QToolButton *button : {m_matchCase, m_wholeWords, m_regularExpression, m_inSelection})
         options->addWidget(button);
     options->addSpacing(spacing);
-    options->addWidget(m_count, 1);
+    options->addWidget(m_count);
     controls()->addWidget(field(), 1);
     controls()->addWidget(previous);
     controls()->addWidget(next);

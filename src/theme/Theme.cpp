@@ -209,7 +209,6 @@ QFont Theme::monospacedFont()
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     font.setFamily(DesktopFonts::installedFamily(font.family()));
     font.setStyleHint(QFont::Monospace); // for a desktop font that is not installed
-    font.setFixedPitch(true);
     // One size for code and output: each further one would have to be loaded before the window is
     // shown.
     const qreal points = std::max(font.pointSizeF(), 0.0);

@@ -45,8 +45,7 @@ DebugBar::DebugBar(AppState &state, const Actions &actions, QWidget *parent)
     row->addWidget(m_progress);
     row->addWidget(m_pauseSymbol);
     row->addWidget(m_status);
-    row->addWidget(m_hint, 1);
-    row->addStretch();
+    row->addWidget(m_hint);
     row->addWidget(makeButton(actions[Actions::Step]));
     row->addWidget(makeButton(actions[Actions::Continue]));
     QToolButton *stop = makeButton(actions[Actions::StopDebugging]);
