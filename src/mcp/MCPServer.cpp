@@ -167,7 +167,6 @@ void MCPServer::close()
         m_events->close();
     m_http.reset(); // stops
     m_notifier.reset();
-    m_events.reset();
     m_calls->abandonAll();
 }
 
@@ -184,7 +183,7 @@ void MCPServer::handleEvents()
                 serve(*m_calls, std::move(asked->request), std::move(asked->reply));
         } else if (const auto *const abandoned = std::get_if<Event::Abandoned>(&event->value)) {
             m_calls->abandon(abandoned->connection);
-        } else if (events == m_events) {
+        } else {
             const QString message = std::get<Event::Failed>(event->value).message;
             change(false, message, u"MCP server stopped: "_s + message, REPLLine::Kind::Error);
         }
