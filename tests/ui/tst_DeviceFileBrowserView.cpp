@@ -278,6 +278,17 @@ private slots:
         QCOMPARE(drop(*BoardPathsMime::make({u"/main.py"_s}, connection - 1)), Qt::IgnoreAction);
         QCOMPARE(dropOn(m_fixture->find<QWidget>("cpu"), {5, 5}, urls), Qt::CopyAction);
         QTRY_VERIFY(isIdle());
+        // A tab is chosen by resting over it.
+        const auto dragged = BoardPathsMime::make({u"/lib"_s}, connection);
+        QDragEnterEvent enter({5, 5}, Qt::CopyAction, dragged.get(), Qt::LeftButton, {});
+        QDragLeaveEvent leave;
+        auto *tab = m_fixture->find<QWidget>("laptopcomputer");
+        QCoreApplication::sendEvent(tab, &enter);
+        QCoreApplication::sendEvent(tab, &leave);
+        QTest::qWait(600);
+        QCOMPARE(m_fixture->state().sidebarTab(), AppState::SidebarTab::Device);
+        QCoreApplication::sendEvent(tab, &enter);
+        QTRY_COMPARE(m_fixture->state().sidebarTab(), AppState::SidebarTab::Local);
     }
 
     void showsTransfersInProgress()

@@ -111,15 +111,14 @@ bool SidebarView::eventFilter(QObject *watched, QEvent *event)
         return true;
     }
     case QEvent::DragLeave:
+    case QEvent::Drop:
         m_dragRest.stop();
+        if (event->type() == QEvent::Drop) {
+            auto *drop = static_cast<QDropEvent *>(event);
+            drop->setDropAction(Qt::CopyAction);
+            drop->setAccepted(pane()->dropHere(*drop->mimeData()));
+        }
         return true;
-    case QEvent::Drop: {
-        auto *drop = static_cast<QDropEvent *>(event);
-        m_dragRest.stop();
-        drop->setDropAction(Qt::CopyAction);
-        drop->setAccepted(pane()->dropHere(*drop->mimeData()));
-        return true;
-    }
     default:
         return QWidget::eventFilter(watched, event);
     }
