@@ -1,4 +1,5 @@
 #include "ui/WindowFixture.h"
+#include "ui/controls/ElidedLabel.h"
 #include "ui/shell/REPLView.h"
 #include "ui/shell/TranscriptView.h"
 
@@ -155,7 +156,7 @@ private slots:
     void searchesTheHistory()
     {
         ShellFixture fixture;
-        for (const char16_t *command : {u"import os", u"os.name", u"1 + 1"})
+        for (const char16_t *command : {u"import os", u"os.name", u"os.sep", u"1 + 1"})
             fixture.type(QString::fromUtf16(command));
         QTest::keyClicks(fixture.input, u"OS"_s);
         fixture.press(Qt::Key_R, Qt::ControlModifier); // elsewhere it runs the document
@@ -167,13 +168,16 @@ private slots:
         fixture.window().activateWindow();
         QTRY_COMPARE(QApplication::activeWindow(), &fixture.window());
         QVERIFY(search->isVisible());
-        fixture.press(Qt::Key_R, Qt::ControlModifier);
-        fixture.press(Qt::Key_Return);
+        for (const auto &[key, modifiers] : {std::pair(Qt::Key_R, Qt::ControlModifier),
+                                             {Qt::Key_Down, Qt::NoModifier},
+                                             {Qt::Key_Up, Qt::NoModifier},
+                                             {Qt::Key_Return, Qt::NoModifier}})
+            fixture.press(key, modifiers);
         QVERIFY(!search->isVisible() && fixture.view->inputFocused());
-        QCOMPARE(fixture.view->inputText(), u"import os"_s);
+        QCOMPARE(fixture.view->inputText(), u"os.name"_s);
         fixture.press(Qt::Key_R, Qt::ControlModifier);
         fixture.press(Qt::Key_Escape);
-        QCOMPARE(fixture.view->inputText(), u"import os"_s);
+        QCOMPARE(fixture.view->inputText(), u"os.name"_s);
         QVERIFY(!search->isVisible() && fixture.view->inputFocused());
     }
 
@@ -188,17 +192,28 @@ private slots:
         QTRY_COMPARE(fixture.find<QPlainTextEdit>("shellOutput")->toPlainText(), u"late"_s);
     }
 
-    void repaintsItsHint()
+    void repaintsChangedTexts()
     {
         ShellInput input;
         input.setFocusPolicy(Qt::NoFocus); // without a caret that blinks
-        input.setHint(u"one"_s);
-        input.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&input));
-        const auto seen = [&] { return input.screen()->grabWindow(input.winId()).toImage(); };
-        const QImage before = seen();
-        input.setHint(u"two"_s);
-        QTRY_VERIFY(seen() != before);
+        ElidedLabel label(Qt::ElideRight);
+        using SetText = std::function<void(const QString &)>;
+        for (const auto &[widget, setText] :
+             {std::pair<QWidget *, SetText>(&input, [&](auto &text) { input.setHint(text); }),
+              {&label, [&](auto &text) { label.setText(text); }}}) {
+            setText(u"one"_s);
+            widget->resize(100, 30);
+            widget->show();
+            QVERIFY(QTest::qWaitForWindowExposed(widget));
+            const auto seen = [&, shown = widget] {
+                return shown->screen()->grabWindow(shown->winId()).toImage();
+            };
+            const QImage before = seen();
+            setText(u"two"_s);
+            QTRY_VERIFY(seen() != before);
+        }
+        input.setText(QString(200, u'x')); // its only row has no room for a scroll bar
+        QVERIFY(!input.horizontalScrollBar()->isVisible());
     }
 
     void stopsWhatRuns()
