@@ -278,14 +278,17 @@ private slots:
         open(u"a.py b.py c.py"_s);
         const QPoint from = m_tabs->tabRect(2).center();
         QTest::mousePress(m_tabs, Qt::LeftButton, {}, from);
-        for (int x = from.x(); x > m_tabs->tabRect(0).left(); x -= 5) {
-            QMouseEvent move(QEvent::MouseMove, QPointF(x, from.y()),
-                             m_tabs->mapToGlobal(QPointF(x, from.y())), Qt::NoButton,
-                             Qt::LeftButton, {});
-            QApplication::sendEvent(m_tabs, &move);
+        int x = from.x();
+        for (const int end : {m_tabs->tabRect(0).left(), m_tabs->tabRect(1).right()}) {
+            for (; std::abs(x - end) > 5; x += x < end ? 5 : -5) {
+                QMouseEvent move(QEvent::MouseMove, QPointF(x, from.y()),
+                                 m_tabs->mapToGlobal(QPointF(x, from.y())), Qt::NoButton,
+                                 Qt::LeftButton, {});
+                QApplication::sendEvent(m_tabs, &move);
+            }
         }
-        QTest::mouseRelease(m_tabs, Qt::LeftButton, {}, m_tabs->tabRect(0).center());
-        QCOMPARE(shown(), u"[c.py] a.py b.py"_s);
+        QTest::mouseRelease(m_tabs, Qt::LeftButton, {}, m_tabs->tabRect(1).center());
+        QCOMPARE(shown(), u"a.py [c.py] b.py"_s);
 
         documents().updateSelectedContent(u"edited"_s);
         const auto closeOthers = [this](int tab) {
@@ -296,15 +299,15 @@ private slots:
             entries->actions().at(1)->trigger();
             delete entries;
         };
-        closeOthers(1); // the question about c.py is canceled
-        QCOMPARE(shown(), u"[c.py*] a.py b.py"_s);
+        closeOthers(0); // the question about c.py is canceled
+        QCOMPARE(shown(), u"a.py [c.py*] b.py"_s);
         // Saving c.py as b.py closes that tab, which is the next one.
         m_fixture->state().localFiles().setLocalWorkingDir(m_fixture->folder.path());
         const QString path = m_fixture->folder.filePath(u"b.py"_s);
         documents().openFiles().last()->moveTo(u"b.py"_s, DocumentPlace::local(path));
         m_fixture->prompts.choice = u"Save"_s;
         m_fixture->prompts.name = u"b.py"_s;
-        closeOthers(1);
+        closeOthers(0);
         QTRY_COMPARE(shown(), u"[a.py]"_s);
         QCOMPARE(bytesOf(path), "edited"_ba);
     }
