@@ -30,7 +30,6 @@ CodeEditorView::CodeEditorView(QWidget *parent)
     setObjectName(QStringLiteral("editor"));
     setFrameShape(QFrame::NoFrame);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFont(codeFont());
     setInputMethodHints(Qt::ImhMultiLine | Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText);
 
