@@ -213,6 +213,8 @@ private slots:
             QTRY_VERIFY(seen() != before);
         }
         input.setText(QString(200, u'x')); // its only row has no room for a scroll bar
+        input.grab();
+        QCoreApplication::processEvents();
         QVERIFY(!input.horizontalScrollBar()->isVisible());
     }
 
