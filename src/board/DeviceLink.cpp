@@ -80,11 +80,8 @@ void DeviceLink::setInFlight(bool isInFlight)
 void DeviceLink::startNextCommand()
 {
     if (m_waiting.empty() || m_deviceCommandInFlight || m_client->deviceProgramRunning()
-        || m_client->isReplyEnding()) {
-        sendInput();
+        || m_client->isReplyEnding())
         return;
-    }
-    // Kept input waits for the command: after a run the board is in the raw REPL until then.
     m_current = m_waiting.front();
     m_waiting.pop_front();
     setInFlight(true);
@@ -232,7 +229,6 @@ Async<DeviceExecution> DeviceLink::executeOnDeviceRaw(QString code,
 {
     auto exchange = std::make_unique<RawReplExchange>(m_serial, m_rawPaste, code, timeout,
                                                       WhenBusy::KeepTrying);
-    exchange->setReadsInput();
     // Uses no member after the wait, so that the lifetime need not be tested.
     co_return co_await execute(std::move(exchange), std::move(stop));
 }
@@ -289,12 +285,10 @@ void DeviceLink::writeInput(const QByteArray &bytes)
     sendInput();
 }
 
-/// Does nothing while the board would take the input for a part of a program, or discard it.
+/// Does nothing during a command of a sequence: the board would take the input for a part of it.
 void DeviceLink::sendInput()
 {
-    const bool isKept = m_deviceCommandInFlight ? !m_current || !m_current->readsInput()
-                                                : m_client->isReplyEnding();
-    if (m_input.isEmpty() || isKept)
+    if (m_input.isEmpty() || (m_current && m_current->isInSequence()))
         return;
     if (m_rawReplTimer.isActive()) {
         m_rawReplTimer.stop();

@@ -112,12 +112,11 @@ public:
     /// the raw REPL for a moment, so that the next command of this kind needs no handshake.
     [[nodiscard]] Async<QString> executeInSequence(QString code,
                                                    std::chrono::duration<double> timeout);
-    /// Writes what the user typed for the program or the prompt of the board, unchanged. While a
-    /// command that reads no input has the link, a program is being sent, the reply of one is
-    /// incomplete, or the board is being reset, it is kept and written afterwards, ahead of the
-    /// commands of a sequence that follow. A board that a sequence has left in the raw REPL is
-    /// first returned to its friendly prompt. Kept input is dropped, with a line in the Shell, when
-    /// the link is taken by force, the board is reset or accepts no data, or the connection ends.
+    /// Writes what the user typed for the program or the prompt of the board, unchanged and at
+    /// once. Only during a command of a sequence it is kept, and written ahead of the next one. A
+    /// board that a sequence has left in the raw REPL is first returned to its friendly prompt.
+    /// Kept input is dropped, with a line in the Shell, when the link is taken by force, the board
+    /// is reset or accepts no data, or the connection ends.
     void writeInput(const QByteArray &bytes);
 
     /// Changes whenever a connection begins or ends: equal numbers mean the same connection.

@@ -48,10 +48,8 @@ public:
     /// The bytes before the banner are output that the user waits for, as with
     /// WhenBusy::Interrupt. To be called before start().
     void setShowsOldOutput() { m_showsOldOutput = true; }
-    /// The program may read what the user types. To be called before start().
-    void setReadsInput() { m_readsInput = true; }
-    /// Whether typed input may be written now: it reaches the program.
-    [[nodiscard]] bool readsInput() const { return m_readsInput && m_phase == Phase::Running; }
+    /// Whether the board is to be left in the raw REPL after the reply.
+    [[nodiscard]] bool isInSequence() const { return m_promptAfterReply == Prompt::Raw; }
     /// True after a reply that left the board in the raw REPL.
     [[nodiscard]] bool isInRawRepl() const { return m_isInRawRepl; }
     [[nodiscard]] bool isStarted() const { return m_isStarted; }
@@ -90,7 +88,6 @@ private:
     double m_timeoutSeconds;
     WhenBusy m_whenBusy;
     bool m_showsOldOutput;
-    bool m_readsInput = false;
     RawReplHandshake m_handshake;
     RawPasteSender m_paste;
     QTimer m_timeoutTimer;
