@@ -120,6 +120,7 @@ private slots:
             field->setEditText(path);
             emit field->lineEdit()->editingFinished();
         };
+        QTRY_VERIFY(field->count() > 0 && field->currentText().isEmpty());
         enter(fixture.folder.path());
         QVERIFY(fixture.find<QLabel>("interpreterProblem")->isVisible());
         QVERIFY(fixture.preferences().isDefault(Preferences::Interpreter));

@@ -12,6 +12,9 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <functional>
+#include <utility>
+
 namespace Korvane {
 
 InterpreterField::InterpreterField(AppState &state, QWidget *parent)
@@ -49,25 +52,43 @@ InterpreterField::InterpreterField(AppState &state, QWidget *parent)
 }
 
 /// The usual interpreters, and virtual environments in the folder that is browsed.
-void InterpreterField::listFound()
+QCoro::Task<void> InterpreterField::listFound()
 {
     const QDir folder(m_state.localFiles().localWorkingDir());
-    QStringList candidates = PythonRunner::defaultInterpreters();
-    candidates << folder.filePath(QStringLiteral(".venv"))
-               << folder.filePath(QStringLiteral("venv"));
-    for (const QString &candidate : std::as_const(candidates)) {
-        if (!PythonRunner::pythonAt(candidate).isEmpty())
-            m_path->addItem(candidate);
+    QList<QStringList> groups;
+    groups << PythonRunner::defaultInterpreters();
+    groups << QStringList{folder.filePath(QStringLiteral(".venv")),
+                          folder.filePath(QStringLiteral("venv"))};
+    // One after the other: the first item is the one that is used automatically.
+    for (const QStringList &candidates : std::as_const(groups)) {
+        const std::function<QStringList()> look = [candidates] {
+            QStringList found = candidates;
+            found.removeIf(
+                [](const QString &path) { return PythonRunner::pythonAt(path).isEmpty(); });
+            return found;
+        };
+        const auto found = co_await m_background.run(look);
+        if (!found)
+            co_return;
+        const QString text = m_path->currentText();
+        m_path->addItems(*found);
+        m_path->setEditText(text); // Qt shows the first item
+        showAutomatic();
     }
 }
 
 void InterpreterField::showChosen()
 {
     m_path->setEditText(m_state.preferences().text(Preferences::Interpreter));
+    showAutomatic();
+    m_problem->hide();
+}
+
+void InterpreterField::showAutomatic()
+{
     m_path->lineEdit()->setPlaceholderText(
         m_path->count() > 0 ? tr("Automatic: %1").arg(m_path->itemText(0))
                             : tr("Path of a Python or of a virtual environment"));
-    m_problem->hide();
 }
 
 void InterpreterField::choose(const QString &path)

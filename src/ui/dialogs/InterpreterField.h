@@ -1,5 +1,8 @@
 #pragma once
 
+#include "base/Background.h"
+
+#include <QCoro/QCoroTask>
 #include <QWidget>
 
 class QComboBox;
@@ -21,14 +24,16 @@ public:
     explicit InterpreterField(AppState &state, QWidget *parent = nullptr);
 
 private:
-    void listFound();
+    QCoro::Task<void> listFound();
     void showChosen();
+    void showAutomatic();
     void choose(const QString &path);
     void browse();
 
     AppState &m_state;
     QComboBox *m_path;
     QLabel *m_problem;
+    Background m_background; // the folder may be on a network that does not answer
 };
 
 } // namespace Korvane
