@@ -94,7 +94,7 @@ Async<LocalFiles::Details> LocalFiles::details(QString path)
         const QFileInfo entry(path);
         if (!entry.exists())
             return std::nullopt;
-        return Details{entry.size(), entry.lastModified()};
+        return Details{entry.size(), entry.lastModified(), entry.isDir()};
     };
     const auto details = co_await m_background.run(read);
     if (!details)

@@ -47,6 +47,7 @@ public:
     {
         qint64 size = 0; // bytes
         QDateTime modified;
+        bool isDirectory = false;
     };
     /// Of the file or folder at \p path. Fails when there is none.
     [[nodiscard]] Async<Details> details(QString path);

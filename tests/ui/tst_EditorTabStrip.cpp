@@ -415,7 +415,7 @@ private slots:
         QCOMPARE(editor->text(), u"1\n"_s); // and not the dropped words
         m_fixture->state().setSidebarTab(AppState::SidebarTab::Device);
         drop({m_fixture->folder.path()}, &m_fixture->window());
-        QCOMPARE(m_fixture->state().localFiles().localWorkingDir(), m_fixture->folder.path());
+        QTRY_COMPARE(m_fixture->state().localFiles().localWorkingDir(), m_fixture->folder.path());
         QCOMPARE(m_fixture->state().sidebarTab(), AppState::SidebarTab::Local);
     }
 };

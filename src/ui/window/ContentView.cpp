@@ -22,7 +22,6 @@
 #include <QAction>
 #include <QApplication>
 #include <QDropEvent>
-#include <QFileInfo>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QMimeData>
@@ -225,10 +224,11 @@ bool ContentView::eventFilter(QObject *watched, QEvent *event)
         || event->type() == QEvent::Drop;
     if (isDrag) {
         auto *drop = static_cast<QDropEvent *>(event);
-        if (!localPaths(*drop->mimeData()).isEmpty()) {
+        const QStringList paths = localPaths(*drop->mimeData());
+        if (!paths.isEmpty()) {
             acceptAsCopy(*drop);
             if (event->type() == QEvent::Drop)
-                openDropped(*drop->mimeData());
+                openLocalPaths(m_state, paths);
             return true;
         }
     }
@@ -304,19 +304,7 @@ void ContentView::dragEnterEvent(QDragEnterEvent *event)
 void ContentView::dropEvent(QDropEvent *event)
 {
     acceptAsCopy(*event);
-    openDropped(*event->mimeData());
-}
-
-void ContentView::openDropped(const QMimeData &dropped)
-{
-    QList<FileArgument> files;
-    for (const QString &path : localPaths(dropped)) {
-        if (QFileInfo(path).isDir())
-            openLocalFolder(m_state, path);
-        else
-            files.append({path});
-    }
-    openLocalFiles(m_state, files);
+    openLocalPaths(m_state, localPaths(*event->mimeData()));
 }
 
 void ContentView::focusPane(int step)

@@ -4,7 +4,6 @@
 #include <QMainWindow>
 
 class QMenu;
-class QMimeData;
 
 namespace Korvane {
 
@@ -48,7 +47,6 @@ protected:
 
 private:
     QCoro::Task<void> closeWhenWritten();
-    void openDropped(const QMimeData &dropped);
     void connectTabs();
     void connectFocus();
     void runPiece();

@@ -33,6 +33,22 @@ QCoro::Task<void> openLocalFiles(AppState &state, QList<FileArgument> files)
     }
 }
 
+QCoro::Task<void> openLocalPaths(AppState &state, QStringList paths)
+{
+    const auto life = state.watch();
+    QList<FileArgument> files;
+    for (const QString &path : std::as_const(paths)) {
+        const auto details = co_await state.localFiles().details(path);
+        if (!life)
+            co_return;
+        if (details && details->isDirectory)
+            openLocalFolder(state, path);
+        else
+            files.append({path});
+    }
+    co_await openLocalFiles(state, files);
+}
+
 void openLocalFolder(AppState &state, const QString &path)
 {
     state.localFiles().setLocalWorkingDir(path);

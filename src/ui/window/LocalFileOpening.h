@@ -5,6 +5,7 @@
 #include <QCoro/QCoroTask>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 namespace Korvane {
 
@@ -16,6 +17,8 @@ class AppState;
 QCoro::Task<bool> openLocalFile(AppState &state, QString path, int line = 0);
 /// One after the other, so that the tabs have the order of \p files.
 QCoro::Task<void> openLocalFiles(AppState &state, QList<FileArgument> files);
+/// Shows the folders among \p paths in the sidebar, and opens the files.
+QCoro::Task<void> openLocalPaths(AppState &state, QStringList paths);
 /// Shows the folder at \p path in the sidebar.
 void openLocalFolder(AppState &state, const QString &path);
 
