@@ -31,13 +31,6 @@ Error notConnected(const QString &purpose)
     return {ErrorCode::NotConnected, u"Connect a device before %1."_s.arg(purpose)};
 }
 
-Error unusable(const QString &name)
-{
-    return refusal(name.isEmpty() ? u"A file or folder needs a name."_s
-                                  : u"“%1” isn't a usable name: a name on the device can't contain "
-                                    "“/”, and can't be “.” or “..”."_s.arg(name));
-}
-
 Error alreadyExists(const QString &name, const QString &folder)
 {
     return refusal(u"“%1” already exists in %2 on the device."_s.arg(name, folder));
@@ -76,6 +69,16 @@ BoardFileActions::BoardFileActions(Parts parts, QObject *parent)
 {
 }
 
+QString BoardFileActions::nameProblem(const QString &name)
+{
+    if (isUsableDeviceName(name))
+        return {};
+    return name.isEmpty()
+        ? u"A file or folder needs a name."_s
+        : u"“%1” isn't a usable name: a name on the device can't contain “/”, and "
+          "can't be “.” or “..”."_s.arg(name);
+}
+
 Async<void> BoardFileActions::createFile(QString folder)
 {
     co_return co_await create(Kind::File, folder);
@@ -102,11 +105,12 @@ Async<void> BoardFileActions::create(Kind kind, QString folder)
     prompt.proposedName = isFile ? freeName(entries, u"untitled"_s, u".py"_s)
                                  : freeName(entries, u"untitled folder"_s, {});
     prompt.confirmTitle = u"Create"_s;
+    prompt.problem = &BoardFileActions::nameProblem;
     const QString name = co_await m_parts.prompts.askName(std::move(prompt));
     if (!life || name.isEmpty())
         co_return Result<void>();
-    if (!isUsableDeviceName(name))
-        co_return unusable(name);
+    if (const QString problem = nameProblem(name); !problem.isEmpty())
+        co_return refusal(problem);
     if (connection != m_parts.link.connectionNumber())
         co_return DeviceError::boardReplaced();
     const QString path = DeviceListing::join(folder, name);
@@ -146,8 +150,8 @@ Async<void> BoardFileActions::rename(DeviceFileNode node, QString name)
         co_return Result<void>();
     if (!m_parts.link.connectionState().isConnected())
         co_return notConnected(u"renaming files on it"_s);
-    if (!isUsableDeviceName(name))
-        co_return unusable(name);
+    if (const QString problem = nameProblem(name); !problem.isEmpty())
+        co_return refusal(problem);
     const auto life = m_life.watch();
     const QString folder = folderOf(node.path);
     const QString target = DeviceListing::join(folder, name);

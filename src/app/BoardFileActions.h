@@ -38,6 +38,8 @@ public:
 
     explicit BoardFileActions(Parts parts, QObject *parent = nullptr);
 
+    /// Why a file or folder on the board cannot be named \p name, for the user; empty when it can.
+    [[nodiscard]] static QString nameProblem(const QString &name);
     /// Asks for a name and creates an empty file in \p folder.
     [[nodiscard]] Async<void> createFile(QString folder);
     [[nodiscard]] Async<void> createFolder(QString folder);

@@ -30,13 +30,6 @@ Error refusal(const QString &message)
     return {ErrorCode::File, message};
 }
 
-Error unusable(const QString &name)
-{
-    return refusal(name.isEmpty() ? u"A file or folder needs a name."_s
-                                  : u"“%1” isn't a usable name: a name can't contain “/” or “:”, "
-                                    "and can't be “.” or “..”."_s.arg(name));
-}
-
 Error alreadyExists(const QString &name, const QString &folder)
 {
     return refusal(u"“%1” already exists in %2."_s.arg(name, displayPath(folder)));
@@ -139,6 +132,15 @@ LocalFileActions::LocalFileActions(Parts parts, QObject *parent)
 {
 }
 
+QString LocalFileActions::nameProblem(const QString &name)
+{
+    if (isUsableFileName(name))
+        return {};
+    return name.isEmpty() ? u"A file or folder needs a name."_s
+                          : u"“%1” isn't a usable name: a name can't contain “/” or “:”, and can't "
+                            "be “.” or “..”."_s.arg(name);
+}
+
 Async<void> LocalFileActions::createFile(QString folder)
 {
     const auto life = m_life.watch();
@@ -147,11 +149,12 @@ Async<void> LocalFileActions::createFile(QString folder)
     prompt.message = u"Create a file in %1."_s.arg(displayPath(folder));
     prompt.proposedName = u"untitled.py"_s;
     prompt.confirmTitle = u"Create"_s;
+    prompt.problem = &LocalFileActions::nameProblem;
     const QString name = co_await m_parts.prompts.askName(std::move(prompt));
     if (!life || name.isEmpty())
         co_return Result<void>();
-    if (!isUsableFileName(name))
-        co_return unusable(name);
+    if (const QString problem = nameProblem(name); !problem.isEmpty())
+        co_return refusal(problem);
     const QString path = QDir(folder).filePath(name);
     const std::function<Result<void>()> create = [path]() -> Result<void> {
         if (kindOf(path) != Kind::Missing)
@@ -177,8 +180,8 @@ Async<void> LocalFileActions::rename(QString path, QString name)
     const QString oldName = entry.fileName();
     if (name == oldName)
         co_return Result<void>();
-    if (!isUsableFileName(name))
-        co_return unusable(name);
+    if (const QString problem = nameProblem(name); !problem.isEmpty())
+        co_return refusal(problem);
     const auto life = m_life.watch();
     const QString folder = entry.absolutePath();
     const QString target = QDir(folder).filePath(name);

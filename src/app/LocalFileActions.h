@@ -33,6 +33,8 @@ public:
 
     explicit LocalFileActions(Parts parts, QObject *parent = nullptr);
 
+    /// Why a file or folder cannot be named \p name, for the user; empty when it can.
+    [[nodiscard]] static QString nameProblem(const QString &name);
     /// Asks for a name and creates an empty file in \p folder.
     [[nodiscard]] Async<void> createFile(QString folder);
     /// Asks before another file is replaced.

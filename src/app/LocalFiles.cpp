@@ -17,6 +17,13 @@ namespace Korvane {
 
 namespace {
 
+/// Empty when the name can be used.
+QString folderNameProblem(const QString &name)
+{
+    return isUsableFileName(name) ? QString()
+                                  : QStringLiteral("“%1” isn't a usable folder name.").arg(name);
+}
+
 /// Blocks.
 Result<QList<FileNode>> readFolder(const QString &path)
 {
@@ -113,11 +120,12 @@ QCoro::Task<void> LocalFiles::createFolder()
     prompt.message = QStringLiteral("Create a folder in %1.").arg(displayPath(folder));
     prompt.proposedName = QStringLiteral("untitled folder");
     prompt.confirmTitle = QStringLiteral("Create");
+    prompt.problem = &folderNameProblem;
     const QString name = co_await m_prompts.askName(std::move(prompt));
     if (!life || name.isEmpty())
         co_return;
-    if (!isUsableFileName(name)) {
-        m_shell.appendError(QStringLiteral("“%1” isn't a usable folder name.").arg(name));
+    if (const QString problem = folderNameProblem(name); !problem.isEmpty()) {
+        m_shell.appendError(problem);
         co_return;
     }
     const QString path = QDir(folder).filePath(name);

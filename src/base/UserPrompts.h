@@ -88,6 +88,9 @@ public:
         QString message;
         QString proposedName;
         QString confirmTitle;
+        /// When set, returns why a name cannot be used, or an empty text when it can. The dialog
+        /// stays open with the reason. Must not use objects that the dialog may outlive.
+        std::function<QString(const QString &name)> problem = {};
     };
 
     virtual ~UserPrompts() = default;

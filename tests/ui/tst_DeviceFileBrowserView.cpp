@@ -14,6 +14,7 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QToolButton>
+#include <QToolTip>
 
 using namespace Korvane;
 using namespace Qt::StringLiterals;
@@ -228,6 +229,10 @@ private slots:
         auto *field = list().findChild<QLineEdit *>(u"renameField"_s);
         QVERIFY(field);
         QCOMPARE(field->selectedText(), u"main"_s);
+        QTest::keyClicks(field, u"a/"_s);
+        QTest::keyClick(field, Qt::Key_Return);
+        QVERIFY(QToolTip::text().contains(u"isn't a usable name"_s));
+        QTest::keyClick(field, Qt::Key_Home, Qt::ShiftModifier);
         QTest::keyClicks(field, u"boot"_s);
         files().refreshDeviceFiles();
         QTRY_VERIFY(isIdle());

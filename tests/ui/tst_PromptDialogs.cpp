@@ -375,6 +375,22 @@ private slots:
         QTEST(m_log.constFirst(), "answer");
     }
 
+    void keepsANameThatCannotBeUsed()
+    {
+        UserPrompts::NamePrompt prompt;
+        prompt.problem = [](const QString &name) { return name == u"a/" ? u"No."_s : QString(); };
+        keep(m_prompts->askName(std::move(prompt)), m_log);
+        auto *dialog = opened<QDialog>();
+        for (const int key : {Qt::Key_A, Qt::Key_Slash, Qt::Key_Return})
+            press(dialog, key);
+        const auto *problem = dialog->findChild<QLabel *>(u"nameProblem"_s);
+        QVERIFY(problem->isVisible() && problem->text() == u"No.");
+        press(dialog, Qt::Key_Backspace);
+        QCOMPARE(problem->text(), QString());
+        press(dialog, Qt::Key_Return);
+        QTRY_COMPARE(m_log, QStringList{u"<a>"_s});
+    }
+
     void asksForPaths()
     {
         QTemporaryDir folder;

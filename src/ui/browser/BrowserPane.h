@@ -95,6 +95,8 @@ protected:
     /// The data of the selected entries for the clipboard and for a drag; null without any.
     [[nodiscard]] virtual std::unique_ptr<QMimeData> dragData() const = 0;
     virtual void nameEdited(const QString &oldName, const QString &newName) = 0;
+    /// Why an entry cannot be named \p name; empty when it can.
+    [[nodiscard]] virtual QString nameProblem(const QString &name) const = 0;
     virtual void paste(const QMimeData &dropped) = 0;
     /// Shows \p page, or the entries when it is null. The focus stays in the pane.
     void showPage(QWidget *page);

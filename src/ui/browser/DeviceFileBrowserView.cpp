@@ -255,6 +255,11 @@ void DeviceFileBrowserView::nameEdited(const QString &oldName, const QString &ne
         report(m_state.boardFileActions().rename(*node, newName));
 }
 
+QString DeviceFileBrowserView::nameProblem(const QString &name) const
+{
+    return BoardFileActions::nameProblem(name);
+}
+
 std::unique_ptr<QMimeData> DeviceFileBrowserView::dragData() const
 {
     QStringList paths;

@@ -274,6 +274,11 @@ void FileBrowserView::nameEdited(const QString &oldName, const QString &newName)
         report(m_state.localFileActions().rename(node->path, newName));
 }
 
+QString FileBrowserView::nameProblem(const QString &name) const
+{
+    return LocalFileActions::nameProblem(name);
+}
+
 std::unique_ptr<QMimeData> FileBrowserView::dragData() const
 {
     QList<QUrl> urls;

@@ -39,6 +39,7 @@ protected:
     void showEvent(QShowEvent *event) override;
     [[nodiscard]] std::unique_ptr<QMimeData> dragData() const override;
     void nameEdited(const QString &oldName, const QString &newName) override;
+    [[nodiscard]] QString nameProblem(const QString &name) const override;
     void paste(const QMimeData &dropped) override;
     [[nodiscard]] QString dropFolder(int row) const override;
     [[nodiscard]] bool isFolder(int row) const override;

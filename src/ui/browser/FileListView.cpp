@@ -26,10 +26,11 @@ namespace Korvane {
 
 FileListView::FileListView(QWidget *parent)
     : QListView(parent)
+    , m_delegate(new FileRowDelegate(this))
     , m_model(new FileListModel(this))
 {
     setModel(m_model);
-    setItemDelegate(new FileRowDelegate(this));
+    setItemDelegate(m_delegate);
     setFrameShape(QFrame::NoFrame);
     setUniformItemSizes(true); // otherwise each of 20,000 entries would be measured
     setEditTriggers(NoEditTriggers);
@@ -187,6 +188,11 @@ void FileListView::cancelEditing()
 {
     if (isEditing())
         closeEditor(indexWidget(currentIndex()), QAbstractItemDelegate::RevertModelCache);
+}
+
+void FileListView::setNameProblem(std::function<QString(const QString &name)> problem)
+{
+    m_delegate->setNameProblem(std::move(problem));
 }
 
 void FileListView::setMakeDragData(std::function<std::unique_ptr<QMimeData>()> make)

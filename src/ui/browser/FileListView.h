@@ -13,6 +13,8 @@ class QMimeData;
 
 namespace Korvane {
 
+class FileRowDelegate;
+
 /// The entries of one folder. Signals report what the user requested by mouse or keyboard; the
 /// owner carries it out.
 class FileListView final : public QListView
@@ -43,6 +45,8 @@ public:
     /// In ascending order.
     [[nodiscard]] QList<int> selectedRows() const;
     [[nodiscard]] FileListModel &entries() const { return *m_model; }
+    /// \p problem returns why an entry cannot have a name, or an empty text when it can.
+    void setNameProblem(std::function<QString(const QString &name)> problem);
     /// \p make returns the data of a drag of the selected rows; null when they can't be dragged.
     void setMakeDragData(std::function<std::unique_ptr<QMimeData>()> make);
     /// A drag that began in this list is in progress.
@@ -89,6 +93,7 @@ private:
     [[nodiscard]] int rowAt(const QString &path, const QString &folder) const;
     [[nodiscard]] QPixmap dragPixmap() const;
 
+    FileRowDelegate *m_delegate;
     FileListModel *m_model;
     QString m_folder;
     QString m_chosenName;

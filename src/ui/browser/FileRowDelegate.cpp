@@ -2,11 +2,16 @@
 
 #include "theme/Theme.h"
 #include "ui/browser/FileListModel.h"
+#include "ui/controls/PlainText.h"
 
 #include <QApplication>
 #include <QFocusEvent>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPainter>
+#include <QToolTip>
+
+#include <utility>
 
 namespace Korvane {
 
@@ -17,6 +22,11 @@ constexpr int gap = 6;
 constexpr int iconSize = 16;
 
 } // namespace
+
+void FileRowDelegate::setNameProblem(std::function<QString(const QString &name)> problem)
+{
+    m_nameProblem = std::move(problem);
+}
 
 void FileRowDelegate::paint(QPainter *painter, const QStyleOptionViewItem &option,
                             const QModelIndex &index) const
@@ -69,6 +79,7 @@ QWidget *FileRowDelegate::createEditor(QWidget *parent, const QStyleOptionViewIt
     auto *editor = new QLineEdit(parent);
     editor->setObjectName(editorName);
     editor->setAccessibleName(tr("New name of %1").arg(index.data(Qt::DisplayRole).toString()));
+    connect(editor, &QLineEdit::textEdited, editor, [] { QToolTip::hideText(); });
     return editor;
 }
 
@@ -95,7 +106,27 @@ bool FileRowDelegate::eventFilter(QObject *watched, QEvent *event)
     if (event->type() == QEvent::FocusOut
         && static_cast<QFocusEvent *>(event)->reason() == Qt::ActiveWindowFocusReason)
         return false;
+    if (event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        const bool isEntered = key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Tab
+            || key == Qt::Key_Backtab;
+        if (isEntered && refuses(*static_cast<QLineEdit *>(watched)))
+            return true;
+    }
     return QStyledItemDelegate::eventFilter(watched, event);
+}
+
+/// Shows why the name in \p field cannot be used; false when it can, or was not changed.
+bool FileRowDelegate::refuses(QLineEdit &field) const
+{
+    const QString reason =
+        m_nameProblem && field.isModified() ? m_nameProblem(field.text()) : QString();
+    field.setAccessibleDescription(reason);
+    if (reason.isEmpty())
+        return false;
+    QToolTip::showText(field.mapToGlobal(QPoint(0, field.height() / 2)), PlainText::toolTip(reason),
+                       &field);
+    return true;
 }
 
 QSize FileRowDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &) const

@@ -1,20 +1,17 @@
 #include "ui/dialogs/PromptDialogs.h"
 
-#include "ui/controls/WrappedLabel.h"
 #include "ui/dialogs/ChecklistDialog.h"
 #include "ui/dialogs/InputGuard.h"
+#include "ui/dialogs/NameDialog.h"
 #include "ui/dialogs/QuestionDialog.h"
 
 #include <QCheckBox>
 #include <QCoreApplication>
-#include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QHeaderView>
-#include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
 #include <QTreeView>
-#include <QVBoxLayout>
 
 #include <algorithm>
 #include <functional>
@@ -292,29 +289,8 @@ QCoro::Task<QString> PromptDialogs::askName(NamePrompt prompt)
     const std::unique_ptr<Turn> turn = co_await takeTurn(Asker::User, std::stop_token());
     if (!turn)
         co_return QString();
-    auto *dialog = new QDialog(m_window);
-    dialog->setWindowTitle(prompt.title);
-    auto *label = new WrappedLabel(prompt.message);
-    auto *field = new QLineEdit(prompt.proposedName);
-    field->setObjectName(QStringLiteral("nameField"));
-    field->setPlaceholderText(prompt.proposedName);
-    field->setMinimumSize(260, 24);
-    field->setAccessibleName(prompt.title);
-    field->selectAll();
-    label->setBuddy(field);
-    auto *buttons = new QDialogButtonBox;
-    QPushButton *confirm = buttons->addButton(prompt.confirmTitle, QDialogButtonBox::AcceptRole);
-    QPushButton *cancel = buttons->addButton(tr("Cancel"), QDialogButtonBox::RejectRole);
-    cancel->setAutoDefault(false);
-    confirm->setDefault(true);
-    auto *layout = new QVBoxLayout(dialog);
-    layout->addWidget(label);
-    layout->addWidget(field);
-    layout->addWidget(buttons);
-    QObject::connect(buttons, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
-    QObject::connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
-    field->setFocus();
-    const std::function<QString()> answer = [field] { return field->text().trimmed(); };
+    auto *dialog = new NameDialog(prompt, m_window);
+    const std::function<QString()> answer = [dialog] { return dialog->name(); };
     co_return co_await ask(dialog, answer);
 }
 
