@@ -75,7 +75,6 @@ void FindBar::makeReplaceRow()
     m_replacement->setMinimumWidth(narrowestField);
     m_replacement->setMaximumWidth(widestField);
     QToolButton *one = makeButton(tr("Replace"), tr("Replace and find the next (Return)"));
-    one->setObjectName(QStringLiteral("replaceOne"));
     QToolButton *all = makeButton(tr("All"), tr("Replace all"));
     all->setObjectName(QStringLiteral("replaceAll"));
     auto *row = new QHBoxLayout(m_replaceRow);

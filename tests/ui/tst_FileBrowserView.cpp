@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMimeData>
+#include <QScreen>
 #include <QScrollBar>
 #include <QSignalSpy>
 
@@ -90,6 +91,17 @@ private slots:
             symbols << FileListModel::symbol(row);
         QCOMPARE(symbols.join(u' '),
                  u"folder doc.text doc.text doc.plaintext doc.badge.ellipsis"_s);
+        // The chosen row shows whether the list has the focus.
+        choose(u"A"_s);
+        m_fixture->find<QWidget>("editor")->setFocus();
+        const QRect place(list().mapTo(list().window(), QPoint()), list().size());
+        const auto seen = [&] {
+            return list().screen()->grabWindow(list().window()->winId()).copy(place).toImage();
+        };
+        QCoreApplication::processEvents();
+        const QImage before = seen();
+        list().setFocus();
+        QTRY_VERIFY(seen() != before);
         const auto *label = m_view->findChild<ElidedLabel *>();
         QCOMPARE(label->text(), QFileInfo(m_home->path()).fileName());
         QCOMPARE(label->toolTip(), m_home->path());

@@ -35,6 +35,8 @@ private slots:
         {
             KorvaneApp program;
             program.show();
+            for (const REPLLine &line : program.state().shell().replLines())
+                QVERIFY(!line.text.contains(u"python3"_s)); // which is installed
             program.window().resize(900, 700);
             program.state().documents().updateSelectedContent(u"unsaved"_s);
             QTRY_VERIFY(QFile::exists(m_home.filePath(u"korvane/window.ini"_s)));
