@@ -194,8 +194,6 @@ private slots:
         row("delete a folder", u"remove /lib"_s, {},
             u"Delete “lib” from the device? | Removes the directory /lib with 2 files (23 bytes)"_s,
             {}, u"/a.py /b.py"_s);
-        row("delete several, declined", u"remove /lib /a.py"_s, u"no"_s,
-            u"Delete 2 items from the device? | Removes “lib”, “a.py” with 3 files"_s, {}, all);
         row("send", u"send n.py sub /lib"_s, {}, {}, u"↑ Copied 2 files to /lib."_s,
             u"/lib/ /lib/deep/ /lib/deep/c.py /lib/sub/ /lib/sub/a.py /lib/a.py /lib/n.py /a.py "
             "/b.py"_s);

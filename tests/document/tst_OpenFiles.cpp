@@ -105,38 +105,30 @@ private slots:
 
     void movesBreakpointsWithTheirLines()
     {
-        struct Edit
-        {
-            int line;       // at whose start the caret is put
-            int characters; // selected from there, and replaced by
-            QString text;
-            QSet<int> after; // where the breakpoints of 2 and 4 are then
-        };
-        const QList<Edit> edits{
-            {1, 0, u"above\n"_s, {3, 5}},
-            {2, 0, u"\n"_s, {3, 5}},
-            {2, 0, u"in the marked line"_s, {2, 4}},
-            {5, 0, u"\n"_s, {2, 4}},
-            {3, 3, {}, {2, 3}},
-            {2, 3, {}, {3}}, // the marked line itself
-            {1, 15, {}, {}},
-            {1, 12, u"1\n2\n3\n4\n"_s, {2, 4}}, // by as many
-        };
-        for (const Edit &edit : edits) {
+        // So many characters from the start of the line on are replaced.
+        for (const auto &[line, characters, text, after] :
+             {std::tuple(1, 0, u"above\n"_s, QSet<int>{3, 5}),
+              {2, 0, u"\n"_s, {3, 5}},
+              {2, 0, u"in the marked line"_s, {2, 4}},
+              {5, 0, u"\n"_s, {2, 4}},
+              {3, 3, {}, {2, 3}},
+              {2, 3, {}, {3}}, // the marked line itself
+              {1, 15, {}, {}},
+              {1, 12, u"1\n2\n3\n4\n"_s, {2, 4}}}) { // by as many
             EditorFile file(u"f.py"_s, {}, DocumentText::fromFile(u"l1\nl2\nl3\nl4\nl5\n"_s));
             for (const int marked : {2, 4})
                 file.toggleBreakpoint(marked);
-            QTextCursor caret(file.storage().findBlockByNumber(edit.line - 1));
-            caret.setPosition(caret.position() + edit.characters, QTextCursor::KeepAnchor);
-            caret.insertText(edit.text);
-            QCOMPARE(file.breakpoints(), edit.after);
+            QTextCursor caret(file.storage().findBlockByNumber(line - 1));
+            caret.setPosition(caret.position() + characters, QTextCursor::KeepAnchor);
+            caret.insertText(text);
+            QCOMPARE(file.breakpoints(), after);
             QTextCursor(&file.storage()).insertText(u"\n"_s);
             file.storage().undo();
-            QCOMPARE(file.breakpoints(), edit.after);
+            QCOMPARE(file.breakpoints(), after);
             file.storage().undo();
             QCOMPARE(file.breakpoints(), (QSet<int>{2, 4}));
             file.storage().redo();
-            QCOMPARE(file.breakpoints(), edit.after);
+            QCOMPARE(file.breakpoints(), after);
         }
     }
 

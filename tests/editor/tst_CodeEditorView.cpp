@@ -115,31 +115,18 @@ private slots:
         fixture.file.toggleBreakpoint(2);
         fixture.file.toggleBreakpoint(3);
         using Lines = QSet<int>;
-        struct Case
-        {
-            int caret;
-            Qt::Key key;
-            Qt::KeyboardModifiers modifiers;
-            QString after;
-            Lines breakpoints;
-        };
-        const std::vector<Case> cases{
-            {5, Qt::Key_Return, {}, u"if a:\n    \n    (b)\nc\nd"_s, {3, 4}},
-            {12, Qt::Key_Backspace, {}, u"if a:  \n(b)\nc\nd"_s, {2, 3}},
-            {14, Qt::Key_Backtab, Qt::ShiftModifier, u"if a:  \n(b)\nc\nd"_s, {2, 3}},
-            {16,
-             Qt::Key_BracketRight,
-             Qt::ControlModifier,
-             u"if a:  \n    (b)\n    c\nd"_s,
-             {2, 3}},
-            {0, Qt::Key_Down, Qt::AltModifier, u"    (b)\nif a:  \nc\nd"_s, {1, 3}},
-            {18, Qt::Key_Up, Qt::AltModifier, u"if a:  \n    (b)\nd\nc"_s, {2, 4}},
-        };
-        for (const Case &row : cases) {
-            fixture.putCaret(row.caret);
-            fixture.press(row.key, row.modifiers);
-            QCOMPARE(fixture.editor.text(), row.after);
-            QCOMPARE(fixture.file.breakpoints(), row.breakpoints);
+        for (const auto &[caret, keys, after, breakpoints] :
+             {std::tuple(5, QKeyCombination(Qt::Key_Return), u"if a:\n    \n    (b)\nc\nd"_s,
+                         Lines{3, 4}),
+              {12, Qt::Key_Backspace, u"if a:  \n(b)\nc\nd"_s, {2, 3}},
+              {14, Qt::SHIFT | Qt::Key_Backtab, u"if a:  \n(b)\nc\nd"_s, {2, 3}},
+              {16, Qt::CTRL | Qt::Key_BracketRight, u"if a:  \n    (b)\n    c\nd"_s, {2, 3}},
+              {0, Qt::ALT | Qt::Key_Down, u"    (b)\nif a:  \nc\nd"_s, {1, 3}},
+              {18, Qt::ALT | Qt::Key_Up, u"if a:  \n    (b)\nd\nc"_s, {2, 4}}}) {
+            fixture.putCaret(caret);
+            fixture.press(keys.key(), keys.keyboardModifiers());
+            QCOMPARE(fixture.editor.text(), after);
+            QCOMPARE(fixture.file.breakpoints(), breakpoints);
             fixture.press(Qt::Key_Z, Qt::ControlModifier);
             QCOMPARE(fixture.editor.text(), before);
             QCOMPARE(fixture.file.breakpoints(), (Lines{2, 3}));

@@ -63,10 +63,8 @@ test('a client that leaves takes its question back', async () => {
         await client.ping();
 });
 
-test('a line of megabytes and arguments that are refused', async () => {
+test('a line of megabytes', async () => {
     assert.match(await ask('open_in_editor', { name: 'long.py', content: 'A'.repeat(4e6) }), /^Opened long\.py/);
-    assert.match(await ask('run_code', { code: '1', timeout: -1 }), /^! The timeout must be/);
-    assert.match(await ask('run_code', { code: 'print(1)\x04' }), /^! .*control character/i);
 });
 
 test('the program ends while a question is open', async () => {

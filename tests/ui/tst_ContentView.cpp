@@ -299,9 +299,6 @@ private slots:
         board.vanish();
         menu->actions().last()->trigger();
         QCOMPARE(entries(*menu), u"No serial ports found|-|Try Without a Board|Refresh ports"_s);
-        board.plugIn();
-        menu->actions().last()->trigger();
-        QCOMPARE(entries(*menu), board.port() + u"|-|Try Without a Board|Refresh ports"_s);
     }
 
     void connectsAndDisconnects()

@@ -119,7 +119,8 @@ private slots:
             if (ask.startsWith(u"Ctrl+"))
                 fixture.press(Qt::Key_Y, QKeySequence(ask)[0].keyboardModifiers());
             else if (ask.contains(u'.'))
-                fixture.click(qPrintable(ask));
+                fixture.find<QToolButton>(qPrintable(ask))->setFocus(),
+                    fixture.press(Qt::Key_Space);
             else
                 fixture.command(ask)->trigger();
         };
@@ -130,24 +131,15 @@ private slots:
         asked();
         QTRY_COMPARE(fixture.board.received(), bytes);
         QCOMPARE(fixture.bar(), bytes == "q\n" ? QString() : running);
-        if (bytes == "q\n")
+        if (bytes == "q\n") {
+            QVERIFY(fixture.find<QWidget>("editor")->hasFocus());
             return;
+        }
         fixture.board.forget();
         asked();
         fixture.board.send(pauseAt(3));
         QTRY_COMPARE(fixture.bar(), u"Paused at line 3 | locals are in the Variables tab"_s);
         QCOMPARE(fixture.board.received(), QByteArray());
-    }
-
-    void stopsByKeyboardAndGivesTheFocusBack()
-    {
-        DebugBarFixture fixture;
-        fixture.debugToPause();
-        fixture.find<QToolButton>("stop.fill")->setFocus();
-        fixture.press(Qt::Key_Space);
-        QCOMPARE(fixture.bar(), QString());
-        QVERIFY(fixture.find<QWidget>("editor")->hasFocus());
-        QTRY_COMPARE(fixture.board.received(), "q\n"_ba);
     }
 
     void marksLines()
@@ -156,13 +148,10 @@ private slots:
         OpenFiles &documents = fixture.state().documents();
         documents.updateSelectedContent(u"x = 1\nx = 2\n"_s);
         auto *gutter = fixture.find<LineNumberRulerView>("gutter");
-        const QImage unmarked = gutter->grab().toImage();
         QTest::mouseClick(gutter, Qt::LeftButton, {}, QPoint(10, 10));
         QCOMPARE(documents.selectedFile()->breakpoints(), QSet<int>{1});
-        QVERIFY(gutter->grab().toImage() != unmarked);
         fixture.command(u"C&lear Breakpoints in This File"_s)->trigger();
         QVERIFY(documents.selectedFile()->breakpoints().isEmpty());
-        QCOMPARE(gutter->grab().toImage(), unmarked);
     }
 };
 

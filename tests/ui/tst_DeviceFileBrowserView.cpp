@@ -131,7 +131,6 @@ private slots:
         connectBoard();
         QCOMPARE(seen.join(u';'), u"Loading files…"_s);
         QCOMPARE(shown(), u"lib, folder|%1 %2.bin, 1.5 KB|large.hex, 3072.0 KB|main.py, 1023 B"_s);
-        QCOMPARE(row(3).data(FileListModel::SizeTextRole).toString(), u"1023 B"_s);
         const QRect end =
             list().visualRect(row(3)).adjusted(list().viewport()->width() - 60, 0, 0, 0);
         const QImage drawn = list().viewport()->grab(end).toImage();
@@ -142,7 +141,6 @@ private slots:
         for (const auto &row : static_cast<FileListModel *>(list().model())->rows())
             symbols << FileListModel::symbol(row);
         QCOMPARE(symbols.join(u' '), u"folder doc.zipper doc.zipper doc.plaintext"_s);
-        QCOMPARE(list().accessibleName(), u"Device files"_s);
         QVERIFY(list().isVisible());
 
         files().setDeviceWorkingDir(u"/lib/deep"_s);

@@ -132,13 +132,10 @@ private slots:
         m_fixture->press(Qt::Key_U, Qt::ControlModifier);
         QCOMPARE(m_fixture->lines().last(),
                  u"error: Connect a device before sending "_s + oneLine + u'.');
-        const auto accessibleName = [](QAccessibleInterface *object) {
-            return object->text(QAccessible::Name);
-        };
         QCOMPARE(m_tabs->tabText(1), oneLine);
-        QCOMPARE(accessibleName(QAccessible::queryAccessibleInterface(m_tabs)->child(1)), oneLine);
-        QCOMPARE(accessibleName(QAccessible::queryAccessibleInterface(
-                     m_fixture->find<CodeEditorView>("editor"))),
+        const auto *strip = QAccessible::queryAccessibleInterface(m_tabs);
+        QCOMPARE(strip->child(1)->text(QAccessible::Name), oneLine);
+        QCOMPARE(m_fixture->find<CodeEditorView>("editor")->accessibleName(),
                  u"Editor "_s + oneLine);
     }
 

@@ -77,19 +77,16 @@ private slots:
 
         const QPalette &palette = theme.palette();
         QCOMPARE(palette.color(QPalette::PlaceholderText), theme.color(Role::SecondaryLabel));
-        using Pair = std::pair<QPalette::ColorRole, QPalette::ColorRole>;
-        const QList<Pair> pairs{
-            {QPalette::WindowText, QPalette::Window},
-            {QPalette::Text, QPalette::Base},
-            {QPalette::ButtonText, QPalette::Button},
-            {QPalette::HighlightedText, QPalette::Highlight},
-            {QPalette::ToolTipText, QPalette::ToolTipBase},
-            {QPalette::PlaceholderText, QPalette::Base},
-            {QPalette::PlaceholderText, QPalette::Window},
-            {QPalette::Link, QPalette::Base},
-        };
         for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
-            for (const auto &[text, background] : pairs)
+            for (const auto &[text, background] :
+                 {std::pair(QPalette::WindowText, QPalette::Window),
+                  {QPalette::Text, QPalette::Base},
+                  {QPalette::ButtonText, QPalette::Button},
+                  {QPalette::HighlightedText, QPalette::Highlight},
+                  {QPalette::ToolTipText, QPalette::ToolTipBase},
+                  {QPalette::PlaceholderText, QPalette::Base},
+                  {QPalette::PlaceholderText, QPalette::Window},
+                  {QPalette::Link, QPalette::Base}})
                 check(u"palette %1 on %2"_s.arg(text).arg(background), palette.color(group, text),
                       palette.color(group, background));
         }
