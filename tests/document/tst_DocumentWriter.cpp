@@ -80,21 +80,14 @@ private slots:
 
     void asksBeforeAChangedFileIsReplaced()
     {
-        struct Case
-        {
-            QByteArray held; // null: no file
-            QString choice;  // null: nothing is asked
-            QString outcome;
-        };
-        const QList<Case> cases{
-            {"v0", {}, u"written"_s}, // as it was left
-            {"v1", {}, u"written"_s}, // as it will be
-            {{}, {}, u"written"_s},
-            {"theirs", u"Replace"_s, u"written"_s},
-            {"theirs", u"Save As…"_s, u"save as"_s},
-            {"theirs", u"Cancel"_s, u"Save cancelled — /home/me/f.py is unchanged."_s},
-        };
-        for (const auto &[held, choice, outcome] : cases) {
+        // Without bytes there is no file, and without a choice nothing is asked.
+        for (const auto &[held, choice, outcome] :
+             {std::tuple("v0"_ba, QString(), u"written"_s), // as it was left
+              {"v1", {}, u"written"_s},                     // as it will be
+              {{}, {}, u"written"_s},
+              {"theirs", u"Replace"_s, u"written"_s},
+              {"theirs", u"Save As…"_s, u"save as"_s},
+              {"theirs", u"Cancel"_s, u"Save cancelled — /home/me/f.py is unchanged."_s}}) {
             WriterFixture fixture;
             if (!held.isNull())
                 fixture.store.held = held;

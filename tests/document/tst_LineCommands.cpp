@@ -93,38 +93,31 @@ private slots:
     void editsLines()
     {
         using Command = std::optional<TextEdit> (LineCommands::*)() const;
-        struct Case
-        {
-            Command command;
-            QString before;
-            QString after;
-        };
-        const std::vector<Case> cases{
-            {&LineCommands::indent, u"a\n^b\n\n  c|\nd"_s, u"a\n^    b\n\n      c|\nd"_s},
-            {&LineCommands::indent, u"a|"_s, u"    a|"_s},
-            {&LineCommands::unindent, u"|      a\n b\nc\n^d"_s, u"|    a\nb\nc\n^d"_s},
-            {&LineCommands::unindent, u"a|"_s, u"nothing"_s},
-            {&LineCommands::toggleComment, u"  ^if x:\n\n      y|"_s,
-             u"  ^# if x:\n\n  #     y|"_s},
-            {&LineCommands::toggleComment, u"  # ^if x:\n\n  #y|"_s, u"  ^if x:\n\n  y|"_s},
-            {&LineCommands::toggleComment, u"^# a\nb|"_s, u"^# # a\n# b|"_s},
-            {&LineCommands::toggleComment, u"  |\n"_s, u"  # |\n"_s},
-            {&LineCommands::moveUp, u"a\n^b\nc\n|d"_s, u"^b\nc\n|a\nd"_s},
-            {&LineCommands::moveUp, u"a|\nb"_s, u"nothing"_s},
-            {&LineCommands::moveDown, u"^a\n|b"_s, u"b\n^a|"_s},
-            {&LineCommands::moveDown, u"a|b\n\n"_s, u"\na|b\n"_s},
-            {&LineCommands::duplicate, u"a\n|b"_s, u"a\nb\n|b"_s},
-            {&LineCommands::remove, u"abc|\nd\ne"_s, u"d|\ne"_s},
-            {&LineCommands::remove, u"ab\nc^d\nef|"_s, u"ab|"_s},
-            {&LineCommands::remove, u"ab|"_s, u"|"_s},
-            {&LineCommands::join, u"x = ^(1, \n    2,\n3)|\ny"_s, u"x = (1, 2,| 3)\ny"_s},
-            {&LineCommands::join, u"|a\n\nb"_s, u"a|\nb"_s},
-            {&LineCommands::join, u"a|"_s, u"nothing"_s},
-        };
-        for (const Case &row : cases) {
-            const Marked before(row.before);
+        for (const auto &[command, marked, after] :
+             {std::tuple{Command(&LineCommands::indent), u"a\n^b\n\n  c|\nd"_s,
+                         u"a\n^    b\n\n      c|\nd"_s},
+              {&LineCommands::indent, u"a|"_s, u"    a|"_s},
+              {&LineCommands::unindent, u"|      a\n b\nc\n^d"_s, u"|    a\nb\nc\n^d"_s},
+              {&LineCommands::unindent, u"a|"_s, u"nothing"_s},
+              {&LineCommands::toggleComment, u"  ^if x:\n\n      y|"_s,
+               u"  ^# if x:\n\n  #     y|"_s},
+              {&LineCommands::toggleComment, u"  # ^if x:\n\n  #y|"_s, u"  ^if x:\n\n  y|"_s},
+              {&LineCommands::toggleComment, u"^# a\nb|"_s, u"^# # a\n# b|"_s},
+              {&LineCommands::toggleComment, u"  |\n"_s, u"  # |\n"_s},
+              {&LineCommands::moveUp, u"a\n^b\nc\n|d"_s, u"^b\nc\n|a\nd"_s},
+              {&LineCommands::moveUp, u"a|\nb"_s, u"nothing"_s},
+              {&LineCommands::moveDown, u"^a\n|b"_s, u"b\n^a|"_s},
+              {&LineCommands::moveDown, u"a|b\n\n"_s, u"\na|b\n"_s},
+              {&LineCommands::duplicate, u"a\n|b"_s, u"a\nb\n|b"_s},
+              {&LineCommands::remove, u"abc|\nd\ne"_s, u"d|\ne"_s},
+              {&LineCommands::remove, u"ab\nc^d\nef|"_s, u"ab|"_s},
+              {&LineCommands::remove, u"ab|"_s, u"|"_s},
+              {&LineCommands::join, u"x = ^(1, \n    2,\n3)|\ny"_s, u"x = (1, 2,| 3)\ny"_s},
+              {&LineCommands::join, u"|a\n\nb"_s, u"a|\nb"_s},
+              {&LineCommands::join, u"a|"_s, u"nothing"_s}}) {
+            const Marked before(marked);
             const LineCommands commands(before.text, before.selection);
-            QCOMPARE(before.after((commands.*row.command)()), row.after);
+            QCOMPARE(before.after((commands.*command)()), after);
         }
     }
 

@@ -24,32 +24,22 @@ private:
 private slots:
     void findsPlaces()
     {
-        struct Case
-        {
-            QString text;
-            QString query;
-            std::vector<int> places;
-            std::vector<int> withCase;
-            std::vector<int> wholeWords;
-        };
-        const std::vector<Case> cases{
-            {u"abc"_s, {}, {}, {}, {}},
-            {u"Aa aA"_s, u"aa"_s, {0, 3}, {}, {0, 3}},
-            {u"aaaaa"_s, u"aa"_s, {0, 2}, {0, 2}, {}}, // none over another
-            {u"in int_in in"_s, u"in"_s, {0, 3, 7, 10}, {0, 3, 7, 10}, {0, 10}},
-            {u"f(x)(y"_s, u"("_s, {1, 4}, {1, 4}, {1, 4}},
-            {u"ÉTÉ été\nétés"_s, u"été"_s, {0, 4, 8}, {4, 8}, {0, 4}},
-        };
-        for (const Case &row : cases) {
-            QCOMPARE(places({row.query, false, false}, row.text), row.places);
-            QCOMPARE(places({row.query, true, false}, row.text), row.withCase);
-            QCOMPARE(places({row.query, false, true}, row.text), row.wholeWords);
+        using Places = std::vector<int>;
+        for (const auto &[text, query, found, withCase, wholeWords] :
+             {std::tuple(u"abc"_s, QString(), Places{}, Places{}, Places{}),
+              {u"Aa aA"_s, u"aa"_s, {0, 3}, {}, {0, 3}},
+              {u"aaaaa"_s, u"aa"_s, {0, 2}, {0, 2}, {}}, // none over another
+              {u"in int_in in"_s, u"in"_s, {0, 3, 7, 10}, {0, 3, 7, 10}, {0, 10}},
+              {u"f(x)(y"_s, u"("_s, {1, 4}, {1, 4}, {1, 4}},
+              {u"ÉTÉ été\nétés"_s, u"été"_s, {0, 4, 8}, {4, 8}, {0, 4}}}) {
+            QCOMPARE(places({query, false, false}, text), found);
+            QCOMPARE(places({query, true, false}, text), withCase);
+            QCOMPARE(places({query, false, true}, text), wholeWords);
         }
         const TextSearch lines{u"^a.*$"_s, true, false, true};
-        QCOMPARE(places(lines, u"ab\nba\na\nA"_s), (std::vector<int>{0, 6}));
-        QCOMPARE(places({u"x*"_s, false, false, true}, u"axxb"_s), std::vector<int>{1});
-        QCOMPARE(places({u"\\w(?P<n>n)"_s, false, true, true}, u"in int an"_s),
-                 (std::vector<int>{0, 7}));
+        QCOMPARE(places(lines, u"ab\nba\na\nA"_s), (Places{0, 6}));
+        QCOMPARE(places({u"x*"_s, false, false, true}, u"axxb"_s), Places{1});
+        QCOMPARE(places({u"\\w(?P<n>n)"_s, false, true, true}, u"in int an"_s), (Places{0, 7}));
     }
 
     void replacesMatches()
