@@ -115,12 +115,15 @@ QCoro::Task<void> FileBrowserView::load()
         m_mustLoad = true;
         co_return;
     }
-    m_nodes = nodes ? *std::move(nodes) : QList<FileNode>();
-    showNodes(folder);
     if (!nodes) {
+        m_nodes.clear();
+        showNodes(folder);
         m_errorPage->setTexts(tr("The folder can’t be read"), nodes.error().message);
         showPage(m_errorPage);
+        co_return;
     }
+    m_nodes = *std::move(nodes);
+    showNodes(folder);
 }
 
 void FileBrowserView::showNodes(const QString &folder)
