@@ -103,11 +103,11 @@ void PreferencesDialog::addEditorSection()
            PreferenceControls::makeFontFamily(preferences, Preferences::EditorFont),
            tr("the desktop’s"));
     addNumber(tr("Editor font size"), Preferences::EditorFontSize, tr(" px"));
-    addNumber(tr("Indent width"), Preferences::IndentWidth, tr(" blanks"));
+    addNumber(tr("Indent width"), Preferences::IndentWidth, tr(" spaces"));
     addRow(tr("Mark behind column"), Preferences::LineLengthMark,
            PreferenceControls::makeNumber(preferences, Preferences::LineLengthMark, {}, tr("None")),
            tr("none"), tr("A line in the editor shows how long lines may become."));
-    addFlag(tr("Show blanks and tabs as signs"), Preferences::ShowBlanks);
+    addFlag(tr("Show spaces and tabs as symbols"), Preferences::ShowBlanks);
 }
 
 void PreferencesDialog::addShellSection()
