@@ -179,8 +179,8 @@ QCoro::Task<bool> DocumentSaver::mayClose()
         if (!m_parts.documents.file(id))
             continue;
         m_parts.documents.select(id);
-        const bool mayGo = co_await saveOrDiscard(id);
-        if (!life || !mayGo)
+        const bool mayClose = co_await saveOrDiscard(id);
+        if (!life || !mayClose)
             co_return false;
     }
     co_return true;

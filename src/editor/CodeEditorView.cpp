@@ -33,8 +33,8 @@ CodeEditorView::CodeEditorView(QWidget *parent)
     setFont(codeFont());
     setInputMethodHints(Qt::ImhMultiLine | Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText);
 
-    m_besideBar = new QWidget;
-    addScrollBarWidget(m_besideBar, Qt::AlignTop);
+    m_scrollBarSpacer = new QWidget;
+    addScrollBarWidget(m_scrollBarSpacer, Qt::AlignTop);
     m_ruler = new LineNumberRulerView(*this);
     m_ruler->onToggleBreakpoint = [this](int line) { emit breakpointToggleRequested(line); };
     m_commands = new EditorCommands(*this, *new EditorSearch(*this));
@@ -286,7 +286,7 @@ void CodeEditorView::layOut()
     const QRect area = viewport()->geometry();
     m_ruler->setGeometry(area.left() - thickness, area.top(), thickness, area.height());
     // The bar has the whole width, and the scroll bar begins below it.
-    m_besideBar->setFixedHeight(barHeight);
+    m_scrollBarSpacer->setFixedHeight(barHeight);
     if (m_bar) {
         m_bar->setGeometry(0, area.top() - barHeight, width(), barHeight);
         m_bar->raise();

@@ -118,7 +118,7 @@ private:
     EditorFile *m_noFile;
     EditorFile *m_file = nullptr;
     PythonTextStorage *m_storage = nullptr; // of m_file
-    QWidget *m_besideBar = nullptr;         // spacer above the scroll bar, as high as m_bar
+    QWidget *m_scrollBarSpacer = nullptr;   // spacer above the scroll bar, as high as m_bar
     LineNumberRulerView *m_ruler = nullptr;
     EditorCommands *m_commands;
     EditorMarks *m_marks = nullptr;

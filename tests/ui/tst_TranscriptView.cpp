@@ -56,7 +56,7 @@ private slots:
     {
         Pane pane;
         QStringList asked;
-        connect(pane.view.get(), &TranscriptView::sourceAsked, pane.view.get(),
+        connect(pane.view.get(), &TranscriptView::sourceRequested, pane.view.get(),
                 [&asked](const QString &file, int line, int run) {
                     asked << u"%1 %2 %3"_s.arg(file).arg(line).arg(run);
                 });

@@ -60,7 +60,7 @@ void FileListView::showRows(QList<FileListModel::Row> rows, const QString &folde
     m_isShowing = true; // one signal at the end is enough
     m_dropRow = -1;
     m_model->setRows(std::move(rows));
-    const int awaited = rowAt(m_awaited, folder);
+    const int awaited = rowAt(m_pathToSelect, folder);
     const int row = awaited >= 0 ? awaited : rowToChoose(folder);
     m_folder = folder;
     doItemsLayout(); // now, so that the range to scroll in is the new one
@@ -79,7 +79,7 @@ void FileListView::showRows(QList<FileListModel::Row> rows, const QString &folde
     if (awaited < 0 && (isSameFolder || row < 0))
         verticalScrollBar()->setValue(scrolledTo);
     if (awaited >= 0)
-        m_awaited.clear();
+        m_pathToSelect.clear();
     m_isShowing = false;
     emit selectedRowsChanged();
 }
@@ -91,7 +91,7 @@ void FileListView::chooseEntry(const QString &path)
     if (row >= 0 && !isEditing())
         setCurrentIndex(m_model->index(row));
     else
-        m_awaited = path;
+        m_pathToSelect = path;
 }
 
 /// -1 when \p path is not an entry of \p folder.

@@ -99,7 +99,7 @@ private:
     QString m_chosenName;
     int m_chosenRow = -1;
     /// The path given to chooseEntry that is not shown yet.
-    QString m_awaited;
+    QString m_pathToSelect;
     std::function<std::unique_ptr<QMimeData>()> m_makeDragData;
     int m_dropRow = -1;
     bool m_isShowing = false;

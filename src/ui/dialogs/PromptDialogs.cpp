@@ -50,34 +50,34 @@ QFileDialog *makeFileDialog(QWidget *window, const QString &title, const QString
 
 /// The place of one question in the queue, held by its coroutine. The destructor removes the place,
 /// and the next question is opened.
-class PromptDialogs::Turn final
+class PromptDialogs::QueuePlace final
 {
 public:
-    Turn(PromptDialogs &prompts, std::list<Waiting>::iterator place)
+    QueuePlace(PromptDialogs &prompts, std::list<Waiting>::iterator place)
         : m_prompts(prompts)
         , m_place(place)
         , m_life(prompts.m_life.watch())
     {
     }
-    ~Turn()
+    ~QueuePlace()
     {
         if (!m_life || m_prompts.m_isEnding)
             return;
         m_prompts.m_queue.erase(m_place);
-        if (!m_prompts.m_queue.empty() && m_prompts.m_queue.front().turn)
-            m_prompts.m_queue.front().turn->deliver(true);
+        if (!m_prompts.m_queue.empty() && m_prompts.m_queue.front().reachedFront)
+            m_prompts.m_queue.front().reachedFront->deliver(true);
         m_prompts.showQueue();
     }
-    Turn(const Turn &) = delete;
-    Turn &operator=(const Turn &) = delete;
+    QueuePlace(const QueuePlace &) = delete;
+    QueuePlace &operator=(const QueuePlace &) = delete;
 
     /// Waits until the question is the first one. Yields false when it has ended before.
     [[nodiscard]] QCoro::Task<bool> begin(std::stop_token withdrawn)
     {
         const std::stop_callback withdrawal(withdrawn, [this] { m_prompts.endWait(*m_place); });
         while (!hasEnded() && !isFirst()) {
-            OneShot<bool> &turn = m_place->turn.emplace();
-            co_await turn.wait();
+            OneShot<bool> &reachedFront = m_place->reachedFront.emplace();
+            co_await reachedFront.wait();
         }
         co_return !hasEnded();
     }
@@ -127,32 +127,32 @@ PromptDialogs::~PromptDialogs()
     queue.swap(m_queue);
 }
 
-QCoro::Task<std::unique_ptr<PromptDialogs::Turn>> PromptDialogs::takeTurn(Asker asker,
-                                                                          std::stop_token withdrawn)
+QCoro::Task<std::unique_ptr<PromptDialogs::QueuePlace>> PromptDialogs::enterQueue(
+    Asker asker, std::stop_token withdrawn)
 {
-    std::unique_ptr<Turn> turn;
+    std::unique_ptr<QueuePlace> place;
     if (withdrawn.stop_requested())
-        co_return turn;
-    auto place = m_queue.end();
+        co_return place;
+    auto waiting = m_queue.end();
     if (asker == Asker::User)
-        place = std::find_if(m_queue.begin(), m_queue.end(), [](const Waiting &other) {
+        waiting = std::find_if(m_queue.begin(), m_queue.end(), [](const Waiting &other) {
             return other.asker == Asker::Assistant && !other.isOpen;
         });
-    place = m_queue.emplace(place);
-    place->asker = asker;
-    turn = std::make_unique<Turn>(*this, place);
+    waiting = m_queue.emplace(waiting);
+    waiting->asker = asker;
+    place = std::make_unique<QueuePlace>(*this, waiting);
     showQueue();
-    if (!co_await turn->begin(withdrawn))
-        turn.reset();
-    co_return turn;
+    if (!co_await place->begin(withdrawn))
+        place.reset();
+    co_return place;
 }
 
 /// Resumes the question's coroutine, which leaves the queue.
 void PromptDialogs::endWait(Waiting &waiting)
 {
     waiting.hasEnded = true;
-    if (waiting.turn)
-        waiting.turn->deliver(false);
+    if (waiting.reachedFront)
+        waiting.reachedFront->deliver(false);
     if (waiting.preparation) {
         // With std::nullopt as the argument, GCC 12 warns that it is used uninitialized.
         static const std::optional<Texts> nothing;
@@ -213,8 +213,9 @@ QuestionDialog *PromptDialogs::makeQuestion(const Texts &texts, Asker asker)
 
 QCoro::Task<UserPrompts::ConfirmationAnswer> PromptDialogs::confirm(Confirmation question)
 {
-    const std::unique_ptr<Turn> turn = co_await takeTurn(question.asker, question.withdrawn);
-    if (!turn)
+    const std::unique_ptr<QueuePlace> place =
+        co_await enterQueue(question.asker, question.withdrawn);
+    if (!place)
         co_return ConfirmationAnswer();
     Texts texts;
     texts.title = question.title;
@@ -222,15 +223,15 @@ QCoro::Task<UserPrompts::ConfirmationAnswer> PromptDialogs::confirm(Confirmation
     texts.confirmTitle = question.confirmTitle;
     bool isPrepared = !question.prepare;
     while (!isPrepared) {
-        const std::optional<Texts> prepared = co_await turn->prepare(question);
+        const std::optional<Texts> prepared = co_await place->prepare(question);
         if (!prepared)
             co_return ConfirmationAnswer();
         texts = *prepared;
-        isPrepared = turn->isFirst(); // after a question of the user the texts are out of date
-        if (!isPrepared && !co_await turn->begin(question.withdrawn))
+        isPrepared = place->isFirst(); // after a question of the user the texts are out of date
+        if (!isPrepared && !co_await place->begin(question.withdrawn))
             co_return ConfirmationAnswer();
     }
-    turn->setOpen();
+    place->setOpen();
     QuestionDialog *dialog = makeQuestion(texts, question.asker);
     const QPushButton *confirm =
         dialog->addAnswer(texts.confirmTitle, QuestionDialog::Effect::Destructive);
@@ -251,8 +252,8 @@ QCoro::Task<UserPrompts::ConfirmationAnswer> PromptDialogs::confirm(Confirmation
 
 QCoro::Task<int> PromptDialogs::choose(Choice question)
 {
-    const std::unique_ptr<Turn> turn = co_await takeTurn(Asker::User, std::stop_token());
-    if (!turn)
+    const std::unique_ptr<QueuePlace> place = co_await enterQueue(Asker::User, std::stop_token());
+    if (!place)
         co_return -1;
     Texts texts;
     texts.title = question.title;
@@ -274,8 +275,8 @@ QCoro::Task<int> PromptDialogs::choose(Choice question)
 
 QCoro::Task<std::optional<QList<qsizetype>>> PromptDialogs::review(Checklist question)
 {
-    const std::unique_ptr<Turn> turn = co_await takeTurn(Asker::User, std::stop_token());
-    if (!turn)
+    const std::unique_ptr<QueuePlace> place = co_await enterQueue(Asker::User, std::stop_token());
+    if (!place)
         co_return std::nullopt;
     auto *dialog = new ChecklistDialog(question, m_window);
     const std::function<std::optional<QList<qsizetype>>()> answer = [dialog] {
@@ -286,8 +287,8 @@ QCoro::Task<std::optional<QList<qsizetype>>> PromptDialogs::review(Checklist que
 
 QCoro::Task<QString> PromptDialogs::askName(NamePrompt prompt)
 {
-    const std::unique_ptr<Turn> turn = co_await takeTurn(Asker::User, std::stop_token());
-    if (!turn)
+    const std::unique_ptr<QueuePlace> place = co_await enterQueue(Asker::User, std::stop_token());
+    if (!place)
         co_return QString();
     auto *dialog = new NameDialog(prompt, m_window);
     const std::function<QString()> answer = [dialog] { return dialog->name(); };
@@ -298,8 +299,8 @@ QCoro::Task<QString> PromptDialogs::askSavePath(QString folder, QString proposed
 {
     if (!m_window || !m_window->isVisible())
         co_return QString();
-    const std::unique_ptr<Turn> turn = co_await takeTurn(Asker::User, std::stop_token());
-    if (!turn)
+    const std::unique_ptr<QueuePlace> place = co_await enterQueue(Asker::User, std::stop_token());
+    if (!place)
         co_return QString();
     QFileDialog *dialog = makeFileDialog(m_window, tr("Save As"), folder);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
@@ -311,8 +312,8 @@ QCoro::Task<QString> PromptDialogs::askSavePath(QString folder, QString proposed
 
 QCoro::Task<QString> PromptDialogs::askOpenPath(QString folder)
 {
-    const std::unique_ptr<Turn> turn = co_await takeTurn(Asker::User, std::stop_token());
-    if (!turn)
+    const std::unique_ptr<QueuePlace> place = co_await enterQueue(Asker::User, std::stop_token());
+    if (!place)
         co_return QString();
     QFileDialog *dialog = makeFileDialog(m_window, tr("Open File"), folder);
     dialog->setFileMode(QFileDialog::ExistingFile);
@@ -327,12 +328,11 @@ template <typename T> QCoro::Task<T> PromptDialogs::ask(QDialog *dialog, std::fu
     // The answer is read while the dialog exists; the waiter runs later. A dialog that is destroyed
     // with its window emits nothing.
     T given{};
-    QObject::connect(dialog, &QDialog::finished, dialog,
-                     [&end, &given, answer, dialog](int result) {
-                         if (result != QDialog::Rejected)
-                             given = answer();
-                         end.deliver(true);
-                     });
+    QObject::connect(dialog, &QDialog::finished, dialog, [&end, &given, answer](int result) {
+        if (result != QDialog::Rejected)
+            given = answer();
+        end.deliver(true);
+    });
     open(dialog);
     const std::optional<bool> ended = co_await end.wait();
     // The answer may be undelivered when this is destroyed; the entry is then destroyed, too.

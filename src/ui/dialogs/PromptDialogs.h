@@ -46,11 +46,11 @@ public:
     [[nodiscard]] QCoro::Task<QString> askOpenPath(QString folder) override;
 
 private:
-    class Turn;
+    class QueuePlace;
     struct Waiting
     {
         Asker asker = Asker::User;
-        std::optional<OneShot<bool>> turn = {};                          // set while it waits
+        std::optional<OneShot<bool>> reachedFront = {};                  // set while it waits
         std::shared_ptr<OneShot<std::optional<Texts>>> preparation = {}; // set while it is prepared
         bool isOpen = false;
         bool hasEnded = false; // declined or withdrawn, and not yet out of the queue
@@ -58,8 +58,8 @@ private:
 
     /// Waits until no other question is open. Yields null when this is being destroyed, and when
     /// the question was withdrawn or declined while it waited.
-    [[nodiscard]] QCoro::Task<std::unique_ptr<Turn>> takeTurn(Asker asker,
-                                                              std::stop_token withdrawn);
+    [[nodiscard]] QCoro::Task<std::unique_ptr<QueuePlace>> enterQueue(Asker asker,
+                                                                      std::stop_token withdrawn);
     void endWait(Waiting &waiting);
     void declineAssistant();
     void showQueue();

@@ -44,14 +44,14 @@ REPLView::REPLView(AppState &state, QWidget *parent)
     setTabOrder(m_transcript, m_input);
 
     connect(m_input, &ShellInput::submitted, this, &REPLView::submit);
-    connect(m_input, &ShellInput::historyAsked, this, &REPLView::showHistory);
-    connect(m_input, &ShellInput::pageAsked, this, [this](ShellInput::Step step) {
+    connect(m_input, &ShellInput::historyRequested, this, &REPLView::showHistory);
+    connect(m_input, &ShellInput::pageRequested, this, [this](ShellInput::Step step) {
         m_transcript->verticalScrollBar()->triggerAction(step == ShellInput::Step::Back
                                                              ? QAbstractSlider::SliderPageStepSub
                                                              : QAbstractSlider::SliderPageStepAdd);
     });
-    connect(m_input, &ShellInput::searchAsked, this, &REPLView::searchHistory);
-    connect(m_input, &ShellInput::endAsked, this, [this] { m_state.endInput(); });
+    connect(m_input, &ShellInput::searchRequested, this, &REPLView::searchHistory);
+    connect(m_input, &ShellInput::endRequested, this, [this] { m_state.endInput(); });
     const auto showHint = [this] {
         m_input->setHint(m_state.runner().isWaitingForInput()
                              ? tr("The program waits for input — Return answers, Ctrl+D ends")
@@ -60,10 +60,10 @@ REPLView::REPLView(AppState &state, QWidget *parent)
     connect(&state.runner(), &PythonRunner::waitingForInputChanged, this, showHint);
     showHint();
     const auto stop = [this] { m_state.stopRun(); };
-    connect(m_input, &ShellInput::stopAsked, this, stop);
-    connect(m_transcript, &TranscriptView::stopAsked, this, stop);
+    connect(m_input, &ShellInput::stopRequested, this, stop);
+    connect(m_transcript, &TranscriptView::stopRequested, this, stop);
     connect(
-        m_transcript, &TranscriptView::sourceAsked, this,
+        m_transcript, &TranscriptView::sourceRequested, this,
         [this](const QString &file, int line, int run) { m_state.openSource(file, line, run); });
     connect(&state, &AppState::runStarted, m_transcript, &TranscriptView::followEnd);
     const auto noteTyping = [this] {

@@ -107,15 +107,15 @@ void ShellInput::insertFromMimeData(const QMimeData *source)
 void ShellInput::keyPressEvent(QKeyEvent *event)
 {
     if (event->matches(QKeySequence::Copy) && !textCursor().hasSelection()) {
-        emit stopAsked();
+        emit stopRequested();
         return;
     }
     if (event->keyCombination() == (Qt::CTRL | Qt::Key_D) && document()->isEmpty()) {
-        emit endAsked();
+        emit endRequested();
         return;
     }
     if (claims(event->keyCombination())) {
-        emit searchAsked();
+        emit searchRequested();
         return;
     }
     const int key = event->key();
@@ -127,16 +127,16 @@ void ShellInput::keyPressEvent(QKeyEvent *event)
         }
         // All lines of the input are in view, so these keys are free.
         if ((key == Qt::Key_PageUp || key == Qt::Key_PageDown) && blockCount() <= maxShownLines) {
-            emit pageAsked(key == Qt::Key_PageUp ? Step::Back : Step::Forward);
+            emit pageRequested(key == Qt::Key_PageUp ? Step::Back : Step::Forward);
             return;
         }
         const QTextBlock line = textCursor().block();
         if (key == Qt::Key_Up && !line.previous().isValid()) {
-            emit historyAsked(Step::Back);
+            emit historyRequested(Step::Back);
             return;
         }
         if (key == Qt::Key_Down && !line.next().isValid()) {
-            emit historyAsked(Step::Forward);
+            emit historyRequested(Step::Forward);
             return;
         }
     } else if (modifiers == Qt::ShiftModifier && (key == Qt::Key_Return || key == Qt::Key_Enter)) {

@@ -34,15 +34,15 @@ public:
 signals:
     void fontChanged();
     void submitted();
-    void historyAsked(Korvane::ShellInput::Step step);
+    void historyRequested(Korvane::ShellInput::Step step);
     /// Page Up or Page Down was pressed: the owner scrolls the transcript.
-    void pageAsked(Korvane::ShellInput::Step step);
+    void pageRequested(Korvane::ShellInput::Step step);
     /// The key for copying was pressed, and nothing is selected.
-    void stopAsked();
+    void stopRequested();
     /// The key for searching in the history was pressed.
-    void searchAsked();
+    void searchRequested();
     /// Ctrl+D was pressed in the empty field.
-    void endAsked();
+    void endRequested();
 
 protected:
     void insertFromMimeData(const QMimeData *source) override;

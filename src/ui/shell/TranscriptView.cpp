@@ -81,15 +81,15 @@ TranscriptView::TranscriptView(const ShellTranscript &transcript, QWidget *paren
     viewport()->setMouseTracking(true);
 
     m_more.setSingleShot(true);
-    connect(&m_more, &QTimer::timeout, this, &TranscriptView::showMore);
-    const auto moreWaits = [this] {
+    connect(&m_more, &QTimer::timeout, this, &TranscriptView::copyMore);
+    const auto startCopying = [this] {
         if (!m_more.isActive())
             m_more.start(0);
     };
-    connect(&transcript, &ShellTranscript::lineAppended, this, moreWaits);
-    connect(&transcript, &ShellTranscript::outputExtended, this, moreWaits);
+    connect(&transcript, &ShellTranscript::lineAppended, this, startCopying);
+    connect(&transcript, &ShellTranscript::outputExtended, this, startCopying);
     connect(&transcript, &ShellTranscript::trimmed, this, &TranscriptView::removeOldest);
-    connect(&transcript, &ShellTranscript::cleared, this, &TranscriptView::forget);
+    connect(&transcript, &ShellTranscript::cleared, this, &TranscriptView::reset);
 
     connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &TranscriptView::noteScrolling);
     // QPlainTextEdit scrolls to the cursor without a signal of the scroll bar.
@@ -114,7 +114,7 @@ TranscriptView::TranscriptView(const ShellTranscript &transcript, QWidget *paren
     m_scroll.setEndValue(1.0);
     m_scroll.setEasingCurve(QEasingCurve::OutCubic);
 
-    showMore();
+    copyMore();
 }
 
 bool TranscriptView::isCaughtUp() const
@@ -131,7 +131,7 @@ void TranscriptView::followEnd()
     scrollToEnd();
 }
 
-void TranscriptView::forget()
+void TranscriptView::reset()
 {
     m_more.stop();
     m_scroll.stop();
@@ -144,7 +144,7 @@ void TranscriptView::forget()
     clear();
 }
 
-void TranscriptView::showMore()
+void TranscriptView::copyMore()
 {
     if (isCaughtUp())
         return;
@@ -153,7 +153,7 @@ void TranscriptView::showMore()
     {
         const QScopedValueRollback guard(m_isAdjusting, true);
         const SelectionKeeper selection(*this);
-        takeOver();
+        copyNextPiece();
     }
     shortenDocument();
 
@@ -179,7 +179,7 @@ void TranscriptView::showMore()
 }
 
 /// Copies the next piece of the transcript into the document.
-void TranscriptView::takeOver()
+void TranscriptView::copyNextPiece()
 {
     const QList<REPLLine> &lines = m_transcript.replLines();
     TranscriptWriter writer(*document(), m_tail, m_formats);
@@ -225,7 +225,7 @@ void TranscriptView::scrollToEnd()
 void TranscriptView::keyPressEvent(QKeyEvent *event)
 {
     if (event->matches(QKeySequence::Copy) && !textCursor().hasSelection()) {
-        emit stopAsked();
+        emit stopRequested();
         return;
     }
     const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
@@ -237,7 +237,7 @@ void TranscriptView::keyPressEvent(QKeyEvent *event)
 bool TranscriptView::follow(const std::optional<TranscriptLinks::Link> &link)
 {
     if (link)
-        emit sourceAsked(link->file, link->line, link->run);
+        emit sourceRequested(link->file, link->line, link->run);
     return link.has_value();
 }
 

@@ -24,7 +24,7 @@ class ShellTranscript;
 /// gigabyte at each change of its width. What is copied is the text as it was printed.
 ///
 /// It keeps showing the end unless the user has scrolled away from it. Where a traceback names a
-/// place in a source, a click, or Return with the caret in that line, emits sourceAsked.
+/// place in a source, a click, or Return with the caret in that line, emits sourceRequested.
 class TranscriptView final : public QPlainTextEdit
 {
     Q_OBJECT
@@ -38,16 +38,16 @@ public:
     [[nodiscard]] bool followsEnd() const { return m_followsEnd; }
     /// Scrolls to the end, and follows it when text is added.
     void followEnd();
-    /// Selects the source line that a traceback names and emits sourceAsked: the last one of the
-    /// Shell, and with each further call the one above it, until the end of the text changes. False
-    /// when there is none.
+    /// Selects the source line that a traceback names and emits sourceRequested: the last one of
+    /// the Shell, and with each further call the one above it, until the end of the text changes.
+    /// False when there is none.
     bool followNextLink();
 
 signals:
     /// The key for copying was pressed, and nothing is selected.
-    void stopAsked();
+    void stopRequested();
     /// The user requests the source line that a traceback of \p run, as of REPLLine::run, names.
-    void sourceAsked(const QString &file, int line, int run);
+    void sourceRequested(const QString &file, int line, int run);
 
 protected:
     void mouseMoveEvent(QMouseEvent *event) override;
@@ -62,9 +62,9 @@ protected:
 private:
     class SelectionKeeper;
 
-    void forget();
-    void showMore();
-    void takeOver();
+    void reset();
+    void copyMore();
+    void copyNextPiece();
     void noteScrolling();
     void scrollToEnd();
     void applyTheme();

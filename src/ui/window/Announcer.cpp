@@ -17,18 +17,19 @@ Announcer::Announcer(AppState &state, QWidget *parent)
     setObjectName(QStringLiteral("announcer"));
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setGeometry(0, 0, 1, 1); // some assistive programs ignore widgets without an area
-    connect(&state.link(), &DeviceLink::connectionStateChanged, this, &Announcer::sayConnection);
-    connect(&state.debugSession(), &DebugSession::changed, this, &Announcer::sayPause);
+    connect(&state.link(), &DeviceLink::connectionStateChanged, this,
+            &Announcer::announceConnection);
+    connect(&state.debugSession(), &DebugSession::changed, this, &Announcer::announcePause);
     connect(&state, &AppState::isRunningChanged, this, [this] {
         // On a board isRunning ends when the program is sent; its end is announced below.
         if (!m_state.link().connectionState().isConnected())
-            sayEndOfRun(m_state.isRunning());
+            announceEndOfRun(m_state.isRunning());
     });
     connect(&state.programRun(), &ProgramRun::deviceProgramRunningChanged, this,
-            [this] { sayEndOfRun(m_state.programRun().deviceProgramRunning()); });
+            [this] { announceEndOfRun(m_state.programRun().deviceProgramRunning()); });
 }
 
-void Announcer::say(const QString &text)
+void Announcer::announce(const QString &text)
 {
     setAccessibleName(VisibleText::line(text));
     for (const QAccessible::Event type : {QAccessible::ObjectHide, QAccessible::ObjectShow}) {
@@ -37,29 +38,29 @@ void Announcer::say(const QString &text)
     }
 }
 
-void Announcer::sayConnection()
+void Announcer::announceConnection()
 {
     const DeviceConnectionState &connection = m_state.link().connectionState();
     const bool isConnected = connection.isConnected();
     if (isConnected)
-        say(tr("Connected to %1").arg(connection.port()));
+        announce(tr("Connected to %1").arg(connection.port()));
     else if (m_wasConnected)
-        say(tr("Disconnected"));
+        announce(tr("Disconnected"));
     m_wasConnected = isConnected;
 }
 
-void Announcer::sayPause()
+void Announcer::announcePause()
 {
     const std::optional<int> line = m_state.debugSession().pausedAt();
     if (line && !std::exchange(m_wasPaused, true))
-        say(tr("Paused at line %1").arg(*line));
+        announce(tr("Paused at line %1").arg(*line));
     m_wasPaused = line.has_value();
 }
 
-void Announcer::sayEndOfRun(bool isRunning)
+void Announcer::announceEndOfRun(bool isRunning)
 {
     if (!isRunning)
-        say(tr("Run finished"));
+        announce(tr("Run finished"));
 }
 
 } // namespace Korvane

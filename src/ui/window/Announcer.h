@@ -21,10 +21,10 @@ public:
     Announcer(AppState &state, QWidget *parent);
 
 private:
-    void say(const QString &text);
-    void sayConnection();
-    void sayPause();
-    void sayEndOfRun(bool isRunning);
+    void announce(const QString &text);
+    void announceConnection();
+    void announcePause();
+    void announceEndOfRun(bool isRunning);
 
     AppState &m_state;
     bool m_wasConnected = false;

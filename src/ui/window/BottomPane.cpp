@@ -93,13 +93,13 @@ void BottomPane::followTraceback()
 
 void BottomPane::showError()
 {
-    const bool isUsers = isForUser();
-    if (isUsers)
+    const bool belongsToUser = isForUser();
+    if (belongsToUser)
         emit errorForUser();
     if (m_state.bottomTab() == AppState::BottomTab::Shell)
         return;
     // At a stop of the debugger the variables are what the user looks at.
-    if (isUsers && !m_state.debugSession().pausedAt())
+    if (belongsToUser && !m_state.debugSession().pausedAt())
         m_state.setBottomTab(AppState::BottomTab::Shell);
     else
         m_shellTab->setMark(tr("New error"));

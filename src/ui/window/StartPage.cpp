@@ -33,13 +33,14 @@ StartPage::StartPage(Workspace &workspace, AppState &state, CodeEditorView &edit
     setObjectName(QStringLiteral("startPage"));
     setFont(QApplication::font()); // not that of the editor, its parent
     hide();
-    connect(&workspace, &Workspace::changed, this, &StartPage::update);
-    connect(&state.documents(), &OpenFiles::selectedFileChanged, this, &StartPage::update);
-    connect(&state.documents(), &OpenFiles::contentChanged, this, &StartPage::update);
-    connect(&state.documents(), &OpenFiles::fileChanged, this, &StartPage::update);
+    connect(&workspace, &Workspace::changed, this, &StartPage::updateVisibility);
+    connect(&state.documents(), &OpenFiles::selectedFileChanged, this,
+            &StartPage::updateVisibility);
+    connect(&state.documents(), &OpenFiles::contentChanged, this, &StartPage::updateVisibility);
+    connect(&state.documents(), &OpenFiles::fileChanged, this, &StartPage::updateVisibility);
 }
 
-void StartPage::update()
+void StartPage::updateVisibility()
 {
     const OpenFiles &documents = m_state.documents();
     const EditorFile *file = documents.selectedFile();

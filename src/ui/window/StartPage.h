@@ -25,7 +25,7 @@ protected:
     void changeEvent(QEvent *event) override;
 
 private:
-    void update();
+    void updateVisibility();
     void fill();
     void fit();
     void addLinks(const QString &title, const QStringList &paths, bool areFolders);
