@@ -273,12 +273,12 @@ private slots:
             fixture.putCaret(bracket);
             const QPoint place(fixture.editor.cursorRect().left() + x,
                                fixture.editor.cursorRect().center().y());
-            fixture.putCaret(bracket == 2 ? 0 : bracket + 1);
+            fixture.putCaret(bracket == 0 ? 3 : 6);
             return fixture.editor.viewport()->grab().toImage().pixelColor(place);
         };
         const Theme &theme = Theme::light();
-        QCOMPARE(color(2, 0), theme.color(Theme::Role::Accent));
-        QCOMPARE(color(2, 1), theme.color(Theme::Role::AccentTint));
+        QCOMPARE(color(0, 0), theme.color(Theme::Role::Accent));
+        QCOMPARE(color(0, 1), theme.color(Theme::Role::AccentTint));
         QCOMPARE(color(5, 0), theme.color(Theme::Role::Red));
         QCOMPARE(color(5, 1), theme.color(Theme::Role::CurrentLine));
     }
