@@ -18,11 +18,13 @@ constexpr auto longestEnd = 2s;
 
 } // namespace
 
-QCoro::Task<bool> endTransfers(TransferStatus &transfer, UserPrompts &prompts, QString question)
+QCoro::Task<bool> endTransfers(TransferStatus &transfer, UserPrompts &prompts,
+                               const DeviceLink &link, QString question)
 {
     if (!transfer.isSendingToDevice())
         co_return true;
     const QPointer<TransferStatus> life = &transfer;
+    const int connection = link.connectionNumber();
     if (transfer.canCancel()) {
         std::stop_source ended;
         const QObject context; // of the connection
@@ -38,7 +40,7 @@ QCoro::Task<bool> endTransfers(TransferStatus &transfer, UserPrompts &prompts, Q
         if (!life)
             co_return false;
         if (!transfer.isSendingToDevice())
-            co_return true;
+            co_return link.connectionNumber() == connection;
         if (!answer.confirmed)
             co_return false;
         transfer.cancel();
@@ -49,7 +51,9 @@ QCoro::Task<bool> endTransfers(TransferStatus &transfer, UserPrompts &prompts, Q
                      [&over] { over.deliver(true); });
     QTimer::singleShot(longestEnd, &context, [&over] { over.deliver(false); });
     static_cast<void>(co_await over.wait());
-    co_return true;
+    if (!life)
+        co_return false;
+    co_return link.connectionNumber() == connection;
 }
 
 } // namespace Korvane

@@ -137,8 +137,9 @@ QCoro::Task<void> Actions::runOnFreeBoard(std::function<void()> run)
     if (m_state.link().connectionState().isConnected() && m_state.transfer().canCancel()) {
         const auto life = m_life.watch();
         const QUuid document = m_state.documents().selectedFileID();
-        const bool isFree = co_await endTransfers(m_state.transfer(), m_state.prompts(),
-                                                  tr("Stop the transfer and run the program?"));
+        const bool isFree =
+            co_await endTransfers(m_state.transfer(), m_state.prompts(), m_state.link(),
+                                  tr("Stop the transfer and run the program?"));
         if (!life || !isFree || !m_state.documents().file(document))
             co_return;
         m_state.documents().select(document); // the assistant may have opened another one

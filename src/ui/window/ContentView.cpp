@@ -284,7 +284,7 @@ QCoro::Task<void> ContentView::closeWhenWritten()
         co_return;
     progress->setLabelText(tr("Stopping the transfer…"));
     if (mayClose)
-        mayClose = co_await endTransfers(m_state.transfer(), m_state.prompts(),
+        mayClose = co_await endTransfers(m_state.transfer(), m_state.prompts(), m_state.link(),
                                          tr("Stop the transfer and close?"));
     if (!self)
         co_return;
