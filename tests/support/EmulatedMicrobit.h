@@ -1,8 +1,10 @@
 #pragma once
 
+#include "support/Files.h"
 #include "support/PtyPair.h"
 #include "support/TestPort.h"
 
+#include <QDir>
 #include <QProcess>
 #include <QTimer>
 
@@ -17,7 +19,7 @@ public:
     EmulatedMicrobit()
     {
         // The firmware keeps 64 bytes and has no flow control, so bytes must not be sent faster
-        // than at 115200 baud, also after a delay of the event loop.
+        // than at 115200 baud, nor before it has taken the last ones on a busy machine.
         m_timer.setTimerType(Qt::PreciseTimer);
         m_timer.setInterval(1);
         QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { pump(); });
@@ -61,10 +63,24 @@ private:
     void pump()
     {
         m_toBoard += m_line.read();
-        m_process.write(m_toBoard.first(std::min<qsizetype>(11, m_toBoard.size())));
-        m_toBoard.remove(0, 11);
+        if (isWaiting() || ++m_turnsOfProgram > 20) { // Ctrl-C is sent to a program that runs
+            m_turnsOfProgram = 0;
+            m_process.write(m_toBoard.first(std::min<qsizetype>(11, m_toBoard.size())));
+            m_toBoard.remove(0, 11);
+        }
         m_fromBoard += m_process.readAllStandardOutput();
         m_fromBoard.remove(0, m_line.write(m_fromBoard));
+    }
+
+    /// Whether all threads of the emulator sleep: the firmware has taken its input.
+    [[nodiscard]] bool isWaiting() const
+    {
+        const QString tasks = QStringLiteral("/proc/%1/task/").arg(m_process.processId());
+        for (const QString &task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            if (!bytesOf(tasks + task + QStringLiteral("/stat")).contains(") S "))
+                return false;
+        }
+        return true;
     }
 
     TestPort m_port;
@@ -72,6 +88,7 @@ private:
     QProcess m_process;
     QTimer m_timer;
     QByteArray m_toBoard;
+    int m_turnsOfProgram = 0;
     QByteArray m_fromBoard;
 };
 
