@@ -145,7 +145,9 @@ private slots:
         QTRY_VERIFY2(isOver(fixture) && !session.isDebugging(), qPrintable(fixture.text()));
         QVERIFY2(printedNumbers(fixture.text()) > 0, qPrintable(fixture.text()));
         QCOMPARE(fixture.text().contains(u"KeyboardInterrupt"), old != u"paused");
-        QVERIFY2(!fixture.text().contains(u"raw REPL"), qPrintable(fixture.text()));
+        // A board that is slow to answer is asked a second time, and answers before it runs.
+        QVERIFY2(!fixture.text().remove(u"raw REPL; CTRL-B to exit\n>OK"_s).contains(u"raw REPL"),
+                 qPrintable(fixture.text()));
         QCOMPARE(fixture.lines().filter(u"error"_s), QStringList());
     }
 };
