@@ -208,41 +208,48 @@ QCoro::Task<void> RecoveryFiles::flush()
     const auto failures = co_await m_writer.run(work);
     if (!life || !failures || changes.isEmpty())
         co_return;
+    for (const Change &change : changes)
+        m_unwritten.remove(change.document);
     putBack(failures->changes);
-    const bool failed = !failures->changes.isEmpty();
-    if (failed && !std::exchange(m_isFailureReported, true))
+    if (!failures->changes.isEmpty() && !std::exchange(m_isFailureReported, true))
         m_shell.appendError(QStringLiteral("Unsaved edits can’t be kept safe in %1: %2")
                                 .arg(m_folder, failures->reason));
-    m_isFailureReported = failed;
+    m_isFailureReported = !m_unwritten.isEmpty();
 }
 
-/// The next write tries again what has failed.
+/// The next write tries again what has failed. A document that was closed is opened again, so that
+/// its edits are asked about when the window is closed.
 void RecoveryFiles::putBack(const QList<Change> &changes)
 {
     for (const Change &change : changes) {
-        const auto isChange = [&change](const Leftover &leftover) {
-            return leftover.file == change.file;
-        };
         if (change.file == ownCopy(change.document)) {
             m_changed << change.document;
+            m_unwritten << change.document;
             m_kept[change.document] << change.replaced;
-        } else if (std::ranges::any_of(m_leftovers, isChange)) {
-            m_closed.append(change);
+        } else if (isLeftover(change.file)) { // and was not discarded
+            forget({change.file});
+            EditorFile &file = openAgain(*change.copy, m_documents.fileAt(change.copy->place));
+            m_unwritten << file.id();
+            m_kept[file.id()] << change.replaced;
+            noteChange(file.id());
         }
     }
 }
 
-/// The text of a document that was closed and could not be written yet.
-std::optional<RecoveryCopy> RecoveryFiles::takeUnwritten(const QString &file)
+bool RecoveryFiles::isLeftover(const QString &file) const
 {
-    for (auto change = m_closed.begin(); change != m_closed.end(); ++change) {
-        if (change->file == file) {
-            std::optional<RecoveryCopy> copy = std::move(change->copy);
-            m_closed.erase(change);
-            return copy;
-        }
-    }
-    return std::nullopt;
+    const auto isFile = [&file](const Leftover &leftover) { return leftover.file == file; };
+    return std::ranges::any_of(m_leftovers, isFile);
+}
+
+/// Opens the text as a document of its place, or of none when \p other belongs there.
+EditorFile &RecoveryFiles::openAgain(const RecoveryCopy &copy, const EditorFile *other)
+{
+    const DocumentPlace place = other ? DocumentPlace() : copy.place;
+    EditorFile *file = m_documents.file(m_documents.openUnsaved(copy.name, place, copy.fileText));
+    if (copy.savedText && !other)
+        file->setSavedText(DocumentText::fromFile(*copy.savedText));
+    return *file;
 }
 
 QCoro::Task<void> RecoveryFiles::findLeftovers()
@@ -284,16 +291,15 @@ QCoro::Task<void> RecoveryFiles::open(Leftover leftover)
     co_await flush(); // a document that was just closed may still have to be written
     if (!life)
         co_return;
-    const std::function<std::optional<RecoveryCopy>()> read =
-        [file = leftover.file, unwritten = takeUnwritten(leftover.file)] {
-            auto copy = unwritten ? unwritten : RecoveryCopy::read(file);
-            if (copy && copy->place.kind == DocumentPlace::Kind::Local) {
-                copy->place = copy->place.resolved();
-                if (copy->isSaved())
-                    copy->savedText = copy->fileText;
-            }
-            return copy;
-        };
+    const std::function<std::optional<RecoveryCopy>()> read = [file = leftover.file] {
+        auto copy = RecoveryCopy::read(file);
+        if (copy && copy->place.kind == DocumentPlace::Kind::Local) {
+            copy->place = copy->place.resolved();
+            if (copy->isSaved())
+                copy->savedText = copy->fileText;
+        }
+        return copy;
+    };
     const auto result = co_await m_background.run(read);
     if (!life || !result)
         co_return;
@@ -309,10 +315,7 @@ QCoro::Task<void> RecoveryFiles::open(Leftover leftover)
         open->setContent(DocumentText::fromFile(copy->fileText).content);
         m_documents.select(open->id());
     } else {
-        const DocumentPlace place = open ? DocumentPlace() : copy->place;
-        open = m_documents.file(m_documents.openUnsaved(copy->name, place, copy->fileText));
-        if (copy->savedText && place == copy->place)
-            open->setSavedText(DocumentText::fromFile(*copy->savedText));
+        open = &openAgain(*copy, open);
     }
     m_kept[open->id()] << leftover.file; // removed when the document has its own recovery file
     noteChange(open->id());

@@ -13,12 +13,12 @@
 #include <QUuid>
 
 #include <memory>
-#include <optional>
 
 class QLockFile;
 
 namespace Korvane {
 
+class EditorFile;
 class OpenFiles;
 class ShellSink;
 struct RecoveryCopy;
@@ -94,7 +94,8 @@ private:
     [[nodiscard]] QString ownCopy(const QUuid &id) const;
     [[nodiscard]] QList<Change> takeChanges();
     void putBack(const QList<Change> &changes);
-    [[nodiscard]] std::optional<RecoveryCopy> takeUnwritten(const QString &file);
+    [[nodiscard]] bool isLeftover(const QString &file) const;
+    EditorFile &openAgain(const RecoveryCopy &copy, const EditorFile *other);
     QCoro::Task<void> findLeftovers();
     void forget(const QStringList &files);
 
@@ -105,6 +106,8 @@ private:
     const std::shared_ptr<QLockFile> m_lock;
     QTimer m_writeDelay;
     QSet<QUuid> m_changed;
+    /// Whose last write has failed.
+    QSet<QUuid> m_unwritten;
     /// Documents that have a recovery file, with the leftovers that it replaces.
     QHash<QUuid, QStringList> m_kept;
     /// Of documents that were closed, to be written next.
