@@ -317,7 +317,20 @@ Async<void> FolderSync::resume(FolderChanges rest, QString board)
         co_return same;
     if (!life)
         co_return DeviceError::closed();
-    rest.connection = m_link.connectionNumber();
+    const int connection = m_link.connectionNumber();
+    co_await m_files.refreshDeviceFiles();
+    if (!life)
+        co_return DeviceError::closed();
+    if (connection != m_link.connectionNumber())
+        co_return DeviceError::boardReplaced();
+    if (const auto error = m_files.listingError())
+        co_return *error;
+    rest.connection = connection;
+    // A deletion may have been carried out although its reply was lost.
+    rest.entries.removeIf([this, &rest](const FolderChanges::Entry &entry) {
+        return entry.kind == FolderChanges::Kind::OnlyOnBoard
+            && !m_files.deviceNode(DeviceListing::join(rest.boardFolder, entry.relativePath));
+    });
     co_return co_await send(std::move(rest));
 }
 

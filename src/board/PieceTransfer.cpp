@@ -55,7 +55,8 @@ bool isEffectUnknown(const Error &error)
     return isLinkError(error) || error.code == ErrorCode::NotConnected;
 }
 
-/// True when the command was not sent, because a program uses the board.
+/// True when the command was not sent: a program uses the board, or the board did not enter the raw
+/// REPL.
 bool isUnsent(const Error &error)
 {
     return error.code == ErrorCode::ProgramRunning || error.code == ErrorCode::PausedAtBreakpoint
