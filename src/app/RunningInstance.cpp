@@ -33,12 +33,13 @@ std::optional<sockaddr_un> address(const QString &path)
     return result;
 }
 
-/// Waits for at most `answerTimeoutMilliseconds`, and so does what is sent and received then. Sets
-/// \p error to EAGAIN when another program listens there and does not respond.
-FileDescriptor connectedTo(const QString &path, int &error)
+/// Waits for at most `answerTimeoutMilliseconds`, and so does what is sent and received then; with
+/// SOCK_NONBLOCK in \p flags, not at all. Sets \p error to EAGAIN when another program listens
+/// there and does not respond.
+FileDescriptor connectedTo(const QString &path, int &error, int flags = 0)
 {
     const std::optional<sockaddr_un> name = address(path);
-    FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | flags, 0));
     const timeval timeout{answerTimeoutMilliseconds / 1000, 0};
     error = 0;
     if (!name || !socket.isValid())
@@ -99,7 +100,7 @@ RunningInstance::RunningInstance(const QString &path, QObject *parent)
 {
     const std::optional<sockaddr_un> name = address(path);
     int error = 0;
-    if (!name || connectedTo(path, error).isValid() || error == EAGAIN)
+    if (!name || connectedTo(path, error, SOCK_NONBLOCK).isValid() || error == EAGAIN)
         return;          // another program listens there
     QFile::remove(path); // of a program that was killed
     m_listener.reset(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
