@@ -120,7 +120,6 @@ QCoro::Task<void> LocalFiles::createFolder()
     prompt.message = QStringLiteral("Create a folder in %1.").arg(displayPath(folder));
     prompt.proposedName = QStringLiteral("untitled folder");
     prompt.confirmTitle = QStringLiteral("Create");
-    prompt.problem = &folderNameProblem;
     const QString name = co_await m_prompts.askName(std::move(prompt));
     if (!life || name.isEmpty())
         co_return;
