@@ -4,7 +4,7 @@
 #include "base/VisibleText.h"
 #include "theme/Theme.h"
 
-#include <QFocusEvent>
+#include <QApplication>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QListWidget>
@@ -50,6 +50,11 @@ HistorySearch::HistorySearch(const InputHistory &history, QWidget *parent)
     m_text->installEventFilter(this);
     connect(m_text, &QLineEdit::textChanged, this, &HistorySearch::showMatches);
     connect(m_matches, &QListWidget::itemClicked, this, &HistorySearch::choose);
+    connect(qApp, &QApplication::focusChanged, this, [this](const QWidget *, const QWidget *now) {
+        // Without `now` another window has the focus, which returns to the field from there.
+        if (isVisible() && now && now != m_text && now->window() == window())
+            hide();
+    });
     hide();
 }
 
@@ -67,14 +72,6 @@ void HistorySearch::open(const QString &text, int bottom)
 
 bool HistorySearch::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::FocusOut && isVisible()) {
-        // The focus returns from another window and from the field's menu. Hiding the field would
-        // move it to the next widget.
-        const Qt::FocusReason reason = static_cast<QFocusEvent *>(event)->reason();
-        if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason)
-            hide();
-        return false;
-    }
     const bool isOverride = event->type() == QEvent::ShortcutOverride;
     if (!isOverride && event->type() != QEvent::KeyPress)
         return QFrame::eventFilter(watched, event);
