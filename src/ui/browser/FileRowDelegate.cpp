@@ -79,7 +79,10 @@ QWidget *FileRowDelegate::createEditor(QWidget *parent, const QStyleOptionViewIt
     auto *editor = new QLineEdit(parent);
     editor->setObjectName(editorName);
     editor->setAccessibleName(tr("New name of %1").arg(index.data(Qt::DisplayRole).toString()));
-    connect(editor, &QLineEdit::textEdited, editor, [] { QToolTip::hideText(); });
+    connect(editor, &QLineEdit::textEdited, editor, [editor] {
+        QToolTip::hideText();
+        editor->setAccessibleDescription({});
+    });
     return editor;
 }
 
@@ -101,11 +104,19 @@ void FileRowDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionVi
 
 bool FileRowDelegate::eventFilter(QObject *watched, QEvent *event)
 {
-    // Qt would commit the name that is being typed when another window, such as a question of the
-    // assistant, takes the focus.
-    if (event->type() == QEvent::FocusOut
-        && static_cast<QFocusEvent *>(event)->reason() == Qt::ActiveWindowFocusReason)
-        return false;
+    if (event->type() == QEvent::FocusOut) {
+        // Qt would commit the name that is being typed.
+        switch (static_cast<QFocusEvent *>(event)->reason()) {
+        case Qt::MouseFocusReason:
+            break;                        // a click beside the field enters the name
+        case Qt::ActiveWindowFocusReason: // such as a question of the assistant
+        case Qt::PopupFocusReason:
+            return false;
+        default: // the field is hidden, or a command has moved the focus
+            emit closeEditor(static_cast<QWidget *>(watched), RevertModelCache);
+            return false;
+        }
+    }
     if (event->type() == QEvent::KeyPress) {
         const int key = static_cast<QKeyEvent *>(event)->key();
         const bool isEntered = key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Tab
