@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QDropEvent>
 #include <QSysInfo>
 #include <QUrl>
 
@@ -103,6 +104,17 @@ QStringList localPaths(const QMimeData &data)
         paths << QDir::cleanPath(url.toLocalFile());
     }
     return paths;
+}
+
+bool acceptAsCopy(QDropEvent &event)
+{
+    if (!(event.possibleActions() & Qt::CopyAction)) {
+        event.ignore();
+        return false;
+    }
+    event.setDropAction(Qt::CopyAction);
+    event.accept();
+    return true;
 }
 
 } // namespace Korvane

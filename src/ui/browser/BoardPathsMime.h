@@ -8,6 +8,8 @@
 #include <memory>
 #include <optional>
 
+class QDropEvent;
+
 namespace Korvane {
 
 class DeviceFiles;
@@ -41,5 +43,8 @@ void set(QMimeData &data, Kind kind);
 
 /// The paths of the URLs in \p data that name files of this computer.
 [[nodiscard]] QStringList localPaths(const QMimeData &data);
+/// Accepts \p event as a copy, since the source of a drag deletes what was moved. Ignores it and
+/// returns false when the source offers no copy.
+bool acceptAsCopy(QDropEvent &event);
 
 } // namespace Korvane

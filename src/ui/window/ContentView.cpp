@@ -66,13 +66,6 @@ QProgressDialog *makeClosingProgress(QWidget *window)
     return progress;
 }
 
-/// The source of a drag deletes what was moved; a file that is opened stays where it is.
-void acceptAsCopy(QDropEvent &event)
-{
-    event.setDropAction(Qt::CopyAction);
-    event.accept();
-}
-
 } // namespace
 
 ContentView::ContentView(AppState &state, QWidget *parent)
@@ -226,8 +219,7 @@ bool ContentView::eventFilter(QObject *watched, QEvent *event)
         auto *drop = static_cast<QDropEvent *>(event);
         const QStringList paths = localPaths(*drop->mimeData());
         if (!paths.isEmpty()) {
-            acceptAsCopy(*drop);
-            if (event->type() == QEvent::Drop)
+            if (acceptAsCopy(*drop) && event->type() == QEvent::Drop)
                 openLocalPaths(m_state, paths);
             return true;
         }
@@ -303,8 +295,8 @@ void ContentView::dragEnterEvent(QDragEnterEvent *event)
 
 void ContentView::dropEvent(QDropEvent *event)
 {
-    acceptAsCopy(*event);
-    openLocalPaths(m_state, localPaths(*event->mimeData()));
+    if (acceptAsCopy(*event))
+        openLocalPaths(m_state, localPaths(*event->mimeData()));
 }
 
 void ContentView::focusPane(int step)

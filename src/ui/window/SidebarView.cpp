@@ -2,6 +2,7 @@
 
 #include "app/AppState.h"
 #include "theme/Icons.h"
+#include "ui/browser/BoardPathsMime.h"
 #include "ui/browser/BrowserCommands.h"
 #include "ui/browser/DeviceFileBrowserView.h"
 #include "ui/browser/FileBrowserView.h"
@@ -101,13 +102,10 @@ bool SidebarView::eventFilter(QObject *watched, QEvent *event)
     switch (event->type()) {
     case QEvent::DragEnter: {
         auto *drag = static_cast<QDragEnterEvent *>(event);
-        if (!pane()->acceptsDrop(*drag->mimeData()) || !(drag->possibleActions() & Qt::CopyAction))
+        if (!pane()->acceptsDrop(*drag->mimeData()) || !acceptAsCopy(*drag))
             return false;
         m_dragTab = watched == m_localTab ? m_localTab : m_deviceTab;
         m_dragRest.start();
-        // The source of a drag deletes what was moved: with Shift held it proposes that.
-        drag->setDropAction(Qt::CopyAction);
-        drag->accept();
         return true;
     }
     case QEvent::DragLeave:
@@ -115,8 +113,7 @@ bool SidebarView::eventFilter(QObject *watched, QEvent *event)
         m_dragRest.stop();
         if (event->type() == QEvent::Drop) {
             auto *drop = static_cast<QDropEvent *>(event);
-            drop->setDropAction(Qt::CopyAction);
-            drop->setAccepted(pane()->dropHere(*drop->mimeData()));
+            drop->setAccepted(acceptAsCopy(*drop) && pane()->dropHere(*drop->mimeData()));
         }
         return true;
     default:
