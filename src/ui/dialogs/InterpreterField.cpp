@@ -72,7 +72,8 @@ QCoro::Task<void> InterpreterField::listFound()
             co_return;
         const QString text = m_path->currentText();
         m_path->addItems(*found);
-        m_path->setEditText(text); // Qt shows the first item
+        if (m_path->currentText() != text) // Qt shows the first item of a list that was empty
+            m_path->setEditText(text);
         showAutomatic();
     }
 }

@@ -33,7 +33,8 @@ private:
     AppState &m_state;
     QComboBox *m_path;
     QLabel *m_problem;
-    Background m_background; // the folder may be on a network that does not answer
+    // The folder may be on a network that does not answer. Nothing has to be completed at the end.
+    Background m_background{1, std::chrono::milliseconds(0)};
 };
 
 } // namespace Korvane

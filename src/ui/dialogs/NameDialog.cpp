@@ -12,7 +12,7 @@ namespace Korvane {
 
 NameDialog::NameDialog(const UserPrompts::NamePrompt &prompt, QWidget *window)
     : QDialog(window)
-    , m_find(prompt.problem)
+    , m_nameProblem(prompt.problem)
     , m_field(new QLineEdit(prompt.proposedName))
     , m_problem(new WrappedLabel(QString()))
 {
@@ -65,7 +65,7 @@ void NameDialog::accept()
 /// Without a name the prompt counts as canceled.
 QString NameDialog::findProblem() const
 {
-    return m_find && !name().isEmpty() ? m_find(name()) : QString();
+    return m_nameProblem && !name().isEmpty() ? m_nameProblem(name()) : QString();
 }
 
 /// Once shown, the label keeps its room, so that nothing moves while the name is corrected.

@@ -4,6 +4,8 @@
 
 #include <QDialog>
 
+#include <functional>
+
 class QLineEdit;
 
 namespace Korvane {
@@ -27,7 +29,7 @@ private:
     void showProblem(const QString &problem);
     [[nodiscard]] QString findProblem() const;
 
-    std::function<QString(const QString &name)> m_find;
+    std::function<QString(const QString &name)> m_nameProblem;
     QLineEdit *m_field;
     WrappedLabel *m_problem;
 };
