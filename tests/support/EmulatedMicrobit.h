@@ -63,7 +63,9 @@ private:
     void pump()
     {
         m_toBoard += m_line.read();
-        if (isWaiting() || ++m_turnsOfProgram > 20) { // Ctrl-C is sent to a program that runs
+        const bool isSent = m_process.bytesToWrite() == 0;
+        if (!m_toBoard.isEmpty() && isSent
+            && (isWaiting() || ++m_turnsOfProgram > 20)) { // Ctrl-C is sent to a program that runs
             m_turnsOfProgram = 0;
             m_process.write(m_toBoard.first(std::min<qsizetype>(11, m_toBoard.size())));
             m_toBoard.remove(0, 11);

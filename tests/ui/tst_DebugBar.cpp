@@ -118,10 +118,10 @@ private slots:
         const auto asked = [&] {
             if (ask.startsWith(u"Ctrl+"))
                 fixture.press(Qt::Key_Y, QKeySequence(ask)[0].keyboardModifiers());
-            else if (ask.contains(u'.'))
-                fixture.find<QToolButton>(qPrintable(ask))->setFocus(),
-                    fixture.press(Qt::Key_Space);
-            else
+            else if (ask.contains(u'.')) {
+                fixture.find<QToolButton>(qPrintable(ask))->setFocus();
+                fixture.press(Qt::Key_Space);
+            } else
                 fixture.command(ask)->trigger();
         };
         if (!ask.contains(u'.'))
