@@ -17,13 +17,6 @@ namespace Korvane {
 
 namespace {
 
-/// Empty when the name can be used.
-QString folderNameProblem(const QString &name)
-{
-    return isUsableFileName(name) ? QString()
-                                  : QStringLiteral("“%1” isn't a usable folder name.").arg(name);
-}
-
 /// Blocks.
 Result<QList<FileNode>> readFolder(const QString &path)
 {
@@ -123,8 +116,8 @@ QCoro::Task<void> LocalFiles::createFolder()
     const QString name = co_await m_prompts.askName(std::move(prompt));
     if (!life || name.isEmpty())
         co_return;
-    if (const QString problem = folderNameProblem(name); !problem.isEmpty()) {
-        m_shell.appendError(problem);
+    if (!isUsableFileName(name)) {
+        m_shell.appendError(QStringLiteral("“%1” isn't a usable folder name.").arg(name));
         co_return;
     }
     const QString path = QDir(folder).filePath(name);
