@@ -190,6 +190,7 @@ private slots:
             const QString path = fixture.home.path() + u'/' + name;
             auto first = fixture.state->documents().openFile(path);
             QVERIFY(fixture.open(path));
+            QVERIFY(awaited(std::move(first)));
             fixture.write(u"edited"_s);
             fixture.state->documents().select(fixture.state->documents().openFiles()[0]->id());
         }
