@@ -177,16 +177,8 @@ QCoro::Task<void> AppState::startDebugRun()
     const EditorFile *file = m_documents.selectedFile();
     if (!file)
         co_return;
-    const auto life = m_life.watch();
-    // A second start is refused, and the output is still that of the first one.
-    const bool isFirst = m_startingDebugFile.isNull() && !m_debugSession.isDebugging();
-    if (isFirst) {
-        noteRun(file->id());
-        m_startingDebugFile = file->id();
-    }
-    co_await m_debugSession.startDebugRun(file->name(), file->content(), file->breakpoints());
-    if (life && isFirst)
-        m_startingDebugFile = {};
+    co_await m_debugSession.startDebugRun(file->name(), file->content(), file->breakpoints(),
+                                          file->id());
 }
 
 void AppState::submitShell(const QString &command)
@@ -290,8 +282,9 @@ void AppState::wireBoard()
     connect(&m_programRun, &ProgramRun::gaveUp, &m_wiring, [this] { setRunning(false); });
     connect(&m_deviceFiles, &DeviceFiles::listingFailed, &m_wiring,
             [this](const Error &error) { m_errors.report(error); });
-    connect(&m_debugSession, &DebugSession::began, &m_wiring, [this] {
-        m_debuggedFile = m_documents.file(m_startingDebugFile);
+    connect(&m_debugSession, &DebugSession::began, &m_wiring, [this](const QUuid &document) {
+        noteRun(document);
+        m_debuggedFile = m_documents.file(document);
         showDebugLines();
         setBottomTab(BottomTab::Variables);
     });

@@ -197,9 +197,7 @@ private:
     SidebarTab m_sidebarTab = SidebarTab::Local;
     bool m_mcpRunning = false;
     bool m_isTypingInShell = false;
-    /// The documents of the debug run that is being started and of the last one that was sent.
-    QUuid m_startingDebugFile;
-    QPointer<EditorFile> m_debuggedFile;
+    QPointer<EditorFile> m_debuggedFile; // that of the last debug run
 
     // A member that others use is declared above them, so that it is destroyed after them.
     Settings &m_settings;

@@ -225,10 +225,10 @@ void DeviceLink::endCommands()
 
 Async<DeviceExecution> DeviceLink::executeOnDeviceRaw(QString code,
                                                       std::chrono::duration<double> timeout,
-                                                      CallStop stop)
+                                                      CallStop stop, WhenBusy whenBusy)
 {
-    auto exchange = std::make_unique<RawReplExchange>(m_serial, m_rawPaste, code, timeout,
-                                                      WhenBusy::KeepTrying);
+    auto exchange =
+        std::make_unique<RawReplExchange>(m_serial, m_rawPaste, code, timeout, whenBusy);
     // Uses no member after the wait, so that the lifetime need not be tested.
     co_return co_await execute(std::move(exchange), std::move(stop));
 }
@@ -261,11 +261,8 @@ Async<DeviceExecution> DeviceLink::execute(std::unique_ptr<RawReplExchange> exch
 Async<QString> DeviceLink::executeOnDevice(QString code, std::chrono::duration<double> timeout,
                                            WhenBusy whenBusy)
 {
-    auto exchange =
-        std::make_unique<RawReplExchange>(m_serial, m_rawPaste, code, timeout, whenBusy);
     CallStop stop; // named: GCC 12 mishandles temporaries in a co_await expression
-    // Uses no member after the wait, so that the lifetime need not be tested.
-    auto result = co_await execute(std::move(exchange), std::move(stop));
+    auto result = co_await executeOnDeviceRaw(std::move(code), timeout, std::move(stop), whenBusy);
     co_return outputOf(std::move(result));
 }
 

@@ -96,14 +96,14 @@ public:
     /// the command), `Closed` (this object was destroyed). \p timeout counts from when the link is
     /// free; its whole seconds are named in the error. \p stop ends a command that is queued, with
     /// `Canceled`, and interrupts one that is canceled while it runs: its result is then what the
-    /// program printed.
-    [[nodiscard]] Async<DeviceExecution> executeOnDeviceRaw(QString code,
-                                                            std::chrono::duration<double> timeout,
-                                                            CallStop stop = {});
+    /// program printed. With \p whenBusy Interrupt, a program that Korvane did not send, such as
+    /// one started at the Shell's prompt, is interrupted, and what it prints until then is in
+    /// dataReceived.
+    [[nodiscard]] Async<DeviceExecution> executeOnDeviceRaw(
+        QString code, std::chrono::duration<double> timeout, CallStop stop = {},
+        WhenBusy whenBusy = WhenBusy::KeepTrying);
     /// The same for a command of Korvane, which reads no input, yielding the output alone; a
-    /// traceback is an error of code `Remote`. With \p whenBusy Interrupt, a program that Korvane
-    /// did not send, such as one started at the Shell's prompt, is interrupted, and what it prints
-    /// until then is in dataReceived.
+    /// traceback is an error of code `Remote`.
     [[nodiscard]] Async<QString> executeOnDevice(QString code,
                                                  std::chrono::duration<double> timeout,
                                                  WhenBusy whenBusy = WhenBusy::KeepTrying);
@@ -113,10 +113,10 @@ public:
     [[nodiscard]] Async<QString> executeInSequence(QString code,
                                                    std::chrono::duration<double> timeout);
     /// Writes what the user typed for the program or the prompt of the board, unchanged and at
-    /// once. Only during a command of a sequence it is kept, and written ahead of the next one. A
-    /// board that a sequence has left in the raw REPL is first returned to its friendly prompt.
-    /// Kept input is dropped, with a line in the Shell, when the link is taken by force, the board
-    /// is reset or accepts no data, or the connection ends.
+    /// once. During a command of a sequence it is kept, and written before the next one. A board
+    /// that a sequence has left in the raw REPL is first returned to its friendly prompt. Kept
+    /// input is dropped, with a line in the Shell, when the link is taken by force, the board is
+    /// reset or accepts no data, or the connection ends.
     void writeInput(const QByteArray &bytes);
 
     /// Changes whenever a connection begins or ends: equal numbers mean the same connection.

@@ -49,7 +49,8 @@ DebugSession::DebugSession(DeviceLink &link, ProgramRun &programRun, ShellSink &
     });
 }
 
-QCoro::Task<void> DebugSession::startDebugRun(QString name, QString source, QSet<int> breakpoints)
+QCoro::Task<void> DebugSession::startDebugRun(QString name, QString source, QSet<int> breakpoints,
+                                              QUuid document)
 {
     const auto life = m_life.watch();
     if (!m_link.connectionState().isConnected()) {
@@ -81,7 +82,7 @@ QCoro::Task<void> DebugSession::startDebugRun(QString name, QString source, QSet
     if (!life)
         co_return;
     if (installed)
-        launch(name, run);
+        launch(name, run, document);
     else
         m_shell.appendError(QStringLiteral("Could not install the breakpoint helper: ")
                             + installed.error().message);
@@ -154,7 +155,7 @@ QCoro::Task<Result<void>> DebugSession::installHelper(QSet<int> activeLines)
     co_return Result<void>();
 }
 
-void DebugSession::launch(const QString &name, const InstrumentedRun &run)
+void DebugSession::launch(const QString &name, const InstrumentedRun &run, const QUuid &document)
 {
     begin(run.activeLines);
     const qsizetype count = run.activeLines.size();
@@ -168,7 +169,7 @@ void DebugSession::launch(const QString &name, const InstrumentedRun &run)
                            .arg(run.originalBytes)
                            .arg(run.instrumentedBytes));
     m_programRun.runOnDeviceStreamed(run.source, ProgramRun::BoardState::AtPrompt);
-    emit began();
+    emit began(document);
 }
 
 void DebugSession::debugContinue()

@@ -8,6 +8,7 @@
 #include <QObject>
 #include <QSet>
 #include <QString>
+#include <QUuid>
 
 #include <list>
 #include <optional>
@@ -35,8 +36,10 @@ public:
     /// Sends \p source, instrumented, to the board; \p name is shown to the user. A program that
     /// runs there is interrupted first, unless it is being debugged: then the start is refused. The
     /// reason why nothing is started is written to the Shell; an empty source is ignored.
-    /// \p breakpoints are 1-based lines. The task may be dropped.
-    QCoro::Task<void> startDebugRun(QString name, QString source, QSet<int> breakpoints);
+    /// \p breakpoints are 1-based lines; \p document is the parameter of began(). The task may be
+    /// dropped.
+    QCoro::Task<void> startDebugRun(QString name, QString source, QSet<int> breakpoints,
+                                    QUuid document = {});
     /// Continues the paused program to the next breakpoint. Does nothing while it is not paused.
     void debugContinue();
     /// Continues the paused program for one statement. Does nothing while it is not paused.
@@ -62,8 +65,8 @@ signals:
     /// The result of one of the three functions above has changed.
     void changed();
     /// A debug run is being sent. The link is already in use, so that no view reads from the board
-    /// in response.
-    void began();
+    /// in response, and nothing that the program prints has arrived.
+    void began(const QUuid &document);
     /// Emitted after the state has changed, before the line about it in the Shell.
     void paused(const DebugPause &pause);
 
@@ -73,7 +76,7 @@ private:
     QCoro::Task<void> stateChange();
     void resumeStarts();
     QCoro::Task<Result<void>> installHelper(QSet<int> activeLines);
-    void launch(const QString &name, const InstrumentedRun &run);
+    void launch(const QString &name, const InstrumentedRun &run, const QUuid &document);
     void resume(const char *command);
     void finish();
 

@@ -52,6 +52,29 @@ private slots:
                      "error: Cannot open /nowhere/a.py: No such file or directory"_s);
     }
 
+    /// When the helper could not be installed for the first, which changes nothing.
+    void debugsTheSecondOfTwoDocuments()
+    {
+        BoardAppFixture fixture;
+        fixture.connectBoard();
+        fixture.answer = ScriptedBoard::reply({}, "MemoryError: no room\r\n");
+        OpenFiles &documents = fixture.state->documents();
+        std::optional<QSet<int>> armed;
+        connect(&fixture.state->debugSession(), &DebugSession::began, this,
+                [&] { armed = documents.selectedFile()->armedLines(); });
+        for (const bool isSecond : {false, true}) {
+            documents.newFile();
+            fixture.write(u"x = 1\n"_s);
+            documents.toggleBreakpoint(1);
+            fixture.state->startDebugRun();
+            if (!isSecond)
+                QTRY_COMPARE(fixture.programs.size(), 1); // whose answer is being sent
+            fixture.answer = ScriptedBoard::reply({});
+        }
+        QTRY_VERIFY2(armed.has_value(), qPrintable(fixture.text()));
+        QCOMPARE(*armed, QSet<int>{1});
+    }
+
     void initTestCase() { QVERIFY2(m_board.start(), qPrintable(m_board.errorText())); }
 
     void showsOutputThenVariablesThenAnswersTheShell()
