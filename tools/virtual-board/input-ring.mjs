@@ -90,12 +90,14 @@ export class InputRing {
         const end = performance.now() + milliseconds;
         const settledBefore = this.settled;
         for (;;) {
+            // Before the newest Ctrl-C, which the worker stores before the end of the input: all bytes
+            // up to this end have been offered to `interrupt`.
             const tail = Atomics.load(words, tailWord);
             const newest = Atomics.load(words, newestWord);
             if (newest > this.settled) interrupt(newest);
             while (!this.isEmpty && this.#frontIsSettled) this.take();
             if (this.settled !== settledBefore) return 'interrupted';
-            if (bytesCount && !this.isEmpty) return 'byte';
+            if (bytesCount && tail !== Atomics.load(words, headWord)) return 'byte';
             const left = end - performance.now();
             if (left <= 0) return 'timeout';
             Atomics.wait(words, tailWord, tail, left);
