@@ -27,7 +27,7 @@ struct Connection
 
     void greet()
     {
-        QVERIFY(fixture.connectTo(board.port(), u">>> "_s));
+        QVERIFY(fixture.connectTo(board.port(), u">>> \r\n>>> "_s));
         board.forget();
     }
 
@@ -127,8 +127,7 @@ private slots:
         QTRY_COMPARE(c.board.transcript(), u"^A^C"_s);
         c.board.send("raw REP");
         QTRY_COMPARE(c.fixture.events, QStringList{u"gave up"_s});
-        QVERIFY2(timer.elapsed() >= 1700 && timer.elapsed() < 3000,
-                 qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(timer.elapsed() >= 1700, qPrintable(QString::number(timer.elapsed())));
         QCOMPARE(c.board.transcript(), u"^A^C^A^A^A^A"_s);
         QCOMPARE(c.fixture.shell.lines().filter(u"error"_s), QStringList{neverEntered});
         QVERIFY(!c.fixture.link.deviceCommandInFlight() && !c.fixture.session.isDebugging());

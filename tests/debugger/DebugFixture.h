@@ -48,7 +48,7 @@ struct DebugFixture final : DeviceLinkClient
     bool isPausedAtBreakpoint() const override { return session.pausedAt().has_value(); }
     bool isReplyEnding() const override { return run && run->isReplyEnding(); }
 
-    /// Connects, lets the board answer the greeting with its prompt, and forgets both.
+    /// Connects, lets the board answer the two Ctrl-C with its prompts, and forgets them.
     bool connectTo(const QString &port, const QString &greeting)
     {
         const bool isGreeted = link.connectDevice(port)

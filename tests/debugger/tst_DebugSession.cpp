@@ -38,7 +38,7 @@ struct Connection
     }
     void connectBoard()
     {
-        QVERIFY(fixture.connectTo(board.port(), u">>> "_s));
+        QVERIFY(fixture.connectTo(board.port(), u">>> \r\n>>> "_s));
         board.forget();
     }
     DebugSession &session() { return fixture.session; }
