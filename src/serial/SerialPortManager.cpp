@@ -109,6 +109,13 @@ QString firstLine(const QString &path)
                                           : QString();
 }
 
+/// The kernel's virtual consoles, of which there are more than 60.
+bool isConsole(const QString &tty)
+{
+    const auto isDigit = [](QChar c) { return c.isDigit(); };
+    return tty.startsWith(QLatin1String("tty")) && std::all_of(tty.begin() + 3, tty.end(), isDigit);
+}
+
 /// Whether a tty in sysfs is a port that exists: it has a driver, and is not one of the
 /// placeholders that the 8250 driver registers for ports which the machine may not have.
 bool isRealPort(const QString &ttyFolder)
@@ -152,7 +159,7 @@ QStringList SerialPortManager::listPorts(const Roots &roots)
     for (const QString &entry : ttys.entryList(all, QDir::Unsorted)) {
         // sysfs writes "!" where the device's name has a slash.
         const QString device = roots.dev + u'/' + QString(entry).replace(u'!', u'/');
-        if (isRealPort(ttys.filePath(entry)) && QFileInfo::exists(device))
+        if (!isConsole(entry) && isRealPort(ttys.filePath(entry)) && QFileInfo::exists(device))
             ports << device;
     }
     for (const QString &extra : roots.extraPorts.split(u':', Qt::SkipEmptyParts)) {
