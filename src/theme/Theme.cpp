@@ -216,8 +216,9 @@ QFont Theme::monospacedFont()
     font.setPixelSize(
         std::max({monospacedSize, font.pixelSize(), qRound(points * dotsPerInch / 72)}));
     // Some desktops name a proportional font here.
-    if (!isFixedPitch(font))
-        font.setFamily(DesktopFonts::installedFamily(QStringLiteral("monospace")));
+    const QString monospace = DesktopFonts::installedFamily(QStringLiteral("monospace"));
+    if (font.family() != monospace && !isFixedPitch(font))
+        font.setFamily(monospace);
     return font;
 }
 

@@ -22,7 +22,11 @@ void ElidedLabel::setText(const QString &text)
 
 QSize ElidedLabel::sizeHint() const
 {
-    return {0, fontMetrics().height()};
+    // A font has the same height in all weights. The others are loaded only to paint them, which is
+    // after the window is shown.
+    QFont regular = font();
+    regular.setWeight(QFont::Normal);
+    return {0, QFontMetrics(regular).height()};
 }
 
 void ElidedLabel::paintEvent(QPaintEvent *)

@@ -1,7 +1,5 @@
 #include "ui/controls/KeyText.h"
 
-#include <QRegularExpression>
-
 namespace Korvane::KeyText {
 
 namespace {
@@ -56,9 +54,9 @@ QString rendered(const QString &text)
 
 QString withoutKey(const QString &help)
 {
-    static const QRegularExpression key(QStringLiteral(R"( \([^()]*\)$)"));
-    QString name = help;
-    return name.remove(key);
+    const qsizetype key = help.lastIndexOf(QStringLiteral(" ("));
+    const bool isAtEnd = key >= 0 && help.indexOf(u')', key) == help.size() - 1;
+    return isAtEnd ? help.first(key) : help;
 }
 
 } // namespace Korvane::KeyText

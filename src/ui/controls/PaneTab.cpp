@@ -2,7 +2,8 @@
 
 #include "theme/Theme.h"
 
-#include <QPainter>
+#include <QStyleOptionToolButton>
+#include <QStylePainter>
 
 namespace Korvane {
 
@@ -23,18 +24,33 @@ PaneTab::PaneTab(const QString &title, QWidget *parent)
     setFocusPolicy(Qt::TabFocus);
 }
 
+void PaneTab::setSemiboldWhenChecked()
+{
+    // Semibold text is up to a sixth wider. It is not measured: that would load the font before the
+    // window is shown.
+    constexpr int padding = 20;
+    setMinimumWidth(fontMetrics().horizontalAdvance(text()) * 7 / 6 + padding);
+    m_isSemiboldWhenChecked = true;
+}
+
 void PaneTab::setMark(const QString &description)
 {
     setAccessibleDescription(description);
     update();
 }
 
-void PaneTab::paintEvent(QPaintEvent *event)
+void PaneTab::paintEvent(QPaintEvent *)
 {
-    QToolButton::paintEvent(event);
+    QStylePainter painter(this);
+    QStyleOptionToolButton option;
+    initStyleOption(&option);
+    if (m_isSemiboldWhenChecked && isChecked()) {
+        option.font = Theme::headlineFont(font());
+        option.fontMetrics = QFontMetrics(option.font);
+    }
+    painter.drawComplexControl(QStyle::CC_ToolButton, option);
     if (accessibleDescription().isEmpty())
         return;
-    QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     painter.setBrush(Theme::of(palette()).color(Theme::Role::Red));

@@ -12,12 +12,17 @@ class PaneTab final : public QToolButton
 public:
     explicit PaneTab(const QString &title, QWidget *parent = nullptr);
 
+    /// Paints the text in semibold while the tab is checked. The tab keeps its width.
+    void setSemiboldWhenChecked();
     /// Marks the tab with a red dot, and with \p description for assistive programs. Empty removes
     /// the mark.
     void setMark(const QString &description);
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+
+private:
+    bool m_isSemiboldWhenChecked = false;
 };
 
 } // namespace Korvane

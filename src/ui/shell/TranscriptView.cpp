@@ -114,7 +114,7 @@ TranscriptView::TranscriptView(const ShellTranscript &transcript, QWidget *paren
     m_scroll.setEndValue(1.0);
     m_scroll.setEasingCurve(QEasingCurve::OutCubic);
 
-    copyMore();
+    startCopying(); // while the X server shows the window
 }
 
 bool TranscriptView::isCaughtUp() const

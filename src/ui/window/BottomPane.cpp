@@ -24,18 +24,12 @@ namespace {
 // An error within this time after a command of the user counts as its result.
 constexpr std::chrono::milliseconds userActionTime{5'000};
 
-/// A tab of the pane. Its width is that of the semibold text of the chosen tab.
 PaneTab *makeTab(const QString &title)
 {
     auto *tab = new PaneTab(title);
     tab->setObjectName(title);
     tab->setToolButtonStyle(Qt::ToolButtonTextOnly);
-    const QFont regular = tab->font();
-    const QFont chosen = Theme::headlineFont(regular);
-    tab->setMinimumWidth(QFontMetrics(chosen).horizontalAdvance(title) + 20);
-    QObject::connect(tab, &QToolButton::toggled, tab, [tab, regular, chosen](bool isChosen) {
-        tab->setFont(isChosen ? chosen : regular);
-    });
+    tab->setSemiboldWhenChecked();
     return tab;
 }
 
