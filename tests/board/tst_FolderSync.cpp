@@ -98,18 +98,23 @@ private slots:
         changes = awaited(sync.compare(here, u"/app"_s));
         QCOMPARE(told(changes), u"1 new.py+ lib/a.py~ main.py~ lib/old.py-"_s);
         QStringList statuses;
-        connect(&board.transfer, &TransferStatus::statusChanged, this,
-                [&] { statuses << board.transfer.status(); });
-        QVERIFY(board.done(sync.send(*changes)));
+        const auto noting = connect(&board.transfer, &TransferStatus::statusChanged, this, [&] {
+            statuses << board.transfer.status();
+            if (board.transfer.canCancel())
+                board.transfer.cancel(); // which emits the signal, too
+        });
+        QVERIFY(!board.done(sync.send(*changes)));
         // Before what is sent, which may be the same file with another case.
         statuses.removeAll(QString());
         QCOMPARE(statuses.value(0), u"Deleting lib/old.py (1 of 1)…"_s);
+        QVERIFY(board.said().startsWith(u"info: Deleting canceled at lib/old.py (1 of 1)"));
+        disconnect(noting);
+        board.fixture.link->disconnectDevice();
+        QVERIFY(board.connectTo(virtualBoard.port()));
+        QVERIFY(board.done(board.transfer.resumeRest()));
         QCOMPARE(board.said(),
                  u"info: ↑ Sent 3 files to /app, removed 1 file; 1 file unchanged."_s);
         QCOMPARE(told(awaited(sync.compare(here, u"/app"_s))), u"4"_s);
-
-        board.fixture.link->disconnectDevice();
-        QVERIFY(board.connectTo(virtualBoard.port()));
         QCOMPARE(awaited(sync.send(*changes)).error().code, ErrorCode::BoardReplaced);
     }
 };
