@@ -230,8 +230,10 @@ private slots:
         QTest::keyClicks(field, u"a/"_s);
         QTest::keyClick(field, Qt::Key_Return);
         QVERIFY(QToolTip::text().contains(u"isn't a usable name"_s));
+        QVERIFY(field->accessibleDescription().contains(u"isn't a usable name"_s));
         QTest::keyClick(field, Qt::Key_Home, Qt::ShiftModifier);
         QTest::keyClicks(field, u"boot"_s);
+        QCOMPARE(field->accessibleDescription(), QString());
         files().refreshDeviceFiles();
         QTRY_VERIFY(isIdle());
         QVERIFY(field->hasFocus());
