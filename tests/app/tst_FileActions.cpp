@@ -294,6 +294,8 @@ private slots:
         m_fixture->prompts.choice = u"Skip"_s;
         awaited(state().errors().reportFailureOf(operation(text)));
         QTEST(localTree(), "result");
+        QCOMPARE(m_fixture->prompts.takeAsked().startsWith(u"Replace “n.py”?"),
+                 text == u"local rename a.py n.py");
         const QString found = said();
         QVERIFY2(found.startsWith(message) && found.isEmpty() == message.isEmpty(),
                  qPrintable(found));

@@ -122,8 +122,11 @@ private slots:
     void saysWhyItStopped()
     {
         QVERIFY(QDir().mkpath(local(u"hollow"_s)));
+        QVERIFY(QFile::link(u"/"_s, local(u"hollow/out"_s)));
         m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"hollow"_s)));
-        QCOMPARE(m_fixture.said(), u"error: hollow is empty — nothing to copy."_s);
+        QCOMPARE(m_fixture.said(),
+                 u"info: Not copied (links out of the folder and special files): out.\n"
+                 "error: hollow is empty — nothing to copy."_s);
         m_fixture.done(m_fixture.copies.copyFileToDevice(local(u"missing"_s)));
         QCOMPARE(m_fixture.said(), u"error: Cannot read %1."_s.arg(local(u"missing"_s)));
 

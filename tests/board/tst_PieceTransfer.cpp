@@ -143,6 +143,34 @@ private slots:
         QCOMPARE(sending.leftover(), PieceTransfer::Leftover::Part);
     }
 
+    void asksAgainForADamagedPiece()
+    {
+        int damaged = 3;
+        ScriptedBoard board;
+        LinkFixture fixture;
+        board.onProgram = [&](const QByteArray &program) {
+            if (!program.startsWith("_kr("))
+                return ScriptedBoard::reply("__OK__");
+            if (damaged-- > 0)
+                return ScriptedBoard::reply("__PIECE__3 0 b'a"); // cut off
+            return ScriptedBoard::reply(program.startsWith("_kr(0,") ? "__PIECE__3 0 b'abc'"
+                                                                     : "__PIECE__0 0 b''");
+        };
+        QVERIFY(fixture.connectTo(board.port()));
+        const auto all = std::make_shared<QByteArray>();
+        const auto receive = [&] {
+            PieceTransfer receiving(*fixture.link, {}, {});
+            return awaited(
+                receiving.receive(path, [all](QByteArray piece) { return append(all, piece); }));
+        };
+        const auto received = receive();
+        QVERIFY2(received, received ? "" : qPrintable(received.error().message));
+        QCOMPARE(*all, "abc"_ba);
+        damaged = 4;
+        QCOMPARE(receive().error().code, ErrorCode::Damaged);
+        QCOMPARE(*all, "abc"_ba);
+    }
+
     void readsBytesLiterals_data()
     {
         QTest::addColumn<QByteArray>("literal");

@@ -236,6 +236,10 @@ private slots:
         QVERIFY2(received == first + "\3\4" + second, "out of order, or an item cut in two");
         QCOMPARE(drained.size(), 1);
         QCOMPARE(reading.manager->pendingBytes(), 0);
+        // What the port has taken still arrives.
+        QVERIFY(reading.manager->write("\2"));
+        reading.manager->close();
+        QCOMPARE(reading.line.read(), "\2"_ba);
     }
 
     void saysWhenThePortTakesNothing()
