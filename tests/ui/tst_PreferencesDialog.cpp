@@ -78,7 +78,7 @@ private slots:
 
         for (const char *key : {"EditorFontSize", "Appearance", "ShellFontSize"}) {
             auto *reset = fixture.find<QToolButton>(QByteArray("reset") + key);
-            QVERIFY(reset->isEnabled());
+            QVERIFY(reset->isEnabled() && reset->toolTip() == u"Return to the default");
             reset->click();
             QVERIFY(!reset->isEnabled());
         }
