@@ -94,13 +94,13 @@ private slots:
     {
         Connection c;
         c.board.onProgram = [](const QByteArray &) { return "\x04"_ba; };
-        c.start(u"x"_s);
-        QTRY_COMPARE(c.fixture.events, wholeRun.first(3));
         QElapsedTimer timer;
         timer.start();
+        c.start(u"x"_s);
+        QTRY_COMPARE(c.fixture.events, wholeRun.first(3));
         c.board.send("late\x04");
         QTRY_COMPARE(c.fixture.events, wholeRun);
-        QVERIFY2(timer.elapsed() > 800, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(timer.elapsed() > 900, qPrintable(QString::number(timer.elapsed())));
         c.board.send(">");
         QTRY_COMPARE(c.fixture.shell.output(), u"OKlate>"_s);
         QCOMPARE(c.fixture.events, wholeRun);
@@ -124,7 +124,7 @@ private slots:
         c.board.send("busy");
         QTRY_COMPARE(c.fixture.shell.output() + c.fixture.events.join(u' '), u"busy"_s);
         c.board.send(" \xFF");
-        QTRY_COMPARE(c.board.transcript(), u"^A^C"_s);
+        QTRY_VERIFY(c.board.transcript().startsWith(u"^A^C"));
         c.board.send("raw REP");
         QTRY_COMPARE(c.fixture.events, QStringList{u"gave up"_s});
         QVERIFY2(timer.elapsed() >= 1700, qPrintable(QString::number(timer.elapsed())));
@@ -136,7 +136,7 @@ private slots:
         // Half the banner of one run and half of the next make none, but pieces do.
         c.start(u"y"_s);
         c.board.send("L");
-        QTRY_COMPARE(c.board.transcript(), u"^A^C^A^A^A^A^A^C"_s);
+        QTRY_VERIFY(c.board.transcript().startsWith(u"^A^C^A^A^A^A^A^C"));
         c.board.setSplitAtEveryByte(true);
         c.board.send("\xE2\x82\xAC raw REPL; and so on");
         QTRY_VERIFY(c.board.transcript().endsWith(u"y^D"));
@@ -147,10 +147,10 @@ private slots:
         Connection c;
         c.board.setMute(true);
         c.start(u"first"_s);
-        QTRY_COMPARE(c.board.transcript(), u"^A^C"_s);
+        QTRY_VERIFY(c.board.transcript().startsWith(u"^A^C"));
         c.start(u"second"_s);
         // More than the first run was given.
-        QTRY_COMPARE(c.board.transcript(), u"^A^C^A^C^A^A^A"_s);
+        QTRY_VERIFY(c.board.transcript().endsWith(u"^C^A^A^A"));
         c.board.setMute(false);
         QTRY_COMPARE(c.fixture.events, wholeRun);
         QVERIFY(c.board.transcript().endsWith(u"^Asecond^D"));

@@ -364,20 +364,25 @@ private slots:
 
     void interruptsTheProgramOfACanceledCall()
     {
-        const auto box = connected();
+        ScriptedBoard board;
+        ToolsFixture box;
+        box.connectTo(board);
+        board.on("pass\4", "OKon\r\n");
+        board.on("\3", "\4KeyboardInterrupt: \r\n\4>");
         std::stop_source unwanted;
         std::stop_source canceled;
-        box->stop = {unwanted.get_token(), canceled.get_token()};
-        auto call = box->begin("run_code|code=print('on')\nwhile True: pass");
+        box.stop = {unwanted.get_token(), canceled.get_token()};
+        auto call = box.begin("run_code|code=pass");
         unwanted.request_stop(); // what has begun continues
-        QTest::qWait(500);
+        QTRY_VERIFY(board.received().endsWith("pass\4"));
         QVERIFY(!call.isReady());
         canceled.request_stop();
         const QByteArray answer = ToolsFixture::told(awaited(std::move(call)));
         QVERIFY2(answer.startsWith("Output before the failure:\non\n"), answer);
         QVERIFY2(answer.endsWith("KeyboardInterrupt: \n"), answer);
-        box->stop = {};
-        QCOMPARE(box->call("run_code|code=print(1)"), "1\n");
+        box.stop = {};
+        board.onProgram = [](const QByteArray &) { return ScriptedBoard::reply("1\r\n"); };
+        QCOMPARE(box.call("run_code|code=print(1)"), "1\n");
     }
 
     void leavesARunningProgramAlone()
