@@ -48,6 +48,7 @@ private slots:
             {u"a\r\nb\r\nc\nd\n\r\n"_s, u"a\nb\nnew\nc\nd\n\n"_s, u"a\r\nb\r\nnew\r\nc\nd\n\r\n"_s},
             {u"a\r\nb\nc\r\nd\n"_s, u"a\nd\n"_s, u"a\r\nd\n"_s},
             {u"a\nb\r\nc\rd\r\n"_s, u"a\nbc\nd\n"_s, u"a\nbc\rd\r\n"_s}, // lines joined
+            {u"a\rb\nc"_s, u"a\n\nc"_s, u"a\r\n\nc"_s}, // else read as one line end
             {u"a\nb\r\nc\r\n"_s, u"x\ny\n"_s, u"x\r\ny\r\n"_s},
         };
         for (const QStringList &row : cases) {

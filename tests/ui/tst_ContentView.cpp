@@ -113,6 +113,9 @@ private slots:
         const auto *bar = fixture.find<QWidget>("fileChangeBar");
         QVERIFY(bar->isVisible());
         QVERIFY(bar->heightForWidth(300) < 3 * bar->fontMetrics().lineSpacing()); // two lines
+        bar->findChild<QWidget *>(u"keepText"_s)->setFocus();
+        documents.selectedFile()->setFileChange(EditorFile::FileChange::None);
+        QVERIFY(editor->hasFocus());
     }
 
     void searchesFromWhereverTheFocusIs()
@@ -367,6 +370,7 @@ private slots:
             fixture->press(state.startsWith(u"debug") ? Qt::Key_Y : Qt::Key_R, Qt::ControlModifier);
             QVERIFY(fixture->state().link().deviceCommandInFlight());
         } else if (state == u"variables asked for") {
+            QTRY_VERIFY(!fixture->state().link().deviceCommandInFlight());
             board.setMute(true);
             fixture->click("Variables");
             QVERIFY(fixture->state().link().deviceCommandInFlight());
