@@ -10,6 +10,16 @@
 
 namespace Korvane {
 
+namespace {
+
+Error writeFailure(Error error)
+{
+    error.message.prepend(QStringLiteral("Device write failed: "));
+    return error;
+}
+
+} // namespace
+
 BoardStore::BoardStore(DeviceLink &link, DeviceFiles &files)
     : m_link(link)
     , m_files(files)
@@ -33,6 +43,15 @@ Async<std::optional<QByteArray>> BoardStore::read(DocumentPlace place)
 }
 
 Async<DocumentStore::Held> BoardStore::compare(DocumentPlace place, QList<QByteArray> contents)
+{
+    const auto held = co_await compareOnBoard(std::move(place), std::move(contents));
+    if (!held && held.error().code == ErrorCode::NoRawREPL)
+        co_return writeFailure(DeviceError::noRawREPL());
+    co_return held;
+}
+
+Async<DocumentStore::Held> BoardStore::compareOnBoard(DocumentPlace place,
+                                                      QList<QByteArray> contents)
 {
     const auto life = m_life.watch();
     const bool isLarge =
@@ -60,11 +79,8 @@ Async<void> BoardStore::write(DocumentPlace place, QString text, QString name)
     const auto isSameBoard = co_await checkBoard(place);
     if (!life)
         co_return DeviceError::closed();
-    if (!isSameBoard) {
-        Error error = isSameBoard.error();
-        error.message.prepend(QStringLiteral("Device write failed: "));
-        co_return error;
-    }
+    if (!isSameBoard)
+        co_return writeFailure(isSameBoard.error());
     const WritePermit permit = m_files.permitWrite(place.path);
     co_return co_await m_files.writeTextToDevice(text, permit, name);
 }

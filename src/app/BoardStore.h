@@ -21,6 +21,7 @@ public:
     [[nodiscard]] Async<void> write(DocumentPlace place, QString text, QString name) override;
 
 private:
+    [[nodiscard]] Async<Held> compareOnBoard(DocumentPlace place, QList<QByteArray> contents);
     /// Whether the file exists on the board of \p place, which must be the connected one.
     [[nodiscard]] Async<bool> lookFor(DocumentPlace place);
     [[nodiscard]] Async<void> checkBoard(DocumentPlace place);

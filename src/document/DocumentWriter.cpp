@@ -8,6 +8,24 @@
 
 namespace Korvane {
 
+namespace {
+
+Error notReplaced(const DocumentPlace &place)
+{
+    return {ErrorCode::Canceled,
+            QStringLiteral("Save cancelled — ") + place.path + QStringLiteral(" is unchanged.")};
+}
+
+/// With these errors of a comparison, writing fails, too, and its error is reported.
+bool failsToWriteToo(ErrorCode code)
+{
+    return code == ErrorCode::NotConnected || code == ErrorCode::ProgramRunning
+        || code == ErrorCode::PausedAtBreakpoint || code == ErrorCode::BoardReplaced
+        || code == ErrorCode::Closed;
+}
+
+} // namespace
+
 /// One text that is to be written to a file.
 struct DocumentWriter::Job
 {
@@ -107,10 +125,11 @@ Async<DocumentWriter::Outcome> DocumentWriter::carryOut(std::shared_ptr<Queue> q
         const auto held = co_await storeOf(queue->place).compare(queue->place, std::move(ours));
         if (!life)
             co_return Error{ErrorCode::Closed, {}};
-        // Without a board or a folder, writing fails too, and its error is reported.
-        const bool isUnknown = !held
-            && (held.error().code == ErrorCode::Remote || held.error().code == ErrorCode::TimedOut
-                || held.error().code == ErrorCode::File);
+        if (!held && held.error().code == ErrorCode::Canceled)
+            co_return notReplaced(queue->place);
+        if (!held && held.error().code == ErrorCode::NoRawREPL)
+            co_return held.error(); // the board may be free again at once, its file unread
+        const bool isUnknown = !held && !failsToWriteToo(held.error().code);
         if (isUnknown || (held && *held == DocumentStore::Held::Other)) {
             // GCC 12 destroys a conditional expression inside a co_await expression twice.
             const QString whyUnknown = isUnknown ? held.error().message : QString();
@@ -154,8 +173,7 @@ Async<DocumentWriter::Outcome> DocumentWriter::askToReplace(std::shared_ptr<Queu
         co_return Outcome::Written;
     if (answer == 1)
         co_return Outcome::SaveAsRequested;
-    co_return Error{ErrorCode::Canceled,
-                    QStringLiteral("Save cancelled — ") + path + QStringLiteral(" is unchanged.")};
+    co_return notReplaced(queue->place);
 }
 
 bool DocumentWriter::isWriting(const DocumentPlace &place) const

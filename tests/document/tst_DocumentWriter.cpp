@@ -17,6 +17,8 @@ class SlowStore final : public DocumentStore
 public:
     Async<std::optional<QByteArray>> read(DocumentPlace) override
     {
+        if (failure)
+            co_return Error(*failure);
         co_return std::optional(held); // this compiler would move the member itself
     }
     Async<void> write(DocumentPlace, QString text, QString) override
@@ -30,6 +32,7 @@ public:
     void letThrough() { std::next(m_gates.begin(), qsizetype(m_opened++))->deliver(true); }
 
     std::optional<QByteArray> held;
+    std::optional<Error> failure; // of reading
     QStringList written;
 
 private:
@@ -106,6 +109,20 @@ private slots:
             const bool isWritten = outcome == u"written";
             QCOMPARE(fixture.file.isModified(), !isWritten);
             QCOMPARE(fixture.store.held, isWritten ? "v1"_ba : "theirs"_ba);
+        }
+    }
+
+    void replacesNoFileThatCouldNotBeRead()
+    {
+        for (const auto code : {ErrorCode::Damaged, ErrorCode::Canceled, ErrorCode::NoRawREPL}) {
+            WriterFixture fixture;
+            fixture.store.failure = Error{code, u"why"_s};
+            fixture.prompts.choice = u"Cancel"_s;
+            const auto result = awaited(fixture.save(u"v1"_s));
+            QCOMPARE(result.error().code,
+                     code == ErrorCode::NoRawREPL ? code : ErrorCode::Canceled);
+            QCOMPARE(fixture.prompts.asked.size(), code == ErrorCode::Damaged ? 1 : 0);
+            QVERIFY(!fixture.store.hasWaiting());
         }
     }
 };
