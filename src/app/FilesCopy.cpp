@@ -123,13 +123,13 @@ Async<void> FilesCopy::fromDevice(QList<DeviceFileNode> nodes, QString folder)
         }
         return kinds;
     };
+    const int connection = m_parts.link.connectionNumber();
     const auto found = co_await m_background.run(look);
     if (!found)
         co_return DeviceError::closed();
     const auto existing = collisions(plan, folder, *found);
     if (!existing)
         co_return existing.error();
-    const int connection = m_parts.link.connectionNumber();
     const auto resolved = co_await resolve(plan, *existing, u"in %1"_s.arg(displayPath(folder)));
     if (!life)
         co_return DeviceError::closed();

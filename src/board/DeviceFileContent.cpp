@@ -212,6 +212,7 @@ Async<bool> DeviceFileContent::confirm(UserPrompts::Confirmation question)
 Async<void> DeviceFileContent::writeAtOnce(PieceTransfer::Source next, QString path, QString label)
 {
     const auto life = m_life.watch();
+    const int connection = m_link.connectionNumber();
     QByteArray bytes;
     while (true) {
         const auto piece = co_await next(smallSize);
@@ -223,6 +224,8 @@ Async<void> DeviceFileContent::writeAtOnce(PieceTransfer::Source next, QString p
     }
     if (!life)
         co_return DeviceError::closed();
+    if (connection != m_link.connectionNumber())
+        co_return writeFailure(DeviceError::connectionLost(), label);
     const QString code = BoardScripts::write(path, bytes);
     const auto output = co_await m_link.executeOnDevice(code, commandTimeout);
     if (!output)

@@ -198,8 +198,8 @@ Async<void> DeviceFiles::sendFile(DeviceFileContent::Source source, WritePermit 
     if (!life)
         co_return DeviceError::closed();
     // What the board holds now may differ from what was listed, also while the file was written.
-    constexpr std::array wrote{ErrorCode::Remote, ErrorCode::TimedOut, ErrorCode::Damaged,
-                               ErrorCode::Canceled};
+    constexpr std::array wrote{ErrorCode::Remote,   ErrorCode::TimedOut, ErrorCode::Damaged,
+                               ErrorCode::Canceled, ErrorCode::File,     ErrorCode::SerialPort};
     if (!written && std::count(wrote.begin(), wrote.end(), written.error().code) > 0)
         refreshDeviceFiles();
     if (written)

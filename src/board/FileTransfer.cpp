@@ -124,10 +124,13 @@ Async<void> FileTransfer::copyFileFromDevice(DeviceFileNode file, QString destin
 {
     const auto life = m_life.watch();
     const QString target = DeviceListing::join(destinationFolder, file.name);
+    const int connection = m_link.connectionNumber();
     const std::function<bool()> lookFor = [target] { return QFileInfo::exists(target); };
     const auto exists = co_await m_background.run(lookFor);
     if (!exists)
         co_return DeviceError::closed();
+    if (connection != m_link.connectionNumber())
+        co_return DeviceError::boardReplaced();
     if (*exists) {
         UserPrompts::Confirmation question;
         question.title = u"Replace “%1”?"_s.arg(file.name);

@@ -1,5 +1,6 @@
 #include "board/PieceTransfer.h"
 
+#include "board/DeviceError.h"
 #include "board/DeviceLink.h"
 
 #include <QElapsedTimer>
@@ -67,6 +68,7 @@ bool isUnsent(const Error &error)
 
 PieceTransfer::PieceTransfer(DeviceLink &link, const BoardCapabilities &board, Observer observer)
     : m_link(link)
+    , m_connection(link.connectionNumber())
     , m_board(board)
     , m_observer(std::move(observer))
     , m_pieceSize(board.freeHeapBytes)
@@ -299,7 +301,9 @@ Async<QByteArray> PieceTransfer::readDigest(QString path)
 
 Async<QString> PieceTransfer::execute(QString code)
 {
-    return m_link.executeInSequence(std::move(code), pieceTimeout);
+    if (m_connection != m_link.connectionNumber())
+        co_return DeviceError::connectionLost();
+    co_return co_await m_link.executeInSequence(std::move(code), pieceTimeout);
 }
 
 Async<void> PieceTransfer::expectOk(QString code)

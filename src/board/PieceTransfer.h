@@ -94,6 +94,7 @@ private:
     [[nodiscard]] Async<void> expectOk(QString code);
 
     DeviceLink &m_link;
+    const int m_connection; // of the board that the file is sent to or read from
     const BoardCapabilities m_board;
     const Observer m_observer;
     PieceSize m_pieceSize;

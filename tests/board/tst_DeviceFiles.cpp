@@ -85,6 +85,23 @@ private slots:
         QCOMPARE(m_fixture.said(), u"error: Cannot encode f as UTF-8"_s);
     }
 
+    void writesToTheBoardOfItsPermitOnly()
+    {
+        for (const qint64 size : {1, 5000}) { // by one command, and in pieces
+            bool isRead = false;
+            const PieceTransfer::Source next = [&](qsizetype) -> Async<QByteArray> {
+                m_fixture.fixture.link->disconnectDevice(); // during a slow read of the disk
+                Q_UNUSED(m_fixture.fixture.link->connectDevice(m_board.port()));
+                co_return QByteArray(std::exchange(isRead, true) ? "" : "x");
+            };
+            DeviceFileContent::Source source{[next] { return next; }, size};
+            const WritePermit permit = files().permitWrite(u"/other"_s);
+            QVERIFY(!m_fixture.done(files().sendFile(source, permit, u"it"_s, {})));
+            QVERIFY(m_fixture.said().contains(u"was disconnected before the command ended"_s));
+        }
+        QVERIFY(!awaited(files().deviceFileExists(u"/other"_s)));
+    }
+
     void namesALocalFileThatCannotBeRead()
     {
         for (const qint64 size : {1, 5000}) { // by one command, and in pieces
