@@ -87,7 +87,7 @@ void DeviceLink::startNextCommand()
     setInFlight(true);
     const bool isInRawRepl = m_rawReplTimer.isActive();
     m_rawReplTimer.stop();
-    if (std::exchange(m_isInputSent, false))
+    if (m_isInputSent)
         m_current->setShowsOldOutput();
     m_current->start(isInRawRepl ? RawReplExchange::Prompt::Raw
                                  : RawReplExchange::Prompt::Friendly);
@@ -291,8 +291,14 @@ void DeviceLink::sendInput()
         m_rawReplTimer.stop();
         leaveRawRepl();
     }
-    m_isInputSent = !m_current && !m_client->deviceProgramRunning();
+    if (!m_current && !m_client->deviceProgramRunning())
+        m_isInputSent = true;
     m_serial.write(std::exchange(m_input, {}));
+}
+
+bool DeviceLink::isOutputShown() const
+{
+    return !m_deviceCommandInFlight || (m_isInputSent && m_current && !m_current->hasEntered());
 }
 
 void DeviceLink::dropInput()
@@ -336,6 +342,8 @@ void DeviceLink::releaseCommand(const RawReplExchange *command)
     if (m_current != command)
         return;
     m_current = nullptr;
+    if (command->hasEntered())
+        m_isInputSent = false;
     if (command->isInRawRepl())
         m_rawReplTimer.start();
     else

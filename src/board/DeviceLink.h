@@ -64,6 +64,8 @@ public:
     /// writes nothing more; its result arrives at its time-out. So set an interceptor only after
     /// taking the link. When the link is freed, the next queued command starts from the event loop.
     void setDeviceCommandInFlight(bool isInFlight);
+    /// Whether what the board sends now is output for the user, and not the reply of a command.
+    [[nodiscard]] bool isOutputShown() const;
     /// Starts the first queued command, if neither a command nor a program uses the link. Call it
     /// when the result of a function of the client has changed.
     void startNextCommand();
@@ -185,7 +187,8 @@ private:
     /// Active while a sequence of commands has left the board in the raw REPL.
     QTimer m_rawReplTimer;
     QByteArray m_input; // typed, and not written yet
-    /// Input was written since the last command: what it makes the board print is to be shown.
+    /// Input was written, and the board has not entered the raw REPL since: what it prints is
+    /// shown.
     bool m_isInputSent = false;
     std::unique_ptr<SoftReset> m_softReset;
     Lifetime m_life;

@@ -58,7 +58,7 @@ void ProgramRun::runOnDeviceStreamed(const QString &source, BoardState boardStat
         m_reply = Reply::None;
     if (!m_isEntering) {
         // What a command that loses the link has printed is its reply, not output.
-        m_showsOldOutput = boardState == BoardState::MayBeBusy && !m_link.deviceCommandInFlight();
+        m_showsOldOutput = boardState == BoardState::MayBeBusy && m_link.isOutputShown();
     }
     if (m_paste.isActive()) {
         m_paste.stop();

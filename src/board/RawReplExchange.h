@@ -53,6 +53,8 @@ public:
     /// True after a reply that left the board in the raw REPL.
     [[nodiscard]] bool isInRawRepl() const { return m_isInRawRepl; }
     [[nodiscard]] bool isStarted() const { return m_isStarted; }
+    /// The board has shown its raw REPL: what it was running before has ended.
+    [[nodiscard]] bool hasEntered() const { return m_phase != Phase::Entering; }
     /// Called when a streamed run takes the link: writes nothing more and leaves the interceptor
     /// alone. The result still arrives, at the latest at the time-out.
     void leaveLink();

@@ -223,6 +223,18 @@ private slots:
         QVERIFY(c.fixture.data.contains("\n2\r\n"));
     }
 
+    void showsTheOutputOfATypedProgramUntilOneIsEntered()
+    {
+        Connection c(true);
+        c.fixture.link->writeInput("while True: print(1)\r");
+        for (const char *output : {"1\r\n", "2\r\n"}) {
+            auto command = c.fixture.run("x", 5s);
+            c.board.send(output);
+            QCOMPARE(awaited(std::move(command)).error().code, ErrorCode::NoRawREPL);
+        }
+        QVERIFY(c.fixture.data.contains("1\r\n2\r\n"));
+    }
+
     void dropsAProgramThatIsInterruptedBeforeItWasSent()
     {
         Connection c;
