@@ -71,6 +71,11 @@ QCoro::Task<void> DebugSession::startDebugRun(QString name, QString source, QSet
         co_return;
     }
     // Tested before the first wait: a debug run that is sent meanwhile is not interrupted.
+    const bool hasRunTakenLink = m_programRun.isEntering() || m_programRun.deviceProgramRunning();
+    if (m_isInstalling && hasRunTakenLink) { // its result arrives at its time-out
+        m_isInstalling = false;
+        ++m_installation;
+    }
     if (m_programRun.isEntering())
         m_programRun.abandon();
     if (m_programRun.deviceProgramRunning()) {
@@ -83,7 +88,7 @@ QCoro::Task<void> DebugSession::startDebugRun(QString name, QString source, QSet
         co_return;
     if (installed)
         launch(name, run, document);
-    else
+    else if (installed.error().code != ErrorCode::Canceled)
         m_shell.appendError(QStringLiteral("Could not install the breakpoint helper: ")
                             + installed.error().message);
 }
@@ -138,11 +143,14 @@ QCoro::Task<Result<void>> DebugSession::installHelper(QSet<int> activeLines)
             co_return Error{ErrorCode::Closed, {}};
     }
     const int connection = m_connection;
+    const int installation = ++m_installation;
     m_isInstalling = true;
     const auto output = co_await m_link.executeOnDevice(
         DebugHelper::installCode(activeLines), installTimeout, DeviceLink::WhenBusy::Interrupt);
     if (!life)
         co_return Error{ErrorCode::Closed, {}};
+    if (installation != m_installation)
+        co_return DeviceError::canceled();
     if (connection == m_connection) {
         m_isInstalling = false;
         resumeStarts();

@@ -89,6 +89,7 @@ private:
 
     /// A start has installed the helper on this connection and has not finished.
     bool m_isInstalling = false;
+    int m_installation = 0; // counts them, for the one whose result is awaited
     /// Changes with each end of the link. What was installed before is lost.
     int m_connection = 0;
     /// Starts that are suspended until a program or another start has ended.
