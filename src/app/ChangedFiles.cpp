@@ -41,6 +41,17 @@ ChangedFiles::ChangedFiles(Parts parts)
 
 Async<void> ChangedFiles::send(QString localFolder, QString boardFolder)
 {
+    if (std::exchange(m_isSending, true))
+        co_return DeviceError::alreadyWriting(boardFolder);
+    const auto life = m_life.watch();
+    const auto sent = co_await compareAndSend(std::move(localFolder), std::move(boardFolder));
+    if (life)
+        m_isSending = false;
+    co_return sent;
+}
+
+Async<void> ChangedFiles::compareAndSend(QString localFolder, QString boardFolder)
+{
     const auto life = m_life.watch();
     const QString name = displayPath(localFolder);
     const auto compared = co_await m_parts.sync.compare(localFolder, boardFolder);

@@ -30,13 +30,15 @@ public:
     explicit ChangedFiles(Parts parts);
 
     /// Compares, asks and sends. Files that are only on the board are left alone, unless the user
-    /// chooses to delete them.
+    /// chooses to delete them. One at a time; fails with ErrorCode::Canceled while one is running.
     [[nodiscard]] Async<void> send(QString localFolder, QString boardFolder);
 
 private:
+    [[nodiscard]] Async<void> compareAndSend(QString localFolder, QString boardFolder);
     [[nodiscard]] QString notes(const FolderChanges &changes) const;
 
     Parts m_parts;
+    bool m_isSending = false;
     Lifetime m_life;
 };
 

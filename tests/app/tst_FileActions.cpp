@@ -304,6 +304,14 @@ private slots:
         state().documents().closeFile(state().documents().selectedFileID());
     }
 
+    void sendsChangedFilesOnceAtATime()
+    {
+        auto first = operation(u"changed /lib"_s);
+        QCOMPARE(awaited(operation(u"changed /lib"_s)).error().code, ErrorCode::Canceled);
+        QVERIFY(awaited(std::move(first)));
+        QCOMPARE(m_fixture->prompts.asked.size(), 1);
+    }
+
     void readsTheSpaceOfTheBoard()
     {
         awaited(state().boardSpace().request());
