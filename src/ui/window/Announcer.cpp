@@ -22,8 +22,10 @@ Announcer::Announcer(AppState &state, QWidget *parent)
     connect(&state.debugSession(), &DebugSession::changed, this, &Announcer::announcePause);
     connect(&state, &AppState::isRunningChanged, this, [this] {
         // On a board isRunning ends when the program is sent; its end is announced below.
-        if (!m_state.link().connectionState().isConnected())
-            announceEndOfRun(m_state.isRunning());
+        if (m_state.isRunning())
+            m_isLocalRun = !m_state.link().connectionState().isConnected();
+        else if (std::exchange(m_isLocalRun, false))
+            announceEndOfRun(false);
     });
     connect(&state.programRun(), &ProgramRun::deviceProgramRunningChanged, this,
             [this] { announceEndOfRun(m_state.programRun().deviceProgramRunning()); });

@@ -29,6 +29,7 @@ private:
     AppState &m_state;
     bool m_wasConnected = false;
     bool m_wasPaused = false;
+    bool m_isLocalRun = false;
 };
 
 } // namespace Korvane
