@@ -149,6 +149,8 @@ public:
     void setSidebarTab(SidebarTab tab);
     /// Called only by the assistant's server, when it starts or stops listening.
     void setMcpRunning(bool running);
+    /// Called only by the assistant's tools: how many of their calls have no answer yet.
+    void setAssistantCalls(qsizetype count) { m_assistantCalls = count; }
 
     /// A run of the current file is in progress in the local session. A program on the board is
     /// tracked by ProgramRun::deviceProgramRunning instead.
@@ -156,6 +158,8 @@ public:
     [[nodiscard]] BottomTab bottomTab() const { return m_bottomTab; }
     [[nodiscard]] SidebarTab sidebarTab() const { return m_sidebarTab; }
     [[nodiscard]] bool mcpRunning() const { return m_mcpRunning; }
+    /// Whether an error that is reported now may belong to a call of the assistant.
+    [[nodiscard]] bool isAssistantCalling() const { return m_assistantCalls > 0; }
     /// The interpreter that the rows of the Variables table are read from. Changes with
     /// DebugSession::changed and DeviceLink::connectionStateChanged.
     [[nodiscard]] QString variablesCaption() const;
@@ -196,6 +200,7 @@ private:
     BottomTab m_bottomTab = BottomTab::Shell;
     SidebarTab m_sidebarTab = SidebarTab::Local;
     bool m_mcpRunning = false;
+    qsizetype m_assistantCalls = 0;
     bool m_isTypingInShell = false;
     QPointer<EditorFile> m_debuggedFile; // that of the last debug run
 

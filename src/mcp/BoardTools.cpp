@@ -90,11 +90,13 @@ QCoro::Task<Result<QString>> BoardTools::call(QString name, ToolArguments argume
     const auto life = m_life.watch();
     OneShot<Result<QString>> &shot = m_calls.emplace_back();
     const auto position = std::prev(m_calls.end());
+    m_state.setAssistantCalls(static_cast<qsizetype>(m_calls.size()));
     work(tool, std::move(arguments), std::move(stop), position);
     auto answer = co_await shot.wait();
     if (!answer || !life) // the destructor resumes calls that have their answer, too
         co_return MCPToolError::closed();
     m_calls.erase(position);
+    m_state.setAssistantCalls(static_cast<qsizetype>(m_calls.size()));
     co_return *std::move(answer);
 }
 

@@ -141,7 +141,7 @@ private slots:
     {
         WindowFixture fixture;
         const auto *tab = fixture.find<QToolButton>("Shell");
-        fixture.state().setMcpRunning(true);
+        fixture.state().setAssistantCalls(1);
         fixture.click("Variables");
         fixture.press(Qt::Key_F8);
         fixture.state().shell().appendError(u"the assistant's"_s);
@@ -151,6 +151,10 @@ private slots:
         fixture.press(Qt::Key_Y, Qt::ControlModifier); // the user's own action
         QCOMPARE(fixture.state().bottomTab(), AppState::BottomTab::Shell);
         QCOMPARE(tab->accessibleDescription(), QString());
+        fixture.state().setAssistantCalls(0);
+        fixture.click("Variables");
+        fixture.state().shell().appendError(u"of a drop, which is no command"_s);
+        QCOMPARE(fixture.state().bottomTab(), AppState::BottomTab::Shell);
     }
 
     void focusesEveryPaneByMenu()

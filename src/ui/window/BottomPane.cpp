@@ -99,11 +99,11 @@ void BottomPane::showError()
         m_shellTab->setMark(tr("New error"));
 }
 
-/// Whether an error that is reported now belongs to an action of the user. While the assistant's
-/// server runs it may belong to a call of the assistant.
+/// Whether an error that is reported now belongs to an action of the user. During a call of the
+/// assistant it belongs to that, unless the user has just chosen a command.
 bool BottomPane::isForUser() const
 {
-    return !m_state.mcpRunning()
+    return !m_state.isAssistantCalling()
         || (m_sinceCommand.isValid() && !m_sinceCommand.hasExpired(userActionTime.count()));
 }
 
