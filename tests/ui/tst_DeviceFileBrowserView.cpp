@@ -296,6 +296,19 @@ private slots:
         QTRY_COMPARE(m_fixture->state().sidebarTab(), AppState::SidebarTab::Local);
     }
 
+    void savesBeforeItRuns()
+    {
+        connectBoard();
+        pick(3, u"&Open in Editor"_s);
+        OpenFiles &documents = m_fixture->state().documents();
+        QTRY_COMPARE(documents.selectedFile()->devicePath(), u"/main.py"_s);
+        documents.updateSelectedContent(u"x = 1\n"_s);
+        m_fixture->press(Qt::Key_S, Qt::ControlModifier);
+        m_fixture->press(Qt::Key_R, Qt::ControlModifier);
+        QTRY_VERIFY(m_fixture->lines().contains(u"info: ▶ Sent to device."_s));
+        QVERIFY(m_fixture->lines().contains(u"info: Saved main.py to device."_s));
+    }
+
     void showsTransfersInProgress()
     {
         auto *send = m_view->findChild<QToolButton *>(u"sendCurrentFile"_s);

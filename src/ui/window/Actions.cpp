@@ -134,7 +134,7 @@ void Actions::addRunCommands()
 
 QCoro::Task<void> Actions::runOnFreeBoard(std::function<void()> run)
 {
-    if (m_state.link().connectionState().isConnected() && m_state.transfer().canCancel()) {
+    if (m_state.link().connectionState().isConnected() && m_state.transfer().isSendingToDevice()) {
         const auto life = m_life.watch();
         const QUuid document = m_state.documents().selectedFileID();
         const bool isFree =

@@ -89,9 +89,10 @@ public:
 
     [[nodiscard]] QAction *operator[](Command command) const { return m_actions[command]; }
 
-    /// Calls \p run, which starts a program. During a transfer that can be canceled, which the
-    /// program would end, the user is asked first. Then the document that was selected at the call
-    /// is selected again; \p run is not called if it was closed, or if the transfer continues.
+    /// Calls \p run, which starts a program and would end a transfer: a save or another one that
+    /// cannot be canceled has two seconds to end first; about others the user is asked. Then the
+    /// document that was selected at the call is selected again; \p run is not called if it was
+    /// closed, or if the transfer continues.
     QCoro::Task<void> runOnFreeBoard(std::function<void()> run);
 
 signals:
