@@ -173,13 +173,17 @@ QCoro::Task<void> BoardDocuments::followListing()
     }
 }
 
-/// The file is not in the listing, or is there although it was deleted.
+/// The file is not in the listing, is there although it was deleted, or has another size there.
 bool BoardDocuments::isListedOtherwise(const EditorFile &file) const
 {
     if (file.place().kind != DocumentPlace::Kind::Board || !file.savedText())
         return false;
     const bool isDeleted = file.fileChange() == EditorFile::FileChange::Deleted;
-    return (m_parts.files.deviceNode(file.place().path) == nullptr) != isDeleted;
+    const DeviceFileNode *node = m_parts.files.deviceNode(file.place().path);
+    if ((node == nullptr) != isDeleted)
+        return true;
+    return node && node->size > 0 && file.fileChange() == EditorFile::FileChange::None
+        && node->size != file.savedText()->fileText().toUtf8().size();
 }
 
 } // namespace Korvane

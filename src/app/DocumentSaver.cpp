@@ -4,6 +4,7 @@
 #include "app/LocalFiles.h"
 #include "base/DisplayPath.h"
 #include "base/ShellSink.h"
+#include "board/DeviceError.h"
 #include "board/DeviceFiles.h"
 #include "board/DeviceLink.h"
 #include "board/DeviceListing.h"
@@ -44,7 +45,7 @@ QCoro::Task<void> DocumentSaver::close(QUuid id)
     const EditorFile *file = m_parts.documents.file(id);
     if (!file || m_closing.contains(id))
         co_return;
-    const bool isKept = !m_keepsEdits || m_keepsEdits();
+    const bool isKept = !m_recovery || m_recovery->keepsEdits();
     if (file->isModified() && isKept && !m_parts.asksBeforeClosing()) {
         m_parts.documents.closeKeepingEdits(id);
         co_return;
@@ -141,6 +142,11 @@ QCoro::Task<void> DocumentSaver::finished()
 QCoro::Task<bool> DocumentSaver::mayClose()
 {
     const auto life = m_life.watch();
+    if (m_recovery && m_recovery->hasPending()) {
+        co_await m_recovery->writePending();
+        if (!life)
+            co_return false;
+    }
     QSet<QUuid> abandoned; // by the user
     while (!m_failures.isEmpty()) {
         const QUuid id = m_failures.constBegin().key();
@@ -186,10 +192,15 @@ QCoro::Task<bool> DocumentSaver::mayClose()
     co_return true;
 }
 
+bool DocumentSaver::mustPrepareToClose() const
+{
+    return losesEdits() || (m_recovery && m_recovery->hasPending());
+}
+
 bool DocumentSaver::losesEdits() const
 {
     const auto &files = m_parts.documents.openFiles();
-    return m_keepsEdits && !m_keepsEdits()
+    return m_recovery && !m_recovery->keepsEdits()
         && std::any_of(files.begin(), files.end(),
                        [](const EditorFile *file) { return file->isModified(); });
 }
@@ -246,9 +257,15 @@ QCoro::Task<bool> DocumentSaver::saveWithName(QUuid id)
             .arg(onBoard ? QStringLiteral("the device at ") + folder : displayPath(folder));
     prompt.proposedName = file->name();
     prompt.confirmTitle = QStringLiteral("Save");
+    const int connection = m_parts.link.connectionNumber();
     const QString name = co_await m_parts.prompts.askName(std::move(prompt));
     if (!life || name.isEmpty())
         co_return false;
+    const bool isConnected = m_parts.link.connectionState().isConnected();
+    if (onBoard && isConnected && connection != m_parts.link.connectionNumber()) {
+        m_parts.errors.report(DeviceError::boardReplaced());
+        co_return false;
+    }
     if (!isUsableFileName(name)) {
         m_parts.shell.appendError(QStringLiteral("“%1” isn't a usable file name.").arg(name));
         co_return false;
@@ -282,6 +299,11 @@ QCoro::Task<bool> DocumentSaver::saveIntoBoardFolder(QUuid id, QString folder, Q
     const bool mayReplace = co_await mayReplaceOpenFile(id, place);
     if (!life || !mayReplace)
         co_return false;
+    // Boards without an identity of their own have that of their port.
+    if (const auto same = m_parts.deviceFiles.check(*permit); !same) {
+        m_parts.errors.report(same.error());
+        co_return false;
+    }
     const bool saved = co_await writeTo(id, place, name, DocumentWriter::Check::ReplaceAnything);
     if (!life || !saved)
         co_return false;
@@ -294,23 +316,12 @@ QCoro::Task<bool> DocumentSaver::saveIntoLocalFolder(QUuid id, QString folder, Q
 {
     const auto life = m_life.watch();
     const QString path = QDir(folder).filePath(name);
-    const std::function<bool()> lookFor = [path] { return QFileInfo::exists(path); };
-    const auto exists = co_await m_background.run(lookFor);
-    if (!exists)
+    const bool mayReplace = co_await mayReplaceLocalFile(path);
+    if (!life)
         co_return false;
-    if (*exists) {
-        UserPrompts::Confirmation question;
-        question.title = QStringLiteral("Replace “%1”?").arg(name);
-        question.message = QStringLiteral("%1 already exists in %2. Saving replaces it.")
-                               .arg(name, displayPath(folder));
-        question.confirmTitle = QStringLiteral("Replace");
-        const auto answer = co_await m_parts.prompts.confirm(std::move(question));
-        if (!life)
-            co_return false;
-        if (!answer.confirmed) {
-            m_parts.shell.appendInfo(QStringLiteral("Save cancelled — %1 is unchanged.").arg(path));
-            co_return false;
-        }
+    if (!mayReplace) {
+        m_parts.shell.appendInfo(QStringLiteral("Save cancelled — %1 is unchanged.").arg(path));
+        co_return false;
     }
     const bool saved = co_await saveAt(id, path);
     if (life && saved)
@@ -325,10 +336,35 @@ QCoro::Task<bool> DocumentSaver::saveWithDialog(QUuid id)
     // GCC 12 destroys a conditional expression inside a co_await expression twice.
     const QString proposed = file ? file->name() : QStringLiteral("untitled.py");
     const QString folder = m_parts.localFiles.localWorkingDir();
-    const QString path = co_await m_parts.prompts.askSavePath(folder, proposed);
-    if (!life || path.isEmpty())
+    while (true) {
+        const QString path = co_await m_parts.prompts.askSavePath(folder, proposed);
+        if (!life || path.isEmpty())
+            co_return false;
+        const bool mayReplace = co_await mayReplaceLocalFile(path);
+        if (!life)
+            co_return false;
+        if (mayReplace)
+            co_return co_await saveAt(id, path);
+    }
+}
+
+QCoro::Task<bool> DocumentSaver::mayReplaceLocalFile(QString path)
+{
+    const auto life = m_life.watch();
+    const std::function<bool()> lookFor = [path] { return QFileInfo::exists(path); };
+    const auto exists = co_await m_background.run(lookFor);
+    if (!exists || !life)
         co_return false;
-    co_return co_await saveAt(id, path);
+    if (!*exists)
+        co_return true;
+    const QFileInfo file(path);
+    UserPrompts::Confirmation question;
+    question.title = QStringLiteral("Replace “%1”?").arg(file.fileName());
+    question.message = QStringLiteral("%1 already exists in %2. Saving replaces it.")
+                           .arg(file.fileName(), displayPath(file.absolutePath()));
+    question.confirmTitle = QStringLiteral("Replace");
+    const auto answer = co_await m_parts.prompts.confirm(std::move(question));
+    co_return answer.confirmed;
 }
 
 QCoro::Task<bool> DocumentSaver::saveAt(QUuid id, QString path)
@@ -364,18 +400,31 @@ QCoro::Task<bool> DocumentSaver::mayReplaceOpenFile(QUuid id, DocumentPlace plac
     if (other->isModified())
         question.message += QStringLiteral(" Its changes are lost.");
     question.confirmTitle = QStringLiteral("Replace");
+    const QUuid otherID = other->id();
+    const bool wasModified = other->isModified();
+    m_replaceable.remove(otherID);
     const auto life = m_life.watch();
     const auto answer = co_await m_parts.prompts.confirm(std::move(question));
-    co_return life &&answer.confirmed;
+    if (!life || !answer.confirmed)
+        co_return false;
+    if (wasModified)
+        m_replaceable.insert(otherID);
+    co_return true;
 }
 
 void DocumentSaver::closeReplaced(QUuid id, const DocumentPlace &place)
 {
-    for (const EditorFile *file : m_parts.documents.openFiles()) {
-        if (file->id() != id && file->place().isSameFile(place)) {
+    for (EditorFile *file : m_parts.documents.openFiles()) {
+        if (file->id() == id || !file->place().isSameFile(place))
+            continue;
+        const bool isReplaceable = m_replaceable.remove(file->id());
+        if (isReplaceable || !file->isModified()) {
             m_parts.documents.closeFile(file->id());
-            return;
+        } else {
+            file->moveTo(file->name(), DocumentPlace());
+            file->setSavedText(std::nullopt);
         }
+        return;
     }
 }
 

@@ -13,6 +13,7 @@
 
 #include <functional>
 #include <list>
+#include <optional>
 #include <utility>
 
 namespace Korvane {
@@ -67,17 +68,28 @@ public:
     [[nodiscard]] bool isWriting() const { return m_running > 0 || m_parts.writer.isWriting(); }
     /// Returns when nothing is being saved or sent.
     [[nodiscard]] QCoro::Task<void> finished();
-    /// \p keepsEdits returns whether unsaved edits are kept in recovery files when the program
-    /// ends. Without it they count as kept.
-    void setKeepsEdits(std::function<bool()> keepsEdits) { m_keepsEdits = std::move(keepsEdits); }
-    /// True when ending the program now would lose unsaved edits.
-    [[nodiscard]] bool losesEdits() const;
-    /// Whether the window may close after finished(): asks about each document whose save failed
-    /// during that wait, and about each whose edits would be lost. False, without a question, when
-    /// the user canceled such a save.
+    /// The recovery files, in which unsaved edits are kept when the program ends.
+    struct Recovery
+    {
+        /// Whether edits are kept there, and the last of them could be.
+        std::function<bool()> keepsEdits;
+        /// Whether an edit is not written there yet.
+        std::function<bool()> hasPending = [] { return false; };
+        /// Writes these edits; after a failure `keepsEdits` returns false.
+        std::function<QCoro::Task<void>()> writePending = {};
+    };
+    /// Without it, edits count as kept.
+    void setRecovery(Recovery recovery) { m_recovery = std::move(recovery); }
+    /// Whether mayClose() has something to write or to ask about.
+    [[nodiscard]] bool mustPrepareToClose() const;
+    /// Whether the window may close after finished(). Writes the recovery files, and asks about
+    /// each document whose save failed during that wait and each whose edits would be lost. False,
+    /// without a question, when the user canceled such a save.
     [[nodiscard]] QCoro::Task<bool> mayClose();
 
 private:
+    /// True when ending the program now would lose unsaved edits.
+    [[nodiscard]] bool losesEdits() const;
     /// The following return whether the document was saved.
     [[nodiscard]] QCoro::Task<bool> saveFile(QUuid id);
     /// Asks about unsaved edits; true when they were saved or the user discards them.
@@ -86,6 +98,8 @@ private:
     [[nodiscard]] QCoro::Task<bool> saveWithDialog(QUuid id);
     [[nodiscard]] QCoro::Task<bool> saveIntoBoardFolder(QUuid id, QString folder, QString name);
     [[nodiscard]] QCoro::Task<bool> saveIntoLocalFolder(QUuid id, QString folder, QString name);
+    /// Asks whether a file at \p path may be replaced; true without one.
+    [[nodiscard]] QCoro::Task<bool> mayReplaceLocalFile(QString path);
     [[nodiscard]] QCoro::Task<bool> saveAt(QUuid id, QString path);
     [[nodiscard]] QCoro::Task<bool> writeTo(QUuid id, DocumentPlace place, QString name,
                                             DocumentWriter::Check check);
@@ -93,13 +107,15 @@ private:
                                                  DocumentWriter::Check check);
     /// Asks whether another document that is open at \p place may be replaced; true without one.
     [[nodiscard]] QCoro::Task<bool> mayReplaceOpenFile(QUuid id, DocumentPlace place);
-    /// Closes the other document that is open where \p id was saved.
+    /// Closes the other document that is open where \p id was saved. One that was edited since
+    /// mayReplaceOpenFile() becomes one that is not saved anywhere.
     void closeReplaced(QUuid id, const DocumentPlace &place);
 
     Parts m_parts;
-    std::function<bool()> m_keepsEdits;
-    QSet<QUuid> m_closing; // whose question is open
-    int m_running = 0;     // calls of writeTo
+    std::optional<Recovery> m_recovery;
+    QSet<QUuid> m_closing;     // whose question is open
+    QSet<QUuid> m_replaceable; // whose edits the user discards when another one replaces them
+    int m_running = 0;         // calls of writeTo
     std::list<OneShot<bool>> m_runningEnds;
     QHash<QUuid, Error> m_failures; // of the last save of each document, since finished()
     Background m_background;

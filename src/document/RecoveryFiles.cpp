@@ -127,6 +127,11 @@ void RecoveryFiles::setKeeping(bool isKeeping)
         noteChange(file->id());
 }
 
+bool RecoveryFiles::hasPending() const
+{
+    return !m_changed.isEmpty() || !m_closed.isEmpty() || m_runningWrites > 0;
+}
+
 void RecoveryFiles::follow()
 {
     for (const EditorFile *file : m_documents.openFiles()) {
@@ -205,8 +210,12 @@ QCoro::Task<void> RecoveryFiles::flush()
         }
         return failures;
     };
+    ++m_runningWrites;
     const auto failures = co_await m_writer.run(work);
-    if (!life || !failures || changes.isEmpty())
+    if (!life)
+        co_return;
+    --m_runningWrites;
+    if (!failures || changes.isEmpty())
         co_return;
     for (const Change &change : changes)
         m_unwritten.remove(change.document);

@@ -66,6 +66,8 @@ public:
     void setKeeping(bool isKeeping);
     /// True while recovery files are wanted and the last write succeeded.
     [[nodiscard]] bool isKeeping() const { return m_isKeeping && !m_isFailureReported; }
+    /// Whether an edit is not on the disk yet: its write is due, running, or has failed.
+    [[nodiscard]] bool hasPending() const;
     /// The latest first.
     [[nodiscard]] const QList<Leftover> &leftovers() const { return m_leftovers; }
     /// Opens it as a document with unsaved text and the saved text that was stored with it. If the
@@ -112,6 +114,7 @@ private:
     QHash<QUuid, QStringList> m_kept;
     /// Of documents that were closed, to be written next.
     QList<Change> m_closed;
+    int m_runningWrites = 0;
     bool m_isKeeping = true;
     bool m_isFailureReported = false;
     QList<Leftover> m_leftovers;

@@ -141,7 +141,7 @@ private slots:
         QVERIFY(mayClose(u"Save As…"_s) && !fixture.file().isModified());
         QVERIFY(mayClose({}) && bytesOf(fixture.at(u"other.py"_s)) == "new");
         fixture.write(u"newer"_s);
-        fixture.state->saving().setKeepsEdits([] { return false; });
+        fixture.state->saving().setRecovery({.keepsEdits = [] { return false; }});
         for (const QString &answer : {u"Cancel"_s, u"Don’t Save"_s}) {
             fixture.prompts.choice = answer;
             QCOMPARE(awaited(fixture.state->saving().mayClose()), answer == u"Don’t Save"_s);
@@ -202,13 +202,37 @@ private slots:
         fixture.state->documents().newFile();
         fixture.write(u"2"_s);
         fixture.prompts.name = fixture.at(u"link.py"_s);
+        const auto isOtherTab = [&] { return fixture.prompts.asked.last().contains(u"tab. "); };
         for (const bool isConfirmed : {false, true}) {
-            fixture.prompts.confirmation.confirmed = isConfirmed;
+            fixture.prompts.meanwhile = [&] {
+                fixture.prompts.confirmation.confirmed = isConfirmed || !isOtherTab();
+            };
             awaited(fixture.state->saving().saveAs());
             QVERIFY(fixture.prompts.takeAsked().contains(u"“f.py” is open in another tab."_s));
             QCOMPARE(fixture.state->documents().openFiles().size(), isConfirmed ? 2 : 3);
             QCOMPARE(bytesOf(fixture.at(u"f.py"_s)), isConfirmed ? "2"_ba : "1"_ba);
         }
+        // What is typed into it after that question is kept, in a document without a file.
+        EditorFile &replaced = *fixture.state->documents().selectedFile();
+        fixture.state->documents().newFile();
+        fixture.write(u"3"_s);
+        fixture.prompts.meanwhile = [&] {
+            if (isOtherTab())
+                replaced.setContent(u"typed"_s);
+        };
+        awaited(fixture.state->saving().saveAs());
+        QCOMPARE(bytesOf(fixture.at(u"f.py"_s)), "3"_ba);
+        fixture.state->documents().select(replaced.id());
+        QCOMPARE(fixture.place() + fixture.file().content(), u"||*typed"_s);
+        // A file of this computer is asked about, and declining opens the dialog again.
+        fixture.prompts.asked.clear();
+        fixture.prompts.meanwhile = [&] {
+            if (fixture.prompts.asked.last().startsWith(u"Replace"))
+                fixture.prompts.name.clear();
+        };
+        fixture.prompts.confirmation.confirmed = false;
+        awaited(fixture.state->saving().saveAs());
+        QVERIFY(fixture.prompts.asked.size() == 3 && fixture.place() == u"||*");
     }
 
     void asksForANameInTheBrowsedFolder()
@@ -280,6 +304,14 @@ private slots:
                  u"info: Send cancelled — /lib/mine.py on the device is unchanged."_s);
         QCOMPARE(fixture.place(), u"||*"_s);
         QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), two.toUtf8());
+        // Nor is anything written to a board that was connected while the name was typed.
+        fixture.prompts.name = u"other.py"_s;
+        fixture.prompts.meanwhile = [&] {
+            fixture.state->link().disconnectDevice();
+            connectBoard(fixture);
+        };
+        fixture.save();
+        QVERIFY(fixture.said().contains(u"Nothing was changed"_s));
     }
 
     void savesToItsPlaceOnly()
@@ -332,6 +364,11 @@ private slots:
         const auto put = [&](const QByteArray &bytes) {
             return awaited(files.writeDeviceFile(bytes, files.permitWrite(u"/f.py"_s), {}));
         };
+        QVERIFY(awaited(fixture.state->link().executeOnDevice(
+            u"with open('/f.py','w') as f:f.write('a program wrote this')"_s,
+            std::chrono::seconds(5))));
+        awaited(files.refreshDeviceFiles());
+        QTRY_COMPARE(fixture.file().content(), u"a program wrote this"_s);
         QVERIFY(put("theirs"_ba));
         QTRY_COMPARE(fixture.place() + fixture.file().content(), u"|/f.py|theirs"_s);
         for (const bool keeps : {false, true}) {

@@ -65,6 +65,20 @@ private slots:
         QTRY_COMPARE(bytesOf(m_home.filePath(u"saved.py"_s)), "unsaved"_ba);
     }
 
+    void asksAboutEditsThatCannotBeKept()
+    {
+        const QString folder = m_home.filePath(u"korvane/unsaved"_s);
+        QVERIFY(QDir(folder).removeRecursively());
+        put(folder, "in the way");
+        KorvaneApp program;
+        program.show();
+        program.state().documents().updateSelectedContent(u"typed right before the end"_s);
+        program.window().close();
+        QTRY_VERIFY(QApplication::activeModalWidget());
+        QVERIFY(program.window().isVisible());
+        QVERIFY(QFile::remove(folder));
+    }
+
 private:
     QTemporaryDir m_home;
 };

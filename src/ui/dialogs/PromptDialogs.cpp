@@ -305,6 +305,8 @@ QCoro::Task<QString> PromptDialogs::askSavePath(QString folder, QString proposed
     QFileDialog *dialog = makeFileDialog(m_window, tr("Save As"), folder);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
     dialog->setFileMode(QFileDialog::AnyFile);
+    // Qt would show the name as markup; the caller asks.
+    dialog->setOption(QFileDialog::DontConfirmOverwrite);
     dialog->selectFile(proposedName);
     const std::function<QString()> answer = [dialog] { return dialog->selectedFiles().value(0); };
     co_return co_await ask(dialog, answer);

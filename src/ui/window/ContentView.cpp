@@ -253,7 +253,7 @@ void ContentView::keyPressEvent(QKeyEvent *event)
 void ContentView::closeEvent(QCloseEvent *event)
 {
     const bool mayClose = std::exchange(m_mayClose, false);
-    const bool isBusy = m_state.saving().isWriting() || m_state.saving().losesEdits()
+    const bool isBusy = m_state.saving().isWriting() || m_state.saving().mustPrepareToClose()
         || m_state.transfer().isSendingToDevice();
     if (mayClose || !isBusy)
         return;
