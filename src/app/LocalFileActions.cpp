@@ -57,9 +57,10 @@ Kind kindOf(const QString &path)
 Result<void> createEmptyFile(const QString &path)
 {
     QFile file(path);
+    errno = 0;
     if (file.open(QIODevice::WriteOnly | QIODevice::NewOnly))
         return {};
-    return Error{ErrorCode::File, file.errorString()};
+    return systemError();
 }
 
 bool isOneFile(const QByteArray &path, const QByteArray &other)

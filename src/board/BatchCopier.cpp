@@ -2,6 +2,7 @@
 
 #include "base/DisplayPath.h"
 #include "base/ShellSink.h"
+#include "base/SystemError.h"
 #include "board/CopyMessages.h"
 #include "board/DeviceError.h"
 #include "board/DeviceFiles.h"
@@ -29,8 +30,7 @@ Result<void> makeFolders(const QStringList &paths)
         if (!error && !QFileInfo(path).isDir())
             error = std::make_error_code(std::errc::not_a_directory);
         if (error) {
-            return Error{ErrorCode::File,
-                         u"%1: %2"_s.arg(path, QString::fromLocal8Bit(error.message().c_str()))};
+            return Error{ErrorCode::File, u"%1: %2"_s.arg(path, systemErrorText(error.value()))};
         }
     }
     return {};

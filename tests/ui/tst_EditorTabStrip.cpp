@@ -123,11 +123,11 @@ private slots:
         const QString oneLine = u"a␊✅ b⟨U+202E⟩.py"_s;
         const QString path = m_fixture->folder.filePath(name);
         put(path, "\xff");
-        openLocalFile(m_fixture->state(), path);
+        openLocalFiles(m_fixture->state(), {{path}});
         QTRY_COMPARE(m_fixture->lines().size(), 1);
         QVERIFY(m_fixture->lines().last().startsWith(u"error: Cannot open "_s + oneLine + u": "_s));
         put(path, "");
-        openLocalFile(m_fixture->state(), path);
+        openLocalFiles(m_fixture->state(), {{path}});
         QTRY_COMPARE(m_tabs->count(), 2);
         m_fixture->press(Qt::Key_U, Qt::ControlModifier);
         QCOMPARE(m_fixture->lines().last(),

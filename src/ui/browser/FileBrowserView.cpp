@@ -1,6 +1,7 @@
 #include "ui/browser/FileBrowserView.h"
 
 #include "app/AppState.h"
+#include "board/CopyPlan.h"
 #include "board/DeviceListing.h"
 #include "ui/browser/BoardPathsMime.h"
 #include "ui/browser/FileListView.h"
@@ -68,7 +69,7 @@ FileBrowserView::FileBrowserView(AppState &state, QWidget *parent)
     connect(&actions, &LocalFileActions::entryPlaced, this,
             [this](const QString &path) { list().chooseEntry(path); });
     connect(&actions, &LocalFileActions::fileCreated, this,
-            [this](const QString &path) { openLocalFile(m_state, path); });
+            [this](const QString &path) { openLocalFiles(m_state, {{path}}); });
     connect(&files, &LocalFiles::localWorkingDirChanged, this, [this] {
         list().cancelEditing(); // the entry is in the previous folder
         showFolder();
@@ -144,7 +145,7 @@ void FileBrowserView::open(const FileNode &node)
     else if (node.isDirectory)
         m_state.localFiles().setLocalWorkingDir(node.path);
     else
-        openLocalFile(m_state, node.path);
+        openLocalFiles(m_state, {{node.path}});
 }
 
 void FileBrowserView::report(Async<void> operation)
@@ -291,6 +292,13 @@ std::unique_ptr<QMimeData> FileBrowserView::dragData() const
         return nullptr;
     auto carried = std::make_unique<QMimeData>();
     carried->setUrls(urls);
+    CopyPlan plan;
+    for (const FileNode &node : selectedNodes()) {
+        if (node.path.isEmpty())
+            plan.skipped.append({node.name, QStringLiteral("names that are not UTF-8")});
+    }
+    for (const QString &line : plan.skippedLines())
+        m_state.shell().appendInfo(line);
     return carried;
 }
 

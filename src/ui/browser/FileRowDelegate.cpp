@@ -78,6 +78,7 @@ QWidget *FileRowDelegate::createEditor(QWidget *parent, const QStyleOptionViewIt
 {
     auto *editor = new QLineEdit(parent);
     editor->setObjectName(editorName);
+    editor->setAcceptDrops(false); // a file that is dropped with Shift would count as moved
     editor->setAccessibleName(tr("New name of %1").arg(index.data(Qt::DisplayRole).toString()));
     connect(editor, &QLineEdit::textEdited, editor, [editor] {
         QToolTip::hideText();

@@ -25,6 +25,8 @@ InterpreterField::InterpreterField(AppState &state, QWidget *parent)
 {
     m_path->setObjectName(QStringLiteral("interpreter"));
     m_path->setEditable(true);
+    m_path->lineEdit()->setAcceptDrops(
+        false); // a file that is dropped with Shift would count as moved
     m_path->setInsertPolicy(QComboBox::NoInsert);
     m_path->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     m_path->setMinimumContentsLength(16);

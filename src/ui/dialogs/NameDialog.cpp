@@ -17,6 +17,7 @@ NameDialog::NameDialog(const UserPrompts::NamePrompt &prompt, QWidget *window)
     , m_problem(new WrappedLabel(QString()))
 {
     setWindowTitle(prompt.title);
+    m_field->setAcceptDrops(false); // a file that is dropped with Shift would count as moved
     auto *label = new WrappedLabel(prompt.message);
     label->setBuddy(m_field);
     m_field->setObjectName(QStringLiteral("nameField"));

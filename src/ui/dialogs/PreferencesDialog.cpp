@@ -43,6 +43,7 @@ PreferencesDialog::PreferencesDialog(AppState &state, MCPServer &server, QWidget
     , m_nothingFound(new QLabel(tr("No preference matches.")))
 {
     setObjectName(QStringLiteral("preferences"));
+    m_search->setAcceptDrops(false); // a file that is dropped with Shift would count as moved
     setWindowTitle(tr("Preferences"));
     m_search->setObjectName(QStringLiteral("preferenceSearch"));
     m_search->setPlaceholderText(tr("Search preferences"));

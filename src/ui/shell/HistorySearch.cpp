@@ -29,6 +29,7 @@ HistorySearch::HistorySearch(const InputHistory &history, QWidget *parent)
     , m_matches(new QListWidget)
 {
     setObjectName(QStringLiteral("historySearch"));
+    m_text->setAcceptDrops(false); // a file that is dropped with Shift would count as moved
     setFrameShape(QFrame::StyledPanel);
     setAutoFillBackground(true);
     m_text->setObjectName(QStringLiteral("historyText"));

@@ -54,6 +54,7 @@ CommandPalette::CommandPalette(QMainWindow &window)
     , m_list(new QTreeWidget)
 {
     setObjectName(QStringLiteral("commandPalette"));
+    m_field->setAcceptDrops(false); // a file that is dropped with Shift would count as moved
     setAccessibleName(tr("Commands"));
     setFrameShape(QFrame::StyledPanel);
     m_field->setObjectName(QStringLiteral("commandField"));

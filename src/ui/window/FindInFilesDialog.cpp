@@ -43,6 +43,7 @@ FindInFilesDialog::FindInFilesDialog(AppState &state, CodeEditorView &editor, QW
     , m_list(new QTreeWidget)
 {
     setObjectName(QStringLiteral("findInFiles"));
+    m_query->setAcceptDrops(false); // a file that is dropped with Shift would count as moved
     m_place->setTextFormat(Qt::PlainText);
     m_status->setTextFormat(Qt::PlainText);
     setWindowTitle(tr("Find in Files"));
@@ -184,8 +185,11 @@ void FindInFilesDialog::choose(const QTreeWidgetItem *item, bool takesFocus)
 QCoro::Task<void> FindInFilesDialog::openHit(FileSearch::Hit hit, bool takesFocus)
 {
     const auto life = m_life.watch();
-    const bool isOpen = co_await openLocalFile(m_state, hit.path);
-    if (!life || !isOpen)
+    const auto opened = co_await openLocalFile(m_state, hit.path);
+    if (!life)
+        co_return;
+    m_state.errors().reportFailureOf(opened);
+    if (!opened)
         co_return;
     // The text may have changed since.
     m_editor.goToLine(hit.line);

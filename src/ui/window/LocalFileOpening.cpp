@@ -8,26 +8,28 @@
 
 namespace Korvane {
 
-QCoro::Task<bool> openLocalFile(AppState &state, QString path, int line)
+Async<void> openLocalFile(AppState &state, QString path, int line)
 {
     const auto life = state.watch();
     const auto opened = co_await state.documents().openFile(path);
     if (!life)
-        co_return false;
-    if (opened && line > 0)
-        emit state.sourceLineOpened(line);
+        co_return Error{ErrorCode::Closed, {}};
     if (!opened) {
-        state.shell().appendError(QStringLiteral("Cannot open %1: %2")
-                                      .arg(QFileInfo(path).fileName(), opened.error().message));
+        Error error = opened.error();
+        error.message =
+            QStringLiteral("Cannot open %1: %2").arg(QFileInfo(path).fileName(), error.message);
+        co_return error;
     }
-    co_return static_cast<bool>(opened);
+    if (line > 0)
+        emit state.sourceLineOpened(line);
+    co_return Result<void>();
 }
 
 QCoro::Task<void> openLocalFiles(AppState &state, QList<FileArgument> files)
 {
     const auto life = state.watch();
     for (const FileArgument &file : std::as_const(files)) {
-        co_await openLocalFile(state, file.path, file.line);
+        co_await state.errors().reportFailureOf(openLocalFile(state, file.path, file.line));
         if (!life)
             co_return;
     }

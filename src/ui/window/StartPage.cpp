@@ -116,7 +116,7 @@ void StartPage::addLinks(const QString &title, const QStringList &paths, bool ar
             if (areFolders)
                 openLocalFolder(m_state, path);
             else
-                openLocalFile(m_state, path);
+                openLocalFiles(m_state, {{path}});
         });
     }
 }

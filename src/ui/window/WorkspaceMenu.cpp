@@ -50,7 +50,7 @@ void WorkspaceMenu::addPaths(const QStringList &paths, bool areFolders)
                     [this, path] { openLocalFolder(m_state, path); });
         else
             connect(action, &QAction::triggered, this,
-                    [this, path] { openLocalFile(m_state, path); });
+                    [this, path] { openLocalFiles(m_state, {{path}}); });
     }
 }
 
