@@ -259,6 +259,20 @@ private slots:
         c.start();
         QTRY_COMPARE(c.state(), u"debugging 3 [3]"_s);
     }
+
+    void sendsNoProgramToABoardThatWasConnectedAfterItsHelper()
+    {
+        Connection c;
+        connect(&c.fixture.link, &DeviceLink::deviceCommandInFlightChanged, this, [&] {
+            if (c.fixture.link.deviceCommandInFlight() || c.programs.isEmpty())
+                return;
+            c.fixture.link.disconnectDevice();
+            QVERIFY(c.fixture.link.connectDevice(c.board.port()));
+        });
+        c.start();
+        QTRY_COMPARE(c.lines().filter(u"error"_s), QStringList{couldNot + u"Not connected"_s});
+        QCOMPARE(c.programs.size(), 1);
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_DebugSession)

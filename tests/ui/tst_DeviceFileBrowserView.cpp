@@ -333,6 +333,21 @@ private slots:
         QVERIFY(!toolbarSend->icon().isNull());
         QVERIFY(m_fixture->lines().contains(u"info: ↑ Sent <b>&⌘S.py to device as /<b>&⌘S.py."_s));
 
+        for (const bool hasEnded : {false, true}) { // when the question is answered
+            auto ending = std::make_unique<TransferStatus::Running>(m_fixture->state().transfer());
+            ending->setTotal(1);
+            m_fixture->prompts.meanwhile = [&] {
+                m_fixture->state().link().disconnectDevice();
+                connectBoard();
+                ending.reset(hasEnded ? nullptr : ending.release());
+            };
+            m_fixture->press(Qt::Key_R, Qt::ControlModifier);
+            ending.reset();
+            QCoreApplication::processEvents();
+            QVERIFY(!m_fixture->state().programRun().isEntering()); // on another connection
+        }
+        m_fixture->prompts.meanwhile = [] {};
+
         TransferStatus::Running running(m_fixture->state().transfer());
         auto *cancel = m_fixture->find<QToolButton>("cancelTransfer");
         QVERIFY(transfer->isVisible() && !cancel->isVisible());
