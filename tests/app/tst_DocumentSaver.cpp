@@ -294,6 +294,11 @@ private slots:
         QVERIFY2(fixture.prompts.asked.isEmpty(), "its own place needs no question");
         QCOMPARE(fixture.said(), u"info: Saved mine.py to device."_s);
         QCOMPARE(fixture.place(), u"|/lib/mine.py|"_s);
+        fixture.write(two + u'3');
+        awaited(fixture.state->boardDocuments().sendCurrentFileToDevice());
+        QVERIFY2(fixture.prompts.asked.isEmpty() && !fixture.file().isModified(), "its own place");
+        QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), two.toUtf8() + '3');
+        fixture.said();
 
         // The same place again, from another document: that is asked about.
         fixture.state->documents().newFile();
@@ -303,7 +308,7 @@ private slots:
         QCOMPARE(fixture.said(),
                  u"info: Send cancelled — /lib/mine.py on the device is unchanged."_s);
         QCOMPARE(fixture.place(), u"||*"_s);
-        QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), two.toUtf8());
+        QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), two.toUtf8() + '3');
         // Nor is anything written to a board that was connected while the name was typed.
         fixture.prompts.name = u"other.py"_s;
         fixture.prompts.meanwhile = [&] {
@@ -422,21 +427,23 @@ private slots:
                              "info: ↑ Sent untitled.py to device as /untitled.py."_s;
         const QString declined =
             u"info: Send cancelled — /untitled.py on the device is unchanged."_s;
-        fixture.write(u"print(1)"_s);
+        fixture.state->documents().openUnsaved(u"untitled.py"_s, {}, u"\uFEFFprint(1)\r\n"_s);
         QCOMPARE(send(), u"error: Connect a device before sending untitled.py."_s);
         connectBoard(fixture);
         fixture.state->setSidebarTab(AppState::SidebarTab::Local);
         QCOMPARE(send(), sent);
+        QCOMPARE(onBoard(fixture, u"/untitled.py"_s), "\uFEFFprint(1)\r\n"_ba);
         QCOMPARE(fixture.state->sidebarTab(), AppState::SidebarTab::Device);
         QVERIFY(!fixture.state->transfer().isSendingToDevice());
         QVERIFY2(fixture.file().isModified(), "a copy on the board is not the document's place");
 
         fixture.prompts.confirmation = {false, true};
         QCOMPARE(send(), declined);
-        QCOMPARE(fixture.prompts.takeAsked(),
-                 u"Replace “untitled.py” on the device? | /untitled.py (8 bytes) already exists on "
-                 "%1. Writing replaces it, and the copy on the board is lost. | Replace | "
-                 "/untitled.py"_s.arg(m_board.port()));
+        QCOMPARE(
+            fixture.prompts.takeAsked(),
+            u"Replace “untitled.py” on the device? | /untitled.py (13 bytes) already exists on "
+            "%1. Writing replaces it, and the copy on the board is lost. | Replace | "
+            "/untitled.py"_s.arg(m_board.port()));
         fixture.prompts.confirmation = {true, true};
         QCOMPARE(send(), sent); // asked: Cancel is not remembered
         fixture.prompts.confirmation = {false, false};

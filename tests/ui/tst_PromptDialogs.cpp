@@ -214,10 +214,10 @@ private slots:
 
     void ignoresInputInItsGuardTime()
     {
-        m_prompts->setGuardTime(200ms);
+        m_prompts->setGuardTime(600ms);
         askToWrite(u"/a"_s, Asker::Assistant);
         askToWrite(u"/main.py"_s, Asker::Assistant, {}, u"Delete"_s);
-        QThread::msleep(250); // nothing is painted meanwhile
+        QThread::msleep(650); // nothing is painted meanwhile
         for (const QString &title : {u"/a"_s, u"/main.py"_s}) {
             QTRY_COMPARE(openTitle(), title);
             const qsizetype answered = m_log.size();
@@ -397,6 +397,7 @@ private slots:
         auto *save = opened<QFileDialog>();
         QCOMPARE(save->findChild<QLineEdit *>()->text(), u"a.py"_s);
         QVERIFY(save->testOption(QFileDialog::DontConfirmOverwrite)); // Qt shows markup
+        QCOMPARE(save->acceptMode(), QFileDialog::AcceptSave);
         press(save, Qt::Key_Return);
         QTRY_COMPARE(m_log.join(u' '), u'<' + folder.filePath(u"a.py"_s) + u'>');
         keep(m_prompts->askOpenPath(folder.path()), m_log);
