@@ -334,8 +334,8 @@ QCoro::Task<bool> DocumentSaver::saveWithDialog(QUuid id)
     const EditorFile *file = m_parts.documents.file(id);
     const auto life = m_life.watch();
     // GCC 12 destroys a conditional expression inside a co_await expression twice.
-    const QString proposed = file ? file->name() : QStringLiteral("untitled.py");
-    const QString folder = m_parts.localFiles.localWorkingDir();
+    QString proposed = file ? file->name() : QStringLiteral("untitled.py");
+    QString folder = m_parts.localFiles.localWorkingDir();
     while (true) {
         const QString path = co_await m_parts.prompts.askSavePath(folder, proposed);
         if (!life || path.isEmpty())
@@ -345,6 +345,8 @@ QCoro::Task<bool> DocumentSaver::saveWithDialog(QUuid id)
             co_return false;
         if (mayReplace)
             co_return co_await saveAt(id, path);
+        proposed = QFileInfo(path).fileName();
+        folder = QFileInfo(path).absolutePath();
     }
 }
 
