@@ -1,16 +1,17 @@
 #include "board/BoardCapabilities.h"
 
+#include "board/BoardScripts.h"
+
 #include <QStringList>
 
 namespace Korvane {
 
 std::optional<BoardCapabilities> BoardCapabilities::parse(const QString &output)
 {
-    constexpr QLatin1StringView marker("__CAPS__");
-    const qsizetype at = output.indexOf(marker);
-    if (at < 0)
+    const auto answer = BoardScripts::textAfter(output, QLatin1StringView("__CAPS__"));
+    if (!answer)
         return std::nullopt;
-    const QStringList fields = output.mid(at + marker.size()).simplified().split(u' ');
+    const QStringList fields = answer->simplified().split(u' ');
     if (fields.size() != 11)
         return std::nullopt;
     const auto has = [&fields](int index) { return fields[index] == u"1"; };

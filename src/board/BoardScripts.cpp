@@ -71,6 +71,12 @@ QString pathLiteral(const QString &path)
     return literal + u'\'';
 }
 
+std::optional<QString> textAfter(const QString &output, QLatin1StringView marker)
+{
+    const qsizetype at = output.indexOf(marker);
+    return at < 0 ? std::nullopt : std::optional(output.mid(at + marker.size()));
+}
+
 QString list()
 {
     return script("list");

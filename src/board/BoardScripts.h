@@ -6,12 +6,17 @@
 #include <QString>
 #include <QStringList>
 
+#include <optional>
+
 /// The MicroPython programs that the file operations run on the board, filled in for one call.
 /// Their texts are files of their own in `scripts/`. Each prints a marker, and what follows the
 /// marker is the answer.
 namespace Korvane::BoardScripts {
 
 enum class NodeKind { File, Folder };
+
+/// The part of \p output after the first \p marker; none when the marker is missing.
+[[nodiscard]] std::optional<QString> textAfter(const QString &output, QLatin1StringView marker);
 
 /// \p path as a Python string literal. Control characters are escaped too: the raw REPL executes
 /// what it has received at a Ctrl-D, also inside a literal. All programs get board paths

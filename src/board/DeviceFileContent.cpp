@@ -284,18 +284,15 @@ Async<QByteArray> DeviceFileContent::readAtOnce(QString path, QString label)
         error.message.prepend(u"Failed to read "_s + label + u": "_s);
         co_return error;
     }
-    const auto after = [&output](QLatin1StringView marker) -> std::optional<QString> {
-        const qsizetype at = output->indexOf(marker);
-        return at < 0 ? std::nullopt : std::optional(output->mid(at + marker.size()).trimmed());
-    };
-    if (const auto reason = after("__FILEERR__"_L1)) {
+    if (const auto answer = BoardScripts::textAfter(*output, "__FILEERR__"_L1)) {
+        const QString reason = answer->trimmed();
         co_return Error{ErrorCode::Remote,
                         u"Cannot read "_s + label + u": "_s
-                            + DeviceError::withSystemErrorNamed(*reason),
-                        isOutOfMemory(*reason) ? *reason : QString()};
+                            + DeviceError::withSystemErrorNamed(reason),
+                        isOutOfMemory(reason) ? reason : QString()};
     }
-    if (const auto base64 = after("__FILE__"_L1)) {
-        const QByteArray encoded = base64->toUtf8();
+    if (const auto base64 = BoardScripts::textAfter(*output, "__FILE__"_L1)) {
+        const QByteArray encoded = base64->trimmed().toUtf8();
         const auto decoded =
             QByteArray::fromBase64Encoding(encoded, QByteArray::AbortOnBase64DecodingErrors);
         // The decoder takes a text that was cut off for one without padding.

@@ -18,6 +18,7 @@ using namespace std::chrono_literals;
 namespace {
 
 using BoardScripts::pathLiteral;
+using BoardScripts::textAfter;
 
 constexpr auto quickTimeout = 5s;
 constexpr auto treeTimeout = 15s;
@@ -31,13 +32,6 @@ QString script(QLatin1StringView name)
 {
     const QByteArray path = "board/scripts/files/" + QByteArray(name.data(), name.size()) + ".py";
     return pythonResource(QLatin1StringView(path));
-}
-
-/// What follows the first \p marker, or nothing when it is missing.
-std::optional<QString> textAfter(const QString &output, QStringView marker)
-{
-    const qsizetype at = output.indexOf(marker);
-    return at < 0 ? std::nullopt : std::optional(output.mid(at + marker.size()));
 }
 
 /// The two numbers at the start of \p answer.
@@ -140,7 +134,7 @@ Async<void> DeviceFileOperations::remove(WritePermit permit, IsCanceled isCancel
             co_return Result<void>();
         if (output->contains("__MORE__"_L1))
             continue;
-        const auto failed = textAfter(*output, u"__ERR__");
+        const auto failed = textAfter(*output, "__ERR__"_L1);
         if (!failed)
             co_return unexpected(*output);
         const QString reason =
@@ -172,7 +166,7 @@ Async<QList<DeviceFileOperations::Kind>> DeviceFileOperations::look(QStringList 
             co_return DeviceError::closed();
         if (!output)
             co_return output.error();
-        const QString digits = textAfter(*output, u"__LOOK__").value_or(QString()).trimmed();
+        const QString digits = textAfter(*output, "__LOOK__"_L1).value_or(QString()).trimmed();
         if (digits.size() != asked)
             co_return unexpected(*output);
         for (const QChar digit : digits)
@@ -187,7 +181,7 @@ Async<DeviceFileOperations::Contents> DeviceFileOperations::count(QString path)
         co_await m_link.executeOnDevice(script("count"_L1).arg(pathLiteral(path)), treeTimeout);
     if (!output)
         co_return output.error();
-    const auto counted = numbersIn(textAfter(*output, u"__COUNT__").value_or(QString()));
+    const auto counted = numbersIn(textAfter(*output, "__COUNT__"_L1).value_or(QString()));
     if (!counted)
         co_return unexpected(*output);
     Contents contents;
@@ -203,7 +197,7 @@ Async<QHash<QString, DeviceFileOperations::Space>> DeviceFileOperations::spaces(
         co_return output.error();
     QHash<QString, Space> spaces;
     for (const QString &line : output->split(u'\n')) {
-        const QString answer = textAfter(line, u"__SPACE__").value_or(QString());
+        const QString answer = textAfter(line, "__SPACE__"_L1).value_or(QString());
         const auto numbers = numbersIn(answer);
         if (!numbers)
             continue;

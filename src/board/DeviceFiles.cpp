@@ -22,15 +22,6 @@ constexpr auto quickTimeout = 5s;     // looking for a file, deleting one
 
 const QString okMarker = u"__OK__"_s;
 
-/// What follows the first \p marker, or nothing when it is missing.
-std::optional<QStringView> textAfter(const QString &output, QLatin1StringView marker)
-{
-    const qsizetype at = output.indexOf(marker);
-    if (at < 0)
-        return std::nullopt;
-    return QStringView(output).sliced(at + marker.size());
-}
-
 /// A command that failed, described for the user.
 Error failure(const QString &prefix, Error error)
 {
@@ -154,7 +145,7 @@ Async<bool> DeviceFiles::lookForDeviceFile(QString path)
     const auto output = co_await m_profile.lookFor(path);
     if (!output)
         co_return output.error();
-    const auto answer = textAfter(*output, QLatin1StringView("__EXISTS__"));
+    const auto answer = BoardScripts::textAfter(*output, "__EXISTS__"_L1);
     if (!answer)
         co_return refusal(u"Could not look for "_s + path + u" on the device"_s);
     co_return answer->startsWith(u'1');
@@ -241,9 +232,8 @@ Async<void> DeviceFiles::removeEntry(QString path, BoardScripts::NodeKind kind)
         co_return failure(u"Delete failed: "_s, output.error());
     if (output->contains(okMarker))
         co_return Result<void>();
-    if (const auto reason = textAfter(*output, QLatin1StringView("__ERR__"))) {
-        co_return refusal(u"Delete failed: "_s
-                          + DeviceError::withSystemErrorNamed(reason->toString()));
+    if (const auto reason = BoardScripts::textAfter(*output, "__ERR__"_L1)) {
+        co_return refusal(u"Delete failed: "_s + DeviceError::withSystemErrorNamed(*reason));
     }
     co_return refusal({});
 }

@@ -1,6 +1,7 @@
 #include "board/DeviceListing.h"
 
 #include "base/NaturalOrder.h"
+#include "board/BoardScripts.h"
 
 #include <nlohmann/json.hpp>
 
@@ -66,11 +67,10 @@ QList<DeviceFileNode> build(const json &entries, const NaturalOrder &order, int 
 
 std::optional<QList<DeviceFileNode>> parse(const QString &output)
 {
-    static const QString marker = QStringLiteral("__LS__");
-    const qsizetype at = output.indexOf(marker);
-    if (at < 0)
+    const auto listing = BoardScripts::textAfter(output, QLatin1StringView("__LS__"));
+    if (!listing)
         return std::nullopt;
-    const QByteArray utf8 = QStringView(output).sliced(at + marker.size()).trimmed().toUtf8();
+    const QByteArray utf8 = listing->trimmed().toUtf8();
     const json entries = json::parse(utf8.begin(), utf8.end(), nullptr, false);
     if (!isArrayOfObjects(entries))
         return std::nullopt;

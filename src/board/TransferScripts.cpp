@@ -25,10 +25,10 @@ QString script(QLatin1StringView name)
 /// holds the rest.
 std::optional<QStringList> fieldsAfter(const QString &output, QLatin1StringView marker, int count)
 {
-    const qsizetype at = output.indexOf(marker);
-    if (at < 0)
+    const auto answer = BoardScripts::textAfter(output, marker);
+    if (!answer)
         return std::nullopt;
-    QStringView rest = QStringView(output).sliced(at + marker.size());
+    QStringView rest(*answer);
     while (rest.endsWith(u'\n') || rest.endsWith(u'\r'))
         rest.chop(1);
     QStringList fields;
