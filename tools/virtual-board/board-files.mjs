@@ -1,5 +1,6 @@
 // A board's files as plain values: a list of [path, contents], folders before what is in them. The
-// contents of a folder are null. So they are taken from a host folder, and over a soft reset.
+// contents of a folder are null. Used to copy a host folder to the board, and to keep the files
+// over a soft reset.
 import fs from 'node:fs';
 import path from 'node:path';
 
@@ -35,7 +36,8 @@ export function fileExists(fileSystem, file) {
     return fileSystem.analyzePath(file).exists;
 }
 
-// From here on, a write that could bring all files together above the limit fails with ENOSPC.
+// After this call a write fails with ENOSPC when all files together could become larger than
+// `bytes`.
 export function limitDisk(fileSystem, bytes) {
     const usedBytes = (node) =>
         node.usedBytes ??

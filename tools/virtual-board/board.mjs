@@ -1,19 +1,20 @@
-// A MicroPython board: plays one on the master side of a pseudo-terminal.
+// Emulates a MicroPython board on the master side of a pseudo-terminal.
 //
 //     node board.mjs --descriptor N [--flash FOLDER] [--disk BYTES] [--heap BYTES]
 //                    [--rate BYTES_PER_SECOND]
 //
-// The main thread runs MicroPython and is blocked nearly always: it waits for a byte, or Python code
-// runs. So its event loop never turns, and the worker in line-reader.mjs receives. Start this as a
-// file, not as a folder: the npm package takes a main script whose path begins like its own for itself.
+// The main thread is blocked nearly always: it waits for a byte, or runs Python code. Its event
+// loop therefore does not run, and the worker in port-reader.mjs receives the input. Start this as
+// a file, not as a folder: the npm package runs its own command line when its path begins with that
+// of the main script.
 import { once } from 'node:events';
 import { parseArgs } from 'node:util';
 import { Worker } from 'node:worker_threads';
 
 import { filesOfHost } from './board-files.mjs';
-import { dieOf } from './death.mjs';
+import { endWithError } from './fatal-error.mjs';
 import { InputRing } from './input-ring.mjs';
-import { LineWriter } from './line-writer.mjs';
+import { PortWriter } from './port-writer.mjs';
 import { Repl } from './repl.mjs';
 
 const idleMilliseconds = 1000;
@@ -33,13 +34,13 @@ async function main() {
 
     const ring = new InputRing();
     const limits = { diskBytes: Number(values.disk), heapBytes: Number(values.heap) };
-    const repl = new Repl(ring, new LineWriter(descriptor, rate), limits);
+    const repl = new Repl(ring, new PortWriter(descriptor, rate), limits);
     globalThis.interruptPython = (number) => repl.interrupt(number);
 
-    const reader = new Worker(new URL('line-reader.mjs', import.meta.url), {
+    const reader = new Worker(new URL('port-reader.mjs', import.meta.url), {
         workerData: { memory: ring.memory, descriptor, rate },
     });
-    // Later it could not start, with this thread blocked.
+    // The worker needs this thread's event loop to start, and the loop does not run any more below.
     await once(reader, 'online');
 
     await repl.powerOn(values.flash ? filesOfHost(values.flash) : []);
@@ -49,4 +50,4 @@ async function main() {
     }
 }
 
-main().catch(dieOf);
+main().catch(endWithError);

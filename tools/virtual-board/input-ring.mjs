@@ -1,16 +1,16 @@
-// The bytes that came over the serial line and are not read yet: a ring in memory that is shared by
-// the worker that owns the line (it puts) and the main thread that runs MicroPython (it takes).
+// The bytes that were received from the port and are not read yet: a ring buffer in shared memory.
+// The worker that reads the port puts bytes, the main thread that runs MicroPython takes them.
 //
-// A slot holds one byte. Each Ctrl-C also carries a running number above its byte, so that it does
-// its work exactly once: it interrupts running code, or it is read like any other byte. Whichever
-// comes first settles it, and all before it.
+// A slot holds a byte in its low 8 bits. The bits above are 0, or the number of a Ctrl-C; the
+// numbers increase. A Ctrl-C either interrupts running code or is read like any other byte,
+// whichever happens first; then it and all Ctrl-C before it are handled.
 
 const slotCount = 1 << 18;
 const headWord = 0;
 const tailWord = 1;
-const pythonRunsWord = 2;
+const pythonRunningWord = 2;
 const newestWord = 3;
-const settledWord = 4;
+const handledWord = 4;
 const firstSlotWord = 8;
 
 const numberOf = (slot) => slot >> 8;
@@ -29,7 +29,7 @@ export class InputRing {
         return slotCount - this.#length;
     }
 
-    // The caller has seen to it that there is room.
+    // The caller must have checked that there is room.
     put(byte, number = 0) {
         const words = this.#words;
         words[this.#wordAt(words[tailWord])] = byte | (number << 8);
@@ -47,57 +47,57 @@ export class InputRing {
     take() {
         const slot = this.#front;
         Atomics.add(this.#words, headWord, 1);
-        // Read as a byte, a Ctrl-C must not interrupt the program that is sent behind it.
-        if (numberOf(slot) > this.settled) this.settle(numberOf(slot));
+        // A Ctrl-C that was read as a byte must not interrupt the program that is sent after it.
+        if (numberOf(slot) > this.lastHandled) this.markHandled(numberOf(slot));
         return slot & 255;
     }
 
     // Waits for a byte, at most so many milliseconds, and returns 'byte' or 'timeout'; it returns
     // 'interrupted' as soon as a Ctrl-C has interrupted the running code. The caller must then let
-    // MicroPython raise the exception. `interrupt(number)` is offered the newest Ctrl-C before any byte
-    // is, since one behind other input must be heard too.
+    // MicroPython raise the exception. Calls `interrupt(number)` with the newest Ctrl-C before it
+    // returns 'byte', since a Ctrl-C after unread input must also interrupt.
     waitForByte(milliseconds, interrupt) {
         return this.#wait(milliseconds, interrupt, true);
     }
 
-    // The same for a sleep, which goes on when a byte comes.
+    // The same for a sleep, which does not end when a byte is received.
     waitForInterrupt(milliseconds, interrupt) {
         return this.#wait(milliseconds, interrupt, false);
     }
 
     // --- Both sides
 
-    // Whether Python code runs that a Ctrl-C could interrupt.
-    get pythonRuns() {
-        return Atomics.load(this.#words, pythonRunsWord) === 1;
+    // Whether Python code is running, which a Ctrl-C could interrupt.
+    get isPythonRunning() {
+        return Atomics.load(this.#words, pythonRunningWord) === 1;
     }
 
-    set pythonRuns(runs) {
-        Atomics.store(this.#words, pythonRunsWord, runs ? 1 : 0);
+    set isPythonRunning(runs) {
+        Atomics.store(this.#words, pythonRunningWord, runs ? 1 : 0);
     }
 
-    // The number of the last Ctrl-C that has done its work.
-    get settled() {
-        return Atomics.load(this.#words, settledWord);
+    // The number of the last Ctrl-C that is handled.
+    get lastHandled() {
+        return Atomics.load(this.#words, handledWord);
     }
 
-    settle(number) {
-        Atomics.store(this.#words, settledWord, number);
+    markHandled(number) {
+        Atomics.store(this.#words, handledWord, number);
     }
 
-    #wait(milliseconds, interrupt, bytesCount) {
+    #wait(milliseconds, interrupt, endsOnByte) {
         const words = this.#words;
         const end = performance.now() + milliseconds;
-        const settledBefore = this.settled;
+        const handledBefore = this.lastHandled;
         for (;;) {
-            // Before the newest Ctrl-C, which the worker stores before the end of the input: all bytes
-            // up to this end have been offered to `interrupt`.
+            // Loaded before the newest Ctrl-C, which the worker stores before the tail: the call of
+            // `interrupt` then covers every Ctrl-C up to this tail.
             const tail = Atomics.load(words, tailWord);
             const newest = Atomics.load(words, newestWord);
-            if (newest > this.settled) interrupt(newest);
-            while (!this.isEmpty && this.#frontIsSettled) this.take();
-            if (this.settled !== settledBefore) return 'interrupted';
-            if (bytesCount && tail !== Atomics.load(words, headWord)) return 'byte';
+            if (newest > this.lastHandled) interrupt(newest);
+            while (!this.isEmpty && this.#frontIsHandled) this.take();
+            if (this.lastHandled !== handledBefore) return 'interrupted';
+            if (endsOnByte && tail !== Atomics.load(words, headWord)) return 'byte';
             const left = end - performance.now();
             if (left <= 0) return 'timeout';
             Atomics.wait(words, tailWord, tail, left);
@@ -112,9 +112,9 @@ export class InputRing {
         return this.#words[this.#wordAt(this.#words[headWord])];
     }
 
-    get #frontIsSettled() {
+    get #frontIsHandled() {
         const number = numberOf(this.#front);
-        return number > 0 && number <= this.settled;
+        return number > 0 && number <= this.lastHandled;
     }
 
     #wordAt(position) {

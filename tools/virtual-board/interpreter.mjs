@@ -1,5 +1,6 @@
-// One MicroPython, from power-on to the next soft reset: the npm package's WebAssembly build, with
-// its standard streams, system-call results and missing functions made as a board has them.
+// One MicroPython instance, from power-on to the next soft reset: the npm package's WebAssembly
+// build, with the standard streams and errno values of a board, and the functions that the build
+// lacks.
 import fs from 'node:fs';
 import { loadMicroPython } from '@micropython/micropython-webassembly-pyscript/micropython.mjs';
 
@@ -8,10 +9,10 @@ import { limitDisk, writeFiles } from './board-files.mjs';
 const lineFeed = 10;
 const carriageReturn = 13;
 const ctrlC = 3;
-// A sleep or a read looks this often whether MicroPython has an exception to raise.
+// How often a sleep or a read returns to MicroPython, so that it can raise a pending exception.
 const sliceMilliseconds = 100;
 
-// Emscripten numbers its errors in its own way; Python code expects the usual numbers. EINTR and
+// Emscripten has error numbers of its own; Python code expects the usual ones. EINTR and
 // EAGAIN are not here, since MicroPython itself compares them with Emscripten's.
 const usualErrorNumbers = new Map([
     [2, 13], // EACCES
@@ -32,8 +33,8 @@ const pollWritable = 4;
 
 // Grows by itself, unless limited: the build collects garbage only between two programs.
 const initialHeapBytes = 256 * 1024;
-// What a limited heap leaves to the build's own memory, for strings on their way between JavaScript
-// and Python. Less than the smallest heap, since a heap grows by its own size at least.
+// What a limited heap leaves to the build's own memory, for strings that are passed between
+// JavaScript and Python. Less than the smallest heap, since a heap grows by its own size at least.
 const reservedBytes = 24 * 1024;
 
 const usualErrorNumber = (number) => usualErrorNumbers.get(number) ?? number;
@@ -42,13 +43,13 @@ const setup = fs.readFileSync(new URL('setup.py', import.meta.url), 'utf8');
 export class Interpreter {
     #python;
     #ring;
-    // Calls Python's gc.collect(), also with a full heap. Only between two programs: within one, the
-    // build merely notes that it should collect.
+    // Calls Python's gc.collect(), also with a full heap. Only between two programs: while one
+    // runs, the build only sets a flag for a later collection.
     collectGarbage;
 
-    // `ring` is the board's input, `write` takes its output. `files` is what its file system holds (see
-    // board-files.mjs), `diskBytes` limits it. `heapBytes` is the size of the heap, 0 lets it grow.
-    // `fileEnded` is called by `_board.fileEnded()` in Python.
+    // `ring` is the board's input, `write` takes its output. `files` is what its file system holds
+    // (see board-files.mjs), `diskBytes` limits it. `heapBytes` is the size of the heap, 0 lets it
+    // grow. `fileEnded` is called by `_board.fileEnded()` in Python.
     static async powerOn(settings) {
         const memory = { mayGrow: true };
         const python = await withBoardImports(memory, () =>
@@ -72,7 +73,8 @@ export class Interpreter {
             fileEnded,
             isHeapLimited: heapBytes > 0,
         });
-        // Before the board's files are there, since one of them may be named as a module of setup.py's.
+        // Before the board's files are written, since one may have the name of a module that
+        // setup.py uses.
         python.runPython(setup);
         emptyRoot(python.FS);
         writeFiles(python.FS, files);
@@ -85,11 +87,12 @@ export class Interpreter {
     }
 
     // Raises KeyboardInterrupt in the running code, as the interrupt handler of a serial port does,
-    // unless Ctrl-C is an ordinary byte at present. The inspector may call this at any moment.
+    // unless Ctrl-C is not MicroPython's interrupt character at present. The inspector may call
+    // this at any time.
     interrupt(number) {
         if (this.#python._module._mp_hal_get_interrupt_char() !== ctrlC) return;
-        if (number <= this.#ring.settled) return;
-        this.#ring.settle(number);
+        if (number <= this.#ring.lastHandled) return;
+        this.#ring.markHandled(number);
         this.#python._module._mp_sched_keyboard_interrupt();
     }
 
@@ -100,13 +103,13 @@ export class Interpreter {
     // Feeds one byte to the interactive prompt; true when it asked for a soft reset. Code that it
     // completes runs before this returns.
     feed(byte) {
-        this.#ring.pythonRuns = true;
+        this.#ring.isPythonRunning = true;
         const exitCode = this.#python._module._mp_js_repl_process_char(byte);
-        this.#ring.pythonRuns = false;
+        this.#ring.isPythonRunning = false;
         return exitCode !== 0;
     }
 
-    // The heap grows by what malloc() finds, so all of that is taken but a reserve.
+    // The heap grows by memory from malloc(), so all of that is allocated but a reserve.
     #limitHeap(memory) {
         const { _malloc: malloc, _free: free } = this.#python._module;
         this.collectGarbage();
@@ -117,7 +120,8 @@ export class Interpreter {
     }
 
     #connectStandardStreams(write) {
-        // A port sends each line feed as CR LF, but leaves a CR LF as it is, also one in two writes.
+        // A board sends each line feed as CR LF, but leaves a CR LF as it is, also one in two
+        // writes.
         let last = 0;
         const withCarriageReturns = (bytes) => {
             const sent = [];
@@ -141,15 +145,15 @@ export class Interpreter {
         }
     }
 
-    // Reads at least one byte into the heap, and what else is there.
+    // Reads at least one byte into the heap, and the others that are received already.
     #read(heap, start, length) {
         let count = 0;
         while (count < length && this.#waitForByte(count ? 0 : sliceMilliseconds) === 'byte') {
             const byte = this.#ring.take();
-            // What the person's Enter key sends is the end of a line to Python.
+            // The Enter key sends CR; Python expects LF at the end of a line.
             heap[start + count++] = byte === carriageReturn ? lineFeed : byte;
         }
-        // MicroPython then raises what is pending, or reads again.
+        // MicroPython then raises the pending exception, or reads again.
         if (count === 0) throw new this.fileSystem.ErrnoError(interruptedSystemCall);
         return count;
     }
@@ -158,8 +162,8 @@ export class Interpreter {
         return this.#ring.waitForByte(milliseconds, (number) => this.interrupt(number));
     }
 
-    // Sleeps for a slice at most; true when the deadline is not reached. Between the slices, Python
-    // code gets the chance to raise what a Ctrl-C has left.
+    // Sleeps for a slice at most; true when the deadline is not reached. Between the slices,
+    // MicroPython raises the exception that a Ctrl-C has left pending.
     #waitUntil(deadline) {
         const slice = Math.min(sliceMilliseconds, deadline - performance.now());
         this.#ring.waitForInterrupt(slice, (number) => this.interrupt(number));
@@ -167,7 +171,8 @@ export class Interpreter {
     }
 }
 
-// The loader offers no way to its imports, so they are reached where it hands them to WebAssembly.
+// The loader has no parameter for the imports, so they are changed when it passes them to
+// WebAssembly.
 async function withBoardImports(memory, load) {
     const instantiate = WebAssembly.instantiate;
     WebAssembly.instantiate = (binary, imports) => {

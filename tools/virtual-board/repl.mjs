@@ -1,5 +1,5 @@
-// The board's interactive prompt as its client sees it: the order of events at start, soft reset, and
-// what the build's own prompt does differently from a port's.
+// The REPL of the board as its client sees it: the order of events at the start, soft reset, and
+// what the build's own REPL does differently from a board's.
 import { fileExists, filesOfBoard } from './board-files.mjs';
 import { Interpreter } from './interpreter.mjs';
 
@@ -14,19 +14,19 @@ const drop = () => null;
 
 export class Repl {
     #ring;
-    #line;
+    #port;
     #limits;
     #interpreter = null;
     #isRaw = false;
-    #rawLine = [];
+    #rawInput = [];
     #fileHasEnded = false;
     // Takes the output of the interpreter; replaced for a while by filteringOutput().
-    #output = (bytes) => this.#line.send(bytes);
+    #output = (bytes) => this.#port.send(bytes);
 
     // `limits` has `diskBytes` and `heapBytes`, each 0 for none.
-    constructor(ring, line, limits) {
+    constructor(ring, port, limits) {
         this.#ring = ring;
-        this.#line = line;
+        this.#port = port;
         this.#limits = limits;
     }
 
@@ -42,15 +42,15 @@ export class Repl {
         this.#start();
     }
 
-    // Between two interpreters there is nothing to interrupt.
+    // There is no interpreter while a soft reset makes a new one.
     interrupt(number) {
         this.#interpreter?.interrupt(number);
     }
 
-    // True when the byte asked for a soft reset, which the caller then does.
+    // True when the byte asked for a soft reset; the caller then calls softReset().
     receive(byte) {
         if (this.#refusesRawPaste(byte)) return false;
-        // A board would collect what the program before has left as soon as it needs the memory.
+        // A board would collect the last program's garbage as soon as it needs the memory.
         if (this.#limits.heapBytes && byte === ctrlD) this.#interpreter.collectGarbage();
         const asksForReset = byte === ctrlA ? this.#enterRaw() : this.#interpreter.feed(byte);
         if (this.#isRaw && byte === ctrlB) this.#isRaw = false;
@@ -58,23 +58,24 @@ export class Repl {
     }
 
     async softReset() {
-        this.#line.send(ascii('MPY: soft reboot\r\n'));
-        this.#rawLine = [];
+        this.#port.send(ascii('MPY: soft reboot\r\n'));
+        this.#rawInput = [];
         await this.powerOn(filesOfBoard(this.#interpreter.fileSystem));
     }
 
-    // As a port's main(): boot.py always, main.py only on the way to the friendly prompt and after a
-    // boot.py that did not fail. What they leave in the global names stays there.
+    // Like main() of a board: boot.py always, main.py only before the friendly prompt and after a
+    // boot.py that did not fail. Both run in the global namespace of the prompt.
     #start() {
         this.#filteringOutput(drop, () => this.#interpreter.startRepl());
         if (this.#runFile('boot.py') && !this.#isRaw) this.#runFile('main.py');
-        // Ctrl-A and Ctrl-B begin with a line end that a start has not.
+        // The output of Ctrl-A and Ctrl-B begins with a line end, which a board does not send at
+        // its start.
         this.#filteringOutput(withoutFirst(2), () => this.#interpreter.feed(this.#isRaw ? ctrlA : ctrlB));
     }
 
-    // Runs a file if it is there; false when it ended in an error. It goes through the raw prompt, with
-    // all that is a prompt's own hidden: so it can be interrupted, and its traceback is a board's.
-    // A SystemExit ends the file and nothing else.
+    // Runs a file if it exists; false when it ended in an error. Runs it at the raw prompt, whose
+    // own output is dropped: so it can be interrupted, and its traceback is like a board's. A
+    // SystemExit ends only the file.
     #runFile(name) {
         if (!fileExists(this.#interpreter.fileSystem, `/${name}`)) return true;
         const program =
@@ -95,36 +96,37 @@ export class Repl {
         this.#filteringOutput(programOutput, () => this.#interpreter.feed(ctrlD));
         const [, traceback] = Buffer.from(afterwards).toString('latin1').split('\x04');
         const outerFrame = /^ {2}File "<stdin>", line \d+, in <module>\r\n/m;
-        this.#line.send(ascii((traceback ?? '').replace(outerFrame, '')));
+        this.#port.send(ascii((traceback ?? '').replace(outerFrame, '')));
         this.#filteringOutput(drop, () => this.#interpreter.feed(ctrlB));
         return !traceback;
     }
 
-    // Whether this Ctrl-A enters the raw prompt depends on what was typed before; its banner tells.
+    // Whether this Ctrl-A enters raw mode depends on what was typed before; the banner shows it.
     #enterRaw() {
-        const seeBanner = (bytes) => {
+        const detectBanner = (bytes) => {
             if (ascii('raw REPL;').equals(bytes.subarray(0, 9))) this.#isRaw = true;
             return bytes;
         };
-        return this.#filteringOutput(seeBanner, () => this.#interpreter.feed(ctrlA));
+        return this.#filteringOutput(detectBanner, () => this.#interpreter.feed(ctrlA));
     }
 
-    // Raw paste mode (Ctrl-E A Ctrl-A) would read a standard input that this build does not have, and
-    // never end. It is refused with the words of a MicroPython without it, so that a client falls back.
+    // Raw-paste mode (Ctrl-E A Ctrl-A) would read a standard input that this build does not have,
+    // and never end. It is refused with the reply of a MicroPython without it, so that a client
+    // falls back.
     #refusesRawPaste(byte) {
         if (!this.#isRaw) return false;
-        const [first, second, ...others] = this.#rawLine;
+        const [first, second, ...others] = this.#rawInput;
         const asked = byte === ctrlA && first === ctrlE && second === 0x41 && others.length === 0;
         if (asked) {
             this.#interpreter.feed(ctrlC);
-            this.#line.send(ascii('R\x00>'));
+            this.#port.send(ascii('R\x00>'));
         }
-        if (byte >= ctrlA && byte <= ctrlD) this.#rawLine = [];
-        else if (this.#rawLine.length < 3) this.#rawLine.push(byte);
+        if (byte >= ctrlA && byte <= ctrlD) this.#rawInput = [];
+        else if (this.#rawInput.length < 3) this.#rawInput.push(byte);
         return asked;
     }
 
-    // Each output of the action goes through the filter, which returns what is left of it, or null.
+    // Passes each output of the action to the filter, which returns the bytes to send, or null.
     #filteringOutput(filter, action) {
         const outer = this.#output;
         this.#output = (bytes) => {

@@ -1,12 +1,13 @@
-# What a board has and the WebAssembly build lacks. Runs in each new MicroPython before anything else
-# and leaves no name behind. `time` and `os` are Python packages in this build, so they can be amended.
+# Defines what a board has and the WebAssembly build lacks. Runs first in each new MicroPython
+# instance and leaves no global name. `time` and `os` are Python packages in this build, so they
+# can be changed.
 def _setup():
     import builtins, gc, os, sys, time
     from _board import deadline, isHeapLimited, waitUntil
     from collections import namedtuple
 
-    # The build's own sleep burns the processor and is deaf to Ctrl-C. This loop is Python code, since
-    # only there a pending exception is raised. A traceback through it names time.py.
+    # The build's own sleep is a busy loop that Ctrl-C cannot interrupt. This loop is Python code,
+    # since a pending exception is raised only there. Its frames in a traceback name time.py.
     sleeping = {"deadline": deadline, "wait_until": waitUntil}
     exec(compile("""
 def sleep_ms(milliseconds):
@@ -25,7 +26,7 @@ def sleep(seconds):
         sys.platform, sys.platform, release, sys.version.split("; ")[1], sys.implementation[2])
     os.uname = lambda: name
 
-    # With the echo and the deletion that a board's own line editing has.
+    # Echoes and deletes characters as the line editing of a board does.
     def input(prompt=""):
         sys.stdout.write(str(prompt))
         line = ""
@@ -46,8 +47,8 @@ def sleep(seconds):
 
     builtins.input = input
 
-    # The build counts the 128 MiB by which its heap could grow as free, and its own module cannot be
-    # amended.
+    # The build counts the 128 MiB by which its heap could grow as free, and its gc module cannot
+    # be changed.
     if isHeapLimited:
         class LimitedHeap: pass
         limited = LimitedHeap()

@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""Makes the virtual board's serial port and owns the board: starts its process, and ends with it.
+"""Makes the serial port of the virtual board and runs its process: starts it, and ends with it.
 
-The board's process (board.mjs) holds the master side of a pseudo-terminal, and nobody else does: when
-that process dies, the port goes as when a cable is pulled. This process keeps the slave side open, so
-that a client may close the port and open it again without the board seeing an end of file.
+Only the board's process (board.mjs) holds the master side of the pseudo-terminal: when it ends,
+clients of the port see the same as when a cable is pulled. This process keeps the slave side open,
+so that a client may close the port and open it again without the board seeing an end of file.
 """
 import argparse
 import ctypes
@@ -35,10 +35,10 @@ def parse_arguments():
     parser.add_argument("--heap", type=heap_size, metavar="SIZE",
                         help="how much memory Python has, such as 64K (default: no limit)")
     parser.add_argument("--rate", type=positive, metavar="BYTES_PER_SECOND",
-                        help="slow the line down; 11520 is 115200 baud (default: no limit)")
+                        help="limit the rate of the port; 11520 is 115200 baud (default: no limit)")
     parser.add_argument("--with-parent", action="store_true",
                         help="end when the process that started this one ends")
-    # The start script passes its parent from before it looked at the packages.
+    # The start script passes the parent that it had before it installed packages.
     parser.add_argument("--parent", type=int, default=os.getppid(), help=argparse.SUPPRESS)
     return parser.parse_args()
 
@@ -64,23 +64,24 @@ def heap_size(text):
 
 
 def signal_me_when_parent_ends(number, parent):
-    """The kernel tells of the end of the thread that started this process, not of its whole process."""
+    """The kernel sends the signal when the thread that started this process ends, whether or not
+    other threads of that process still run."""
     ctypes.CDLL(None, use_errno=True).prctl(PR_SET_PDEATHSIG, number)
     if os.getppid() != parent:
         os.kill(os.getpid(), number)
 
 
 def place_link(link, port):
-    """Takes the place of a link, such as one that a killed board left, but never of a file."""
+    """Replaces a link, such as one that a killed board left, but never a file."""
     if link.exists() and not link.is_symlink():
-        sys.exit(f"virtual board: {link} exists and is no link")
+        sys.exit(f"virtual board: {link} exists and is not a link")
     fresh = link.with_name(f".{link.name}.{os.getpid()}")
     fresh.symlink_to(port)
     fresh.replace(link)
 
 
 def remove_link(link, port):
-    """Leaves a link alone that a later board has put there. That board's port cannot have the same
+    """Removes the link unless a later board has replaced it. The port of that board has another
     name, since the slave side is still open here."""
     try:
         if os.readlink(link) == port:
@@ -101,7 +102,7 @@ def start_board(arguments, master):
         value = getattr(arguments, option)
         if value:
             command += [f"--{option}", str(value)]
-    # Options that are meant for other Node programs, such as a debugger's, would print into ours.
+    # Options that are meant for other Node programs, such as a debugger's, would add to the output.
     environment = {key: value for key, value in os.environ.items() if key != "NODE_OPTIONS"}
     return subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=2, pass_fds=[master],
                             env=environment, preexec_fn=become_board)
@@ -121,7 +122,7 @@ def wait_for_end(board):
 
 def main():
     arguments = parse_arguments()
-    # From here on the signals wait until sigwait() takes them.
+    # From here on the signals are blocked and received by sigwait().
     signal.pthread_sigmask(signal.SIG_BLOCK, ENDING_SIGNALS | {signal.SIGCHLD})
     if arguments.with_parent:
         signal_me_when_parent_ends(signal.SIGTERM, arguments.parent)

@@ -1,13 +1,13 @@
-// The worker that owns the receiving side of the serial line. It fills the ring, and it stands in
-// for the interrupt handler of a real board's serial port: while Python code runs, the main thread
-// sees nothing of JavaScript's world, but V8's inspector can call a function there between two turns
-// of a WebAssembly loop. The inspector's session is inside this process; it opens no port.
+// The worker that reads the port. It fills the ring, and on Ctrl-C it does what the interrupt
+// handler of a real board's serial port does: while Python code runs, the main thread handles no
+// messages and no events, but V8's inspector can call a function there between two iterations of a
+// WebAssembly loop. The inspector's session is inside this process; it opens no network port.
 import inspector from 'node:inspector';
 import net from 'node:net';
 import tty from 'node:tty';
 import { workerData } from 'node:worker_threads';
 
-import { dieOf } from './death.mjs';
+import { endWithError } from './fatal-error.mjs';
 import { InputRing } from './input-ring.mjs';
 
 const ctrlC = 3;
@@ -21,12 +21,12 @@ const session = new inspector.Session();
 let lastCtrlC = 0;
 let retry;
 
-// Goes on until the Ctrl-C is settled: the main thread may be between two pieces of Python code, and
-// the code may have switched its interrupts off for a while.
+// Repeats until the Ctrl-C is handled: the main thread may be between two pieces of Python code,
+// and the code may have disabled its interrupts for a while.
 function interrupt() {
     clearTimeout(retry);
-    if (ring.settled >= lastCtrlC) return;
-    if (ring.pythonRuns) {
+    if (ring.lastHandled >= lastCtrlC) return;
+    if (ring.isPythonRunning) {
         session.post('Runtime.evaluate', { expression: `interruptPython(${lastCtrlC})` }, () => {});
     }
     retry = setTimeout(interrupt, retryMilliseconds);
@@ -45,7 +45,8 @@ function accept(bytes) {
     if (interrupted) interrupt();
 }
 
-// At a limited rate, accepts small pieces, each when a wire would have carried it.
+// At a limited rate, accepts small pieces, each when a serial port of that rate would have received
+// it.
 function acceptSlowly(bytes, due) {
     const piece = bytes.subarray(0, pieceBytes);
     const arrival = due + (piece.length * 1000) / rate;
@@ -56,32 +57,32 @@ function acceptSlowly(bytes, due) {
     }, arrival - performance.now());
 }
 
-// As a board with flow control, takes no more than it can keep. Waiting here must not block: a Ctrl-C
-// that is in the ring already is still to be heard.
+// Like a board with flow control, reads no more than fits into the ring. Waiting must not block
+// this thread: interrupt() may still have to run for a Ctrl-C that is in the ring already.
 function resumeWhenThereIsRoom() {
-    if (ring.room >= longestRead) line.resume();
+    if (ring.room >= longestRead) port.resume();
     else setTimeout(resumeWhenThereIsRoom, retryMilliseconds);
 }
 
 function receive(bytes) {
     if (rate) {
-        line.pause();
+        port.pause();
         acceptSlowly(bytes, performance.now());
         return;
     }
     accept(bytes);
     if (ring.room < longestRead) {
-        line.pause();
+        port.pause();
         resumeWhenThereIsRoom();
     }
 }
 
-process.on('uncaughtException', dieOf);
+process.on('uncaughtException', endWithError);
 session.connectToMainThread();
-// A tty.ReadStream also makes the descriptor non-blocking, which the line's other side relies on.
-const line = tty.isatty(descriptor)
+// A tty.ReadStream also makes the descriptor non-blocking, on which PortWriter relies.
+const port = tty.isatty(descriptor)
     ? new tty.ReadStream(descriptor)
     : new net.Socket({ fd: descriptor, readable: true, writable: false });
-line.on('data', receive);
-line.on('error', dieOf);
-line.on('end', () => dieOf(new Error('the serial line has ended')));
+port.on('data', receive);
+port.on('error', endWithError);
+port.on('end', () => endWithError(new Error('the serial port has ended')));

@@ -1,29 +1,31 @@
-// The sending side of the serial line.
+// Writes the output of the board to the port.
 import fs from 'node:fs';
 
-const patienceMilliseconds = 500;
+const stallMilliseconds = 500;
 const retryMilliseconds = 2;
-// At a limited rate, bytes leave in pieces this small, so that they trickle as on a wire.
+// At a limited rate, bytes are written in pieces of this size, so that they arrive evenly.
 const pieceBytes = 64;
 
-const neverWoken = new Int32Array(new SharedArrayBuffer(4));
-const sleep = (milliseconds) => Atomics.wait(neverWoken, 0, 0, milliseconds);
+const neverNotified = new Int32Array(new SharedArrayBuffer(4));
+const sleep = (milliseconds) => Atomics.wait(neverNotified, 0, 0, milliseconds);
 
-export class LineWriter {
+export class PortWriter {
     #descriptor;
     #rate;
-    // When the line has carried what was sent so far: a sleep that takes too long is made up for.
+    // When all bytes so far are sent at the limited rate. The next sleep is shorter by as much as
+    // the last one was too long.
     #free = 0;
 
-    // `rate` is in bytes per second; 0 is as fast as the reader reads.
+    // `rate` is in bytes per second; 0 means no limit.
     constructor(descriptor, rate) {
         this.#descriptor = descriptor;
         this.#rate = rate;
     }
 
-    // Blocks while the line is full. Like a USB board, drops what nobody reads for a while.
+    // Blocks while the port accepts nothing. Like a USB board, drops the rest when the port has
+    // accepted nothing for `stallMilliseconds`.
     send(bytes) {
-        let deadline = performance.now() + patienceMilliseconds;
+        let deadline = performance.now() + stallMilliseconds;
         this.#free = Math.max(this.#free, performance.now());
         for (let sent = 0; sent < bytes.length;) {
             const count = this.#write(bytes, sent);
@@ -33,12 +35,12 @@ export class LineWriter {
                 continue;
             }
             sent += count;
-            if (this.#rate) this.#waitForLine(count);
-            deadline = performance.now() + patienceMilliseconds;
+            if (this.#rate) this.#waitForPort(count);
+            deadline = performance.now() + stallMilliseconds;
         }
     }
 
-    #waitForLine(count) {
+    #waitForPort(count) {
         this.#free += (count * 1000) / this.#rate;
         sleep(Math.max(0, this.#free - performance.now()));
     }
