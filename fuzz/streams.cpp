@@ -90,8 +90,8 @@ QString readBoard(Pieces pieces)
         const auto scan = scanner.feed(pieces.take());
         text += scan.text;
         hasEnded = hasEnded || scan.ended;
-        isWhole = isWhole || scan.replyWhole;
-        expect(scan.pausesBehindEnd <= scan.pauses.size());
+        isWhole = isWhole || scan.isReplyComplete;
+        expect(scan.pausesAfterEnd <= scan.pauses.size());
         for (const DebugPause &pause : scan.pauses) {
             found += QString::number(pause.line);
             for (const PythonVariable &variable : pause.variables)

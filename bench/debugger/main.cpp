@@ -102,7 +102,7 @@ struct Runner final : DeviceLinkClient, ShellSink
     {
         output.clear();
         QEventLoop loop;
-        QObject::connect(&run, &ProgramRun::replyWhole, &loop, &QEventLoop::quit);
+        QObject::connect(&run, &ProgramRun::replyCompleted, &loop, &QEventLoop::quit);
         QTimer::singleShot(120'000, &loop, &QEventLoop::quit);
         if (isDebugged)
             session.startDebugRun(u"bench.py"_s, source, {static_cast<int>(source.count(u'\n'))});

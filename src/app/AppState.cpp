@@ -274,15 +274,15 @@ void AppState::wireBoard()
         m_deviceFiles.refreshDeviceFiles();
     });
     connect(&m_link, &DeviceLink::ended, &m_wiring, [this] { m_debugSession.reset(); });
-    connect(&m_programRun, &ProgramRun::replyWhole, &m_wiring, [this] {
+    connect(&m_programRun, &ProgramRun::replyCompleted, &m_wiring, [this] {
         m_shell.flushOutput();
         // Also leaves the raw REPL, in which input of the Shell would not be answered.
         m_errors.reportFailureOf(m_variablesStore.refreshVariables());
     });
-    connect(&m_programRun, &ProgramRun::gaveUp, &m_wiring, [this] { setRunning(false); });
+    connect(&m_programRun, &ProgramRun::startFailed, &m_wiring, [this] { setRunning(false); });
     connect(&m_deviceFiles, &DeviceFiles::listingFailed, &m_wiring,
             [this](const Error &error) { m_errors.report(error); });
-    connect(&m_debugSession, &DebugSession::began, &m_wiring, [this](const QUuid &document) {
+    connect(&m_debugSession, &DebugSession::started, &m_wiring, [this](const QUuid &document) {
         noteRun(document);
         m_debuggedFile = m_documents.file(document);
         showDebugLines();

@@ -36,7 +36,7 @@ void takeText(QByteArrayView bytes, DeviceStreamScanner::Scan &scan)
         if (mark < 0)
             return;
         scan.ended = true;
-        scan.pausesBehindEnd = 0;
+        scan.pausesAfterEnd = 0;
         scan.endMarks << scan.text.size();
         bytes = bytes.sliced(mark + 1);
     }
@@ -47,7 +47,7 @@ void takeText(QByteArrayView bytes, DeviceStreamScanner::Scan &scan)
 DeviceStreamScanner::Scan DeviceStreamScanner::feed(QByteArrayView chunk)
 {
     Scan scan;
-    scan.replyWhole = completesReply(chunk);
+    scan.isReplyComplete = completesReply(chunk);
     m_buffer.append(chunk);
 
     qsizetype position = 0; // everything in front of it is processed
@@ -91,21 +91,21 @@ bool DeviceStreamScanner::completesReply(QByteArrayView chunk)
 {
     if (chunk.isEmpty())
         return false;
-    // Only right behind the mark it is the prompt: a program may print a mark of its own, and a
+    // Only directly after the mark it is the prompt: a program may print a mark of its own, and a
     // traceback is full of ">".
-    bool isWhole = m_promptMayFollow && chunk.startsWith('>');
+    bool isComplete = m_promptMayFollow && chunk.startsWith('>');
     for (qsizetype mark = chunk.indexOf(endMark); mark >= 0;
          mark = chunk.indexOf(endMark, mark + 1)) {
         m_endMarks = std::min(m_endMarks + 1, 2);
-        isWhole = isWhole || (m_endMarks == 2 && chunk.sliced(mark + 1).startsWith('>'));
+        isComplete = isComplete || (m_endMarks == 2 && chunk.sliced(mark + 1).startsWith('>'));
     }
     m_promptMayFollow = m_endMarks == 2 && chunk.endsWith(endMark);
-    return isWhole;
+    return isComplete;
 }
 
 bool DeviceStreamScanner::skipLineEnd(qsizetype &position)
 {
-    if (!m_isBehindRecord)
+    if (!m_isAfterRecord)
         return true;
     const QByteArrayView rest = QByteArrayView(m_buffer).sliced(position);
     if (rest == "\r")
@@ -114,7 +114,7 @@ bool DeviceStreamScanner::skipLineEnd(qsizetype &position)
         position += 1;
     else if (rest.startsWith("\r\n"))
         position += 2;
-    m_isBehindRecord = false;
+    m_isAfterRecord = false;
     return true;
 }
 
@@ -138,9 +138,9 @@ qsizetype DeviceStreamScanner::takeRecord(qsizetype open, Scan &scan)
     const qsizetype close = found - record.begin();
     if (auto pause = DebugPause::fromRecord(record.first(close).sliced(1))) {
         scan.pauses.append(*std::move(pause));
-        scan.pausesBehindEnd += scan.ended ? 1 : 0;
+        scan.pausesAfterEnd += scan.ended ? 1 : 0;
     }
-    m_isBehindRecord = true;
+    m_isAfterRecord = true;
     return close + 1;
 }
 

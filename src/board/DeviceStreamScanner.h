@@ -14,7 +14,7 @@ class DeviceStreamScanner final
 public:
     struct Scan
     {
-        /// What to show: without end marks, and without records and the line end behind each.
+        /// What to show: without end marks, and without records and the line end after each.
         QString text;
         /// Where in the text the end marks were.
         QList<qsizetype> endMarks;
@@ -23,14 +23,14 @@ public:
         /// An end mark (0x04) was among the bytes.
         bool ended = false;
         /// How many pauses, the last of the list, arrived after the last end mark.
-        qsizetype pausesBehindEnd = 0;
+        qsizetype pausesAfterEnd = 0;
         /// The prompt followed the second end mark, or a later one, since the construction, flush()
         /// or clear().
-        bool replyWhole = false;
+        bool isReplyComplete = false;
     };
 
     /// Everything that \p chunk completes. The beginning of a character, of a record or of the line
-    /// end behind one is held back until the next chunk.
+    /// end after one is held back until the next chunk.
     [[nodiscard]] Scan feed(QByteArrayView chunk);
 
     /// Returns what was held back, as text, and resets the scanner.
@@ -40,14 +40,14 @@ public:
 
 private:
     [[nodiscard]] bool completesReply(QByteArrayView chunk);
-    /// False when the bytes at \p position may yet become the line end behind a record.
+    /// False when the bytes at \p position may yet become the line end after a record.
     [[nodiscard]] bool skipLineEnd(qsizetype &position);
     [[nodiscard]] qsizetype takeRecord(qsizetype open, Scan &scan);
 
     QByteArray m_buffer;
     /// How many bytes of the open record at the front of the buffer have been searched for a mark.
     qsizetype m_searchedBytes = 0;
-    bool m_isBehindRecord = false;
+    bool m_isAfterRecord = false;
     int m_endMarks = 0;
     bool m_promptMayFollow = false;
 };

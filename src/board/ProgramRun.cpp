@@ -27,9 +27,9 @@ ProgramRun::ProgramRun(DeviceLink &link, ShellSink &shell, QObject *parent)
     , m_handshake(link.serial())
     , m_paste(link.serial(), link.rawPaste())
 {
-    m_lateReply.setSingleShot(true);
-    m_lateReply.setInterval(longestWaitForReply);
-    connect(&m_lateReply, &QTimer::timeout, this, &ProgramRun::finishReply);
+    m_replyTimeout.setSingleShot(true);
+    m_replyTimeout.setInterval(longestWaitForReply);
+    connect(&m_replyTimeout, &QTimer::timeout, this, &ProgramRun::finishReply);
     connect(&link, &DeviceLink::readerStarting, this, &ProgramRun::clearStream);
     connect(&link, &DeviceLink::dataReceived, this, &ProgramRun::handleDeviceData);
     connect(&link, &DeviceLink::lost, this, &ProgramRun::flushStream);
@@ -39,7 +39,7 @@ ProgramRun::ProgramRun(DeviceLink &link, ShellSink &shell, QObject *parent)
     // Queued: a waiting command starts after what the caller and other slots write or send.
     connect(this, &ProgramRun::deviceProgramRunningChanged, &link, &DeviceLink::startNextCommand,
             Qt::QueuedConnection);
-    connect(this, &ProgramRun::replyWhole, &link, &DeviceLink::startNextCommand,
+    connect(this, &ProgramRun::replyCompleted, &link, &DeviceLink::startNextCommand,
             Qt::QueuedConnection);
 }
 
@@ -53,7 +53,7 @@ void ProgramRun::runOnDeviceStreamed(const QString &source, BoardState boardStat
 {
     // The rest of an ended run's reply is no longer waited for. A run that has not ended may still
     // be on the board when this one gives up; its end is handled when it arrives.
-    m_lateReply.stop();
+    m_replyTimeout.stop();
     if (m_reply == Reply::Ending || boardState == BoardState::AtPrompt)
         m_reply = Reply::None;
     if (!m_isEntering) {
@@ -70,7 +70,8 @@ void ProgramRun::runOnDeviceStreamed(const QString &source, BoardState boardStat
     m_isEntering = true;
     m_source = source;
     m_link.setDeviceCommandInFlight(true);
-    m_link.serial().setDataInterceptor([this](const QByteArray &chunk) { takeEntering(chunk); });
+    m_link.serial().setDataInterceptor(
+        [this](const QByteArray &chunk) { handleHandshakeData(chunk); });
     const auto onGiveUp = [this] {
         giveUp(QStringLiteral("The board never entered the raw REPL, so nothing was run. Try "
                               "disconnecting and reconnecting."));
@@ -92,7 +93,7 @@ void ProgramRun::runOnDeviceStreamed(const QString &source, BoardState boardStat
 
 /// Until the banner arrives, the board may still send the output of the program that it was
 /// running, with stops and an end.
-void ProgramRun::takeEntering(const QByteArray &chunk)
+void ProgramRun::handleHandshakeData(const QByteArray &chunk)
 {
     if (m_paste.isActive()) {
         if (const auto output = m_paste.feed(chunk)) {
@@ -127,7 +128,7 @@ void ProgramRun::sendProgram()
     noteEnd();
     if (!m_isEntering)
         return;
-    m_lateReply.stop();
+    m_replyTimeout.stop();
     m_reply = Reply::None;
     m_isSendingCanceled = false;
     const QString source = std::exchange(m_source, {});
@@ -160,7 +161,7 @@ void ProgramRun::noteProgramSent(const QByteArray &written)
     m_reply = Reply::Awaited;
     // Before the link is free, so that no command can start in between.
     const bool wasRunning = std::exchange(m_deviceProgramRunning, true);
-    leaveEntry();
+    endHandshake();
     if (!written.isEmpty())
         m_link.serial().write(written);
     if (!m_isSendingCanceled)
@@ -171,15 +172,15 @@ void ProgramRun::noteProgramSent(const QByteArray &written)
 
 void ProgramRun::giveUp(const QString &message)
 {
-    leaveEntry();
+    endHandshake();
     m_shell.appendError(message);
     // A program that ignored Ctrl-C is still running.
     if (m_reply != Reply::Awaited)
         setDeviceProgramRunning(false);
-    emit gaveUp();
+    emit startFailed();
 }
 
-void ProgramRun::leaveEntry()
+void ProgramRun::endHandshake()
 {
     m_isEntering = false;
     m_handshake.stop();
@@ -197,14 +198,14 @@ void ProgramRun::handleDeviceData(const QByteArray &chunk)
     const bool hasRestarted = m_restartWatch.feed(scan.text) && !m_isEntering;
     showText(scan.text, scan.endMarks);
     noteTraceback(scan);
-    const qsizetype pausesBeforeEnd = scan.pauses.size() - scan.pausesBehindEnd;
+    const qsizetype pausesBeforeEnd = scan.pauses.size() - scan.pausesAfterEnd;
     for (const DebugPause &pause : scan.pauses.first(pausesBeforeEnd))
         notePause(pause);
     if (scan.ended)
         noteEnd();
-    for (const DebugPause &pause : scan.pauses.last(scan.pausesBehindEnd))
+    for (const DebugPause &pause : scan.pauses.last(scan.pausesAfterEnd))
         notePause(pause);
-    if (scan.replyWhole)
+    if (scan.isReplyComplete)
         finishReply();
     if (hasRestarted && m_deviceProgramRunning) {
         m_shell.appendInfo(QStringLiteral("The board restarted, which ended the program."));
@@ -227,7 +228,7 @@ void ProgramRun::notePause(const DebugPause &pause)
     // A program that reports a stop has not ended: an end mark before this was printed by the
     // program.
     m_reply = Reply::Awaited;
-    m_lateReply.stop();
+    m_replyTimeout.stop();
     setDeviceProgramRunning(true);
     emit paused(pause);
 }
@@ -238,7 +239,7 @@ void ProgramRun::noteEnd()
     if (isFirst) {
         m_reply = Reply::Ending;
         m_handshake.keepTrying();
-        m_lateReply.start();
+        m_replyTimeout.start();
     }
     setDeviceProgramRunning(false);
     if (isFirst)
@@ -250,12 +251,12 @@ void ProgramRun::finishReply()
     if (m_reply != Reply::Ending)
         return;
     m_reply = Reply::None;
-    m_lateReply.stop();
+    m_replyTimeout.stop();
     // A MemoryError without a line of the program was raised while the board compiled it.
     if (m_traceback.value_or(QString()).startsWith(u"MemoryError") && !m_isEntering)
         reportFreeMemory(m_programBytes);
     if (!m_isEntering) // otherwise the next program is being sent
-        emit replyWhole();
+        emit replyCompleted();
 }
 
 void ProgramRun::noteTraceback(const DeviceStreamScanner::Scan &scan)
@@ -306,7 +307,7 @@ void ProgramRun::abandon()
 {
     if (m_isEntering) {
         const bool isReading = m_paste.isActive();
-        leaveEntry();
+        endHandshake();
         if (isReading)
             m_link.serial().discardPendingOutput();
         m_link.serial().write(isReading ? "\x03\x02" : "\x02");
@@ -327,9 +328,9 @@ void ProgramRun::cancelSending()
 void ProgramRun::reset()
 {
     if (m_isEntering)
-        leaveEntry();
+        endHandshake();
     m_reply = Reply::None;
-    m_lateReply.stop();
+    m_replyTimeout.stop();
     setDeviceProgramRunning(false);
 }
 

@@ -38,8 +38,10 @@ public:
     /// Takes the link by force, also from a run that is being started. A program that runs on the
     /// board is interrupted with Ctrl-C: at once when it was sent by this class, otherwise when the
     /// board has not answered for 0.3 s. What it still prints is shown, and its stops and its end
-    /// are signaled. Returns at once; the outcome is "▶ Sent to device." or `gaveUp`, 1.8 s
-    /// later at the most. When \p source holds a lone surrogate, only Ctrl-D is sent.
+    /// are signaled. Returns at once. The outcome is the line "▶ Sent to device." in the Shell or
+    /// `startFailed`: within 1.8 s, but that of a large program when the board has read all of it
+    /// or has accepted nothing for 5 s. After abandon(), reset(), cancelSending() or another call
+    /// there is neither. When \p source holds a lone surrogate, only Ctrl-D is sent.
     void runOnDeviceStreamed(const QString &source, BoardState boardState = BoardState::MayBeBusy);
 
     /// Bytes from the board that belong to no command.
@@ -62,7 +64,8 @@ public:
 
     /// A program was sent and has not ended.
     [[nodiscard]] bool deviceProgramRunning() const { return m_deviceProgramRunning; }
-    /// The program has ended, but not its reply. Ends with `replyWhole`, `reset` or the next run.
+    /// The program has ended, but not its reply. Ends with `replyCompleted`, `reset` or the next
+    /// run.
     [[nodiscard]] bool isReplyEnding() const { return m_reply == Reply::Ending; }
     /// A program is about to be sent, unless the board does not enter the raw REPL.
     [[nodiscard]] bool isEntering() const { return m_isEntering; }
@@ -79,16 +82,16 @@ signals:
     /// The reply is complete, or none of it arrived for a second after the program's end: the
     /// board, still in its raw REPL, is free for commands. Not emitted while a run is being
     /// started.
-    void replyWhole();
+    void replyCompleted();
     /// The program was not run: the board never entered the raw REPL or stopped reading the
     /// program. The error has been written to the Shell. An earlier program that ignored the
     /// interrupt still counts as running.
-    void gaveUp();
+    void startFailed();
 
 private:
     enum class Reply { None, Awaited, Ending };
 
-    void takeEntering(const QByteArray &chunk);
+    void handleHandshakeData(const QByteArray &chunk);
     void showHeldBack();
     void showIncomplete();
     void showText(QStringView text, const QList<qsizetype> &endMarks = {});
@@ -97,7 +100,7 @@ private:
     void giveUp(const QString &message);
     void noteTraceback(const DeviceStreamScanner::Scan &scan);
     QCoro::Task<void> reportFreeMemory(qsizetype programBytes);
-    void leaveEntry();
+    void endHandshake();
     void notePause(const DebugPause &pause);
     void noteEnd();
     void finishReply();
@@ -124,7 +127,7 @@ private:
     qsizetype m_programBytes = 0;
     /// The beginning of what follows the program's output.
     std::optional<QString> m_traceback;
-    QTimer m_lateReply;
+    QTimer m_replyTimeout;
     Lifetime m_life;
 };
 

@@ -21,8 +21,8 @@ RawPasteSender::RawPasteSender(SerialPortManager &serial, RawPaste::Support &sup
     : m_serial(serial)
     , m_support(support)
 {
-    m_timer.setSingleShot(true);
-    connect(&m_timer, &QTimer::timeout, this, &RawPasteSender::timeOut);
+    m_responseTimeout.setSingleShot(true);
+    connect(&m_responseTimeout, &QTimer::timeout, this, &RawPasteSender::timeOut);
 }
 
 bool RawPasteSender::isFor(const QByteArray &program) const
@@ -35,7 +35,7 @@ void RawPasteSender::start(const QByteArray &program, Events events)
     m_paste.emplace(program);
     m_events = std::move(events);
     m_serial.write(RawPaste::request.toByteArray());
-    m_timer.start(longestWaitForAnswer);
+    m_responseTimeout.start(longestWaitForAnswer);
 }
 
 std::optional<QByteArray> RawPasteSender::feed(QByteArrayView chunk)
@@ -53,7 +53,7 @@ std::optional<QByteArray> RawPasteSender::feed(QByteArrayView chunk)
         break;
     case RawPaste::State::Sending:
         m_support = RawPaste::Support::Offered;
-        m_timer.start(longestWaitForWindow);
+        m_responseTimeout.start(longestWaitForWindow);
         m_events.onSent(m_paste->sentBytes());
         break;
     case RawPaste::State::Ended:
@@ -65,7 +65,7 @@ std::optional<QByteArray> RawPasteSender::feed(QByteArrayView chunk)
 
 void RawPasteSender::stop()
 {
-    m_timer.stop();
+    m_responseTimeout.stop();
     m_paste.reset();
 }
 

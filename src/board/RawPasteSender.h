@@ -52,7 +52,7 @@ private:
     RawPaste::Support &m_support;
     std::optional<RawPaste> m_paste;
     Events m_events;
-    QTimer m_timer;
+    QTimer m_responseTimeout;
 };
 
 } // namespace Korvane

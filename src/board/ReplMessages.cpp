@@ -10,7 +10,7 @@ namespace {
 constexpr QStringView acknowledgment = u"OK";
 constexpr QStringView prompt = u">";
 /// The rest of the raw REPL's banner after "raw REPL", at which the handshake ends.
-constexpr QStringView restOfEntry = u"; CTRL-B to exit\r\n>";
+constexpr QStringView restOfRawReplBanner = u"; CTRL-B to exit\r\n>";
 constexpr QStringView bannerStart = u"MicroPython ";
 constexpr QStringView friendlyPrompt = u">>> ";
 constexpr QStringView bannerEnd = u"\n>>> ";
@@ -20,10 +20,10 @@ constexpr QStringView softReset = u"MPY: soft reboot";
 constexpr qsizetype longestBanner = 512;
 
 /// How much of \p text is the end of that banner, which may arrive after the program was sent.
-qsizetype entryLength(QStringView text)
+qsizetype rawReplBannerLength(QStringView text)
 {
-    for (qsizetype start = 0; start < restOfEntry.size(); ++start) {
-        const QStringView rest = restOfEntry.sliced(start);
+    for (qsizetype start = 0; start < restOfRawReplBanner.size(); ++start) {
+        const QStringView rest = restOfRawReplBanner.sliced(start);
         if (text.startsWith(rest) || rest.startsWith(text))
             return std::min(rest.size(), text.size());
     }
@@ -103,7 +103,7 @@ void ReplMessages::feedPart(QStringView text, QList<Piece> &pieces)
     switch (m_expected) {
     case Expected::Acknowledgment:
         if (m_matched == 0)
-            length = entryLength(text);
+            length = rawReplBannerLength(text);
         while (length < text.size() && m_matched < acknowledgment.size()
                && text[length] == acknowledgment[m_matched]) {
             ++length;
@@ -167,7 +167,7 @@ void ReplMessages::decideLine(QList<Piece> &pieces)
                 return;
         }
     }
-    m_isLineDecided = !isPrompt; // the text behind the prompt may be a message, too
+    m_isLineDecided = !isPrompt; // the text after the prompt may be a message, too
     add(pieces, std::exchange(m_line, {}), m_isMessageLine);
     if (isPrompt && m_hasRestarted)
         m_expected = Expected::Nothing;

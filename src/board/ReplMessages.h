@@ -9,7 +9,7 @@
 namespace Korvane {
 
 /// Separates the messages of the board's REPL from program output: the "OK" before the output of a
-/// program that was sent, the prompt behind its reply, the banner when the raw REPL is left, and
+/// program that was sent, the prompt after its reply, the banner when the raw REPL is left, and
 /// what a soft reset prints around boot.py and main.py. Fed with the text of the board as it
 /// arrives; nothing is held back but the start of a line of a restart that may become a message.
 class ReplMessages final

@@ -33,7 +33,7 @@ DebugSession::DebugSession(DeviceLink &link, ProgramRun &programRun, ShellSink &
 {
     connect(&programRun, &ProgramRun::paused, this, &DebugSession::pause);
     connect(&programRun, &ProgramRun::programEnded, this, &DebugSession::finish);
-    connect(&programRun, &ProgramRun::gaveUp, this, [this] {
+    connect(&programRun, &ProgramRun::startFailed, this, [this] {
         if (!m_programRun.deviceProgramRunning())
             reset();
     });
@@ -177,7 +177,7 @@ void DebugSession::launch(const QString &name, const InstrumentedRun &run, const
                            .arg(run.originalBytes)
                            .arg(run.instrumentedBytes));
     m_programRun.runOnDeviceStreamed(run.source, ProgramRun::BoardState::AtPrompt);
-    emit began(document);
+    emit started(document);
 }
 
 void DebugSession::debugContinue()

@@ -36,7 +36,7 @@ public:
     /// Sends \p source, instrumented, to the board; \p name is shown to the user. A program that
     /// runs there is interrupted first, unless it is being debugged: then the start is refused. The
     /// reason why nothing is started is written to the Shell; an empty source is ignored.
-    /// \p breakpoints are 1-based lines; \p document is the parameter of began(). The task may be
+    /// \p breakpoints are 1-based lines; \p document is the parameter of started(). The task may be
     /// dropped.
     QCoro::Task<void> startDebugRun(QString name, QString source, QSet<int> breakpoints,
                                     QUuid document = {});
@@ -66,7 +66,7 @@ signals:
     void changed();
     /// A debug run is being sent. The link is already in use, so that no view reads from the board
     /// in response, and nothing that the program prints has arrived.
-    void began(const QUuid &document);
+    void started(const QUuid &document);
     /// Emitted after the state has changed, before the line about it in the Shell.
     void paused(const DebugPause &pause);
 

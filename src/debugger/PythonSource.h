@@ -37,12 +37,12 @@ struct PythonSource
     // carriage return counts as a line end only in front of a line feed.
     QStringList lines;
     QList<Role> roles;
-    /// The number of blanks and tabs at the start of the line; a tab counts as one.
+    /// The number of spaces and tabs at the start of the line; a tab counts as one.
     QList<int> indents;
 
     // Helpers for single lines. The results are parts of the argument.
 
-    /// Without the blanks and tabs at both ends; other white space is kept.
+    /// Without the spaces and tabs at both ends; other white space is kept.
     [[nodiscard]] static QStringView trimmed(QStringView text);
     /// The letters, digits and underscores that \p text begins with.
     [[nodiscard]] static QStringView leadingIdentifier(QStringView text);

@@ -60,7 +60,7 @@ private slots:
         fixture.answer = ScriptedBoard::reply({}, "MemoryError: no room\r\n");
         OpenFiles &documents = fixture.state->documents();
         std::optional<QSet<int>> armed;
-        connect(&fixture.state->debugSession(), &DebugSession::began, this,
+        connect(&fixture.state->debugSession(), &DebugSession::started, this,
                 [&] { armed = documents.selectedFile()->armedLines(); });
         for (const bool isSecond : {false, true}) {
             documents.newFile();

@@ -34,7 +34,7 @@ struct Outcome
         }
         if (scan.ended && end.isEmpty())
             end = u"ended"_s;
-        if (scan.replyWhole)
+        if (scan.isReplyComplete)
             end = u"whole"_s;
     }
 

@@ -37,8 +37,10 @@ struct DebugFixture final : DeviceLinkClient
         });
         QObject::connect(run.get(), &ProgramRun::programEnded, &link,
                          note(QStringLiteral("ended")));
-        QObject::connect(run.get(), &ProgramRun::replyWhole, &link, note(QStringLiteral("whole")));
-        QObject::connect(run.get(), &ProgramRun::gaveUp, &link, note(QStringLiteral("gave up")));
+        QObject::connect(run.get(), &ProgramRun::replyCompleted, &link,
+                         note(QStringLiteral("whole")));
+        QObject::connect(run.get(), &ProgramRun::startFailed, &link,
+                         note(QStringLiteral("gave up")));
         QObject::connect(&link, &DeviceLink::dataReceived, &link,
                          [this](const QByteArray &chunk) { data += chunk; });
         QObject::connect(&link, &DeviceLink::ended, &link, [this] { session.reset(); });

@@ -171,7 +171,7 @@ private slots:
         Connection c;
         QStringList expected = note.isEmpty() ? QStringList() : QStringList{u"info: "_s + note};
         QString whenBegun;
-        connect(&c.session(), &DebugSession::began, this, [&] {
+        connect(&c.session(), &DebugSession::started, this, [&] {
             whenBegun = c.state();
             QVERIFY(c.fixture.link.deviceCommandInFlight());
         });
