@@ -119,7 +119,7 @@ Async<void> BoardFileActions::create(Kind kind, QString folder)
     const auto permit = co_await m_parts.files.requestWrite(std::move(request));
     if (!permit)
         co_return permit.error();
-    const auto kinds = co_await m_parts.operations.look(QStringList(path));
+    const auto kinds = co_await m_parts.operations.kindsOf(QStringList(path));
     if (!life)
         co_return DeviceError::closed();
     const QString attempt = u"Could not create “%1”"_s.arg(name);
@@ -156,7 +156,7 @@ Async<void> BoardFileActions::rename(DeviceFileNode node, QString name)
     const QString folder = folderOf(node.path);
     const QString target = DeviceListing::join(folder, name);
     const QString attempt = u"Could not rename “%1” to “%2”"_s.arg(node.name, name);
-    const auto kinds = co_await m_parts.operations.look(QStringList(target));
+    const auto kinds = co_await m_parts.operations.kindsOf(QStringList(target));
     if (!life)
         co_return DeviceError::closed();
     if (!kinds)
@@ -206,7 +206,7 @@ Async<void> BoardFileActions::move(QList<DeviceFileNode> nodes, QString folder)
     if (nodes.isEmpty())
         co_return Result<void>();
     const int connection = m_parts.link.connectionNumber();
-    const auto kinds = co_await m_parts.operations.look(targets);
+    const auto kinds = co_await m_parts.operations.kindsOf(targets);
     if (!life)
         co_return DeviceError::closed();
     if (!kinds)

@@ -93,7 +93,7 @@ Async<bool> BoardStore::lookFor(DocumentPlace place)
         co_return DeviceError::closed();
     if (!isSameBoard)
         co_return isSameBoard.error();
-    co_return co_await m_files.lookForDeviceFile(place.path);
+    co_return co_await m_files.checkDeviceFileExists(place.path);
 }
 
 Async<void> BoardStore::checkBoard(DocumentPlace place)

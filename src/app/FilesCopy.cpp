@@ -79,7 +79,7 @@ Async<void> FilesCopy::toDevice(QStringList paths, QString folder)
         co_return DeviceError::closed();
     for (const QString &line : plan->entries.skippedLines())
         m_parts.shell.appendInfo(line);
-    const auto found = co_await m_parts.operations.look(Korvane::paths(plan->entries, folder));
+    const auto found = co_await m_parts.operations.kindsOf(Korvane::paths(plan->entries, folder));
     if (!life)
         co_return DeviceError::closed();
     if (!found) {

@@ -92,7 +92,7 @@ Async<QString> BoardProfile::nativePath(QString path)
 
 /// A board without `os.stat` always answers "__EXISTS__0". So unless the board is known to have
 /// `os.stat`, the capabilities are read after this answer.
-Async<QString> BoardProfile::lookFor(QString path)
+Async<QString> BoardProfile::existsReply(QString path)
 {
     const auto life = m_life.watch();
     auto known = this->known();

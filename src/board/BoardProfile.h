@@ -27,8 +27,8 @@ public:
     /// \p path, which begins with a slash, as the board's functions expect it: see
     /// BoardCapabilities::nativePath. Asks the board only while nothing about it is known.
     [[nodiscard]] Async<QString> nativePath(QString path);
-    /// Prints "__EXISTS__1" or "__EXISTS__0" for \p path.
-    [[nodiscard]] Async<QString> lookFor(QString path);
+    /// The board's reply, with "__EXISTS__1" or "__EXISTS__0" for \p path.
+    [[nodiscard]] Async<QString> existsReply(QString path);
 
 private:
     /// True when a listing has shown that the board has `json`, and `os.stat` for every path.

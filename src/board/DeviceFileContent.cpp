@@ -175,7 +175,7 @@ Async<bool> DeviceFileContent::confirmInPlace(WritePermit permit, QString label)
     const QString path = permit.path();
     const auto life = m_life.watch();
     const int connection = m_link.connectionNumber();
-    const auto output = co_await m_profile.lookFor(path);
+    const auto output = co_await m_profile.existsReply(path);
     if (!life)
         co_return DeviceError::closed();
     if (!output)

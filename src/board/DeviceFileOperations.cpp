@@ -145,7 +145,7 @@ Async<void> DeviceFileOperations::remove(WritePermit permit, IsCanceled isCancel
     }
 }
 
-Async<QList<DeviceFileOperations::Kind>> DeviceFileOperations::look(QStringList paths)
+Async<QList<DeviceFileOperations::Kind>> DeviceFileOperations::kindsOf(QStringList paths)
 {
     const auto life = m_life.watch();
     const auto onBoard = co_await nativePaths(std::move(paths));

@@ -52,7 +52,7 @@ public:
     /// contents may be deleted; the message names the entry that could not be.
     [[nodiscard]] Async<void> remove(WritePermit permit, IsCanceled isCanceled);
     /// What the board holds at each path, in their order.
-    [[nodiscard]] Async<QList<Kind>> look(QStringList paths);
+    [[nodiscard]] Async<QList<Kind>> kindsOf(QStringList paths);
     /// The files in the folder at \p path and below it; for a file, that file.
     [[nodiscard]] Async<Contents> count(QString path);
     /// The space of each file system by the path where it is mounted; "/" is always there. Other

@@ -131,7 +131,7 @@ Async<void> DeviceFiles::receiveFile(QString path, QString label, PieceTransfer:
 QCoro::Task<bool> DeviceFiles::deviceFileExists(QString path)
 {
     const auto life = m_life.watch();
-    const auto isThere = co_await lookForDeviceFile(path);
+    const auto isThere = co_await checkDeviceFileExists(path);
     if (!life)
         co_return false;
     if (isThere)
@@ -140,9 +140,9 @@ QCoro::Task<bool> DeviceFiles::deviceFileExists(QString path)
     co_return node && !node->isDirectory;
 }
 
-Async<bool> DeviceFiles::lookForDeviceFile(QString path)
+Async<bool> DeviceFiles::checkDeviceFileExists(QString path)
 {
-    const auto output = co_await m_profile.lookFor(path);
+    const auto output = co_await m_profile.existsReply(path);
     if (!output)
         co_return output.error();
     const auto answer = BoardScripts::textAfter(*output, "__EXISTS__"_L1);

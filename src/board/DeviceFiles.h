@@ -62,7 +62,7 @@ public:
     /// searched, for files only.
     [[nodiscard]] QCoro::Task<bool> deviceFileExists(QString path);
     /// As deviceFileExists, but fails when the board doesn't answer.
-    [[nodiscard]] Async<bool> lookForDeviceFile(QString path);
+    [[nodiscard]] Async<bool> checkDeviceFileExists(QString path);
     /// Creates or replaces the file of \p permit. When the board reports an error, it is listed
     /// again, from the event loop. Fails with `BoardReplaced` when the permit was given for another
     /// connection. Shown as a transfer, which can be canceled, when the content is not small.
@@ -70,6 +70,7 @@ public:
     /// The same from \p source, reporting to \p observer.
     [[nodiscard]] Async<void> sendFile(DeviceFileContent::Source source, WritePermit permit,
                                        QString label, PieceTransfer::Observer observer);
+    /// As writeDeviceFile, with \p text in UTF-8. A text with a lone surrogate is refused.
     [[nodiscard]] Async<void> writeTextToDevice(QString text, WritePermit permit, QString label);
     /// Deletes a file or an empty folder, without asking, and lists the board again. When the
     /// board's reply has neither a confirmation nor a reason, the error's message is empty.

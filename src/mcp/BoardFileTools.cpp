@@ -269,7 +269,7 @@ Async<UserPrompts::Texts> BoardFileTools::writeQuestion(WritePermit permit, QStr
         const auto turn = co_await m_queue.turn(stop);
         if (!turn)
             co_return turn.error();
-        const auto isThere = co_await m_state.deviceFiles().lookForDeviceFile(path);
+        const auto isThere = co_await m_state.deviceFiles().checkDeviceFileExists(path);
         if (!life)
             co_return MCPToolError::closed();
         if (const auto ready = check(stop, permit, writeOperation); !ready)

@@ -229,7 +229,7 @@ private slots:
                                                 : "__LS__[]");
         };
         awaited(fixture.files.refreshDeviceFiles());
-        QVERIFY(!awaited(fixture.files.lookForDeviceFile(u"/f"_s)));
+        QVERIFY(!awaited(fixture.files.checkDeviceFileExists(u"/f"_s)));
         capabilities = "__CAPS__ 9000 0 0 0 0 0 1 0 1 0 1";
         awaited(fixture.files.refreshDeviceFiles());
         QVERIFY(fixture.files.deviceNode(u"/f"_s));

@@ -71,7 +71,7 @@ private slots:
         };
         QVERIFY2(board.done(remove()), qPrintable(board.said()));
         QVERIFY(!board.done(remove()));
-        QCOMPARE(*board.done(operations.look({u"/new.py"_s, u"/main.py"_s})),
+        QCOMPARE(*board.done(operations.kindsOf({u"/new.py"_s, u"/main.py"_s})),
                  (QList{Kind::File, Kind::Missing}));
     }
 
