@@ -22,7 +22,7 @@ TransferQueue::TransferQueue(DeviceLink &link, BoardProfile &profile)
     : m_link(link)
     , m_profile(profile)
 {
-    connect(&link, &DeviceLink::connected, this, &TransferQueue::removeLeftoversInTurn);
+    connect(&link, &DeviceLink::connected, this, &TransferQueue::removeLeftoversWhenFree);
 }
 
 QCoro::Task<TransferQueue::Sent> TransferQueue::send(OpenSource open, QString path,
@@ -94,10 +94,10 @@ Async<TransferQueue::Begun> TransferQueue::begin()
 {
     const auto life = m_life.watch();
     Begun begun;
-    const auto turn = co_await this->turn();
-    if (!turn)
-        co_return turn.error();
-    begun.turn = *turn;
+    const auto access = co_await acquire();
+    if (!access)
+        co_return access.error();
+    begun.access = *access;
     if (!life)
         co_return DeviceError::closed();
     const auto board = co_await m_profile.capabilities();
@@ -108,7 +108,7 @@ Async<TransferQueue::Begun> TransferQueue::begin()
 }
 
 /// Fails when the connection at the time of the call has ended meanwhile.
-Async<TransferQueue::Turn> TransferQueue::turn()
+Async<TransferQueue::Access> TransferQueue::acquire()
 {
     const auto life = m_life.watch();
     const int connection = m_link.connectionNumber();
@@ -121,18 +121,18 @@ Async<TransferQueue::Turn> TransferQueue::turn()
         m_waiting.erase(position);
     }
     m_isTaken = true;
-    const Turn turn(this, [this, life](const void *) {
+    const Access access(this, [this, life](const void *) {
         if (life)
-            endTurn();
+            release();
     });
     if (!m_link.connectionState().isConnected())
         co_return DeviceError::notConnected();
     if (connection != m_link.connectionNumber())
         co_return DeviceError::boardReplaced();
-    co_return turn;
+    co_return access;
 }
 
-void TransferQueue::endTurn()
+void TransferQueue::release()
 {
     // Stays taken while it is handed over: the next one is resumed from the event loop.
     m_isTaken = !m_waiting.empty();
@@ -172,12 +172,12 @@ Async<void> TransferQueue::removeLeftovers()
     co_return Result<void>();
 }
 
-QCoro::Task<void> TransferQueue::removeLeftoversInTurn()
+QCoro::Task<void> TransferQueue::removeLeftoversWhenFree()
 {
     if (m_leftovers.isEmpty())
         co_return;
-    const auto turn = co_await this->turn();
-    if (turn)
+    const auto access = co_await acquire();
+    if (access)
         static_cast<void>(co_await removeLeftovers()); // tried again before the next transfer
 }
 

@@ -49,7 +49,7 @@ public:
 
 private:
     /// Held while a transfer runs; the next one starts when the last copy is destroyed.
-    using Turn = std::shared_ptr<const void>;
+    using Access = std::shared_ptr<const void>;
     struct Leftover
     {
         QString board; // DeviceLink::boardIdentity
@@ -59,16 +59,16 @@ private:
 
     struct Begun
     {
-        Turn turn;
+        Access access;
         BoardCapabilities board;
     };
 
     /// Waits until no other transfer runs, then reads the capabilities of the board.
     [[nodiscard]] Async<Begun> begin();
-    [[nodiscard]] Async<Turn> turn();
-    void endTurn();
+    [[nodiscard]] Async<Access> acquire();
+    void release();
     [[nodiscard]] Async<void> removeLeftovers();
-    QCoro::Task<void> removeLeftoversInTurn();
+    QCoro::Task<void> removeLeftoversWhenFree();
 
     DeviceLink &m_link;
     BoardProfile &m_profile;

@@ -77,9 +77,9 @@ BoardFileTools::Answer BoardFileTools::list(ToolArguments arguments, CallStop st
 {
     const auto life = m_life.watch();
     const QString folder = optional(arguments, pathKey, u"/"_s);
-    const auto turn = co_await m_queue.turn(stop);
-    if (!turn)
-        co_return turn.error();
+    const auto access = co_await m_queue.acquire(stop);
+    if (!access)
+        co_return access.error();
     DeviceFiles &files = m_state.deviceFiles();
     const WritePermit permit = files.permitWrite(folder); // for this connection
     co_await files.refreshDeviceFiles();
@@ -103,9 +103,9 @@ BoardFileTools::Answer BoardFileTools::read(ToolArguments arguments, CallStop st
     const auto path = required(arguments, pathKey);
     if (!path)
         co_return path.error();
-    const auto turn = co_await m_queue.turn(stop);
-    if (!turn)
-        co_return turn.error();
+    const auto access = co_await m_queue.acquire(stop);
+    if (!access)
+        co_return access.error();
     const auto bytes = co_await m_state.deviceFiles().readDeviceFile(*path, *path);
     if (!life)
         co_return MCPToolError::closed();
@@ -131,14 +131,14 @@ BoardFileTools::Answer BoardFileTools::write(ToolArguments arguments, CallStop s
 
     if (const auto ready = check(stop, permit, writeOperation); !ready)
         co_return ready.error();
-    auto turn = co_await m_queue.turn(stop);
-    if (!turn)
-        co_return turn.error();
+    auto access = co_await m_queue.acquire(stop);
+    if (!access)
+        co_return access.error();
     if (const auto ready = check(stop, permit, writeOperation); !ready)
         co_return ready.error();
 
     if (asksFirst()) {
-        turn->reset(); // other calls continue while the question waits and is open
+        access->reset(); // other calls continue while the question waits and is open
         Question question(m_state.link(), stop.unwanted);
         DeviceFiles::WriteRequest request;
         request.path = *path;
@@ -156,15 +156,15 @@ BoardFileTools::Answer BoardFileTools::write(ToolArguments arguments, CallStop s
         if (!granted)
             co_return refusalReason(question, granted.error(), check(stop, permit, writeOperation));
         permit = *granted;
-        turn = co_await m_queue.turn(stop);
-        if (!turn)
-            co_return turn.error();
+        access = co_await m_queue.acquire(stop);
+        if (!access)
+            co_return access.error();
         if (const auto ready = check(stop, permit, writeOperation); !ready)
             co_return ready.error();
     }
-    const auto held = std::make_shared<BoardQueue::Turn>(std::move(*turn));
+    const auto held = std::make_shared<BoardQueue::Access>(std::move(*access));
     permit.setConfirm([this, held, stop, life](UserPrompts::Confirmation question) {
-        return confirmBetweenTurns(std::move(question), held, stop, life);
+        return confirmWithoutHoldingBoard(std::move(question), held, stop, life);
     });
     const auto written = co_await files.writeTextToDevice(*content, permit, *path);
     if (!life)
@@ -187,9 +187,9 @@ BoardFileTools::Answer BoardFileTools::remove(ToolArguments arguments, CallStop 
     const WritePermit permit = files.permitWrite(*path);
     if (const auto ready = check(stop, permit, deleteOperation); !ready)
         co_return ready.error();
-    auto turn = co_await m_queue.turn(stop);
-    if (!turn)
-        co_return turn.error();
+    auto access = co_await m_queue.acquire(stop);
+    if (!access)
+        co_return access.error();
     const auto found = co_await find(permit, stop);
     if (!life)
         co_return MCPToolError::closed();
@@ -198,7 +198,7 @@ BoardFileTools::Answer BoardFileTools::remove(ToolArguments arguments, CallStop 
     const auto node = std::make_shared<DeviceFileNode>(*found);
 
     if (asksFirst()) {
-        turn->reset();
+        access->reset();
         Question question(m_state.link(), stop.unwanted);
         auto confirmation =
             question.confirmation([this, permit, node, stop, life = m_life.watch()] {
@@ -212,9 +212,9 @@ BoardFileTools::Answer BoardFileTools::remove(ToolArguments arguments, CallStop 
         if (!confirmed)
             co_return refusalReason(question, confirmed.error(),
                                     check(stop, permit, deleteOperation));
-        turn = co_await m_queue.turn(stop);
-        if (!turn)
-            co_return turn.error();
+        access = co_await m_queue.acquire(stop);
+        if (!access)
+            co_return access.error();
         if (const auto ready = check(stop, permit, deleteOperation); !ready)
             co_return ready.error();
     }
@@ -231,10 +231,10 @@ BoardFileTools::Answer BoardFileTools::remove(ToolArguments arguments, CallStop 
     co_return u"Deleted "_s + *path + u'.';
 }
 
-/// Asks while other calls use the board, and then replaces \p held by a turn of its own.
-Async<bool> BoardFileTools::confirmBetweenTurns(UserPrompts::Confirmation question,
-                                                std::shared_ptr<BoardQueue::Turn> held,
-                                                CallStop stop, Lifetime::Watch life)
+/// Asks while other calls use the board, and then replaces \p held by an access of its own.
+Async<bool> BoardFileTools::confirmWithoutHoldingBoard(UserPrompts::Confirmation question,
+                                                       std::shared_ptr<BoardQueue::Access> held,
+                                                       CallStop stop, Lifetime::Watch life)
 {
     if (!life)
         co_return MCPToolError::closed();
@@ -247,10 +247,10 @@ Async<bool> BoardFileTools::confirmBetweenTurns(UserPrompts::Confirmation questi
         co_return MCPToolError::closed();
     if (!confirmed)
         co_return false;
-    const auto turn = co_await m_queue.turn(stop);
-    if (!turn)
-        co_return turn.error();
-    *held = *turn;
+    const auto access = co_await m_queue.acquire(stop);
+    if (!access)
+        co_return access.error();
+    *held = *access;
     co_return true;
 }
 
@@ -266,9 +266,9 @@ Async<UserPrompts::Texts> BoardFileTools::writeQuestion(WritePermit permit, QStr
     const QString path = permit.path();
     std::optional<bool> exists;
     if (m_queue.isFree()) {
-        const auto turn = co_await m_queue.turn(stop);
-        if (!turn)
-            co_return turn.error();
+        const auto access = co_await m_queue.acquire(stop);
+        if (!access)
+            co_return access.error();
         const auto isThere = co_await m_state.deviceFiles().checkDeviceFileExists(path);
         if (!life)
             co_return MCPToolError::closed();
@@ -302,9 +302,9 @@ Async<UserPrompts::Texts> BoardFileTools::removeQuestion(WritePermit permit,
     if (const auto ready = check(stop, permit, deleteOperation); !ready)
         co_return ready.error();
     if (m_queue.isFree()) {
-        const auto turn = co_await m_queue.turn(stop);
-        if (!turn)
-            co_return turn.error();
+        const auto access = co_await m_queue.acquire(stop);
+        if (!access)
+            co_return access.error();
         const auto found = co_await find(permit, stop);
         if (!life)
             co_return MCPToolError::closed();
@@ -322,7 +322,7 @@ Async<UserPrompts::Texts> BoardFileTools::removeQuestion(WritePermit permit,
     co_return texts;
 }
 
-/// Lists the board, and looks for what is to be deleted. The caller has the turn.
+/// Lists the board, and looks for what is to be deleted. The caller holds the access to the board.
 Async<DeviceFileNode> BoardFileTools::find(WritePermit permit, CallStop stop)
 {
     const auto life = m_life.watch();

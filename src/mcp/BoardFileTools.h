@@ -35,9 +35,9 @@ public:
 private:
     class Question;
 
-    [[nodiscard]] Async<bool> confirmBetweenTurns(UserPrompts::Confirmation question,
-                                                  std::shared_ptr<BoardQueue::Turn> held,
-                                                  CallStop stop, Lifetime::Watch life);
+    [[nodiscard]] Async<bool> confirmWithoutHoldingBoard(UserPrompts::Confirmation question,
+                                                         std::shared_ptr<BoardQueue::Access> held,
+                                                         CallStop stop, Lifetime::Watch life);
     [[nodiscard]] Async<UserPrompts::Texts> writeQuestion(WritePermit permit, QString size,
                                                           CallStop stop, Lifetime::Watch life);
     [[nodiscard]] Async<UserPrompts::Texts> removeQuestion(WritePermit permit,

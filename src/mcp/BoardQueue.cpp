@@ -15,7 +15,7 @@ BoardQueue::BoardQueue(DeviceLink &link)
     connect(&link, &DeviceLink::deviceCommandInFlightChanged, this, &BoardQueue::grantNext);
 }
 
-QCoro::Task<Result<BoardQueue::Turn>> BoardQueue::turn(CallStop stop)
+QCoro::Task<Result<BoardQueue::Access>> BoardQueue::acquire(CallStop stop)
 {
     const auto life = m_life.watch();
     const int connection = m_link.connectionNumber();
@@ -29,15 +29,15 @@ QCoro::Task<Result<BoardQueue::Turn>> BoardQueue::turn(CallStop stop)
     m_waiting.erase(position);
     if (!*isGranted)
         co_return MCPToolError::canceled();
-    Turn turn(this, [this, life](const void *) {
+    Access access(this, [this, life](const void *) {
         if (life)
-            end();
+            release();
     });
     if (connection != m_link.connectionNumber())
         co_return MCPToolError::boardReplaced();
     if (stop.unwanted.stop_requested()) // between being granted and resumed
         co_return MCPToolError::canceled();
-    co_return turn;
+    co_return access;
 }
 
 bool BoardQueue::isFree() const
@@ -57,7 +57,7 @@ void BoardQueue::grantNext()
     next->deliver(true);
 }
 
-void BoardQueue::end()
+void BoardQueue::release()
 {
     m_isTaken = false;
     grantNext();

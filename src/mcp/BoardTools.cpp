@@ -139,9 +139,9 @@ BoardTools::Answer BoardTools::deviceStatus(ToolArguments, CallStop stop)
         lines << u"Editor: "_s + file->name()
                 + (file->isModified() ? u" (unsaved changes)"_s : u""_s);
     if (isConnected()) {
-        const auto turn = co_await m_queue.turn(stop);
-        if (!turn)
-            co_return turn.error();
+        const auto access = co_await m_queue.acquire(stop);
+        if (!access)
+            co_return access.error();
         const auto version = co_await link.executeOnDevice(statusScript(), statusTimeout);
         if (!life)
             co_return MCPToolError::closed();
@@ -208,9 +208,9 @@ BoardTools::Answer BoardTools::run(QString code, double timeoutSeconds, CallStop
     if (!std::isfinite(timeoutSeconds) || timeoutSeconds < 0)
         co_return MCPToolError::badTimeout();
     const auto life = m_life.watch();
-    const auto turn = co_await m_queue.turn(stop);
-    if (!turn)
-        co_return turn.error();
+    const auto access = co_await m_queue.acquire(stop);
+    if (!access)
+        co_return access.error();
     const std::chrono::duration<double> timeout(timeoutSeconds);
     const auto execution =
         co_await m_state.link().executeOnDeviceRaw(std::move(code), timeout, stop);

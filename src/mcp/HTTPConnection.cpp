@@ -34,7 +34,7 @@ HTTPConnection::HTTPConnection(quint64 id, FileDescriptor socket, const Handler 
 HTTPConnection::Outcome HTTPConnection::receive(std::span<char> scratch, bool hasPeerClosed)
 {
     for (int turn = 0; hasPeerClosed || turn < readsPerTurn; ++turn) {
-        if (!m_isLeaving && !mayHandOver())
+        if (!m_isClosing && !mayHandOver())
             break;
         const auto count = ::recv(m_socket.get(), scratch.data(), scratch.size(), 0);
         if (count < 0 && errno == EINTR)
@@ -43,7 +43,7 @@ HTTPConnection::Outcome HTTPConnection::receive(std::span<char> scratch, bool ha
             break;
         if (count <= 0)
             return Outcome::Closed;
-        if (m_isLeaving)
+        if (m_isClosing)
             continue;
         // An authorized connection may have been idle for long: its time-out begins now.
         if (isAuthorized() && !isInsideRequest())
@@ -89,7 +89,7 @@ bool HTTPConnection::handOverAndSend()
 unsigned HTTPConnection::wantedEvents() const
 {
     unsigned events = EPOLLRDHUP;
-    if (m_isLeaving || (mayHandOver() && !m_parser.isRefusing()))
+    if (m_isClosing || (mayHandOver() && !m_parser.isRefusing()))
         events |= EPOLLIN;
     if (m_sent < m_unsent.size())
         events |= EPOLLOUT;
@@ -98,7 +98,7 @@ unsigned HTTPConnection::wantedEvents() const
 
 bool HTTPConnection::isHeldBackByOthers() const
 {
-    return m_load.isFull() && hasRoom() && !m_isLeaving && !m_parser.isRefusing();
+    return m_load.isFull() && hasRoom() && !m_isClosing && !m_parser.isRefusing();
 }
 
 bool HTTPConnection::hasRoom() const
@@ -163,16 +163,16 @@ bool HTTPConnection::send()
 /// Refuses what is beyond the limits, once all requests before it have been answered.
 HTTPConnection::Outcome HTTPConnection::outcome()
 {
-    if (!m_isLeaving && m_parser.isRefusing() && m_unanswered == 0) {
-        m_isLeaving = true;
+    if (!m_isClosing && m_parser.isRefusing() && m_unanswered == 0) {
+        m_isClosing = true;
         HTTPResponse{400}.appendTo(m_unsent);
         if (!send())
             return Outcome::Closed;
     }
-    if (!m_isLeaving || m_sent < m_unsent.size())
+    if (!m_isClosing || m_sent < m_unsent.size())
         return Outcome::Open;
     ::shutdown(m_socket.get(), SHUT_WR);
-    return Outcome::Leaving;
+    return Outcome::Closing;
 }
 
 } // namespace Korvane

@@ -50,7 +50,7 @@ public:
         Open,
         /// A refusal has been sent, and nothing more will be: close when the client has closed too,
         /// or after a second. Closed at once, the refusal might not reach the client.
-        Leaving,
+        Closing,
         Closed,
     };
 
@@ -62,7 +62,8 @@ public:
     HTTPConnection &operator=(const HTTPConnection &) = delete;
 
     /// Reads what the socket holds, using \p scratch, and hands the requests over. With
-    /// \p hasPeerClosed, the client's last bytes and the end of the stream are read together.
+    /// \p hasPeerClosed, reads up to the end of the stream, unless a limit ends the reading before;
+    /// requests in the last bytes are handed over, but get no answer.
     [[nodiscard]] Outcome receive(std::span<char> scratch, bool hasPeerClosed);
     /// Adds the answer to what `flush` sends.
     void answer(const HTTPDelivery &delivery);
@@ -106,7 +107,7 @@ private:
     qsizetype m_unansweredBytes = 0;
     QByteArray m_unsent;
     qsizetype m_sent = 0; // how many bytes of m_unsent were sent
-    bool m_isLeaving = false;
+    bool m_isClosing = false;
     std::chrono::steady_clock::time_point m_lastActivity = std::chrono::steady_clock::now();
 };
 

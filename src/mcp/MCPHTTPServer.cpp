@@ -33,7 +33,7 @@ constexpr int acceptsPerTurn = 64;
 // Reserved for the rest of the program, which needs descriptors to save files, for example.
 constexpr rlim_t reservedDescriptors = 128;
 // How long a refused client may continue to send before its connection is closed.
-constexpr auto leavingTime = 1s;
+constexpr auto closingDelay = 1s;
 // How long no connection is accepted after descriptors or memory ran out.
 constexpr auto listenAgainTime = 100ms;
 
@@ -319,9 +319,9 @@ void MCPHTTPServer::settle(quint64 id, Client &client, HTTPConnection::Outcome o
         drop(id);
         return;
     }
-    if (outcome == HTTPConnection::Outcome::Leaving && !client.leavesAt) {
-        client.leavesAt = Clock::now() + leavingTime;
-        m_checks.emplace(*client.leavesAt, id);
+    if (outcome == HTTPConnection::Outcome::Closing && !client.closesAt) {
+        client.closesAt = Clock::now() + closingDelay;
+        m_checks.emplace(*client.closesAt, id);
     }
     if (client.connection.isHeldBackByOthers() && !std::exchange(client.isHeldBack, true))
         m_heldBack.push_back(id);
@@ -336,8 +336,8 @@ void MCPHTTPServer::settle(quint64 id, Client &client, HTTPConnection::Outcome o
 std::optional<MCPHTTPServer::Clock::time_point> MCPHTTPServer::closingTime(
     const Client &client) const
 {
-    if (client.leavesAt)
-        return client.leavesAt;
+    if (client.closesAt)
+        return client.closesAt;
     const HTTPConnection &connection = client.connection;
     if (connection.isWaitingForAnswer()
         || (connection.isAuthorized() && !connection.isInsideRequest()))
@@ -370,7 +370,7 @@ void MCPHTTPServer::dropOverdue()
         const auto time = closingTime(*found->second).value_or(now + m_requestTimeout);
         if (time <= now)
             drop(id);
-        else if (!found->second->leavesAt) // or it has a check of its own
+        else if (!found->second->closesAt) // or it has a check of its own
             m_checks.emplace(time, id);
     }
     if (m_isListeningPaused && m_listenAgain <= now)

@@ -68,7 +68,7 @@ private:
         HTTPConnection connection;
         unsigned watchedEvents = 0;
         bool isMarked = false; // is in m_marked
-        std::optional<Clock::time_point> leavesAt = {};
+        std::optional<Clock::time_point> closesAt = {};
         bool isHeldBack = false; // is in m_heldBack
     };
 

@@ -47,7 +47,7 @@ QString storedToken(Settings &settings)
 } // namespace
 
 /// What the server's thread reports. The load that MCPHTTPServer allows also bounds how many of
-/// these are waiting.
+/// these are queued.
 struct MCPServer::Event
 {
     struct Request

@@ -23,7 +23,7 @@ namespace Korvane::MCPToolError {
 [[nodiscard]] Error closed();
 /// The call was canceled, or its client has closed the connection.
 [[nodiscard]] Error canceled();
-/// The call was waiting for another board, or for an earlier connection of this one.
+/// The call was queued for another board, or for an earlier connection of this one.
 [[nodiscard]] Error boardReplaced();
 [[nodiscard]] Error badTimeout();
 /// The argument \p key has more than \p most characters.
