@@ -58,9 +58,9 @@ QString AnsiFilter::feed(const QString &chunk)
         if (piece.isEmpty())
             return;
         const LineEnd before = std::exchange(m_lineEnd, LineEnd::None);
-        if (before == LineEnd::Settled && piece.front() == u'\n')
+        if (before == LineEnd::Handled && piece.front() == u'\n')
             piece = piece.sliced(1);
-        else if (before == LineEnd::Waits && piece.front() != u'\n')
+        else if (before == LineEnd::HeldBack && piece.front() != u'\n')
             result += u'\n';
         result += piece;
     };
@@ -71,7 +71,7 @@ QString AnsiFilter::feed(const QString &chunk)
     while (at < view.size()) {
         if (view[at] == u'\r') {
             take(view.sliced(from, at - from));
-            if (std::exchange(m_lineEnd, LineEnd::Waits) == LineEnd::Waits)
+            if (std::exchange(m_lineEnd, LineEnd::HeldBack) == LineEnd::HeldBack)
                 result += u'\n';
             from = ++at;
         } else if (view[at] == escape) {
@@ -79,7 +79,7 @@ QString AnsiFilter::feed(const QString &chunk)
             if (match == Match::Whole) {
                 take(view.sliced(from, at - from));
                 from = at += length;
-            } else if (match == Match::Unfinished && view.size() - at <= maxWaiting) {
+            } else if (match == Match::Unfinished && view.size() - at <= maxHeldBack) {
                 m_escapeStart = view.sliced(at).toString();
                 break;
             } else {
@@ -95,7 +95,7 @@ QString AnsiFilter::feed(const QString &chunk)
 
 QString AnsiFilter::finish()
 {
-    const bool isLineEndDue = std::exchange(m_lineEnd, LineEnd::None) == LineEnd::Waits;
+    const bool isLineEndDue = std::exchange(m_lineEnd, LineEnd::None) == LineEnd::HeldBack;
     const QString lineEnd = isLineEndDue ? QStringLiteral("\n") : QString();
     return lineEnd + std::exchange(m_escapeStart, {});
 }
@@ -105,14 +105,14 @@ QString AnsiFilter::pause()
     const bool mayGoOn = m_lineEnd != LineEnd::None && m_escapeStart.isEmpty();
     const QString text = finish();
     if (mayGoOn)
-        m_lineEnd = LineEnd::Settled;
+        m_lineEnd = LineEnd::Handled;
     return text;
 }
 
 void AnsiFilter::dropLineEnd()
 {
-    if (m_lineEnd == LineEnd::Waits)
-        m_lineEnd = LineEnd::Settled;
+    if (m_lineEnd == LineEnd::HeldBack)
+        m_lineEnd = LineEnd::Handled;
 }
 
 } // namespace Korvane

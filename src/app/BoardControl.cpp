@@ -64,11 +64,11 @@ BoardControl::BoardControl(DeviceLink &link, ErrorReporter &errors, ShellSink &s
     , m_preferences(preferences)
     , m_virtualBoardFolder(std::move(virtualBoardFolder))
 {
-    m_retry.setSingleShot(true);
-    m_retry.setInterval(retryInterval);
-    connect(&m_retry, &QTimer::timeout, this, &BoardControl::reconnect);
+    m_reconnectTimer.setSingleShot(true);
+    m_reconnectTimer.setInterval(retryInterval);
+    connect(&m_reconnectTimer, &QTimer::timeout, this, &BoardControl::reconnect);
     connect(&link, &DeviceLink::connected, this, [this] {
-        m_retry.stop();
+        m_reconnectTimer.stop();
         m_isLost = false;
         m_port = m_link.connectionState().port();
         m_identity = m_link.portIdentity(m_port);
@@ -86,7 +86,7 @@ BoardControl::~BoardControl() = default;
 void BoardControl::connectTo(const QString &port)
 {
     m_isLost = false; // the user has chosen
-    m_retry.stop();
+    m_reconnectTimer.stop();
     const Result<void> connected = m_link.connectDevice(port);
     if (connected)
         return;
@@ -154,7 +154,7 @@ void BoardControl::reconnect()
         if (isUsable && m_link.connectDevice(port))
             return;
         if (++m_attempts < mostAttempts)
-            m_retry.start();
+            m_reconnectTimer.start();
         return;
     }
 }

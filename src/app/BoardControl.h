@@ -68,7 +68,7 @@ private:
     bool m_isLost = false;
     QString m_virtualPort; // of the latest virtual board
     int m_attempts = 0;
-    QTimer m_retry;
+    QTimer m_reconnectTimer;
     QString m_virtualBoardFolder;
     std::unique_ptr<VirtualBoardProcess> m_virtualBoard; // null until connectToVirtualBoard()
     Background m_background{1};

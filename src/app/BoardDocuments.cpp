@@ -16,12 +16,12 @@
 
 namespace Korvane {
 
-BoardDocuments::BoardDocuments(Parts parts, QObject *parent)
+BoardDocuments::BoardDocuments(Dependencies dependencies, QObject *parent)
     : QObject(parent)
-    , m_parts(parts)
+    , m_dependencies(dependencies)
 {
-    connect(&parts.files, &DeviceFiles::fileWritten, this, &BoardDocuments::followWrite);
-    connect(&parts.files, &DeviceFiles::deviceFileNodesChanged, this,
+    connect(&dependencies.files, &DeviceFiles::fileWritten, this, &BoardDocuments::followWrite);
+    connect(&dependencies.files, &DeviceFiles::deviceFileNodesChanged, this,
             &BoardDocuments::followListing);
 }
 
@@ -29,35 +29,36 @@ QCoro::Task<void> BoardDocuments::openDeviceFile(DeviceFileNode node,
                                                  std::function<void(EditorFile &)> prepare)
 {
     const auto life = m_life.watch();
-    const auto board = co_await m_parts.link.boardIdentity();
+    const auto board = co_await m_dependencies.link.boardIdentity();
     if (!life)
         co_return;
     if (!board) {
-        m_parts.errors.report(board.error());
+        m_dependencies.errors.report(board.error());
         co_return;
     }
     const DocumentPlace place = DocumentPlace::onBoard(*board, node.path);
-    if (m_parts.documents.selectPlace(place) && m_parts.documents.selectedFile()->isModified())
+    if (m_dependencies.documents.selectPlace(place)
+        && m_dependencies.documents.selectedFile()->isModified())
         co_return;
-    const auto bytes = co_await m_parts.files.readDeviceFile(node.path, node.name);
+    const auto bytes = co_await m_dependencies.files.readDeviceFile(node.path, node.name);
     if (!life)
         co_return;
     if (!bytes) {
-        m_parts.errors.report(bytes.error());
+        m_dependencies.errors.report(bytes.error());
         co_return;
     }
     const auto text = Utf8::decodeStrict(*bytes);
     if (!text) {
-        m_parts.shell.appendError(QStringLiteral("Cannot decode %1 as text").arg(node.name));
+        m_dependencies.shell.appendError(QStringLiteral("Cannot decode %1 as text").arg(node.name));
         co_return;
     }
     // It may have been open before, or opened while this read it.
-    EditorFile *open = m_parts.documents.fileAt(place);
+    EditorFile *open = m_dependencies.documents.fileAt(place);
     if (!open) {
         auto file = std::make_unique<EditorFile>(node.name, place, DocumentText::fromFile(*text));
         if (prepare)
             prepare(*file);
-        m_parts.documents.add(std::move(file));
+        m_dependencies.documents.add(std::move(file));
     } else if (!open->isModified()) {
         open->reload(DocumentText::fromFile(*text));
     }
@@ -65,20 +66,21 @@ QCoro::Task<void> BoardDocuments::openDeviceFile(DeviceFileNode node,
 
 QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
 {
-    const QPointer<EditorFile> file = m_parts.documents.selectedFile();
+    const QPointer<EditorFile> file = m_dependencies.documents.selectedFile();
     if (!file)
         co_return;
     const QString name = file->name();
-    if (!m_parts.link.connectionState().isConnected()) {
-        m_parts.shell.appendError(QStringLiteral("Connect a device before sending %1.").arg(name));
+    if (!m_dependencies.link.connectionState().isConnected()) {
+        m_dependencies.shell.appendError(
+            QStringLiteral("Connect a device before sending %1.").arg(name));
         co_return;
     }
     const auto life = m_life.watch();
-    const auto board = co_await m_parts.link.boardIdentity();
+    const auto board = co_await m_dependencies.link.boardIdentity();
     if (!life || !file)
         co_return;
     if (!board) {
-        m_parts.errors.report(board.error());
+        m_dependencies.errors.report(board.error());
         co_return;
     }
     const QString devicePath = file->devicePath();
@@ -88,86 +90,86 @@ QCoro::Task<void> BoardDocuments::sendCurrentFileToDevice()
     DeviceFiles::WriteRequest request;
     request.path = target;
     if (!belongsThere) {
-        request = m_parts.files.replaceRequest(
+        request = m_dependencies.files.replaceRequest(
             name, target,
             QStringLiteral("Send cancelled — %1 on the device is unchanged.").arg(target));
     }
-    const auto permit = co_await m_parts.files.requestWrite(std::move(request));
+    const auto permit = co_await m_dependencies.files.requestWrite(std::move(request));
     if (!life || !file)
         co_return;
     if (!permit) {
-        m_parts.errors.report(permit.error());
+        m_dependencies.errors.report(permit.error());
         co_return;
     }
 
-    TransferStatus::Running running(m_parts.transfer);
+    TransferStatus::Running running(m_dependencies.transfer);
     running.setStatus(QStringLiteral("Sending %1…").arg(name));
-    m_parts.shell.appendInfo(QStringLiteral("↑ Sending %1 to %2…").arg(name, target));
+    m_dependencies.shell.appendInfo(QStringLiteral("↑ Sending %1 to %2…").arg(name, target));
     const auto check = belongsThere ? DocumentWriter::Check::AskBeforeReplacing
                                     : DocumentWriter::Check::ReplaceAnything;
-    const auto outcome = co_await m_parts.writer.write(file, place, check);
+    const auto outcome = co_await m_dependencies.writer.write(file, place, check);
     if (!life)
         co_return;
     if (!outcome) {
-        m_parts.errors.report(outcome.error());
+        m_dependencies.errors.report(outcome.error());
         co_return;
     }
     if (*outcome == DocumentWriter::Outcome::SaveAsRequested && file) {
-        m_parts.documents.select(file->id());
+        m_dependencies.documents.select(file->id());
         emit saveAsRequested();
     }
     if (*outcome != DocumentWriter::Outcome::Written)
         co_return;
-    m_parts.shell.appendInfo(QStringLiteral("↑ Sent %1 to device as %2.").arg(name, target));
+    m_dependencies.shell.appendInfo(QStringLiteral("↑ Sent %1 to device as %2.").arg(name, target));
     emit sent();
-    co_await m_parts.files.refreshDeviceFiles();
+    co_await m_dependencies.files.refreshDeviceFiles();
 }
 
 /// What the document itself has written is its saved text, and is not compared.
 QCoro::Task<void> BoardDocuments::followWrite(QString path)
 {
     QHash<QUuid, int> savedNumbers;
-    for (const EditorFile *file : m_parts.documents.openFiles()) {
+    for (const EditorFile *file : m_dependencies.documents.openFiles()) {
         if (file->devicePath() == path)
             savedNumbers.insert(file->id(), file->savedNumber());
     }
     if (savedNumbers.isEmpty())
         co_return;
     const auto life = m_life.watch();
-    const auto board = co_await m_parts.link.boardIdentity();
+    const auto board = co_await m_dependencies.link.boardIdentity();
     if (!life || !board)
         co_return;
     const DocumentPlace place = DocumentPlace::onBoard(*board, path);
-    while (m_parts.writer.isWriting(place)) {
-        co_await m_parts.writer.finished();
+    while (m_dependencies.writer.isWriting(place)) {
+        co_await m_dependencies.writer.finished();
         if (!life)
             co_return;
     }
-    const EditorFile *file = m_parts.documents.fileAt(place);
+    const EditorFile *file = m_dependencies.documents.fileAt(place);
     if (file && savedNumbers.value(file->id(), -1) == file->savedNumber())
-        co_await m_parts.watch.checkOnBoard(file->id());
+        co_await m_dependencies.watch.checkOnBoard(file->id());
 }
 
 QCoro::Task<void> BoardDocuments::followListing()
 {
     QList<QUuid> ids;
-    for (const EditorFile *file : m_parts.documents.openFiles()) {
+    for (const EditorFile *file : m_dependencies.documents.openFiles()) {
         if (isListedOtherwise(*file))
             ids << file->id();
     }
-    if (ids.isEmpty() || !m_parts.link.connectionState().isConnected())
+    if (ids.isEmpty() || !m_dependencies.link.connectionState().isConnected())
         co_return;
     const auto life = m_life.watch();
-    const auto board = co_await m_parts.link.boardIdentity();
+    const auto board = co_await m_dependencies.link.boardIdentity();
     if (!life || !board)
         co_return;
     // Asks the board: a listing lacks what could not be read, and has the name of a file as the
     // file system keeps it.
     for (const QUuid &id : std::as_const(ids)) {
-        const EditorFile *file = m_parts.documents.file(id);
+        const EditorFile *file = m_dependencies.documents.file(id);
         if (!file || file->place().board != *board)
             continue;
-        co_await m_parts.watch.checkOnBoard(id);
+        co_await m_dependencies.watch.checkOnBoard(id);
         if (!life)
             co_return;
     }
@@ -179,7 +181,7 @@ bool BoardDocuments::isListedOtherwise(const EditorFile &file) const
     if (file.place().kind != DocumentPlace::Kind::Board || !file.savedText())
         return false;
     const bool isDeleted = file.fileChange() == EditorFile::FileChange::Deleted;
-    const DeviceFileNode *node = m_parts.files.deviceNode(file.place().path);
+    const DeviceFileNode *node = m_dependencies.files.deviceNode(file.place().path);
     if ((node == nullptr) != isDeleted)
         return true;
     return node && node->size > 0 && file.fileChange() == EditorFile::FileChange::None

@@ -29,7 +29,7 @@ class BoardDocuments final : public QObject
 
 public:
     /// What BoardDocuments works with; all must outlive it.
-    struct Parts
+    struct Dependencies
     {
         OpenFiles &documents;
         DocumentWriter &writer;
@@ -41,7 +41,7 @@ public:
         ErrorReporter &errors;
     };
 
-    explicit BoardDocuments(Parts parts, QObject *parent = nullptr);
+    explicit BoardDocuments(Dependencies dependencies, QObject *parent = nullptr);
 
     /// Selects the document that belongs there and reads it again unless it has edits, or reads the
     /// file into a new one. \p prepare is called with a new one before it is shown. A failure is
@@ -65,7 +65,7 @@ private:
     QCoro::Task<void> followListing();
     [[nodiscard]] bool isListedOtherwise(const EditorFile &file) const;
 
-    Parts m_parts;
+    Dependencies m_dependencies;
     Lifetime m_life;
 };
 

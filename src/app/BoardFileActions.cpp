@@ -63,9 +63,9 @@ QString freeName(const QList<DeviceFileNode> *entries, const QString &base, cons
 
 } // namespace
 
-BoardFileActions::BoardFileActions(Parts parts, QObject *parent)
+BoardFileActions::BoardFileActions(Dependencies dependencies, QObject *parent)
     : QObject(parent)
-    , m_parts(parts)
+    , m_dependencies(dependencies)
 {
 }
 
@@ -92,11 +92,11 @@ Async<void> BoardFileActions::createFolder(QString folder)
 Async<void> BoardFileActions::create(Kind kind, QString folder)
 {
     const bool isFile = kind == Kind::File;
-    if (!m_parts.link.connectionState().isConnected())
+    if (!m_dependencies.link.connectionState().isConnected())
         co_return notConnected(isFile ? u"creating a file on it"_s : u"creating a folder on it"_s);
     const auto life = m_life.watch();
-    const int connection = m_parts.link.connectionNumber();
-    const QList<DeviceFileNode> *entries = m_parts.files.deviceChildren(folder);
+    const int connection = m_dependencies.link.connectionNumber();
+    const QList<DeviceFileNode> *entries = m_dependencies.files.deviceChildren(folder);
     UserPrompts::NamePrompt prompt;
     prompt.title = isFile ? u"New File"_s : u"New Folder"_s;
     prompt.message = (isFile ? u"Create a file in %1 on the device."_s
@@ -106,20 +106,20 @@ Async<void> BoardFileActions::create(Kind kind, QString folder)
                                  : freeName(entries, u"untitled folder"_s, {});
     prompt.confirmTitle = u"Create"_s;
     prompt.problem = &BoardFileActions::nameProblem;
-    const QString name = co_await m_parts.prompts.askName(std::move(prompt));
+    const QString name = co_await m_dependencies.prompts.askName(std::move(prompt));
     if (!life || name.isEmpty())
         co_return Result<void>();
     if (const QString problem = nameProblem(name); !problem.isEmpty())
         co_return refusal(problem);
-    if (connection != m_parts.link.connectionNumber())
+    if (connection != m_dependencies.link.connectionNumber())
         co_return DeviceError::boardReplaced();
     const QString path = DeviceListing::join(folder, name);
     DeviceFiles::WriteRequest request;
     request.path = path;
-    const auto permit = co_await m_parts.files.requestWrite(std::move(request));
+    const auto permit = co_await m_dependencies.files.requestWrite(std::move(request));
     if (!permit)
         co_return permit.error();
-    const auto kinds = co_await m_parts.operations.kindsOf(QStringList(path));
+    const auto kinds = co_await m_dependencies.operations.kindsOf(QStringList(path));
     if (!life)
         co_return DeviceError::closed();
     const QString attempt = u"Could not create “%1”"_s.arg(name);
@@ -127,18 +127,18 @@ Async<void> BoardFileActions::create(Kind kind, QString folder)
         co_return failure(attempt, kinds.error());
     if (kinds->first() != Kind::Missing)
         co_return alreadyExists(name, folder);
-    auto creating =
-        isFile ? m_parts.operations.createFile(*permit) : m_parts.operations.createFolder(*permit);
+    auto creating = isFile ? m_dependencies.operations.createFile(*permit)
+                           : m_dependencies.operations.createFolder(*permit);
     const auto created = co_await std::move(creating);
     if (!life)
         co_return DeviceError::closed();
     if (!created)
         co_return failure(attempt, created.error());
-    co_await m_parts.files.refreshDeviceFiles();
+    co_await m_dependencies.files.refreshDeviceFiles();
     if (!life)
         co_return DeviceError::closed();
     emit entryPlaced(path);
-    const DeviceFileNode *node = m_parts.files.deviceNode(path);
+    const DeviceFileNode *node = m_dependencies.files.deviceNode(path);
     if (isFile && node)
         emit fileCreated(DeviceFileNode(*node));
     co_return Result<void>();
@@ -148,7 +148,7 @@ Async<void> BoardFileActions::rename(DeviceFileNode node, QString name)
 {
     if (name == node.name)
         co_return Result<void>();
-    if (!m_parts.link.connectionState().isConnected())
+    if (!m_dependencies.link.connectionState().isConnected())
         co_return notConnected(u"renaming files on it"_s);
     if (const QString problem = nameProblem(name); !problem.isEmpty())
         co_return refusal(problem);
@@ -156,7 +156,7 @@ Async<void> BoardFileActions::rename(DeviceFileNode node, QString name)
     const QString folder = folderOf(node.path);
     const QString target = DeviceListing::join(folder, name);
     const QString attempt = u"Could not rename “%1” to “%2”"_s.arg(node.name, name);
-    const auto kinds = co_await m_parts.operations.kindsOf(QStringList(target));
+    const auto kinds = co_await m_dependencies.operations.kindsOf(QStringList(target));
     if (!life)
         co_return DeviceError::closed();
     if (!kinds)
@@ -170,9 +170,9 @@ Async<void> BoardFileActions::rename(DeviceFileNode node, QString name)
         UserPrompts::Confirmation question;
         question.title = u"Replace “%1” on the device?"_s.arg(name);
         question.message = u"%1 already exists on %2. Renaming “%3” replaces it, and what it holds "
-                           "is lost."_s.arg(target, m_parts.files.portLabel(), node.name);
+                           "is lost."_s.arg(target, m_dependencies.files.portLabel(), node.name);
         question.confirmTitle = u"Replace"_s;
-        const auto confirmed = co_await m_parts.files.confirmAction(std::move(question));
+        const auto confirmed = co_await m_dependencies.files.confirmAction(std::move(question));
         if (!life)
             co_return DeviceError::closed();
         if (!confirmed)
@@ -182,7 +182,7 @@ Async<void> BoardFileActions::rename(DeviceFileNode node, QString name)
     const auto moved = co_await moveEntry(node.path, target, existing);
     if (!life)
         co_return DeviceError::closed();
-    co_await m_parts.files.refreshDeviceFiles();
+    co_await m_dependencies.files.refreshDeviceFiles();
     if (!life)
         co_return DeviceError::closed();
     if (!moved)
@@ -193,7 +193,7 @@ Async<void> BoardFileActions::rename(DeviceFileNode node, QString name)
 
 Async<void> BoardFileActions::move(QList<DeviceFileNode> nodes, QString folder)
 {
-    if (!m_parts.link.connectionState().isConnected())
+    if (!m_dependencies.link.connectionState().isConnected())
         co_return notConnected(u"moving files on it"_s);
     const auto life = m_life.watch();
     nodes.removeIf([&folder](const DeviceFileNode &node) { return folderOf(node.path) == folder; });
@@ -205,8 +205,8 @@ Async<void> BoardFileActions::move(QList<DeviceFileNode> nodes, QString folder)
     }
     if (nodes.isEmpty())
         co_return Result<void>();
-    const int connection = m_parts.link.connectionNumber();
-    const auto kinds = co_await m_parts.operations.kindsOf(targets);
+    const int connection = m_dependencies.link.connectionNumber();
+    const auto kinds = co_await m_dependencies.operations.kindsOf(targets);
     if (!life)
         co_return DeviceError::closed();
     if (!kinds)
@@ -220,12 +220,12 @@ Async<void> BoardFileActions::move(QList<DeviceFileNode> nodes, QString folder)
         collisions << nodes[i].name;
     }
     const QString where = u"in %1 on the device"_s.arg(folder);
-    const ReplaceAnswer answer = co_await askToReplace(m_parts.prompts, collisions, where);
+    const ReplaceAnswer answer = co_await askToReplace(m_dependencies.prompts, collisions, where);
     if (!life)
         co_return DeviceError::closed();
     if (answer == ReplaceAnswer::Cancel)
         co_return DeviceError::canceled();
-    if (connection != m_parts.link.connectionNumber())
+    if (connection != m_dependencies.link.connectionNumber())
         co_return DeviceError::boardReplaced();
     std::optional<Error> failed;
     for (qsizetype i = 0; i < nodes.size() && !failed; ++i) {
@@ -240,7 +240,7 @@ Async<void> BoardFileActions::move(QList<DeviceFileNode> nodes, QString folder)
             failed =
                 failure(u"Could not move “%1” to %2"_s.arg(nodes[i].name, folder), moved.error());
     }
-    co_await m_parts.files.refreshDeviceFiles();
+    co_await m_dependencies.files.refreshDeviceFiles();
     if (failed)
         co_return *failed;
     co_return Result<void>();
@@ -252,15 +252,15 @@ Async<void> BoardFileActions::moveEntry(QString from, QString to, Existing exist
     DeviceFiles::WriteRequest source;
     source.path = from;
     // Holds the old path too, so that no transfer writes there meanwhile.
-    const auto held = co_await m_parts.files.requestWrite(std::move(source));
+    const auto held = co_await m_dependencies.files.requestWrite(std::move(source));
     if (!held)
         co_return held.error();
     DeviceFiles::WriteRequest target;
     target.path = to;
-    const auto permit = co_await m_parts.files.requestWrite(std::move(target));
+    const auto permit = co_await m_dependencies.files.requestWrite(std::move(target));
     if (!permit)
         co_return permit.error();
-    const auto board = co_await m_parts.link.boardIdentity();
+    const auto board = co_await m_dependencies.link.boardIdentity();
     if (!life)
         co_return DeviceError::closed();
     if (!board)
@@ -268,16 +268,17 @@ Async<void> BoardFileActions::moveEntry(QString from, QString to, Existing exist
     const auto oldPlace = DocumentPlace::onBoard(*board, from);
     const auto newPlace = DocumentPlace::onBoard(*board, to);
     // A document that is written after the move would create its old file again.
-    while (m_parts.writer.isWritingWithin(oldPlace) || m_parts.writer.isWritingWithin(newPlace)) {
-        co_await m_parts.writer.finished();
+    while (m_dependencies.writer.isWritingWithin(oldPlace)
+           || m_dependencies.writer.isWritingWithin(newPlace)) {
+        co_await m_dependencies.writer.finished();
         if (!life)
             co_return DeviceError::closed();
     }
-    auto moved = co_await m_parts.operations.move(from, *permit, existing);
+    auto moved = co_await m_dependencies.operations.move(from, *permit, existing);
     if (!life)
         co_return DeviceError::closed();
     if (moved)
-        m_parts.documents.followMove(oldPlace, newPlace);
+        m_dependencies.documents.followMove(oldPlace, newPlace);
     co_return moved;
 }
 
@@ -285,18 +286,18 @@ Async<void> BoardFileActions::remove(QList<DeviceFileNode> nodes)
 {
     if (nodes.isEmpty())
         co_return Result<void>();
-    if (!m_parts.link.connectionState().isConnected())
+    if (!m_dependencies.link.connectionState().isConnected())
         co_return notConnected(u"deleting files on it"_s);
     const auto life = m_life.watch();
-    const int connection = m_parts.link.connectionNumber();
+    const int connection = m_dependencies.link.connectionNumber();
     auto question = co_await removalQuestion(nodes);
     if (!life)
         co_return DeviceError::closed();
     if (!question)
         co_return failure(u"Delete failed"_s, question.error());
-    if (connection != m_parts.link.connectionNumber())
+    if (connection != m_dependencies.link.connectionNumber())
         co_return DeviceError::boardReplaced();
-    const auto confirmed = co_await m_parts.files.confirmAction(*std::move(question));
+    const auto confirmed = co_await m_dependencies.files.confirmAction(*std::move(question));
     if (!life)
         co_return DeviceError::closed();
     if (!confirmed)
@@ -304,7 +305,8 @@ Async<void> BoardFileActions::remove(QList<DeviceFileNode> nodes)
     const auto removed = co_await removeEntries(nodes);
     if (!life)
         co_return DeviceError::closed();
-    co_await m_parts.files.refreshDeviceFiles(); // documents of deleted files follow the listing
+    co_await m_dependencies.files
+        .refreshDeviceFiles(); // documents of deleted files follow the listing
     co_return removed;
 }
 
@@ -322,7 +324,7 @@ Async<UserPrompts::Confirmation> BoardFileActions::removalQuestion(QList<DeviceF
             contents.bytes += node.size;
             continue;
         }
-        const auto counted = co_await m_parts.operations.count(node.path);
+        const auto counted = co_await m_dependencies.operations.count(node.path);
         if (!life)
             co_return DeviceError::closed();
         if (!counted)
@@ -331,7 +333,7 @@ Async<UserPrompts::Confirmation> BoardFileActions::removalQuestion(QList<DeviceF
         contents.bytes += counted->bytes;
     }
     const DeviceFileNode &first = nodes.first();
-    const QString port = m_parts.files.portLabel();
+    const QString port = m_dependencies.files.portLabel();
     const QString size = displaySize(contents.bytes);
     const QString count = countOfFiles(contents.files);
     UserPrompts::Confirmation question;
@@ -358,22 +360,22 @@ Async<UserPrompts::Confirmation> BoardFileActions::removalQuestion(QList<DeviceF
 Async<void> BoardFileActions::removeEntries(QList<DeviceFileNode> nodes)
 {
     const auto life = m_life.watch();
-    TransferStatus::Running running(m_parts.transfer);
-    const WritePermit boardPermit = m_parts.files.permitWrite(u"/"_s);
+    TransferStatus::Running running(m_dependencies.transfer);
+    const WritePermit boardPermit = m_dependencies.files.permitWrite(u"/"_s);
     for (const DeviceFileNode &node : std::as_const(nodes)) {
-        if (const auto same = m_parts.files.check(boardPermit); !same)
+        if (const auto same = m_dependencies.files.check(boardPermit); !same)
             co_return same.error();
         running.setStatus(u"Deleting %1…"_s.arg(node.name));
         running.setTotal(0); // can be canceled
         DeviceFiles::WriteRequest request;
         request.path = node.path;
-        const auto permit = co_await m_parts.files.requestWrite(std::move(request));
+        const auto permit = co_await m_dependencies.files.requestWrite(std::move(request));
         if (!permit)
             co_return permit.error();
         const DeviceFileOperations::IsCanceled isCanceled = [&running] {
             return running.isCanceled();
         };
-        const auto removed = co_await m_parts.operations.remove(*permit, isCanceled);
+        const auto removed = co_await m_dependencies.operations.remove(*permit, isCanceled);
         if (!life)
             co_return DeviceError::closed();
         if (!removed && removed.error().code == ErrorCode::Canceled)

@@ -25,7 +25,7 @@ class BoardFileActions final : public QObject
 
 public:
     /// What BoardFileActions works with; all must outlive it.
-    struct Parts
+    struct Dependencies
     {
         OpenFiles &documents;
         DocumentWriter &writer;
@@ -36,12 +36,13 @@ public:
         UserPrompts &prompts;
     };
 
-    explicit BoardFileActions(Parts parts, QObject *parent = nullptr);
+    explicit BoardFileActions(Dependencies dependencies, QObject *parent = nullptr);
 
     /// Why a file or folder on the board cannot be named \p name, for the user; empty when it can.
     [[nodiscard]] static QString nameProblem(const QString &name);
     /// Asks for a name and creates an empty file in \p folder.
     [[nodiscard]] Async<void> createFile(QString folder);
+    /// The same for a folder; fails on boards without folders.
     [[nodiscard]] Async<void> createFolder(QString folder);
     /// Asks before another file is replaced.
     [[nodiscard]] Async<void> rename(DeviceFileNode node, QString name);
@@ -64,7 +65,7 @@ private:
     [[nodiscard]] Async<void> removeEntries(QList<DeviceFileNode> nodes);
     [[nodiscard]] Async<UserPrompts::Confirmation> removalQuestion(QList<DeviceFileNode> nodes);
 
-    Parts m_parts;
+    Dependencies m_dependencies;
     Lifetime m_life;
 };
 

@@ -29,12 +29,12 @@ BoardStore::BoardStore(DeviceLink &link, DeviceFiles &files)
 Async<std::optional<QByteArray>> BoardStore::read(DocumentPlace place)
 {
     const auto life = m_life.watch();
-    const auto exists = co_await lookFor(place);
+    const auto isThere = co_await exists(place);
     if (!life)
         co_return DeviceError::closed();
-    if (!exists)
-        co_return exists.error();
-    if (!*exists)
+    if (!isThere)
+        co_return isThere.error();
+    if (!*isThere)
         co_return std::optional<QByteArray>();
     const auto bytes = co_await m_files.readDeviceFile(place.path, place.path);
     if (!bytes)
@@ -42,7 +42,8 @@ Async<std::optional<QByteArray>> BoardStore::read(DocumentPlace place)
     co_return std::optional(*bytes);
 }
 
-Async<DocumentStore::Held> BoardStore::compare(DocumentPlace place, QList<QByteArray> contents)
+Async<DocumentStore::Comparison> BoardStore::compare(DocumentPlace place,
+                                                     QList<QByteArray> contents)
 {
     const auto held = co_await compareOnBoard(std::move(place), std::move(contents));
     if (!held && held.error().code == ErrorCode::NoRawREPL)
@@ -50,8 +51,8 @@ Async<DocumentStore::Held> BoardStore::compare(DocumentPlace place, QList<QByteA
     co_return held;
 }
 
-Async<DocumentStore::Held> BoardStore::compareOnBoard(DocumentPlace place,
-                                                      QList<QByteArray> contents)
+Async<DocumentStore::Comparison> BoardStore::compareOnBoard(DocumentPlace place,
+                                                            QList<QByteArray> contents)
 {
     const auto life = m_life.watch();
     const bool isLarge =
@@ -60,17 +61,17 @@ Async<DocumentStore::Held> BoardStore::compareOnBoard(DocumentPlace place,
         });
     if (!isLarge) // then reading it takes fewer commands
         co_return co_await DocumentStore::compare(std::move(place), std::move(contents));
-    const auto exists = co_await lookFor(place);
+    const auto isThere = co_await exists(place);
     if (!life)
         co_return DeviceError::closed();
-    if (!exists)
-        co_return exists.error();
-    if (!*exists)
-        co_return Held::NoFile;
-    const auto isExpected = co_await m_files.deviceFileHolds(place.path, std::move(contents));
-    if (!isExpected)
-        co_return isExpected.error();
-    co_return *isExpected ? Held::Expected : Held::Other;
+    if (!isThere)
+        co_return isThere.error();
+    if (!*isThere)
+        co_return Comparison::NoFile;
+    const auto isEqual = co_await m_files.deviceFileHolds(place.path, std::move(contents));
+    if (!isEqual)
+        co_return isEqual.error();
+    co_return *isEqual ? Comparison::Equal : Comparison::Different;
 }
 
 Async<void> BoardStore::write(DocumentPlace place, QString text, QString name)
@@ -85,7 +86,7 @@ Async<void> BoardStore::write(DocumentPlace place, QString text, QString name)
     co_return co_await m_files.writeTextToDevice(text, permit, name);
 }
 
-Async<bool> BoardStore::lookFor(DocumentPlace place)
+Async<bool> BoardStore::exists(DocumentPlace place)
 {
     const auto life = m_life.watch();
     const auto isSameBoard = co_await checkBoard(place);

@@ -17,13 +17,14 @@ public:
 
     [[nodiscard]] Async<std::optional<QByteArray>> read(DocumentPlace place) override;
     /// Compares large contents by a digest that the board computes.
-    [[nodiscard]] Async<Held> compare(DocumentPlace place, QList<QByteArray> contents) override;
+    [[nodiscard]] Async<Comparison> compare(DocumentPlace place,
+                                            QList<QByteArray> contents) override;
     [[nodiscard]] Async<void> write(DocumentPlace place, QString text, QString name) override;
 
 private:
-    [[nodiscard]] Async<Held> compareOnBoard(DocumentPlace place, QList<QByteArray> contents);
+    [[nodiscard]] Async<Comparison> compareOnBoard(DocumentPlace place, QList<QByteArray> contents);
     /// Whether the file exists on the board of \p place, which must be the connected one.
-    [[nodiscard]] Async<bool> lookFor(DocumentPlace place);
+    [[nodiscard]] Async<bool> exists(DocumentPlace place);
     [[nodiscard]] Async<void> checkBoard(DocumentPlace place);
 
     DeviceLink &m_link;

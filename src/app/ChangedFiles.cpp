@@ -34,8 +34,8 @@ QString heading(FolderChanges::Kind kind)
 
 } // namespace
 
-ChangedFiles::ChangedFiles(Parts parts)
-    : m_parts(parts)
+ChangedFiles::ChangedFiles(Dependencies dependencies)
+    : m_dependencies(dependencies)
 {
 }
 
@@ -54,7 +54,7 @@ Async<void> ChangedFiles::compareAndSend(QString localFolder, QString boardFolde
 {
     const auto life = m_life.watch();
     const QString name = displayPath(localFolder);
-    const auto compared = co_await m_parts.sync.compare(localFolder, boardFolder);
+    const auto compared = co_await m_dependencies.sync.compare(localFolder, boardFolder);
     if (!life)
         co_return DeviceError::closed();
     if (!compared)
@@ -62,9 +62,9 @@ Async<void> ChangedFiles::compareAndSend(QString localFolder, QString boardFolde
     CopyPlan plan;
     plan.skipped = compared->skipped;
     for (const QString &line : plan.skippedLines())
-        m_parts.shell.appendInfo(line);
+        m_dependencies.shell.appendInfo(line);
     if (compared->entries.isEmpty()) {
-        m_parts.shell.appendInfo(
+        m_dependencies.shell.appendInfo(
             u"%1 and %2 on the device hold the same %3; nothing was sent."_s.arg(
                 name, boardFolder, countOfFiles(compared->unchangedCount)));
         co_return Result<void>();
@@ -83,7 +83,7 @@ Async<void> ChangedFiles::compareAndSend(QString localFolder, QString boardFolde
         shown.isDestructive = isOnlyOnBoard;
         question.entries << shown;
     }
-    const auto checked = co_await m_parts.prompts.review(std::move(question));
+    const auto checked = co_await m_dependencies.prompts.review(std::move(question));
     if (!life)
         co_return DeviceError::closed();
     if (!checked || checked->isEmpty())
@@ -92,14 +92,14 @@ Async<void> ChangedFiles::compareAndSend(QString localFolder, QString boardFolde
     chosen.entries.clear();
     for (const qsizetype index : *checked)
         chosen.entries << compared->entries.at(index);
-    co_return co_await m_parts.sync.send(std::move(chosen));
+    co_return co_await m_dependencies.sync.send(std::move(chosen));
 }
 
 QString ChangedFiles::notes(const FolderChanges &changes) const
 {
     QString text = u"From %1. %2 unchanged."_s.arg(displayPath(changes.localFolder),
                                                    countOfFiles(changes.unchangedCount));
-    const QList<EditorFile *> files = m_parts.documents.openFiles();
+    const QList<EditorFile *> files = m_dependencies.documents.openFiles();
     const auto unsaved = std::count_if(files.cbegin(), files.cend(), [&](const EditorFile *file) {
         return file->isModified() && file->path().startsWith(changes.localFolder + u'/');
     });

@@ -19,7 +19,7 @@ class ChangedFiles final
 {
 public:
     /// What ChangedFiles works with; all must outlive it.
-    struct Parts
+    struct Dependencies
     {
         OpenFiles &documents;
         FolderSync &sync;
@@ -27,7 +27,7 @@ public:
         ShellSink &shell;
     };
 
-    explicit ChangedFiles(Parts parts);
+    explicit ChangedFiles(Dependencies dependencies);
 
     /// Compares, asks and sends. Files that are only on the board are left alone, unless the user
     /// chooses to delete them. One at a time; fails with ErrorCode::Canceled while one is running.
@@ -37,7 +37,7 @@ private:
     [[nodiscard]] Async<void> compareAndSend(QString localFolder, QString boardFolder);
     [[nodiscard]] QString notes(const FolderChanges &changes) const;
 
-    Parts m_parts;
+    Dependencies m_dependencies;
     bool m_isSending = false;
     Lifetime m_life;
 };

@@ -20,34 +20,34 @@
 
 namespace Korvane {
 
-DocumentSaver::DocumentSaver(Parts parts)
-    : m_parts(std::move(parts))
+DocumentSaver::DocumentSaver(Dependencies dependencies)
+    : m_dependencies(std::move(dependencies))
 {
 }
 
 QCoro::Task<void> DocumentSaver::save()
 {
-    static_cast<void>(co_await saveFile(m_parts.documents.selectedFileID()));
+    static_cast<void>(co_await saveFile(m_dependencies.documents.selectedFileID()));
 }
 
 QCoro::Task<void> DocumentSaver::saveToBrowsedFolder()
 {
-    static_cast<void>(co_await saveWithName(m_parts.documents.selectedFileID()));
+    static_cast<void>(co_await saveWithName(m_dependencies.documents.selectedFileID()));
 }
 
 QCoro::Task<void> DocumentSaver::saveAs()
 {
-    static_cast<void>(co_await saveWithDialog(m_parts.documents.selectedFileID()));
+    static_cast<void>(co_await saveWithDialog(m_dependencies.documents.selectedFileID()));
 }
 
 QCoro::Task<void> DocumentSaver::close(QUuid id)
 {
-    const EditorFile *file = m_parts.documents.file(id);
+    const EditorFile *file = m_dependencies.documents.file(id);
     if (!file || m_closing.contains(id))
         co_return;
     const bool isKept = !m_recovery || m_recovery->keepsEdits();
-    if (file->isModified() && isKept && !m_parts.asksBeforeClosing()) {
-        m_parts.documents.closeKeepingEdits(id);
+    if (file->isModified() && isKept && !m_dependencies.asksBeforeClosing()) {
+        m_dependencies.documents.closeKeepingEdits(id);
         co_return;
     }
     if (file->isModified()) {
@@ -56,20 +56,20 @@ QCoro::Task<void> DocumentSaver::close(QUuid id)
         if (!life || !mayClose)
             co_return;
     }
-    m_parts.documents.closeFile(id);
+    m_dependencies.documents.closeFile(id);
 }
 
 QCoro::Task<bool> DocumentSaver::saveOrDiscard(QUuid id)
 {
     UserPrompts::Choice question;
-    question.title = QStringLiteral("Save the changes to “") + m_parts.documents.file(id)->name()
-        + QStringLiteral("”?");
+    question.title = QStringLiteral("Save the changes to “")
+        + m_dependencies.documents.file(id)->name() + QStringLiteral("”?");
     question.message = QStringLiteral("They are lost when the file is closed without saving.");
     question.answers << UserPrompts::Answer{QStringLiteral("Save"), false}
                      << UserPrompts::Answer{QStringLiteral("Don’t Save"), true};
     const auto life = m_life.watch();
     m_closing.insert(id);
-    const int answer = co_await m_parts.prompts.choose(std::move(question));
+    const int answer = co_await m_dependencies.prompts.choose(std::move(question));
     if (!life)
         co_return false;
     m_closing.remove(id);
@@ -78,18 +78,18 @@ QCoro::Task<bool> DocumentSaver::saveOrDiscard(QUuid id)
     const bool isSaved = co_await saveFile(id);
     if (!life || !isSaved)
         co_return false;
-    const EditorFile *saved = m_parts.documents.file(id);
+    const EditorFile *saved = m_dependencies.documents.file(id);
     co_return saved && !saved->isModified(); // not edited meanwhile
 }
 
 QCoro::Task<bool> DocumentSaver::saveFile(QUuid id)
 {
-    const EditorFile *file = m_parts.documents.file(id);
+    const EditorFile *file = m_dependencies.documents.file(id);
     if (!file)
         co_return false;
     const DocumentPlace place = file->place();
     const QString name = file->name();
-    if (place.kind == DocumentPlace::Kind::Nowhere)
+    if (place.kind == DocumentPlace::Kind::None)
         co_return co_await saveWithName(id);
     const auto life = m_life.watch();
     const bool written =
@@ -97,8 +97,8 @@ QCoro::Task<bool> DocumentSaver::saveFile(QUuid id)
     if (!life || !written)
         co_return false;
     if (place.kind == DocumentPlace::Kind::Board) {
-        m_parts.shell.appendInfo(QStringLiteral("Saved %1 to device.").arg(name));
-        co_await m_parts.deviceFiles.refreshDeviceFiles();
+        m_dependencies.shell.appendInfo(QStringLiteral("Saved %1 to device.").arg(name));
+        co_await m_dependencies.deviceFiles.refreshDeviceFiles();
     }
     co_return true;
 }
@@ -123,7 +123,7 @@ QCoro::Task<void> DocumentSaver::finished()
     const auto life = m_life.watch();
     m_failures.clear();
     while (isWriting()) {
-        co_await m_parts.writer.finished();
+        co_await m_dependencies.writer.finished();
         if (!life)
             co_return;
         // A save is not finished with its write: its error is reported, or a dialog asks for
@@ -151,7 +151,7 @@ QCoro::Task<bool> DocumentSaver::mayClose()
     while (!m_failures.isEmpty()) {
         const QUuid id = m_failures.constBegin().key();
         const Error error = m_failures.take(id);
-        const EditorFile *file = m_parts.documents.file(id);
+        const EditorFile *file = m_dependencies.documents.file(id);
         if (!file || !file->isModified())
             continue;
         if (error.code == ErrorCode::Canceled)
@@ -164,7 +164,7 @@ QCoro::Task<bool> DocumentSaver::mayClose()
                 QStringLiteral(" The next start offers its text in View › Unsaved Files.");
         question.answers << UserPrompts::Answer{QStringLiteral("Save As…"), false}
                          << UserPrompts::Answer{QStringLiteral("Close Without Saving"), true};
-        const int answer = co_await m_parts.prompts.choose(std::move(question));
+        const int answer = co_await m_dependencies.prompts.choose(std::move(question));
         if (!life || answer < 0)
             co_return false;
         if (answer == 0) {
@@ -176,15 +176,15 @@ QCoro::Task<bool> DocumentSaver::mayClose()
         }
     }
     QList<QUuid> unsaved;
-    for (const EditorFile *file : m_parts.documents.openFiles()) {
+    for (const EditorFile *file : m_dependencies.documents.openFiles()) {
         if (losesEdits() && file->isModified() && !m_closing.contains(file->id())
             && !abandoned.contains(file->id()))
             unsaved << file->id();
     }
     for (const QUuid &id : unsaved) {
-        if (!m_parts.documents.file(id))
+        if (!m_dependencies.documents.file(id))
             continue;
-        m_parts.documents.select(id);
+        m_dependencies.documents.select(id);
         const bool mayClose = co_await saveOrDiscard(id);
         if (!life || !mayClose)
             co_return false;
@@ -199,7 +199,7 @@ bool DocumentSaver::mustPrepareToClose() const
 
 bool DocumentSaver::losesEdits() const
 {
-    const auto &files = m_parts.documents.openFiles();
+    const auto &files = m_dependencies.documents.openFiles();
     return m_recovery && !m_recovery->keepsEdits()
         && std::any_of(files.begin(), files.end(),
                        [](const EditorFile *file) { return file->isModified(); });
@@ -210,22 +210,22 @@ QCoro::Task<bool> DocumentSaver::writeAndMove(QUuid id, DocumentPlace place, QSt
 {
     std::optional<TransferStatus::Running> running;
     if (place.kind == DocumentPlace::Kind::Board) {
-        running.emplace(m_parts.transfer);
+        running.emplace(m_dependencies.transfer);
         running->setStatus(QStringLiteral("Saving %1…").arg(name));
     }
     const auto life = m_life.watch();
-    const QPointer<EditorFile> file = m_parts.documents.file(id);
+    const QPointer<EditorFile> file = m_dependencies.documents.file(id);
     if (!file)
         co_return false;
     const DocumentText text = file->text(); // the writer takes the same text
-    const auto outcome = co_await m_parts.writer.write(file, place, check);
+    const auto outcome = co_await m_dependencies.writer.write(file, place, check);
     running.reset();
     if (!life)
         co_return false;
     m_failures.remove(id);
     if (!outcome) {
         m_failures.insert(id, outcome.error());
-        m_parts.errors.report(outcome.error());
+        m_dependencies.errors.report(outcome.error());
         co_return false;
     }
     if (*outcome == DocumentWriter::Outcome::SaveAsRequested)
@@ -242,13 +242,13 @@ QCoro::Task<bool> DocumentSaver::writeAndMove(QUuid id, DocumentPlace place, QSt
 
 QCoro::Task<bool> DocumentSaver::saveWithName(QUuid id)
 {
-    const EditorFile *file = m_parts.documents.file(id);
+    const EditorFile *file = m_dependencies.documents.file(id);
     if (!file)
         co_return false;
     const auto life = m_life.watch();
-    const bool onBoard = m_parts.isBoardBrowsed();
-    const QString folder =
-        onBoard ? m_parts.deviceFiles.deviceWorkingDir() : m_parts.localFiles.localWorkingDir();
+    const bool onBoard = m_dependencies.isBoardBrowsed();
+    const QString folder = onBoard ? m_dependencies.deviceFiles.deviceWorkingDir()
+                                   : m_dependencies.localFiles.localWorkingDir();
 
     UserPrompts::NamePrompt prompt;
     prompt.title = QStringLiteral("Save File");
@@ -257,17 +257,18 @@ QCoro::Task<bool> DocumentSaver::saveWithName(QUuid id)
             .arg(onBoard ? QStringLiteral("the device at ") + folder : displayPath(folder));
     prompt.proposedName = file->name();
     prompt.confirmTitle = QStringLiteral("Save");
-    const int connection = m_parts.link.connectionNumber();
-    const QString name = co_await m_parts.prompts.askName(std::move(prompt));
+    const int connection = m_dependencies.link.connectionNumber();
+    const QString name = co_await m_dependencies.prompts.askName(std::move(prompt));
     if (!life || name.isEmpty())
         co_return false;
-    const bool isConnected = m_parts.link.connectionState().isConnected();
-    if (onBoard && isConnected && connection != m_parts.link.connectionNumber()) {
-        m_parts.errors.report(DeviceError::boardReplaced());
+    const bool isConnected = m_dependencies.link.connectionState().isConnected();
+    if (onBoard && isConnected && connection != m_dependencies.link.connectionNumber()) {
+        m_dependencies.errors.report(DeviceError::boardReplaced());
         co_return false;
     }
     if (!isUsableFileName(name)) {
-        m_parts.shell.appendError(QStringLiteral("“%1” isn't a usable file name.").arg(name));
+        m_dependencies.shell.appendError(
+            QStringLiteral("“%1” isn't a usable file name.").arg(name));
         co_return false;
     }
     if (onBoard)
@@ -279,20 +280,20 @@ QCoro::Task<bool> DocumentSaver::saveIntoBoardFolder(QUuid id, QString folder, Q
 {
     const auto life = m_life.watch();
     const QString path = DeviceListing::join(folder, name);
-    auto request = m_parts.deviceFiles.replaceRequest(
+    auto request = m_dependencies.deviceFiles.replaceRequest(
         name, path, QStringLiteral("Send cancelled — %1 on the device is unchanged.").arg(path));
-    const auto permit = co_await m_parts.deviceFiles.requestWrite(std::move(request));
+    const auto permit = co_await m_dependencies.deviceFiles.requestWrite(std::move(request));
     if (!life)
         co_return false;
     if (!permit) {
-        m_parts.errors.report(permit.error());
+        m_dependencies.errors.report(permit.error());
         co_return false;
     }
-    const auto board = co_await m_parts.link.boardIdentity();
+    const auto board = co_await m_dependencies.link.boardIdentity();
     if (!life)
         co_return false;
     if (!board) {
-        m_parts.errors.report(board.error());
+        m_dependencies.errors.report(board.error());
         co_return false;
     }
     const DocumentPlace place = DocumentPlace::onBoard(*board, path);
@@ -300,15 +301,15 @@ QCoro::Task<bool> DocumentSaver::saveIntoBoardFolder(QUuid id, QString folder, Q
     if (!life || !mayReplace)
         co_return false;
     // Boards without an identity of their own have that of their port.
-    if (const auto same = m_parts.deviceFiles.check(*permit); !same) {
-        m_parts.errors.report(same.error());
+    if (const auto same = m_dependencies.deviceFiles.check(*permit); !same) {
+        m_dependencies.errors.report(same.error());
         co_return false;
     }
     const bool saved = co_await writeTo(id, place, name, DocumentWriter::Check::ReplaceAnything);
     if (!life || !saved)
         co_return false;
-    m_parts.shell.appendInfo(QStringLiteral("Saved %1 to device as %2").arg(name, path));
-    co_await m_parts.deviceFiles.refreshDeviceFiles();
+    m_dependencies.shell.appendInfo(QStringLiteral("Saved %1 to device as %2").arg(name, path));
+    co_await m_dependencies.deviceFiles.refreshDeviceFiles();
     co_return true;
 }
 
@@ -320,24 +321,25 @@ QCoro::Task<bool> DocumentSaver::saveIntoLocalFolder(QUuid id, QString folder, Q
     if (!life)
         co_return false;
     if (!mayReplace) {
-        m_parts.shell.appendInfo(QStringLiteral("Save cancelled — %1 is unchanged.").arg(path));
+        m_dependencies.shell.appendInfo(
+            QStringLiteral("Save cancelled — %1 is unchanged.").arg(path));
         co_return false;
     }
     const bool saved = co_await saveAt(id, path);
     if (life && saved)
-        m_parts.shell.appendInfo(QStringLiteral("Saved %1").arg(path));
+        m_dependencies.shell.appendInfo(QStringLiteral("Saved %1").arg(path));
     co_return saved;
 }
 
 QCoro::Task<bool> DocumentSaver::saveWithDialog(QUuid id)
 {
-    const EditorFile *file = m_parts.documents.file(id);
+    const EditorFile *file = m_dependencies.documents.file(id);
     const auto life = m_life.watch();
     // GCC 12 destroys a conditional expression inside a co_await expression twice.
     QString proposed = file ? file->name() : QStringLiteral("untitled.py");
-    QString folder = m_parts.localFiles.localWorkingDir();
+    QString folder = m_dependencies.localFiles.localWorkingDir();
     while (true) {
-        const QString path = co_await m_parts.prompts.askSavePath(folder, proposed);
+        const QString path = co_await m_dependencies.prompts.askSavePath(folder, proposed);
         if (!life || path.isEmpty())
             co_return false;
         const bool mayReplace = co_await mayReplaceLocalFile(path);
@@ -365,7 +367,7 @@ QCoro::Task<bool> DocumentSaver::mayReplaceLocalFile(QString path)
     question.message = QStringLiteral("%1 already exists in %2. Saving replaces it.")
                            .arg(file.fileName(), displayPath(file.absolutePath()));
     question.confirmTitle = QStringLiteral("Replace");
-    const auto answer = co_await m_parts.prompts.confirm(std::move(question));
+    const auto answer = co_await m_dependencies.prompts.confirm(std::move(question));
     co_return answer.confirmed;
 }
 
@@ -385,13 +387,13 @@ QCoro::Task<bool> DocumentSaver::saveAt(QUuid id, QString path)
     const bool written = co_await writeTo(id, *place, name, DocumentWriter::Check::ReplaceAnything);
     if (!life || !written)
         co_return false;
-    m_parts.localFiles.reload();
+    m_dependencies.localFiles.reload();
     co_return true;
 }
 
 QCoro::Task<bool> DocumentSaver::mayReplaceOpenFile(QUuid id, DocumentPlace place)
 {
-    const EditorFile *other = m_parts.documents.fileAt(place);
+    const EditorFile *other = m_dependencies.documents.fileAt(place);
     if (!other || other->id() == id)
         co_return true;
     UserPrompts::Confirmation question;
@@ -406,7 +408,7 @@ QCoro::Task<bool> DocumentSaver::mayReplaceOpenFile(QUuid id, DocumentPlace plac
     const bool wasModified = other->isModified();
     m_replaceable.remove(otherID);
     const auto life = m_life.watch();
-    const auto answer = co_await m_parts.prompts.confirm(std::move(question));
+    const auto answer = co_await m_dependencies.prompts.confirm(std::move(question));
     if (!life || !answer.confirmed)
         co_return false;
     if (wasModified)
@@ -416,12 +418,12 @@ QCoro::Task<bool> DocumentSaver::mayReplaceOpenFile(QUuid id, DocumentPlace plac
 
 void DocumentSaver::closeReplaced(QUuid id, const DocumentPlace &place)
 {
-    for (EditorFile *file : m_parts.documents.openFiles()) {
+    for (EditorFile *file : m_dependencies.documents.openFiles()) {
         if (file->id() == id || !file->place().isSameFile(place))
             continue;
         const bool isReplaceable = m_replaceable.remove(file->id());
         if (isReplaceable || !file->isModified()) {
-            m_parts.documents.closeFile(file->id());
+            m_dependencies.documents.closeFile(file->id());
         } else {
             file->moveTo(file->name(), DocumentPlace());
             file->setSavedText(std::nullopt);

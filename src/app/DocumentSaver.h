@@ -34,7 +34,7 @@ class DocumentSaver final
 {
 public:
     /// What DocumentSaver works with; all must outlive it.
-    struct Parts
+    struct Dependencies
     {
         OpenFiles &documents;
         DocumentWriter &writer;
@@ -52,7 +52,7 @@ public:
         std::function<bool()> asksBeforeClosing;
     };
 
-    explicit DocumentSaver(Parts parts);
+    explicit DocumentSaver(Dependencies dependencies);
 
     /// Saves the selected document where it belongs, or asks for a name in the browsed folder.
     QCoro::Task<void> save();
@@ -61,11 +61,14 @@ public:
     /// Asks with a save dialog. The document belongs to the chosen local file from then on.
     QCoro::Task<void> saveAs();
     /// Closes a document; asks first when it has edits that are not saved and
-    /// Parts::asksBeforeClosing returns true.
+    /// Dependencies::asksBeforeClosing returns true.
     QCoro::Task<void> close(QUuid id);
 
     /// A document is being saved or sent.
-    [[nodiscard]] bool isWriting() const { return m_running > 0 || m_parts.writer.isWriting(); }
+    [[nodiscard]] bool isWriting() const
+    {
+        return m_running > 0 || m_dependencies.writer.isWriting();
+    }
     /// Returns when nothing is being saved or sent.
     [[nodiscard]] QCoro::Task<void> finished();
     /// The recovery files, in which unsaved edits are kept when the program ends.
@@ -111,7 +114,7 @@ private:
     /// mayReplaceOpenFile() becomes one that is not saved anywhere.
     void closeReplaced(QUuid id, const DocumentPlace &place);
 
-    Parts m_parts;
+    Dependencies m_dependencies;
     std::optional<Recovery> m_recovery;
     QSet<QUuid> m_closing;     // whose question is open
     QSet<QUuid> m_replaceable; // whose edits the user discards when another one replaces them

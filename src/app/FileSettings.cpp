@@ -45,7 +45,7 @@ FileSettings::FileSettings(const QString &path)
             QStringLiteral("The settings in %1 are damaged. What can be read is used.").arg(path));
 }
 
-void FileSettings::tellProblems(std::function<void(const QString &)> onProblem)
+void FileSettings::setProblemHandler(std::function<void(const QString &)> onProblem)
 {
     m_onProblem = std::move(onProblem);
     for (const QString &problem : std::as_const(m_problems))

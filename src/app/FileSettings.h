@@ -21,7 +21,7 @@ public:
 
     /// Calls \p onProblem once for each problem with the file: now for those so far, and for later
     /// ones when they occur. They are logged in any case.
-    void tellProblems(std::function<void(const QString &)> onProblem);
+    void setProblemHandler(std::function<void(const QString &)> onProblem);
 
     /// In the user's configuration folder.
     [[nodiscard]] static QString defaultPath();

@@ -48,10 +48,11 @@ void FilesCopy::Plan::drop(const QStringList &relativePaths)
         [&dropped](const CopyItem &item) { return dropped.contains(item.relativePath); });
 }
 
-FilesCopy::FilesCopy(Parts parts, QObject *parent)
+FilesCopy::FilesCopy(Dependencies dependencies, QObject *parent)
     : QObject(parent)
-    , m_parts(parts)
-    , m_copier(m_parts.link, m_parts.files, m_parts.transfer, m_parts.shell)
+    , m_dependencies(dependencies)
+    , m_copier(m_dependencies.link, m_dependencies.files, m_dependencies.transfer,
+               m_dependencies.shell)
 {
     connect(&m_copier, &BatchCopier::localFilesChanged, this, &FilesCopy::localFilesChanged);
 }
@@ -61,7 +62,7 @@ Async<void> FilesCopy::toDevice(QStringList paths, QString folder)
     if (paths.isEmpty())
         co_return Result<void>();
     const QString firstName = QFileInfo(paths.first()).fileName();
-    if (!m_parts.link.connectionState().isConnected())
+    if (!m_dependencies.link.connectionState().isConnected())
         co_return Error{ErrorCode::NotConnected,
                         u"Connect a device before copying %1."_s.arg(firstName)};
     const auto life = m_life.watch();
@@ -78,8 +79,9 @@ Async<void> FilesCopy::toDevice(QStringList paths, QString folder)
     if (!plan)
         co_return DeviceError::closed();
     for (const QString &line : plan->entries.skippedLines())
-        m_parts.shell.appendInfo(line);
-    const auto found = co_await m_parts.operations.kindsOf(Korvane::paths(plan->entries, folder));
+        m_dependencies.shell.appendInfo(line);
+    const auto found =
+        co_await m_dependencies.operations.kindsOf(Korvane::paths(plan->entries, folder));
     if (!life)
         co_return DeviceError::closed();
     if (!found) {
@@ -104,7 +106,7 @@ Async<void> FilesCopy::fromDevice(QList<DeviceFileNode> nodes, QString folder)
 {
     if (nodes.isEmpty())
         co_return Result<void>();
-    if (!m_parts.link.connectionState().isConnected())
+    if (!m_dependencies.link.connectionState().isConnected())
         co_return Error{ErrorCode::NotConnected,
                         u"Connect a device before copying %1."_s.arg(nodes.first().name)};
     const auto life = m_life.watch();
@@ -123,7 +125,7 @@ Async<void> FilesCopy::fromDevice(QList<DeviceFileNode> nodes, QString folder)
         }
         return kinds;
     };
-    const int connection = m_parts.link.connectionNumber();
+    const int connection = m_dependencies.link.connectionNumber();
     const auto found = co_await m_background.run(look);
     if (!found)
         co_return DeviceError::closed();
@@ -135,7 +137,7 @@ Async<void> FilesCopy::fromDevice(QList<DeviceFileNode> nodes, QString folder)
         co_return DeviceError::closed();
     if (!resolved)
         co_return resolved.error();
-    if (connection != m_parts.link.connectionNumber())
+    if (connection != m_dependencies.link.connectionNumber())
         co_return DeviceError::boardReplaced();
     auto batch = resolved->batchTo(folder);
     batch.targetName = displayPath(folder);
@@ -191,7 +193,7 @@ Result<QStringList> FilesCopy::collisions(const Plan &plan, const QString &folde
 
 Async<FilesCopy::Plan> FilesCopy::resolve(Plan plan, QStringList existing, QString where)
 {
-    const ReplaceAnswer answer = co_await askToReplace(m_parts.prompts, existing, where);
+    const ReplaceAnswer answer = co_await askToReplace(m_dependencies.prompts, existing, where);
     if (answer == ReplaceAnswer::Cancel)
         co_return DeviceError::canceled(u"Copy canceled — nothing was changed."_s);
     if (answer == ReplaceAnswer::Skip)

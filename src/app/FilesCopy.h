@@ -29,7 +29,7 @@ class FilesCopy final : public QObject
 
 public:
     /// What FilesCopy works with; all must outlive it.
-    struct Parts
+    struct Dependencies
     {
         DeviceLink &link;
         DeviceFiles &files;
@@ -39,7 +39,7 @@ public:
         ShellSink &shell;
     };
 
-    explicit FilesCopy(Parts parts, QObject *parent = nullptr);
+    explicit FilesCopy(Dependencies dependencies, QObject *parent = nullptr);
 
     /// Copies local files and folders, by absolute paths, into \p folder of the board.
     [[nodiscard]] Async<void> toDevice(QStringList paths, QString folder);
@@ -79,7 +79,7 @@ private:
     /// Asks about \p existing, and drops them from the plan if they are skipped.
     [[nodiscard]] Async<Plan> resolve(Plan plan, QStringList existing, QString where);
 
-    Parts m_parts;
+    Dependencies m_dependencies;
     Background m_background;
     BatchCopier m_copier;
     Lifetime m_life;

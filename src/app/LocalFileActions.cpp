@@ -127,9 +127,9 @@ Trashed trash(const QStringList &paths)
 
 } // namespace
 
-LocalFileActions::LocalFileActions(Parts parts, QObject *parent)
+LocalFileActions::LocalFileActions(Dependencies dependencies, QObject *parent)
     : QObject(parent)
-    , m_parts(parts)
+    , m_dependencies(dependencies)
 {
 }
 
@@ -151,7 +151,7 @@ Async<void> LocalFileActions::createFile(QString folder)
     prompt.proposedName = u"untitled.py"_s;
     prompt.confirmTitle = u"Create"_s;
     prompt.problem = &LocalFileActions::nameProblem;
-    const QString name = co_await m_parts.prompts.askName(std::move(prompt));
+    const QString name = co_await m_dependencies.prompts.askName(std::move(prompt));
     if (!life || name.isEmpty())
         co_return Result<void>();
     if (const QString problem = nameProblem(name); !problem.isEmpty())
@@ -169,7 +169,7 @@ Async<void> LocalFileActions::createFile(QString folder)
         co_return alreadyExists(name, folder);
     if (!*created)
         co_return failure(u"Could not create “%1”"_s.arg(name), created->error());
-    m_parts.files.reload();
+    m_dependencies.files.reload();
     emit entryPlaced(path);
     emit fileCreated(path);
     co_return Result<void>();
@@ -202,7 +202,7 @@ Async<void> LocalFileActions::rename(QString path, QString name)
         question.message = u"%1 already exists in %2. Renaming “%3” replaces it, and what it holds "
                            "is lost."_s.arg(name, displayPath(folder), oldName);
         question.confirmTitle = u"Replace"_s;
-        const auto answer = co_await m_parts.prompts.confirm(std::move(question));
+        const auto answer = co_await m_dependencies.prompts.confirm(std::move(question));
         if (!life)
             co_return Error{ErrorCode::Closed, {}};
         if (!answer.confirmed)
@@ -214,7 +214,7 @@ Async<void> LocalFileActions::rename(QString path, QString name)
         co_return Error{ErrorCode::Closed, {}};
     if (!moved)
         co_return failure(u"Could not rename “%1” to “%2”"_s.arg(oldName, name), moved.error());
-    m_parts.files.reload();
+    m_dependencies.files.reload();
     emit entryPlaced(target);
     co_return Result<void>();
 }
@@ -251,7 +251,7 @@ Async<void> LocalFileActions::move(QStringList paths, QString folder)
         collisions << name;
     }
     const QString where = u"in %1"_s.arg(displayPath(folder));
-    const ReplaceAnswer answer = co_await askToReplace(m_parts.prompts, collisions, where);
+    const ReplaceAnswer answer = co_await askToReplace(m_dependencies.prompts, collisions, where);
     if (!life)
         co_return Error{ErrorCode::Closed, {}};
     if (answer == ReplaceAnswer::Cancel)
@@ -270,7 +270,7 @@ Async<void> LocalFileActions::move(QStringList paths, QString folder)
                                                                 displayPath(folder)),
                              moved.error());
     }
-    m_parts.files.reload();
+    m_dependencies.files.reload();
     if (failed)
         co_return *failed;
     co_return Result<void>();
@@ -286,9 +286,9 @@ Async<void> LocalFileActions::moveEntry(QString from, QString to, Existing exist
     if (!places)
         co_return Error{ErrorCode::Closed, {}};
     // A document that is written after the move would create its old file again.
-    while (m_parts.writer.isWritingWithin(places->from)
-           || m_parts.writer.isWritingWithin(places->to)) {
-        co_await m_parts.writer.finished();
+    while (m_dependencies.writer.isWritingWithin(places->from)
+           || m_dependencies.writer.isWritingWithin(places->to)) {
+        co_await m_dependencies.writer.finished();
         if (!life)
             co_return Error{ErrorCode::Closed, {}};
     }
@@ -300,7 +300,7 @@ Async<void> LocalFileActions::moveEntry(QString from, QString to, Existing exist
     if (!moved)
         co_return Error{ErrorCode::Closed, {}};
     if (*moved)
-        m_parts.documents.followMove(places->from, places->to);
+        m_dependencies.documents.followMove(places->from, places->to);
     co_return *moved;
 }
 
@@ -320,7 +320,7 @@ Async<void> LocalFileActions::moveToTrash(QStringList paths)
         u"Removes %1 from %2. What is in the trash can be restored until that is emptied."_s.arg(
             listOfNames(names), folder);
     question.confirmTitle = u"Move to Trash"_s;
-    const auto answer = co_await m_parts.prompts.confirm(std::move(question));
+    const auto answer = co_await m_dependencies.prompts.confirm(std::move(question));
     if (!life)
         co_return Error{ErrorCode::Closed, {}};
     if (!answer.confirmed)
@@ -330,8 +330,8 @@ Async<void> LocalFileActions::moveToTrash(QStringList paths)
     if (!trashed)
         co_return Error{ErrorCode::Closed, {}};
     for (const DocumentPlace &place : trashed->places)
-        m_parts.documents.markDeleted(place);
-    m_parts.files.reload();
+        m_dependencies.documents.markDeleted(place);
+    m_dependencies.files.reload();
     if (trashed->failed)
         co_return *trashed->failed;
     co_return Result<void>();

@@ -23,7 +23,7 @@ class LocalFileActions final : public QObject
 
 public:
     /// What LocalFileActions works with; all must outlive it.
-    struct Parts
+    struct Dependencies
     {
         OpenFiles &documents;
         DocumentWriter &writer;
@@ -31,7 +31,7 @@ public:
         UserPrompts &prompts;
     };
 
-    explicit LocalFileActions(Parts parts, QObject *parent = nullptr);
+    explicit LocalFileActions(Dependencies dependencies, QObject *parent = nullptr);
 
     /// Why a file or folder cannot be named \p name, for the user; empty when it can.
     [[nodiscard]] static QString nameProblem(const QString &name);
@@ -55,7 +55,7 @@ private:
 
     [[nodiscard]] Async<void> moveEntry(QString from, QString to, Existing existing);
 
-    Parts m_parts;
+    Dependencies m_dependencies;
     Background m_background;
     Lifetime m_life;
 };

@@ -73,7 +73,8 @@ public:
     /// The rates that can be chosen, in baud, ascending.
     [[nodiscard]] static const QList<int> &baudRates();
 
-    /// Each is for an \p id of that kind; text() is for texts and choices.
+    /// The stored value, or the default when there is none or it is not valid. The kind of \p id
+    /// must be that of the function; text() is for Kind::Text and Kind::Choice.
     [[nodiscard]] bool flag(Id id) const;
     [[nodiscard]] int number(Id id) const;
     [[nodiscard]] QString text(Id id) const;

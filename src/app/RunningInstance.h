@@ -30,8 +30,9 @@ public:
     /// instances with different settings are independent. Empty when there is no such folder.
     [[nodiscard]] static QString defaultPath();
 
-    /// Sends \p commandLine to the program that listens at \p path. False when none answers within
-    /// a second; the caller then opens a window of its own.
+    /// Sends \p commandLine to the program that listens at \p path. False when none accepts it; the
+    /// caller then opens a window of its own. Blocks for at most a second each to connect, for
+    /// every write and for the answer.
     [[nodiscard]] static bool handOver(const CommandLine &commandLine, const QString &path);
 
     /// Listens at \p path and replaces a socket without a listening process. Failing to listen

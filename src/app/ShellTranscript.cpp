@@ -12,31 +12,31 @@ ShellTranscript::ShellTranscript(QObject *parent)
 
 void ShellTranscript::appendLine(const QString &text, REPLLine::Kind kind)
 {
-    addOutput(m_cleaner.pause());
+    addOutput(m_filter.pause());
     addLine(text, kind);
 }
 
 void ShellTranscript::appendOutput(const QString &text)
 {
-    addOutput(m_cleaner.feed(text));
+    addOutput(m_filter.feed(text));
 }
 
 void ShellTranscript::flushOutput()
 {
-    addOutput(m_cleaner.finish());
+    addOutput(m_filter.finish());
 }
 
 void ShellTranscript::appendReplMessage(const QString &text)
 {
     if (m_showsReplMessages)
-        addOutput(m_cleaner.feed(text), Source::Repl);
+        addOutput(m_filter.feed(text), Source::Repl);
 }
 
 void ShellTranscript::clear()
 {
     // A line end that is held back is dropped with its line. The start of an escape sequence is
     // kept, because its rest would be shown as text without it.
-    m_cleaner.dropLineEnd();
+    m_filter.dropLineEnd();
     m_replLines.clear();
     m_characters = 0;
     emit cleared();

@@ -60,7 +60,7 @@ private:
     void trim();
 
     QList<REPLLine> m_replLines;
-    AnsiFilter m_cleaner;
+    AnsiFilter m_filter;
     bool m_showsReplMessages = true;
     qsizetype m_limit = 100'000'000;
     qsizetype m_characters = 0; // of all lines

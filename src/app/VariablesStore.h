@@ -25,6 +25,7 @@ public:
                    QObject *parent = nullptr);
 
     [[nodiscard]] const QList<PythonVariable> &variables() const { return m_variables; }
+    /// Replaces the rows and emits variablesChanged(), also when they are the same.
     void setVariables(const QList<PythonVariable> &variables);
 
     /// Reads the variables of that interpreter. While the board is busy the table is not changed,

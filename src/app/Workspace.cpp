@@ -74,9 +74,9 @@ Workspace::Workspace(AppState &state, const QString &path, QObject *parent)
     , m_state(state)
     , m_path(path)
 {
-    m_delay.setSingleShot(true);
-    m_delay.setInterval(1s);
-    connect(&m_delay, &QTimer::timeout, this, &Workspace::save);
+    m_saveDelay.setSingleShot(true);
+    m_saveDelay.setInterval(1s);
+    connect(&m_saveDelay, &QTimer::timeout, this, &Workspace::save);
     const OpenFiles &documents = state.documents();
     connect(&documents, &OpenFiles::openFilesChanged, this, &Workspace::noteFiles);
     connect(&documents, &OpenFiles::fileChanged, this, &Workspace::noteFiles);
@@ -202,7 +202,7 @@ WorkspaceFile Workspace::snapshot()
     WorkspaceFile file;
     const OpenFiles &documents = m_state.documents();
     for (const EditorFile *open : documents.openFiles()) {
-        if (open->place().kind == DocumentPlace::Kind::Nowhere
+        if (open->place().kind == DocumentPlace::Kind::None
             || file.documents.size() == WorkspaceFile::maxDocuments)
             continue;
         if (open->id() == documents.selectedFileID())
@@ -221,7 +221,7 @@ WorkspaceFile Workspace::snapshot()
 
 void Workspace::save()
 {
-    m_delay.stop();
+    m_saveDelay.stop();
     if (!m_isReady)
         return;
     const QByteArray json = snapshot().toJson();
@@ -234,8 +234,8 @@ void Workspace::save()
 
 void Workspace::note()
 {
-    if (m_isReady && !m_delay.isActive())
-        m_delay.start();
+    if (m_isReady && !m_saveDelay.isActive())
+        m_saveDelay.start();
 }
 
 void Workspace::noteFiles()
@@ -277,7 +277,7 @@ void Workspace::keepClosing(const QUuid &id)
         return;
     m_collect();
     Closed closed{file->name(), describe(*file), {}, file->savedText()};
-    if (file->isModified() || file->place().kind == DocumentPlace::Kind::Nowhere)
+    if (file->isModified() || file->place().kind == DocumentPlace::Kind::None)
         closed.text = file->text();
     m_closed << closed;
     if (m_closed.size() > maxClosed)

@@ -41,15 +41,17 @@ public:
 
     /// Reads the state file, once, and opens what the preference says. Files that can't be read are
     /// named in one line of the Shell. The first, empty document is closed when there are others.
+    /// The task may be dropped.
     QCoro::Task<void> restore();
     /// Writes the state now. Does nothing when it equals what was written last, and before
     /// restore() has finished.
     void save();
 
     /// Opens the document that was closed last, with the edits that it had. Does nothing when there
-    /// is none.
+    /// is none. The task may be dropped.
     QCoro::Task<void> reopenClosed();
-    /// Opens the documents of the connected board that were open when the program ended.
+    /// Opens the documents of the connected board that were open when the program ended. The task
+    /// may be dropped.
     QCoro::Task<void> openBoardDocuments();
 
     [[nodiscard]] const QStringList &recentFiles() const { return m_recentFiles; }
@@ -89,7 +91,7 @@ private:
     std::function<void()> m_collect = [] {};
     bool m_isReady = false;
     QByteArray m_written;
-    QTimer m_delay;
+    QTimer m_saveDelay;
     QHash<QUuid, QString> m_knownPaths;
     QStringList m_recentFiles;
     QStringList m_recentFolders;

@@ -72,7 +72,7 @@ WorkspaceFile WorkspaceFile::fromJson(const QByteArray &json)
     const QJsonArray documents = content[documentsKey].toArray();
     for (qsizetype i = 0; i < std::min(documents.size(), maxDocuments); ++i) {
         const Document document = documentIn(documents[i].toObject());
-        if (document.place.kind != DocumentPlace::Kind::Nowhere)
+        if (document.place.kind != DocumentPlace::Kind::None)
             file.documents << document;
         else if (i == file.selected)
             file.selected = -1;

@@ -37,7 +37,7 @@ struct REPLLine
     QUuid id = QUuid::createUuid();
     /// The parts of a line of output that the board's REPL wrote itself; ascending.
     QList<Range> replMessages = {};
-    /// The run that wrote the line, as of ShellTranscript::beginRun; 0 for none.
+    /// The run that wrote the line: a number of ShellTranscript::beginRun; 0 for none.
     int run = 0;
 };
 

@@ -22,8 +22,8 @@ public:
     /// program output.
     virtual void appendReplMessage(const QString &text) { appendOutput(text); }
 
-    /// Adds a notice of one line. Control characters of the names in it are shown as signs, so that
-    /// no name can add a notice of its own.
+    /// Adds a notice of one line. Control characters of the names in it are shown as symbols, so
+    /// that no name can add a notice of its own.
     void appendInfo(const QString &text)
     {
         appendLine(VisibleText::line(text), REPLLine::Kind::Info);

@@ -26,7 +26,7 @@ bool isHidden(char32_t character)
     }
 }
 
-QString sign(char32_t character)
+QString visibleForm(char32_t character)
 {
     if (character < 0x20)
         return QString(QChar(static_cast<char16_t>(firstControlPicture + character)));
@@ -48,7 +48,7 @@ QString shown(const QString &text, LineEnds lineEnds)
         const bool isKept =
             lineEnds == LineEnds::Kept && (character == U'\n' || character == U'\t');
         if (isHidden(character) && !isKept)
-            result += sign(character);
+            result += visibleForm(character);
         else
             result += QChar::fromUcs4(character);
     }

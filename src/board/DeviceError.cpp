@@ -9,7 +9,7 @@ namespace Korvane::DeviceError {
 
 namespace {
 
-/// The exception line of a traceback: its last line that is not empty, without blanks and tabs
+/// The exception line of a traceback: its last line that is not empty, without spaces and tabs
 /// around it.
 QString lastLine(const QString &traceback)
 {

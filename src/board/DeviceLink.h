@@ -128,7 +128,7 @@ public:
     [[nodiscard]] RawPaste::Support &rawPaste() { return m_rawPaste; }
     /// Identifies the board, also after reconnecting: the USB serial number of the connected port,
     /// or the port's path and the board's unique id, or the path alone for a board without one. The
-    /// id is read once for each connection. Errors as of executeOnDevice.
+    /// id is read once for each connection. Errors: those of executeOnDevice.
     [[nodiscard]] Async<QString> boardIdentity();
 
 signals:

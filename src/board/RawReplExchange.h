@@ -32,7 +32,7 @@ public:
     using WhenBusy = RawReplHandshake::WhenBusy;
     enum class Prompt {
         Friendly,
-        /// The raw REPL's: the board was left there by the command before.
+        /// The raw REPL's: the board was left there by the previous command.
         Raw,
     };
 

@@ -21,7 +21,7 @@ QString script(QLatin1StringView name)
     return pythonResource(QLatin1StringView(path));
 }
 
-/// What follows the first \p marker, split at blanks into \p count fields at most; the last field
+/// What follows the first \p marker, split at spaces into \p count fields at most; the last field
 /// holds the rest.
 std::optional<QStringList> fieldsAfter(const QString &output, QLatin1StringView marker, int count)
 {
@@ -33,11 +33,11 @@ std::optional<QStringList> fieldsAfter(const QString &output, QLatin1StringView 
         rest.chop(1);
     QStringList fields;
     while (fields.size() < count - 1) {
-        const qsizetype blank = rest.indexOf(u' ');
-        if (blank < 0)
+        const qsizetype space = rest.indexOf(u' ');
+        if (space < 0)
             return std::nullopt;
-        fields << rest.first(blank).toString();
-        rest = rest.sliced(blank + 1);
+        fields << rest.first(space).toString();
+        rest = rest.sliced(space + 1);
     }
     fields << rest.toString();
     return fields;

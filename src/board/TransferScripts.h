@@ -34,8 +34,8 @@ enum class Encoding { Base64, Literal };
 
 /// Opens the file at \p path for `readPiece`. Prints "__OK__".
 [[nodiscard]] QString openToRead(const QString &path, const BoardCapabilities &board);
-/// Yields up to \p maxBytes from \p offset on, which is where the piece before ended or began: a
-/// piece can be requested again, also with another size. Prints "__PIECE__", the length in bytes,
+/// Yields up to \p maxBytes from \p offset on, which is where the previous piece ended or began:
+/// a piece can be requested again, also with another size. Prints "__PIECE__", the length in bytes,
 /// the CRC-32 (0 without binascii.crc32) and the bytes.
 [[nodiscard]] QString readPiece(qint64 offset, qsizetype maxBytes, Encoding encoding);
 /// The encoding that is shorter for \p bytes and that the board offers.

@@ -39,7 +39,7 @@ public:
         /// Makes the operation one that can be canceled, and starts to measure its rate; with
         /// notCancelable it can't be canceled any more.
         void setTotal(qint64 totalBytes);
-        /// From half a second after setTotal on, the progress is shown behind the text.
+        /// From half a second after setTotal on, the progress is shown after the text.
         void setDone(qint64 doneBytes);
         [[nodiscard]] bool isCanceled() const { return m_isCanceled; }
         /// Reports to this operation, which must outlive the transfer. \p before is what was moved

@@ -57,13 +57,13 @@ DocumentPlace DocumentPlace::localEntry(const QString &path)
 
 bool DocumentPlace::isSameFile(const DocumentPlace &other) const
 {
-    return kind != Kind::Nowhere && kind == other.kind && board == other.board
+    return kind != Kind::None && kind == other.kind && board == other.board
         && canonicalPath == other.canonicalPath;
 }
 
 bool DocumentPlace::isWithin(const DocumentPlace &other) const
 {
-    return kind != Kind::Nowhere && kind == other.kind && board == other.board
+    return kind != Kind::None && kind == other.kind && board == other.board
         && (isPathWithin(canonicalPath, other.canonicalPath) || isPathWithin(path, other.path));
 }
 
@@ -92,7 +92,7 @@ DocumentPlace DocumentPlace::readFrom(const QJsonObject &object)
 void DocumentPlace::writeTo(QJsonObject &object) const
 {
     switch (kind) {
-    case Kind::Nowhere:
+    case Kind::None:
         break;
     case Kind::Local:
         object[pathKey] = path;

@@ -9,9 +9,9 @@ namespace Korvane {
 /// The file that a document belongs to: none, a local file, or a file of one board.
 struct DocumentPlace
 {
-    enum class Kind { Nowhere, Local, Board };
+    enum class Kind { None, Local, Board };
 
-    Kind kind = Kind::Nowhere;
+    Kind kind = Kind::None;
     /// The path with which the file was opened or saved.
     QString path;
     /// The identity of the board; empty elsewhere.
@@ -30,17 +30,17 @@ struct DocumentPlace
     /// The entry at \p path itself, also when that is a link: the canonical path is that of its
     /// folder and its name. Reads the disk: not on the main thread.
     [[nodiscard]] static DocumentPlace localEntry(const QString &path);
-    /// Whether both are the same file. False when one of them is of kind Nowhere.
+    /// Whether both are the same file. False when one of them is of kind None.
     [[nodiscard]] bool isSameFile(const DocumentPlace &other) const;
     /// Whether this is \p other, or below it when that is a folder.
     [[nodiscard]] bool isWithin(const DocumentPlace &other) const;
     /// The new place of this file after \p from, which it must be within, was moved to \p to.
     [[nodiscard]] DocumentPlace moved(const DocumentPlace &from, const DocumentPlace &to) const;
 
-    /// The place that `writeTo` has written into \p object; nowhere when there is none, or when its
-    /// path is not absolute.
+    /// The place that `writeTo` has written into \p object. Of kind None when there is none, or
+    /// when its path is not absolute.
     [[nodiscard]] static DocumentPlace readFrom(const QJsonObject &object);
-    /// Adds "path", or "devicePath" and "board", to \p object; nothing for nowhere.
+    /// Adds "path", or "devicePath" and "board", to \p object; nothing for kind None.
     void writeTo(QJsonObject &object) const;
 
     friend bool operator==(const DocumentPlace &, const DocumentPlace &) = default;

@@ -2,14 +2,15 @@
 
 namespace Korvane {
 
-Async<DocumentStore::Held> DocumentStore::compare(DocumentPlace place, QList<QByteArray> contents)
+Async<DocumentStore::Comparison> DocumentStore::compare(DocumentPlace place,
+                                                        QList<QByteArray> contents)
 {
     const auto bytes = co_await read(std::move(place));
     if (!bytes)
         co_return bytes.error();
     if (!*bytes)
-        co_return Held::NoFile;
-    co_return contents.contains(**bytes) ? Held::Expected : Held::Other;
+        co_return Comparison::NoFile;
+    co_return contents.contains(**bytes) ? Comparison::Equal : Comparison::Different;
 }
 
 } // namespace Korvane

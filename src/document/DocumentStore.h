@@ -14,7 +14,7 @@ namespace Korvane {
 class DocumentStore
 {
 public:
-    enum class Held { NoFile, Expected, Other };
+    enum class Comparison { NoFile, Equal, Different };
 
     virtual ~DocumentStore() = default;
 
@@ -22,7 +22,8 @@ public:
     [[nodiscard]] virtual Async<std::optional<QByteArray>> read(DocumentPlace place) = 0;
     /// Whether the file holds one of \p contents; reads it. A failure with ErrorCode::NoRawREPL has
     /// the message that write() would give.
-    [[nodiscard]] virtual Async<Held> compare(DocumentPlace place, QList<QByteArray> contents);
+    [[nodiscard]] virtual Async<Comparison> compare(DocumentPlace place,
+                                                    QList<QByteArray> contents);
     /// Creates or replaces the file, without asking. \p name is the document's, for messages.
     [[nodiscard]] virtual Async<void> write(DocumentPlace place, QString text, QString name) = 0;
 };

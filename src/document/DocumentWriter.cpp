@@ -122,17 +122,18 @@ Async<DocumentWriter::Outcome> DocumentWriter::carryOut(std::shared_ptr<Queue> q
             if (content)
                 ours << *content;
         }
-        const auto held = co_await storeOf(queue->place).compare(queue->place, std::move(ours));
+        const auto comparison =
+            co_await storeOf(queue->place).compare(queue->place, std::move(ours));
         if (!life)
             co_return Error{ErrorCode::Closed, {}};
-        if (!held && held.error().code == ErrorCode::Canceled)
+        if (!comparison && comparison.error().code == ErrorCode::Canceled)
             co_return notReplaced(queue->place);
-        if (!held && held.error().code == ErrorCode::NoRawREPL)
-            co_return held.error(); // the board may be free again at once, its file unread
-        const bool isUnknown = !held && !failsToWriteToo(held.error().code);
-        if (isUnknown || (held && *held == DocumentStore::Held::Other)) {
+        if (!comparison && comparison.error().code == ErrorCode::NoRawREPL)
+            co_return comparison.error(); // the board may be free again at once, its file unread
+        const bool isUnknown = !comparison && !failsToWriteToo(comparison.error().code);
+        if (isUnknown || (comparison && *comparison == DocumentStore::Comparison::Different)) {
             // GCC 12 destroys a conditional expression inside a co_await expression twice.
-            const QString whyUnknown = isUnknown ? held.error().message : QString();
+            const QString whyUnknown = isUnknown ? comparison.error().message : QString();
             const auto answer = co_await askToReplace(queue, job, whyUnknown);
             if (!life)
                 co_return Error{ErrorCode::Closed, {}};

@@ -16,14 +16,14 @@ class DocumentStore;
 class UserPrompts;
 
 /// Writes documents to files, in order for each file: one write at a time, and a newer text
-/// replaces one that is still waiting. A document is unmodified when its file holds its text, so a
+/// replaces one that is still queued. A document is unmodified when its file holds its text, so a
 /// write that ends after further edits leaves it modified. Main thread only.
 class DocumentWriter final
 {
 public:
     enum class Outcome {
         Written,
-        /// A newer text was written, or is waiting to be.
+        /// A newer text was written, or is queued.
         Superseded,
         /// The file was changed by another program, and the user chose to save under another name.
         SaveAsRequested,

@@ -103,9 +103,8 @@ void EditorFile::insertText(QTextCursor &cursor, QString text)
     const QTextBlock first = m_storage->findBlock(cursor.selectionStart());
     const QTextBlock last = m_storage->findBlock(cursor.selectionEnd());
     const qsizetype before = cursor.selectionStart() - first.position();
-    const qsizetype behind = last.position() + last.length() - 1 - cursor.selectionEnd();
-    text =
-        m_longLines.breakUp(TextFormat().detach(text), {first.blockNumber() + 1, before, behind});
+    const qsizetype after = last.position() + last.length() - 1 - cursor.selectionEnd();
+    text = m_longLines.breakUp(TextFormat().detach(text), {first.blockNumber() + 1, before, after});
     cursor.insertText(text);
     m_longLines.forgetInsertion();
 }
@@ -158,7 +157,7 @@ void EditorFile::reload(const DocumentText &text)
 
 bool EditorFile::isUntouched() const
 {
-    return m_place.kind == DocumentPlace::Kind::Nowhere && !m_isModified && content().isEmpty()
+    return m_place.kind == DocumentPlace::Kind::None && !m_isModified && content().isEmpty()
         && !m_storage->isUndoAvailable() && !m_storage->isRedoAvailable();
 }
 

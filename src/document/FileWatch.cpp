@@ -174,7 +174,7 @@ Async<std::optional<QByteArray>> FileWatch::read(QUuid id)
 {
     const EditorFile *file = m_documents.file(id);
     const Error dropped{ErrorCode::Closed, {}};
-    if (!file || file->place().kind == DocumentPlace::Kind::Nowhere
+    if (!file || file->place().kind == DocumentPlace::Kind::None
         || m_writer.isWriting(file->place()))
         co_return dropped;
     const auto life = m_life.watch();

@@ -37,15 +37,18 @@ public:
     /// dropped.
     QCoro::Task<void> check();
     /// Compares one document; does nothing for one that is not local or is being written.
+    /// The task may be dropped.
     QCoro::Task<void> check(QUuid id);
-    /// The same for a document of a board; does nothing when that board does not answer.
+    /// The same for a document of a board; does nothing when that board does not answer. The
+    /// task may be dropped.
     QCoro::Task<void> checkOnBoard(QUuid id);
     /// Replaces the document's text by that of its file, as one edit that can be undone; marks the
     /// document when the file was deleted. Fails when the file cannot be read or is not UTF-8, and
     /// with `Closed` when the document is saved, moved or closed meanwhile.
     [[nodiscard]] Async<void> reload(QUuid id);
     /// Keeps the document's text: the current content of its file counts as read, and saving
-    /// replaces it without a question. When the file cannot be read, saving asks.
+    /// replaces it without a question. When the file cannot be read, saving asks. The
+    /// task may be dropped.
     QCoro::Task<void> keep(QUuid id);
 
 private:

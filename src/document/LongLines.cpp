@@ -50,7 +50,7 @@ QString LongLines::breakUp(const QString &text, const Place &place)
         ++line;
     }
     // Otherwise repeated pasting at the same position would make a piece of any length.
-    if (before + text.size() - start + place.behind > 2 * maxLength)
+    if (before + text.size() - start + place.after > 2 * maxLength)
         breakAt(text.size());
     inserted.lastLine = line;
     m_inserted = inserted;

@@ -29,7 +29,7 @@ public:
     {
         int line = 1;
         qsizetype before = 0;
-        qsizetype behind = 0;
+        qsizetype after = 0;
     };
 
     /// Returns \p text with line ends where its lines must be broken. The next call of `follow`

@@ -18,8 +18,8 @@ namespace {
 
 bool isUnsaved(const EditorFile &file)
 {
-    const bool isNowhere = file.place().kind == DocumentPlace::Kind::Nowhere;
-    return file.isModified() || (isNowhere && !file.content().isEmpty());
+    const bool hasNoPlace = file.place().kind == DocumentPlace::Kind::None;
+    return file.isModified() || (hasNoPlace && !file.content().isEmpty());
 }
 
 RecoveryCopy copyOf(const EditorFile &file)
@@ -110,7 +110,7 @@ RecoveryFiles::RecoveryFiles(OpenFiles &documents, ShellSink &shell, const QStri
     connect(&documents, &OpenFiles::contentChanged, this, &RecoveryFiles::noteChange);
     connect(&documents, &OpenFiles::fileChanged, this, &RecoveryFiles::noteChange);
     connect(&documents, &OpenFiles::unsavedClosing, this, &RecoveryFiles::keepClosing);
-    connect(&documents, &OpenFiles::openFilesChanged, this, &RecoveryFiles::follow);
+    connect(&documents, &OpenFiles::openFilesChanged, this, &RecoveryFiles::handleDocumentsChanged);
     findLeftovers();
 }
 
@@ -132,7 +132,7 @@ bool RecoveryFiles::hasPending() const
     return !m_changed.isEmpty() || !m_closed.isEmpty() || m_runningWrites > 0;
 }
 
-void RecoveryFiles::follow()
+void RecoveryFiles::handleDocumentsChanged()
 {
     for (const EditorFile *file : m_documents.openFiles()) {
         if (isUnsaved(*file) && !m_kept.contains(file->id()))

@@ -72,13 +72,13 @@ public:
     [[nodiscard]] const QList<Leftover> &leftovers() const { return m_leftovers; }
     /// Opens it as a document with unsaved text and the saved text that was stored with it. If the
     /// file is already open without edits, its document gets the text as an edit; if it has edits,
-    /// the text becomes a document that is not saved anywhere.
+    /// the text becomes a document that is not saved anywhere. The task may be dropped.
     QCoro::Task<void> open(Leftover leftover);
-    /// Deletes the recovery files.
+    /// Deletes the recovery files. The task may be dropped.
     QCoro::Task<void> discard(QList<Leftover> leftovers);
     /// Writes what is pending now, and removes the recovery files of documents that are saved or
     /// closed. Ends when all of that, and what was being written before, is on the disk; a failure
-    /// is reported in the Shell.
+    /// is reported in the Shell. The task may be dropped.
     QCoro::Task<void> flush();
 
 signals:
@@ -90,7 +90,7 @@ private:
     struct Change;
     struct Failures;
 
-    void follow();
+    void handleDocumentsChanged();
     void keepClosing(const QUuid &id);
     void noteChange(const QUuid &id);
     [[nodiscard]] QString ownCopy(const QUuid &id) const;

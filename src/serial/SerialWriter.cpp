@@ -16,7 +16,7 @@ SerialWriter::SerialWriter(QObject *parent)
 {
     m_stallTimer.setSingleShot(true);
     // Tries once more: the driver may have room, and the event loop was too busy to report it.
-    connect(&m_stallTimer, &QTimer::timeout, this, [this] { drain(WithoutProgress::Fails); });
+    connect(&m_stallTimer, &QTimer::timeout, this, [this] { drain(OnStall::Fail); });
 }
 
 void SerialWriter::start(int descriptor)
@@ -25,8 +25,7 @@ void SerialWriter::start(int descriptor)
     m_descriptor = descriptor;
     m_notifier = new QSocketNotifier(descriptor, QSocketNotifier::Write, this);
     m_notifier->setEnabled(false);
-    connect(m_notifier, &QSocketNotifier::activated, this,
-            [this] { drain(WithoutProgress::Waits); });
+    connect(m_notifier, &QSocketNotifier::activated, this, [this] { drain(OnStall::KeepWaiting); });
 }
 
 void SerialWriter::stop()
@@ -112,7 +111,7 @@ int SerialWriter::handOver()
     return 0;
 }
 
-void SerialWriter::drain(WithoutProgress outcome)
+void SerialWriter::drain(OnStall onStall)
 {
     const qsizetype before = m_pendingBytes;
     if (before == 0)
@@ -122,7 +121,7 @@ void SerialWriter::drain(WithoutProgress outcome)
     } else if (m_pendingBytes == 0) {
         m_notifier->setEnabled(false);
         emit drained();
-    } else if (m_pendingBytes == before && outcome == WithoutProgress::Fails) {
+    } else if (m_pendingBytes == before && onStall == OnStall::Fail) {
         fail({ErrorCode::SerialPort,
               QStringLiteral("The board has accepted no data for %1 s")
                   .arg(std::chrono::duration<double>(m_stallTimeout).count()),

@@ -35,7 +35,7 @@ public:
     /// Hands the bytes to the driver at once where it accepts them, and queues the rest. False when
     /// stopped, or when the driver refuses the write; then nothing is queued.
     bool write(QByteArrayView bytes);
-    /// The same, ahead of all items that have not been begun, behind other urgent ones.
+    /// The same, ahead of all items that have not been begun, after other urgent ones.
     bool writeUrgent(QByteArrayView bytes);
     /// Drops what the driver has not accepted, also the rest of an item that has been begun.
     void discardPending();
@@ -52,12 +52,12 @@ signals:
     void failed(const Korvane::Error &error);
 
 private:
-    enum class WithoutProgress { Waits, Fails };
+    enum class OnStall { KeepWaiting, Fail };
 
     bool enqueue(std::deque<QByteArray> &queue, QByteArrayView bytes);
     /// Writes what the driver accepts. Returns 0 or the errno of a refusal.
     int handOver();
-    void drain(WithoutProgress outcome);
+    void drain(OnStall onStall);
     void fail(const Error &error);
 
     int m_descriptor = -1;

@@ -30,6 +30,8 @@ public:
     /// Starts the interpreter in the home folder; commands may be written at once. A failed launch
     /// is reported by `launchFailed`, perhaps inside this call.
     void start(const QString &interpreter);
+    /// Bytes that are written before the interpreter is launched are kept until then. A failure is
+    /// reported by `writeFailed`.
     void write(const QByteArray &bytes);
     /// Sends SIGINT.
     void interrupt();

@@ -57,6 +57,7 @@ public:
     /// Runs one line typed into the Shell; the value of an expression is printed.
     /// Tracebacks name \p path, or "<shell>" when it is empty.
     QCoro::Task<RunResult> runShell(QString code, QString path = {});
+    /// Reads the table of variables; of the user's code, only `__repr__` of the values runs.
     QCoro::Task<RunResult> readVariables();
     /// Replaces the child at once and yields the empty table of the new one. A request in progress
     /// fails with "Interrupted.". Emits a notice unless no interpreter was found.

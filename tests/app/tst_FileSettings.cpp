@@ -73,12 +73,12 @@ private slots:
         QStringList problems;
         const auto note = [&problems](const QString &text) { problems << text; };
         FileSettings broken(place.path);
-        broken.tellProblems(note);
+        broken.setProblemHandler(note);
         QVERIFY(problems.takeFirst().contains(u"damaged"_s) && problems.isEmpty());
         broken.setFlag(Settings::serverEnabled, true);
         QVERIFY(FileSettings(place.path).flag(Settings::serverEnabled));
         FileSettings nowhere(place.folder.path()); // a folder
-        nowhere.tellProblems(note);
+        nowhere.setProblemHandler(note);
         nowhere.setText(Settings::serverToken, u"kept"_s);
         nowhere.setText(Settings::serverToken, u"kept"_s);
         QCOMPARE(problems.filter(u"could not be written"_s).size(), 1);

@@ -71,7 +71,7 @@ KorvaneApp::KorvaneApp()
                                                 .prompts = m_prompts,
                                                 .historyPath = InputHistory::defaultPath()}))
 {
-    m_settings->tellProblems(
+    m_settings->setProblemHandler(
         [this](const QString &problem) { m_state.shell().appendError(problem); });
     m_recoveryFiles = std::make_unique<RecoveryFiles>(m_state.documents(), m_state.shell(),
                                                       RecoveryFiles::defaultFolder());
