@@ -1,7 +1,7 @@
 // The time from a key to the painted frame: in a QPlainTextEdit without colors and gutter, which is
 // the lower bound on a machine; in the editor; and in the whole program, which handles each edit.
 //
-//   editor        10,000 and 50,000 lines, 5 MB, one line of 1 MB, and one of 4 MB without blanks
+//   editor        10,000 and 50,000 lines, 5 MB, one line of 1 MB, and one of 4 MB without spaces
 //
 // Types, deletes, breaks and joins lines, opens and closes brackets and strings that change the
 // colors of the rest of the file, and undoes it all, at the start, in the middle and at the end.
@@ -221,7 +221,7 @@ int main(int argc, char **argv)
     compare("5 MB", source.first(5'000'000), 1, 0);
     compare("one line of 1 MB", QStringLiteral("x = [1, 'a'] ; ").repeated(66'667), 1, 0);
     // QPlainTextEdit would need an hour for it.
-    isGood = compare("one line of 4 MB without blanks (100 ms allowed)",
+    isGood = compare("one line of 4 MB without spaces (100 ms allowed)",
                      QStringLiteral("0123456789abcdef").repeated(250'000), 1, 100, Floor::Skip)
         && isGood;
     return isGood ? 0 : 1;

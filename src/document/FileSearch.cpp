@@ -25,7 +25,7 @@ constexpr qsizetype binaryProbe = 8'000;
 /// Empty when the file is not UTF-8 text, is too large or cannot be read.
 QString readText(const QString &path)
 {
-    if (QFileInfo(path).size() > FileSearch::largestFile)
+    if (QFileInfo(path).size() > FileSearch::maxFileBytes)
         return {};
     const auto bytes = LocalFile::read(path); // fails for pipes and devices
     if (!bytes || bytes->first(std::min(bytes->size(), binaryProbe)).contains('\0'))
@@ -51,7 +51,7 @@ struct FileSearch::Step
 
     [[nodiscard]] bool isDone() const
     {
-        return outcome.isCut || !outcome.fault.isEmpty() || (folders.isEmpty() && files.isEmpty());
+        return outcome.isCut || !outcome.error.isEmpty() || (folders.isEmpty() && files.isEmpty());
     }
     void listNextFolder();
     void searchNextFile();
@@ -86,11 +86,11 @@ void FileSearch::Step::searchNextFile()
     ++outcome.files;
     auto places = hitsIn(path, text, search);
     if (!places) {
-        outcome.fault = places.error().message;
+        outcome.error = places.error().message;
         return;
     }
-    if (hitCount + places->size() >= mostHits) {
-        places->resize(mostHits - hitCount);
+    if (hitCount + places->size() >= maxHits) {
+        places->resize(maxHits - hitCount);
         outcome.isCut = true;
     }
     hitCount += static_cast<int>(places->size());
@@ -146,7 +146,7 @@ Result<QList<FileSearch::Hit>> FileSearch::hitsIn(const QString &path, const QSt
         hits.append({path, line, static_cast<int>(column),
                      static_cast<int>(std::min<qsizetype>(match.length, end - match.position)),
                      shown.toString(), static_cast<int>(textStart)});
-        if (hits.size() == mostHits)
+        if (hits.size() == maxHits)
             break;
     }
     return hits;

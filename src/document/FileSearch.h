@@ -14,15 +14,15 @@ namespace Korvane {
 
 /// Searches the text files of a folder and of its subfolders, in the background. Leaves out hidden
 /// entries, `__pycache__`, links to folders, files that are not UTF-8 text and those of more than
-/// `largestFile` bytes. Main thread only.
+/// `maxFileBytes` bytes. Main thread only.
 class FileSearch final : public QObject
 {
     Q_OBJECT
 
 public:
     /// The search ends after this number of hits.
-    static constexpr int mostHits = 5'000;
-    static constexpr qint64 largestFile = 16'000'000; // bytes
+    static constexpr int maxHits = 5'000;
+    static constexpr qint64 maxFileBytes = 16'000'000;
 
     /// A place in a file.
     struct Hit
@@ -37,9 +37,9 @@ public:
     struct Outcome
     {
         int files = 0;      // that were visited, also those left out as not text or too large
-        bool isCut = false; // ended at mostHits
+        bool isCut = false; // ended at maxHits
         bool isCanceled = false;
-        QString fault; // of the regular expression; empty without one
+        QString error; // of the regular expression; empty without one
     };
 
     explicit FileSearch(QObject *parent = nullptr);
@@ -53,7 +53,7 @@ public:
     void cancel();
     [[nodiscard]] bool isRunning() const { return m_stop != nullptr; }
 
-    /// The first `mostHits` places in one text, in their order. Fails as TextSearch::find.
+    /// The first `maxHits` places in one text, in their order. Fails as TextSearch::find.
     [[nodiscard]] static Result<QList<Hit>> hitsIn(const QString &path, const QString &text,
                                                    const TextSearch &search);
 

@@ -67,7 +67,7 @@ Place placeAt(QStringView text, int position)
         }
         place.isInString = piece->kind == Kind::String && (isCut || piece->isUnclosed);
         place.last = characters.back();
-        place.isContinued = place.last == u'\\' && piece->kind == Kind::Sign;
+        place.isContinued = place.last == u'\\' && piece->kind == Kind::Other;
         if (piece->kind == Kind::Opening || piece->kind == Kind::Closing) {
             if (const auto opening = place.open.add(text, *piece))
                 place.closed = *opening;
@@ -143,9 +143,9 @@ QString PythonIndentation::shallower(QStringView indentation) const
 {
     if (indentation.endsWith(u'\t'))
         return indentation.chopped(1).toString();
-    const qsizetype blanks = indentation.size() - (indentation.lastIndexOf(u'\t') + 1);
-    const qsizetype beyond = blanks % m_width;
-    return indentation.chopped(std::min(blanks, beyond > 0 ? beyond : m_width)).toString();
+    const qsizetype spaces = indentation.size() - (indentation.lastIndexOf(u'\t') + 1);
+    const qsizetype beyond = spaces % m_width;
+    return indentation.chopped(std::min(spaces, beyond > 0 ? beyond : m_width)).toString();
 }
 
 } // namespace Korvane

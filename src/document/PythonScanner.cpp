@@ -48,7 +48,7 @@ std::optional<PythonPiece> PythonScanner::next()
     const QChar first = m_text[start];
     if (first == u'"' || first == u'\'')
         return scanString();
-    Kind kind = Kind::Sign;
+    Kind kind = Kind::Other;
     ++m_position;
     if (isOfWord(first)) {
         kind = Kind::Word;
@@ -132,13 +132,13 @@ std::optional<BracketPair> bracketAt(QStringView text, int caret)
             continue;
         if (piece->start == caret - 1 || (piece->start == caret && !found))
             found = BracketPair{piece->start, std::nullopt};
-        const std::optional<int> partner = open.add(text, *piece);
+        const std::optional<int> match = open.add(text, *piece);
         if (!found)
             continue;
         if (found->position == piece->start && piece->kind == PythonPiece::Kind::Closing)
-            return BracketPair{piece->start, partner};
-        if (partner == found->position)
-            return BracketPair{*partner, piece->start};
+            return BracketPair{piece->start, match};
+        if (match == found->position)
+            return BracketPair{*match, piece->start};
     }
     return found;
 }

@@ -13,7 +13,7 @@ struct PythonPiece
 {
     enum class Kind {
         Word,
-        Sign, // any other single character
+        Other, // any other single character
         Opening,
         Closing,
         String,
@@ -29,7 +29,7 @@ struct PythonPiece
     bool isUnclosed = false;
 };
 
-/// Divides Python source into pieces, leaving out spaces, tabs and form feeds. Unlike
+/// Splits Python source into pieces, leaving out spaces, tabs and form feeds. Unlike
 /// `PythonColoring`, whose passes are independent, it distinguishes a bracket in the code from one
 /// in a string or a comment. The time is linear in the length of the text.
 class PythonScanner final
@@ -52,7 +52,7 @@ private:
 };
 
 /// The brackets that are open at a place of the source. One that is still open when the one around
-/// it is closed has no partner, and a closing one without an opening one is ignored.
+/// it is closed has no matching bracket, and a closing one without an opening one is ignored.
 class OpenBrackets final
 {
 public:
@@ -71,7 +71,7 @@ private:
 struct BracketPair
 {
     int position;
-    std::optional<int> partner;
+    std::optional<int> match;
 };
 
 /// The bracket directly before \p caret or else directly after it, and the position of the other

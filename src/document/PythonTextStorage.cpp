@@ -56,7 +56,7 @@ PythonTextStorage::PythonTextStorage(const Theme &colors, QObject *parent)
     setUndoRedoEnabled(false);
     setDocumentMargin(margin);
     setUndoRedoEnabled(true);
-    connect(this, &QTextDocument::contentsChange, this, &PythonTextStorage::follow);
+    connect(this, &QTextDocument::contentsChange, this, &PythonTextStorage::handleContentsChange);
     connect(this, &QTextDocument::undoCommandAdded, this, [this] { m_isNewUndoStep = true; });
     connect(this, &QTextDocument::contentsChanged, this, [this] {
         m_coloredRevision = revision(); // which also an edit that changes nothing increases
@@ -94,7 +94,7 @@ void PythonTextStorage::setColors(const Theme &colors)
     emit colored();
 }
 
-void PythonTextStorage::follow(int from, int removed, int added)
+void PythonTextStorage::handleContentsChange(int from, int removed, int added)
 {
     emit charactersEdited(from, removed, added);
     // Where the whole text changes, Qt counts the end of the last block as a character.

@@ -63,7 +63,7 @@ signals:
     /// laid out yet: a slot may call `showColors`, and nothing else.
     void colored();
     /// The characters have changed, except by `setText`. \p undoSteps is the new position in the
-    /// undo history; \p isHistory tells whether the edit was undone or redone. The document is not
+    /// undo history; \p isHistory is true when an edit was undone or redone. The document is not
     /// laid out yet.
     void linesEdited(const LineEdit &edit, int undoSteps, bool isHistory);
     /// The characters have changed, except by `setText`, and the document is laid out.
@@ -73,7 +73,7 @@ signals:
     void textReplaced();
 
 private:
-    void follow(int from, int removed, int added);
+    void handleContentsChange(int from, int removed, int added);
     void publishEdit(int from, QStringView before, QStringView after);
     [[nodiscard]] QString characters(int from, int count) const;
     [[nodiscard]] QList<QTextLayout::FormatRange> formats(const QTextBlock &block) const;

@@ -13,24 +13,24 @@ QString translated(const char *text)
     return QCoreApplication::translate("Korvane::RegularExpression", text);
 }
 
-QString faultOf(UErrorCode status)
+QString errorText(UErrorCode status)
 {
     switch (status) {
     case U_REGEX_MISMATCHED_PAREN:
-        return translated("A parenthesis has no partner");
+        return translated("Unmatched parenthesis");
     case U_REGEX_MISSING_CLOSE_BRACKET:
-        return translated("A “[” has no “]”");
+        return translated("“[” without “]”");
     case U_REGEX_BAD_INTERVAL:
     case U_REGEX_MAX_LT_MIN:
     case U_REGEX_NUMBER_TOO_BIG:
-        return translated("A number of repetitions is wrong");
+        return translated("Invalid number of repetitions");
     case U_REGEX_BAD_ESCAPE_SEQUENCE:
         return translated("Unknown escape sequence");
     case U_REGEX_INVALID_BACK_REF:
     case U_REGEX_INVALID_CAPTURE_GROUP_NAME:
         return translated("Unknown group");
     case U_REGEX_LOOK_BEHIND_LIMIT:
-        return translated("A look-behind has no bounded length");
+        return translated("Look-behind without a maximum length");
     case U_REGEX_TIME_OUT:
     case U_REGEX_STACK_OVERFLOW:
         return translated("The expression takes too long");
@@ -41,7 +41,7 @@ QString faultOf(UErrorCode status)
 
 Error errorOf(UErrorCode status)
 {
-    return {ErrorCode::Input, faultOf(status)};
+    return {ErrorCode::Input, errorText(status)};
 }
 
 /// ICU refuses a null pointer, also for an empty text.

@@ -330,9 +330,9 @@ void CodeEditorView::changeEvent(QEvent *event)
     }
 }
 
-void CodeEditorView::setIndentWidth(int blanks)
+void CodeEditorView::setIndentWidth(int spaces)
 {
-    m_indentation = PythonIndentation(blanks);
+    m_indentation = PythonIndentation(spaces);
     setCodeFont();
 }
 
@@ -341,16 +341,16 @@ void CodeEditorView::setLineLengthMark(int column)
     m_marks->setLineLength(column);
 }
 
-void CodeEditorView::setBlanksShown(bool isShown)
+void CodeEditorView::setWhitespaceShown(bool isShown)
 {
-    m_areBlanksShown = isShown;
+    m_isWhitespaceShown = isShown;
     setCodeFont();
 }
 
 void CodeEditorView::setCodeFont()
 {
-    PythonTextLayout::setOptions(*m_storage,
-                                 {font(), wordWrapMode(), m_indentation.width(), m_areBlanksShown});
+    PythonTextLayout::setOptions(
+        *m_storage, {font(), wordWrapMode(), m_indentation.width(), m_isWhitespaceShown});
 }
 
 void CodeEditorView::contextMenuEvent(QContextMenuEvent *event)

@@ -77,12 +77,12 @@ public:
 
     /// The number of spaces of a step of indentation, which is also the width of a tab character;
     /// 4 unless set.
-    void setIndentWidth(int blanks);
+    void setIndentWidth(int spaces);
     [[nodiscard]] const PythonIndentation &indentation() const { return m_indentation; }
     /// Draws a line after \p column characters, or none for 0.
     void setLineLengthMark(int column);
     /// Shows spaces and tabs as symbols.
-    void setBlanksShown(bool isShown);
+    void setWhitespaceShown(bool isShown);
 
 signals:
     /// The user asks to set or remove a breakpoint.
@@ -123,7 +123,7 @@ private:
     EditorCommands *m_commands;
     EditorMarks *m_marks = nullptr;
     EditorBar *m_bar = nullptr; // the one that is shown; null without one
-    bool m_areBlanksShown = false;
+    bool m_isWhitespaceShown = false;
     PythonIndentation m_indentation;
     bool m_isPlacingCaret = false;
     int m_keptCaret = 0; // while the whole text is replaced

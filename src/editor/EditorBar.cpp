@@ -52,10 +52,10 @@ int EditorBar::fitTo(int)
     return sizeHint().height();
 }
 
-QToolButton *EditorBar::makeButton(const QString &sign, const QString &toolTip)
+QToolButton *EditorBar::makeButton(const QString &text, const QString &toolTip)
 {
     auto *button = new QToolButton(this);
-    button->setText(sign);
+    button->setText(text);
     button->setToolTip(toolTip);
     button->setAccessibleName(toolTip);
     button->setAutoRaise(true);

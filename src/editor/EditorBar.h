@@ -40,7 +40,7 @@ protected:
     /// The layout for controls, to the left of the close button.
     [[nodiscard]] QHBoxLayout *controls() const { return m_controls; }
     /// Returns a flat button of this bar. \p toolTip is also its accessible name.
-    QToolButton *makeButton(const QString &sign, const QString &toolTip);
+    QToolButton *makeButton(const QString &text, const QString &toolTip);
 
 private:
     QVBoxLayout *m_rows;

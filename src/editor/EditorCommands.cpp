@@ -108,10 +108,10 @@ bool EditorCommands::handleKey(const QKeyEvent &event)
         // With Shift, Qt would insert a line separator, which is no line end in Python.
         if (!isPlain && modifiers != Qt::ShiftModifier)
             return false;
-        beginLine();
+        insertNewLine();
         return true;
     case Qt::Key_Backspace:
-        return isPlain && removeStep();
+        return isPlain && removeIndentStep();
     case Qt::Key_Tab:
         if (!isPlain)
             return false;
@@ -130,13 +130,13 @@ bool EditorCommands::handleKey(const QKeyEvent &event)
 
 /// Replaces the selection by a line end and the indentation of the new line. Spaces after the caret
 /// would add to that indentation and are removed, unless the caret is within the indentation.
-void EditorCommands::beginLine()
+void EditorCommands::insertNewLine()
 {
     const QString &text = m_view.text();
     QTextCursor cursor = m_view.textCursor();
     const int start = cursor.selectionStart();
     int end = cursor.selectionEnd();
-    const QString blanks = m_view.indentation().ofNewLine(text, start);
+    const QString indentation = m_view.indentation().ofNewLine(text, start);
     const auto ofLine = PythonIndentation::ofLine(text, start).size();
     if (start - PythonIndentation::lineStart(text, start) > ofLine) {
         while (end < text.size() && text[end] == u' ')
@@ -144,13 +144,13 @@ void EditorCommands::beginLine()
     }
     cursor.setPosition(start);
     cursor.setPosition(end, QTextCursor::KeepAnchor);
-    m_view.file().insertText(cursor, u'\n' + blanks);
+    m_view.file().insertText(cursor, u'\n' + indentation);
     m_view.setTextCursor(cursor);
     m_view.ensureCursorVisible();
 }
 
 /// Removes a step of the indentation before the caret. False where there is none.
-bool EditorCommands::removeStep()
+bool EditorCommands::removeIndentStep()
 {
     QTextCursor cursor = m_view.textCursor();
     if (cursor.hasSelection())

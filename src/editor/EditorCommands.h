@@ -63,8 +63,8 @@ private:
                         LinesEdit edit);
     void editLines(LinesEdit edit);
     void selectNextOccurrence();
-    void beginLine();
-    [[nodiscard]] bool removeStep();
+    void insertNewLine();
+    [[nodiscard]] bool removeIndentStep();
     void openGoToLineBar();
 
     CodeEditorView &m_view;

@@ -16,9 +16,9 @@ EditorMarks::EditorMarks(CodeEditorView &view)
     : QObject(&view)
     , m_view(view)
 {
-    connect(&view, &QPlainTextEdit::cursorPositionChanged, this, &EditorMarks::follow);
+    connect(&view, &QPlainTextEdit::cursorPositionChanged, this, &EditorMarks::updateMarks);
     // An edit may change the pair without moving the caret.
-    connect(&view, &CodeEditorView::contentShown, this, &EditorMarks::follow);
+    connect(&view, &CodeEditorView::contentShown, this, &EditorMarks::updateMarks);
 }
 
 void EditorMarks::setLineLength(int column)
@@ -27,7 +27,7 @@ void EditorMarks::setLineLength(int column)
         m_view.viewport()->update();
 }
 
-void EditorMarks::follow()
+void EditorMarks::updateMarks()
 {
     const int line = m_view.currentLine();
     const int before = std::exchange(m_line, line);
@@ -58,7 +58,7 @@ void EditorMarks::updateBrackets()
 {
     if (!m_brackets)
         return;
-    for (const int position : {m_brackets->position, m_brackets->partner.value_or(-1)}) {
+    for (const int position : {m_brackets->position, m_brackets->match.value_or(-1)}) {
         if (const auto rect = bracketRect(position))
             m_view.viewport()->update(rect->toAlignedRect().adjusted(-1, -1, 1, 1));
     }
@@ -71,8 +71,8 @@ void EditorMarks::paint(const QPaintEvent &event) const
     if (const auto line = lineRect(m_view.currentLine()); line && line->intersects(event.rect()))
         painter.fillRect(*line, theme.color(Theme::Role::CurrentLine));
     if (m_lineLength > 0) {
-        const qreal blank = QFontMetricsF(m_view.font()).horizontalAdvance(u' ');
-        const qreal x = m_view.document()->documentMargin() + m_lineLength * blank;
+        const qreal columnWidth = QFontMetricsF(m_view.font()).horizontalAdvance(u' ');
+        const qreal x = m_view.document()->documentMargin() + m_lineLength * columnWidth;
         painter.fillRect(QRectF(std::round(x), event.rect().top(), 1, event.rect().height()),
                          theme.color(Theme::Role::Separator));
     }
@@ -80,8 +80,8 @@ void EditorMarks::paint(const QPaintEvent &event) const
         return;
     painter.setRenderHint(QPainter::Antialiasing);
     paintBracket(painter, m_brackets->position);
-    if (m_brackets->partner)
-        paintBracket(painter, *m_brackets->partner);
+    if (m_brackets->match)
+        paintBracket(painter, *m_brackets->match);
 }
 
 void EditorMarks::paintBracket(QPainter &painter, int position) const
@@ -90,7 +90,7 @@ void EditorMarks::paintBracket(QPainter &painter, int position) const
     if (!rect)
         return;
     const Theme &theme = Theme::of(m_view.palette());
-    const bool isPair = m_brackets->partner.has_value();
+    const bool isPair = m_brackets->match.has_value();
     painter.setPen(theme.color(isPair ? Theme::Role::Accent : Theme::Role::Red));
     painter.setBrush(isPair ? QBrush(theme.color(Theme::Role::AccentTint)) : QBrush(Qt::NoBrush));
     painter.drawRoundedRect(rect->adjusted(0.5, 0.5, -0.5, -0.5), 2, 2);

@@ -41,7 +41,7 @@ private:
         bool operator==(const Place &) const = default;
     };
 
-    void follow();
+    void updateMarks();
     void findBrackets();
     void paintBracket(QPainter &painter, int position) const;
     [[nodiscard]] std::optional<QRect> lineRect(int line) const;

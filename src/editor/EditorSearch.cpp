@@ -28,9 +28,9 @@ EditorSearch::EditorSearch(CodeEditorView &view)
     : QObject(&view)
     , m_view(view)
 {
-    m_delay.setSingleShot(true);
-    m_delay.setInterval(recountDelay);
-    connect(&m_delay, &QTimer::timeout, this, [this] {
+    m_recountDelay.setSingleShot(true);
+    m_recountDelay.setInterval(recountDelay);
+    connect(&m_recountDelay, &QTimer::timeout, this, [this] {
         refresh();
         if (!m_isReplacedShown)
             showCount();
@@ -46,7 +46,7 @@ EditorSearch::EditorSearch(CodeEditorView &view)
         if (m_scopeStart.isNull() || m_scopeStart.document() != m_view.document())
             forgetScope();
         if (isOpen())
-            m_delay.start();
+            m_recountDelay.start();
     });
     connect(&view, &QPlainTextEdit::cursorPositionChanged, this, [this] {
         if (!m_isSelecting)
@@ -151,7 +151,7 @@ bool EditorSearch::replaceIn(const TextSelection &range)
     const auto edit = m_search.replace(m_view.textWithPieceEnds(), range.start(), range.end(),
                                        m_bar->replacement());
     if (!edit) {
-        m_bar->showFault(edit.error().message);
+        m_bar->showError(edit.error().message);
         return false;
     }
     if (*edit)
@@ -229,14 +229,14 @@ void EditorSearch::refresh()
         return;
     m_search = search;
     auto found = m_search.find(m_view.textWithPieceEnds());
-    m_fault = found ? QString() : found.error().message;
+    m_error = found ? QString() : found.error().message;
     m_found = found ? std::move(*found) : Places();
     const TextSelection range = scope();
     std::erase_if(m_found, [&](const TextSearch::Match &place) {
         return place.position < range.start() || place.position + place.length > range.end();
     });
     m_isStale = false;
-    m_delay.stop();
+    m_recountDelay.stop();
 }
 
 void EditorSearch::select(const TextSearch::Match &place)
@@ -256,8 +256,8 @@ void EditorSearch::showCount()
     m_isReplacedShown = false;
     if (!isOpen() || m_isStale)
         return;
-    if (!m_fault.isEmpty()) {
-        m_bar->showFault(m_fault);
+    if (!m_error.isEmpty()) {
+        m_bar->showError(m_error);
         return;
     }
     const auto place = firstFrom(m_view.textCursor().selectionStart());

@@ -59,10 +59,10 @@ private:
 
     CodeEditorView &m_view;
     FindBar *m_bar = nullptr; // created by bar()
-    QTimer m_delay;
+    QTimer m_recountDelay;
     TextSearch m_search;
     Places m_found;
-    QString m_fault; // of the search; empty without one
+    QString m_error; // of the search; empty without one
     /// Around the text that is searched; null for all of it.
     QTextCursor m_scopeStart;
     QTextCursor m_scopeEnd;

@@ -90,9 +90,9 @@ void FindBar::makeReplaceRow()
     connect(all, &QToolButton::clicked, this, &FindBar::replaceAllRequested);
 }
 
-QToolButton *FindBar::makeOption(const QString &sign, const QString &name, const QString &toolTip)
+QToolButton *FindBar::makeOption(const QString &text, const QString &name, const QString &toolTip)
 {
-    QToolButton *button = makeButton(sign, toolTip);
+    QToolButton *button = makeButton(text, toolTip);
     button->setObjectName(name);
     button->setCheckable(true);
     return button;
@@ -138,17 +138,17 @@ void FindBar::showReplaced(qsizetype count)
     showText(count == 0 ? tr("Not found") : tr("%1 replaced").arg(count), false);
 }
 
-void FindBar::showFault(const QString &fault)
+void FindBar::showError(const QString &error)
 {
-    showText(fault, true);
+    showText(error, true);
 }
 
-void FindBar::showText(const QString &text, bool isFault)
+void FindBar::showText(const QString &text, bool isError)
 {
     m_count->setText(text);
-    m_count->setToolTip(isFault ? text.toHtmlEscaped() : QString());
+    m_count->setToolTip(isError ? text.toHtmlEscaped() : QString());
     QPalette colors;
-    if (isFault)
+    if (isError)
         colors.setColor(QPalette::WindowText, Theme::of(palette()).color(Theme::Role::Red));
     m_count->setPalette(colors);
 }
@@ -172,7 +172,7 @@ void FindBar::showEvent(QShowEvent *event)
 {
     // Not in the constructor: measuring text loads this font, which nothing else uses.
     m_count->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("8888 of 8888 ")));
-    // A long fault is cut, and is in the tool tip; it must not widen the window.
+    // A long error is cut, and is in the tool tip; it must not widen the window.
     m_count->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     EditorBar::showEvent(event);
     // Tab moves from one field to the other before the buttons.

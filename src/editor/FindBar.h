@@ -26,10 +26,10 @@ public:
 
     /// Shows the number of matches. \p current counts from 1 and is 0 when no match is selected.
     void showCount(qsizetype current, qsizetype total);
-    /// Shows the number of replaced matches until showCount() or showFault() is called.
+    /// Shows the number of replaced matches until showCount() or showError() is called.
     void showReplaced(qsizetype count);
-    /// Shows \p fault of the query or the replacement in place of the count.
-    void showFault(const QString &fault);
+    /// Shows \p error of the query or the replacement in place of the count.
+    void showError(const QString &error);
 
     [[nodiscard]] int fitTo(int width) override;
 
@@ -48,8 +48,8 @@ protected:
 
 private:
     void makeReplaceRow();
-    QToolButton *makeOption(const QString &sign, const QString &name, const QString &toolTip);
-    void showText(const QString &text, bool isFault);
+    QToolButton *makeOption(const QString &text, const QString &name, const QString &toolTip);
+    void showText(const QString &text, bool isError);
 
     QLabel *m_count;
     QWidget *m_options;

@@ -37,7 +37,8 @@ void PythonTextLayout::setOptions(PythonTextStorage &storage, const Options &opt
         storage.setDefaultFont(options.font);
     const QTextOption current = storage.defaultTextOption();
     QTextOption option = current;
-    option.setFlags(options.areBlanksShown ? QTextOption::ShowTabsAndSpaces : QTextOption::Flags());
+    option.setFlags(options.isWhitespaceShown ? QTextOption::ShowTabsAndSpaces
+                                              : QTextOption::Flags());
     // A line that begins with a word in a right-to-left script is a line of code nevertheless.
     option.setTextDirection(Qt::LeftToRight);
     option.setWrapMode(options.wrapMode);

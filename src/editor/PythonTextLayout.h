@@ -28,7 +28,7 @@ public:
         QFont font;
         QTextOption::WrapMode wrapMode;
         int tabWidth; // in spaces
-        bool areBlanksShown;
+        bool isWhitespaceShown;
     };
 
     /// Makes \p storage use a layout of this class, unless it does already. The storage owns it.

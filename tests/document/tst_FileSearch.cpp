@@ -57,7 +57,7 @@ private slots:
             Qt::SingleShotConnection);
         search.start(folder.path(), {u"spam"_s}); // is replaced, without `finished`
         QTRY_VERIFY(outcome);
-        QCOMPARE(outcome->fault, u"A parenthesis has no partner (2)"_s);
+        QCOMPARE(outcome->error, u"Unmatched parenthesis (2)"_s);
         outcome.reset();
         search.start(u"/usr"_s, {u"\uE000 is nowhere"_s}); // takes more than its first step
         search.cancel();

@@ -131,7 +131,7 @@ private slots:
                                                {u"(a]|)"_s, u"2 -1"_s}}) {
             const Marked place(marked);
             const auto pair = bracketAt(place.text, place.selection.position);
-            QCOMPARE(pair ? u"%1 %2"_s.arg(pair->position).arg(pair->partner.value_or(-1))
+            QCOMPARE(pair ? u"%1 %2"_s.arg(pair->position).arg(pair->match.value_or(-1))
                           : u"none"_s,
                      expected);
         }

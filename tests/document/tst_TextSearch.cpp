@@ -59,7 +59,7 @@ private slots:
                  {{u"(a)|b"_s, true, false, true}, u"<\\1>"_s, u"<a><> <a>c\nAB"_s},
                  {{u"z"_s}, u"y"_s, before},
                  {{u"a"_s, true, false, true}, u"\\2"_s, u"There is no group 2"_s},
-                 {{u"(a"_s, true, false, true}, u""_s, u"A parenthesis has no partner (2)"_s}}) {
+                 {{u"(a"_s, true, false, true}, u""_s, u"Unmatched parenthesis (2)"_s}}) {
             const auto edit =
                 search.replace(before, 0, static_cast<int>(before.size()), replacement);
             QString text = before;

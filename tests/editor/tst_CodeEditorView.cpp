@@ -380,7 +380,7 @@ private slots:
             fixture.find<QToolButton>("inSelection")->isChecked()); // several lines are selected
         fixture.find<QToolButton>("regularExpression")->click();
         fixture.type(u"(a)("_s);
-        QCOMPARE(fixture.found(), u"A parenthesis has no partner (4)"_s);
+        QCOMPARE(fixture.found(), u"Unmatched parenthesis (4)"_s);
         fixture.type(u"\\d)"_s);
         QCOMPARE(fixture.found(), u"1 of 3"_s);
         fixture.press(Qt::Key_Tab);

@@ -162,8 +162,8 @@ void FindInFilesDialog::finish(const FileSearch::Outcome &outcome)
 {
     showRunning();
     const auto places = static_cast<int>(m_hits.size());
-    if (!outcome.fault.isEmpty())
-        m_status->setText(outcome.fault);
+    if (!outcome.error.isEmpty())
+        m_status->setText(outcome.error);
     else if (outcome.isCanceled)
         m_status->setText(
             tr("Stopped. Places: %1; files searched: %2").arg(places).arg(outcome.files));

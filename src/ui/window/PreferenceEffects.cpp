@@ -44,7 +44,7 @@ void PreferenceEffects::setEditorAids()
     auto *editor = m_window.findChild<CodeEditorView *>();
     editor->setIndentWidth(m_preferences.number(Preferences::IndentWidth));
     editor->setLineLengthMark(m_preferences.number(Preferences::LineLengthMark));
-    editor->setBlanksShown(m_preferences.flag(Preferences::ShowBlanks));
+    editor->setWhitespaceShown(m_preferences.flag(Preferences::ShowBlanks));
 }
 
 void PreferenceEffects::setEditorFont()
