@@ -30,7 +30,7 @@ BrowserCommands::BrowserCommands(Actions &actions, BrowserPane &local, QObject *
     });
     act(Actions::DeleteEntries, &BrowserPane::deleteSelected);
     add(local, true);
-    follow();
+    updateActions();
 }
 
 void BrowserCommands::addDevice(BrowserPane &pane)
@@ -57,17 +57,17 @@ void BrowserCommands::add(BrowserPane &pane, bool isLocal)
     pane.setMenuActions(menus);
     connect(&pane, &BrowserPane::abilitiesChanged, this, [this, &pane] {
         if (m_shown == &pane)
-            follow();
+            updateActions();
     });
 }
 
 void BrowserCommands::setShown(BrowserPane &pane)
 {
     m_shown = &pane;
-    follow();
+    updateActions();
 }
 
-void BrowserCommands::follow()
+void BrowserCommands::updateActions()
 {
     const BrowserPane::Abilities abilities = m_shown->abilities();
     const auto set = [this](Actions::Command command, bool isEnabled, const QString &text) {

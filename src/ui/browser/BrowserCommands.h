@@ -29,7 +29,7 @@ signals:
 
 private:
     void add(BrowserPane &pane, bool isLocal);
-    void follow();
+    void updateActions();
 
     Actions &m_actions;
     BrowserPane *m_shown;

@@ -64,7 +64,7 @@ BrowserPane::BrowserPane(const QString &listName, QWidget *parent)
     m_list->setMakeDragData([this] { return dragData(); });
     m_list->setNameProblem([this](const QString &name) { return nameProblem(name); });
     auto *drops = new PaneDrops(*this, *this, *m_list, *up);
-    connect(drops, &PaneDrops::restedOver, this, [this](int row) {
+    connect(drops, &PaneDrops::folderHovered, this, [this](int row) {
         if (row < 0)
             emit enclosingFolderRequested();
         else

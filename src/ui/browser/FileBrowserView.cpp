@@ -64,7 +64,8 @@ FileBrowserView::FileBrowserView(AppState &state, QWidget *parent)
         if (std::exchange(m_mustLoad, false))
             load();
     });
-    connect(&list(), &FileListView::movedAway, this, [this] { m_state.localFiles().reload(); });
+    connect(&list(), &FileListView::moveDragFinished, this,
+            [this] { m_state.localFiles().reload(); });
     LocalFileActions &actions = state.localFileActions();
     connect(&actions, &LocalFileActions::entryPlaced, this,
             [this](const QString &path) { list().chooseEntry(path); });

@@ -217,7 +217,7 @@ void FileListView::startDrag(Qt::DropActions)
         return;
     m_isDragSource = false;
     if (action == Qt::MoveAction)
-        emit movedAway();
+        emit moveDragFinished();
 }
 
 /// The symbol and the name of the dragged entry, or how many there are.

@@ -74,7 +74,7 @@ signals:
     void cutRequested();
     void pasteRequested();
     /// A drag ended with Qt::MoveAction: its entries may no longer be in the folder.
-    void movedAway();
+    void moveDragFinished();
 
 protected:
     void keyPressEvent(QKeyEvent *event) override;

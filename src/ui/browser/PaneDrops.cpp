@@ -15,7 +15,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto restTime = 800ms;
+constexpr auto hoverTime = 800ms;
 /// The height of the zones at the upper and lower edge of the list in which a drag scrolls it.
 constexpr int scrollMargin = 14;
 
@@ -30,13 +30,13 @@ PaneDrops::PaneDrops(Target &target, QWidget &pane, FileListView &list, QWidget 
 {
     pane.setAcceptDrops(true); // Qt sends it the events of child widgets that accept no drops
     pane.installEventFilter(this);
-    m_rest.setSingleShot(true);
-    m_rest.setInterval(restTime);
-    connect(&m_rest, &QTimer::timeout, this, [this] { emit restedOver(m_restRow); });
+    m_hoverTimeout.setSingleShot(true);
+    m_hoverTimeout.setInterval(hoverTime);
+    connect(&m_hoverTimeout, &QTimer::timeout, this, [this] { emit folderHovered(m_hoverRow); });
     connect(list.model(), &QAbstractItemModel::modelReset, this, [this] {
-        if (m_restRow >= 0)
-            m_rest.stop();
-        m_restRow = -1;
+        if (m_hoverRow >= 0)
+            m_hoverTimeout.stop();
+        m_hoverRow = -1;
         m_hasNewRows = true;
     });
 }
@@ -52,14 +52,14 @@ bool PaneDrops::eventFilter(QObject *watched, QEvent *event)
     }
     case QEvent::DragMove:
         m_hasNewRows = false;
-        follow(*static_cast<QDropEvent *>(event));
+        handleDrag(*static_cast<QDropEvent *>(event));
         return true;
     case QEvent::DragLeave:
         end();
         return true;
     case QEvent::Drop: {
         auto *drop = static_cast<QDropEvent *>(event);
-        follow(*drop);
+        handleDrag(*drop);
         const Place place = placeOf(*drop);
         end();
         if (drop->isAccepted())
@@ -85,19 +85,19 @@ PaneDrops::Place PaneDrops::placeOf(const QDropEvent &event) const
     return {m_target.dropFolder(-1), -1, false};
 }
 
-void PaneDrops::follow(QDropEvent &event)
+void PaneDrops::handleDrag(QDropEvent &event)
 {
     const Place place = placeOf(event);
     const Qt::DropAction action = m_target.dropAction(*event.mimeData(), place.folder);
     const bool isAccepted = (event.possibleActions() & action) != Qt::IgnoreAction;
     m_list.setDropRow(isAccepted ? place.row : -1);
-    if (event.type() != QEvent::Drop && (place.row != m_restRow || place.isUp != m_restsOnUp)) {
-        m_restRow = place.row;
-        m_restsOnUp = place.isUp;
+    if (event.type() != QEvent::Drop && (place.row != m_hoverRow || place.isUp != m_isHoveringUp)) {
+        m_hoverRow = place.row;
+        m_isHoveringUp = place.isUp;
         if (place.row >= 0 || place.isUp)
-            m_rest.start();
+            m_hoverTimeout.start();
         else
-            m_rest.stop();
+            m_hoverTimeout.stop();
     }
     const int y = m_list.viewport()->mapFrom(&m_pane, event.position().toPoint()).y();
     if (event.type() == QEvent::DragMove && m_list.isVisible()) {
@@ -114,9 +114,9 @@ void PaneDrops::follow(QDropEvent &event)
 void PaneDrops::end()
 {
     m_list.setDropRow(-1);
-    m_rest.stop();
-    m_restRow = -1;
-    m_restsOnUp = false;
+    m_hoverTimeout.stop();
+    m_hoverRow = -1;
+    m_isHoveringUp = false;
 }
 
 } // namespace Korvane

@@ -13,8 +13,8 @@ namespace Korvane {
 class FileListView;
 
 /// Drops on a file browser: on a folder among the entries, on the button of the enclosing folder,
-/// and elsewhere in the pane for the folder that is shown. A folder over which the mouse rests is
-/// opened.
+/// and elsewhere in the pane for the folder that is shown. A folder over which the mouse stays for
+/// 0.8 s is opened.
 class PaneDrops final : public QObject
 {
     Q_OBJECT
@@ -46,8 +46,9 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 signals:
-    /// The mouse rests over a folder, or with -1 over the button of the enclosing folder.
-    void restedOver(int row);
+    /// During a drag the mouse has stayed for 0.8 s over a folder, or with -1 over the button of
+    /// the enclosing folder.
+    void folderHovered(int row);
 
 private:
     struct Place
@@ -58,16 +59,16 @@ private:
     };
 
     [[nodiscard]] Place placeOf(const QDropEvent &event) const;
-    void follow(QDropEvent &event);
+    void handleDrag(QDropEvent &event);
     void end();
 
     Target &m_target;
     QWidget &m_pane;
     FileListView &m_list;
     QWidget &m_up;
-    QTimer m_rest;
-    int m_restRow = -1;
-    bool m_restsOnUp = false;
+    QTimer m_hoverTimeout;
+    int m_hoverRow = -1;
+    bool m_isHoveringUp = false;
     /// The rows were replaced since the mouse was moved, so that a drop is not meant for the row
     /// under it.
     bool m_hasNewRows = false;

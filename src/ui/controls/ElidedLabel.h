@@ -13,7 +13,7 @@ class ElidedLabel final : public QWidget
 public:
     explicit ElidedLabel(Qt::TextElideMode mode, QWidget *parent = nullptr);
 
-    /// Shows \p text, with visible signs for control characters, and sets it as the accessible
+    /// Shows \p text, with visible symbols for control characters, and sets it as the accessible
     /// name.
     void setText(const QString &text);
     [[nodiscard]] const QString &text() const { return m_text; }

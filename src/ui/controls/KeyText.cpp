@@ -4,34 +4,34 @@ namespace Korvane::KeyText {
 
 namespace {
 
-constexpr QChar commandSign(0x2318);
-constexpr QChar optionSign(0x2325);
-constexpr QChar shiftSign(0x21e7);
+constexpr QChar commandSymbol(0x2318);
+constexpr QChar optionSymbol(0x2325);
+constexpr QChar shiftSymbol(0x21e7);
 
-Qt::KeyboardModifiers modifier(QChar sign)
+Qt::KeyboardModifiers modifier(QChar symbol)
 {
-    if (sign == commandSign)
+    if (symbol == commandSymbol)
         return Qt::ControlModifier;
-    if (sign == optionSign)
+    if (symbol == optionSymbol)
         return Qt::AltModifier;
-    if (sign == shiftSign)
+    if (symbol == shiftSymbol)
         return Qt::ShiftModifier;
     return Qt::NoModifier;
 }
 
 } // namespace
 
-QKeySequence sequence(QStringView signs)
+QKeySequence sequence(QStringView symbols)
 {
     Qt::KeyboardModifiers modifiers;
     qsizetype i = 0;
-    for (; i < signs.size() && modifier(signs[i]) != Qt::NoModifier; ++i)
-        modifiers |= modifier(signs[i]);
-    if (i != signs.size() - 1)
+    for (; i < symbols.size() && modifier(symbols[i]) != Qt::NoModifier; ++i)
+        modifiers |= modifier(symbols[i]);
+    if (i != symbols.size() - 1)
         return {};
-    // Qt's key codes of letters, digits and signs are those of their upper-case characters.
+    // Qt's key codes of letters, digits and symbols are those of their upper-case characters.
     return QKeySequence(
-        QKeyCombination(modifiers, static_cast<Qt::Key>(signs[i].toUpper().unicode())));
+        QKeyCombination(modifiers, static_cast<Qt::Key>(symbols[i].toUpper().unicode())));
 }
 
 QString rendered(const QString &text)
@@ -45,8 +45,8 @@ QString rendered(const QString &text)
             result += text[i++];
             continue;
         }
-        const QStringView signs = QStringView(text).sliced(i, end + 1 - i);
-        result += sequence(signs).toString(QKeySequence::NativeText);
+        const QStringView symbols = QStringView(text).sliced(i, end + 1 - i);
+        result += sequence(symbols).toString(QKeySequence::NativeText);
         i = end + 1;
     }
     return result;

@@ -3,15 +3,15 @@
 #include <QKeySequence>
 #include <QString>
 
-/// Help texts and shortcuts are written in the code with the key signs ⌘ ⌥ ⇧; here they are
+/// Help texts and shortcuts are written in the code with the key symbols ⌘ ⌥ ⇧; here they are
 /// replaced by the names of the keys on this platform.
 namespace Korvane::KeyText {
 
-/// \p text with the names of the keys in place of their signs: "Save (⌘S)" gives "Save (Ctrl+S)".
+/// \p text with the names of the keys in place of their symbols: "Save (⌘S)" gives "Save (Ctrl+S)".
 [[nodiscard]] QString rendered(const QString &text);
-/// The key sequence of \p signs, such as "⇧⌘S". Empty unless one character follows the signs of
+/// The key sequence of \p symbols, such as "⇧⌘S". Empty unless one character follows the symbols of
 /// the modifiers.
-[[nodiscard]] QKeySequence sequence(QStringView signs);
+[[nodiscard]] QKeySequence sequence(QStringView symbols);
 /// \p help without the key in brackets at its end: "Save (⌘S)" gives "Save".
 [[nodiscard]] QString withoutKey(const QString &help);
 

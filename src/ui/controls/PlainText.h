@@ -3,7 +3,7 @@
 #include <QString>
 
 /// Escapes names from disks, boards, ports and assistants for those parts of Qt that interpret text
-/// as markup or mnemonics. Control characters and bidirectional marks are shown as signs, see
+/// as markup or mnemonics. Control characters and bidirectional marks are shown as symbols, see
 /// base/VisibleText.h.
 namespace Korvane::PlainText {
 

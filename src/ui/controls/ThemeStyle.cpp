@@ -16,7 +16,7 @@ namespace {
 constexpr qreal cornerRadius = 5;
 constexpr int menuArrowWidth = 12;
 constexpr int labelInset = 3; // added to the width of a button with a text
-constexpr int labelShift = 7; // in front of the icon; Fusion has as much space behind the text
+constexpr int labelShift = 7; // in front of the icon; Fusion has as much space after the text
 constexpr int minimumHandleLength = 32;
 
 bool hasWordsBesideIcon(const QStyleOption *option)
@@ -242,7 +242,7 @@ void ThemeStyle::drawControl(ControlElement element, const QStyleOption *option,
         return;
     }
     if (element == CE_ToolButtonLabel && hasWordsBesideIcon(option)) {
-        // Fusion leaves space behind the text; this leaves as much in front of the icon.
+        // Fusion leaves space after the text; this leaves as much in front of the icon.
         QStyleOptionToolButton moved(*static_cast<const QStyleOptionToolButton *>(option));
         moved.rect.adjust(labelShift, 0, 0, 0);
         QProxyStyle::drawControl(element, &moved, painter, widget);

@@ -105,7 +105,7 @@ void PreferencesDialog::addEditorSection()
            tr("the desktop’s"));
     addNumber(tr("Editor font size"), Preferences::EditorFontSize, tr(" px"));
     addNumber(tr("Indent width"), Preferences::IndentWidth, tr(" spaces"));
-    addRow(tr("Mark behind column"), Preferences::LineLengthMark,
+    addRow(tr("Mark after column"), Preferences::LineLengthMark,
            PreferenceControls::makeNumber(preferences, Preferences::LineLengthMark, {}, tr("None")),
            tr("none"), tr("A line in the editor shows how long lines may become."));
     addFlag(tr("Show spaces and tabs as symbols"), Preferences::ShowBlanks);

@@ -18,7 +18,7 @@ namespace Korvane {
 
 namespace {
 
-/// Without the blanks and tabs around it; line ends stay.
+/// Without the spaces and tabs around it; line ends stay.
 QString trimmed(const QString &text)
 {
     const auto isBlank = [](QChar character) { return character == u' ' || character == u'\t'; };

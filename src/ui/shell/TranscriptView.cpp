@@ -80,11 +80,11 @@ TranscriptView::TranscriptView(const ShellTranscript &transcript, QWidget *paren
     applyTheme();
     viewport()->setMouseTracking(true);
 
-    m_more.setSingleShot(true);
-    connect(&m_more, &QTimer::timeout, this, &TranscriptView::copyMore);
+    m_copyTimer.setSingleShot(true);
+    connect(&m_copyTimer, &QTimer::timeout, this, &TranscriptView::copyMore);
     const auto startCopying = [this] {
-        if (!m_more.isActive())
-            m_more.start(0);
+        if (!m_copyTimer.isActive())
+            m_copyTimer.start(0);
     };
     connect(&transcript, &ShellTranscript::lineAppended, this, startCopying);
     connect(&transcript, &ShellTranscript::outputExtended, this, startCopying);
@@ -133,7 +133,7 @@ void TranscriptView::followEnd()
 
 void TranscriptView::reset()
 {
-    m_more.stop();
+    m_copyTimer.stop();
     m_scroll.stop();
     m_line = 0;
     m_offset = 0;
@@ -159,7 +159,7 @@ void TranscriptView::copyMore()
 
     const bool isCaught = isCaughtUp();
     if (!isCaught)
-        m_more.start(0);
+        m_copyTimer.start(0);
     if (!m_followsEnd)
         return;
     // Scrolling to new lines is animated, but not while output continues or for more than a page:

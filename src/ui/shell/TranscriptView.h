@@ -46,7 +46,8 @@ public:
 signals:
     /// The key for copying was pressed, and nothing is selected.
     void stopRequested();
-    /// The user requests the source line that a traceback of \p run, as of REPLLine::run, names.
+    /// The user requests the source line that a traceback names; \p run is the REPLLine::run of its
+    /// lines.
     void sourceRequested(const QString &file, int line, int run);
 
 protected:
@@ -79,7 +80,7 @@ private:
     const ShellTranscript &m_transcript;
     TranscriptFormats m_formats;
     QTextCursor m_linkCursor; // at the last link of followNextLink; null before the first
-    QTimer m_more;
+    QTimer m_copyTimer;
     QVariantAnimation m_scroll;
 
     // How much of the transcript is in the document.

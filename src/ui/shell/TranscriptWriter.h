@@ -24,7 +24,7 @@ struct TranscriptBlock
     bool continuesLine = false;
     /// How many lines share the block.
     int lines = 1;
-    /// The run that wrote the block, as of REPLLine::run.
+    /// The run that wrote the block: the value of REPLLine::run.
     int run = 0;
 
     [[nodiscard]] static TranscriptBlock of(const QTextBlock &block);

@@ -110,7 +110,7 @@ void Actions::addPaneCommands()
     add(PreviousPane, tr("Pr&evious Pane"), Qt::SHIFT | Qt::Key_F6);
 
     add(ShowCommands, tr("Co&mmands…"), KeyText::sequence(u"⇧⌘P"));
-    // With and without Shift, which the sign + needs on many keyboards.
+    // With and without Shift, which the character + needs on many keyboards.
     add(ZoomIn, tr("Zoom &In"))
         ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_Plus),
                         QKeySequence(Qt::CTRL | Qt::Key_Equal),
@@ -270,7 +270,7 @@ void Actions::showConnection()
 void Actions::showSendHelp()
 {
     const EditorFile *file = m_state.documents().selectedFile();
-    // The name may hold key signs, which stay as they are.
+    // The name may hold key symbols, which stay as they are.
     const QString help = m_state.link().connectionState().isConnected() && file
         ? KeyText::rendered(tr("Send %1 to device (⌘U)")).arg(file->name())
         : tr("Connect a device to send files");

@@ -12,7 +12,7 @@ namespace Korvane {
 Appearance::Appearance(Preferences &preferences)
     : m_preferences(preferences)
 {
-    follow(QApplication::palette());
+    applyTheme(QApplication::palette());
     qApp->installEventFilter(this);
     preferences.whenChanged(Preferences::Appearance, this, [this] { followPlatform(); });
 }
@@ -23,7 +23,7 @@ bool Appearance::eventFilter(QObject *watched, QEvent *event)
     if (event->type() == QEvent::ApplicationPaletteChange && watched == qApp) {
         if (!m_isSetting)
             QMetaObject::invokeMethod(
-                this, [this] { follow(QApplication::palette()); }, Qt::QueuedConnection);
+                this, [this] { applyTheme(QApplication::palette()); }, Qt::QueuedConnection);
     } else if (event->type() == QEvent::ThemeChange && watched->isWindowType()) {
         QMetaObject::invokeMethod(this, &Appearance::followPlatform, Qt::QueuedConnection);
     }
@@ -35,10 +35,10 @@ void Appearance::followPlatform()
     // An empty palette restores that of the platform, which the program's own had replaced.
     const QScopedValueRollback guard(m_isSetting, true);
     QApplication::setPalette(QPalette());
-    follow(QApplication::palette());
+    applyTheme(QApplication::palette());
 }
 
-void Appearance::follow(const QPalette &palette)
+void Appearance::applyTheme(const QPalette &palette)
 {
     QString wanted = m_preferences.text(Preferences::Appearance);
     if (m_preferences.isDefault(Preferences::Appearance))

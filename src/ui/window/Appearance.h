@@ -24,7 +24,7 @@ public:
 
 private:
     void followPlatform();
-    void follow(const QPalette &palette);
+    void applyTheme(const QPalette &palette);
 
     Preferences &m_preferences;
     bool m_isSetting = false;

@@ -76,24 +76,24 @@ EditorTabStrip::EditorTabStrip(AppState &state, QWidget *parent)
     nameFont.setPixelSize(nameSize);
     setFont(nameFont);
     connect(this, &QTabBar::currentChanged, this, [this](int index) {
-        if (!m_isFollowing)
+        if (!m_isUpdating)
             m_state.documents().select(idAt(index));
     });
     OpenFiles &documents = state.documents();
     connect(&documents, &OpenFiles::fileChosen, this, &EditorTabStrip::revealSelected);
-    connect(&documents, &OpenFiles::openFilesChanged, this, &EditorTabStrip::follow);
-    connect(&documents, &OpenFiles::selectedFileChanged, this, &EditorTabStrip::follow);
+    connect(&documents, &OpenFiles::openFilesChanged, this, &EditorTabStrip::updateTabs);
+    connect(&documents, &OpenFiles::selectedFileChanged, this, &EditorTabStrip::updateTabs);
     connect(&documents, &OpenFiles::fileChanged, this, [this](const QUuid &id) {
         const EditorFile *file = m_state.documents().file(id);
         if (const int index = indexOf(id); file && index >= 0)
             showFile(index, *file);
     });
-    follow();
+    updateTabs();
 }
 
-void EditorTabStrip::follow()
+void EditorTabStrip::updateTabs()
 {
-    const QScopedValueRollback guard(m_isFollowing, true);
+    const QScopedValueRollback guard(m_isUpdating, true);
     const OpenFiles &documents = m_state.documents();
     for (int index = count() - 1; index >= 0; --index) {
         if (!documents.file(idAt(index)))

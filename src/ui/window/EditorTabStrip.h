@@ -35,7 +35,7 @@ protected:
     [[nodiscard]] QSize minimumTabSizeHint(int index) const override;
 
 private:
-    void follow();
+    void updateTabs();
     /// Scrolls to the tab of the selected document.
     void revealSelected();
     void showFile(int index, const EditorFile &file);
@@ -45,7 +45,7 @@ private:
     [[nodiscard]] int indexOf(const QUuid &id) const;
 
     AppState &m_state;
-    bool m_isFollowing = false;
+    bool m_isUpdating = false;
     int m_middlePressed = -1;
     QUuid m_dragged; // the document of the tab on which the left button is held
     QPoint m_pressed;

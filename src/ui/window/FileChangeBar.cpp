@@ -33,9 +33,9 @@ FileChangeBar::FileChangeBar(AppState &state, QWidget *parent)
     connect(m_keep, &QPushButton::clicked, this,
             [this, selected] { m_state.fileWatch().keep(selected()); });
     OpenFiles &documents = state.documents();
-    connect(&documents, &OpenFiles::fileChanged, this, &FileChangeBar::follow);
+    connect(&documents, &OpenFiles::fileChanged, this, &FileChangeBar::updateState);
     connect(&documents, &OpenFiles::selectedFileChanged, this, [this, selected] {
-        follow();
+        updateState();
         m_state.fileWatch().check(selected());
     });
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this,
@@ -43,10 +43,10 @@ FileChangeBar::FileChangeBar(AppState &state, QWidget *parent)
                 if (active == Qt::ApplicationActive)
                     m_state.fileWatch().check();
             });
-    follow();
+    updateState();
 }
 
-void FileChangeBar::follow()
+void FileChangeBar::updateState()
 {
     const EditorFile *file = m_state.documents().selectedFile();
     const auto change = file ? file->fileChange() : EditorFile::FileChange::None;

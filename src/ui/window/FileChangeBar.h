@@ -22,7 +22,7 @@ public:
     explicit FileChangeBar(AppState &state, QWidget *parent = nullptr);
 
 private:
-    void follow();
+    void updateState();
 
     AppState &m_state;
     WrappedLabel *m_text;

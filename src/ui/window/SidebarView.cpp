@@ -28,7 +28,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto dragRestTime = 500ms;
+constexpr auto tabHoverTime = 500ms;
 
 QToolButton *makeTab(const QString &symbol, const QString &title)
 {
@@ -85,9 +85,9 @@ SidebarView::SidebarView(AppState &state, Actions &actions, QWidget *parent)
         tab->setAcceptDrops(true);
         tab->installEventFilter(this);
     }
-    m_dragRest.setSingleShot(true);
-    m_dragRest.setInterval(dragRestTime);
-    connect(&m_dragRest, &QTimer::timeout, this, [this] { m_dragTab->click(); });
+    m_tabHoverTimeout.setSingleShot(true);
+    m_tabHoverTimeout.setInterval(tabHoverTime);
+    connect(&m_tabHoverTimeout, &QTimer::timeout, this, [this] { m_dragTab->click(); });
     showTab();
 }
 
@@ -105,12 +105,12 @@ bool SidebarView::eventFilter(QObject *watched, QEvent *event)
         if (!pane()->acceptsDrop(*drag->mimeData()) || !acceptAsCopy(*drag))
             return false;
         m_dragTab = watched == m_localTab ? m_localTab : m_deviceTab;
-        m_dragRest.start();
+        m_tabHoverTimeout.start();
         return true;
     }
     case QEvent::DragLeave:
     case QEvent::Drop:
-        m_dragRest.stop();
+        m_tabHoverTimeout.stop();
         if (event->type() == QEvent::Drop) {
             auto *drop = static_cast<QDropEvent *>(event);
             drop->setAccepted(acceptAsCopy(*drop) && pane()->dropHere(*drop->mimeData()));

@@ -48,8 +48,8 @@ private:
     BrowserPane *m_localBrowser;
     BrowserPane *m_deviceBrowser = nullptr; // see deviceBrowser()
     BrowserCommands *m_commands;
-    /// Runs while a drag rests over m_dragTab.
-    QTimer m_dragRest;
+    /// Active while a drag is over m_dragTab.
+    QTimer m_tabHoverTimeout;
     QToolButton *m_dragTab = nullptr;
 };
 

@@ -39,14 +39,14 @@ WindowState::WindowState(const QString &path, QMainWindow &window)
     , m_zoom(window.findChild<TextZoom *>())
 {
     restore();
-    m_rest.setSingleShot(true);
-    m_rest.setInterval(500ms);
-    connect(&m_rest, &QTimer::timeout, this, &WindowState::save);
+    m_saveDelay.setSingleShot(true);
+    m_saveDelay.setInterval(500ms);
+    connect(&m_saveDelay, &QTimer::timeout, this, &WindowState::save);
     window.installEventFilter(this);
     if (m_zoom)
-        connect(m_zoom, &TextZoom::changed, &m_rest, qOverload<>(&QTimer::start));
+        connect(m_zoom, &TextZoom::changed, &m_saveDelay, qOverload<>(&QTimer::start));
     for (const QSplitter *splitter : m_splitters)
-        connect(splitter, &QSplitter::splitterMoved, &m_rest, qOverload<>(&QTimer::start));
+        connect(splitter, &QSplitter::splitterMoved, &m_saveDelay, qOverload<>(&QTimer::start));
     for (const QSplitter *splitter : m_splitters) {
         for (int part = 0; part < splitter->count(); ++part)
             splitter->widget(part)->installEventFilter(this);
@@ -58,16 +58,16 @@ bool WindowState::eventFilter(QObject *watched, QEvent *event)
     switch (event->type()) {
     case QEvent::HideToParent:
     case QEvent::ShowToParent:
-        m_rest.start();
+        m_saveDelay.start();
         break;
     case QEvent::Move:
     case QEvent::Resize:
     case QEvent::WindowStateChange:
         if (watched == &m_window && m_window.isVisible())
-            m_rest.start();
+            m_saveDelay.start();
         break;
     case QEvent::Close:
-        if (watched == &m_window && m_rest.isActive())
+        if (watched == &m_window && m_saveDelay.isActive())
             save();
         break;
     default:
@@ -94,7 +94,7 @@ void WindowState::restore()
 
 void WindowState::save()
 {
-    m_rest.stop();
+    m_saveDelay.stop();
     QSettings file(m_path, QSettings::IniFormat);
     file.setValue(geometryKey, m_window.saveGeometry());
     for (const QSplitter *splitter : m_splitters)

@@ -38,7 +38,7 @@ private:
     QMainWindow &m_window;
     QList<QSplitter *> m_splitters;
     TextZoom *m_zoom; // null without one
-    QTimer m_rest;
+    QTimer m_saveDelay;
 };
 
 } // namespace Korvane
