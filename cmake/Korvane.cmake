@@ -114,7 +114,7 @@ function(korvane_link target scope)
     endforeach()
 endfunction()
 
-# GCC's leak and undefined-behaviour reports should stop a test, and name what leaked.
+# GCC's leak and undefined-behavior reports should stop a test, and name what leaked.
 if(KORVANE_SANITIZE)
     set(KORVANE_TEST_ENVIRONMENT
         "ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1"
