@@ -32,7 +32,7 @@ public:
     /// Resumes all waiting coroutines, without a result. Then waits for the work, so that a write
     /// in progress is completed. Work that hangs longer than the time-out (a network folder that
     /// does not answer) keeps its thread and its pool until the process ends; what was queued
-    /// behind it is dropped.
+    /// after it is dropped.
     ~Background();
     Background(const Background &) = delete;
     Background &operator=(const Background &) = delete;

@@ -138,8 +138,8 @@ std::optional<TextEdit> LineCommands::toggleComment() const
             return {};
         if (isCode)
             return {column, 0, QStringLiteral("# ")};
-        const qsizetype sign = indentationOf(line).size();
-        return {sign, line.sliced(sign).startsWith(u"# ") ? 2 : 1};
+        const qsizetype start = indentationOf(line).size();
+        return {start, line.sliced(start).startsWith(u"# ") ? 2 : 1};
     });
 }
 

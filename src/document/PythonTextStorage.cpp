@@ -140,13 +140,13 @@ void PythonTextStorage::publishEdit(int from, QStringView before, QStringView af
     };
     const int first = from + static_cast<int>(start);
     const QTextBlock block = findBlock(first);
-    const qsizetype behind = first + after.size() - start - end;
+    const qsizetype endOfEdit = first + after.size() - start - end;
     emit linesEdited({.firstLine = block.blockNumber(),
                       .removedLines = lineEnds(before),
                       .addedLines = lineEnds(after),
                       .removesCharacters = before.size() > start + end,
                       .startsLine = first == block.position(),
-                      .endsLine = behind == m_text.size() || m_text[behind] == u'\n'},
+                      .endsLine = endOfEdit == m_text.size() || m_text[endOfEdit] == u'\n'},
                      undoSteps, !isNew);
 }
 

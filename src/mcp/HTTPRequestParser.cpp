@@ -126,10 +126,10 @@ bool HTTPRequestParser::readHead()
     m_hasSeenAuthorized = m_hasSeenAuthorized || m_isBodyKept;
     if (!m_isBodyKept)
         m_request.headers.clear(); // a map of thousands of short headers holds megabytes
-    const auto behindHead = rest.sliced(qsizetype(end) + qsizetype(headEnd.size()));
-    const auto part = behindHead.first(std::min(m_bodyLeft, behindHead.size()));
+    const auto afterHead = rest.sliced(qsizetype(end) + qsizetype(headEnd.size()));
+    const auto part = afterHead.first(std::min(m_bodyLeft, afterHead.size()));
     takeBody(part);
-    m_start = m_buffer.size() - (behindHead.size() - part.size());
+    m_start = m_buffer.size() - (afterHead.size() - part.size());
     m_searched = 0;
     if (m_start == m_buffer.size())
         discard();

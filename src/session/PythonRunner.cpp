@@ -172,7 +172,7 @@ QCoro::Task<RunResult> PythonRunner::send(std::optional<QByteArray> request)
 }
 
 /// Resumes the caller that has waited longest. The session stays busy until then, so that a new
-/// call is queued behind it.
+/// call is queued after it.
 void PythonRunner::release()
 {
     if (m_waiters.empty())

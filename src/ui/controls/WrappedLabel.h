@@ -8,7 +8,7 @@ namespace Korvane {
 
 /// A paragraph of plain text that is wrapped at any character when a word is longer than a line, so
 /// that a long path does not widen the dialog. Control characters, line ends included, are shown as
-/// signs.
+/// symbols.
 class WrappedLabel final : public QLabel
 {
     Q_OBJECT

@@ -67,7 +67,7 @@ ShellInput::ShellInput(QWidget *parent)
 
 QString ShellInput::text() const
 {
-    // toPlainText would turn no-break spaces into spaces.
+    // toPlainText would replace no-break spaces by ordinary ones.
     QString text = document()->toRawText();
     return text.replace(QChar::ParagraphSeparator, u'\n');
 }
