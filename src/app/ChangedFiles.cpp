@@ -1,14 +1,11 @@
 #include "app/ChangedFiles.h"
 
-#include "app/ReplaceQuestion.h"
 #include "base/DisplayPath.h"
 #include "base/ShellSink.h"
 #include "base/UserPrompts.h"
 #include "board/DeviceError.h"
 #include "board/FolderSync.h"
 #include "document/OpenFiles.h"
-
-#include <QFileInfo>
 
 #include <algorithm>
 #include <utility>

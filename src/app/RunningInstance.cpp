@@ -1,7 +1,6 @@
 #include "app/RunningInstance.h"
 
 #include <QCryptographicHash>
-#include <QDir>
 #include <QFile>
 #include <QSocketNotifier>
 #include <QStandardPaths>

@@ -11,7 +11,6 @@
 
 #include <chrono>
 #include <optional>
-#include <utility>
 
 namespace Korvane {
 

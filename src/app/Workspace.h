@@ -12,7 +12,6 @@
 #include <QUuid>
 
 #include <functional>
-#include <memory>
 #include <optional>
 
 namespace Korvane {

@@ -1,7 +1,5 @@
 #include "base/Delay.h"
 
-#include <utility>
-
 namespace Korvane {
 
 Delay::~Delay()

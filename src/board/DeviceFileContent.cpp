@@ -5,7 +5,6 @@
 #include "board/DeviceLink.h"
 #include "board/QuestionEnd.h"
 
-#include <algorithm>
 #include <chrono>
 #include <utility>
 

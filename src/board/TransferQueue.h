@@ -10,7 +10,6 @@
 
 #include <list>
 #include <memory>
-#include <optional>
 
 namespace Korvane {
 

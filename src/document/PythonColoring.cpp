@@ -2,7 +2,6 @@
 
 #include "document/WordCharacters.h"
 
-#include <algorithm>
 #include <array>
 #include <limits>
 

@@ -27,9 +27,6 @@ public:
     /// Paints into the viewport; must be called before the text is painted.
     void paint(const QPaintEvent &event) const;
 
-    /// The brackets that are marked now; nothing when none is at the caret.
-    [[nodiscard]] const std::optional<BracketPair> &brackets() const { return m_brackets; }
-
 private:
     /// A caret in one state of a text.
     struct Place

@@ -6,8 +6,6 @@
 
 #include <optional>
 
-class QTextBlock;
-
 namespace Korvane {
 
 class PythonTextStorage;

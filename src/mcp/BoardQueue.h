@@ -9,7 +9,6 @@
 #include <QObject>
 
 #include <list>
-#include <optional>
 
 namespace Korvane {
 

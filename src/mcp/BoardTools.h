@@ -10,12 +10,10 @@
 #include <QObject>
 
 #include <list>
-#include <optional>
 
 namespace Korvane {
 
 class AppState;
-struct DeviceExecution;
 
 /// The tools for the board. They call the same operations as the window: each call writes a line to
 /// the Shell, and writing and deleting need the user's confirmation.

@@ -1,7 +1,5 @@
 #include "session/PipePair.h"
 
-#include <QString>
-
 #include <cerrno>
 
 #include <fcntl.h>

@@ -6,8 +6,6 @@
 #include "ui/browser/BoardPathsMime.h"
 #include "ui/browser/FileListView.h"
 #include "ui/browser/SpaceFooter.h"
-#include "ui/controls/ElidedLabel.h"
-#include "ui/controls/KeyText.h"
 #include "ui/controls/MessagePage.h"
 #include "ui/controls/PlainText.h"
 

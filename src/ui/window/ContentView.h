@@ -13,7 +13,6 @@ class AppState;
 class BottomPane;
 class CodeEditorView;
 class EditorArea;
-class IDEToolbar;
 class PaneCommands;
 class SidebarView;
 class WindowCommands;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QUuid>
 #include <QWidget>
 
 class QPushButton;

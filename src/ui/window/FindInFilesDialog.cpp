@@ -5,21 +5,17 @@
 #include "base/VisibleText.h"
 #include "editor/CodeEditorView.h"
 #include "ui/controls/ElidedLabel.h"
-#include "ui/controls/PlainText.h"
 #include "ui/window/LocalFileOpening.h"
 
 #include <QCheckBox>
 #include <QDir>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTextBlock>
 #include <QTreeWidget>
 #include <QVBoxLayout>
-
-#include <utility>
 
 namespace Korvane {
 
