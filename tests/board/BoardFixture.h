@@ -59,8 +59,8 @@ struct BoardFixture final
         return done(files.makeDeviceFolders(paths, files.permitWrite(paths.first())));
     }
 
-    /// The log since the last call.
-    QString said() { return std::exchange(fixture.log, {}).join(u'\n'); }
+    /// Returns the log and clears it.
+    QString takeLog() { return std::exchange(fixture.log, {}).join(u'\n'); }
     bool connectTo(const QString &port)
     {
         const bool connected = fixture.connectTo(port);

@@ -61,12 +61,12 @@ struct LinkFixture final : ShellSink, DeviceLinkClient
     {
         return link->executeOnDeviceRaw(QString::fromUtf8(code), timeout);
     }
-    /// The line is free, and no command has its hand on what arrives.
-    bool isAtRest() const { return !link->deviceCommandInFlight(); }
+    /// No command uses the link.
+    bool isLinkFree() const { return !link->deviceCommandInFlight(); }
 };
 
-/// A result in one line.
-inline QString told(const Result<DeviceExecution> &result)
+/// The result as one line.
+inline QString toText(const Result<DeviceExecution> &result)
 {
     return result ? result->stdout + u'|' + result->stderr
                   : QStringLiteral("error: ") + result.error().message;

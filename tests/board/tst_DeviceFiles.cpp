@@ -9,7 +9,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// The board's files, on a real MicroPython and on boards that misbehave.
+/// The board's files, on a real MicroPython and on boards with unexpected replies.
 class tst_DeviceFiles final : public QObject
 {
     Q_OBJECT
@@ -64,25 +64,25 @@ private slots:
         QVERIFY(remove(path));
         QVERIFY(!files().deviceNode(path));
         QVERIFY(!awaited(files().deviceFileExists(path)));
-        QCOMPARE(m_fixture.said(), QString());
+        QCOMPARE(m_fixture.takeLog(), QString());
     }
 
-    void saysWhatTheBoardRefuses()
+    void reportsWhatTheBoardRefuses()
     {
         QVERIFY(m_fixture.makeFolders({u"/folder"_s, u"/folder/in"_s, u"/folder"_s}));
         awaited(files().refreshDeviceFiles());
         QVERIFY(!m_fixture.done(files().readDeviceFile(u"/missing"_s, u"missing"_s)));
-        QCOMPARE(m_fixture.said(), u"error: Cannot read missing: No such file or directory"_s);
+        QCOMPARE(m_fixture.takeLog(), u"error: Cannot read missing: No such file or directory"_s);
         QVERIFY(!m_fixture.done(files().readDeviceFile(u"/folder"_s, u"folder"_s)));
-        QVERIFY(m_fixture.said().startsWith(u"error: Cannot read folder: "));
+        QVERIFY(m_fixture.takeLog().startsWith(u"error: Cannot read folder: "));
         QVERIFY(!m_fixture.write("x", u"/no/parent"_s, u"parent"_s));
-        QCOMPARE(m_fixture.said(), u"error: Device write failed: No such file or directory"_s);
+        QCOMPARE(m_fixture.takeLog(), u"error: Device write failed: No such file or directory"_s);
         QVERIFY(!remove(u"/folder"_s)); // not empty
-        QVERIFY(m_fixture.said().startsWith(u"error: Delete failed: "));
+        QVERIFY(m_fixture.takeLog().startsWith(u"error: Delete failed: "));
         QVERIFY(remove(u"/folder/in"_s) && remove(u"/folder"_s));
         QVERIFY(!m_fixture.done(files().writeTextToDevice(QString(QChar(0xD800)),
                                                           files().permitWrite(u"/f"_s), u"f"_s)));
-        QCOMPARE(m_fixture.said(), u"error: Cannot encode f as UTF-8"_s);
+        QCOMPARE(m_fixture.takeLog(), u"error: Cannot encode f as UTF-8"_s);
     }
 
     void writesToTheBoardOfItsPermitOnly()
@@ -97,7 +97,7 @@ private slots:
             DeviceFileContent::Source source{[next] { return next; }, size};
             const WritePermit permit = files().permitWrite(u"/other"_s);
             QVERIFY(!m_fixture.done(files().sendFile(source, permit, u"it"_s, {})));
-            QVERIFY(m_fixture.said().contains(u"was disconnected before the command ended"_s));
+            QVERIFY(m_fixture.takeLog().contains(u"was disconnected before the command ended"_s));
         }
         QVERIFY(!awaited(files().deviceFileExists(u"/other"_s)));
     }
@@ -111,13 +111,12 @@ private slots:
             DeviceFileContent::Source source{[next] { return next; }, size};
             const WritePermit permit = files().permitWrite(u"/f"_s);
             QVERIFY(!m_fixture.done(files().sendFile(source, permit, u"it"_s, {})));
-            const QString said = m_fixture.said();
-            QVERIFY2(said.startsWith(u"error: Cannot read it: Input/output error"),
-                     qPrintable(said));
+            const QString log = m_fixture.takeLog();
+            QVERIFY2(log.startsWith(u"error: Cannot read it: Input/output error"), qPrintable(log));
         }
     }
 
-    void movesLargeFilesInTurnsOnABoardWithLittleMemory()
+    void runsOtherCommandsDuringTransfersWithLittleMemory()
     {
         VirtualBoard small({u"--heap"_s, u"64K"_s});
         QVERIFY2(small.start(), qPrintable(small.errorText()));
@@ -130,7 +129,7 @@ private slots:
         auto second = files.writeDeviceFile(b, files.permitWrite(u"/b"_s), u"b"_s);
         QVERIFY(!awaited(files.deviceFileExists(u"/a"_s))); // in between
         QVERIFY(fixture.done(std::move(first)) && fixture.done(std::move(second)));
-        // It is not listed, and one command has no memory for it.
+        // The file is not in the tree yet, and one command has not enough memory for it.
         QVERIFY(fixture.done(files.readDeviceFile(u"/a"_s, u"a"_s)) == a);
         awaited(files.refreshDeviceFiles());
         QVERIFY(fixture.done(files.readDeviceFile(u"/b"_s, u"b"_s)) == b);
@@ -144,7 +143,7 @@ private slots:
             " for j in range(99): open('%s/f%d'%(d,j),'w').close()"_s,
             std::chrono::seconds(15))));
         awaited(files().refreshDeviceFiles());
-        QCOMPARE(m_fixture.said(), QString());
+        QCOMPARE(m_fixture.takeLog(), QString());
         qsizetype count = 0;
         for (const DeviceFileNode &folder : *files().deviceChildren(u"/many"_s))
             count += 1 + folder.children->size();
@@ -152,7 +151,7 @@ private slots:
         QCOMPARE(files().deviceChildren(u"/many/d9"_s)->at(10).name, u"f10"_s);
     }
 
-    void survivesOddReplies_data()
+    void handlesUnexpectedReplies_data()
     {
         QTest::addColumn<QByteArray>("reply");
         QTest::addColumn<QStringList>("outcome"); // of listing, reading, writing and deleting
@@ -183,7 +182,7 @@ private slots:
             {list, u"hi"_s, {}, list});
     }
 
-    void survivesOddReplies()
+    void handlesUnexpectedReplies()
     {
         QFETCH(QByteArray, reply);
         ScriptedBoard board;
@@ -196,21 +195,21 @@ private slots:
         board.onProgram = [reply](const QByteArray &) { return reply; };
 
         awaited(fixture.files.refreshDeviceFiles());
-        QStringList outcome{fixture.said()};
+        QStringList outcome{fixture.takeLog()};
         QVERIFY(fixture.files.deviceNode(u"/f"_s));
         const auto bytes = fixture.done(fixture.files.readDeviceFile(u"/f"_s, u"f"_s));
-        outcome << fixture.said() + QString::fromUtf8(bytes.value_or(""));
+        outcome << fixture.takeLog() + QString::fromUtf8(bytes.value_or(""));
         fixture.write("x", u"/f"_s, u"f"_s);
-        outcome << fixture.said();
+        outcome << fixture.takeLog();
         QTRY_VERIFY(!fixture.files.isLoadingDeviceFiles()); // listed again after a failure
-        fixture.said();
+        fixture.takeLog();
         fixture.done(fixture.files.deleteDeviceNode(*fixture.files.deviceNode(u"/f"_s)));
-        outcome << fixture.said();
+        outcome << fixture.takeLog();
         QTEST(outcome, "outcome");
-        // Without an answer the tree is searched.
+        // Without a valid reply the tree is searched.
         QVERIFY(awaited(fixture.files.deviceFileExists(u"/f"_s)));
         QVERIFY(!awaited(fixture.files.deviceFileExists(u"/g"_s)));
-        QCOMPARE(fixture.said(), QString());
+        QCOMPARE(fixture.takeLog(), QString());
     }
 
     void readsCapabilitiesAgainAfterAnEmptyReply()
@@ -245,7 +244,7 @@ private slots:
             return ScriptedBoard::reply(R"(__LS__[{"n":"f","p":"/f","d":false}])");
         };
         awaited(fixture.files.refreshDeviceFiles());
-        QCOMPARE(fixture.said(), u"ended\ninfo: Disconnected."_s);
+        QCOMPARE(fixture.takeLog(), u"ended\ninfo: Disconnected."_s);
         QVERIFY(fixture.files.deviceFileNodes().isEmpty() && !fixture.files.isLoadingDeviceFiles());
     }
 };

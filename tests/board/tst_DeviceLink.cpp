@@ -21,13 +21,13 @@ QString timedOut(int seconds)
     return u"error: "_s + DeviceError::timedOut(seconds).message;
 }
 
-/// A fixture that is connected to a board which has answered the greeting.
-struct Connection
+/// A fixture that is connected to a board which has received the two Ctrl-C.
+struct ConnectedFixture
 {
     ScriptedBoard board;
     LinkFixture fixture;
 
-    explicit Connection(bool isMute = false)
+    explicit ConnectedFixture(bool isMute = false)
     {
         board.setMute(isMute);
         fixture.connectTo(board.port());
@@ -43,7 +43,7 @@ class tst_DeviceLink final : public QObject
     Q_OBJECT
 
 private slots:
-    void connectsAndDisconnectsInTheStatedOrder()
+    void emitsSignalsInOrderWhenConnectingAndDisconnecting()
     {
         ScriptedBoard board;
         LinkFixture fixture;
@@ -83,16 +83,17 @@ private slots:
             ScriptedBoard::reply("Ä😀\r\n", "Trace\r\n  x\r\nNameError: x\r\n");
         for (const QByteArray &code : {QByteArray("print('Ä😀')\nx"), QByteArray()}) {
             for (const bool isSplit : {false, true}) {
-                Connection c;
+                ConnectedFixture c;
                 QByteArray program;
                 c.board.setSplitAtEveryByte(isSplit);
                 c.board.onProgram = [&](const QByteArray &text) { return program = text, answer; };
-                QCOMPARE(told(awaited(c.fixture.run(code))), u"Ä😀\n|Trace\n  x\nNameError: x\n"_s);
+                QCOMPARE(toText(awaited(c.fixture.run(code))),
+                         u"Ä😀\n|Trace\n  x\nNameError: x\n"_s);
                 QCOMPARE(program, code);
                 QTRY_VERIFY2(c.board.received() == "\1" + code + "\4\2",
                              qPrintable(c.board.transcript()));
-                QVERIFY(c.fixture.isAtRest());
-                // Later bytes are delivered to the handler again.
+                QVERIFY(c.fixture.isLinkFree());
+                // Later bytes are emitted by dataReceived again.
                 QTRY_VERIFY(c.fixture.data.endsWith("MicroPython\r\n>>> "));
             }
         }
@@ -100,7 +101,7 @@ private slots:
 
     void makesATracebackAnError()
     {
-        Connection c;
+        ConnectedFixture c;
         const auto run = [&](const QByteArray &error) {
             c.board.onProgram = [=](const QByteArray &) {
                 return ScriptedBoard::reply("1\r\n", error);
@@ -120,8 +121,8 @@ private slots:
 
     void refusesACommandWithoutWriting()
     {
-        Connection c;
-        // These are checked even before the link is tested.
+        ConnectedFixture c;
+        // These are refused before the command is queued.
         c.fixture.link->setDeviceCommandInFlight(true);
         const auto refusal = [&] { return awaited(c.fixture.run("x")).error().code; };
         c.fixture.isProgramRunning = true;
@@ -153,46 +154,46 @@ private slots:
     {
         QFETCH(QByteArray, answered);
         QFETCH(int, timeout);
-        Connection c(true);
+        ConnectedFixture c(true);
         if (!answered.isEmpty())
             c.board.on(answered, QByteArray("noise ") + ScriptedBoard::banner);
         c.board.on("\4", "OK" + ScriptedBoard::reply("hi"));
-        QTEST(told(awaited(c.fixture.run("x", std::chrono::milliseconds(timeout)))), "result");
+        QTEST(toText(awaited(c.fixture.run("x", std::chrono::milliseconds(timeout)))), "result");
         QFETCH(QString, transcript);
         QTRY_COMPARE(c.board.transcript(), transcript);
-        QVERIFY(c.fixture.isAtRest());
+        QVERIFY(c.fixture.isLinkFree());
     }
 
-    void endsByTheTimeOutWhenTheReplyIsNotWhole()
+    void timesOutWhenTheReplyIsIncomplete()
     {
         for (const char *answer : {"", "no prompt OK\4\4", "ill-formed OK\xC3\x28\4\4>",
                                    "within a character OK\4\4\xE2"}) {
-            Connection c(true);
+            ConnectedFixture c(true);
             c.board.on("\1", ScriptedBoard::banner);
             c.board.on("x\4", answer);
             c.board.on("y\4", "OK" + ScriptedBoard::reply("y"));
-            QCOMPARE(told(awaited(c.fixture.run("x", 600ms))),
+            QCOMPARE(toText(awaited(c.fixture.run("x", 600ms))),
                      timedOut(0) + u" — its program was stopped"_s);
-            QVERIFY2(c.fixture.isAtRest(), answer);
+            QVERIFY2(c.fixture.isLinkFree(), answer);
             c.board.send("late\4\4>");
             QTRY_COMPARE(c.fixture.data.right(7), "late\4\4>");
-            QCOMPARE(told(awaited(c.fixture.run("y"))), u"y|"_s);
+            QCOMPARE(toText(awaited(c.fixture.run("y"))), u"y|"_s);
             QTRY_COMPARE(c.board.transcript(), u"^Ax^D^C^B^Ay^D^B"_s);
         }
     }
 
     void runsOneCommandAfterTheOther()
     {
-        Connection c;
+        ConnectedFixture c;
         c.board.setDelay(20ms);
         c.board.onProgram = [](const QByteArray &code) { return ScriptedBoard::reply(code); };
         auto first = c.fixture.run("a");
         auto second = c.fixture.run("b");
         auto third = c.fixture.run("c");
         QVERIFY(c.fixture.link->deviceCommandInFlight());
-        QCOMPARE(told(awaited(std::move(third))), u"c|"_s);
-        QCOMPARE(told(awaited(std::move(second))), u"b|"_s);
-        QCOMPARE(told(awaited(std::move(first))), u"a|"_s);
+        QCOMPARE(toText(awaited(std::move(third))), u"c|"_s);
+        QCOMPARE(toText(awaited(std::move(second))), u"b|"_s);
+        QCOMPARE(toText(awaited(std::move(first))), u"a|"_s);
         const QString transcript = c.board.transcript();
         QVERIFY2(transcript.startsWith(u"^Aa^D^B^A") && transcript.count(u'A') == 3,
                  qPrintable(transcript));
@@ -200,7 +201,7 @@ private slots:
 
     void staysInTheRawReplWithinASequence()
     {
-        Connection c;
+        ConnectedFixture c;
         const auto next = [&c] { return c.fixture.link->executeInSequence(u"a"_s, 5s); };
         QVERIFY(awaited(next()));
         QVERIFY(awaited(next()));
@@ -210,7 +211,7 @@ private slots:
         c.board.on("x\r", "x\r\n2\r\n>>> ");
         auto first = next();
         auto second = next();
-        c.fixture.link->writeInput("x\r"); // reaches the prompt after the first
+        c.fixture.link->writeInput("x\r"); // is sent to the prompt after the first command
         QVERIFY(awaited(std::move(first)) && awaited(std::move(second)));
         QTRY_COMPARE(c.board.transcript(), u"^Aa^D^Bx^M^Aa^D^B"_s);
         QVERIFY(c.fixture.data.contains("\n2\r\n"));
@@ -223,7 +224,7 @@ private slots:
 
     void showsTheOutputOfATypedProgramUntilOneIsEntered()
     {
-        Connection c(true);
+        ConnectedFixture c(true);
         c.fixture.link->writeInput("while True: print(1)\r");
         for (const char *output : {"1\r\n", "2\r\n"}) {
             auto command = c.fixture.run("x", 5s);
@@ -235,7 +236,7 @@ private slots:
 
     void dropsAProgramThatIsInterruptedBeforeItWasSent()
     {
-        Connection c;
+        ConnectedFixture c;
         std::stop_source source;
         CallStop stop;
         stop.canceled = source.get_token();
@@ -249,7 +250,7 @@ private slots:
 
     void leavesTheLinkToAStreamedRun()
     {
-        Connection c(true);
+        ConnectedFixture c(true);
         c.board.on("\1", ScriptedBoard::banner);
         auto command = c.fixture.run("x", 1s);
         QTRY_COMPARE(c.board.transcript(), u"^Ax^D"_s);
@@ -260,14 +261,14 @@ private slots:
             [&](const QByteArray &chunk) { watched += chunk; });
         auto queued = c.fixture.run("y");
         c.board.on("\4", "OK" + ScriptedBoard::reply("y"));
-        QCOMPARE(told(awaited(std::move(command))), timedOut(1));
+        QCOMPARE(toText(awaited(std::move(command))), timedOut(1));
         QVERIFY2(c.fixture.link->deviceCommandInFlight(),
-                 "the flag was not the command's any more");
+                 "the command cleared the flag of the run");
         c.board.send("for the run");
         QTRY_COMPARE(watched, "for the run");
         QCOMPARE(c.board.transcript(), u"^Ax^D"_s);
 
-        // The run is on the board now: the line is free of commands, but not of it.
+        // The program runs now: no command uses the link, but queued ones must still wait.
         c.fixture.link->serial().setDataInterceptor({});
         c.fixture.isProgramRunning = true;
         c.fixture.link->setDeviceCommandInFlight(false);
@@ -282,23 +283,23 @@ private slots:
         QTRY_COMPARE(c.fixture.data, "printedreply");
         c.fixture.isEnding = false;
         c.fixture.link->startNextCommand();
-        QCOMPARE(told(awaited(std::move(queued))), u"y|"_s);
+        QCOMPARE(toText(awaited(std::move(queued))), u"y|"_s);
     }
 
     void endsACommandThatTheBoardDoesNotAccept()
     {
-        PtyPair line;
+        PtyPair pty;
         const TestPort port;
-        port.linkTo(line.slavePath());
+        port.linkTo(pty.slavePath());
         LinkFixture fixture;
         QVERIFY(fixture.connectTo(port.path()));
         fixture.link->serial().setWriteDrainTimeout(100ms);
-        line.write(ScriptedBoard::banner);
+        pty.write(ScriptedBoard::banner);
         const QString error = u"error: The board has accepted no data for 0.1 s"_s;
-        QCOMPARE(told(awaited(fixture.run(QByteArray(1 << 20, 'x').constData()))), error);
-        QVERIFY(fixture.isAtRest());
+        QCOMPARE(toText(awaited(fixture.run(QByteArray(1 << 20, 'x').constData()))), error);
+        QVERIFY(fixture.isLinkFree());
         QVERIFY(!fixture.log.contains(error));
-        // Without a command to tell, the Shell has it.
+        // Without a command the error is written to the Shell.
         fixture.link->serial().write(QByteArray(1 << 20, 'x'));
         QTRY_VERIFY(fixture.log.contains(error));
     }
@@ -306,25 +307,25 @@ private slots:
     void recoversFromALossAtEveryByte()
     {
         constexpr qsizetype most = 27 + 2 + 9 + 19; // banner, OK, reply, answer to ^B
-        Connection c;
+        ConnectedFixture c;
         c.board.onProgram = [](const QByteArray &) { return ScriptedBoard::reply("a\r\n", "€"); };
         for (qsizetype bytes = -10; bytes <= most; ++bytes) {
-            QTRY_VERIFY(c.fixture.data.endsWith(">>> ")); // nothing of the greeting is counted
+            QTRY_VERIFY(c.fixture.data.endsWith(">>> ")); // the reply to the two Ctrl-C
             c.fixture.data.clear();
             c.fixture.log.clear();
             if (bytes >= 0)
                 c.board.vanishAfterSending(bytes);
             else
                 c.board.vanishAfterReceiving(bytes + 10); // of ^A print() ^D ^B
-            const QString result = told(awaited(c.fixture.run("print()", 150ms)));
+            const QString result = toText(awaited(c.fixture.run("print()", 150ms)));
             QVERIFY2(result == lost || result.startsWith(timedOut(0)) || result == u"a\n|€",
                      qPrintable(result));
-            QVERIFY(c.fixture.isAtRest());
+            QVERIFY(c.fixture.isLinkFree());
             QTRY_COMPARE(c.fixture.log,
                          QStringList({u"lost"_s, u"ended"_s, u"info: Device disconnected."_s}));
             c.board.plugIn();
             QVERIFY(c.fixture.connectTo(c.board.port()));
-            QCOMPARE(told(awaited(c.fixture.run("x"))), u"a\n|€"_s);
+            QCOMPARE(toText(awaited(c.fixture.run("x"))), u"a\n|€"_s);
         }
     }
 
@@ -341,7 +342,7 @@ private slots:
     {
         QFETCH(bool, isUnplugged);
         QFETCH(bool, isEntered);
-        Connection c(true);
+        ConnectedFixture c(true);
         if (isEntered)
             c.board.on("\1", ScriptedBoard::banner);
         auto running = c.fixture.run("x", 20s);
@@ -353,9 +354,9 @@ private slots:
             c.board.vanish();
         else
             c.fixture.link->disconnectDevice();
-        QCOMPARE(told(awaited(std::move(running))), lost);
-        QCOMPARE(told(awaited(std::move(waiting))), u"error: Not connected"_s);
-        QVERIFY(c.fixture.isAtRest());
+        QCOMPARE(toText(awaited(std::move(running))), lost);
+        QCOMPARE(toText(awaited(std::move(waiting))), u"error: Not connected"_s);
+        QVERIFY(c.fixture.isLinkFree());
 
         if (isUnplugged)
             c.board.plugIn();
@@ -364,20 +365,20 @@ private slots:
         if (!isEntered)
             c.board.on("\1", ScriptedBoard::banner);
         c.board.on("z\4", "OK" + ScriptedBoard::reply("z"));
-        QCOMPARE(told(awaited(c.fixture.run("z"))), u"z|"_s);
-        QVERIFY2(sinceLoss.elapsed() < 4000, "the next board had to wait");
+        QCOMPARE(toText(awaited(c.fixture.run("z"))), u"z|"_s);
+        QVERIFY2(sinceLoss.elapsed() < 4000, "the next connection was delayed");
         QTRY_COMPARE(c.board.transcript(), u"^C^C^Az^D^B"_s);
     }
 
     void resetsTheBoardWhateverItRuns()
     {
-        Connection c(true);
+        ConnectedFixture c(true);
         c.board.on("\1", ScriptedBoard::banner);
         auto running = c.fixture.run("x", 20s);
         auto waiting = c.fixture.run("y", 20s);
         QTRY_COMPARE(c.board.transcript(), u"^Ax^D"_s);
         auto reset = c.fixture.link->softReset();
-        QCOMPARE(told(awaited(std::move(running))),
+        QCOMPARE(toText(awaited(std::move(running))),
                  u"error: "_s + DeviceError::boardReset().message);
         QCOMPARE(awaited(c.fixture.link->softReset()).error().code, ErrorCode::ProgramRunning);
         QTRY_COMPARE(c.board.transcript(), u"^Ax^D^C^C^B^D"_s);
@@ -386,16 +387,16 @@ private slots:
         c.board.send("boot\r\n>>> ");
         QVERIFY(awaited(std::move(reset)));
         QTRY_VERIFY(c.fixture.data.startsWith("MPY: soft reboot"));
-        QCOMPARE(told(awaited(std::move(waiting))), u"y|"_s);
+        QCOMPARE(toText(awaited(std::move(waiting))), u"y|"_s);
 
         const auto failed = awaited(c.fixture.link->softReset());
         QCOMPARE(failed.error().code, ErrorCode::TimedOut);
-        QVERIFY(c.fixture.isAtRest());
+        QVERIFY(c.fixture.isLinkFree());
     }
 
     void identifiesABoardByItsPortAndId()
     {
-        Connection c;
+        ConnectedFixture c;
         int asked = 0;
         c.board.onProgram = [&](const QByteArray &program) {
             asked += program.contains("unique_id") ? 1 : 0;
@@ -414,7 +415,7 @@ private slots:
 
     void resumesEveryCallerWhenItIsDestroyed()
     {
-        Connection c(true);
+        ConnectedFixture c(true);
         auto running = c.fixture.run("x");
         auto waiting = c.fixture.link->executeOnDevice(u"y"_s, 5s);
         c.fixture.link.reset();

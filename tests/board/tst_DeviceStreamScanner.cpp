@@ -10,18 +10,18 @@ namespace {
 const QByteArray record("\x1E{\"line\": 4, \"vars\": [{\"n\": \"é\", \"v\": \"'ü'\"}]}\x1E");
 const QString stop = u"4 é:?='ü'"_s;
 
-/// Bytes of the board, with signs for what can't be seen; "®" is a whole record.
+/// Converts the symbols of control characters to bytes; "®" is a complete record.
 QByteArray wire(QByteArray notation)
 {
     return notation.replace("␞", "\x1E").replace("␄", "\x04").replace("®", record);
 }
 
-/// All that came of a stream; each pause as its line and its variables.
+/// The collected results of a stream; each pause as its line and its variables.
 struct Outcome
 {
     QString text;
     QStringList pauses;
-    QString end = {}; // "ended", and "whole" when the reply was
+    QString end = {}; // "ended", or "whole" when the reply is complete
 
     void add(const DeviceStreamScanner::Scan &scan)
     {
@@ -97,7 +97,7 @@ private slots:
         row("a carriage return without a line feed", "®\rb\r\n", {u"\rb\r\n"_s, {stop}});
         row("a line end further on", "®b\r\n", {u"b\r\n"_s, {stop}});
         row("records in a row, then the end", "®\r\n®®␄␄>", {u">"_s, {stop, stop, stop}, whole});
-        row("the end behind half a line end", "®\r␄", {u"\r"_s, {stop}, ended});
+        row("the end after half a line end", "®\r␄", {u"\r"_s, {stop}, ended});
         row("a malformed record", "a␞{oops␞\r\nb®", {u"ab"_s, {stop}});
         row("an empty record", "a␞␞b", {u"ab"_s, {}});
 
@@ -144,14 +144,14 @@ private slots:
         QCOMPARE(fed({wire("a␞" + json + "␞\r\nb®")}), expected);
     }
 
-    void showsEverythingThatCannotBePartOfMore()
+    void holdsBackOnlyIncompleteCharactersAndRecords()
     {
         DeviceStreamScanner scanner;
         QCOMPARE(scanner.feed("before\x1E{\"li").text, u"before"_s);
         QCOMPARE(scanner.feed("ne\": 1}").text, QString());
         QCOMPARE(scanner.feed("\x1Eh\xC3").text, u"h"_s);
         QCOMPARE(scanner.feed("\xA9\xF0\x9F\x98").text, u"é"_s);
-        // What never becomes well-formed waits with at most four bytes, and never with the end.
+        // Ill-formed text is held back for at most four bytes, and only until the end mark.
         QCOMPARE(scanner.feed("\xFF").text, QString());
         QCOMPARE(scanner.feed("abc").text, u"\uFFFD\uFFFD\uFFFD"_s);
         const auto end = scanner.feed("\x04\xE2");

@@ -16,7 +16,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// Copies both ways, on a real MicroPython; and a board that is unplugged in the middle of one.
+/// Copies in both directions with a real MicroPython, and unplugs the board during copies.
 class tst_FileTransfer final : public QObject
 {
     Q_OBJECT
@@ -68,7 +68,7 @@ private slots:
                      + m_board.port()
                      + u", replacing any file already there with the same name. Large folders take "
                        "a while over serial. | Copy"_s);
-        QCOMPARE(m_fixture.said(),
+        QCOMPARE(m_fixture.takeLog(),
                  u"info: ↑ Copying src → /src…\n"
                  "info: Not copied (links out of the folder and special files): out.\n"
                  "info: ↑ Copied 3 files to /src."_s);
@@ -80,7 +80,7 @@ private slots:
         QCOMPARE(m_fixture.prompts.takeAsked(),
                  u"Copy “src” to %1? | 4 files (70.0 kB) will be written to %2, replacing any file "
                  "already there with the same name. | Copy"_s.arg(local(u"back"_s), target));
-        QCOMPARE(m_fixture.said(),
+        QCOMPARE(m_fixture.takeLog(),
                  u"info: ↓ Copying src → %1…\ninfo: ↓ Copied 4 files to %1."_s.arg(target));
         QCOMPARE(reloads.size(), 1);
         QVERIFY(bytesOf(target + u"/lib/it's.bin"_s) == QByteArray(70'000, '\xA5'));
@@ -98,63 +98,63 @@ private slots:
         const QString file = local(u"a.txt"_s);
         put(file, "first");
         m_fixture.done(m_fixture.copies.copyFileToDevice(file));
-        QCOMPARE(m_fixture.said(), u"info: ↑ Copied a.txt to /lib/a.txt."_s);
+        QCOMPARE(m_fixture.takeLog(), u"info: ↑ Copied a.txt to /lib/a.txt."_s);
         QVERIFY2(m_fixture.prompts.asked.isEmpty(), "nothing was there to replace");
 
         m_fixture.prompts.confirmation.confirmed = false;
         put(file, "second");
         m_fixture.done(m_fixture.copies.copyFileToDevice(file));
-        QCOMPARE(m_fixture.said(),
+        QCOMPARE(m_fixture.takeLog(),
                  u"info: Copy cancelled — /lib/a.txt on the device is unchanged."_s);
         m_fixture.prompts.asked.clear();
         m_fixture.done(m_fixture.copies.copyFileFromDevice(node(u"/lib/a.txt"_s), m_folder.path()));
         QCOMPARE(m_fixture.prompts.takeAsked(),
                  u"Replace “a.txt”? | a.txt already exists in %1. Copying from the device replaces "
                  "it. | Replace"_s.arg(m_folder.path()));
-        QCOMPARE(m_fixture.said(), u"info: Copy cancelled — %1 is unchanged."_s.arg(file));
+        QCOMPARE(m_fixture.takeLog(), u"info: Copy cancelled — %1 is unchanged."_s.arg(file));
         QCOMPARE(bytesOf(file), "second"_ba);
 
         m_fixture.prompts.confirmation.confirmed = true;
         m_fixture.done(m_fixture.copies.copyFileFromDevice(node(u"/lib/a.txt"_s), m_folder.path()));
-        QCOMPARE(m_fixture.said(), u"info: ↓ Copied a.txt to %1."_s.arg(file));
+        QCOMPARE(m_fixture.takeLog(), u"info: ↓ Copied a.txt to %1."_s.arg(file));
         QCOMPARE(bytesOf(file), "first"_ba);
         m_fixture.files.setDeviceWorkingDir(u"/"_s);
     }
 
-    void saysWhyItStopped()
+    void reportsWhyItStopped()
     {
         QVERIFY(QDir().mkpath(local(u"hollow"_s)));
         QVERIFY(QFile::link(u"/"_s, local(u"hollow/out"_s)));
         m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"hollow"_s)));
-        QCOMPARE(m_fixture.said(),
+        QCOMPARE(m_fixture.takeLog(),
                  u"info: Not copied (links out of the folder and special files): out.\n"
                  "error: hollow is empty — nothing to copy."_s);
         m_fixture.done(m_fixture.copies.copyFileToDevice(local(u"missing"_s)));
-        QCOMPARE(m_fixture.said(), u"error: Cannot read %1."_s.arg(local(u"missing"_s)));
+        QCOMPARE(m_fixture.takeLog(), u"error: Cannot read %1."_s.arg(local(u"missing"_s)));
 
         // The board holds a folder where a file of that name should go, and the reverse.
         put(local(u"clash/a"_s), "1");
         put(local(u"clash/b"_s), "2");
         QVERIFY(m_fixture.makeFolders({u"/clash"_s, u"/clash/b"_s}));
         m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"clash"_s)));
-        const QString stopped = m_fixture.said();
+        const QString stopped = m_fixture.takeLog();
         QVERIFY2(stopped.contains(u"error: Device write failed: "), qPrintable(stopped));
         QVERIFY2(stopped.endsWith(u"\nerror: Copy stopped at b."), qPrintable(stopped));
         QCOMPARE(onBoard(u"/clash/a"_s), "1"_ba);
         put(local(u"taken/f"_s), "1");
         write("a file", u"/taken"_s);
         m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"taken"_s)));
-        QVERIFY(m_fixture.said().endsWith(u"\nerror: Copy stopped at f."_s));
+        QVERIFY(m_fixture.takeLog().endsWith(u"\nerror: Copy stopped at f."_s));
         QCOMPARE(onBoard(u"/taken"_s), "a file"_ba);
 
         awaited(m_fixture.files.refreshDeviceFiles());
         put(local(u"into/clash"_s), "a file");
         m_fixture.done(m_fixture.copies.copyFolderFromDevice(node(u"/clash"_s), local(u"into"_s)));
-        QVERIFY(m_fixture.said().contains(u"error: Copy failed: "));
+        QVERIFY(m_fixture.takeLog().contains(u"error: Copy failed: "));
         QCOMPARE(bytesOf(local(u"into/clash"_s)), "a file"_ba);
         const QString nowhere = local(u"no/folder"_s);
         m_fixture.done(m_fixture.copies.copyFileFromDevice(node(u"/clash/a"_s), nowhere));
-        QVERIFY(m_fixture.said().startsWith(u"error: Cannot write %1/a: "_s.arg(nowhere)));
+        QVERIFY(m_fixture.takeLog().startsWith(u"error: Cannot write %1/a: "_s.arg(nowhere)));
         QVERIFY(QDir().mkpath(local(u"limited"_s)));
         std::signal(SIGXFSZ, SIG_IGN);
         rlimit unlimited{};
@@ -165,16 +165,16 @@ private slots:
             m_fixture.copies.copyFileFromDevice(node(u"/clash/a"_s), local(u"limited"_s)));
         QCOMPARE(setrlimit(RLIMIT_FSIZE, &unlimited), 0);
         const QString limited = u"error: Cannot write %1: File too large"_s;
-        QCOMPARE(m_fixture.said(), limited.arg(local(u"limited/a"_s)));
+        QCOMPARE(m_fixture.takeLog(), limited.arg(local(u"limited/a"_s)));
 
         m_fixture.prompts.confirmation.confirmed = false;
         QSignalSpy running(&m_fixture.transfer, &TransferStatus::isSendingToDeviceChanged);
         m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"into"_s)));
-        QCOMPARE(m_fixture.said(), QString()); // no message after a refusal
+        QCOMPARE(m_fixture.takeLog(), QString()); // no message after a refusal
         QCOMPARE(running.size(), 0);
     }
 
-    void carriesOutAConfirmationOnceAndOnItsBoard()
+    void usesAConfirmationOnceAndForItsConnectionOnly()
     {
         put(local(u"once/a.py"_s), "new");
         ScriptedBoard board;
@@ -220,7 +220,7 @@ private slots:
         QTest::newRow("no memory") << ScriptedBoard::reply({}, "MemoryError: \r\n") << stopped;
         QTest::newRow("resets")
             << "\r\nMPY: soft reboot\r\nraw REPL; CTRL-B to exit\r\n>\x04\x04>"_ba << stopped;
-        QTest::newRow("says more than it should")
+        QTest::newRow("other output around the reply")
             << ScriptedBoard::reply("WLAN up\r\n__OK__\r\nWLAN down\r\n")
             << u"info: ↑ Copied 50 files to /many."_s;
     }
@@ -250,7 +250,7 @@ private slots:
                 [&] { status << fixture.transfer.status(); });
 
         fixture.done(fixture.copies.copyFolderToDevice(local(u"many"_s)));
-        QCOMPARE(fixture.said().split(u'\n').last(), outcome);
+        QCOMPARE(fixture.takeLog().split(u'\n').last(), outcome);
         QCOMPARE(written, outcome.startsWith(u"info: ↑") ? 50 : 20);
         QVERIFY(!fixture.transfer.isSendingToDevice());
         QVERIFY(status.contains(u"Copying f19 (20 of 50)…"_s));
@@ -267,7 +267,7 @@ private slots:
                 return ScriptedBoard::reply(program.contains("__LS__") ? "__LS__[]" : "__OK__");
             };
             auto resumed = fixture.transfer.resumeRest();
-            QVERIFY(!fixture.done(fixture.transfer.resumeRest())); // it runs already
+            QVERIFY(!fixture.done(fixture.transfer.resumeRest())); // it is running already
             QVERIFY(fixture.done(std::move(resumed)));
             QCOMPARE(written - before, reply.isEmpty() ? 30 : 31); // the file of the failure again
             QVERIFY(!fixture.transfer.rest());
@@ -284,7 +284,7 @@ private slots:
             put(local(u"full/"_s + name), QByteArray(20'000, 'x'));
         fixture.done(fixture.copies.copyFolderToDevice(local(u"full"_s)));
         QCOMPARE(
-            fixture.said(),
+            fixture.takeLog(),
             u"info: ↑ Copying full → /full…\n"
             "error: Device write failed: No space left on the device — /full/c on the board is "
             "unchanged.\n"
@@ -294,7 +294,7 @@ private slots:
             fixture.prompts.confirmation.confirmed = isAgreed;
             fixture.prompts.asked.clear();
             fixture.write(QByteArray(20'000, 'n'), u"/full/b"_s, u"b"_s);
-            QCOMPARE(fixture.said(),
+            QCOMPARE(fixture.takeLog(),
                      isAgreed ? QString()
                               : u"error: Device write failed: No space left on the device — "
                                 "/full/b on the board is unchanged."_s);
@@ -327,7 +327,7 @@ private slots:
         ScriptedBoard cable;
         cable.relayTo(board.port());
         const QString file = local(u"cut/f"_s);
-        const auto told = [](const QByteArray &bytes) {
+        const auto outputFor = [](const QByteArray &bytes) {
             return u"%1 %2 False\n"_s.arg(bytes.size()).arg(FileDigest::crc32(bytes));
         };
         QByteArray commands; // of the first copy, which is not cut
@@ -380,14 +380,14 @@ private slots:
                     "print(len(d),binascii.crc32(d),'.f.part' in os.listdir('/'))"_s,
                     std::chrono::seconds(5)));
                 found = output ? *output : output.error().message;
-                return ((!copied || isUnsure) && found == told(old))
-                    || ((copied || isUnsure) && found == told(fresh));
+                return ((!copied || isUnsure) && found == outputFor(old))
+                    || ((copied || isUnsure) && found == outputFor(fresh));
             };
             QTRY_VERIFY2(isExpected(), qPrintable(message + u' ' + found));
         }
     }
 
-    void tellsRateAndTimeLeft()
+    void showsRateAndTimeLeft()
     {
         const auto text = &TransferStatus::progressText;
         const std::chrono::milliseconds second(1'000);
@@ -399,7 +399,7 @@ private slots:
         QCOMPARE(text(0, 200, second), QString());
     }
 
-    void endsQuietlyWhenAllIsDestroyedInTheMiddle()
+    void endsItsTasksWhenDestroyedDuringACopy()
     {
         put(local(u"quit/f"_s), "1");
         ScriptedBoard board;

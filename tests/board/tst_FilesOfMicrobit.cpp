@@ -13,7 +13,7 @@ using namespace Korvane;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-/// The file operations on a board that lacks most of what they use on others.
+/// File operations on a board without most of the modules that they use on others.
 class tst_FilesOfMicrobit final : public QObject
 {
     Q_OBJECT
@@ -26,33 +26,33 @@ private slots:
         BoardFixture board;
         QVERIFY(board.connectTo(microbit.port()));
         awaited(board.files.refreshDeviceFiles());
-        QCOMPARE(board.said(), u""_s);
+        QCOMPARE(board.takeLog(), u""_s);
         QVERIFY(board.files.deviceFileNodes().isEmpty());
 
         QByteArray bytes;
         for (int i = 0; i < 5000; ++i)
             bytes += static_cast<char>(i * 37 >> 3);
-        QVERIFY2(board.write(bytes, u"/data.bin"_s, u"data.bin"_s), qPrintable(board.said()));
+        QVERIFY2(board.write(bytes, u"/data.bin"_s, u"data.bin"_s), qPrintable(board.takeLog()));
         QVERIFY2(board.write("print('it\\'s “small”')\n", u"/main.py"_s, u"main.py"_s),
-                 qPrintable(board.said()));
+                 qPrintable(board.takeLog()));
         QVERIFY(awaited(board.files.deviceFileExists(u"/main.py"_s)));
         QVERIFY(!awaited(board.files.deviceFileExists(u"/main2.py"_s)));
         awaited(board.files.refreshDeviceFiles());
-        QCOMPARE(board.said(), u""_s);
+        QCOMPARE(board.takeLog(), u""_s);
         QVERIFY(board.files.deviceNode(u"/data.bin"_s));
         QCOMPARE(board.files.deviceNode(u"/data.bin"_s)->size, 5000);
 
         QTemporaryDir folder;
         QVERIFY2(board.done(board.copies.copyFileFromDevice(*board.files.deviceNode(u"/data.bin"_s),
                                                             folder.path())),
-                 qPrintable(board.said()));
+                 qPrintable(board.takeLog()));
         QCOMPARE(bytesOf(folder.filePath(u"data.bin"_s)), bytes);
         QCOMPARE(board.done(board.files.readDeviceFile(u"/main.py"_s, u"main.py"_s)),
                  "print('it\\'s “small”')\n");
 
         QVERIFY(!board.makeFolders({u"/lib"_s}));
         QVERIFY2(board.done(board.files.deleteDeviceNode(*board.files.deviceNode(u"/data.bin"_s))),
-                 qPrintable(board.said()));
+                 qPrintable(board.takeLog()));
         QCOMPARE(board.files.deviceFileNodes().size(), 1);
 
         DeviceFileOperations operations(*board.fixture.link, board.files);
@@ -62,14 +62,15 @@ private slots:
         QVERIFY(!board.done(operations.createFolder(permit(u"/lib"_s))));
         QVERIFY(!board.done(operations.move(u"/main.py"_s, permit(u"/new.py"_s),
                                             DeviceFileOperations::Existing::Refuse)));
-        QCOMPARE(board.said(),
+        QCOMPARE(board.takeLog(),
                  u"error: File exists\nerror: the board has no folders\nerror: the "
                  "board cannot rename files"_s);
-        QVERIFY2(board.done(operations.createFile(permit(u"/new.py"_s))), qPrintable(board.said()));
+        QVERIFY2(board.done(operations.createFile(permit(u"/new.py"_s))),
+                 qPrintable(board.takeLog()));
         const auto remove = [&] {
             return operations.remove(permit(u"/main.py"_s), [] { return false; });
         };
-        QVERIFY2(board.done(remove()), qPrintable(board.said()));
+        QVERIFY2(board.done(remove()), qPrintable(board.takeLog()));
         QVERIFY(!board.done(remove()));
         QCOMPARE(*board.done(operations.kindsOf({u"/new.py"_s, u"/main.py"_s})),
                  (QList{Kind::File, Kind::Missing}));

@@ -47,7 +47,7 @@ private slots:
         QTEST(ignored.isIgnored(path, false), "isIgnored");
     }
 
-    void saysInWhatStateAStoppedFileIs()
+    void reportsTheStateOfTheFileThatWasStopped()
     {
         const Error cause{ErrorCode::Canceled, u"Transfer canceled — /a on the board is old."_s};
         QCOMPARE(sendingStoppedAt(u"a"_s, 1, 3, cause).message,
@@ -72,9 +72,9 @@ private slots:
         put(here + u"/notes.md"_s, "");
         put(here + u"/.korvaneignore"_s, "*.md\n\xFF");
         QVERIFY(!board.done(sync.compare(here, u"/app"_s)));
-        QVERIFY(board.said().startsWith(u"error: Cannot read .korvaneignore: "));
+        QVERIFY(board.takeLog().startsWith(u"error: Cannot read .korvaneignore: "));
         put(here + u"/.korvaneignore"_s, "*.md\n");
-        const auto told = [](const Result<FolderChanges> &changes) {
+        const auto toText = [](const Result<FolderChanges> &changes) {
             if (!changes)
                 return changes.error().message;
             QStringList lines{QString::number(changes->unchangedCount)};
@@ -84,9 +84,9 @@ private slots:
         };
 
         auto changes = awaited(sync.compare(here, u"/app"_s));
-        QCOMPARE(told(changes), u"0 lib/a.py+ lib/b.py+ main.py+"_s);
+        QCOMPARE(toText(changes), u"0 lib/a.py+ lib/b.py+ main.py+"_s);
         QVERIFY(board.done(sync.send(*changes)));
-        QCOMPARE(board.said(), u"info: ↑ Sent 3 files to /app; 0 files unchanged."_s);
+        QCOMPARE(board.takeLog(), u"info: ↑ Sent 3 files to /app; 0 files unchanged."_s);
 
         QByteArray other(200'000, 'a');
         other[150'000] = 'b';
@@ -96,7 +96,7 @@ private slots:
         QVERIFY(board.write("x", u"/app/lib/old.py"_s, u"old.py"_s));
         QVERIFY(board.write("x", u"/app/notes.md"_s, u"notes.md"_s));
         changes = awaited(sync.compare(here, u"/app"_s));
-        QCOMPARE(told(changes), u"1 new.py+ lib/a.py~ main.py~ lib/old.py-"_s);
+        QCOMPARE(toText(changes), u"1 new.py+ lib/a.py~ main.py~ lib/old.py-"_s);
         QStringList statuses;
         const auto noting = connect(&board.transfer, &TransferStatus::statusChanged, this, [&] {
             statuses << board.transfer.status();
@@ -104,17 +104,17 @@ private slots:
                 board.transfer.cancel(); // which emits the signal, too
         });
         QVERIFY(!board.done(sync.send(*changes)));
-        // Before what is sent, which may be the same file with another case.
+        // Deletes before it sends: a sent file may be the same one with another case.
         statuses.removeAll(QString());
         QCOMPARE(statuses.value(0), u"Deleting lib/old.py (1 of 1)…"_s);
-        QVERIFY(board.said().startsWith(u"info: Deleting canceled at lib/old.py (1 of 1)"));
+        QVERIFY(board.takeLog().startsWith(u"info: Deleting canceled at lib/old.py (1 of 1)"));
         disconnect(noting);
         board.fixture.link->disconnectDevice();
         QVERIFY(board.connectTo(virtualBoard.port()));
         QVERIFY(board.done(board.transfer.resumeRest()));
-        QCOMPARE(board.said(),
+        QCOMPARE(board.takeLog(),
                  u"info: ↑ Sent 3 files to /app, removed 1 file; 1 file unchanged."_s);
-        QCOMPARE(told(awaited(sync.compare(here, u"/app"_s))), u"4"_s);
+        QCOMPARE(toText(awaited(sync.compare(here, u"/app"_s))), u"4"_s);
         QCOMPARE(awaited(sync.send(*changes)).error().code, ErrorCode::BoardReplaced);
     }
 };

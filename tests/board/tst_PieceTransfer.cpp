@@ -143,7 +143,7 @@ private slots:
         QCOMPARE(sending.leftover(), PieceTransfer::Leftover::Part);
     }
 
-    void asksAgainForADamagedPiece()
+    void requestsADamagedPieceAgain()
     {
         int damaged = 3;
         ScriptedBoard board;

@@ -17,13 +17,13 @@ const QString neverEntered = u"error: The board never entered the raw REPL, so n
                              "Try disconnecting and reconnecting."_s;
 const QStringList wholeRun = u"running free ended whole"_s.split(u' ');
 
-/// A fixture with a board that is at its prompt.
-struct Connection
+/// A fixture that is connected to a board at its prompt.
+struct ConnectedFixture
 {
     ScriptedBoard board;
     DebugFixture fixture;
 
-    Connection() { greet(); }
+    ConnectedFixture() { greet(); }
 
     void greet()
     {
@@ -52,12 +52,12 @@ private slots:
         };
         const auto reply = ScriptedBoard::reply;
         row("a traceback", reply("a", "in <stdin>\r\nE\r\n"), u"OKain <stdin>\r\nE\r\n>"_s);
-        row("two stops, one behind an end mark of its own",
+        row("two stops, one after an end mark of its own",
             "\x1E{\"line\":3}\x1E\r\na\x04\x1E{\"line\":4}\x1E\r\nb", u"OKab"_s,
             u"running paused-3 free ended running paused-4"_s);
         row("an end mark of its own", reply("a\x04-", "c>"), u"OKa-c>>"_s);
         row("bytes that are no text", reply("ab\xff", {}), u"OKab\uFFFD>"_s);
-        row("no prompt", "a\x04-\x04", u"OKa-"_s); // whole after a second
+        row("no prompt", "a\x04-\x04", u"OKa-"_s); // complete after a second
         row("a soft reset without an end", "a\r\nMPY: soft reboot\r\nraw REPL; CTRL-B to exit\r\n>",
             u"OKa\r\nMPY: soft reboot\r\nraw REPL; CTRL-B to exit\r\n>"_s);
         row("a restart",
@@ -74,7 +74,7 @@ private slots:
         QFETCH(QString, output);
         QFETCH(QStringList, events);
         for (const bool isSplit : {false, true}) {
-            Connection c;
+            ConnectedFixture c;
             c.board.onProgram = [&reply](const QByteArray &) { return reply; };
             c.start(u"print('ü')\n"_s);
             QVERIFY(c.fixture.link.deviceCommandInFlight());
@@ -92,7 +92,7 @@ private slots:
 
     void waitsASecondForTheRestOfAReply()
     {
-        Connection c;
+        ConnectedFixture c;
         c.board.onProgram = [](const QByteArray &) { return "\x04"_ba; };
         QElapsedTimer timer;
         timer.start();
@@ -106,16 +106,16 @@ private slots:
         QCOMPARE(c.fixture.events, wholeRun);
     }
 
-    void sendsOnlyTheOrderForWhatIsNoText()
+    void sendsOnlyCtrlDForALoneSurrogate()
     {
-        Connection c;
+        ConnectedFixture c;
         c.start(u"a"_s + QChar(0xD800));
         QTRY_COMPARE(c.board.transcript(), u"^A^D"_s);
     }
 
-    void givesUpOnABusyBoard()
+    void failsWhenTheBoardStaysBusy()
     {
-        Connection c;
+        ConnectedFixture c;
         c.fixture.session.begin({3});
         c.board.setMute(true);
         QElapsedTimer timer;
@@ -133,7 +133,7 @@ private slots:
         QVERIFY(!c.fixture.link.deviceCommandInFlight() && !c.fixture.session.isDebugging());
         c.board.send("seen again");
         QTRY_COMPARE(c.fixture.shell.output(), u"busy \uFFFDraw REPseen again"_s);
-        // Half the banner of one run and half of the next make none, but pieces do.
+        // Half a banner in each of two runs is not a banner, but one in pieces is.
         c.start(u"y"_s);
         c.board.send("L");
         QTRY_VERIFY(c.board.transcript().startsWith(u"^A^C^A^A^A^A^A^C"));
@@ -144,12 +144,12 @@ private slots:
 
     void startsTheLastOfTwoRuns()
     {
-        Connection c;
+        ConnectedFixture c;
         c.board.setMute(true);
         c.start(u"first"_s);
         QTRY_VERIFY(c.board.transcript().startsWith(u"^A^C"));
         c.start(u"second"_s);
-        // More than the first run was given.
+        // The second run is not limited to the remaining attempts of the first.
         QTRY_VERIFY(c.board.transcript().endsWith(u"^C^A^A^A"));
         c.board.setMute(false);
         QTRY_COMPARE(c.fixture.events, wholeRun);
@@ -160,7 +160,7 @@ private slots:
 
     void keepsAProgramThatIgnoresInterrupts()
     {
-        Connection c;
+        ConnectedFixture c;
         c.board.onProgram = [](const QByteArray &) { return "a\xC3"_ba; };
         c.start(u"first"_s);
         QTRY_COMPARE(c.fixture.shell.output(), u"OKa"_s);
@@ -194,7 +194,7 @@ private slots:
         QFETCH(QStringList, events);
         QFETCH(int, longestTimer);
         const bool isEntering = events.isEmpty();
-        Connection c;
+        ConnectedFixture c;
         c.fixture.session.begin({1});
         c.board.setMute(isEntering);
         c.board.onProgram = [&reply](const QByteArray &) { return reply; };
@@ -207,7 +207,7 @@ private slots:
         QVERIFY(!QTest::qWaitFor([&] { return c.fixture.events != events; }, longestTimer));
         QVERIFY(!c.fixture.link.deviceCommandInFlight() && !c.fixture.session.isDebugging());
 
-        // Nothing of the old run shows up in a new one.
+        // A new run contains nothing of the old one.
         c.board.setMute(false);
         c.board.plugIn();
         c.greet();
@@ -220,7 +220,7 @@ private slots:
 
     void showsTheBeginningOfARestartWhenTheBoardIsLost()
     {
-        Connection c;
+        ConnectedFixture c;
         c.board.setMute(true);
         const auto reset = c.fixture.link.softReset();
         c.board.send("\r\nMPY: soft re");
@@ -231,7 +231,7 @@ private slots:
 
     void cancelsTheSendingOfAProgram()
     {
-        Connection c;
+        ConnectedFixture c;
         c.start(QString(RawPaste::smallestProgram, u'x'));
         QTRY_COMPARE(c.board.transcript(), u"^A^EA^A"_s);
         c.fixture.run->cancelSending();

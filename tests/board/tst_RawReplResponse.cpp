@@ -29,7 +29,7 @@ private slots:
         row("rest of the banner comes first", u"; CTRL-B to exit\r\n>OKa\4\4>", true, u"a", u"");
         row("every kind of line end, blanks kept", u"OK \ra\r\r\nb\n\r \4\r\4>", true,
             u" \na\n\nb\n\n ", u"\n");
-        row("more behind the prompt", u"OKa\4b\4>\r\n\4more", true, u"a", u"b");
+        row("more after the prompt", u"OKa\4b\4>\r\n\4more", true, u"a", u"b");
     }
 
     void splitsReplies()
@@ -54,7 +54,7 @@ private slots:
         }
     }
 
-    void letsGoOfAReplyThatIsTooLong()
+    void discardsAReplyThatIsTooLong()
     {
         RawReplResponse reply(10);
         reply.feed(u"OK12345678");

@@ -10,7 +10,7 @@ class tst_ReplMessages final : public QObject
     Q_OBJECT
 
 private slots:
-    void marksWhatTheREPLSays_data()
+    void marksMessagesOfTheRepl_data()
     {
         QTest::addColumn<bool>("isReply");
         QTest::addColumn<QString>("received"); // "|" for an end mark
@@ -34,7 +34,7 @@ private slots:
             "Type \"help()\" for more information.\r\n>>> ]1\r\n");
     }
 
-    void marksWhatTheREPLSays()
+    void marksMessagesOfTheRepl()
     {
         QFETCH(bool, isReply);
         QFETCH(QString, received);

@@ -12,16 +12,16 @@
 
 namespace Korvane {
 
-/// Runs and the debug state on a link of their own, as the program puts them together.
+/// A ProgramRun and a DebugSession on a link, connected as in AppState.
 struct DebugFixture final : DeviceLinkClient
 {
     RecordingShell shell;
     DeviceLink link{shell, TestPort::roots()};
     std::unique_ptr<ProgramRun> run = std::make_unique<ProgramRun>(link, shell);
     DebugSession session{link, *run, shell};
-    /// What the run has signalled, in order, with "running" and "free" for the flag.
+    /// The signals of the run, in order; "running" and "free" for deviceProgramRunning.
     QStringList events;
-    /// The bytes that no command or entry has taken.
+    /// The bytes that no command and no handshake has received.
     QByteArray data;
 
     DebugFixture()

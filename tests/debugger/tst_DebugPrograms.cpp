@@ -10,14 +10,14 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What a program's own last lines say of it: its breakpoints, and one line for each stop:
+/// What the last lines of a program specify: its breakpoints, and one line for each stop:
 ///
 ///     #! breakpoints 3 7
 ///     #> 3 s  n=2  text='a b'  !later
 ///
-/// The program stops at line 3, where n and text have these values and there is no `later`, and is
-/// told to step.
-struct Story
+/// The program stops at line 3, where n and text have these values and `later` is not defined; the
+/// test then steps.
+struct ExpectedStops
 {
     struct Stop
     {
@@ -29,7 +29,7 @@ struct Story
     QSet<int> breakpoints;
     QList<Stop> stops;
 
-    explicit Story(const QString &path)
+    explicit ExpectedStops(const QString &path)
     {
         QFile file(path);
         if (!file.open(QIODevice::ReadOnly))
@@ -48,8 +48,8 @@ struct Story
     }
 };
 
-/// What is not at \p pause as \p stop has it.
-QStringList differences(const Story::Stop &stop, const DebugPause &pause)
+/// The differences between \p pause and the expected \p stop.
+QStringList differences(const ExpectedStops::Stop &stop, const DebugPause &pause)
 {
     QStringList found;
     if (stop.line != pause.line)
@@ -136,7 +136,7 @@ private slots:
     {
         m_fixture = std::make_unique<DebugFixture>();
         connect(&session(), &DebugSession::paused, this, [this](const DebugPause &pause) {
-            // As the user does: after the session has reported the line.
+            // After the session has reported the line, as a command of the user.
             QTimer::singleShot(0, m_fixture->run.get(), [this, command = m_command(pause)] {
                 if (command == u"s")
                     session().debugStep();
@@ -154,7 +154,7 @@ private slots:
     void printsTheSameWhenDebugged()
     {
         QFETCH(QString, path);
-        const QString source = Story(path).source + u"\nif False:\n    pass\n"_s;
+        const QString source = ExpectedStops(path).source + u"\nif False:\n    pass\n"_s;
         const int unreached = static_cast<int>(source.count(u'\n'));
         int stops = 0;
         const Command step = [&stops](const DebugPause &) {
@@ -174,33 +174,33 @@ private slots:
     void stopsAtTheExpectedLines()
     {
         QFETCH(QString, path);
-        const Story story(path);
-        QVERIFY(!story.stops.isEmpty());
+        const ExpectedStops expected(path);
+        QVERIFY(!expected.stops.isEmpty());
         QStringList problems;
         qsizetype count = 0;
-        output(story.source, story.breakpoints, [&](const DebugPause &pause) {
+        output(expected.source, expected.breakpoints, [&](const DebugPause &pause) {
             const qsizetype i = count++;
-            if (i >= story.stops.size()) {
+            if (i >= expected.stops.size()) {
                 problems << u"stop %1: line %2, unexpected"_s.arg(i + 1).arg(pause.line);
                 return u"c"_s;
             }
-            const QStringList found = differences(story.stops[i], pause);
+            const QStringList found = differences(expected.stops[i], pause);
             if (!found.isEmpty())
-                problems << u"stop %1 (line %2): "_s.arg(i + 1).arg(story.stops[i].line)
+                problems << u"stop %1 (line %2): "_s.arg(i + 1).arg(expected.stops[i].line)
                         + found.join(u", "_s);
-            return story.stops[i].command;
+            return expected.stops[i].command;
         });
         QVERIFY2(problems.isEmpty(), qPrintable(u'\n' + problems.join(u'\n')));
-        QCOMPARE(count, story.stops.size());
+        QCOMPARE(count, expected.stops.size());
         QVERIFY(isWhole() && !session().isDebugging());
         QCOMPARE(*awaited(m_fixture->link.executeOnDevice(u"print(6 * 7)"_s, 20s)), u"42\n"_s);
     }
 
-    void leavesTheBoardFreeAfterProgramsItCannotFollow_data()
+    void freesTheBoardAfterUnusualPrograms_data()
     {
         QTest::addColumn<QString>("source");
         QTest::addColumn<int>("stops");
-        QTest::addColumn<QString>("printed"); // its end
+        QTest::addColumn<QString>("printed"); // the end of the output
         const auto row = [](const char *name, const QString &source, int stops,
                             const QString &printed) {
             QTest::newRow(name) << source << stops << printed;
@@ -220,7 +220,7 @@ private slots:
         row("a very large function", large, 0, u"RuntimeError: bytecode overflow\n>"_s);
     }
 
-    void leavesTheBoardFreeAfterProgramsItCannotFollow()
+    void freesTheBoardAfterUnusualPrograms()
     {
         QFETCH(QString, source);
         int stops = 0;

@@ -19,8 +19,8 @@ const QString couldNot = u"error: Could not install the breakpoint helper: "_s;
 const QString sent = u"info: ▶ Sent to device."_s;
 const QByteArray pauseAt3 = "\x1E{\"line\": 3, \"vars\": []}\x1E\r\n"_ba;
 
-/// A session with a board that takes the helper and answers the program as told.
-struct Connection
+/// A session with a board; `answer` is its reply to the program.
+struct ConnectedFixture
 {
     ScriptedBoard board;
     DebugFixture fixture;
@@ -28,7 +28,7 @@ struct Connection
     QByteArray helperAnswer = ScriptedBoard::reply("");
     QByteArrayList programs;
 
-    Connection()
+    ConnectedFixture()
     {
         connectBoard();
         board.onProgram = [this](const QByteArray &code) {
@@ -48,7 +48,7 @@ struct Connection
     {
         session().startDebugRun(u"main.py"_s, source, breakpoints);
     }
-    /// "debugging 3 [3]": whether, where it is paused, and what is armed.
+    /// "debugging 3 [3]": whether it debugs, the paused line or 0, and the armed lines.
     QString state()
     {
         QStringList armedLines;
@@ -65,7 +65,7 @@ struct Connection
         helperAnswer = phase == u"installing" ? QByteArray() : helperAnswer;
         answer = phase == u"paused" ? pauseAt3 : QByteArray("on");
         if (phase == u"entering") {
-            // The helper is the last that the board answers.
+            // The board replies to nothing after the helper.
             board.onProgram = [this](const QByteArray &) {
                 QTimer::singleShot(0, &board, [this] { board.setMute(true); });
                 return ScriptedBoard::reply("");
@@ -126,7 +126,7 @@ private slots:
         QFETCH(QString, phase);
         QFETCH(QString, source);
         QFETCH(QStringList, lines);
-        Connection c;
+        ConnectedFixture c;
         if (phase == u"unplugged")
             c.fixture.link.disconnectDevice();
         else if (phase == u"ignoring the interrupt") // of a program that isn't debugged
@@ -168,7 +168,7 @@ private slots:
         QFETCH(QSet<int>, breakpoints);
         QFETCH(QString, note);
         QFETCH(QString, summary);
-        Connection c;
+        ConnectedFixture c;
         QStringList expected = note.isEmpty() ? QStringList() : QStringList{u"info: "_s + note};
         QString whenBegun;
         connect(&c.session(), &DebugSession::started, this, [&] {
@@ -177,7 +177,7 @@ private slots:
         });
         c.start(program, breakpoints);
         QCOMPARE(c.lines(), expected);
-        QCOMPARE(c.state(), idle); // until the helper is there
+        QCOMPARE(c.state(), idle); // until the helper is installed
         QTRY_COMPARE(c.fixture.events, u"running free ended whole"_s.split(u' '));
         QTEST(whenBegun, "begun");
         const InstrumentedRun run(program, breakpoints);
@@ -195,7 +195,7 @@ private slots:
 
     void refusesTheSecondOfTwoStarts()
     {
-        Connection c;
+        ConnectedFixture c;
         c.answer = "on";
         c.start();
         c.start();
@@ -207,25 +207,25 @@ private slots:
 
     void stopsBeforeTheProgramIsSent()
     {
-        Connection c;
+        ConnectedFixture c;
         QVERIFY(c.reach(u"entering"_s));
-        QTRY_VERIFY(c.board.received().endsWith("\x02\x01")); // behind the helper
+        QTRY_VERIFY(c.board.received().endsWith("\x02\x01")); // after the helper
         c.board.forget();
         c.session().debugStop();
         QCOMPARE(c.state(), idle);
         QVERIFY(!c.fixture.run->deviceProgramRunning() && !c.fixture.link.deviceCommandInFlight());
         c.session().debugStop();
         QTRY_COMPARE(c.board.received(), "\x03\x02"_ba);
-        // Nothing follows, though the board wakes up in time.
+        // Nothing more is sent, though the banner arrives in time.
         c.board.send(ScriptedBoard::banner);
         QVERIFY(!QTest::qWaitFor([&] { return c.board.received() != "\x03\x02"; }, 2000));
         QCOMPARE(c.lines().filter(u"error"_s), QStringList());
     }
 
-    // The stop crossed the program's own: it has been seen paused again, and so can be told again.
-    void debugsOnAfterAPauseBehindTheStop()
+    // The program pauses at the time of the stop: it is shown as paused, and can be stopped again.
+    void debugsAgainWhenAPauseArrivesAfterStop()
     {
-        Connection c;
+        ConnectedFixture c;
         QVERIFY(c.reach(u"running"_s));
         c.session().debugStop();
         QTRY_VERIFY(c.board.received().endsWith("\x03"));
@@ -236,17 +236,17 @@ private slots:
         c.fixture.events.clear();
         c.session().debugStop();
         QTRY_VERIFY(c.board.received().endsWith("q\n"));
-        // Its end is no end of debugging any more, but the board is told to be free.
+        // Debugging has ended already, so nothing is written about its end, but the board is free.
         c.board.send("\x04KeyboardInterrupt\r\n\x04>");
         QTRY_COMPARE(c.fixture.events, u"free ended whole"_s.split(u' '));
         QCOMPARE(c.lines().filter(u"finished"_s), QStringList());
         QCOMPARE(c.state(), idle);
     }
 
-    // The wait of a start that lost its board neither keeps the next start waiting nor ends it.
+    // A start that lost its board neither delays nor ends the next one.
     void startsAgainOnABoardThatWasLostMeanwhile()
     {
-        Connection c;
+        ConnectedFixture c;
         QVERIFY(c.reach(u"installing"_s));
         c.board.vanish();
         QTRY_COMPARE(c.lastLine(),
@@ -262,7 +262,7 @@ private slots:
 
     void sendsNoProgramToABoardThatWasConnectedAfterItsHelper()
     {
-        Connection c;
+        ConnectedFixture c;
         connect(&c.fixture.link, &DeviceLink::deviceCommandInFlightChanged, this, [&] {
             if (c.fixture.link.deviceCommandInFlight() || c.programs.isEmpty())
                 return;

@@ -62,7 +62,7 @@ private slots:
         QCOMPARE(source.indents.size(), source.lines.size());
     }
 
-    // In what follows "|" marks the end or the place of the part that is looked for.
+    // "|" marks the end of the identifier.
     void readsIdentifiersAndNames()
     {
         for (const QString &text : {u"ab_1|"_s, u"_| "_s, u"1a|"_s, u"a|.b"_s, u"|"_s, u"|(a"_s,
