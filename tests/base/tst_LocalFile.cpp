@@ -23,7 +23,7 @@ template <typename T>
 QCoro::Task<void> collect(Background &background, std::function<T()> work, QStringList &log)
 {
     const auto result = co_await background.run(std::move(work));
-    log << (result ? u"result"_s : u"gone"_s);
+    log << (result ? u"result"_s : u"abandoned"_s);
 }
 
 } // namespace
@@ -36,7 +36,7 @@ class tst_LocalFile final : public QObject
     const QString m_path = m_folder.filePath(u"f"_s);
 
 private slots:
-    void saysWhatIsNotUtf8()
+    void reportsTheFirstByteThatIsNotUtf8()
     {
         const QList<std::pair<QByteArray, int>> cases{{"\xFFZZ", 1},
                                                       {"ab\xE2\x28zz", 3},
@@ -120,7 +120,7 @@ private slots:
         const auto second = collect(*background, quick, log);
         QTRY_COMPARE(log, QStringList{u"result"_s}); // the loop ran meanwhile
         background.reset();
-        QCOMPARE(log.mid(1), QStringList{u"gone"_s});
+        QCOMPARE(log.mid(1), QStringList{u"abandoned"_s});
         *mayEnd = true;
         QTRY_VERIFY(*ended);
         QCoreApplication::processEvents();

@@ -23,11 +23,11 @@ QCoro::Task<void> collect(OneShot<int> &shot, QStringList &log)
 class Owner final
 {
 public:
-    QCoro::Task<void> nap(std::chrono::milliseconds duration, QStringList &log)
+    QCoro::Task<void> sleep(std::chrono::milliseconds duration, QStringList &log)
     {
         const auto life = m_life.watch();
         const bool elapsed = co_await m_delay.sleep(duration);
-        log << (elapsed ? u"elapsed"_s : u"woken"_s) + (life ? u", alive"_s : u", gone"_s);
+        log << (elapsed ? u"elapsed"_s : u"early"_s) + (life ? u", alive"_s : u", destroyed"_s);
     }
 
 private:
@@ -77,13 +77,13 @@ private slots:
     {
         auto owner = std::make_unique<Owner>();
         QStringList log;
-        const auto shortNap = owner->nap(1ms, log);
-        const auto longNap = owner->nap(1h, log);
+        const auto shortSleep = owner->sleep(1ms, log);
+        const auto longSleep = owner->sleep(1h, log);
         QTRY_COMPARE(log, QStringList{u"elapsed, alive"_s});
-        // Both timers fire in one turn of the event loop, and the sleeper would wake in the next.
-        const auto lastNap = owner->nap(0ms, log);
+        // Both timers fire in one turn of the event loop; the delay would resume in the next.
+        const auto lastSleep = owner->sleep(0ms, log);
         QTimer::singleShot(0, this, [&] { owner.reset(); });
-        QTRY_COMPARE(log.mid(1), QStringList(2, u"woken, gone"_s));
+        QTRY_COMPARE(log.mid(1), QStringList(2, u"early, destroyed"_s));
     }
 };
 

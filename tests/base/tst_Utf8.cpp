@@ -16,7 +16,7 @@ private slots:
         QVERIFY(!decoder.feed("b\xFF"));
         QVERIFY(!decoder.feed("surrogate \xED\xA0\x80"));
         QCOMPARE(decoder.feed("c\xE2\x82\xAC"), QStringLiteral("c€"));
-        // Nothing continues this character, but what follows it is whole.
+        // The character is incomplete, but what follows it is valid.
         QCOMPARE(decoder.feed("d\xC3"), QStringLiteral("d"));
         QCOMPARE(decoder.feed("\x04\x04>"), QStringLiteral("\x04\x04>"));
     }

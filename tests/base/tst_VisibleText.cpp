@@ -10,7 +10,7 @@ class tst_VisibleText final : public QObject
     Q_OBJECT
 
 private slots:
-    void showsWhatCannotBeSeen()
+    void showsInvisibleCharacters()
     {
         const QList<std::pair<QString, QString>> cases{
             {u"/lib/größe π.py <b>"_s, u"/lib/größe π.py <b>"_s},

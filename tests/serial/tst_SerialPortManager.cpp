@@ -36,15 +36,15 @@ Result<void> openPort(SerialPortManager &manager, const QString &path, const QSt
     return manager.open(path, baudRate, {u"/nowhere"_s, u"/nowhere"_s, ports});
 }
 
-Result<void> openPort(SerialPortManager &manager, const PtyPair &line)
+Result<void> openPort(SerialPortManager &manager, const PtyPair &pty)
 {
-    return openPort(manager, line.slavePath(), line.slavePath());
+    return openPort(manager, pty.slavePath(), pty.slavePath());
 }
 
-/// A manager that reads from a pty, and what it has delivered.
+/// A manager that reads from a pty, and a record of what it delivered.
 struct PortFixture
 {
-    PtyPair line;
+    PtyPair pty;
     std::unique_ptr<SerialPortManager> manager = std::make_unique<SerialPortManager>();
     QByteArray data;
     QByteArray intercepted;
@@ -54,7 +54,7 @@ struct PortFixture
 
     bool start()
     {
-        if (!openPort(*manager, line))
+        if (!openPort(*manager, pty))
             return false;
         manager->startReading([this](const QByteArray &chunk) { data += chunk; },
                               [this] {
@@ -65,14 +65,14 @@ struct PortFixture
         return manager->isReading();
     }
 
-    /// Until the thread has read everything, without letting it be delivered. The system passes
-    /// bytes on with a delay, so nothing to read means the end only after a while.
+    /// Sends, and waits until the thread has read everything, without the event loop. The system
+    /// passes bytes on with a delay, so they are all read when no more arrive for 50 ms.
     bool sendAndQueue(const QByteArray &bytes)
     {
         qsizetype sent = 0;
         for (int quietPolls = 0; quietPolls < 50; ++quietPolls) {
-            sent += line.write(QByteArrayView(bytes).sliced(sent));
-            if (sent < bytes.size() || line.unreadBytes() > 0)
+            sent += pty.write(QByteArrayView(bytes).sliced(sent));
+            if (sent < bytes.size() || pty.unreadBytes() > 0)
                 quietPolls = 0;
             std::this_thread::sleep_for(1ms);
         }
@@ -89,9 +89,9 @@ class tst_SerialPortManager final : public QObject
 private slots:
     void opensThePortAsARawPipe()
     {
-        const PtyPair line;
-        QVERIFY(line.isValid());
-        termios settings = line.settings(); // what a port may have been left with
+        const PtyPair pty;
+        QVERIFY(pty.isValid());
+        termios settings = pty.settings(); // what a port may have been left with
         settings.c_iflag |= INLCR | ICRNL | IXON | IXOFF | IXANY;
         settings.c_oflag |= OPOST | ONLCR;
         settings.c_lflag |= ICANON | ISIG | ECHO | ECHOE;
@@ -99,10 +99,10 @@ private slots:
         settings.c_cflag &= ~static_cast<tcflag_t>(CLOCAL);
         settings.c_cc[VMIN] = 1;
         settings.c_cc[VTIME] = 5;
-        line.setSettings(settings);
+        pty.setSettings(settings);
         SerialPortManager manager;
-        QVERIFY(openPort(manager, line));
-        settings = line.settings();
+        QVERIFY(openPort(manager, pty));
+        settings = pty.settings();
         QCOMPARE(settings.c_iflag & (INLCR | ICRNL | IXON | IXOFF | IXANY), 0u);
         QCOMPARE(settings.c_oflag & OPOST, 0u);
         QCOMPARE(settings.c_lflag & (ICANON | ISIG | ECHO | ECHOE), 0u);
@@ -113,14 +113,14 @@ private slots:
         QVERIFY2(::fcntl(manager.fileDescriptor(), F_GETFD) & FD_CLOEXEC, "children inherit it");
     }
 
-    void saysWhyAPortCannotBeOpened()
+    void reportsWhyAPortCannotBeOpened()
     {
         SerialPortManager manager;
-        QVERIFY2(!manager.write("x"), "a closed port took bytes");
+        QVERIFY2(!manager.write("x"), "a closed port accepted bytes");
         manager.startReading({}, {});
         QVERIFY(!manager.isReading());
-        const PtyPair line;
-        QVERIFY(openPort(manager, line));
+        const PtyPair pty;
+        QVERIFY(openPort(manager, pty));
         const int descriptor = manager.fileDescriptor();
 
         const PtyPair terminal; // of another program
@@ -141,19 +141,19 @@ private slots:
             QCOMPARE(manager.fileDescriptor(), descriptor);
         }
 
-        // One program at a time, whichever was first; also again after the first has closed it.
+        // Only one program can open the port, also again after the first has closed it.
         SerialPortManager other;
         for (int round = 0; round < 2; ++round) {
-            const auto busy = openPort(other, line);
+            const auto busy = openPort(other, pty);
             QVERIFY2(!busy, "two programs have one port");
             QCOMPARE(busy.error().systemCode, EBUSY);
             QCOMPARE(busy.error().message, u"Device or resource busy"_s);
-            QVERIFY2(line.isExclusive(), "programs that take no lock can open it");
+            QVERIFY2(pty.isExclusive(), "programs that take no lock can open it");
             manager.close();
             manager.close();
             QVERIFY(!manager.isOpen());
-            QVERIFY2(!line.isExclusive(), "it is still closed to others");
-            QVERIFY(openPort(manager, line));
+            QVERIFY2(!pty.isExclusive(), "it is still closed to others");
+            QVERIFY(openPort(manager, pty));
         }
     }
 
@@ -163,7 +163,7 @@ private slots:
         qsizetype sent = 0;
         PortFixture reading;
         QVERIFY(reading.start());
-        const auto sendOn = [&] { sent += reading.line.write(QByteArrayView(bytes).sliced(sent)); };
+        const auto sendOn = [&] { sent += reading.pty.write(QByteArrayView(bytes).sliced(sent)); };
         // Nothing is delivered meanwhile.
         for (int quietPolls = 0; quietPolls < 200; ++quietPolls) {
             const qsizetype before = sent;
@@ -172,7 +172,7 @@ private slots:
             std::this_thread::sleep_for(1ms);
         }
         QVERIFY2(sent < (qsizetype(3) << 19), qPrintable(QString::number(sent)));
-        QTimer tick; // of the lowest priority: a flood must not starve the event loop
+        QTimer tick; // of the lowest priority: it must still fire during the flood
         connect(&tick, &QTimer::timeout, this, sendOn);
         tick.start(0);
         QTRY_COMPARE_WITH_TIMEOUT(reading.data.size(), bytes.size(), 30'000);
@@ -193,7 +193,7 @@ private slots:
             });
             const QByteArray sent = pattern(20'000);
             QVERIFY(reading.sendAndQueue(sent));
-            reading.line.closeMaster(); // the loss is known too by then, and must hit no other port
+            reading.pty.closeMaster(); // this loss is queued too, and must not be reported
             QTRY_VERIFY(!reading.intercepted.isEmpty());
             QCoreApplication::processEvents();
             QVERIFY2(reading.intercepted.size() <= 4096, "delivered after the end");
@@ -208,7 +208,7 @@ private slots:
         QVERIFY(reading.start());
         const QByteArray sent = pattern(50'000);
         QVERIFY(reading.sendAndQueue(sent));
-        reading.line.closeMaster();
+        reading.pty.closeMaster();
         QTRY_COMPARE(reading.losses, 1);
         QVERIFY2(reading.dataAtLoss == sent,
                  qPrintable(QString::number(reading.dataAtLoss.size())));
@@ -221,7 +221,7 @@ private slots:
     {
         PortFixture reading;
         QVERIFY(reading.start());
-        // More than the line takes at once, and an item that overtakes what has not been begun.
+        // More than the pty accepts at once, and urgent items, which are written before `second`.
         const QByteArray first = pattern(200'000);
         const QByteArray second(100'000, 'b');
         for (const QByteArray &item : {first, second})
@@ -231,31 +231,30 @@ private slots:
         QVERIFY(reading.manager->pendingBytes() > second.size());
         QSignalSpy drained(reading.manager.get(), &SerialPortManager::outputDrained);
         QByteArray received;
-        QTRY_VERIFY(received.append(reading.line.read()).size()
-                    == first.size() + second.size() + 2);
+        QTRY_VERIFY(received.append(reading.pty.read()).size() == first.size() + second.size() + 2);
         QVERIFY2(received == first + "\3\4" + second, "out of order, or an item cut in two");
         QCOMPARE(drained.size(), 1);
         QCOMPARE(reading.manager->pendingBytes(), 0);
-        // What the port has taken still arrives.
+        // Bytes that the port has accepted still arrive after close().
         const QByteArray last = pattern(8'000);
         QVERIFY(reading.manager->write(last));
         QTRY_COMPARE(reading.manager->pendingBytes(), 0);
         reading.manager->close();
-        QCOMPARE(reading.line.read(), last);
+        QCOMPARE(reading.pty.read(), last);
     }
 
-    void saysWhenThePortTakesNothing()
+    void reportsAPortThatAcceptsNothing()
     {
         PortFixture reading;
         QVERIFY(reading.start());
         reading.manager->setWriteDrainTimeout(500ms);
         QSignalSpy failed(reading.manager.get(), &SerialPortManager::writeFailed);
         QVERIFY(reading.manager->write(pattern(1 << 20)));
-        // As long as it takes something, however little, it is not given up.
+        // The write does not time out while the port accepts some bytes.
         QByteArray received;
         for (int round = 0; round < 5; ++round) {
             QTest::qWait(150);
-            received += reading.line.read();
+            received += reading.pty.read();
         }
         QVERIFY(failed.isEmpty());
         QTRY_COMPARE(failed.size(), 1);
@@ -263,10 +262,10 @@ private slots:
                  u"The board has accepted no data for 0.5 s"_s);
         QCOMPARE(reading.manager->pendingBytes(), 0);
         QVERIFY(reading.manager->isOpen());
-        received += reading.line.read();
+        received += reading.pty.read();
         QVERIFY(reading.manager->write("on"));
-        QTRY_VERIFY(received.append(reading.line.read()).endsWith("on"));
-        QVERIFY2(received.size() < 1 << 20, "what was dropped has been written");
+        QTRY_VERIFY(received.append(reading.pty.read()).endsWith("on"));
+        QVERIFY2(received.size() < 1 << 20, "dropped bytes were written");
         QCOMPARE(failed.size(), 1);
     }
 
@@ -321,8 +320,8 @@ private slots:
         add(u"ttyS2"_s, u"port"_s, "0");
         add(u"ttyS3"_s, u"serial8250"_s, "4");
         add(u"ttyS4"_s, u"serial"_s, "4");
-        add(u"gone"_s, u"cdc_acm"_s, {});
-        QVERIFY(QFile::remove(dev + u"/gone"_s)); // it has no node
+        add(u"removed"_s, u"cdc_acm"_s, {});
+        QVERIFY(QFile::remove(dev + u"/removed"_s)); // it has no node
         // More ports, of which those that exist are offered, each once.
         roots.extraPorts =
             expected[0] + u':' + dev + u"/absent:"_s + expected[1] + u':' + expected[0];
@@ -343,19 +342,19 @@ private slots:
             QCOMPARE(SerialPortManager::serialNumber(port, roots), QString());
     }
 
-    void takesAReadOfNothingForNoLoss()
+    void doesNotTreatAnEmptyReadAsALoss()
     {
         PortFixture fixture;
         QVERIFY(fixture.start());
         // Ctrl-D ends a file in this mode: poll() reports it, and a read returns 0 bytes.
-        termios settings = fixture.line.settings();
+        termios settings = fixture.pty.settings();
         settings.c_lflag |= ICANON;
-        fixture.line.setSettings(settings);
-        fixture.line.write("\x04");
+        fixture.pty.setSettings(settings);
+        fixture.pty.write("\x04");
         QTest::qWait(50);
         settings.c_lflag &= ~tcflag_t(ICANON);
-        fixture.line.setSettings(settings);
-        fixture.line.write("on");
+        fixture.pty.setSettings(settings);
+        fixture.pty.write("on");
         QTRY_COMPARE(fixture.data, "on");
         QCOMPARE(fixture.losses, 0);
     }

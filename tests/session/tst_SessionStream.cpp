@@ -6,8 +6,8 @@ using namespace Korvane;
 
 namespace {
 
-/// A stream and all that came out of it, with "<…>" for a reply.
-struct Record
+/// A stream and its collected output, with "<…>" for a reply.
+struct StreamFixture
 {
     QString feed(QByteArrayView bytes)
     {
@@ -43,12 +43,12 @@ private slots:
         };
         for (const auto &[bytes, shown] : cases) {
             for (const qsizetype length : {bytes.size(), qsizetype(1), qsizetype(3)}) {
-                Record record;
+                StreamFixture fixture;
                 for (qsizetype at = 0; at < bytes.size(); at += length)
-                    record.feed(bytes.mid(at, length));
-                QCOMPARE(record.shown, shown);
-                record.stream.discardUnfinishedReply();
-                QCOMPARE(record.feed("ok\x04{}\x04"), shown + u"ok<{}>"_qs);
+                    fixture.feed(bytes.mid(at, length));
+                QCOMPARE(fixture.shown, shown);
+                fixture.stream.discardUnfinishedReply();
+                QCOMPARE(fixture.feed("ok\x04{}\x04"), shown + u"ok<{}>"_qs);
             }
         }
     }

@@ -19,8 +19,8 @@ QCoro::Task<void> keep(QCoro::Task<T> task, std::unique_ptr<T> &result, QEventLo
 
 } // namespace AwaitedDetail
 
-/// Runs the event loop until \p task is done, and yields its result. QCoro::waitFor requires
-/// results with a default value, which a Result has not.
+/// Runs the event loop until \p task has ended, and returns its result. QCoro::waitFor requires a
+/// default constructor of the result, which Result does not have.
 template <typename T> T awaited(QCoro::Task<T> task)
 {
     std::unique_ptr<T> result;

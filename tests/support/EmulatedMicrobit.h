@@ -12,14 +12,14 @@ namespace Korvane {
 
 /// MicroPython 1.9 on an emulated micro:bit: 16 KiB of memory; no folders, `json`, `binascii`,
 /// `hashlib`, `os.stat` or `os.rename`. Needs qemu-system-arm and the firmware, both of Debian.
-/// The event loop serves its port.
+/// Its port needs the event loop of the test.
 class EmulatedMicrobit final
 {
 public:
     EmulatedMicrobit()
     {
-        // The firmware keeps 64 bytes and has no flow control, so bytes must not be sent faster
-        // than at 115200 baud, nor before it has taken the last ones on a busy machine.
+        // The firmware buffers 64 bytes without flow control, so bytes must not be sent faster than
+        // at 115200 baud, nor, on a busy machine, before it has read the last ones.
         m_timer.setTimerType(Qt::PreciseTimer);
         m_timer.setInterval(1);
         QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { pump(); });
@@ -32,10 +32,10 @@ public:
     EmulatedMicrobit(const EmulatedMicrobit &) = delete;
     EmulatedMicrobit &operator=(const EmulatedMicrobit &) = delete;
 
-    /// True when the board has shown its prompt; otherwise errorText() says why not. Blocks.
+    /// True when the board has shown its prompt; otherwise errorText() has the reason. Blocks.
     [[nodiscard]] bool start()
     {
-        m_port.linkTo(m_line.slavePath());
+        m_port.linkTo(m_pty.slavePath());
         const auto firmware =
             QStringLiteral("/usr/share/firmware-microbit-micropython/firmware.hex");
         m_process.start(QStringLiteral("qemu-system-arm"),
@@ -62,7 +62,7 @@ public:
 private:
     void pump()
     {
-        m_toBoard += m_line.read();
+        m_toBoard += m_pty.read();
         const bool isSent = m_process.bytesToWrite() == 0;
         if (!m_toBoard.isEmpty() && isSent
             && (isWaiting() || ++m_turnsOfProgram > 20)) { // Ctrl-C is sent to a program that runs
@@ -71,10 +71,10 @@ private:
             m_toBoard.remove(0, 11);
         }
         m_fromBoard += m_process.readAllStandardOutput();
-        m_fromBoard.remove(0, m_line.write(m_fromBoard));
+        m_fromBoard.remove(0, m_pty.write(m_fromBoard));
     }
 
-    /// Whether all threads of the emulator sleep: the firmware has taken its input.
+    /// Whether all threads of the emulator sleep: the firmware has read its input.
     [[nodiscard]] bool isWaiting() const
     {
         const QString tasks = QStringLiteral("/proc/%1/task/").arg(m_process.processId());
@@ -86,7 +86,7 @@ private:
     }
 
     TestPort m_port;
-    PtyPair m_line;
+    PtyPair m_pty;
     QProcess m_process;
     QTimer m_timer;
     QByteArray m_toBoard;

@@ -74,7 +74,7 @@ public:
             all.append(buffer.data(), count);
         return all;
     }
-    /// Pulls the cable. The system discards what was not read until then.
+    /// Has the effect of unplugging. The system discards bytes that were not read.
     void closeMaster() { m_master.reset(); }
 
 private:

@@ -5,7 +5,7 @@
 
 namespace Korvane {
 
-/// A Shell that keeps what it is told, for tests to look at.
+/// A Shell that records its lines and output.
 class RecordingShell final : public ShellSink
 {
 public:
@@ -23,7 +23,7 @@ public:
             m_lines << describe(REPLLine{REPLLine::Kind::Output, text});
     }
 
-    /// One string a line, led by its kind: "info: Connected to …". Output in a row is one line.
+    /// The lines, each after its kind: "info: Connected to …". Consecutive output is one line.
     [[nodiscard]] const QStringList &lines() const { return m_lines; }
     [[nodiscard]] QString output() const { return m_output; }
     void clear()

@@ -36,19 +36,19 @@ void ScriptedBoard::vanish()
     m_pump.stop();
     m_outgoing.clear();
     m_notifier.reset();
-    m_line->closeMaster();
+    m_pty->closeMaster();
 }
 
 void ScriptedBoard::plugIn()
 {
-    m_line = std::make_unique<PtyPair>();
-    m_notifier = std::make_unique<QSocketNotifier>(m_line->master(), QSocketNotifier::Read);
+    m_pty = std::make_unique<PtyPair>();
+    m_notifier = std::make_unique<QSocketNotifier>(m_pty->master(), QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] { take(); });
     m_isRaw = false;
     m_sendsLeft = m_receivesLeft = -1;
     m_sentBytes = 0;
     m_program.clear();
-    m_port.linkTo(m_line->slavePath());
+    m_port.linkTo(m_pty->slavePath());
 }
 
 void ScriptedBoard::relayTo(const QString &port)
@@ -81,7 +81,7 @@ QString ScriptedBoard::transcript() const
 
 void ScriptedBoard::take()
 {
-    QByteArray bytes = m_line->read();
+    QByteArray bytes = m_pty->read();
     if (m_receivesLeft >= 0) {
         bytes.truncate(m_receivesLeft);
         m_receivesLeft -= bytes.size();
@@ -106,10 +106,10 @@ void ScriptedBoard::takeByte(char byte)
         }
     }
     if (!m_isMute)
-        takeByItself(byte);
+        handleByDefault(byte);
 }
 
-void ScriptedBoard::takeByItself(char byte)
+void ScriptedBoard::handleByDefault(char byte)
 {
     const QByteArray program = m_program;
     if (byte > 0x04) {
@@ -140,7 +140,7 @@ void ScriptedBoard::takeByItself(char byte)
 
 void ScriptedBoard::pump()
 {
-    if (m_line->master() == -1) {
+    if (m_pty->master() == -1) {
         m_outgoing.clear();
         m_pump.stop();
         return;
@@ -148,11 +148,10 @@ void ScriptedBoard::pump()
     qsizetype most = m_isSplit ? 1 : m_outgoing.size();
     if (m_sendsLeft >= 0)
         most = qMin(most, m_sendsLeft);
-    // One byte shall arrive before the next is sent, and all that was sent before the cable is
-    // pulled. The system passes bytes on with a delay: they have arrived when no more follow for a
-    // while.
+    // One byte must arrive before the next is sent, and all bytes before the port vanishes. The
+    // system passes bytes on with a delay: they have arrived when no more follow for some polls.
     if (m_isSplit || m_sendsLeft == 0) {
-        m_quietPolls = m_line->unreadBytes() > 0 ? 0 : m_quietPolls + 1;
+        m_quietPolls = m_pty->unreadBytes() > 0 ? 0 : m_quietPolls + 1;
         if (m_quietPolls < (m_sendsLeft == 0 ? 10 : 1)) {
             m_pump.start(1ms);
             return;
@@ -163,7 +162,7 @@ void ScriptedBoard::pump()
         vanish();
         return;
     }
-    const qsizetype written = m_line->write(QByteArrayView(m_outgoing).first(most));
+    const qsizetype written = m_pty->write(QByteArrayView(m_outgoing).first(most));
     m_outgoing.remove(0, written);
     m_sentBytes += written;
     if (m_sendsLeft > 0)

@@ -14,8 +14,8 @@
 
 namespace Korvane {
 
-/// A board that does what the test says. By itself it has a prompt and a raw REPL that answers
-/// each program as told; rules override that; and its line can be slow, damaged, stuck or pulled.
+/// A board that is controlled by the test. It has a prompt and a raw REPL that calls onProgram for
+/// each program; rules override that. Its port can be slow, split its data, and be unplugged.
 class ScriptedBoard final : public QObject
 {
     Q_OBJECT
@@ -27,12 +27,11 @@ public:
 
     /// Not changed when the board is plugged in again.
     [[nodiscard]] QString port() const { return m_port.path(); }
-    [[nodiscard]] PtyPair &line() { return *m_line; }
 
-    // What it answers
-    /// The whole answer to a program in the raw REPL, after "OK". See reply().
+    // Replies
+    /// Returns the complete reply to a program in the raw REPL, after "OK". See reply().
     std::function<QByteArray(const QByteArray &program)> onProgram = &answerWithoutFiles;
-    /// A board that has no files and says nothing.
+    /// Replies as a board without files, with no other output.
     [[nodiscard]] static QByteArray answerWithoutFiles(const QByteArray &program)
     {
         return reply(program.contains("__LS__") ? "__LS__[]" : "");
@@ -41,17 +40,17 @@ public:
     {
         return output + '\x04' + error + '\x04' + '>';
     }
-    /// Whenever \p expected has arrived, \p answer is sent in place of what the board does by
-    /// itself.
+    /// Whenever \p expected has arrived, \p answer is sent in place of the reply that the board
+    /// would send.
     void on(const QByteArray &expected, const QByteArray &answer);
-    /// Only rules are answered from now on.
+    /// While mute, the board replies only by rules.
     void setMute(bool isMute) { m_isMute = isMute; }
     void send(const QByteArray &bytes);
-    /// Passes everything on to the board at \p port, and what that says back, in place of answers
-    /// of its own: a cable that can be damaged and pulled.
+    /// Passes input on to the board at \p port and sends its output, in place of own replies: a
+    /// connection that can be interrupted at any byte.
     void relayTo(const QString &port);
 
-    // What is wrong with its line
+    // Faults of the port
     void setDelay(std::chrono::milliseconds delay) { m_delay = delay; }
     /// One byte at a time, with a pause.
     void setSplitAtEveryByte(bool isSplit) { m_isSplit = isSplit; }
@@ -59,11 +58,11 @@ public:
     void vanishAfterReceiving(qsizetype bytes) { m_receivesLeft = bytes; }
     void vanish();
     void plugIn();
-    [[nodiscard]] bool isPluggedIn() const { return m_line->master() != -1; }
+    [[nodiscard]] bool isPluggedIn() const { return m_pty->master() != -1; }
 
-    // What it has seen
+    // Received data
     [[nodiscard]] const QByteArray &received() const { return m_received; }
-    /// The same for people: "^C^C^Aprint(1)^D^B".
+    /// received() with readable control characters: "^C^C^Aprint(1)^D^B".
     [[nodiscard]] QString transcript() const;
     [[nodiscard]] qsizetype sentBytes() const { return m_sentBytes; }
     void forget() { m_received.clear(); }
@@ -71,11 +70,11 @@ public:
 private:
     void take();
     void takeByte(char byte);
-    void takeByItself(char byte);
+    void handleByDefault(char byte);
     void pump();
 
     TestPort m_port;
-    std::unique_ptr<PtyPair> m_line;
+    std::unique_ptr<PtyPair> m_pty;
     std::unique_ptr<QSocketNotifier> m_notifier;
     QTimer m_pump;
     FileDescriptor m_relay;
@@ -85,7 +84,7 @@ private:
     bool m_isMute = false;
     bool m_isSplit = false;
     bool m_isRaw = false;
-    qsizetype m_sendsLeft = -1; // -1: without end
+    qsizetype m_sendsLeft = -1; // -1: no limit
     qsizetype m_receivesLeft = -1;
     qsizetype m_sentBytes = 0;
     int m_quietPolls = 0;

@@ -9,12 +9,12 @@
 
 namespace Korvane {
 
-/// Answers prompts as the test says, and records them.
+/// Records prompts and answers them with values that the test has set.
 class ScriptedPrompts final : public UserPrompts
 {
 public:
     ConfirmationAnswer confirmation{true, false};
-    // (Copied by hand below: this compiler moves a member out of its object in co_return.)
+    // (Copied explicitly below: GCC 12 moves a member out of its object in co_return.)
     /// What is typed into the name prompt or chosen in a file dialog; empty cancels.
     QString name;
     /// The answer that is chosen where there are several; another one cancels.
@@ -23,7 +23,7 @@ public:
     std::function<void()> waiting = [] {};
     /// Runs while the question is open.
     std::function<void()> meanwhile = [] {};
-    /// Of the last confirmation, while it was open.
+    /// Whether the last confirmation was withdrawn while it was open.
     bool wasWithdrawn = false;
 
     /// "title | message | confirm title | don't ask again" and the like, one for each question.

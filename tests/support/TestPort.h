@@ -35,7 +35,7 @@ public:
         QFile::remove(path());
         QFile::link(device, path());
     }
-    /// The ports of a computer that has those of the test's boards and no others.
+    /// Roots with the ports of the test's boards and no others.
     [[nodiscard]] static SerialPortManager::Roots roots()
     {
         QStringList paths;

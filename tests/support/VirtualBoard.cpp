@@ -25,16 +25,16 @@ bool VirtualBoard::start()
     m_process.start(
         qEnvironmentVariable("KORVANE_SOURCE_DIR") + QStringLiteral("/scripts/virtual-board"),
         QStringList{QStringLiteral("--with-parent"), QStringLiteral("--link"), port()} + m_options);
-    QByteArray said;
-    for (const QDeadlineTimer deadline(2min); said.count('\n') < 2; said += m_process.readAll()) {
+    QByteArray lines;
+    for (const QDeadlineTimer deadline(2min); lines.count('\n') < 2; lines += m_process.readAll()) {
         if (deadline.hasExpired() || !m_process.waitForReadyRead(60'000)) {
             m_errorText = QStringLiteral("the virtual board did not start: ")
-                + m_process.errorString() + u' ' + QString::fromUtf8(said);
+                + m_process.errorString() + u' ' + QString::fromUtf8(lines);
             return false;
         }
     }
     // The port's path, then the process id of the board.
-    return said.trimmed().split('\n').last().toLongLong() > 0;
+    return lines.trimmed().split('\n').last().toLongLong() > 0;
 }
 
 } // namespace Korvane

@@ -18,8 +18,8 @@ public:
     VirtualBoard(const VirtualBoard &) = delete;
     VirtualBoard &operator=(const VirtualBoard &) = delete;
 
-    /// True once the port is there; otherwise errorText() says why not. Blocks, also while npm
-    /// fetches what the board consists of.
+    /// True once the port exists; otherwise errorText() has the reason. Blocks, also while npm
+    /// installs the packages of the board.
     [[nodiscard]] bool start();
     [[nodiscard]] QString port() const { return m_port.path(); }
     [[nodiscard]] QString errorText() const { return m_errorText; }
