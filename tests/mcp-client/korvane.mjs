@@ -1,4 +1,4 @@
-// What the tests share: a program with settings of its own, a virtual board, and clients.
+// Shared by the tests: a program with settings of its own, a virtual board, and clients.
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { mkdir, mkdtemp, rm, writeFile } from 'node:fs/promises';
@@ -24,14 +24,14 @@ async function freePort() {
     return port;
 }
 
-/** Asks until there is an answer. */
+/** Repeats `ask` until its result is true, and returns that; throws an error after a minute. */
 export async function eventually(ask) {
     for (const start = Date.now(); Date.now() - start < 60_000; await sleep(20)) {
         const answer = await ask();
         if (answer)
             return answer;
     }
-    throw new Error(`waited in vain: ${ask}`);
+    throw new Error(`timed out: ${ask}`);
 }
 
 const linesOf = child => readline.createInterface(child.stdout)[Symbol.asyncIterator]();
@@ -44,7 +44,7 @@ export class Korvane {
     #lines;
     #clients = [];
 
-    /** `settings` are added to those that start the server. */
+    /** Adds `settings` to those that start the server. Returns a connected client. */
     async start(program, settings = {}) {
         this.#folder = await mkdtemp(path.join(tmpdir(), 'korvane-mcp-'));
         this.serialPort = (await linesOf(this.#spawn(virtualBoard, [])).next()).value;
@@ -73,7 +73,7 @@ export class Korvane {
         return child;
     }
 
-    /** Yields the exit code of a program that ends with its input, as the remote control does. */
+    /** Closes the program's input, and kills it if `kill`. Returns its exit code. */
     async stop({ kill = true } = {}) {
         await Promise.all(this.#clients.map(client => client.close()));
         const [board] = this.#children;
@@ -95,12 +95,12 @@ export class Korvane {
         return client;
     }
 
-    /** What the open question says, or null. Only of the program with a remote control. */
+    /** The open question, or null. Only for the program of remote.cpp. */
     async question() {
         return JSON.parse(await this.#ask('question'));
     }
 
-    /** Waits for a question and answers it; yields what it says. */
+    /** Waits for a question, clicks its button and returns the question. */
     async answer(button) {
         const question = await eventually(() => this.question());
         if (await this.#ask(button) !== 'clicked')

@@ -1,4 +1,4 @@
-// The official client, and a user who answers its questions, through the remote control.
+// Tests the questions of tool calls with the official client; remote.cpp clicks the buttons.
 import assert from 'node:assert/strict';
 import { after, before, test } from 'node:test';
 
@@ -14,9 +14,9 @@ before(async () => {
 });
 after(async () => assert.equal(await korvane.stop({ kill: false }), 0));
 
-test('a question holds up its own call and no other', async () => {
+test('a question delays only its own call', async () => {
     const writing = ask('write_device_file', { path: '/a.py', content: 'print("ä")' });
-    while (!await korvane.question()) // a call that uses the board could delay the look for the file
+    while (!await korvane.question()) // a call that uses the board could delay the check for the file
         await client.ping();
     assert.equal(await ask('run_code', { code: 'print(1)' }), '1\n');
     assert.equal(await call(await korvane.client(), 'run_code', { code: 'print(2)' }), '2\n');
@@ -30,7 +30,7 @@ test('a question holds up its own call and no other', async () => {
     assert.equal(await writing, 'Wrote 11 bytes to /a.py.');
 });
 
-test('a no changes nothing, a yes deletes', async () => {
+test('deletes a file only when the question is confirmed', async () => {
     for (const [button, answer] of [['Cancel', '! The user declined deleting /a.py.'],
                                     ['Delete', 'Deleted /a.py.']]) {
         assert.equal(await ask('read_device_file', { path: '/a.py' }), 'print("ä")');
@@ -40,7 +40,7 @@ test('a no changes nothing, a yes deletes', async () => {
     }
 });
 
-test('a canceled call takes its question back', async () => {
+test('closes the question of a canceled call', async () => {
     const canceling = new AbortController();
     const writing = client.callTool({ name: 'write_device_file', arguments: { path: '/b', content: '' } },
                                     undefined, { signal: canceling.signal });
@@ -53,22 +53,22 @@ test('a canceled call takes its question back', async () => {
     assert.equal(await ask('list_device_files'), '/ is empty.');
 });
 
-test('a client that leaves takes its question back', async () => {
-    const leaving = await korvane.client();
-    leaving.callTool({ name: 'write_device_file', arguments: { path: '/c', content: '' } }).catch(() => {});
+test('closes the question of a client that disconnects', async () => {
+    const closing = await korvane.client();
+    closing.callTool({ name: 'write_device_file', arguments: { path: '/c', content: '' } }).catch(() => {});
     while (!await korvane.question())
         await client.ping();
-    await leaving.close();
+    await closing.close();
     while (await korvane.question())
         await client.ping();
 });
 
-test('a line of megabytes', async () => {
+test('opens a line of 4 MB', async () => {
     assert.match(await ask('open_in_editor', { name: 'long.py', content: 'A'.repeat(4e6) }), /^Opened long\.py/);
 });
 
-test('the program ends while a question is open', async () => {
-    // Its answer never comes; `after` sees that the program ends in order.
+test('exits while a question is open', async () => {
+    // The call gets no response; `after` checks the exit code of the program.
     ask('write_device_file', { path: '/late', content: '' }).catch(() => {});
     while (!await korvane.question())
         await client.ping();

@@ -1,6 +1,6 @@
-// The program, with a remote control for its dialogs: each line on standard input is answered by
-// one. "question" asks what the open question says; anything else is the button to click in it. It
-// ends with its input.
+// The program, with commands for its questions on standard input, one a line. "question" prints the
+// open question as JSON; any other line clicks the button of that text. Each command prints one
+// line. The program ends when its input is closed.
 #include "ui/dialogs/QuestionDialog.h"
 #include "ui/window/KorvaneApp.h"
 
@@ -28,7 +28,7 @@ static QByteArray answer(const QByteArray &command)
     QString defaultTitle;
     for (QPushButton *button : (*found)->findChildren<QPushButton *>()) {
         if (!button->isEnabled())
-            return "null"; // shown just now
+            return "null"; // still in its guard time
         if (!button->isVisible())
             continue;
         titles << button->text();

@@ -1,4 +1,4 @@
-// The official client against the program as it is installed.
+// Tests the tools of the installed program with the official client.
 import assert from 'node:assert/strict';
 import net from 'node:net';
 import { after, before, test } from 'node:test';
@@ -14,7 +14,7 @@ before(async () => {
 });
 after(() => korvane.stop());
 
-test('greets, and turns away who has no token', async () => {
+test('initializes, and refuses clients without the token', async () => {
     assert.deepEqual(client.getServerVersion(), { name: 'korvane', version: '1.0.0' });
     assert.deepEqual(client.getServerCapabilities(), { tools: { listChanged: false } });
     assert.deepEqual(await client.ping(), {});
@@ -37,7 +37,7 @@ test('connects a board while 400 connections without a token are open', async ()
     assert.ok(100 < open && open < 250, `the limit is the hard one, with a reserve: ${open}`);
 });
 
-test('works with the board', async () => {
+test('writes, lists, reads, runs and deletes files of the board', async () => {
     assert.match(await ask('device_status'), /\nMicroPython: .* — /);
     const path = '/it\'s "ä".py';
     assert.equal(await ask('write_device_file', { path, content: 'print("grüße", 6 * 7)\n' }),

@@ -7,8 +7,8 @@
 
 namespace Korvane {
 
-/// Three tools without a board: "echo" answers with its arguments, "fail" with a failure, "wait"
-/// once the test says so.
+/// Two tools without a board: "echo" returns its arguments, "wait" the text of deliver(). Others
+/// are unknown.
 class FakeTools final : public ToolSet
 {
 public:
@@ -40,7 +40,7 @@ public:
 
     QStringList calls;
     std::list<OneShot<QString>> waiting;
-    QList<CallStop> stops; // of these
+    QList<CallStop> stops; // of the calls of "wait"
 };
 
 } // namespace Korvane

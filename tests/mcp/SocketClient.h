@@ -9,16 +9,15 @@
 
 namespace Korvane {
 
-/// A client of the server under test on a blocking socket, for tests and the threads they start.
-/// Nothing blocks for longer than half a minute.
+/// A client of the tested server on a blocking socket. Each operation times out after 30 seconds.
 class SocketClient final
 {
 public:
     SocketClient()
     {
-        const timeval patience{30, 0};
-        ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-        ::setsockopt(m_socket, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+        const timeval timeout{30, 0};
+        ::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+        ::setsockopt(m_socket, SOL_SOCKET, SO_SNDTIMEO, &timeout, sizeof timeout);
     }
     explicit SocketClient(quint16 port)
         : SocketClient()
@@ -50,7 +49,7 @@ public:
         return true;
     }
 
-    /// One whole response, head and body, as it came; empty when the connection ended before.
+    /// One complete response, head and body; empty when the connection ended before.
     QByteArray response()
     {
         do {
@@ -68,7 +67,7 @@ public:
         } while (receiveMore());
         return {};
     }
-    /// Only the body of that.
+    /// The body of the next response.
     QByteArray body()
     {
         const QByteArray whole = response();
@@ -95,7 +94,7 @@ private:
     QByteArray m_received;
 };
 
-/// A request with what most tests do not care about.
+/// A POST request for /mcp.
 inline QByteArray post(const QByteArray &body, const QByteArray &headers = {})
 {
     return "POST /mcp HTTP/1.1\r\n" + headers + "Content-Length: " + QByteArray::number(body.size())

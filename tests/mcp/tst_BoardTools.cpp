@@ -11,6 +11,11 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+QByteArray toText(const Result<QString> &answer)
+{
+    return (answer ? *answer : u"! "_s + answer.error().message).toUtf8();
+}
+
 /// A fixture with the tools in it.
 struct ToolsFixture : AppFixture
 {
@@ -31,12 +36,8 @@ struct ToolsFixture : AppFixture
             arguments.insert(part.section(u'=', 0, 0), part.section(u'=', 1));
         return tools->call(name, std::move(arguments), stop);
     }
-    static QByteArray told(const Result<QString> &answer)
-    {
-        return (answer ? *answer : u"! "_s + answer.error().message).toUtf8();
-    }
-    /// The answer, or "! " and why there is none.
-    QByteArray call(const QByteArray &line) { return told(awaited(begin(line))); }
+    /// The answer, or "! " and the error message.
+    QByteArray call(const QByteArray &line) { return toText(awaited(begin(line))); }
     QByteArray text() const { return lines(0).join(u'\n').toUtf8(); }
 
     std::unique_ptr<BoardTools> tools;
@@ -53,24 +54,24 @@ class tst_BoardTools final : public QObject
 
     VirtualBoard m_board;
 
-    /// A fixture that is connected to the real board, which has no files.
+    /// A fixture that is connected to the virtual board, whose files are deleted.
     std::unique_ptr<ToolsFixture> connected() { return connected(m_board); }
     static std::unique_ptr<ToolsFixture> connected(const VirtualBoard &board)
     {
-        auto box = std::make_unique<ToolsFixture>();
-        box->settings.setFlag(Settings::autoApproveWrites, true);
+        auto fixture = std::make_unique<ToolsFixture>();
+        fixture->settings.setFlag(Settings::autoApproveWrites, true);
         const QByteArray port = board.port().toUtf8();
-        if (box->call("connect_device|port=" + port) != "Connected to " + port + '.')
-            qFatal("%s", box->text().constData());
-        box->call("run_code|code=import os\nfor n in os.listdir('/'):\n try: os.remove('/' + n)\n"
-                  " except OSError: os.rmdir('/' + n)");
-        return box;
+        if (fixture->call("connect_device|port=" + port) != "Connected to " + port + '.')
+            qFatal("%s", fixture->text().constData());
+        fixture->call("run_code|code=import os\nfor n in os.listdir('/'):\n"
+                      " try: os.remove('/' + n)\n except OSError: os.rmdir('/' + n)");
+        return fixture;
     }
 
 private slots:
     void initTestCase() { QVERIFY2(m_board.start(), qPrintable(m_board.errorText())); }
 
-    void definesItsToolsToTheByte()
+    void returnsTheToolDefinitions()
     {
         const QString root = qEnvironmentVariable("KORVANE_SOURCE_DIR");
         QCOMPARE(ToolsFixture().tools->definitions(),
@@ -79,12 +80,12 @@ private slots:
 
     void answersWithoutABoard()
     {
-        ToolsFixture box({{}, {}, {}});
+        ToolsFixture fixture({{}, {}, {}});
         const auto check = [&](const QByteArray &line, const QByteArray &answer,
                                const QByteArray &logged = {}) {
-            box.state->shell().clear();
-            QCOMPARE(box.call(line), answer);
-            QCOMPARE(box.text(), "info: 🤖 " + (logged.isEmpty() ? line : logged));
+            fixture.state->shell().clear();
+            QCOMPARE(fixture.call(line), answer);
+            QCOMPARE(fixture.text(), "info: 🤖 " + (logged.isEmpty() ? line : logged));
         };
         check("frobnicate|name=c|port=b|path=|code=x", "! Unknown tool: frobnicate",
               "frobnicate (path: , port: b, name: c)");
@@ -105,33 +106,33 @@ private slots:
               "open_in_editor (name: a.py)");
     }
 
-    void tellsTheStateAndOpensText()
+    void reportsTheStateAndOpensText()
     {
-        ToolsFixture box({{}, {}, {}});
-        box.state->localFiles().setLocalWorkingDir(box.folder.path());
+        ToolsFixture fixture({{}, {}, {}});
+        fixture.state->localFiles().setLocalWorkingDir(fixture.folder.path());
         const QByteArray status = "Connection: Not Connected\nAvailable ports: none\n"
                                   "Device directory: /\nLocal directory: "
-            + box.folder.path().toUtf8() + "\nEditor: untitled.py";
-        QCOMPARE(box.call("device_status"), status);
-        box.write(u"x"_s);
-        QCOMPARE(box.call("device_status"), status + " (unsaved changes)");
+            + fixture.folder.path().toUtf8() + "\nEditor: untitled.py";
+        QCOMPARE(fixture.call("device_status"), status);
+        fixture.write(u"x"_s);
+        QCOMPARE(fixture.call("device_status"), status + " (unsaved changes)");
         QCOMPARE(
-            box.call("open_in_editor|name=blink.py|content="),
+            fixture.call("open_in_editor|name=blink.py|content="),
             "Opened blink.py in the editor. It is not on the device until you write it there.");
-        QCOMPARE(box.state->documents().selectedFile()->name(), u"blink.py"_s);
-        QCOMPARE(box.lines(0).constLast(), u"info: Opened blink.py in the editor."_s);
+        QCOMPARE(fixture.state->documents().selectedFile()->name(), u"blink.py"_s);
+        QCOMPARE(fixture.lines(0).constLast(), u"info: Opened blink.py in the editor."_s);
 
         const auto tabs = [&] {
             QStringList texts;
-            for (const EditorFile *file : box.state->documents().openFiles())
+            for (const EditorFile *file : fixture.state->documents().openFiles())
                 texts << file->name() + u'=' + file->content();
             return texts.join(u'|');
         };
-        box.call("open_in_editor|name=b.py|content=1");
-        box.call("open_in_editor|name=blink.py|content=2");
+        fixture.call("open_in_editor|name=b.py|content=1");
+        fixture.call("open_in_editor|name=blink.py|content=2");
         QCOMPARE(tabs(), u"untitled.py=x|blink.py=2|b.py=1"_s);
-        box.write(u"edited"_s);
-        box.call("open_in_editor|name=blink.py|content=3");
+        fixture.write(u"edited"_s);
+        fixture.call("open_in_editor|name=blink.py|content=3");
         QCOMPARE(tabs(), u"untitled.py=x|blink.py=edited|b.py=1|blink.py=3"_s);
     }
 
@@ -163,39 +164,41 @@ private slots:
 
     void runsCode()
     {
-        const auto box = connected();
+        const auto fixture = connected();
         const QByteArray traceback =
             "Traceback (most recent call last):\n  File \"<stdin>\", line ";
-        QCOMPARE(box->call("run_code|code=print('ä')\nprint(1)"), "ä\n1\n");
-        QCOMPARE(box->call("run_code|code=left = 1"), "(no output)");
-        QCOMPARE(box->call("run_code|code=1/0"),
+        QCOMPARE(fixture->call("run_code|code=print('ä')\nprint(1)"), "ä\n1\n");
+        QCOMPARE(fixture->call("run_code|code=left = 1"), "(no output)");
+        QCOMPARE(fixture->call("run_code|code=1/0"),
                  "The code raised:\n" + traceback
                      + "1, in <module>\nZeroDivisionError: divide by zero\n");
-        QCOMPARE(box->call("run_code|code=print('a')\nraise ValueError('b')"),
+        QCOMPARE(fixture->call("run_code|code=print('a')\nraise ValueError('b')"),
                  "Output before the failure:\na\n\nThen it raised:\n" + traceback
                      + "2, in <module>\nValueError: b\n");
-        QCOMPARE(box->call("run_code|code="), "! Missing required argument “code”.");
-        QCOMPARE(box->call("run_code|code=print(1)\4"),
+        QCOMPARE(fixture->call("run_code|code="), "! Missing required argument “code”.");
+        QCOMPARE(fixture->call("run_code|code=print(1)\4"),
                  "! The code contains the control character 0x04, on which the board's REPL acts."
                  " Write it as an escape sequence.");
         for (const double timeout : {-0.1, HUGE_VAL, std::nan("")}) {
             ToolArguments arguments;
             arguments.insert(u"code"_s, u"1"_s);
             arguments.insert(u"timeout"_s, timeout);
-            QCOMPARE(ToolsFixture::told(awaited(box->tools->call(u"run_code"_s, arguments, {}))),
+            QCOMPARE(toText(awaited(fixture->tools->call(u"run_code"_s, arguments, {}))),
                      "! The timeout must be a number of seconds that is not negative.");
         }
-        // A number as text is not a time.
-        QCOMPARE(box->call("run_code|timeout=0|code=import time\ntime.sleep(.2)"), "(no output)");
-        QCOMPARE(box->call("soft_reset"), "Soft reset sent. boot.py and main.py have run again.");
-        QCOMPARE(box->call("run_code|code=print('left' in globals())"), "False\n");
+        // A time-out that is text is ignored.
+        QCOMPARE(fixture->call("run_code|timeout=0|code=import time\ntime.sleep(.2)"),
+                 "(no output)");
+        QCOMPARE(fixture->call("soft_reset"),
+                 "Soft reset sent. boot.py and main.py have run again.");
+        QCOMPARE(fixture->call("run_code|code=print('left' in globals())"), "False\n");
     }
 
     void worksWithFiles()
     {
-        const auto box = connected();
+        const auto fixture = connected();
         const auto check = [&](const QByteArray &line, const QByteArray &answer) {
-            const QByteArray all = box->call(line);
+            const QByteArray all = fixture->call(line);
             QVERIFY2(answer.endsWith(": ") ? all.startsWith(answer) : all == answer, all);
         };
         check("list_device_files", "/ is empty.");
@@ -220,20 +223,20 @@ private slots:
         check("delete_device_file|path=/lib", "! Delete failed: ");
         check("delete_device_file|path=/a.txt", "Deleted /a.txt.");
         check("delete_device_file|path=/a.txt", "! /a.txt is not on the device.");
-        QVERIFY(box->prompts.asked.isEmpty());
+        QVERIFY(fixture->prompts.asked.isEmpty());
     }
 
     void asksBeforeItChangesTheBoard()
     {
-        const auto box = connected();
-        box->call("run_code|code=import os\nos.mkdir('/d')");
+        const auto fixture = connected();
+        fixture->call("run_code|code=import os\nos.mkdir('/d')");
         const auto check = [&](bool isConfirmed, const QByteArray &line, const QByteArray &answer,
                                const QString &question) {
-            box->prompts.confirmation.confirmed = isConfirmed;
-            QCOMPARE(box->call(line), answer);
-            QCOMPARE(box->prompts.takeAsked(), question.arg(m_board.port()));
+            fixture->prompts.confirmation.confirmed = isConfirmed;
+            QCOMPARE(fixture->call(line), answer);
+            QCOMPARE(fixture->prompts.takeAsked(), question.arg(m_board.port()));
         };
-        box->settings.setFlag(Settings::autoApproveWrites, false);
+        fixture->settings.setFlag(Settings::autoApproveWrites, false);
         const QString create =
             u"Let Claude write “/a”? | 2 bytes, creating a new file on %1. | Write"_s;
         check(false, "write_device_file|path=/a|content=ä", "! The user declined the write to /a.",
@@ -242,66 +245,68 @@ private slots:
         check(true, "write_device_file|path=/a|content=xyz", "Wrote 3 bytes to /a.",
               u"Let Claude write “/a”? | 3 bytes, replacing the file already at /a on %1."
               " | Replace"_s);
-        std::optional<decltype(box->begin({}))> other; // has the board when the question is opened
-        box->prompts.waiting = [&] { other = box->begin("run_code|code=1"); };
+        std::optional<decltype(fixture->begin({}))> other; // uses the board meanwhile
+        fixture->prompts.waiting = [&] { other = fixture->begin("run_code|code=1"); };
         check(false, "write_device_file|path=/a|content=", "! The user declined the write to /a.",
               u"Let Claude write “/a”? | 0 bytes, replacing the file at /a on %1 if there is one. "
               "The board is busy and can’t be asked. | Replace"_s);
-        box->prompts.waiting = [] {};
+        fixture->prompts.waiting = [] {};
         check(true, "delete_device_file|path=/d", "Deleted /d.",
               u"Let Claude delete “/d”? | Removes the directory from %1. It must be empty."
               " | Delete"_s);
         check(false, "delete_device_file|path=/a", "! The user declined deleting /a.",
               u"Let Claude delete “/a”? | Removes 3 bytes from %1. This cannot be undone."
               " | Delete"_s);
-        QCOMPARE(box->call("read_device_file|path=/a"), "xyz");
-        box->prompts.waiting = [&] { box->call("run_code|code=import os\nos.remove('/a')"); };
-        QCOMPARE(box->call("delete_device_file|path=/a"), "! /a is not on the device.");
-        box->settings.setFlag(Settings::autoApproveWrites, true); // takes effect at once
-        QCOMPARE(box->call("write_device_file|path=/a|content="), "Wrote 0 bytes to /a.");
-        QCOMPARE(box->prompts.takeAsked(), QString());
+        QCOMPARE(fixture->call("read_device_file|path=/a"), "xyz");
+        fixture->prompts.waiting = [&] {
+            fixture->call("run_code|code=import os\nos.remove('/a')");
+        };
+        QCOMPARE(fixture->call("delete_device_file|path=/a"), "! /a is not on the device.");
+        fixture->settings.setFlag(Settings::autoApproveWrites, true); // takes effect at once
+        QCOMPARE(fixture->call("write_device_file|path=/a|content="), "Wrote 0 bytes to /a.");
+        QCOMPARE(fixture->prompts.takeAsked(), QString());
     }
 
     void changesNoBoardThatWasConnectedLater()
     {
         ScriptedBoard board;
-        ToolsFixture box;
-        box.connectTo(board);
-        box.prompts.meanwhile = [&] {
-            box.state->link().disconnectDevice();
-            QVERIFY(box.state->link().connectDevice(board.port()));
+        ToolsFixture fixture;
+        fixture.connectTo(board);
+        fixture.prompts.meanwhile = [&] {
+            fixture.state->link().disconnectDevice();
+            QVERIFY(fixture.state->link().connectDevice(board.port()));
             board.forget();
         };
         const QByteArray write = "write_device_file|path=/a|content=x";
-        QCOMPARE(box.call(write),
+        QCOMPARE(fixture.call(write),
                  "! Nothing was done: the board was connected anew while the call was waiting.");
         QVERIFY2(!board.transcript().contains(u"wb"_s), qPrintable(board.transcript()));
-        QVERIFY(box.prompts.takeAsked().contains(u"if there is one"_s)); // it didn't answer
-        box.prompts.meanwhile = [&] { box.state->link().disconnectDevice(); };
-        QCOMPARE(box.call(write), noBoard);
+        QVERIFY(fixture.prompts.takeAsked().contains(u"if there is one"_s)); // no reply
+        fixture.prompts.meanwhile = [&] { fixture.state->link().disconnectDevice(); };
+        QCOMPARE(fixture.call(write), noBoard);
     }
 
-    void givesUpItsTurnWhileAQuestionIsOpen()
+    void releasesTheBoardWhileAQuestionIsOpen()
     {
         VirtualBoard small({u"--disk"_s, u"50000"_s});
         QVERIFY2(small.start(), qPrintable(small.errorText()));
-        const auto box = connected(small);
+        const auto fixture = connected(small);
         const QByteArray write = "write_device_file|path=/b|content=" + QByteArray(30'000, 'n');
-        QCOMPARE(box->call(write), "Wrote 30000 bytes to /b.");
-        std::optional<decltype(box->begin({}))> later;
-        box->prompts.meanwhile = [&] {
-            QCOMPARE(box->call("run_code|code=print(1)"), "1\n");
-            later = box->begin("run_code|code=import time\ntime.sleep(.3)\nprint(2)");
+        QCOMPARE(fixture->call(write), "Wrote 30000 bytes to /b.");
+        std::optional<decltype(fixture->begin({}))> later;
+        fixture->prompts.meanwhile = [&] {
+            QCOMPARE(fixture->call("run_code|code=print(1)"), "1\n");
+            later = fixture->begin("run_code|code=import time\ntime.sleep(.3)\nprint(2)");
         };
-        QCOMPARE(box->call(write), "Wrote 30000 bytes to /b.");
-        QVERIFY(later->isReady() && box->prompts.takeAsked().contains(u"Write Over"_s));
+        QCOMPARE(fixture->call(write), "Wrote 30000 bytes to /b.");
+        QVERIFY(later->isReady() && fixture->prompts.takeAsked().contains(u"Write Over"_s));
     }
 
     void reportsADeletionThatTheBoardDoesNotConfirm()
     {
         ScriptedBoard board;
-        ToolsFixture box;
-        box.connectTo(board);
+        ToolsFixture fixture;
+        fixture.connectTo(board);
         for (const auto &[removed, exists] :
              {std::pair("?"_ba, "__EXISTS__0"_ba), {"__OK__"_ba, "__EXISTS__1"_ba}}) {
             board.onProgram = [removed = removed, exists = exists](const QByteArray &program) {
@@ -309,123 +314,124 @@ private slots:
                     return ScriptedBoard::reply("__LS__[{\"n\":\"a\",\"p\":\"/a\",\"d\":false}]");
                 return ScriptedBoard::reply(program.contains("__EXISTS__") ? exists : removed);
             };
-            const QByteArray answer = box.call("delete_device_file|path=/a");
+            const QByteArray answer = fixture.call("delete_device_file|path=/a");
             QVERIFY2(answer.startsWith("! "), answer);
         }
     }
 
-    void saysWhyAListingFailed()
+    void reportsWhyAListingFailed()
     {
         ScriptedBoard board;
-        ToolsFixture box;
-        box.connectTo(board);
+        ToolsFixture fixture;
+        fixture.connectTo(board);
         board.onProgram = [](const QByteArray &) {
             return ScriptedBoard::reply({}, "MemoryError: no");
         };
-        QCOMPARE(box.call("list_device_files"), "! Device file listing failed: MemoryError: no");
+        QCOMPARE(fixture.call("list_device_files"),
+                 "! Device file listing failed: MemoryError: no");
         for (const QByteArray tool : {"list_device_files", "delete_device_file"}) {
-            auto call = box.begin(tool + "|path=/");
-            box.state->link().disconnectDevice();
-            QCOMPARE(ToolsFixture::told(awaited(std::move(call))), noBoard);
-            box.connectTo(board);
+            auto call = fixture.begin(tool + "|path=/");
+            fixture.state->link().disconnectDevice();
+            QCOMPARE(toText(awaited(std::move(call))), noBoard);
+            fixture.connectTo(board);
         }
     }
 
     void dropsCallsThatHaveNotBegun()
     {
-        const auto box = connected();
+        const auto fixture = connected();
         std::stop_source unwanted;
-        auto first = box->begin("run_code|code=import time\ntime.sleep(.5)\nprint(1)");
-        box->stop.unwanted = unwanted.get_token();
-        auto write = box->begin("write_device_file|path=/never|content=x");
-        auto code = box->begin("run_code|code=print(2)");
+        auto first = fixture->begin("run_code|code=import time\ntime.sleep(.5)\nprint(1)");
+        fixture->stop.unwanted = unwanted.get_token();
+        auto write = fixture->begin("write_device_file|path=/never|content=x");
+        auto code = fixture->begin("run_code|code=print(2)");
         unwanted.request_stop();
         const QByteArray canceled = "! The call was canceled.";
-        QCOMPARE(ToolsFixture::told(awaited(std::move(write))), canceled);
-        QCOMPARE(ToolsFixture::told(awaited(std::move(code))), canceled);
+        QCOMPARE(toText(awaited(std::move(write))), canceled);
+        QCOMPARE(toText(awaited(std::move(code))), canceled);
         QVERIFY(!first.isReady()); // these did not have to wait for it
-        QCOMPARE(ToolsFixture::told(awaited(std::move(first))), "1\n");
+        QCOMPARE(toText(awaited(std::move(first))), "1\n");
         // A call whose question is open.
         std::stop_source closed;
-        box->stop = {};
-        box->call("write_device_file|path=/kept|content=");
-        box->settings.setFlag(Settings::autoApproveWrites, false);
-        box->prompts.meanwhile = [&] { closed.request_stop(); };
+        fixture->stop = {};
+        fixture->call("write_device_file|path=/kept|content=");
+        fixture->settings.setFlag(Settings::autoApproveWrites, false);
+        fixture->prompts.meanwhile = [&] { closed.request_stop(); };
         for (const QByteArray line :
              {"write_device_file|path=/never|content=x", "delete_device_file|path=/kept"}) {
             closed = std::stop_source();
-            box->stop.unwanted = closed.get_token();
-            QCOMPARE(box->call(line), canceled);
-            QVERIFY(!box->prompts.takeAsked().isEmpty());
+            fixture->stop.unwanted = closed.get_token();
+            QCOMPARE(fixture->call(line), canceled);
+            QVERIFY(!fixture->prompts.takeAsked().isEmpty());
         }
-        box->stop = {};
-        QVERIFY(!box->call("list_device_files").contains("never"));
+        fixture->stop = {};
+        QVERIFY(!fixture->call("list_device_files").contains("never"));
     }
 
     void interruptsTheProgramOfACanceledCall()
     {
         ScriptedBoard board;
-        ToolsFixture box;
-        box.connectTo(board);
+        ToolsFixture fixture;
+        fixture.connectTo(board);
         board.on("pass\4", "OKon\r\n");
         board.on("\3", "\4KeyboardInterrupt: \r\n\4>");
         std::stop_source unwanted;
         std::stop_source canceled;
-        box.stop = {unwanted.get_token(), canceled.get_token()};
-        auto call = box.begin("run_code|code=pass");
+        fixture.stop = {unwanted.get_token(), canceled.get_token()};
+        auto call = fixture.begin("run_code|code=pass");
         unwanted.request_stop(); // what has begun continues
         QTRY_VERIFY(board.received().endsWith("pass\4"));
         QVERIFY(!call.isReady());
         canceled.request_stop();
-        const QByteArray answer = ToolsFixture::told(awaited(std::move(call)));
+        const QByteArray answer = toText(awaited(std::move(call)));
         QVERIFY2(answer.startsWith("Output before the failure:\non\n"), answer);
         QVERIFY2(answer.endsWith("KeyboardInterrupt: \n"), answer);
-        box.stop = {};
+        fixture.stop = {};
         board.onProgram = [](const QByteArray &) { return ScriptedBoard::reply("1\r\n"); };
-        QCOMPARE(box.call("run_code|code=print(1)"), "1\n");
+        QCOMPARE(fixture.call("run_code|code=print(1)"), "1\n");
     }
 
-    void leavesARunningProgramAlone()
+    void refusesBoardAccessWhileAProgramRuns()
     {
-        const auto box = connected();
-        box->call("write_device_file|path=/a|content=");
-        box->settings.setFlag(Settings::autoApproveWrites, false);
-        box->prompts.waiting = [&] {
-            box->write(u"print('on')\nwhile True: pass"_s);
-            box->run();
-            QTRY_VERIFY(box->text().contains("on\n"));
+        const auto fixture = connected();
+        fixture->call("write_device_file|path=/a|content=");
+        fixture->settings.setFlag(Settings::autoApproveWrites, false);
+        fixture->prompts.waiting = [&] {
+            fixture->write(u"print('on')\nwhile True: pass"_s);
+            fixture->run();
+            QTRY_VERIFY(fixture->text().contains("on\n"));
         };
         const QByteArray busy = "The device is running a program — stop it first";
-        QCOMPARE(box->call("write_device_file|path=/a|content=x"),
+        QCOMPARE(fixture->call("write_device_file|path=/a|content=x"),
                  "! Device write failed: " + busy);
-        QCOMPARE(box->call("run_code|code=1"), "! " + busy);
-        QCOMPARE(box->call("list_device_files"), "! Device file listing failed: " + busy);
-        QCOMPARE(box->call("delete_device_file|path=/a"), "! Delete failed: " + busy);
-        QCOMPARE(box->call("write_device_file|path=/a|content=x"),
+        QCOMPARE(fixture->call("run_code|code=1"), "! " + busy);
+        QCOMPARE(fixture->call("list_device_files"), "! Device file listing failed: " + busy);
+        QCOMPARE(fixture->call("delete_device_file|path=/a"), "! Delete failed: " + busy);
+        QCOMPARE(fixture->call("write_device_file|path=/a|content=x"),
                  "! Device write failed: " + busy);
-        QVERIFY(box->prompts.asked.isEmpty());
-        box->state->stopRun();
-        QTRY_VERIFY(box->isBoardIdle());
+        QVERIFY(fixture->prompts.asked.isEmpty());
+        fixture->state->stopRun();
+        QTRY_VERIFY(fixture->isBoardIdle());
     }
 
     void endsAllCallsWhenItIsDestroyed()
     {
         ScriptedBoard board;
-        ToolsFixture box;
-        box.connectTo(board);
+        ToolsFixture fixture;
+        fixture.connectTo(board);
         board.setMute(true);
-        auto running = box.begin("run_code|code=1");
-        auto resetting = box.begin("soft_reset");
+        auto running = fixture.begin("run_code|code=1");
+        auto resetting = fixture.begin("soft_reset");
         std::stop_source unwanted;
-        box.stop.unwanted = unwanted.get_token();
-        auto answered = box.begin("run_code|code=2");
+        fixture.stop.unwanted = unwanted.get_token();
+        auto answered = fixture.begin("run_code|code=2");
         unwanted.request_stop();
         QMetaObject::invokeMethod(
-            this, [&] { box.tools.reset(); }, Qt::QueuedConnection);
-        QTRY_VERIFY(!box.tools);
+            this, [&] { fixture.tools.reset(); }, Qt::QueuedConnection);
+        QTRY_VERIFY(!fixture.tools);
         QVERIFY(running.isReady() && resetting.isReady() && answered.isReady());
         QCOMPARE(awaited(std::move(answered)).error().code, ErrorCode::Closed);
-        box.state.reset(); // what the calls had begun ends here
+        fixture.state.reset(); // what the calls had begun ends here
         QCOMPARE(awaited(std::move(running)).error().code, ErrorCode::Closed);
         QCOMPARE(awaited(std::move(resetting)).error().code, ErrorCode::Closed);
     }

@@ -76,7 +76,7 @@ private slots:
         }
     }
 
-    void dropsEverythingBehindABadHeadAndRecovers()
+    void dropsEverythingAfterAnInvalidHeadAndRecovers()
     {
         for (const QByteArray bad : {"GET", "  GET  \r\nHost: x", "\r\nGET / HTTP/1.1", "",
                                      "G / 1\r\nx: \xff", "G /\xc3"}) {

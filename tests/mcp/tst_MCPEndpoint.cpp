@@ -19,7 +19,7 @@ HTTPRequest request(QByteArray body)
 }
 
 /// A response in one line: the status, the type when there is one, the body.
-QByteArray told(const HTTPResponse &response)
+QByteArray toText(const HTTPResponse &response)
 {
     QByteArray text = QByteArray::number(response.status) + ' ';
     for (const auto &[name, value] : response.headers)
@@ -82,7 +82,7 @@ private:
     }
     QByteArray answer(const HTTPRequest &request)
     {
-        return told(awaited(begin(m_endpoint, m_calls, request)));
+        return toText(awaited(begin(m_endpoint, m_calls, request)));
     }
     QByteArray answer(const QByteArray &body) { return answer(request(body)); }
 
@@ -192,7 +192,7 @@ private slots:
         m_tools.deliver(u"done, too"_s);
         const QByteArray body = awaited(std::move(batch)).body;
         QVERIFY2(body.indexOf("\"done\"") < body.indexOf("done, too"), body);
-        // One that its client cancels before it begins, then one that its client leaves.
+        // The client cancels a call before it begins; then the client disconnects.
         const QByteArray two = '[' + wait + ',' + toolCall("{'name':'echo'}", "2") + ']';
         batch = begin(m_endpoint, m_calls, request(two));
         answer("{'method':'notifications/cancelled','params':{'requestId':2}}");
@@ -213,7 +213,7 @@ private slots:
         auto state = std::make_unique<QObject>();
         ToolCalls calls(tools, state.get());
         state.reset();
-        QCOMPARE(told(awaited(begin(m_endpoint, calls, request(wait)))),
+        QCOMPARE(toText(awaited(begin(m_endpoint, calls, request(wait)))),
                  textResult("The IDE is shutting down."));
         QVERIFY(tools.calls.isEmpty());
     }
@@ -229,7 +229,7 @@ private slots:
             return awaited(begin(endpoint, m_calls, request(body)));
         };
         QCOMPARE(ask(7).status, 200);
-        QCOMPARE(told(ask(8)), invalid);
+        QCOMPARE(toText(ask(8)), invalid);
         QCOMPARE(m_tools.calls.size(), 1); // none of a refused batch
     }
 };

@@ -33,7 +33,7 @@ std::unique_ptr<MCPHTTPServer> started(MCPHTTPServer::Handler handler,
     return server;
 }
 
-/// Keeps all that its server hands over, for the test to answer when it likes.
+/// A server that keeps the requests and their replies for the test to answer.
 class HTTPServerFixture
 {
 public:
@@ -42,11 +42,11 @@ public:
     {
     }
 
-    /// Waits until \p count requests have arrived, for a limited time. Yields how many did.
-    qsizetype waitFor(qsizetype count, std::chrono::milliseconds patience = 30s)
+    /// Waits until \p count requests have arrived or \p timeout is over. Returns how many arrived.
+    qsizetype waitFor(qsizetype count, std::chrono::milliseconds timeout = 30s)
     {
         std::unique_lock lock(m_mutex);
-        m_more.wait_for(lock, patience, [&] { return count <= qsizetype(m_paths.size()); });
+        m_more.wait_for(lock, timeout, [&] { return count <= qsizetype(m_paths.size()); });
         return qsizetype(m_paths.size());
     }
     QByteArrayList paths()
@@ -118,8 +118,8 @@ private slots:
     {
         auto kept = std::make_unique<HTTPServerFixture>();
         {
-            SocketClient gone(kept->server->port());
-            gone.send(get("/gone") + get("/gone too"));
+            SocketClient closed(kept->server->port());
+            closed.send(get("/closed") + get("/closed too"));
             QCOMPARE(kept->waitFor(2), 2);
         }
         SocketClient client(kept->server->port());
@@ -135,7 +135,7 @@ private slots:
         replies[1](HTTPResponse{200, {}, "to nobody"});
     }
 
-    void refusesWhatIsBeyondTheBoundsAfterWhatCameBefore()
+    void answersEarlierRequestsBeforeRefusing()
     {
         HTTPServerFixture kept;
         SocketClient client(kept.server->port());
@@ -198,7 +198,7 @@ private slots:
         QCOMPARE(kept.waitFor(3), 3);
     }
 
-    void keepsToItself()
+    void listensOnLocalhostOnly()
     {
         const auto server = started(echo);
         QVERIFY(!SocketClient().connectTo(server->port(), "127.0.0.2"));

@@ -22,7 +22,7 @@ QByteArray ofSession(const QByteArray &session, const QByteArray &body)
     return post(body, session.isEmpty() ? token : token + "Mcp-Session-Id: " + session + "\r\n");
 }
 
-/// A server with all that it needs, on a port that is free at the time.
+/// A server with its dependencies, on a port that was free at the start.
 class ServerFixture
 {
 public:
@@ -43,7 +43,7 @@ public:
         tools = fakes.get();
         server.reset(new MCPServer({shell, settings, [](bool) {}, std::move(fakes), &state}));
     }
-    /// Lets \p client call the tool that waits.
+    /// Calls the tool "wait" from \p client.
     void beginCall(SocketClient &client, const QByteArray &id, const QByteArray &session = {})
     {
         const auto before = tools->stops.size();
@@ -110,7 +110,7 @@ private slots:
         QCOMPARE(served.shell.lines(), lines);
     }
 
-    void tellsCallsThatTheirClientHasClosedOrCanceled()
+    void requestsTheStopOfClosedAndCanceledCalls()
     {
         ServerFixture served;
         const auto stops = [&] {
