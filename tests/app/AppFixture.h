@@ -13,7 +13,7 @@
 
 namespace Korvane {
 
-/// The whole program below its window, without the ports and settings of this computer.
+/// The whole program without its window, and without the ports and settings of this computer.
 struct AppFixture
 {
     explicit AppFixture(const QStringList &interpreters = PythonRunner::defaultInterpreters(),
@@ -41,7 +41,7 @@ struct AppFixture
     void stop() { state->stopRun(); }
     void refresh() { state->errors().reportFailureOf(state->variablesStore().refreshVariables()); }
 
-    /// What the Shell shows since \p from, one text a line.
+    /// The lines of the Shell from index \p from on.
     QStringList lines(qsizetype from = 1) const
     {
         return describe(state->shell().replLines()).mid(from);
@@ -67,7 +67,7 @@ struct AppFixture
     std::unique_ptr<AppState> state;
 };
 
-/// A fixture with a board that has one variable, and answers all other programs as told.
+/// A fixture with a board that has one variable and answers all other programs with `answer`.
 struct BoardAppFixture : AppFixture
 {
     BoardAppFixture()

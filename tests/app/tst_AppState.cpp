@@ -55,7 +55,7 @@ private slots:
         const QStringList each{u"output: 1\n"_s, u"info: ▶ Done."_s};
         QTRY_COMPARE(fixture.lines(5),
                      QStringList(2, u"info: ▶ Running untitled.py…"_s) + each + each);
-        // Of the two ends only the last one is the end of running.
+        // isRunning changes only at the end of the second run.
         QCOMPARE(linesAtChanges, QList<qsizetype>({0, 6}));
     }
 
@@ -107,7 +107,7 @@ private slots:
             else
                 fixture.state->link().disconnectDevice();
             QTRY_VERIFY(!fixture.isConnected());
-            // The rest of the stream is shown when the board is lost, and otherwise forgotten.
+            // The rest of the stream is shown when the board is lost, and otherwise discarded.
             QCOMPARE(fixture.lines(before).join(u'|'),
                      isLost ? u"output: \ufffd|info: Device disconnected."_s
                             : u"info: Disconnected."_s);

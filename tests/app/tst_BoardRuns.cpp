@@ -7,7 +7,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// Programs on real MicroPython, as the user runs them.
+/// Runs programs on a real MicroPython by the operations of the user interface.
 class tst_BoardRuns final : public QObject
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ class tst_BoardRuns final : public QObject
         return fixture.isBoardIdle() && fixture.text().endsWith(u">>> "_s);
     }
 
-    /// How many numbers the old program has printed; -1 when one is missing.
+    /// How many numbers the old program printed; -1 when one is missing.
     static int printedNumbers(const QString &text)
     {
         int count = 0;
@@ -52,7 +52,7 @@ private slots:
                      "error: Cannot open /nowhere/a.py: No such file or directory"_s);
     }
 
-    /// When the helper could not be installed for the first, which changes nothing.
+    /// The helper cannot be installed for the first document, which must not affect the second.
     void debugsTheSecondOfTwoDocuments()
     {
         BoardAppFixture fixture;
@@ -106,7 +106,7 @@ private slots:
         fixture.write(u"print('on')\nwhile True:\n    i = 1\n"_s);
         fixture.state->documents().toggleBreakpoint(3);
         fixture.state->startDebugRun();
-        fixture.state->documents().newFile(); // and what is selected later does not matter
+        fixture.state->documents().newFile(); // selecting another document has no effect
         fixture.write(u"other"_s);
         QTRY_COMPARE(session.pausedAt(), 3);
         QCOMPARE(fixture.state->bottomTab(), AppState::BottomTab::Variables);
@@ -116,7 +116,7 @@ private slots:
         QVERIFY2(fixture.table().contains(u"i:int=1"_s), qPrintable(fixture.table()));
         session.debugStop();
         QVERIFY(!session.isDebugging() && fixture.isBoardIdle());
-        // The variables are read when the board is done, and the Shell works again.
+        // The variables are read after the reply is complete, and the Shell works again.
         QTRY_VERIFY2(isOver(fixture), qPrintable(fixture.text()));
         fixture.state->submitShell(u"print(6 * 7)"_s);
         QTRY_VERIFY2(fixture.text().contains(u"\n42\n>>> "_s), qPrintable(fixture.text()));
@@ -168,7 +168,7 @@ private slots:
         QTRY_VERIFY2(isOver(fixture) && !session.isDebugging(), qPrintable(fixture.text()));
         QVERIFY2(printedNumbers(fixture.text()) > 0, qPrintable(fixture.text()));
         QCOMPARE(fixture.text().contains(u"KeyboardInterrupt"), old != u"paused");
-        // A board that is slow to answer is asked a second time, and answers before it runs.
+        // A slow board gets a second Ctrl-A and sends its banner again, before the program runs.
         QVERIFY2(!fixture.text().remove(u"raw REPL; CTRL-B to exit\n>OK"_s).contains(u"raw REPL"),
                  qPrintable(fixture.text()));
         QCOMPARE(fixture.lines().filter(u"error"_s), QStringList());

@@ -9,8 +9,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// What the user does with files in the browsers, on a real MicroPython and in a local folder, and
-/// what becomes of the documents that show them.
+/// File operations of the browsers on a board and a local folder, and their effect on documents.
 class tst_FileActions final : public QObject
 {
     Q_OBJECT
@@ -44,8 +43,8 @@ private:
         }
         return paths.join(u' ');
     }
-    /// The first message that is not the board's.
-    QString said()
+    /// The first message of the Shell that is not output, without its kind.
+    QString firstMessage()
     {
         const QStringList lines =
             m_fixture->lines(0).filter(QRegularExpression(u"^(info|error): "_s));
@@ -219,7 +218,7 @@ private slots:
         const QString question = m_fixture->prompts.takeAsked();
         QVERIFY2(question.startsWith(asked) && question.isEmpty() == asked.isEmpty(),
                  qPrintable(question));
-        QCOMPARE(said(), message);
+        QCOMPARE(firstMessage(), message);
         QStringList shown = tree(files().deviceFileNodes()).split(u' ');
         shown.removeIf([](const QString &path) {
             return path.startsWith(u"/dev/") || path.startsWith(u"/home/")
@@ -231,7 +230,7 @@ private slots:
     void fetchesSeveral()
     {
         m_fixture->prompts.choice = u"Replace All"_s;
-        QVERIFY(!awaited(operation(u"fetch /a.py /lib"_s))); // that is for several
+        QVERIFY(!awaited(operation(u"fetch /a.py /lib"_s))); // not offered for one file
         QVERIFY(m_fixture->prompts.takeAsked().startsWith(u"Replace “a.py”?"));
         QCOMPARE(bytesOf(local(u"a.py"_s)), "local a");
         m_fixture->prompts.choice = u"Replace"_s;
@@ -296,7 +295,7 @@ private slots:
         QTEST(localTree(), "result");
         QCOMPARE(m_fixture->prompts.takeAsked().startsWith(u"Replace “n.py”?"),
                  text == u"local rename a.py n.py");
-        const QString found = said();
+        const QString found = firstMessage();
         QVERIFY2(found.startsWith(message) && found.isEmpty() == message.isEmpty(),
                  qPrintable(found));
         if (text == u"local rename a.py b.py")

@@ -46,7 +46,7 @@ private slots:
         QFETCH(QByteArray, stored);
         QFETCH(int, id);
         QFETCH(QVariant, value);
-        // QSettings takes a file of the same name, size and time for the one it has read.
+        // QSettings does not read a file of the same name, size and time again.
         const QString path = m_folder.filePath(QString::number(qHash(stored)));
         put(path, "[General]\n" + stored + '\n');
         FileSettings settings(path);

@@ -9,7 +9,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// The command line, and its way from a second start to the window.
+/// Parses command lines, and hands them to the running program.
 class tst_RunningInstance final : public QObject
 {
     Q_OBJECT
@@ -29,7 +29,7 @@ private slots:
         row("nothing", u""_s, {});
         row("files and lines", u"/a.py|/b c.py:12|/a:b.py"_s,
             {u"/a.py 0"_s, u"/b c.py 12"_s, u"/a:b.py 0"_s});
-        row("what is no line", u"/a.py:0|/a.py:|/a.py:1x"_s,
+        row("not a line number", u"/a.py:0|/a.py:|/a.py:1x"_s,
             {u"/a.py:0 0"_s, u"/a.py: 0"_s, u"/a.py:1x 0"_s});
         row("an existing file with a colon", u"FILE:7|FILE:7:8"_s, {u"FILE:7 0"_s, u"FILE:7 8"_s});
         row("a port", u"--port|/dev/x|--|--port"_s, {u"CWD/--port 0"_s}, u"/dev/x"_s);
@@ -73,7 +73,7 @@ private slots:
         QVERIFY(!RunningInstance::handOver(sent, path)); // no program listens
 
         auto first = std::make_unique<RunningInstance>(path);
-        const RunningInstance second(path); // leaves the first one's socket alone
+        const RunningInstance second(path); // does not replace the first one's socket
         QSignalSpy received(first.get(), &RunningInstance::commandLineReceived);
         const auto send = [&](const CommandLine &commandLine) {
             return QtConcurrent::run(&RunningInstance::handOver, commandLine, path);
@@ -91,7 +91,7 @@ private slots:
 
         first.reset();
         QVERIFY(!QFile::exists(path));
-        QFile killed(path); // of a program that could not remove it
+        QFile killed(path); // left by a killed program
         QVERIFY(killed.open(QIODevice::WriteOnly));
         const RunningInstance next(path);
         QFuture<bool> accepted = send({});

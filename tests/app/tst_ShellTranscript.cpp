@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// What the Shell shows of chunks that are printed one after the other.
+/// What the Shell shows after chunks of output.
 QString shown(const QStringList &chunks)
 {
     ShellTranscript shell;
@@ -51,11 +51,11 @@ private slots:
             {u"\r\r\n\n\r"_s, u"\n\n\n\n"_s},
             {u"\x1b[31mred\x1b[0m"_s, u"red"_s},
             {u"a\r\x1b[K\nb"_s, u"a\nb"_s},
-            {u"\x1b\x1b[m[31m"_s, u"\x1b[31m"_s}, // only what was there makes a sequence
+            {u"\x1b\x1b[m[31m"_s, u"\x1b[31m"_s}, // what is left is not filtered again
             // "]" is in the range of two-character sequences, which are tried first.
             {u"\x1b]0;title\x07text"_s, u"0;title\x07text"_s},
             {u"\x1b[31é\x1b[ 1m\x1bs"_s, u"\x1b[31é\x1b[ 1m\x1bs"_s},
-            {u"\x1b["_s + QString(62, u'1') + u"mx"_s, u"x"_s}, // as long as can wait
+            {u"\x1b["_s + QString(62, u'1') + u"mx"_s, u"x"_s}, // the longest that is held back
         };
         for (const auto &[printed, expected] : cases) {
             QCOMPARE(shown({printed}), expected);
@@ -63,7 +63,7 @@ private slots:
         }
     }
 
-    void holdsBackNoMoreThanItSays()
+    void limitsWhatItHoldsBack()
     {
         ShellTranscript shell;
         shell.appendOutput(u"a\x1b["_s + QString(62, u'1'));
@@ -96,7 +96,7 @@ private slots:
         QCOMPARE(extended.first().first().toString(), u"cd"_s);
     }
 
-    void showsWhatWaitsBeforeTheNextLine()
+    void showsHeldBackTextBeforeTheNextLine()
     {
         ShellTranscript shell;
         shell.appendOutput(u"50%\r"_s);

@@ -67,7 +67,7 @@ private slots:
         fixture.refresh();
         QTRY_COMPARE(fixture.programs.size(), 1);
         fixture.refresh();
-        // Were the second refresh waiting for the line, it would have it before this one.
+        // If the second refresh was queued, it would be sent before this command.
         const auto last = fixture.state->link().executeOnDevice(u"last"_s, std::chrono::seconds(9));
         fixture.board.send("__VARS__[]\x04\x04>");
         QTRY_COMPARE(fixture.programs.constLast(), "last"_ba);
@@ -80,7 +80,7 @@ private slots:
         QVERIFY(awaited(fixture.state->variablesStore().refreshVariables()));
     }
 
-    void saysWhenThereIsNoSessionToRestart()
+    void reportsThatThereIsNoSessionToRestart()
     {
         AppFixture fixture({u"/nowhere/python3"_s});
         fixture.state->errors().reportFailureOf(

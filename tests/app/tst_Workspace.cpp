@@ -9,7 +9,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// One start of the program with the state file of the earlier ones.
+/// One start of the program, with the state file that earlier ones wrote.
 struct WorkspaceFixture : AppFixture
 {
     explicit WorkspaceFixture(const QTemporaryDir &place, const QString &restore = u"all"_s)
@@ -91,7 +91,7 @@ private slots:
         QCOMPARE(typed.workspace.recentFiles().size(), 3);
     }
 
-    void survivesADamagedStateFile_data()
+    void ignoresADamagedStateFile_data()
     {
         QTest::addColumn<QByteArray>("json");
         QTest::newRow("none") << QByteArray("[");
@@ -101,7 +101,7 @@ private slots:
             R"({"documents":[{"path":"/nowhere/x.py","caret":-5,"breakpoints":[0,-1]}],"selected":9})");
     }
 
-    void survivesADamagedStateFile()
+    void ignoresADamagedStateFile()
     {
         QFETCH(QByteArray, json);
         put(path("state/workspace.json"), json);

@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A store whose writes wait until they are let through.
+/// A store whose writes wait until letThrough() is called.
 class SlowStore final : public DocumentStore
 {
 public:
@@ -19,7 +19,7 @@ public:
     {
         if (failure)
             co_return Error(*failure);
-        co_return std::optional(held); // this compiler would move the member itself
+        co_return std::optional(held); // co_return would move the member
     }
     Async<void> write(DocumentPlace, QString text, QString) override
     {
@@ -83,7 +83,7 @@ private slots:
 
     void asksBeforeAChangedFileIsReplaced()
     {
-        // Without bytes there is no file, and without a choice nothing is asked.
+        // Null bytes: there is no file. Null choice: no question is expected.
         for (const auto &[held, choice, outcome] :
              {std::tuple("v0"_ba, QString(), u"written"_s), // as it was left
               {"v1", {}, u"written"_s},                     // as it will be

@@ -105,7 +105,7 @@ private slots:
 
     void movesBreakpointsWithTheirLines()
     {
-        // So many characters from the start of the line on are replaced.
+        // Replaces `characters` characters from the start of `line` on by `text`.
         for (const auto &[line, characters, text, after] :
              {std::tuple(1, 0, u"above\n"_s, QSet<int>{3, 5}),
               {2, 0, u"\n"_s, {3, 5}},

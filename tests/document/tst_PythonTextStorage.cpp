@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Text of pieces that change the colors of what follows them.
+/// Random text made of pieces that change the colors of the text after them.
 QString pieces(QRandomGenerator &random, int count)
 {
     static const auto list =
@@ -28,7 +28,7 @@ void showAll(PythonTextStorage &storage)
     storage.showColors(storage.firstBlock(), storage.blockCount());
 }
 
-/// Empty when tokens and formats of the whole text are what its characters ask for.
+/// Where the tokens or formats differ from those of PythonColoring; empty when they are equal.
 QString wrongColor(PythonTextStorage &storage)
 {
     std::vector<PythonToken> tokens;
@@ -86,7 +86,7 @@ private slots:
                                       random.bounded(4) ? QTextCursor::MoveAnchor
                                                         : QTextCursor::KeepAnchor);
                     caret.insertText(pieces(random, random.bounded(4)));
-                    showAll(storage); // not now
+                    showAll(storage); // during an edit block
                 }
                 caret.endEditBlock();
                 QCOMPARE(storage.text(),

@@ -13,15 +13,15 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// One run of the program; several share a folder.
-struct Session
+/// One run of the program; several use the same folder.
+struct RecoveryFixture
 {
-    explicit Session(const QString &folder)
+    explicit RecoveryFixture(const QString &folder)
         : copies(documents, shell, folder)
     {
         documents.newFile();
     }
-    QString said() const { return shell.lines().join(u'\n'); }
+    QString log() const { return shell.lines().join(u'\n'); }
 
     RecordingShell shell;
     OpenFiles documents{shell};
@@ -63,7 +63,7 @@ private slots:
     {
         const QString source = u"\uFEFFprint('ü')\r\nnul \0 end\nlast"_s;
         {
-            Session first(folder());
+            RecoveryFixture first(folder());
             first.documents.openUnsaved(u"main.py"_s, DocumentPlace::local(u"/home/me/main.py"_s),
                                         source);
             first.documents.openUnsaved(u"boot.py"_s,
@@ -71,8 +71,8 @@ private slots:
             first.documents.updateSelectedContent(u"xyz"_s);
         }
         QCOMPARE(copies().size(), 2);
-        Session second(folder());
-        QTRY_VERIFY(second.said().contains(u"2 files with unsaved edits"_s));
+        RecoveryFixture second(folder());
+        QTRY_VERIFY(second.log().contains(u"2 files with unsaved edits"_s));
         QCOMPARE(programs(), QStringList());
         const auto leftovers = second.copies.leftovers();
         for (const RecoveryFiles::Leftover &leftover : leftovers)
@@ -97,7 +97,7 @@ private slots:
         const QString same = m_disk->filePath(u"same.py"_s);
         const QString other = m_disk->filePath(u"other.py"_s);
         {
-            Session first(folder());
+            RecoveryFixture first(folder());
             first.documents.openUnsaved(u"same.py"_s, DocumentPlace::local(same), u"mine"_s);
             EditorFile &file =
                 first.documents.open(u"other.py"_s, DocumentPlace::local(other), u"old"_s);
@@ -106,15 +106,15 @@ private slots:
         put(same, "mine");
         put(other, "theirs");
         {
-            Session second(folder());
-            QTRY_VERIFY(second.said().startsWith(u"info: A file with unsaved edits was left"_s));
+            RecoveryFixture second(folder());
+            QTRY_VERIFY(second.log().startsWith(u"info: A file with unsaved edits was left"_s));
             QCOMPARE(second.copies.leftovers().size(), 1);
             awaited(second.copies.open(second.copies.leftovers().constFirst()));
             const EditorFile *opened = second.documents.selectedFile();
             QVERIFY(opened->isModified() && opened->savedText());
             QCOMPARE(opened->savedText()->content, u"old"_s); // so that saving asks
         }
-        Session third(folder());
+        RecoveryFixture third(folder());
         EditorFile &open = third.documents.open(
             u"other.py"_s, DocumentPlace::local(other).resolved(), u"theirs"_s);
         QTRY_COMPARE(third.copies.leftovers().size(), 1);
@@ -136,26 +136,26 @@ private slots:
             QVERIFY(touched.setPermissions(QFileDevice::Permissions(0x6666)));
         }
         QVERIFY(QFile::setPermissions(folder(), QFileDevice::Permissions(0x7777)));
-        Session session(folder());
-        QTRY_COMPARE(session.copies.leftovers().size(), 50);
-        session.documents.updateSelectedContent(u"own"_s);
-        awaited(session.copies.flush());
+        RecoveryFixture fixture(folder());
+        QTRY_COMPARE(fixture.copies.leftovers().size(), 50);
+        fixture.documents.updateSelectedContent(u"own"_s);
+        awaited(fixture.copies.flush());
         QCOMPARE(copies().size(), 51);
         for (const QString &file : copies())
             QCOMPARE(othersAccess(file) + othersAccess(QFileInfo(file).path()), 0);
         QCOMPARE(othersAccess(folder()), 0);
         const QString latest = folder() + u"/51.json"_s;
-        QCOMPARE(session.copies.leftovers().constFirst().file, latest);
-        awaited(session.copies.discard({session.copies.leftovers().constFirst()}));
+        QCOMPARE(fixture.copies.leftovers().constFirst().file, latest);
+        awaited(fixture.copies.discard({fixture.copies.leftovers().constFirst()}));
         QVERIFY(copies().size() == 50 && !QFile::exists(latest));
-        awaited(session.copies.discard(session.copies.leftovers()));
-        QVERIFY(copies().size() == 1 && session.copies.leftovers().isEmpty());
+        awaited(fixture.copies.discard(fixture.copies.leftovers()));
+        QVERIFY(copies().size() == 1 && fixture.copies.leftovers().isEmpty());
     }
 
     void removesTheFilesOfSavedAndClosedDocuments()
     {
         {
-            Session first(folder());
+            RecoveryFixture first(folder());
             first.documents.updateSelectedContent(u"one"_s);
             first.documents.openTextInEditor(u"two.py"_s, u"two"_s); // unsaved without an edit
             awaited(first.copies.flush());
@@ -163,10 +163,10 @@ private slots:
             first.documents.closeFile(first.documents.selectedFileID());
         }
         QCOMPARE(copies().size(), 1);
-        Session second(folder());
+        RecoveryFixture second(folder());
         second.documents.updateSelectedContent(u"closed"_s);
         second.documents.closeKeepingEdits(second.documents.selectedFileID());
-        QTRY_VERIFY(second.said().startsWith(u"info: A file with unsaved edits was left"_s));
+        QTRY_VERIFY(second.log().startsWith(u"info: A file with unsaved edits was left"_s));
         QCOMPARE(second.copies.leftovers().size(), 2);
         awaited(second.copies.discard({second.copies.leftovers().constFirst()}));
         awaited(second.copies.open(second.copies.leftovers().constFirst()));
@@ -178,15 +178,15 @@ private slots:
 
     void ignoresTheFilesOfARunningProgram()
     {
-        Session first(folder());
+        RecoveryFixture first(folder());
         first.documents.updateSelectedContent(u"mine"_s);
         QTRY_COMPARE(copies().size(), 1);
         const QString copy = copies().constFirst();
-        Session second(folder());
+        RecoveryFixture second(folder());
         second.documents.updateSelectedContent(u"another's"_s);
         QTRY_COMPARE(copies().size(), 2);
         QVERIFY(copies().contains(copy));
-        QVERIFY(second.copies.leftovers().isEmpty() && second.said().isEmpty());
+        QVERIFY(second.copies.leftovers().isEmpty() && second.log().isEmpty());
     }
 
     void reportsAFailingDisk()
@@ -195,38 +195,38 @@ private slots:
         const QString vanishing = folder() + u"/b.json"_s;
         put(damaged, "{\"name\": \"x");
         put(vanishing, "{\"name\": \"b.py\", \"text\": \"b\"}");
-        Session session(folder());
-        QTRY_COMPARE(session.copies.leftovers().size(), 1);
+        RecoveryFixture fixture(folder());
+        QTRY_COMPARE(fixture.copies.leftovers().size(), 1);
         QVERIFY(QFile::exists(damaged)); // the user may be able to read it
         QVERIFY(QFile::remove(vanishing));
-        session.copies.open(session.copies.leftovers().constFirst());
-        QTRY_VERIFY(session.said().contains(u"Cannot open b.py"_s));
+        fixture.copies.open(fixture.copies.leftovers().constFirst());
+        QTRY_VERIFY(fixture.log().contains(u"Cannot open b.py"_s));
 
         QVERIFY(QDir(folder()).removeRecursively());
         put(folder(), "in the way");
-        session.documents.updateSelectedContent(u"1"_s);
-        QTRY_VERIFY(session.said().contains(u"can’t be kept safe in "_s + folder()));
-        session.documents.closeKeepingEdits(session.documents.selectedFileID());
-        QTRY_COMPARE(session.documents.selectedFile()->content(), u"1"_s); // open again
-        QVERIFY(!session.copies.isKeeping() && session.copies.leftovers().isEmpty());
+        fixture.documents.updateSelectedContent(u"1"_s);
+        QTRY_VERIFY(fixture.log().contains(u"can’t be kept safe in "_s + folder()));
+        fixture.documents.closeKeepingEdits(fixture.documents.selectedFileID());
+        QTRY_COMPARE(fixture.documents.selectedFile()->content(), u"1"_s); // open again
+        QVERIFY(!fixture.copies.isKeeping() && fixture.copies.leftovers().isEmpty());
         QVERIFY(QFile::remove(folder()));
-        session.documents.updateSelectedContent(u"3"_s);
+        fixture.documents.updateSelectedContent(u"3"_s);
         QTRY_COMPARE(copies().size(), 1);
 
-        const QUuid other = session.documents.selectedFileID();
-        session.documents.newFile();
-        const QUuid id = session.documents.selectedFileID();
+        const QUuid other = fixture.documents.selectedFileID();
+        fixture.documents.newFile();
+        const QUuid id = fixture.documents.selectedFileID();
         const QString inTheWay = QFileInfo(copies().constFirst()).path() + u'/'
             + id.toString(QUuid::WithoutBraces) + u".json"_s;
         QVERIFY(QDir().mkdir(inTheWay));
-        session.documents.updateSelectedContent(u"4"_s);
-        QTRY_VERIFY(!session.copies.isKeeping());
-        session.documents.select(other); // can be written
-        session.documents.updateSelectedContent(u"5"_s);
-        awaited(session.copies.flush());
-        QVERIFY(!session.copies.isKeeping());
+        fixture.documents.updateSelectedContent(u"4"_s);
+        QTRY_VERIFY(!fixture.copies.isKeeping());
+        fixture.documents.select(other); // can be written
+        fixture.documents.updateSelectedContent(u"5"_s);
+        awaited(fixture.copies.flush());
+        QVERIFY(!fixture.copies.isKeeping());
         QVERIFY(QDir().rmdir(inTheWay));
-        awaited(session.copies.flush());
+        awaited(fixture.copies.flush());
         QCOMPARE(copies().size(), 2);
     }
 };

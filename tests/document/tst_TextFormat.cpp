@@ -60,8 +60,7 @@ private slots:
         }
     }
 
-    /// What is edited in the pieces of long lines is what is edited in the file, with all undone
-    /// and redone.
+    /// Edits in pieces of long lines change the same text of the file, also undone and redone.
     void editsPiecesOfLongLines()
     {
         const QString fileText = u"a\r\n"_s + QString(10'001, u'b') + u"\nc\n"_s

@@ -188,7 +188,7 @@ private slots:
         QCOMPARE(undo(), u"short"_s);
         QCOMPARE(undo(Qt::ShiftModifier), u"a short"_s);
 
-        // A text from outside moves the caret only if it is too short, and can be undone.
+        // Replacing the text moves the caret only if it is too short, and can be undone.
         fixture.putCaret(7, 5);
         other->setContent(u"another text"_s);
         QCOMPARE(fixture.caret(), 5);
@@ -254,7 +254,7 @@ private slots:
         for (const auto &[x, line] : {std::pair(8, 1), {20, 1}, {14, 2}, {14, 4}})
             QCOMPARE(fixture.pixel(x, line), background);
         QVERIFY(fixture.pixel(9.5, 4) != background); // a ring
-        // All rows of a wrapped line carry the band of the pause, only the first its number.
+        // All rows of a wrapped line have the background of the pause, only the first its number.
         QCOMPARE(fixture.pixel(2, 4), background);
         const CodeEditorView::LineRows paused = fixture.editor.visibleLines().at(2);
         QVERIFY(paused.height > 1.9 * paused.firstRowHeight);
@@ -268,7 +268,7 @@ private slots:
     void marksBrackets()
     {
         EditorFixture fixture(u"(a)\n\n("_s);
-        /// The color of a bracket's border (0) or beside that.
+        /// The color of a bracket's border (x = 0) or inside it.
         const auto color = [&](int bracket, int x) {
             fixture.putCaret(bracket);
             const QPoint place(fixture.editor.cursorRect().left() + x,
@@ -347,7 +347,7 @@ private slots:
         QCOMPARE(selection(), 11);
         fixture.press(Qt::Key_Return, Qt::ShiftModifier);
         fixture.press(Qt::Key_F3, Qt::ShiftModifier);
-        fixture.press(Qt::Key_Return, Qt::ShiftModifier); // round the start
+        fixture.press(Qt::Key_Return, Qt::ShiftModifier); // wraps around at the start
         QCOMPARE(fixture.found(), u"5 of 5"_s);
         QVERIFY(fixture.shows(303));
         QTest::mouseClick(fixture.find<QToolButton>("findNext"), Qt::LeftButton);
@@ -397,7 +397,7 @@ private slots:
         fixture.editor.undo();
         QCOMPARE(fixture.editor.text(), before);
         QTRY_COMPARE(fixture.found(), u"4 found"_s);
-        // Another selection than that of the search before.
+        // With another selection than that of the last search.
         for (const bool isClosed : {false, true}) {
             fixture.putCaret(10, 0);
             fixture.press(Qt::Key_H, Qt::ControlModifier);
@@ -450,7 +450,7 @@ private slots:
             QVERIFY(fixture.shows(line) && fixture.editor.hasFocus());
         }
         fixture.press(Qt::Key_G, Qt::ControlModifier);
-        fixture.press(Qt::Key_F, Qt::ControlModifier); // takes its place
+        fixture.press(Qt::Key_F, Qt::ControlModifier); // replaces the bar
         QVERIFY(fixture.find<QWidget>("goToLineBar")->isHidden());
         fixture.press(Qt::Key_Escape);
         QVERIFY(fixture.find<QWidget>("findBar")->isHidden() && fixture.editor.hasFocus());
@@ -495,15 +495,15 @@ private slots:
         QTextCursor(&storage).insertText(u"if "_s);
         QCOMPARE(lines, QSet<int>{1});
         lines.clear();
-        QTextCursor(storage.findBlockByNumber(3)).insertText(u"'''"_s); // turns strings inside out
+        QTextCursor(storage.findBlockByNumber(3)).insertText(u"'''"_s); // swaps strings and code
         QCOMPARE(lines, (QSet<int>{4, 6, 7}));
         QVERIFY(everything.isEmpty());
 
-        QTextCursor(&storage).insertText(u"\u2028"_s); // another row moves all that are below it
+        QTextCursor(&storage).insertText(u"\u2028"_s); // another row moves all rows below it
         QCOMPARE(everything.size(), 1);
     }
 
-    // A text that an input method is composing is neither an edit nor in the way of the colors.
+    // Text that an input method is composing is not an edit and keeps the colors.
     void letsInputMethodsCompose()
     {
         EditorFixture fixture(u"x = 'a' if"_s);

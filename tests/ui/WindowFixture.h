@@ -64,7 +64,7 @@ struct WindowFixture
     {
         QTest::keyClick(window().windowHandle(), key, modifiers);
     }
-    /// The command with that text, marks of keys included.
+    /// The command with that text, which includes the “&” of its mnemonic.
     QAction *command(const QString &text)
     {
         const QList<QAction *> actions = window().findChildren<QAction *>();

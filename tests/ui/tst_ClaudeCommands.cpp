@@ -20,7 +20,7 @@ struct ServerFixture : WindowFixture
     }
 
     QList<QAction *> menu() { return find<QMenu>("claudeMenu")->actions(); }
-    /// The menu as it reads: "Title", "Title [x]" or "Title [ ]", "-" for a separator.
+    /// The items of the menu: "Title", "Title [x]" or "Title [ ]", "-" for a separator.
     QStringList items()
     {
         QStringList texts;

@@ -40,7 +40,7 @@ private slots:
     {
         WindowFixture fixture;
         QCOMPARE(fixture.window().windowTitle(), u"Korvane"_s);
-        fixture.state().setBottomTab(AppState::BottomTab::Variables); // all panes are there then
+        fixture.state().setBottomTab(AppState::BottomTab::Variables); // creates all panes
         fixture.state().setBottomTab(AppState::BottomTab::Shell);
         fixture.state().setSidebarTab(AppState::SidebarTab::Device);
         fixture.state().setSidebarTab(AppState::SidebarTab::Local);
@@ -212,13 +212,13 @@ private slots:
 
         fixture.find<CodeEditorView>("editor")->setFocus();
         QTest::keyClicks(fixture.find<QWidget>("editor"), u"while True: print('round')"_s);
-        fixture.press(Qt::Key_Period, Qt::ControlModifier); // Stop is not there
+        fixture.press(Qt::Key_Period, Qt::ControlModifier); // Stop is not available
         fixture.press(Qt::Key_R, Qt::ControlModifier);
         QVERIFY(fixture.state().isRunning());
         QVERIFY(!run->isVisible() && stop->isVisible());
         QTRY_VERIFY(fixture.lines().size() >= 2);
         const qsizetype lineCount = fixture.lines().size();
-        fixture.press(Qt::Key_R, Qt::ControlModifier); // Run is not there
+        fixture.press(Qt::Key_R, Qt::ControlModifier); // Run is not available
         QCOMPARE(fixture.lines().size(), lineCount);
         fixture.press(Qt::Key_Period, Qt::ControlModifier);
         QVERIFY(!fixture.state().isRunning());

@@ -33,7 +33,7 @@ struct DebugBarFixture : WindowFixture
         };
         state().documents().updateSelectedContent(u"x = 1\nx = 2\nx = 3\n"_s);
     }
-    /// No command is executed, and the raw REPL is left.
+    /// No command is in flight, and the board was sent back to the friendly prompt.
     bool isIdle()
     {
         return !state().link().deviceCommandInFlight() && board.received().endsWith('\x02');
@@ -43,13 +43,13 @@ struct DebugBarFixture : WindowFixture
         board.forget();
         press(Qt::Key_Y, Qt::ControlModifier);
         QVERIFY(QTest::qWaitFor([this] { return session().pausedAt().has_value(); }));
-        // The Variables tab asks the board when it is shown, and must find it taken.
+        // The Variables tab refreshes when it is shown, which must not send a command now.
         QVERIFY(!board.received().contains("__VARS__"));
         QVERIFY(find<QWidget>("Variables")->property("checked").toBool());
         board.forget();
     }
     DebugSession &session() { return state().debugSession(); }
-    /// What is to be read on the bar, or nothing when it is away.
+    /// The visible texts of the bar; empty when it is hidden.
     QString bar()
     {
         auto *bar = find<QWidget>("debugBar");
@@ -92,12 +92,12 @@ private slots:
         QCOMPARE(gutter->accessibleDescription(), u"Paused at line 2"_s);
         fixture.session().debugContinue();
         QCoreApplication::processEvents();
-        QCOMPARE(bar->height(), pausedHeight); // nothing jumps from stop to stop
+        QCOMPARE(bar->height(), pausedHeight); // the layout does not move between stops
         fixture.board.send("\x04\x04>");
         QTRY_VERIFY(!bar->isVisible());
     }
 
-    void sendsWhatIsAskedFor_data()
+    void sendsDebuggerCommands_data()
     {
         QTest::addColumn<QString>("ask"); // a button, an entry of the menu or Y with modifiers
         QTest::addColumn<QByteArray>("bytes");
@@ -109,13 +109,13 @@ private slots:
             QTest::newRow(ask) << QString::fromLatin1(ask) << QByteArray(bytes);
     }
 
-    void sendsWhatIsAskedFor()
+    void sendsDebuggerCommands()
     {
         QFETCH(QString, ask);
         QFETCH(QByteArray, bytes);
         DebugBarFixture fixture;
         fixture.find<QWidget>("editor")->setFocus();
-        const auto asked = [&] {
+        const auto trigger = [&] {
             if (ask.startsWith(u"Ctrl+"))
                 fixture.press(Qt::Key_Y, QKeySequence(ask)[0].keyboardModifiers());
             else if (ask.contains(u'.')) {
@@ -125,10 +125,10 @@ private slots:
                 fixture.command(ask)->trigger();
         };
         if (!ask.contains(u'.'))
-            asked(); // while there is nothing to tell, nothing is told
+            trigger(); // has no effect before the pause
         fixture.debugToPause();
         QCOMPARE(fixture.bar(), u"Paused at line 2 | locals are in the Variables tab"_s);
-        asked();
+        trigger();
         QTRY_COMPARE(fixture.board.received(), bytes);
         QCOMPARE(fixture.bar(), bytes == "q\n" ? QString() : running);
         if (bytes == "q\n") {
@@ -136,7 +136,7 @@ private slots:
             return;
         }
         fixture.board.forget();
-        asked();
+        trigger();
         fixture.board.send(pauseAt(3));
         QTRY_COMPARE(fixture.bar(), u"Paused at line 3 | locals are in the Variables tab"_s);
         QCOMPARE(fixture.board.received(), QByteArray());

@@ -19,7 +19,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// The files of a board with a given listing, used by mouse and keys.
+/// The files of a board with a given listing, operated by mouse and keys.
 class tst_DeviceFileBrowserView final : public QObject
 {
     Q_OBJECT
@@ -40,7 +40,7 @@ private:
             rows << row(i).data(Qt::AccessibleTextRole).toString();
         return rows.join(u'|');
     }
-    /// The page in place of the entries: "title|text".
+    /// The page that is shown in place of the entries: "title|text".
     QString message() const
     {
         QStringList texts;
@@ -70,7 +70,7 @@ private:
         list().setFocus();
         list().setCurrentIndex(row(number));
     }
-    /// Picks an item of the row's menu, and tells all of them.
+    /// Picks an item of the row's menu; returns the texts of all items.
     QString pick(int number, const QString &item)
     {
         choose(number);
@@ -179,7 +179,7 @@ private slots:
         QCOMPARE(list().currentIndex().data().toString(), u"lib"_s);
     }
 
-    void offersWhatCanBeDoneWithARow()
+    void showsAndRunsTheCommandsOfARow()
     {
         const QString folder = m_fixture->folder.filePath(u"R&D"_s);
         QVERIFY(QDir().mkdir(folder));
@@ -283,7 +283,7 @@ private slots:
         QCOMPARE(drop(*BoardPathsMime::make({u"/main.py"_s}, connection - 1)), Qt::IgnoreAction);
         QCOMPARE(dropOn(m_fixture->find<QWidget>("cpu"), {5, 5}, urls), Qt::CopyAction);
         QTRY_VERIFY(isIdle());
-        // A tab is chosen by resting over it.
+        // Holding a drag over a tab selects it.
         const auto dragged = BoardPathsMime::make({u"/lib"_s}, connection);
         QDragEnterEvent enter({5, 5}, Qt::CopyAction, dragged.get(), Qt::LeftButton, {});
         QDragLeaveEvent leave;
@@ -323,7 +323,7 @@ private slots:
         QCOMPARE(send->toolTip(), u"<p>Send &lt;b&gt;&amp;⌘S.py to device</p>"_s);
         QCOMPARE(send->accessibleName(), u"Send <b>&⌘S.py to device"_s);
         QVERIFY(awaited(m_fixture->state().link().boardIdentity())); // which sending asks for
-        m_board->setMute(true); // so that it is not over before anybody looked
+        m_board->setMute(true); // so that the transfer does not end at once
         m_fixture->press(Qt::Key_U, Qt::ControlModifier);
         QTRY_VERIFY(transfer->isVisible());
         QCOMPARE(m_fixture->find<ElidedLabel>("transferStatus")->text(), u"Sending <b>&⌘S.py…"_s);

@@ -18,7 +18,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// The tabs, the menus and the keys of the window, as the user uses them.
+/// The tabs, the menus and the shortcuts of the window.
 class tst_EditorTabStrip final : public QObject
 {
     Q_OBJECT
@@ -28,7 +28,7 @@ private:
     EditorTabStrip *m_tabs = nullptr;
 
     OpenFiles &documents() const { return m_fixture->state().documents(); }
-    /// "a.py [b.py*]": the second is chosen and not saved. Says "!" for a tab that is wrong.
+    /// "a.py [b.py*]": the second is selected and modified. "!" marks a tab with a wrong state.
     QString shown() const
     {
         QStringList result;
@@ -224,7 +224,7 @@ private slots:
         QCOMPARE(shownLast(), atEnd); // it is chosen already
     }
 
-    void savesWhatWasThereAndTheKeysThatWereTyped_data()
+    void savesTypedTextAndKeepsTheOtherBytes_data()
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::newRow("pairs, none at the end") << "\tа = 1\r\n  \r\nb"_ba;
@@ -239,7 +239,7 @@ private slots:
         QTest::newRow("one line of 1 MB") << "x = [1, 'a'] ; "_ba.repeated(70'000);
     }
 
-    void savesWhatWasThereAndTheKeysThatWereTyped()
+    void savesTypedTextAndKeepsTheOtherBytes()
     {
         QFETCH(QByteArray, bytes);
         const QString path = m_fixture->folder.filePath(u"odd.py"_s);
@@ -258,7 +258,7 @@ private slots:
         QVERIFY(bytesOf(path) == typed);
         for (int key = 0; key < 3; ++key)
             m_fixture->press(Qt::Key_Backspace);
-        // Held up by a question, the write is certainly under way when the window is to close.
+        // The question delays the write, so the window is closed during it.
         put(path, "of another program");
         m_fixture->prompts.choice = u"Replace"_s;
         m_fixture->prompts.meanwhile = [this] {
@@ -349,7 +349,7 @@ private slots:
         auto *editor = m_fixture->find<CodeEditorView>("editor");
         editor->setFocus();
         QTest::keyClicks(editor, u"abc"_s);
-        // By keys alone: the menu takes the focus and gives it back before the entry acts.
+        // By keys alone: the menu returns the focus before the action is triggered.
         const auto choose = [this](const QString &item) {
             QMenu *edit = m_fixture->window().menuBar()->actions().at(1)->menu();
             m_fixture->press(Qt::Key_E, Qt::AltModifier);
@@ -379,7 +379,7 @@ private slots:
         const QString bad = m_fixture->folder.filePath(u"bad.py"_s);
         put(good, "1\n");
         put(bad, "\xff");
-        m_fixture->prompts.name = bad; // drops the failure silently
+        m_fixture->prompts.name = bad; // its error is not shown
         m_fixture->click("folder");
         m_fixture->prompts.name = good;
         m_fixture->click("folder");

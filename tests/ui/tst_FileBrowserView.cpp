@@ -19,7 +19,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// The files of this computer, used by mouse and keys.
+/// The files of this computer, operated by mouse and keys.
 class tst_FileBrowserView final : public QObject
 {
     Q_OBJECT
@@ -45,7 +45,7 @@ private:
         files().setLocalWorkingDir(path);
         QTRY_VERIFY_WITH_TIMEOUT(!m_view->isLoading(), 30'000);
     }
-    /// Puts files there, each with its path in \p names, and looks again.
+    /// Creates files with the relative paths \p names, and refreshes.
     void fill(const QStringList &names)
     {
         for (const QString &name : names)
@@ -172,7 +172,7 @@ private slots:
         QVERIFY(!m_fixture->command(u"&Rename…"_s)->isEnabled());
     }
 
-    void opensFilesAndSaysWhyNot()
+    void opensFilesAndReportsFailures()
     {
         put(at(u"bad.py"_s), "\xff\xfe");
         fill({u"good.py"_s});
@@ -191,7 +191,7 @@ private slots:
         QVERIFY(m_fixture->lines().last().startsWith(u"error: Cannot open a\uFFFD.py: its name"));
     }
 
-    void offersWhatCanBeDoneWithARow_data()
+    void showsAndRunsTheCommandsOfARow_data()
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("items");
@@ -204,7 +204,7 @@ private slots:
         QTest::newRow("beside the rows")
             << QString() << u"New &File…|New Fol&der…||Send C&hanged Files of "_s;
     }
-    void offersWhatCanBeDoneWithARow()
+    void showsAndRunsTheCommandsOfARow()
     {
         QFETCH(QString, name);
         fill({u"f.py"_s, u"d/x"_s});

@@ -17,7 +17,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// The program as main() makes it, with the user's folders in a temporary one.
+/// The program as main() creates it, with the user's folders in a temporary one.
 class tst_KorvaneApp final : public QObject
 {
     Q_OBJECT

@@ -105,7 +105,7 @@ private:
                  {u"New Folder"_s, u"Create a folder in ~."_s, u"untitled folder"_s, u"Create"_s}),
              m_log);
     }
-    /// The one that opens, when it can be typed to.
+    /// Waits for a dialog to become active and returns it.
     template <typename Dialog> Dialog *opened() const
     {
         const auto isReady = [this] {
@@ -259,7 +259,7 @@ private slots:
         QCOMPARE(caption(), u"Asked by the assistant — 5 more questions are waiting"_s);
         left.request_stop();
         QTRY_COMPARE(caption(), u"Asked by the assistant — 4 more questions are waiting"_s);
-        QCOMPARE(m_log, QStringList{u"canceled"_s}); // its caller need not wait
+        QCOMPARE(m_log, QStringList{u"canceled"_s}); // its caller is resumed at once
         button(u"Write"_s)->click();
         QTRY_COMPARE(openTitle(), u"/mine"_s); // before the assistant's
         QCOMPARE(caption(), u"Asked for your action — 3 more questions are waiting"_s);

@@ -14,9 +14,9 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-struct Pane
+struct TranscriptFixture
 {
-    Pane()
+    TranscriptFixture()
         : view(std::make_unique<TranscriptView>(shell))
     {
         view->resize(600, 300);
@@ -54,7 +54,7 @@ class tst_TranscriptView final : public QObject
 private slots:
     void opensWhatATracebackNames()
     {
-        Pane pane;
+        TranscriptFixture pane;
         QStringList asked;
         connect(pane.view.get(), &TranscriptView::sourceRequested, pane.view.get(),
                 [&asked](const QString &file, int line, int run) {
@@ -85,7 +85,7 @@ private slots:
 
     void removesTheOldestText()
     {
-        Pane pane;
+        TranscriptFixture pane;
         pane.shell.setLimit(10'000);
         pane.printLines(300);
         pane.bar().setValue(200);
@@ -121,7 +121,7 @@ private slots:
     {
         QFETCH(QStringList, printed);
         QFETCH(QString, copied);
-        Pane pane;
+        TranscriptFixture pane;
         for (const QString &text : printed) {
             if (text.isNull())
                 pane.shell.appendInfo(u"▶ Done."_s);
@@ -158,7 +158,7 @@ private slots:
     void cutsALongLineButNoCharacterAndNoShortLine()
     {
         const QString line = u"y"_s.repeated(100);
-        Pane pane;
+        TranscriptFixture pane;
         pane.print(u"x"_s + u"🌍"_s.repeated(TranscriptBlock::maxLength));
         pane.shell.appendInfo(u"and"_s);
         pane.print(
@@ -180,7 +180,7 @@ private slots:
 
     void showsLargeOutputInPieces()
     {
-        Pane pane;
+        TranscriptFixture pane;
         const qsizetype characters = 4'000'000;
         pane.print(u"a line of a flood\n"_s.repeated(characters / 18));
         int turns = 0;
@@ -198,10 +198,10 @@ private slots:
 
     void followsTheEndUnlessTheUserHasScrolledAway()
     {
-        Pane pane;
+        TranscriptFixture pane;
         pane.printLines(200);
         QTRY_VERIFY(pane.isAtEnd());
-        pane.shell.appendInfo(u"a line glides in"_s);
+        pane.shell.appendInfo(u"a line"_s);
         QTRY_VERIFY(pane.view->isCaughtUp() && pane.isAtEnd());
         QVERIFY(pane.bar().maximum() > 100);
 
@@ -229,7 +229,7 @@ private slots:
 
     void keepsItsPlaceWhenItsWidthChanges()
     {
-        Pane pane;
+        TranscriptFixture pane;
         pane.print(u"a line of a flood\n"_s.repeated(20'000));
         QTRY_VERIFY(pane.view->isCaughtUp());
         const int maximum = pane.bar().maximum();
@@ -248,7 +248,7 @@ private slots:
 
     void keepsASelectionThatReachesTheEnd()
     {
-        Pane pane;
+        TranscriptFixture pane;
         pane.printLines(3);
         const QString copied = pane.copied();
         pane.print(u"more\n"_s.repeated(300));
@@ -260,7 +260,7 @@ private slots:
 
     void startsAnewWhenCleared()
     {
-        Pane pane;
+        TranscriptFixture pane;
         pane.print(u"a line of a flood\n"_s.repeated(100'000));
         QCoreApplication::processEvents();
         QVERIFY(!pane.view->isCaughtUp());

@@ -56,7 +56,7 @@ private slots:
         const QStringList expected{u"a|list|[1]"_s, u"b|str|'x'"_s};
         QTRY_COMPARE(fixture.rows(), expected);
 
-        // Each time it is shown it asks again, and so do its buttons.
+        // It reads the variables each time it is shown, and by its buttons.
         fixture.set({});
         fixture.open();
         QTRY_COMPARE(fixture.rows(), expected);
@@ -88,16 +88,16 @@ private slots:
         QCOMPARE(cell.data(Qt::ToolTipRole).toString(), u"<p>&lt;b&gt;one<br>two&lt;/b&gt;</p>"_s);
         fixture.set({{u"s"_s, u"str"_s, QString(2'000, u'v')}});
         QCOMPARE(cell.data(Qt::ToolTipRole).toString().count(u'v'), 1'000); // its two ends
-        // Views ask with indexes of rows that have been removed.
+        // Views may pass indexes of removed rows.
         fixture.set({});
-        for (const QModelIndex &gone : {cell, QModelIndex()})
-            QVERIFY(!fixture.table().model()->data(gone).isValid());
+        for (const QModelIndex &removed : {cell, QModelIndex()})
+            QVERIFY(!fixture.table().model()->data(removed).isValid());
         const auto *caption = fixture.find<ElidedLabel>("variablesCaption");
         QCOMPARE(caption->text(), u"stopped at line 12"_s);
         fixture.state().debugSession().reset();
         QCOMPARE(caption->text(), u"local Python"_s);
 
-        // A long path makes the window no wider.
+        // A long path does not widen the window.
         const QString port = fixture.folder.filePath(QString(200, u'p'));
         QVERIFY(QFile::link(board.port(), port));
         const int leastWidth = fixture.window().minimumSizeHint().width();

@@ -15,7 +15,7 @@
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
-/// The window as a whole: its place, what it tells to assistive programs, and its menus.
+/// The window: its geometry, its accessible announcements, and its menus.
 class tst_Window final : public QObject
 {
     Q_OBJECT
