@@ -1,4 +1,4 @@
-"""Tests that a launched program has its board, and that nothing outlives it."""
+"""Tests that a launched program has its board, and that all its processes end with it."""
 import os
 import pathlib
 import signal
@@ -14,16 +14,16 @@ source '{ROOT}/scripts/lib/launch'
 start_board
 run_to_end "$@"
 """
-# As scripts/run is started from a terminal, whatever started these tests.
+# With the signal actions that scripts/run has in a terminal, whatever those of this process are.
 SHELL = ["env", "--default-signal=INT,HUP,TERM", "bash", "-c", LAUNCH, "launch"]
-# Says where its port is, and goes on in a child that only SIGKILL ends.
+# Prints the path of its port, and keeps running in a child that only SIGKILL ends.
 STUBBORN = ["sh", "-c", """sh -c 'trap "" TERM; while :; do sleep 0.1; done' &
 echo "$KORVANE_EXTRA_PORTS"; wait"""]
 
 
 class Launch(unittest.TestCase):
     def launch(self, *program, shell=SHELL):
-        """Every process that comes of it carries a mark in its environment."""
+        """Starts the program; its processes and their children have a mark in the environment."""
         self.mark = f"KORVANE_TEST_MARK={uuid.uuid4()}"
         name, value = self.mark.split("=")
         process = subprocess.Popen([*shell, *program], text=True, stdin=subprocess.DEVNULL,

@@ -1,4 +1,4 @@
-"""How the board starts, ends and vanishes."""
+"""Starting, ending and killing the board."""
 import pathlib
 import signal
 import tempfile
@@ -40,7 +40,7 @@ class Owner(unittest.TestCase):
         self.assertEqual(shell.wait(), (-signal.SIGKILL, ""))
         self.assertEqual(shell.leftovers(), [])
 
-    def test_killed_owner_takes_the_board_along_and_its_link_is_replaced(self):
+    def test_board_ends_with_its_killed_owner_and_the_next_replaces_its_link(self):
         process = self.start("--link", self.link)
         self.client(process).until(b">>> ")
         self.assertEqual(process.end(signal.SIGKILL), (-signal.SIGKILL, ""))
@@ -50,10 +50,10 @@ class Owner(unittest.TestCase):
         self.assertEqual(again.end(), (0, ""))
         self.assertEqual(again.leftovers(), [])
 
-    def test_refuses_what_it_cannot_do_and_harms_nothing(self):
+    def test_refuses_invalid_options_and_replaces_no_file(self):
         self.link.write_text("a file of another program")
-        cases = [("--link", self.link), ("--link", self.folder / "nowhere" / "port"),
-                 ("--flash", self.folder / "nowhere"), ("--rate", "fast"), ("--disk", "-1")]
+        cases = [("--link", self.link), ("--link", self.folder / "missing" / "port"),
+                 ("--flash", self.folder / "missing"), ("--rate", "fast"), ("--disk", "-1")]
         for options in cases:
             with self.subTest(options[0]):
                 process = self.start(*options)
@@ -77,7 +77,7 @@ class Owner(unittest.TestCase):
                                     "os.remove('/data.bin')"), ("True\r\n", ""))
         self.assertTrue((flash / "data.bin").exists())
 
-    def test_slow_line_takes_its_time_both_ways(self):
+    def test_rate_limits_both_directions(self):
         client = self.client(self.start("--rate", 20000))
         client.until(b">>> ")
         client.enter_raw()

@@ -3,14 +3,14 @@ from virtual_board import END, FRIENDLY, INTERRUPT, BoardTest
 
 
 class Prompt(BoardTest):
-    def test_takes_a_long_program_and_separates_its_output_from_its_error(self):
+    def test_runs_a_long_program_and_separates_its_output_from_its_error(self):
         filler = "# ä漢\r\nprint('ä漢')\r\n" + "x = 1 # filler filler\r\n" * 1000
         output, error = self.board.run(filler + "print(x)\r\n1/0")
         self.assertEqual(output, "ä漢\r\n1\r\n")
         self.assertEqual(error, 'Traceback (most recent call last):\r\n  File "<stdin>", line 1004, '
                                 "in <module>\r\nZeroDivisionError: divide by zero\r\n")
 
-    def test_refuses_raw_paste_and_goes_on(self):
+    def test_refuses_raw_paste_and_runs_the_next_program(self):
         self.assertEqual(self.board.ask(b"\x05A\x01", b">"), b"R\x00>")
         self.assertOutput("print('plain')", "plain\r\n")
 

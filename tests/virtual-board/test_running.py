@@ -1,11 +1,11 @@
-"""What a running program sees of the line: interrupts and its standard input."""
+"""Interrupts and standard input of a running program."""
 import time
 
 from virtual_board import INTERRUPT, BoardTest
 
 
 class Running(BoardTest):
-    def test_interrupts_whatever_runs(self):
+    def test_interrupts_loops_sleeps_and_reads(self):
         programs = {
             "loop": "while True: pass",
             "sleep": "import time\ntime.sleep(60)",
@@ -24,7 +24,7 @@ class Running(BoardTest):
                 self.assertNotIn("after", output)
                 self.assertLess(time.monotonic() - asked, 5)
 
-    def test_interrupt_is_heard_behind_unread_input(self):
+    def test_interrupts_after_unread_input(self):
         self.board.start("print('<go>')\nwhile True: pass")
         self.board.until(b"<go>\r\n")
         self.board.send(b"unread " * 10000 + INTERRUPT)

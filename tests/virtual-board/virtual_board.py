@@ -1,5 +1,5 @@
-"""What the tests of the virtual board share: its process, a client of its port, and a test case that
-has both."""
+"""Shared by the tests of the virtual board: its process, a client of its port, and a test case with
+both."""
 import os
 import pathlib
 import select
@@ -16,7 +16,7 @@ INTERRUPT, END, FRIENDLY, RAW = b"\x03", b"\x04", b"\x02", b"\x01"
 
 
 class BoardProcess:
-    """The script and the board that it started; `command` may put another program around it."""
+    """The script and the board that it started; `command` replaces the command that starts it."""
 
     def __init__(self, *options, command=None):
         self.errors = tempfile.TemporaryFile()
@@ -27,7 +27,7 @@ class BoardProcess:
         self.pid = int(self.owner.stdout.readline() or 0)
 
     def end(self, number=signal.SIGTERM):
-        """Returns the script's exit status and what it and the board wrote beyond the two lines."""
+        """Returns the script's exit status, and all output except the first two lines."""
         self.owner.send_signal(number)
         return self.wait()
 
@@ -38,7 +38,7 @@ class BoardProcess:
             return self.owner.returncode, output + self.errors.read().decode()
 
     def clear_up(self):
-        """Lets nothing run on, also when a test failed half-way."""
+        """Ends both processes, also when a test failed."""
         self.owner.terminate()
         try:
             self.owner.communicate(timeout=10)
@@ -49,7 +49,7 @@ class BoardProcess:
         self.errors.close()
 
     def leftovers(self):
-        """What is left of the board, after a moment for the kernel to clear up."""
+        """The processes and files that still exist after at most five seconds."""
         deadline = time.monotonic() + 5
         while True:
             left = [f"process {pid}" for pid in (self.pid, self.owner.pid) if is_running(pid)]
@@ -69,7 +69,7 @@ def is_running(pid):
 
 
 class Client:
-    """A program that has the port open. Whatever it waits for must come within ten seconds."""
+    """A program that has the port open. Its waits time out after ten seconds."""
 
     def __init__(self, port):
         self.descriptor = os.open(port, os.O_RDWR | os.O_NOCTTY | os.O_NONBLOCK)
@@ -80,11 +80,11 @@ class Client:
         os.close(self.descriptor)
 
     def send(self, data):
-        """Goes on reading, since a board that cannot send does not receive either."""
+        """Also reads, since a board that cannot send does not receive either."""
         while data:
             readable, writable, _ = select.select([self.descriptor], [self.descriptor], [], 10)
             if not readable and not writable:
-                raise AssertionError(f"the board takes no more; {len(data)} bytes are left")
+                raise AssertionError(f"the board accepts no more; {len(data)} bytes are left")
             if readable:
                 self.received += os.read(self.descriptor, 65536)
             if writable:
@@ -122,7 +122,7 @@ class Client:
 
 
 class BoardTest(unittest.TestCase):
-    """One board for all cases of a class, at its raw prompt when a case starts."""
+    """Starts one board for all cases of a class; each case starts at the raw prompt."""
     options = ()
 
     @classmethod
