@@ -49,7 +49,7 @@ QByteArrayView replyIn(QByteArrayView bytes)
     return prompt > 0 ? bytes.first(prompt + 1) : bytes;
 }
 
-/// What a complete reply says.
+/// The parts of a complete reply.
 QString readReply(Pieces pieces)
 {
     RawReplResponse reply;

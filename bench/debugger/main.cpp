@@ -109,8 +109,8 @@ struct Runner final : DeviceLinkClient, ShellSink
         else
             run.runOnDeviceStreamed(source);
         loop.exec();
-        static const QRegularExpression said(u"elapsed (\\d+)"_s);
-        const auto match = said.match(output);
+        static const QRegularExpression elapsed(u"elapsed (\\d+)"_s);
+        const auto match = elapsed.match(output);
         return match.hasMatch() ? match.captured(1).toDouble() : -1;
     }
 };

@@ -65,12 +65,12 @@ public:
     void run(const QString &script)
     {
         write("\x01");
-        QByteArray said;
-        while (!said.contains("raw REPL"))
-            said += read();
+        QByteArray reply;
+        while (!reply.contains("raw REPL"))
+            reply += read();
         write(script.toUtf8() + '\x04');
-        for (said.clear(); said.count('\x04') < 2 || !said.endsWith('>');)
-            said += read();
+        for (reply.clear(); reply.count('\x04') < 2 || !reply.endsWith('>');)
+            reply += read();
         write("\x02");
     }
 
