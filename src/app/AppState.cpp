@@ -36,8 +36,9 @@ AppState::AppState(Dependencies dependencies, QObject *parent)
     , m_link(m_shell, std::move(dependencies.serialRoots))
     , m_board(m_link, m_errors, m_shell, m_preferences, std::move(dependencies.virtualBoardFolder))
     , m_saving({m_documents, m_writer, m_localFiles, m_link, m_deviceFiles, m_transfer, m_prompts,
-                m_shell, m_errors, [this] { return isBoardBrowsed(); },
-                [this] { return m_preferences.flag(Preferences::AskBeforeClosing); }})
+                m_shell, m_errors, [this] { return isBoardBrowsed(); }})
+    , m_closing(m_documents, m_saving, m_prompts,
+                [this] { return m_preferences.flag(Preferences::AskBeforeClosing); })
 {
     m_link.setClient(this);
     wireBoard();

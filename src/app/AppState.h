@@ -6,6 +6,7 @@
 #include "app/BoardSpace.h"
 #include "app/BoardStore.h"
 #include "app/ChangedFiles.h"
+#include "app/DocumentCloser.h"
 #include "app/DocumentSaver.h"
 #include "app/ErrorReporter.h"
 #include "app/FilesCopy.h"
@@ -94,6 +95,7 @@ public:
     [[nodiscard]] InputHistory &inputHistory() { return m_inputHistory; }
     [[nodiscard]] OpenFiles &documents() { return m_documents; }
     [[nodiscard]] DocumentSaver &saving() { return m_saving; }
+    [[nodiscard]] DocumentCloser &closing() { return m_closing; }
     [[nodiscard]] FileWatch &fileWatch() { return m_fileWatch; }
     [[nodiscard]] BoardDocuments &boardDocuments() { return m_boardDocuments; }
     [[nodiscard]] LocalFiles &localFiles() { return m_localFiles; }
@@ -239,6 +241,7 @@ private:
     FolderSync m_folderSync{m_link, m_deviceFiles, m_transfer, m_shell};
     ChangedFiles m_changedFiles{{m_documents, m_folderSync, m_prompts, m_shell}};
     DocumentSaver m_saving;
+    DocumentCloser m_closing;
     std::unique_ptr<AssistantServer> m_assistantServer;
     QObject m_wiring; // context of the connections to the parts; destroyed before them
     Lifetime m_life;

@@ -14,7 +14,6 @@
 #include <QDir>
 #include <QFileInfo>
 
-#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -27,7 +26,7 @@ DocumentSaver::DocumentSaver(Dependencies dependencies)
 
 QCoro::Task<void> DocumentSaver::save()
 {
-    static_cast<void>(co_await saveFile(m_dependencies.documents.selectedFileID()));
+    static_cast<void>(co_await saveDocument(m_dependencies.documents.selectedFileID()));
 }
 
 QCoro::Task<void> DocumentSaver::saveToBrowsedFolder()
@@ -37,52 +36,15 @@ QCoro::Task<void> DocumentSaver::saveToBrowsedFolder()
 
 QCoro::Task<void> DocumentSaver::saveAs()
 {
-    static_cast<void>(co_await saveWithDialog(m_dependencies.documents.selectedFileID()));
+    static_cast<void>(co_await saveDocumentAs(m_dependencies.documents.selectedFileID()));
 }
 
-QCoro::Task<void> DocumentSaver::close(QUuid id)
+QHash<QUuid, Error> DocumentSaver::takeFailures()
 {
-    const EditorFile *file = m_dependencies.documents.file(id);
-    if (!file || m_closing.contains(id))
-        co_return;
-    const bool isKept = !m_recovery || m_recovery->keepsEdits();
-    if (file->isModified() && isKept && !m_dependencies.asksBeforeClosing()) {
-        m_dependencies.documents.closeKeepingEdits(id);
-        co_return;
-    }
-    if (file->isModified()) {
-        const auto life = m_life.watch();
-        const bool mayClose = co_await saveOrDiscard(id);
-        if (!life || !mayClose)
-            co_return;
-    }
-    m_dependencies.documents.closeFile(id);
+    return std::exchange(m_failures, {});
 }
 
-QCoro::Task<bool> DocumentSaver::saveOrDiscard(QUuid id)
-{
-    UserPrompts::Choice question;
-    question.title = QStringLiteral("Save the changes to “")
-        + m_dependencies.documents.file(id)->name() + QStringLiteral("”?");
-    question.message = QStringLiteral("They are lost when the file is closed without saving.");
-    question.answers << UserPrompts::Answer{QStringLiteral("Save"), false}
-                     << UserPrompts::Answer{QStringLiteral("Don’t Save"), true};
-    const auto life = m_life.watch();
-    m_closing.insert(id);
-    const int answer = co_await m_dependencies.prompts.choose(std::move(question));
-    if (!life)
-        co_return false;
-    m_closing.remove(id);
-    if (answer != 0)
-        co_return answer > 0;
-    const bool isSaved = co_await saveFile(id);
-    if (!life || !isSaved)
-        co_return false;
-    const EditorFile *saved = m_dependencies.documents.file(id);
-    co_return saved && !saved->isModified(); // not edited meanwhile
-}
-
-QCoro::Task<bool> DocumentSaver::saveFile(QUuid id)
+QCoro::Task<bool> DocumentSaver::saveDocument(QUuid id)
 {
     const EditorFile *file = m_dependencies.documents.file(id);
     if (!file)
@@ -139,72 +101,6 @@ QCoro::Task<void> DocumentSaver::finished()
     }
 }
 
-QCoro::Task<bool> DocumentSaver::mayClose()
-{
-    const auto life = m_life.watch();
-    if (m_recovery && m_recovery->hasPending()) {
-        co_await m_recovery->writePending();
-        if (!life)
-            co_return false;
-    }
-    QSet<QUuid> abandoned; // by the user
-    while (!m_failures.isEmpty()) {
-        const QUuid id = m_failures.constBegin().key();
-        const Error error = m_failures.take(id);
-        const EditorFile *file = m_dependencies.documents.file(id);
-        if (!file || !file->isModified())
-            continue;
-        if (error.code == ErrorCode::Canceled)
-            co_return false;
-        UserPrompts::Choice question;
-        question.title = QStringLiteral("“") + file->name() + QStringLiteral("” was not saved");
-        question.message = error.message;
-        if (!losesEdits())
-            question.message +=
-                QStringLiteral(" The next start offers its text in View › Unsaved Files.");
-        question.answers << UserPrompts::Answer{QStringLiteral("Save As…"), false}
-                         << UserPrompts::Answer{QStringLiteral("Close Without Saving"), true};
-        const int answer = co_await m_dependencies.prompts.choose(std::move(question));
-        if (!life || answer < 0)
-            co_return false;
-        if (answer == 0) {
-            const bool isSaved = co_await saveWithDialog(id);
-            if (!life || !isSaved)
-                co_return false;
-        } else {
-            abandoned.insert(id);
-        }
-    }
-    QList<QUuid> unsaved;
-    for (const EditorFile *file : m_dependencies.documents.openFiles()) {
-        if (losesEdits() && file->isModified() && !m_closing.contains(file->id())
-            && !abandoned.contains(file->id()))
-            unsaved << file->id();
-    }
-    for (const QUuid &id : unsaved) {
-        if (!m_dependencies.documents.file(id))
-            continue;
-        m_dependencies.documents.select(id);
-        const bool mayClose = co_await saveOrDiscard(id);
-        if (!life || !mayClose)
-            co_return false;
-    }
-    co_return true;
-}
-
-bool DocumentSaver::mustPrepareToClose() const
-{
-    return losesEdits() || (m_recovery && m_recovery->hasPending());
-}
-
-bool DocumentSaver::losesEdits() const
-{
-    const auto &files = m_dependencies.documents.openFiles();
-    return m_recovery && !m_recovery->keepsEdits()
-        && std::any_of(files.begin(), files.end(),
-                       [](const EditorFile *file) { return file->isModified(); });
-}
-
 QCoro::Task<bool> DocumentSaver::writeAndMove(QUuid id, DocumentPlace place, QString name,
                                               DocumentWriter::Check check)
 {
@@ -229,7 +125,7 @@ QCoro::Task<bool> DocumentSaver::writeAndMove(QUuid id, DocumentPlace place, QSt
         co_return false;
     }
     if (*outcome == DocumentWriter::Outcome::SaveAsRequested)
-        co_return co_await saveWithDialog(id);
+        co_return co_await saveDocumentAs(id);
     if (*outcome != DocumentWriter::Outcome::Written)
         co_return false;
     if (file && !file->place().isSameFile(place)) {
@@ -331,7 +227,7 @@ QCoro::Task<bool> DocumentSaver::saveIntoLocalFolder(QUuid id, QString folder, Q
     co_return saved;
 }
 
-QCoro::Task<bool> DocumentSaver::saveWithDialog(QUuid id)
+QCoro::Task<bool> DocumentSaver::saveDocumentAs(QUuid id)
 {
     const EditorFile *file = m_dependencies.documents.file(id);
     const auto life = m_life.watch();

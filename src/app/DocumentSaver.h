@@ -13,7 +13,6 @@
 
 #include <functional>
 #include <list>
-#include <optional>
 #include <utility>
 
 namespace Korvane {
@@ -47,9 +46,6 @@ public:
         ErrorReporter &errors;
         /// Whether the files of a connected board are shown rather than those of this computer.
         std::function<bool()> isBoardBrowsed;
-        /// Whether to ask before a document with edits that are not saved is closed. If not, it is
-        /// closed with OpenFiles::closeKeepingEdits.
-        std::function<bool()> asksBeforeClosing;
     };
 
     explicit DocumentSaver(Dependencies dependencies);
@@ -60,9 +56,9 @@ public:
     QCoro::Task<void> saveToBrowsedFolder();
     /// Asks with a save dialog. The document belongs to the chosen local file from then on.
     QCoro::Task<void> saveAs();
-    /// Closes a document; asks first when it has edits that are not saved and
-    /// Dependencies::asksBeforeClosing returns true.
-    QCoro::Task<void> close(QUuid id);
+    /// As save() and saveAs(), for any document. Returns whether it was saved.
+    [[nodiscard]] QCoro::Task<bool> saveDocument(QUuid id);
+    [[nodiscard]] QCoro::Task<bool> saveDocumentAs(QUuid id);
 
     /// A document is being saved or sent.
     [[nodiscard]] bool isWriting() const
@@ -71,34 +67,13 @@ public:
     }
     /// Returns when nothing is being saved or sent.
     [[nodiscard]] QCoro::Task<void> finished();
-    /// The recovery files, in which unsaved edits are kept when the program ends.
-    struct Recovery
-    {
-        /// Whether edits are kept there, and the last of them could be.
-        std::function<bool()> keepsEdits;
-        /// Whether an edit is not written there yet.
-        std::function<bool()> hasPending = [] { return false; };
-        /// Writes these edits; after a failure `keepsEdits` returns false.
-        std::function<QCoro::Task<void>()> writePending = {};
-    };
-    /// Without it, edits count as kept.
-    void setRecovery(Recovery recovery) { m_recovery = std::move(recovery); }
-    /// Whether mayClose() has something to write or to ask about.
-    [[nodiscard]] bool mustPrepareToClose() const;
-    /// Whether the window may close after finished(). Writes the recovery files, and asks about
-    /// each document whose save failed during that wait and each whose edits would be lost. False,
-    /// without a question, when the user canceled such a save.
-    [[nodiscard]] QCoro::Task<bool> mayClose();
+    /// The errors of the documents whose last save has failed since finished() was called. They are
+    /// yielded once.
+    [[nodiscard]] QHash<QUuid, Error> takeFailures();
 
 private:
-    /// True when ending the program now would lose unsaved edits.
-    [[nodiscard]] bool losesEdits() const;
     /// The following return whether the document was saved.
-    [[nodiscard]] QCoro::Task<bool> saveFile(QUuid id);
-    /// Asks about unsaved edits; true when they were saved or the user discards them.
-    [[nodiscard]] QCoro::Task<bool> saveOrDiscard(QUuid id);
     [[nodiscard]] QCoro::Task<bool> saveWithName(QUuid id);
-    [[nodiscard]] QCoro::Task<bool> saveWithDialog(QUuid id);
     [[nodiscard]] QCoro::Task<bool> saveIntoBoardFolder(QUuid id, QString folder, QString name);
     [[nodiscard]] QCoro::Task<bool> saveIntoLocalFolder(QUuid id, QString folder, QString name);
     /// Asks whether a file at \p path may be replaced; true without one.
@@ -115,8 +90,6 @@ private:
     void closeReplaced(QUuid id, const DocumentPlace &place);
 
     Dependencies m_dependencies;
-    std::optional<Recovery> m_recovery;
-    QSet<QUuid> m_closing;     // whose question is open
     QSet<QUuid> m_replaceable; // whose edits the user discards when another one replaces them
     int m_running = 0;         // calls of writeTo
     std::list<OneShot<bool>> m_runningEnds;

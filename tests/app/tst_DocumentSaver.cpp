@@ -110,7 +110,7 @@ private slots:
             static_cast<void>(fixture.open(path));
             fixture.write(u"new"_s);
             fixture.prompts.choice = answer;
-            awaited(fixture.state->saving().close(fixture.file().id()));
+            awaited(fixture.state->closing().close(fixture.file().id()));
             return fixture.state->documents().openFiles().size() == 1;
         };
         QVERIFY(!close(u"Cancel"_s));
@@ -133,7 +133,7 @@ private slots:
             const auto saving = fixture.state->saving().save();
             awaited(fixture.state->saving().finished());
             fixture.prompts.choice = answer;
-            return awaited(fixture.state->saving().mayClose());
+            return awaited(fixture.state->closing().mayEnd());
         };
         QVERIFY(!mayClose(u"Cancel"_s));
         QVERIFY(fixture.prompts.takeAsked().startsWith(u"“f.py” was not saved | "));
@@ -141,14 +141,14 @@ private slots:
         QVERIFY(mayClose(u"Save As…"_s) && !fixture.file().isModified());
         QVERIFY(mayClose({}) && bytesOf(fixture.at(u"other.py"_s)) == "new");
         fixture.write(u"newer"_s);
-        fixture.state->saving().setRecovery({.keepsEdits = [] { return false; }});
+        fixture.state->closing().setRecovery({.keepsEdits = [] { return false; }});
         for (const QString &answer : {u"Cancel"_s, u"Don’t Save"_s}) {
             fixture.prompts.choice = answer;
-            QCOMPARE(awaited(fixture.state->saving().mayClose()), answer == u"Don’t Save"_s);
+            QCOMPARE(awaited(fixture.state->closing().mayEnd()), answer == u"Don’t Save"_s);
         }
         fixture.state->preferences().setFlag(Preferences::AskBeforeClosing, false);
         fixture.prompts.choice = u"Cancel"_s;
-        awaited(fixture.state->saving().close(
+        awaited(fixture.state->closing().close(
             fixture.file().id())); // asks, since the edits are not kept
         QCOMPARE(fixture.file().content(), u"newer"_s);
     }

@@ -156,7 +156,7 @@ private slots:
         RecoveryFiles recovery(documents, fixture.state().shell(),
                                fixture.folder.filePath(u"unsaved"_s));
         documents.updateSelectedContent(u"kept = 1"_s);
-        fixture.state().saving().close(documents.selectedFileID());
+        fixture.state().closing().close(documents.selectedFileID());
         QVERIFY(documents.selectedFile()->content().isEmpty());
         QCOMPARE(recovery.leftovers().size(), 1);
         awaited(recovery.open(recovery.leftovers().constFirst()));

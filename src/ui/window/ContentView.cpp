@@ -253,7 +253,7 @@ void ContentView::keyPressEvent(QKeyEvent *event)
 void ContentView::closeEvent(QCloseEvent *event)
 {
     const bool mayClose = std::exchange(m_mayClose, false);
-    const bool isBusy = m_state.saving().isWriting() || m_state.saving().mustPrepareToClose()
+    const bool isBusy = m_state.saving().isWriting() || m_state.closing().mustPrepareEnd()
         || m_state.transfer().isSendingToDevice();
     if (mayClose || !isBusy)
         return;
@@ -271,7 +271,7 @@ QCoro::Task<void> ContentView::closeWhenWritten()
     co_await m_state.saving().finished();
     if (!self)
         co_return;
-    bool mayClose = co_await m_state.saving().mayClose();
+    bool mayClose = co_await m_state.closing().mayEnd();
     if (!self)
         co_return;
     progress->setLabelText(tr("Stopping the transfer…"));

@@ -156,7 +156,7 @@ void EditorTabStrip::showFile(int index, const EditorFile &file)
 
 void EditorTabStrip::close(int index)
 {
-    m_state.saving().close(idAt(index));
+    m_state.closing().close(idAt(index));
 }
 
 void EditorTabStrip::closeSelected()
@@ -179,7 +179,7 @@ QCoro::Task<void> EditorTabStrip::closeOthers(QUuid kept)
             others << idAt(index);
     }
     for (const QUuid &id : others) {
-        co_await m_state.saving().close(id);
+        co_await m_state.closing().close(id);
         if (!self || m_state.documents().file(id)) // the question was canceled
             co_return;
     }

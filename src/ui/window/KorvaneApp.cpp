@@ -79,9 +79,9 @@ KorvaneApp::KorvaneApp()
     preferences.follow(Preferences::KeepRecoveryFiles, m_recoveryFiles.get(), [this, &preferences] {
         m_recoveryFiles->setKeeping(preferences.flag(Preferences::KeepRecoveryFiles));
     });
-    m_state.saving().setRecovery({.keepsEdits = [this] { return m_recoveryFiles->isKeeping(); },
-                                  .hasPending = [this] { return m_recoveryFiles->hasPending(); },
-                                  .writePending = [this] { return m_recoveryFiles->flush(); }});
+    m_state.closing().setRecovery({.keepsEdits = [this] { return m_recoveryFiles->isKeeping(); },
+                                   .hasPending = [this] { return m_recoveryFiles->hasPending(); },
+                                   .writePending = [this] { return m_recoveryFiles->flush(); }});
     makeWindow();
     m_prompts.setWindow(m_window.get());
     m_prompts.setStopServer([this] { m_server->stop(); });

@@ -1,0 +1,127 @@
+#include "app/DocumentCloser.h"
+
+#include "app/DocumentSaver.h"
+#include "base/UserPrompts.h"
+#include "document/OpenFiles.h"
+
+#include <algorithm>
+
+namespace Korvane {
+
+DocumentCloser::DocumentCloser(OpenFiles &documents, DocumentSaver &saver, UserPrompts &prompts,
+                               std::function<bool()> asksBeforeClosing)
+    : m_documents(documents)
+    , m_saver(saver)
+    , m_prompts(prompts)
+    , m_asksBeforeClosing(std::move(asksBeforeClosing))
+{
+}
+
+QCoro::Task<void> DocumentCloser::close(QUuid id)
+{
+    const EditorFile *file = m_documents.file(id);
+    if (!file || m_closing.contains(id))
+        co_return;
+    const bool isKept = !m_recovery || m_recovery->keepsEdits();
+    if (file->isModified() && isKept && !m_asksBeforeClosing()) {
+        m_documents.closeKeepingEdits(id);
+        co_return;
+    }
+    if (file->isModified()) {
+        const auto life = m_life.watch();
+        const bool mayClose = co_await saveOrDiscard(id);
+        if (!life || !mayClose)
+            co_return;
+    }
+    m_documents.closeFile(id);
+}
+
+QCoro::Task<bool> DocumentCloser::saveOrDiscard(QUuid id)
+{
+    UserPrompts::Choice question;
+    question.title = QStringLiteral("Save the changes to “") + m_documents.file(id)->name()
+        + QStringLiteral("”?");
+    question.message = QStringLiteral("They are lost when the file is closed without saving.");
+    question.answers << UserPrompts::Answer{QStringLiteral("Save"), false}
+                     << UserPrompts::Answer{QStringLiteral("Don’t Save"), true};
+    const auto life = m_life.watch();
+    m_closing.insert(id);
+    const int answer = co_await m_prompts.choose(std::move(question));
+    if (!life)
+        co_return false;
+    m_closing.remove(id);
+    if (answer != 0)
+        co_return answer > 0;
+    const bool isSaved = co_await m_saver.saveDocument(id);
+    if (!life || !isSaved)
+        co_return false;
+    const EditorFile *saved = m_documents.file(id);
+    co_return saved && !saved->isModified(); // not edited meanwhile
+}
+
+bool DocumentCloser::mustPrepareEnd() const
+{
+    return losesEdits() || (m_recovery && m_recovery->hasPending());
+}
+
+QCoro::Task<bool> DocumentCloser::mayEnd()
+{
+    const auto life = m_life.watch();
+    if (m_recovery && m_recovery->hasPending()) {
+        co_await m_recovery->writePending();
+        if (!life)
+            co_return false;
+    }
+    QSet<QUuid> abandoned; // by the user
+    const QHash<QUuid, Error> failures = m_saver.takeFailures();
+    for (auto failure = failures.cbegin(); failure != failures.cend(); ++failure) {
+        const EditorFile *file = m_documents.file(failure.key());
+        if (!file || !file->isModified())
+            continue;
+        if (failure->code == ErrorCode::Canceled)
+            co_return false;
+        UserPrompts::Choice question;
+        question.title = QStringLiteral("“") + file->name() + QStringLiteral("” was not saved");
+        question.message = failure->message;
+        if (!losesEdits())
+            question.message +=
+                QStringLiteral(" The next start offers its text in View › Unsaved Files.");
+        question.answers << UserPrompts::Answer{QStringLiteral("Save As…"), false}
+                         << UserPrompts::Answer{QStringLiteral("Close Without Saving"), true};
+        const int answer = co_await m_prompts.choose(std::move(question));
+        if (!life || answer < 0)
+            co_return false;
+        if (answer == 0) {
+            const bool isSaved = co_await m_saver.saveDocumentAs(failure.key());
+            if (!life || !isSaved)
+                co_return false;
+        } else {
+            abandoned.insert(failure.key());
+        }
+    }
+    QList<QUuid> unsaved;
+    for (const EditorFile *file : m_documents.openFiles()) {
+        if (losesEdits() && file->isModified() && !m_closing.contains(file->id())
+            && !abandoned.contains(file->id()))
+            unsaved << file->id();
+    }
+    for (const QUuid &id : unsaved) {
+        if (!m_documents.file(id))
+            continue;
+        m_documents.select(id);
+        const bool mayClose = co_await saveOrDiscard(id);
+        if (!life || !mayClose)
+            co_return false;
+    }
+    co_return true;
+}
+
+bool DocumentCloser::losesEdits() const
+{
+    const auto &files = m_documents.openFiles();
+    return m_recovery && !m_recovery->keepsEdits()
+        && std::any_of(files.begin(), files.end(),
+                       [](const EditorFile *file) { return file->isModified(); });
+}
+
+} // namespace Korvane
