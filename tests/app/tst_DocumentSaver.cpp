@@ -8,19 +8,18 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A fixture with a folder being browsed.
+/// A fixture that browses a folder.
 struct SaverFixture : AppFixture
 {
     SaverFixture() { state->localFiles().setLocalWorkingDir(home.path()); }
 
     QString at(const QString &name) const { return home.filePath(name); }
-    /// What the Shell was told since, without the lines about the connection, which arrive at any
-    /// time.
-    QString said()
+    /// The lines of the Shell since the last call, without output, which can arrive at any time.
+    QString takeShellLines()
     {
-        QStringList told = lines(std::exchange(m_seen, state->shell().replLines().size()));
-        told.removeIf([](const QString &line) { return line.startsWith(u"output: "); });
-        return told.join(u'\n');
+        QStringList shown = lines(std::exchange(m_seen, state->shell().replLines().size()));
+        shown.removeIf([](const QString &line) { return line.startsWith(u"output: "); });
+        return shown.join(u'\n');
     }
     void save() { awaited(state->saving().save()); }
     Result<void> open(const QString &path) { return awaited(state->documents().openFile(path)); }
@@ -53,7 +52,7 @@ private:
         QVERIFY(fixture.state->link().connectDevice(m_board.port()));
         QTRY_VERIFY(fixture.isBoardIdle());
         fixture.state->deviceFiles().setDeviceWorkingDir(u"/"_s);
-        fixture.said();
+        fixture.takeShellLines();
     }
     QByteArray onBoard(SaverFixture &fixture, const QString &path)
     {
@@ -61,7 +60,7 @@ private:
         return bytes ? *bytes : "none"_ba;
     }
 
-    /// Of a document with the text "mine" whose file has become "more".
+    /// For a document with the text "mine" whose file has changed to "more".
     template <typename Fixture> static void keepOrReload(Fixture &fixture, bool keeps)
     {
         FileWatch &watch = fixture.state->fileWatch();
@@ -86,12 +85,12 @@ private slots:
         fixture.write(u"new"_s);
         QVERIFY(QDir(fixture.at(u"folder"_s)).removeRecursively());
         fixture.save();
-        QVERIFY(fixture.said().startsWith(u"error: Save failed: "));
+        QVERIFY(fixture.takeShellLines().startsWith(u"error: Save failed: "));
         for (const QString &name : {QString(), fixture.at(u"no/such/folder"_s)}) {
             fixture.prompts.name = name;
             awaited(fixture.state->saving().saveAs());
             QCOMPARE(fixture.prompts.takeAsked(), u"save | f.py"_s);
-            QCOMPARE(fixture.said().startsWith(u"error: Save failed: "), !name.isEmpty());
+            QCOMPARE(fixture.takeShellLines().startsWith(u"error: Save failed: "), !name.isEmpty());
             QCOMPARE(fixture.place(), path + u"||*"_s);
         }
         fixture.prompts.name = fixture.at(u"other.py"_s);
@@ -245,7 +244,7 @@ private slots:
             fixture.prompts.name = name;
             fixture.prompts.confirmation.confirmed = replaces;
             fixture.save();
-            return fixture.said().replace(home, u"~"_s);
+            return fixture.takeShellLines().replace(home, u"~"_s);
         };
         const QString question = u"Save File | Save to %1. | untitled.py | Save"_s.arg(home);
         QCOMPARE(save({}), QString());
@@ -284,7 +283,7 @@ private slots:
         fixture.save();
         QCOMPARE(fixture.prompts.takeAsked(),
                  u"Save File | Save to the device at /lib. | untitled.py | Save"_s);
-        QCOMPARE(fixture.said(), u"info: Saved mine.py to device as /lib/mine.py"_s);
+        QCOMPARE(fixture.takeShellLines(), u"info: Saved mine.py to device as /lib/mine.py"_s);
         QCOMPARE(fixture.place(), u"|/lib/mine.py|"_s);
         QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), "one\n"_ba);
 
@@ -292,20 +291,20 @@ private slots:
         fixture.write(two);
         fixture.save();
         QVERIFY2(fixture.prompts.asked.isEmpty(), "its own place needs no question");
-        QCOMPARE(fixture.said(), u"info: Saved mine.py to device."_s);
+        QCOMPARE(fixture.takeShellLines(), u"info: Saved mine.py to device."_s);
         QCOMPARE(fixture.place(), u"|/lib/mine.py|"_s);
         fixture.write(two + u'3');
         awaited(fixture.state->boardDocuments().sendCurrentFileToDevice());
         QVERIFY2(fixture.prompts.asked.isEmpty() && !fixture.file().isModified(), "its own place");
         QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), two.toUtf8() + '3');
-        fixture.said();
+        fixture.takeShellLines();
 
         // The same place again, from another document: that is asked about.
         fixture.state->documents().newFile();
         fixture.write(u"three\n"_s);
         fixture.prompts.confirmation.confirmed = false;
         fixture.save();
-        QCOMPARE(fixture.said(),
+        QCOMPARE(fixture.takeShellLines(),
                  u"info: Send cancelled — /lib/mine.py on the device is unchanged."_s);
         QCOMPARE(fixture.place(), u"||*"_s);
         QCOMPARE(onBoard(fixture, u"/lib/mine.py"_s), two.toUtf8() + '3');
@@ -316,7 +315,7 @@ private slots:
             connectBoard(fixture);
         };
         fixture.save();
-        QVERIFY(fixture.said().contains(u"Nothing was changed"_s));
+        QVERIFY(fixture.takeShellLines().contains(u"Nothing was changed"_s));
     }
 
     void savesToItsPlaceOnly()
@@ -341,9 +340,9 @@ private slots:
         fixture.state->documents().open(u"a.py"_s, DocumentPlace::onBoard(u"B"_s, u"/a.py"_s),
                                         u"B's"_s);
         fixture.write(u"B's, edited"_s);
-        fixture.said();
+        fixture.takeShellLines();
         fixture.save();
-        QVERIFY(fixture.said().contains(u"/a.py belongs to another board."_s));
+        QVERIFY(fixture.takeShellLines().contains(u"/a.py belongs to another board."_s));
         QCOMPARE(onBoard(fixture, u"/a.py"_s), "1"_ba);
         awaited(board.openDeviceFile(*files.deviceNode(u"/a.py"_s)));
         QCOMPARE(fixture.file().content(), u"1"_s);
@@ -410,9 +409,9 @@ private slots:
         fixture.save();
         QCOMPARE(onBoard(fixture, u"/crlf.py"_s), "\uFEFFa\r\nb\r\nc"_ba);
         QCOMPARE(fixture.place(), u"|/crlf.py|"_s);
-        fixture.said();
+        fixture.takeShellLines();
         awaited(fixture.state->boardDocuments().openDeviceFile(*files.deviceNode(u"/bin"_s)));
-        QCOMPARE(fixture.said(), u"error: Cannot decode bin as text"_s);
+        QCOMPARE(fixture.takeShellLines(), u"error: Cannot decode bin as text"_s);
         QCOMPARE(fixture.state->documents().openFiles().size(), 2);
     }
 
@@ -421,7 +420,7 @@ private slots:
         SaverFixture fixture;
         const auto send = [&fixture] {
             awaited(fixture.state->boardDocuments().sendCurrentFileToDevice());
-            return fixture.said();
+            return fixture.takeShellLines();
         };
         const QString sent = u"info: ↑ Sending untitled.py to /untitled.py…\n"
                              "info: ↑ Sent untitled.py to device as /untitled.py."_s;

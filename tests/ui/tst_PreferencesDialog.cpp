@@ -33,7 +33,7 @@ struct DialogFixture : WindowFixture
         dialog = find<QDialog>("preferences");
     }
 
-    /// The control that is called \p title.
+    /// The control with the accessible name \p title.
     template <typename T> T *control(const QString &title)
     {
         for (T *found : dialog->findChildren<T *>()) {
