@@ -3,6 +3,8 @@
 #include "support/Files.h"
 #include "support/VirtualBoard.h"
 
+#include <QSignalSpy>
+
 using namespace Korvane;
 using namespace Qt::StringLiterals;
 
@@ -150,6 +152,11 @@ private slots:
         awaited(fixture.state->closing().close(
             fixture.file().id())); // asks, since the edits are not kept
         QCOMPARE(fixture.file().content(), u"newer"_s);
+        fixture.state->closing().setRecovery({.keepsEdits = [] { return true; }});
+        fixture.prompts.asked.clear();
+        QSignalSpy kept(&fixture.state->documents(), &OpenFiles::unsavedClosing);
+        awaited(fixture.state->closing().close(fixture.file().id()));
+        QVERIFY(kept.size() == 1 && fixture.prompts.asked.isEmpty());
     }
 
     void noticesWhatOtherProgramsDoToItsFile()

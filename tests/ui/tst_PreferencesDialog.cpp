@@ -1,8 +1,6 @@
 #include "app/Settings.h"
-#include "document/RecoveryFiles.h"
 #include "editor/CodeEditorView.h"
 #include "mcp/MCPServer.h"
-#include "support/Awaited.h"
 #include "theme/Theme.h"
 #include "ui/WindowFixture.h"
 #include "ui/window/Translations.h"
@@ -146,22 +144,6 @@ private slots:
         fixture.click("newToken");
         QTRY_VERIFY(server.token() != token);
         QCOMPARE(fixture.settings.text(Settings::serverToken), server.token());
-    }
-
-    void keepsTheEditsOfATabThatIsClosedWithoutAQuestion()
-    {
-        DialogFixture fixture;
-        fixture.preferences().setFlag(Preferences::AskBeforeClosing, false);
-        OpenFiles &documents = fixture.state().documents();
-        RecoveryFiles recovery(documents, fixture.state().shell(),
-                               fixture.folder.filePath(u"unsaved"_s));
-        documents.updateSelectedContent(u"kept = 1"_s);
-        fixture.state().closing().close(documents.selectedFileID());
-        QVERIFY(documents.selectedFile()->content().isEmpty());
-        QCOMPARE(recovery.leftovers().size(), 1);
-        awaited(recovery.open(recovery.leftovers().constFirst()));
-        QCOMPARE(documents.selectedFile()->content(), u"kept = 1"_s);
-        QVERIFY(recovery.leftovers().isEmpty());
     }
 
     void listsTheLanguagesThatAreInstalled()
