@@ -113,8 +113,6 @@ public:
     [[nodiscard]] ProgramRun &programRun() { return m_programRun; }
     [[nodiscard]] DebugSession &debugSession() { return m_debugSession; }
     [[nodiscard]] VariablesStore &variablesStore() { return m_variablesStore; }
-    /// Null when there is none.
-    [[nodiscard]] AssistantServer *assistantServer() { return m_assistantServer.get(); }
 
     /// Runs the selected document, saved or not: in the local session, or on the board when one is
     /// connected. Nothing happens for an empty one. The task may be dropped: it ends by itself, at
