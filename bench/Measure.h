@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QFile>
+#include <QTemporaryDir>
 #include <QTimer>
 
 #include <unistd.h>
@@ -23,6 +24,21 @@ inline void limitTime()
     });
     ::alarm(600);
 }
+
+/// A temporary folder for the settings and the state of the programs that this process runs, itself
+/// included, so that those of the user are neither read nor changed.
+class OwnFolders final
+{
+public:
+    OwnFolders()
+    {
+        for (const char *name : {"XDG_CONFIG_HOME", "XDG_STATE_HOME"})
+            qputenv(name, QFile::encodeName(m_folder.path()));
+    }
+
+private:
+    QTemporaryDir m_folder;
+};
 
 /// The value of a line of /proc/self/status that counts kilobytes, such as "VmHWM:", in megabytes;
 /// -1 without that line.

@@ -10,10 +10,8 @@
 // machine the elapsed time includes that of other programs.
 
 #include "Measure.h"
-#include "app/FileSettings.h"
 #include "document/EditorFile.h"
 #include "editor/CodeEditorView.h"
-#include "ui/dialogs/PromptDialogs.h"
 #include "ui/window/ContentView.h"
 #include "ui/window/KorvaneApp.h"
 
@@ -21,7 +19,6 @@
 #include <QDirIterator>
 #include <QElapsedTimer>
 #include <QKeyEvent>
-#include <QTemporaryDir>
 #include <QTextBlock>
 
 #include <cstdio>
@@ -194,10 +191,8 @@ bool compare(const char *what, const QString &text, int rounds, double allowedMi
             editor.showDocument(file.get());
         }));
     }
-    const QTemporaryDir folder;
-    FileSettings settings(folder.filePath(QStringLiteral("settings.ini")));
-    PromptDialogs prompts;
-    KorvaneApp korvane(AppState::Dependencies{.settings = settings, .prompts = prompts});
+    const Bench::OwnFolders folders;
+    KorvaneApp korvane;
     const Measured program =
         measure("program", *korvane.window().findChild<CodeEditorView *>(), rounds, [&] {
             korvane.state().documents().openTextInEditor(QStringLiteral("bench.py"), text);

@@ -7,9 +7,7 @@
 // turn more than 50 ms of processor time.
 
 #include "Measure.h"
-#include "app/FileSettings.h"
 #include "ui/browser/FileListView.h"
-#include "ui/dialogs/PromptDialogs.h"
 #include "ui/window/ContentView.h"
 #include "ui/window/KorvaneApp.h"
 
@@ -44,11 +42,8 @@ int main(int argc, char **argv)
             return 2;
     }
     QTemporaryDir empty;
-    QTemporaryDir own;
-    FileSettings settings(own.filePath(QStringLiteral("settings.ini")));
-    PromptDialogs prompts;
-    KorvaneApp korvane(
-        AppState::Dependencies{.settings = settings, .prompts = prompts, .interpreters = {}});
+    const Bench::OwnFolders folders;
+    KorvaneApp korvane({.interpreters = {}});
     korvane.show();
     auto *list = korvane.window().findChild<FileListView *>(QStringLiteral("localFiles"));
     LocalFiles &local = korvane.state().localFiles();

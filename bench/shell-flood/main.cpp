@@ -11,7 +11,6 @@
 // than two minutes.
 
 #include "Measure.h"
-#include "app/FileSettings.h"
 #include "board/DeviceLink.h"
 #include "ui/shell/TranscriptView.h"
 #include "ui/window/ContentView.h"
@@ -19,7 +18,6 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
-#include <QTemporaryDir>
 
 #include <atomic>
 #include <cstdio>
@@ -168,10 +166,8 @@ int main(int argc, char **argv)
         // Only listed ports are opened; the list is read when the link is made.
         qputenv("KORVANE_EXTRA_PORTS", board->path().toLocal8Bit());
     }
-    QTemporaryDir folder;
-    FileSettings settings(folder.filePath(QStringLiteral("settings.ini")));
-    PromptDialogs prompts;
-    KorvaneApp korvane(AppState::Dependencies{.settings = settings, .prompts = prompts});
+    const Bench::OwnFolders folders;
+    KorvaneApp korvane;
     AppState &state = korvane.state();
     korvane.show();
     const auto *transcript = korvane.window().findChild<TranscriptView *>();

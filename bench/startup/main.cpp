@@ -1,5 +1,6 @@
 // The time from the start of the program to the first expose event of its window, and the memory
-// that it then uses, compared with an empty Qt window and one with an empty text edit. The
+// that it then uses, compared with an empty Qt window and one with an empty text edit. The program
+// is made as by main(), with its settings, recovery files and workspace, in a temporary folder. The
 // processor time of the main thread is printed, too: other programs on the machine change it less.
 //
 //   startup [RUNS]      21 by default; prints the runs and their medians
@@ -8,7 +9,6 @@
 // memory of a window with an editor, and when a run fails.
 
 #include "Measure.h"
-#include "app/FileSettings.h"
 #include "theme/DesktopFonts.h"
 #include "ui/window/ContentView.h"
 #include "ui/window/KorvaneApp.h"
@@ -16,7 +16,6 @@
 #include <QApplication>
 #include <QPlainTextEdit>
 #include <QProcess>
-#include <QTemporaryDir>
 #include <QWindow>
 
 #include <cstdio>
@@ -77,9 +76,7 @@ int show(int argc, char **argv)
     application.installEventFilter(&reporter);
     if (what == "korvane") {
         KorvaneApp::setUp(application);
-        FileSettings settings(QString::fromLocal8Bit(argv[3]));
-        PromptDialogs prompts;
-        KorvaneApp korvane(AppState::Dependencies{.settings = settings, .prompts = prompts});
+        KorvaneApp korvane;
         korvane.show();
         return QApplication::exec();
     }
@@ -102,12 +99,12 @@ struct Measured
     double megabytes = 0;
 };
 
-Measured runOnce(const QString &what, const QString &settings)
+Measured runOnce(const QString &what)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.start(QCoreApplication::applicationFilePath(),
-                  {what, QString::number(monotonicMilliseconds(), 'f', 3), settings});
+                  {what, QString::number(monotonicMilliseconds(), 'f', 3)});
     process.waitForFinished();
     const QList<QByteArray> values = process.readAllStandardOutput().simplified().split(' ');
     if (values.size() != 3) {
@@ -142,12 +139,11 @@ int main(int argc, char **argv)
     const QStringList kinds{QStringLiteral("window"), QStringLiteral("editor"),
                             QStringLiteral("korvane")};
     std::vector<std::vector<Measured>> measured(3);
-    const QTemporaryDir folder;
-    const QString settings = folder.filePath(QStringLiteral("settings.ini"));
-    runOnce(kinds.last(), settings); // fills the file system's cache, and makes the settings
+    const Bench::OwnFolders folders;
+    runOnce(kinds.last()); // fills the file system's cache, and makes the settings and the state
     for (int run = 0; run < runs; ++run) {
         for (size_t kind = 0; kind < measured.size(); ++kind)
-            measured[kind].push_back(runOnce(kinds[static_cast<qsizetype>(kind)], settings));
+            measured[kind].push_back(runOnce(kinds[static_cast<qsizetype>(kind)]));
     }
     std::vector<Measured> results;
     for (size_t kind = 0; kind < measured.size(); ++kind) {

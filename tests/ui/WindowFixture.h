@@ -1,6 +1,7 @@
 #pragma once
 
 #include "board/DeviceLink.h"
+#include "support/Home.h"
 #include "support/MemorySettings.h"
 #include "support/ScriptedPrompts.h"
 #include "support/ShellLines.h"
@@ -18,7 +19,8 @@
 
 namespace Korvane {
 
-/// The whole program with its window on the screen, without this computer's settings and ports.
+/// The whole program with its window on the screen, without this computer's settings, state and
+/// ports.
 struct WindowFixture
 {
     enum class Python { None, Real };
@@ -27,21 +29,22 @@ struct WindowFixture
                            const MemorySettings &initialSettings = {})
         : settings(initialSettings)
     {
+        useHome(home.path());
         if (!qApp->property("korvaneIsSetUp").toBool()) {
             KorvaneApp::setUp(*qApp);
             qApp->setProperty("korvaneIsSetUp", true);
         }
-        AppState::Dependencies dependencies{.settings = settings,
-                                            .prompts = prompts,
-                                            .serialRoots = TestPort::roots(),
-                                            .virtualBoardFolder =
-                                                qEnvironmentVariable("KORVANE_SOURCE_DIR")
-                                                + QStringLiteral("/tools/virtual-board")};
+        KorvaneReplacements replacements{.settings = &settings,
+                                         .prompts = &prompts,
+                                         .serialRoots = TestPort::roots(),
+                                         .virtualBoardFolder =
+                                             qEnvironmentVariable("KORVANE_SOURCE_DIR")
+                                             + QStringLiteral("/tools/virtual-board")};
         if (!ports.isEmpty())
-            dependencies.serialRoots.extraPorts = ports;
+            replacements.serialRoots.extraPorts = ports;
         if (python == Python::None)
-            dependencies.interpreters.clear();
-        app = std::make_unique<KorvaneApp>(std::move(dependencies));
+            replacements.interpreters.clear();
+        app = std::make_unique<KorvaneApp>(replacements);
         app->show();
         window().activateWindow();
         if (!QTest::qWaitForWindowActive(&window()))
@@ -77,6 +80,7 @@ struct WindowFixture
     }
     QStringList lines() { return describe(state().shell().replLines()); }
 
+    QTemporaryDir home;
     QTemporaryDir folder;
     MemorySettings settings;
     ScriptedPrompts prompts;

@@ -4,6 +4,7 @@
 #include "app/CommandLine.h"
 #include "support/Awaited.h"
 #include "support/Files.h"
+#include "support/Home.h"
 #include "ui/window/Actions.h"
 #include "ui/window/ContentView.h"
 
@@ -25,8 +26,7 @@ class tst_KorvaneApp final : public QObject
 private slots:
     void initTestCase()
     {
-        for (const char *name : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"})
-            QVERIFY(qputenv(name, m_home.path().toLocal8Bit()));
+        useHome(m_home.path());
         KorvaneApp::setUp(*qApp);
     }
 

@@ -65,14 +65,13 @@ void KorvaneApp::setUp(QApplication &)
     QThreadPool::globalInstance()->start([] { QDBusConnection::sessionBus(); });
 }
 
-KorvaneApp::KorvaneApp()
-    : m_settings(std::make_unique<FileSettings>())
-    , m_state(withServer(AppState::Dependencies{.settings = *m_settings,
-                                                .prompts = m_prompts,
-                                                .historyPath = InputHistory::defaultPath()}))
+KorvaneApp::KorvaneApp(const KorvaneReplacements &replacements)
+    : m_settings(replacements.settings ? nullptr : std::make_unique<FileSettings>())
+    , m_state(dependencies(replacements))
 {
-    m_settings->setProblemHandler(
-        [this](const QString &problem) { m_state.shell().appendError(problem); });
+    if (m_settings)
+        m_settings->setProblemHandler(
+            [this](const QString &problem) { m_state.shell().appendError(problem); });
     m_recoveryFiles = std::make_unique<RecoveryFiles>(m_state.documents(), m_state.shell(),
                                                       RecoveryFiles::defaultFolder());
     Preferences &preferences = m_state.preferences();
@@ -85,7 +84,7 @@ KorvaneApp::KorvaneApp()
     makeWindow();
     m_prompts.setWindow(m_window.get());
     m_prompts.setStopServer([this] { m_server->stop(); });
-    new RecoveryFilesMenu(*m_recoveryFiles, m_prompts, m_window->viewMenu());
+    new RecoveryFilesMenu(*m_recoveryFiles, m_state.prompts(), m_window->viewMenu());
     new WindowState(WindowState::defaultPath(), *m_window); // a child of the window
     QObject::connect(m_recoveryFiles.get(), &RecoveryFiles::leftoversReported, m_window.get(),
                      &ContentView::showShell);
@@ -97,28 +96,29 @@ KorvaneApp::KorvaneApp()
     makeWorkspace();
 }
 
-KorvaneApp::KorvaneApp(AppState::Dependencies dependencies)
-    : m_state(withServer(std::move(dependencies)))
-{
-    makeWindow();
-}
-
 KorvaneApp::~KorvaneApp() = default;
 
-AppState::Dependencies KorvaneApp::withServer(AppState::Dependencies dependencies)
+AppState::Dependencies KorvaneApp::dependencies(const KorvaneReplacements &replacements)
 {
-    dependencies.makeServer = [this](AppState &state) -> std::unique_ptr<AssistantServer> {
-        auto server = std::make_unique<MCPServer>(MCPServer::Dependencies{
-            .shell = state.shell(),
-            .settings = state.settings(),
-            .setRunning = [&state](bool isRunning) { state.setMcpRunning(isRunning); },
-            .tools = std::make_unique<BoardTools>(state),
-            .state = &state,
-        });
-        m_server = server.get();
-        return server;
+    return {
+        .settings = m_settings ? *m_settings : *replacements.settings,
+        .prompts = replacements.prompts ? *replacements.prompts : m_prompts,
+        .interpreters = replacements.interpreters,
+        .serialRoots = replacements.serialRoots,
+        .historyPath = InputHistory::defaultPath(),
+        .virtualBoardFolder = replacements.virtualBoardFolder,
+        .makeServer = [this](AppState &state) -> std::unique_ptr<AssistantServer> {
+            auto server = std::make_unique<MCPServer>(MCPServer::Dependencies{
+                .shell = state.shell(),
+                .settings = state.settings(),
+                .setRunning = [&state](bool isRunning) { state.setMcpRunning(isRunning); },
+                .tools = std::make_unique<BoardTools>(state),
+                .state = &state,
+            });
+            m_server = server.get();
+            return server;
+        },
     };
-    return dependencies;
 }
 
 void KorvaneApp::makeWindow()
@@ -185,8 +185,7 @@ void KorvaneApp::connectPreferences()
 void KorvaneApp::show()
 {
     m_window->show();
-    if (m_workspace)
-        m_workspace->restore();
+    m_workspace->restore();
     // Qt draws the icon in many sizes, so this is done after the window's first frame. A timer of 0
     // ms would end before the X server's expose event arrives.
     QTimer::singleShot(iconDelay, m_window.get(),

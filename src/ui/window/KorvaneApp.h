@@ -20,6 +20,19 @@ class PreferencesDialog;
 class RecoveryFiles;
 class Workspace;
 
+/// What tests use in place of parts of the user's system.
+struct KorvaneReplacements
+{
+    /// Borrowed; must outlive the program. Null for the settings file of the user.
+    Settings *settings = nullptr;
+    /// Borrowed; must outlive the program. Null for dialogs.
+    UserPrompts *prompts = nullptr;
+    QStringList interpreters = PythonRunner::defaultInterpreters();
+    SerialPortManager::Roots serialRoots = {};
+    /// As for VirtualBoardProcess.
+    QString virtualBoardFolder = VirtualBoardProcess::defaultFolder();
+};
+
 /// The program: its settings, its state and its window, in the order of their dependencies.
 class KorvaneApp final
 {
@@ -28,11 +41,9 @@ public:
     /// loading the fonts. Called once, before a widget is made.
     static void setUp(QApplication &application);
 
-    /// With the user's own settings, the usual interpreters and the computer's serial ports.
-    KorvaneApp();
-    /// With \p dependencies, whose settings and questions must outlive this. The server is made
-    /// here.
-    explicit KorvaneApp(AppState::Dependencies dependencies);
+    /// Reads and writes the files below the user's folders for settings and state, whatever
+    /// \p replacements has.
+    explicit KorvaneApp(const KorvaneReplacements &replacements = {});
     ~KorvaneApp();
     KorvaneApp(const KorvaneApp &) = delete;
     KorvaneApp &operator=(const KorvaneApp &) = delete;
@@ -49,19 +60,19 @@ public:
     [[nodiscard]] MCPServer &server() { return *m_server; }
 
 private:
-    [[nodiscard]] AppState::Dependencies withServer(AppState::Dependencies dependencies);
+    [[nodiscard]] AppState::Dependencies dependencies(const KorvaneReplacements &replacements);
     void makeWindow();
     void makeWorkspace();
     void showFirstSteps();
     void connectPreferences();
 
-    std::unique_ptr<FileSettings> m_settings; // null with dependencies from outside
+    std::unique_ptr<FileSettings> m_settings; // null when they are replaced
     PromptDialogs m_prompts;
     MCPServer *m_server = nullptr; // owned by the state
     AppState m_state;
     std::unique_ptr<Appearance> m_appearance;
-    std::unique_ptr<RecoveryFiles> m_recoveryFiles;  // null with dependencies from outside
-    std::unique_ptr<Workspace> m_workspace;          // null with dependencies from outside
+    std::unique_ptr<RecoveryFiles> m_recoveryFiles;
+    std::unique_ptr<Workspace> m_workspace;
     std::unique_ptr<ContentView> m_window;           // destroyed first: it shows the state
     QPointer<PreferencesDialog> m_preferencesDialog; // the window's; null until it is first opened
 };
