@@ -48,6 +48,8 @@ Async<DocumentStore::Comparison> BoardStore::compare(DocumentPlace place,
     const auto held = co_await compareOnBoard(std::move(place), std::move(contents));
     if (!held && held.error().code == ErrorCode::NoRawREPL)
         co_return writeFailure(DeviceError::noRawREPL());
+    if (!held && held.error().code == ErrorCode::BoardReplaced)
+        co_return writeFailure(held.error());
     co_return held;
 }
 

@@ -20,8 +20,8 @@ public:
 
     /// The file's bytes; nothing when there is no such file.
     [[nodiscard]] virtual Async<std::optional<QByteArray>> read(DocumentPlace place) = 0;
-    /// Whether the file holds one of \p contents; reads it. A failure with ErrorCode::NoRawREPL has
-    /// the message that write() would give.
+    /// Whether the file holds one of \p contents; reads it. A failure with ErrorCode::NoRawREPL or
+    /// BoardReplaced has the message that write() would give.
     [[nodiscard]] virtual Async<Comparison> compare(DocumentPlace place,
                                                     QList<QByteArray> contents);
     /// Creates or replaces the file, without asking. \p name is the document's, for messages.

@@ -20,8 +20,7 @@ Error notReplaced(const DocumentPlace &place)
 bool failsToWriteToo(ErrorCode code)
 {
     return code == ErrorCode::NotConnected || code == ErrorCode::ProgramRunning
-        || code == ErrorCode::PausedAtBreakpoint || code == ErrorCode::BoardReplaced
-        || code == ErrorCode::Closed;
+        || code == ErrorCode::PausedAtBreakpoint || code == ErrorCode::Closed;
 }
 
 } // namespace
@@ -128,8 +127,10 @@ Async<DocumentWriter::Outcome> DocumentWriter::carryOut(std::shared_ptr<Queue> q
             co_return Error{ErrorCode::Closed, {}};
         if (!comparison && comparison.error().code == ErrorCode::Canceled)
             co_return notReplaced(queue->place);
-        if (!comparison && comparison.error().code == ErrorCode::NoRawREPL)
-            co_return comparison.error(); // the board may be free again at once, its file unread
+        if (!comparison
+            && (comparison.error().code == ErrorCode::NoRawREPL
+                || comparison.error().code == ErrorCode::BoardReplaced))
+            co_return comparison.error(); // the write may succeed, with the file unread
         const bool isUnknown = !comparison && !failsToWriteToo(comparison.error().code);
         if (isUnknown || (comparison && *comparison == DocumentStore::Comparison::Different)) {
             // GCC 12 destroys a conditional expression inside a co_await expression twice.
