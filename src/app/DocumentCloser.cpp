@@ -1,12 +1,34 @@
 #include "app/DocumentCloser.h"
 
 #include "app/DocumentSaver.h"
+#include "base/OneShot.h"
 #include "base/UserPrompts.h"
 #include "document/OpenFiles.h"
 
+#include <QTimer>
+
 #include <algorithm>
+#include <chrono>
+#include <memory>
 
 namespace Korvane {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+/// How long a disk may take that does not answer.
+constexpr auto longestWrite = 2s;
+
+/// Delivers true to \p end after \p writing, unless that has been destroyed.
+QCoro::Task<void> deliverEnd(QCoro::Task<void> writing, std::weak_ptr<OneShot<bool>> end)
+{
+    co_await std::move(writing);
+    if (const auto waiting = end.lock())
+        waiting->deliver(true);
+}
+
+} // namespace
 
 DocumentCloser::DocumentCloser(OpenFiles &documents, DocumentSaver &saver, UserPrompts &prompts,
                                std::function<bool()> asksBeforeClosing)
@@ -67,10 +89,17 @@ bool DocumentCloser::mustPrepareEnd() const
 QCoro::Task<bool> DocumentCloser::mayEnd()
 {
     const auto life = m_life.watch();
+    bool isUnwritten = false;
     if (m_recovery && m_recovery->hasPending()) {
-        co_await m_recovery->writePending();
+        const auto end = std::make_shared<OneShot<bool>>();
+        const QObject context; // of the timer
+        QTimer::singleShot(longestWrite, &context, [end] { end->deliver(false); });
+        auto writing = m_recovery->writePending();
+        deliverEnd(std::move(writing), end);
+        const auto isWritten = co_await end->wait();
         if (!life)
             co_return false;
+        isUnwritten = !isWritten.value_or(false);
     }
     QSet<QUuid> abandoned; // by the user
     const QHash<QUuid, Error> failures = m_saver.takeFailures();
@@ -83,7 +112,7 @@ QCoro::Task<bool> DocumentCloser::mayEnd()
         UserPrompts::Choice question;
         question.title = QStringLiteral("“") + file->name() + QStringLiteral("” was not saved");
         question.message = failure->message;
-        if (!losesEdits())
+        if (!isUnwritten && !losesEdits())
             question.message +=
                 QStringLiteral(" The next start offers its text in View › Unsaved Files.");
         question.answers << UserPrompts::Answer{QStringLiteral("Save As…"), false}
@@ -101,7 +130,7 @@ QCoro::Task<bool> DocumentCloser::mayEnd()
     }
     QList<QUuid> unsaved;
     for (const EditorFile *file : m_documents.openFiles()) {
-        if (losesEdits() && file->isModified() && !m_closing.contains(file->id())
+        if ((isUnwritten || losesEdits()) && file->isModified() && !m_closing.contains(file->id())
             && !abandoned.contains(file->id()))
             unsaved << file->id();
     }

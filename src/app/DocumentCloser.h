@@ -45,9 +45,10 @@ public:
     QCoro::Task<void> close(QUuid id);
     /// Whether mayEnd() has something to write or to ask about.
     [[nodiscard]] bool mustPrepareEnd() const;
-    /// Whether the program may end after DocumentSaver::finished(). Writes the recovery files, and
-    /// asks about each document whose save failed during that wait and each whose edits would be
-    /// lost. False, without a question, when the user canceled such a save.
+    /// Whether the program may end after DocumentSaver::finished(). Writes the recovery files, for
+    /// two seconds at most, and asks about each document whose save failed during that wait and
+    /// each whose edits would be lost. False, without a question, when the user canceled such a
+    /// save.
     [[nodiscard]] QCoro::Task<bool> mayEnd();
 
 private:

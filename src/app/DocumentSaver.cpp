@@ -60,9 +60,16 @@ QCoro::Task<bool> DocumentSaver::saveDocument(QUuid id)
         co_return false;
     if (place.kind == DocumentPlace::Kind::Board) {
         m_dependencies.shell.appendInfo(QStringLiteral("Saved %1 to device.").arg(name));
-        co_await m_dependencies.deviceFiles.refreshDeviceFiles();
+        co_await listBoard(name);
     }
     co_return true;
+}
+
+QCoro::Task<void> DocumentSaver::listBoard(QString name)
+{
+    TransferStatus::Running running(m_dependencies.transfer);
+    running.setStatus(QStringLiteral("Saving %1…").arg(name));
+    co_await m_dependencies.deviceFiles.refreshDeviceFiles();
 }
 
 QCoro::Task<bool> DocumentSaver::writeTo(QUuid id, DocumentPlace place, QString name,
@@ -205,7 +212,7 @@ QCoro::Task<bool> DocumentSaver::saveIntoBoardFolder(QUuid id, QString folder, Q
     if (!life || !saved)
         co_return false;
     m_dependencies.shell.appendInfo(QStringLiteral("Saved %1 to device as %2").arg(name, path));
-    co_await m_dependencies.deviceFiles.refreshDeviceFiles();
+    co_await listBoard(name);
     co_return true;
 }
 
@@ -302,13 +309,14 @@ QCoro::Task<bool> DocumentSaver::mayReplaceOpenFile(QUuid id, DocumentPlace plac
     question.confirmTitle = QStringLiteral("Replace");
     const QUuid otherID = other->id();
     const bool wasModified = other->isModified();
+    const QString discarded = other->content();
     m_replaceable.remove(otherID);
     const auto life = m_life.watch();
     const auto answer = co_await m_dependencies.prompts.confirm(std::move(question));
     if (!life || !answer.confirmed)
         co_return false;
     if (wasModified)
-        m_replaceable.insert(otherID);
+        m_replaceable.insert(otherID, discarded);
     co_return true;
 }
 
@@ -317,8 +325,9 @@ void DocumentSaver::closeReplaced(QUuid id, const DocumentPlace &place)
     for (EditorFile *file : m_dependencies.documents.openFiles()) {
         if (file->id() == id || !file->place().isSameFile(place))
             continue;
-        const bool isReplaceable = m_replaceable.remove(file->id());
-        if (isReplaceable || !file->isModified()) {
+        const bool isDiscarded =
+            m_replaceable.contains(file->id()) && m_replaceable.take(file->id()) == file->content();
+        if (isDiscarded || !file->isModified()) {
             m_dependencies.documents.closeFile(file->id());
         } else {
             file->moveTo(file->name(), DocumentPlace());

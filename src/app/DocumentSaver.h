@@ -8,7 +8,6 @@
 
 #include <QCoro/QCoroTask>
 #include <QHash>
-#include <QSet>
 #include <QUuid>
 
 #include <functional>
@@ -85,13 +84,17 @@ private:
                                                  DocumentWriter::Check check);
     /// Asks whether another document that is open at \p place may be replaced; true without one.
     [[nodiscard]] QCoro::Task<bool> mayReplaceOpenFile(QUuid id, DocumentPlace place);
+    /// Lists the board's files after the save of \p name, as a part of it: a program that is
+    /// started waits for its end, and would otherwise take the link from the listing.
+    QCoro::Task<void> listBoard(QString name);
     /// Closes the other document that is open where \p id was saved. One that was edited since
     /// mayReplaceOpenFile() becomes one that is not saved anywhere.
     void closeReplaced(QUuid id, const DocumentPlace &place);
 
     Dependencies m_dependencies;
-    QSet<QUuid> m_replaceable; // whose edits the user discards when another one replaces them
-    int m_running = 0;         // calls of writeTo
+    /// The edited text of documents that the user discards when another one replaces them.
+    QHash<QUuid, QString> m_replaceable;
+    int m_running = 0; // calls of writeTo
     std::list<OneShot<bool>> m_runningEnds;
     QHash<QUuid, Error> m_failures; // of the last save of each document, since finished()
     Background m_background;

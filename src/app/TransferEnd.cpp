@@ -2,6 +2,7 @@
 
 #include "base/OneShot.h"
 
+#include <QDeadlineTimer>
 #include <QPointer>
 #include <QTimer>
 
@@ -45,14 +46,19 @@ QCoro::Task<bool> endTransfers(TransferStatus &transfer, UserPrompts &prompts,
             co_return false;
         transfer.cancel();
     }
-    OneShot<bool> over;
-    const QObject context; // of the connections
-    QObject::connect(&transfer, &TransferStatus::isSendingToDeviceChanged, &context,
-                     [&over] { over.deliver(true); });
-    QTimer::singleShot(longestEnd, &context, [&over] { over.deliver(false); });
-    static_cast<void>(co_await over.wait());
-    if (!life)
-        co_return false;
+    // Tested again after each change: a save is followed by a listing, which counts as one, too.
+    const QDeadlineTimer end(longestEnd);
+    while (transfer.isSendingToDevice() && !end.hasExpired()) {
+        OneShot<bool> change;
+        const QObject context; // of the connections
+        QObject::connect(&transfer, &TransferStatus::isSendingToDeviceChanged, &context,
+                         [&change] { change.deliver(true); });
+        QTimer::singleShot(std::chrono::milliseconds(end.remainingTime()), &context,
+                           [&change] { change.deliver(false); });
+        static_cast<void>(co_await change.wait());
+        if (!life)
+            co_return false;
+    }
     co_return link.connectionNumber() == connection;
 }
 

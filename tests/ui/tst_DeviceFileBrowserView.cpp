@@ -307,6 +307,7 @@ private slots:
         m_fixture->press(Qt::Key_R, Qt::ControlModifier);
         QTRY_VERIFY(m_fixture->lines().contains(u"info: ▶ Sent to device."_s));
         QVERIFY(m_fixture->lines().contains(u"info: Saved main.py to device."_s));
+        QVERIFY(!files().isLoadingDeviceFiles()); // whose link the program would have taken
     }
 
     void showsTransfersInProgress()
