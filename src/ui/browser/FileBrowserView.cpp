@@ -289,10 +289,6 @@ std::unique_ptr<QMimeData> FileBrowserView::dragData() const
     QList<QUrl> urls;
     for (const QString &path : selectedPaths())
         urls << QUrl::fromLocalFile(path);
-    if (urls.isEmpty())
-        return nullptr;
-    auto carried = std::make_unique<QMimeData>();
-    carried->setUrls(urls);
     CopyPlan plan;
     for (const FileNode &node : selectedNodes()) {
         if (node.path.isEmpty())
@@ -300,6 +296,10 @@ std::unique_ptr<QMimeData> FileBrowserView::dragData() const
     }
     for (const QString &line : plan.skippedLines())
         m_state.shell().appendInfo(line);
+    if (urls.isEmpty())
+        return nullptr;
+    auto carried = std::make_unique<QMimeData>();
+    carried->setUrls(urls);
     return carried;
 }
 
