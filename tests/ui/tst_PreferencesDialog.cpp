@@ -120,10 +120,10 @@ private slots:
         };
         QTRY_VERIFY(field->count() > 0 && field->currentText().isEmpty());
         enter(fixture.folder.path());
-        QVERIFY(fixture.find<QLabel>("interpreterProblem")->isVisible());
+        QTRY_VERIFY(fixture.find<QLabel>("interpreterProblem")->isVisible());
         QVERIFY(fixture.preferences().isDefault(Preferences::Interpreter));
         enter(fixture.folder.filePath(u"env"_s));
-        QCOMPARE(fixture.state().runner().findPython(), link);
+        QTRY_COMPARE(fixture.state().runner().findPython(), link);
         QCOMPARE(fixture.lines(),
                  QStringList({u"info: Programs run in %1 from now on."_s.arg(link),
                               u"info: Session restarted."_s}));

@@ -94,16 +94,21 @@ void InterpreterField::showAutomatic()
                             : tr("Path of a Python or of a virtual environment"));
 }
 
-void InterpreterField::choose(const QString &path)
+QCoro::Task<void> InterpreterField::choose(QString path)
 {
-    const QString trimmed = path.trimmed();
-    const bool isPython = trimmed.isEmpty() || !PythonRunner::pythonAt(trimmed).isEmpty();
+    path = path.trimmed();
+    const std::function<bool()> look = [path] {
+        return path.isEmpty() || !PythonRunner::pythonAt(path).isEmpty();
+    };
+    const auto isPython = co_await m_background.run(look);
+    if (!isPython || path != m_path->currentText().trimmed())
+        co_return;
     QPalette colors = palette();
     colors.setColor(QPalette::WindowText, Theme::of(colors).color(Theme::Role::Red));
     m_problem->setPalette(colors);
-    m_problem->setVisible(!isPython);
-    if (isPython)
-        m_state.preferences().setText(Preferences::Interpreter, trimmed);
+    m_problem->setVisible(!*isPython);
+    if (*isPython)
+        m_state.preferences().setText(Preferences::Interpreter, path);
 }
 
 void InterpreterField::browse()

@@ -27,14 +27,15 @@ private:
     QCoro::Task<void> listFound();
     void showChosen();
     void showAutomatic();
-    void choose(const QString &path);
+    /// Stores \p path when a Python is there, unless the field is edited meanwhile.
+    QCoro::Task<void> choose(QString path);
     void browse();
 
     AppState &m_state;
     QComboBox *m_path;
     QLabel *m_problem;
-    // The folder may be on a network that does not answer. Nothing has to be completed at the end.
-    Background m_background{1, std::chrono::milliseconds(0)};
+    // A folder may be on a network that does not answer. Nothing has to be completed at the end.
+    Background m_background{4, std::chrono::milliseconds(0)};
 };
 
 } // namespace Korvane
