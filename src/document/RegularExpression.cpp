@@ -1,6 +1,9 @@
 #include "document/RegularExpression.h"
 
 #include <QCoreApplication>
+#include <QList>
+
+#include <algorithm>
 
 #include <unicode/uregex.h>
 
@@ -44,6 +47,35 @@ Error errorOf(UErrorCode status)
     return {ErrorCode::Input, errorText(status)};
 }
 
+/// A pattern in ICU's spelling.
+struct IcuPattern
+{
+    QString text;
+    /// Positions in `text` before which a "P" of "(?P<" was left out.
+    QList<qsizetype> omitted;
+};
+
+IcuPattern icuPattern(const QString &pattern)
+{
+    IcuPattern icu;
+    bool isInSet = false;
+    for (qsizetype i = 0; i < pattern.size(); ++i) {
+        const QStringView rest = QStringView(pattern).sliced(i);
+        if (rest.startsWith(u'\\') && rest.size() > 1) {
+            icu.text += rest.first(2);
+            ++i;
+        } else if (!isInSet && rest.startsWith(u"(?P<")) {
+            icu.text += u"(?";
+            icu.omitted << icu.text.size();
+            i += 2;
+        } else {
+            isInSet = rest[0] == u'[' || (isInSet && rest[0] != u']');
+            icu.text += rest[0];
+        }
+    }
+    return icu;
+}
+
 /// ICU refuses a null pointer, also for an empty text.
 const UChar *units(QStringView text)
 {
@@ -61,20 +93,22 @@ Result<RegularExpression> RegularExpression::compile(const QString &pattern,
                                                      Qt::CaseSensitivity sensitivity)
 {
     RegularExpression made;
-    made.m_pattern = pattern;
-    made.m_pattern.replace(QStringLiteral("(?P<"), QStringLiteral("(?<"));
+    const IcuPattern icu = icuPattern(pattern);
     uint32_t flags = UREGEX_MULTILINE;
     if (sensitivity == Qt::CaseInsensitive)
         flags |= UREGEX_CASE_INSENSITIVE;
     UParseError place{};
     UErrorCode status = U_ZERO_ERROR;
-    made.m_expression.reset(uregex_open(units(made.m_pattern),
-                                        static_cast<int32_t>(made.m_pattern.size()), flags, &place,
-                                        &status));
+    made.m_expression.reset(uregex_open(units(icu.text), static_cast<int32_t>(icu.text.size()),
+                                        flags, &place, &status));
     if (U_FAILURE(status)) {
         Error error = errorOf(status);
+        const auto omitted =
+            std::count_if(icu.omitted.cbegin(), icu.omitted.cend(),
+                          [&place](qsizetype position) { return position < place.offset; });
         if (place.offset > 0)
-            error.message = QStringLiteral("%1 (%2)").arg(error.message).arg(place.offset);
+            error.message =
+                QStringLiteral("%1 (%2)").arg(error.message).arg(place.offset + omitted);
         return error;
     }
     return made;

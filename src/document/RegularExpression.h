@@ -49,7 +49,6 @@ private:
     };
 
     std::unique_ptr<URegularExpression, Close> m_expression;
-    QString m_pattern; // ICU does not copy it
 };
 
 } // namespace Korvane
