@@ -92,19 +92,26 @@ void WindowState::restore()
     }
 }
 
-void WindowState::save()
+QCoro::Task<void> WindowState::save()
 {
     m_saveDelay.stop();
-    QSettings file(m_path, QSettings::IniFormat);
-    file.setValue(geometryKey, m_window.saveGeometry());
+    QVariantMap values;
+    values.insert(geometryKey, m_window.saveGeometry());
     for (const QSplitter *splitter : m_splitters)
-        file.setValue(splitter->objectName(), splitter->saveState());
+        values.insert(splitter->objectName(), splitter->saveState());
     if (m_zoom)
-        file.setValue(zoomKey, m_zoom->percent());
+        values.insert(zoomKey, m_zoom->percent());
     for (const QSplitter *splitter : m_splitters) {
         for (int part = 0; part < splitter->count(); ++part)
-            file.setValue(hiddenKey(*splitter, part), splitter->widget(part)->isHidden());
+            values.insert(hiddenKey(*splitter, part), splitter->widget(part)->isHidden());
     }
+    const std::function<bool()> write = [path = m_path, values] {
+        QSettings file(path, QSettings::IniFormat);
+        for (auto value = values.cbegin(); value != values.cend(); ++value)
+            file.setValue(value.key(), value.value());
+        return true;
+    };
+    co_await m_writer.run(write);
 }
 
 } // namespace Korvane

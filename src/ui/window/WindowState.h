@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/Background.h"
+
 #include <QObject>
 #include <QTimer>
 
@@ -32,13 +34,14 @@ public:
 
 private:
     void restore();
-    void save();
+    QCoro::Task<void> save();
 
     const QString m_path;
     QMainWindow &m_window;
     QList<QSplitter *> m_splitters;
     TextZoom *m_zoom; // null without one
     QTimer m_saveDelay;
+    Background m_writer{1}; // in order
 };
 
 } // namespace Korvane
