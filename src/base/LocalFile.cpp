@@ -189,13 +189,19 @@ Result<void> Writer::commit()
     // QSaveFile::commit ignores errors of the flush and of the sync that it does itself.
     if (!m_file.flush() || !sync(m_file.handle())) {
         const Error error = fileError(errno, m_file);
-        m_file.cancelWriting();
+        discard();
         return error;
     }
     errno = 0;
     if (!m_file.commit())
         return fileError(errno, m_file);
     return {};
+}
+
+void Writer::discard()
+{
+    m_file.cancelWriting();
+    m_file.commit(); // closes and removes the temporary file
 }
 
 } // namespace Korvane::LocalFile

@@ -70,6 +70,8 @@ public:
     [[nodiscard]] Result<void> write(const QByteArray &bytes);
     /// Replaces the file. May be called once.
     [[nodiscard]] Result<void> commit();
+    /// Removes the temporary file; the old file is unchanged.
+    void discard();
 
 private:
     explicit Writer(const QString &path)

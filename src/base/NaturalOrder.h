@@ -16,11 +16,6 @@ class NaturalOrder final
 public:
     NaturalOrder();
 
-    [[nodiscard]] bool isLess(const QString &a, const QString &b) const
-    {
-        return m_collator.compare(a, b) < 0;
-    }
-
     /// Sorts \p nodes (anything with `name` and `isDirectory`) with folders before files. The sort
     /// key of each name is computed once, so that thousands of entries are sorted in milliseconds.
     template <typename Node> void sortFoldersFirst(QList<Node> &nodes) const;

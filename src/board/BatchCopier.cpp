@@ -230,19 +230,26 @@ Error BatchCopier::stoppedAt(const Step &step, const Error &cause)
 Async<void> BatchCopier::receiveFile(File file, PieceTransfer::Observer observer)
 {
     const auto life = m_life.watch();
+    const int connection = m_link.connectionNumber();
     const auto writer = co_await m_local.openWriter(file.target);
     if (!writer)
         co_return writer.error();
     if (!life)
         co_return DeviceError::closed();
-    auto sink = m_local.sinkOf(*writer);
-    const auto received =
-        co_await m_files.receiveFile(file.source, file.label, std::move(sink), std::move(observer));
+    Result<void> received = DeviceError::connectionLost();
+    if (connection == m_link.connectionNumber()) {
+        auto sink = m_local.sinkOf(*writer);
+        received = co_await m_files.receiveFile(file.source, file.label, std::move(sink),
+                                                std::move(observer));
+    }
     if (!life)
         co_return DeviceError::closed();
     if (received)
         co_return co_await m_local.commit(*writer);
     Error error = received.error();
+    co_await m_local.discard(*writer);
+    if (!life)
+        co_return DeviceError::closed();
     if (error.code == ErrorCode::Canceled)
         error.message = u"Transfer canceled — %1 is unchanged."_s.arg(file.target);
     co_return error;

@@ -36,7 +36,7 @@ Async<BoardCapabilities> BoardProfile::capabilities()
         co_return output.error();
     const auto capabilities = BoardCapabilities::parse(*output);
     if (!capabilities)
-        co_return Error{ErrorCode::Remote, QStringLiteral("The board gave no valid answer")};
+        co_return DeviceError::invalidAnswer();
     m_capabilities = capabilities;
     m_capabilitiesConnection = connection;
     co_return BoardCapabilities(*capabilities);

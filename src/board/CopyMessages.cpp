@@ -39,6 +39,16 @@ QString copyProgress(const QString &path, qsizetype index, qsizetype count)
     return u"Copying %1 (%2)…"_s.arg(path, placeOf(index, count));
 }
 
+QString sendingProgress(const QString &path, qsizetype index, qsizetype count)
+{
+    return u"Sending %1 (%2)…"_s.arg(path, placeOf(index, count));
+}
+
+QString deletingProgress(const QString &path, qsizetype index, qsizetype count)
+{
+    return u"Deleting %1 (%2)…"_s.arg(path, placeOf(index, count));
+}
+
 Error copyStoppedAt(const QString &path, qsizetype index, qsizetype count, const Error &cause)
 {
     return stoppedAt(u"Copy"_s, u"copied"_s, placeOf(index, count), path, cause);

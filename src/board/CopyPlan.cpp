@@ -41,7 +41,8 @@ private:
             else if (const QFileInfo info(entry.path); isFileOfThisFolder(info))
                 m_plan.items.append({relative, false, info.size()});
             else
-                skip(relative, QStringLiteral("links out of the folder and special files"));
+                skip(relative,
+                     QStringLiteral("links to folders, links out of the folder and special files"));
         }
     }
 

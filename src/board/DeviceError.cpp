@@ -96,8 +96,12 @@ Error notReset()
 Error boardReplaced()
 {
     return {ErrorCode::BoardReplaced,
-            QStringLiteral("Nothing was changed: the board was connected anew while the question "
-                           "was open.")};
+            QStringLiteral("The board was connected anew meanwhile; nothing more was changed.")};
+}
+
+Error invalidAnswer()
+{
+    return {ErrorCode::Remote, QStringLiteral("The board gave no valid answer")};
 }
 
 Error alreadyWriting(const QString &path)

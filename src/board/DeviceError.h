@@ -24,8 +24,10 @@ namespace Korvane::DeviceError {
 [[nodiscard]] Error boardReset();
 /// The board showed no sign of a soft reset.
 [[nodiscard]] Error notReset();
-/// The connection that the user was asked about was replaced by another one.
+/// The connection for which the operation was begun, or the user was asked, was replaced.
 [[nodiscard]] Error boardReplaced();
+/// The board's output is not what the program that was sent prints.
+[[nodiscard]] Error invalidAnswer();
 /// An earlier transfer to \p path has not ended.
 [[nodiscard]] Error alreadyWriting(const QString &path);
 /// The user declined; \p notice says what was left unchanged; it may be empty.

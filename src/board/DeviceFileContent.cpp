@@ -3,7 +3,7 @@
 #include "board/BoardScripts.h"
 #include "board/DeviceError.h"
 #include "board/DeviceLink.h"
-#include "board/QuestionEnd.h"
+#include "board/QuestionWithdrawal.h"
 
 #include <chrono>
 #include <utility>
@@ -202,7 +202,7 @@ Async<bool> DeviceFileContent::confirmInPlace(WritePermit permit, QString label)
 
 Async<bool> DeviceFileContent::confirm(UserPrompts::Confirmation question)
 {
-    const QuestionEnd end(m_link);
+    const QuestionWithdrawal end(m_link);
     question.withdrawn = end.token();
     const auto answer = co_await m_prompts.confirm(std::move(question));
     co_return answer.confirmed;
@@ -263,12 +263,12 @@ Async<void> DeviceFileContent::read(QString path, QString label, qint64 sizeByte
     if (received)
         co_return received;
     Error error = received.error();
-    const bool isComplete = error.code == ErrorCode::Closed || error.code == ErrorCode::File;
+    const bool hasFullText = error.code == ErrorCode::Closed || error.code == ErrorCode::File;
     if (error.code == ErrorCode::Canceled)
         error.message = u"Transfer canceled — %1 was not copied."_s.arg(label);
     else if (error.code == ErrorCode::Remote && error.detail.contains("OSError"_L1))
         error.message.prepend(u"Cannot read "_s + label + u": "_s);
-    else if (!isComplete)
+    else if (!hasFullText)
         error.message.prepend(u"Failed to read "_s + label + u": "_s);
     co_return error;
 }

@@ -50,7 +50,8 @@ public:
     /// Lists the whole board; does nothing while not connected. On failure the old tree stays, and
     /// the error is in `listingError`. The task may be dropped.
     QCoro::Task<void> refreshDeviceFiles();
-    /// Shown as a transfer, which can be canceled, when the file is not small.
+    /// The bytes of the file. Shown as a transfer, which can be canceled, when the file is not
+    /// small.
     [[nodiscard]] Async<QByteArray> readDeviceFile(QString path, QString label);
     /// Whether the file holds one of \p contents, by their digests.
     [[nodiscard]] Async<bool> deviceFileHolds(QString path, QList<QByteArray> contents);

@@ -2,7 +2,7 @@
 
 namespace Korvane {
 
-/// State of the rest of the program that the link tests before it starts a command. Main thread
+/// What DeviceLink must know about the program on the board before it starts a command. Main thread
 /// only.
 class DeviceLinkClient
 {

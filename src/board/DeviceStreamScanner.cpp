@@ -47,7 +47,7 @@ void takeText(QByteArrayView bytes, DeviceStreamScanner::Scan &scan)
 DeviceStreamScanner::Scan DeviceStreamScanner::feed(QByteArrayView chunk)
 {
     Scan scan;
-    scan.isReplyComplete = completesReply(chunk);
+    scan.isReplyComplete = countEndMarks(chunk);
     m_buffer.append(chunk);
 
     qsizetype position = 0; // everything in front of it is processed
@@ -87,7 +87,7 @@ void DeviceStreamScanner::clear()
 
 // A record never holds an end mark, and an end mark is never held back: the end of the reply is
 // found as soon as its bytes arrive.
-bool DeviceStreamScanner::completesReply(QByteArrayView chunk)
+bool DeviceStreamScanner::countEndMarks(QByteArrayView chunk)
 {
     if (chunk.isEmpty())
         return false;

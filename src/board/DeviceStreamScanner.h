@@ -39,7 +39,9 @@ public:
     void clear();
 
 private:
-    [[nodiscard]] bool completesReply(QByteArrayView chunk);
+    /// Counts the end marks of \p chunk. True when the prompt follows the second one, or a later
+    /// one.
+    [[nodiscard]] bool countEndMarks(QByteArrayView chunk);
     /// False when the bytes at \p position may yet become the line end after a record.
     [[nodiscard]] bool skipLineEnd(qsizetype &position);
     [[nodiscard]] qsizetype takeRecord(qsizetype open, Scan &scan);

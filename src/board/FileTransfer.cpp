@@ -129,6 +129,8 @@ Async<void> FileTransfer::copyFileFromDevice(DeviceFileNode file, QString destin
     const auto exists = co_await m_background.run(lookFor);
     if (!exists)
         co_return DeviceError::closed();
+    if (!m_link.connectionState().isConnected())
+        co_return notConnected(file.name);
     if (connection != m_link.connectionNumber())
         co_return DeviceError::boardReplaced();
     if (*exists) {

@@ -33,8 +33,8 @@ struct FolderChanges
     /// DeviceLink::connectionNumber of the board that was compared.
     int connection = 0;
 
-    /// Compares by names and sizes. Files that are equal in both are put into \p candidates, to be
-    /// compared by their content.
+    /// Compares by names and sizes. Files of equal name and size are appended to \p candidates:
+    /// their content must be compared.
     [[nodiscard]] static FolderChanges compare(const QList<CopyItem> &local,
                                                const QList<CopyItem> &board,
                                                QList<CopyItem> &candidates);

@@ -63,6 +63,25 @@ QStringList foldersOf(const QList<FolderChanges::Entry> &entries, const QString 
     return folders;
 }
 
+/// The entries of a comparison in the order in which they are carried out.
+struct Steps
+{
+    QList<FolderChanges::Entry> removed;
+    QList<FolderChanges::Entry> sent;
+    qint64 totalBytes = 0; // that are sent
+};
+
+Steps stepsOf(const QList<FolderChanges::Entry> &entries)
+{
+    Steps steps;
+    for (const FolderChanges::Entry &entry : entries) {
+        const bool isSent = entry.kind != FolderChanges::Kind::OnlyOnBoard;
+        (isSent ? steps.sent : steps.removed).append(entry);
+        steps.totalBytes += isSent ? entry.size : 0;
+    }
+    return steps;
+}
+
 } // namespace
 
 FolderSync::FolderSync(DeviceLink &link, DeviceFiles &files, TransferStatus &transfer,
@@ -146,9 +165,13 @@ Async<FolderChanges> FolderSync::compare(QString localFolder, QString boardFolde
     const auto board = co_await m_files.profile().capabilities();
     if (!board)
         co_return board.error();
+    if (!life)
+        co_return DeviceError::closed();
     const auto onBoard = co_await boardDigests(candidates, boardFolder, running.observer());
     if (!onBoard)
         co_return onBoard.error();
+    if (!life)
+        co_return DeviceError::closed();
     const std::function<QList<QByteArray>()> hash = [localFolder, candidates, board = *board] {
         QList<QByteArray> digests;
         for (const CopyItem &item : candidates)
@@ -212,7 +235,7 @@ Async<QList<QByteArray>> FolderSync::boardDigests(QList<CopyItem> files, QString
                 co_return output.error();
             const QStringList sums = output->split("__SUM__"_L1).sliced(1);
             if (sums.size() != paths.size())
-                co_return Error{ErrorCode::Remote, u"The board gave no valid answer"_s};
+                co_return DeviceError::invalidAnswer();
             for (const QString &sum : sums)
                 digests << sum.trimmed().toLatin1();
         }
@@ -242,36 +265,26 @@ Async<void> FolderSync::send(FolderChanges changes)
     if (!life)
         co_return DeviceError::closed();
     m_transfer.dropRest();
-    QList<FolderChanges::Entry> sent;
-    QList<FolderChanges::Entry> removed;
-    qint64 total = 0;
-    for (const FolderChanges::Entry &entry : changes.entries) {
-        const bool isSent = entry.kind != FolderChanges::Kind::OnlyOnBoard;
-        (isSent ? sent : removed).append(entry);
-        total += isSent ? entry.size : 0;
-    }
+    const Steps steps = stepsOf(changes.entries);
+    const qsizetype removals = steps.removed.size();
+    const QList<FolderChanges::Entry> all = steps.removed + steps.sent;
     TransferStatus::Running running(m_transfer);
-    running.setTotal(total);
-    if (!sent.isEmpty()) {
-        QStringList folders = foldersOf(sent, changes.boardFolder);
-        const auto made = co_await m_files.makeDeviceFolders(std::move(folders), *permit);
-        if (!made)
-            co_return made.error();
+    running.setStatus(u"Sending files of %1…"_s.arg(QFileInfo(changes.localFolder).fileName()));
+    running.setTotal(steps.totalBytes);
+    Result<void> result;
+    if (!steps.sent.isEmpty()) {
+        QStringList folders = foldersOf(steps.sent, changes.boardFolder);
+        result = co_await m_files.makeDeviceFolders(std::move(folders), *permit);
     }
     qint64 done = 0;
-    Result<void> result;
-    const QList<FolderChanges::Entry> all = removed + sent;
-    FolderChanges rest = changes;
-    for (qsizetype i = 0; result && i < all.size(); ++i) {
-        if (!life)
-            co_return DeviceError::closed();
-        const FolderChanges::Entry &entry = all.at(i);
-        const bool isSent = entry.kind != FolderChanges::Kind::OnlyOnBoard;
-        const qsizetype index = isSent ? i - removed.size() : i;
-        const qsizetype count = isSent ? sent.size() : removed.size();
-        const QString status = isSent ? u"Sending %1 (%2 of %3)…"_s : u"Deleting %1 (%2 of %3)…"_s;
-        running.setStatus(
-            status.arg(entry.relativePath, QString::number(index + 1), QString::number(count)));
+    qsizetype finished = 0;
+    while (life && result && finished < all.size()) {
+        const FolderChanges::Entry &entry = all.at(finished);
+        const bool isSent = finished >= removals;
+        const qsizetype index = isSent ? finished - removals : finished;
+        const qsizetype count = isSent ? steps.sent.size() : removals;
+        running.setStatus(isSent ? sendingProgress(entry.relativePath, index, count)
+                                 : deletingProgress(entry.relativePath, index, count));
         if (running.isCanceled())
             result = DeviceError::canceled();
         else if (changes.connection != m_link.connectionNumber())
@@ -282,26 +295,27 @@ Async<void> FolderSync::send(FolderChanges changes)
             result = co_await m_files.removeEntry(
                 DeviceListing::join(changes.boardFolder, entry.relativePath),
                 BoardScripts::NodeKind::File);
-        if (!result) {
-            rest.entries = all.mid(i);
+        if (result) {
+            running.setDone(done += isSent ? entry.size : 0);
+            ++finished;
+        } else {
             const auto stoppedAt = isSent ? &sendingStoppedAt : &deletingStoppedAt;
             result = stoppedAt(entry.relativePath, index, count, result.error());
-        } else if (isSent)
-            running.setDone(done += entry.size);
+        }
     }
     if (!life)
         co_return DeviceError::closed();
     if (result) {
         const QString removal =
-            removed.isEmpty() ? QString() : u", removed %1"_s.arg(countOfFiles(removed.size()));
+            removals == 0 ? QString() : u", removed %1"_s.arg(countOfFiles(removals));
         m_shell.appendInfo(u"↑ Sent %1 to %2%3; %4 unchanged."_s.arg(
-            countOfFiles(sent.size()), changes.boardFolder, removal,
+            countOfFiles(steps.sent.size()), changes.boardFolder, removal,
             countOfFiles(changes.unchangedCount)));
     } else if (result.error().code != ErrorCode::Closed) {
-        TransferStatus::Rest left;
-        left.file = rest.entries.first().relativePath;
-        left.resume = [this, rest, board = *board] { return resume(rest, board); };
-        m_transfer.setRest(std::move(left));
+        FolderChanges rest = changes;
+        rest.entries = all.mid(finished);
+        m_transfer.setRest({rest.entries.first().relativePath,
+                            [this, rest, board = *board] { return resume(rest, board); }});
     }
     // After some failures the board is being listed already.
     if (m_link.connectionState().isConnected() && (result || !m_files.isLoadingDeviceFiles()))

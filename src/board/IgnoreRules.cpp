@@ -72,25 +72,25 @@ void IgnoreRules::add(const QString &text)
     }
 }
 
-bool IgnoreRules::isNamed(const QString &relativePath, bool isDirectory) const
+bool IgnoreRules::isExcluded(const QString &relativePath, bool isDirectory) const
 {
-    bool isNamed = false;
+    bool isExcluded = false;
     for (const Rule &rule : m_rules) {
-        if ((isDirectory || !rule.isOnlyForFolders) && isNamed == rule.isException
+        if ((isDirectory || !rule.isOnlyForFolders) && isExcluded == rule.isException
             && rule.pattern.match(relativePath).hasMatch())
-            isNamed = !rule.isException;
+            isExcluded = !rule.isException;
     }
-    return isNamed;
+    return isExcluded;
 }
 
 bool IgnoreRules::isIgnored(const QString &relativePath, bool isDirectory) const
 {
     for (qsizetype slash = relativePath.indexOf(u'/'); slash >= 0;
          slash = relativePath.indexOf(u'/', slash + 1)) {
-        if (isNamed(relativePath.first(slash), true))
+        if (isExcluded(relativePath.first(slash), true))
             return true;
     }
-    return isNamed(relativePath, isDirectory);
+    return isExcluded(relativePath, isDirectory);
 }
 
 QList<CopyItem> IgnoreRules::keptOf(const QList<CopyItem> &items) const
@@ -105,7 +105,7 @@ QList<CopyItem> IgnoreRules::keptOf(const QList<CopyItem> &items) const
     for (const CopyItem &item : items) {
         const bool isLeftOut = leftOut.contains(item.relativePath)
             || leftOut.contains(item.relativePath.section(u'/', 0, -2))
-            || isNamed(item.relativePath, item.isDirectory);
+            || isExcluded(item.relativePath, item.isDirectory);
         if (!isLeftOut)
             kept.append(item);
         else if (item.isDirectory)

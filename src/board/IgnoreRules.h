@@ -34,7 +34,8 @@ private:
         bool isException = false; // "!"
     };
 
-    [[nodiscard]] bool isNamed(const QString &relativePath, bool isDirectory) const;
+    /// What the last rule that matches decides for this path alone, without its parents.
+    [[nodiscard]] bool isExcluded(const QString &relativePath, bool isDirectory) const;
 
     QList<Rule> m_rules;
 };

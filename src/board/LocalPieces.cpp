@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <optional>
+#include <utility>
 
 namespace Korvane {
 
@@ -36,14 +37,12 @@ LocalPieces::LocalPieces(Background &background)
 
 DeviceFileContent::Source LocalPieces::sourceOf(const Reader &reader)
 {
-    const PieceTransfer::Source next = [this, life = m_life.watch(), reader](qsizetype maxBytes) {
-        return life ? readPiece(reader, maxBytes) : closedSource();
+    const PieceTransfer::Source next = [this, life = m_life.watch(), reader,
+                                        from = From::Start](qsizetype maxBytes) mutable {
+        return life ? readPiece(reader, std::exchange(from, From::LastPiece), maxBytes)
+                    : closedSource();
     };
-    return {[reader, next] {
-                static_cast<void>(reader->rewind()); // a failure shows at the first read
-                return next;
-            },
-            reader->size()};
+    return {[next] { return next; }, reader->size()};
 }
 
 PieceTransfer::Sink LocalPieces::sinkOf(const Writer &writer)
@@ -70,9 +69,14 @@ Async<LocalPieces::Writer> LocalPieces::openWriter(QString path)
     co_return unlessClosed(co_await m_background.run(open));
 }
 
-Async<QByteArray> LocalPieces::readPiece(Reader reader, qsizetype maxBytes)
+Async<QByteArray> LocalPieces::readPiece(Reader reader, From from, qsizetype maxBytes)
 {
-    const std::function<Result<QByteArray>()> read = [reader, maxBytes] {
+    const std::function<Result<QByteArray>()> read = [reader, from,
+                                                      maxBytes]() -> Result<QByteArray> {
+        if (from == From::Start) {
+            if (const auto rewound = reader->rewind(); !rewound)
+                return rewound.error();
+        }
         return reader->read(maxBytes);
     };
     co_return unlessClosed(co_await m_background.run(read));
@@ -88,6 +92,15 @@ Async<void> LocalPieces::commit(Writer writer)
 {
     const std::function<Result<void>()> commit = [writer] { return writer->commit(); };
     co_return unlessClosed(co_await m_background.run(commit));
+}
+
+QCoro::Task<void> LocalPieces::discard(Writer writer)
+{
+    const std::function<bool()> discard = [writer] {
+        writer->discard();
+        return true;
+    };
+    co_await m_background.run(discard);
 }
 
 } // namespace Korvane

@@ -27,12 +27,15 @@ public:
     [[nodiscard]] Async<Reader> openReader(QString path, QString failure);
     [[nodiscard]] Async<Writer> openWriter(QString path);
     [[nodiscard]] Async<void> commit(Writer writer);
+    /// Removes what was written; the file at the writer's path is unchanged.
+    [[nodiscard]] QCoro::Task<void> discard(Writer writer);
     /// The file of \p reader, which may be read more than once.
     [[nodiscard]] DeviceFileContent::Source sourceOf(const Reader &reader);
     [[nodiscard]] PieceTransfer::Sink sinkOf(const Writer &writer);
 
 private:
-    [[nodiscard]] Async<QByteArray> readPiece(Reader reader, qsizetype maxBytes);
+    enum class From { Start, LastPiece };
+    [[nodiscard]] Async<QByteArray> readPiece(Reader reader, From from, qsizetype maxBytes);
     [[nodiscard]] Async<void> writePiece(Writer writer, QByteArray bytes);
 
     Background &m_background;

@@ -50,10 +50,12 @@ bool isLinkError(const Error &error)
             || message.startsWith(QLatin1String("NameError")));
 }
 
-/// True when the command may nevertheless have been executed.
+/// True when the command may nevertheless have been executed. The error of a program that raised an
+/// exception has a traceback, the one of a program that a reset ended has none.
 bool isEffectUnknown(const Error &error)
 {
-    return isLinkError(error) || error.code == ErrorCode::NotConnected;
+    return isLinkError(error) || error.code == ErrorCode::NotConnected
+        || (error.code == ErrorCode::Remote && error.detail.isEmpty());
 }
 
 /// True when the command was not sent: a program uses the board, or the board did not enter the raw

@@ -39,9 +39,9 @@ public:
     /// board is interrupted with Ctrl-C: at once when it was sent by this class, otherwise when the
     /// board has not answered for 0.3 s. What it still prints is shown, and its stops and its end
     /// are signaled. Returns at once. The outcome is the line "▶ Sent to device." in the Shell or
-    /// `startFailed`: within 1.8 s, but that of a large program when the board has read all of it
-    /// or has accepted nothing for 5 s. After abandon(), reset(), cancelSending() or another call
-    /// there is neither. When \p source holds a lone surrogate, only Ctrl-D is sent.
+    /// `startFailed`: for a small program within 1.8 s, for a large one when the board has read all
+    /// of it, or has accepted nothing for 5 s. Neither follows after abandon(), reset(),
+    /// cancelSending() or another call. When \p source holds a lone surrogate, only Ctrl-D is sent.
     void runOnDeviceStreamed(const QString &source, BoardState boardState = BoardState::MayBeBusy);
 
     /// Bytes from the board that belong to no command.
@@ -51,9 +51,8 @@ public:
     /// No more bytes will arrive: incomplete bytes are shown as they are.
     void flushStream();
     /// Called after Ctrl-C or the debugger's quit command was sent, without waiting for the end:
-    /// the program no longer counts as running. Its reply is still awaited, since the board accepts
-    /// no command before. A run that is being started is canceled, and the board is returned to its
-    /// friendly prompt.
+    /// the program no longer counts as running. The rest of its reply is shown when it arrives. A
+    /// run that is being started is canceled, and the board is returned to its friendly prompt.
     void abandon();
     /// Interrupts the board while it reads a large program, which is then not run: the reply is a
     /// KeyboardInterrupt. Does nothing otherwise.

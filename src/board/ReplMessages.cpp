@@ -117,7 +117,7 @@ void ReplMessages::feedPart(QStringView text, QList<Piece> &pieces)
         m_expected = Expected::Nothing;
         break;
     case Expected::Banner:
-        length = bannerLength(text);
+        length = takeBanner(text);
         break;
     case Expected::Restart:
         feedRestart(text, pieces);
@@ -173,8 +173,7 @@ void ReplMessages::decideLine(QList<Piece> &pieces)
         m_expected = Expected::Nothing;
 }
 
-/// How much of \p text belongs to the banner.
-qsizetype ReplMessages::bannerLength(QStringView text)
+qsizetype ReplMessages::takeBanner(QStringView text)
 {
     for (qsizetype i = 0; i < text.size(); ++i) {
         const bool isLineEnd = text[i] == u'\r' || text[i] == u'\n';

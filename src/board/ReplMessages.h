@@ -11,7 +11,8 @@ namespace Korvane {
 /// Separates the messages of the board's REPL from program output: the "OK" before the output of a
 /// program that was sent, the prompt after its reply, the banner when the raw REPL is left, and
 /// what a soft reset prints around boot.py and main.py. Fed with the text of the board as it
-/// arrives; nothing is held back but the start of a line of a restart that may become a message.
+/// arrives. Text is returned at once, except the start of a line of a restart for as long as the
+/// line may still become a message.
 class ReplMessages final
 {
 public:
@@ -50,7 +51,8 @@ private:
     void feedRestart(QStringView text, QList<Piece> &pieces);
     void decideLine(QList<Piece> &pieces);
     void noteEndMark();
-    [[nodiscard]] qsizetype bannerLength(QStringView text);
+    /// Takes the part of \p text that belongs to the banner and returns its length.
+    [[nodiscard]] qsizetype takeBanner(QStringView text);
 
     Expected m_expected = Expected::Nothing;
     qsizetype m_matched = 0; // characters of the acknowledgment

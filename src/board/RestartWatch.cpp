@@ -24,13 +24,13 @@ bool RestartWatch::feed(QStringView text)
         m_line += part.first(std::min(part.size(), keptOfLine - m_line.size()));
         if (end < 0)
             return isRestart || (m_bannerLines == 2 && m_line == friendlyPrompt);
-        isRestart |= endsLine();
+        isRestart |= takeLine();
         text = text.sliced(end + 1);
     }
     return isRestart;
 }
 
-bool RestartWatch::endsLine()
+bool RestartWatch::takeLine()
 {
     if (m_line.endsWith(u'\r'))
         m_line.chop(1);

@@ -15,7 +15,8 @@ public:
     void clear();
 
 private:
-    [[nodiscard]] bool endsLine();
+    /// Takes the complete line in `m_line`. True when it announces a soft reset.
+    [[nodiscard]] bool takeLine();
 
     QString m_line; // its beginning
     int m_bannerLines = 0;

@@ -57,11 +57,10 @@ TransferStatus::Running::~Running()
 {
     if (!m_transfer)
         return;
-    const QString before = m_transfer->status();
     m_transfer->m_running.removeOne(this);
     if (m_transfer->m_running.isEmpty())
         emit m_transfer->isSendingToDeviceChanged();
-    if (m_transfer && m_transfer->status() != before)
+    if (m_transfer)
         emit m_transfer->statusChanged();
 }
 

@@ -16,8 +16,9 @@
 
 namespace Korvane {
 
-/// The sends, saves to the board and copies in both directions that are in progress: what the
-/// window shows of them, and the request to cancel them. Main thread only.
+/// The operations in progress that transfer data to or from the board: what the window shows of
+/// them, the request to cancel them, and the files that an operation which ended early has left.
+/// Main thread only.
 class TransferStatus final : public QObject
 {
     Q_OBJECT

@@ -62,7 +62,7 @@ public:
     [[nodiscard]] const QSet<int> &activeBreakpointLines() const { return m_activeBreakpointLines; }
 
 signals:
-    /// The result of one of the three functions above has changed.
+    /// isDebugging(), pausedAt() or activeBreakpointLines() has changed.
     void changed();
     /// A debug run is being sent. The link is already in use, so that no view reads from the board
     /// in response, and nothing that the program prints has arrived.

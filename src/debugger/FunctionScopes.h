@@ -27,7 +27,8 @@ public:
     /// Closes the blocks that the line \p index (from 0) is not in.
     void enter(qsizetype index);
     /// The local names so far, each with a function that yields its value, as a Python dictionary:
-    /// "{'a':lambda:a}". The 30 first, parameters before all others; "{}" at module level.
+    /// "{'a':lambda:a}". At most the first 30 names, parameters before all others; "{}" at module
+    /// level.
     [[nodiscard]] const QString &thunkMap() const;
     /// Notes what the line binds, and opens the block that it may be the header of.
     void leave(qsizetype index);

@@ -3,7 +3,7 @@
 #include "app/AppState.h"
 #include "base/Utf8.h"
 #include "board/DeviceLink.h"
-#include "board/QuestionEnd.h"
+#include "board/QuestionWithdrawal.h"
 #include "mcp/MCPToolError.h"
 #include "mcp/ToolTexts.h"
 
@@ -49,7 +49,7 @@ public:
     }
     /// Why it was not asked.
     [[nodiscard]] const std::optional<Error> &notAsked() const { return *m_notAsked; }
-    [[nodiscard]] bool hasEnded() const { return m_end.hasEnded(); }
+    [[nodiscard]] bool isWithdrawn() const { return m_end.isWithdrawn(); }
 
 private:
     static QCoro::Task<std::optional<UserPrompts::Texts>> prepare(
@@ -62,7 +62,7 @@ private:
         co_return std::nullopt;
     }
 
-    QuestionEnd m_end;
+    QuestionWithdrawal m_end;
     /// Shared with the preparation, which may end after this when the question ends before it.
     std::shared_ptr<std::optional<Error>> m_notAsked = std::make_shared<std::optional<Error>>();
 };
@@ -239,7 +239,7 @@ Async<bool> BoardFileTools::confirmWithoutHoldingBoard(UserPrompts::Confirmation
     if (!life)
         co_return MCPToolError::closed();
     held->reset();
-    const QuestionEnd end(m_state.link(), stop.unwanted);
+    const QuestionWithdrawal end(m_state.link(), stop.unwanted);
     question.asker = UserPrompts::Asker::Assistant;
     question.withdrawn = end.token();
     const auto confirmed = co_await m_state.deviceFiles().confirmAction(std::move(question));
@@ -362,7 +362,7 @@ Error BoardFileTools::refusalReason(const Question &question, const Error &decli
 {
     if (question.notAsked())
         return *question.notAsked();
-    return question.hasEnded() && !ready ? ready.error() : failed(declined);
+    return question.isWithdrawn() && !ready ? ready.error() : failed(declined);
 }
 
 bool BoardFileTools::isConnected() const

@@ -207,7 +207,6 @@ BoardTools::Answer BoardTools::run(QString code, double timeoutSeconds, CallStop
 {
     if (!std::isfinite(timeoutSeconds) || timeoutSeconds < 0)
         co_return MCPToolError::badTimeout();
-    const auto life = m_life.watch();
     const auto access = co_await m_queue.acquire(stop);
     if (!access)
         co_return access.error();

@@ -7,8 +7,6 @@
 #include "mcp/BoardQueue.h"
 #include "mcp/ToolSet.h"
 
-#include <QObject>
-
 #include <list>
 
 namespace Korvane {

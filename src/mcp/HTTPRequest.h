@@ -13,9 +13,9 @@ struct HTTPRequest
     QByteArray method;
     QByteArray path;
     /// Names in lower case, names and values without spaces and tabs around them. Of two headers
-    /// with one name the later counts. None when the filter of the parser declined the body.
+    /// with one name the later counts. Empty when the HeadCheck of the parser returned false.
     std::map<QByteArray, QByteArray> headers;
-    /// Exactly `Content-Length` bytes, unless the filter of the parser declined the body.
+    /// Exactly `Content-Length` bytes, or none when the HeadCheck of the parser returned false.
     QByteArray body;
 };
 

@@ -203,7 +203,7 @@ void MCPHTTPServer::acceptWaiting()
         if (watch(EPOLL_CTL_ADD, client->connection.socket(), 0, id)) {
             const auto entry = m_clients.emplace(id, std::move(client)).first;
             m_checks.emplace(Clock::now() + m_requestTimeout, id);
-            settle(id, *entry->second, HTTPConnection::Outcome::Open);
+            applyOutcome(id, *entry->second, HTTPConnection::Outcome::Open);
         }
     }
 }
@@ -266,7 +266,7 @@ void MCPHTTPServer::serve(quint64 id, unsigned events)
     // Whatever the load did not allow to read is dropped: it would not be answered anyway.
     if (hasPeerClosed)
         outcome = HTTPConnection::Outcome::Closed;
-    settle(id, client, outcome);
+    applyOutcome(id, client, outcome);
 }
 
 void MCPHTTPServer::deliverReplies()
@@ -278,19 +278,19 @@ void MCPHTTPServer::deliverReplies()
         if (found == m_clients.end())
             continue;
         found->second->connection.answer(*delivery);
-        if (!std::exchange(found->second->isMarked, true))
-            m_marked.push_back(delivery->connection);
+        if (!std::exchange(found->second->hasNewReply, true))
+            m_withNewReplies.push_back(delivery->connection);
     }
     resumeHeldBack();
-    for (const auto id : m_marked) {
+    for (const auto id : m_withNewReplies) {
         const auto found = m_clients.find(id);
         if (found == m_clients.end())
             continue;
         Client &client = *found->second;
-        client.isMarked = false;
-        settle(id, client, client.connection.flush());
+        client.hasNewReply = false;
+        applyOutcome(id, client, client.connection.flush());
     }
-    m_marked.clear();
+    m_withNewReplies.clear();
 }
 
 /// The connections that have waited longest have priority over those whose replies are ready:
@@ -308,12 +308,12 @@ void MCPHTTPServer::resumeHeldBack()
         auto outcome = client.connection.flush();
         if (outcome == HTTPConnection::Outcome::Open)
             outcome = client.connection.receive(m_scratch, false);
-        settle(id, client, outcome);
+        applyOutcome(id, client, outcome);
     }
 }
 
 /// Acts on the outcome of an operation. Destroys a closed connection.
-void MCPHTTPServer::settle(quint64 id, Client &client, HTTPConnection::Outcome outcome)
+void MCPHTTPServer::applyOutcome(quint64 id, Client &client, HTTPConnection::Outcome outcome)
 {
     if (outcome == HTTPConnection::Outcome::Closed) {
         drop(id);

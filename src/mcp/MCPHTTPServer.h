@@ -67,7 +67,7 @@ private:
     {
         HTTPConnection connection;
         unsigned watchedEvents = 0;
-        bool isMarked = false; // is in m_marked
+        bool hasNewReply = false; // is in m_withNewReplies
         std::optional<Clock::time_point> closesAt = {};
         bool isHeldBack = false; // is in m_heldBack
     };
@@ -83,7 +83,7 @@ private:
     void serve(quint64 id, unsigned events);
     void deliverReplies();
     void resumeHeldBack();
-    void settle(quint64 id, Client &client, HTTPConnection::Outcome outcome);
+    void applyOutcome(quint64 id, Client &client, HTTPConnection::Outcome outcome);
     [[nodiscard]] std::optional<Clock::time_point> closingTime(const Client &client) const;
     void drop(quint64 id);
     void dropOverdue();
@@ -105,8 +105,8 @@ private:
     std::unordered_map<quint64, std::unique_ptr<Client>> m_clients;
     quint64 m_nextId;
     HTTPLoad m_load;
-    std::deque<quint64> m_heldBack; // wait until the load is lower, in order
-    std::vector<quint64> m_marked;  // have something to send
+    std::deque<quint64> m_heldBack;        // wait until the load is lower, in order
+    std::vector<quint64> m_withNewReplies; // have something to send
     /// When to check which connection for its time-out.
     std::priority_queue<Check, std::vector<Check>, std::greater<>> m_checks;
     Clock::time_point m_listenAgain; // when m_isListeningPaused

@@ -185,6 +185,7 @@ void MCPServer::handleEvents()
             m_calls->abandon(abandoned->connection);
         } else {
             const QString message = std::get<Event::Failed>(event->value).message;
+            close();
             change(false, message, u"MCP server stopped: "_s + message, REPLLine::Kind::Error);
         }
         if (turn.hasExpired(turnMs)) {

@@ -57,8 +57,9 @@ public:
     void renewToken();
 
     void start() override;
-    void stop() override;
-    [[nodiscard]] bool isRunning() const override { return m_isRunning; }
+    /// Returns when the server does not listen any more.
+    void stop();
+    [[nodiscard]] bool isRunning() const { return m_isRunning; }
 
     /// Why starting or listening failed; empty after a successful start.
     [[nodiscard]] const QString &lastError() const { return m_lastError; }

@@ -168,7 +168,7 @@ bool MessageReader::key(std::string &name)
 }
 
 /// Clears the value of an earlier member of the same name, and determines whether the value has to
-/// be copied. False when there can be no such value.
+/// be copied. False for a value outside of any object or array, which is no message.
 bool MessageReader::beginValue()
 {
     switch (m_place) {

@@ -134,7 +134,6 @@ bool isRealPort(const QString &ttyFolder)
 SerialPortManager::SerialPortManager(QObject *parent)
     : QObject(parent)
 {
-    connect(&m_writer, &SerialWriter::drained, this, &SerialPortManager::outputDrained);
     connect(&m_writer, &SerialWriter::failed, this, &SerialPortManager::writeFailed);
     m_batchPause.setSingleShot(true);
     m_batchPause.setTimerType(Qt::PreciseTimer);

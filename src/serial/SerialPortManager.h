@@ -64,12 +64,14 @@ public:
     /// devices that have none.
     [[nodiscard]] static QString serialNumber(const QString &port, const Roots &roots);
 
-    /// Opens \p path as 8-N-1 without any translation, for this program alone until close().
+    /// Opens \p path with 8 data bits, no parity and one stop bit, without echo, line editing,
+    /// signals, translation of line ends and software flow control; for this program alone until
+    /// close().
     /// \p baudRate is in bits per second; a rate for which termios has no constant leaves the rate
     /// of the port as it is. An error of code `SerialPort` keeps errno and its text: EBUSY for a
     /// port that another program uses, ENOTTY ("Not a serial port") for a path that isSerialPort()
-    /// refuses. An error leaves everything as it was; a port that was open is closed once the new
-    /// one is open.
+    /// refuses, EBUSY also for the port that is open here. An error leaves everything as it was;
+    /// another port that was open is closed once the new one is open.
     [[nodiscard]] Result<void> open(const QString &path, int baudRate, const Roots &roots);
 
     /// Delivers each chunk that arrives (at most 4096 bytes, in order) to the interceptor set at
@@ -106,9 +108,6 @@ public:
     [[nodiscard]] qsizetype pendingBytes() const { return m_writer.pendingBytes(); }
 
 signals:
-    /// pendingBytes() has become 0; emitted from the event loop, not within write(). A transfer
-    /// sends its next piece then, to keep the queue short.
-    void outputDrained();
     /// The driver took nothing for 2 s while something was queued, or refused it. What was queued
     /// has been dropped; the port stays open. Emitted from the event loop.
     void writeFailed(const Korvane::Error &error);

@@ -31,7 +31,7 @@ void SerialWriter::start(int descriptor)
 void SerialWriter::stop()
 {
     discardPending();
-    // Later, since this may be called by a slot of failed() or drained().
+    // Later, since this may be called by a slot of failed().
     if (QSocketNotifier *notifier = std::exchange(m_notifier, nullptr))
         notifier->deleteLater();
     m_descriptor = -1;
@@ -120,7 +120,6 @@ void SerialWriter::drain(OnStall onStall)
         fail({ErrorCode::SerialPort, systemErrorText(code), {}, code});
     } else if (m_pendingBytes == 0) {
         m_notifier->setEnabled(false);
-        emit drained();
     } else if (m_pendingBytes == before && onStall == OnStall::Fail) {
         fail({ErrorCode::SerialPort,
               QStringLiteral("The board has accepted no data for %1 s")

@@ -45,9 +45,6 @@ public:
     void setStallTimeout(std::chrono::milliseconds timeout) { m_stallTimeout = timeout; }
 
 signals:
-    /// The event loop has handed over the last queued byte. Not emitted for what write() itself
-    /// handed over.
-    void drained();
     /// See above. Emitted from the event loop; discardPending() has been called.
     void failed(const Korvane::Error &error);
 

@@ -1,5 +1,7 @@
 #include "session/CommandPipe.h"
 
+#include "base/SystemError.h"
+
 #include <QSocketNotifier>
 
 #include <cerrno>
@@ -59,7 +61,7 @@ void CommandPipe::flush()
         m_notifier->setEnabled(false);
         m_unwritten.clear();
         m_writtenBytes = 0;
-        emit writeFailed(qt_error_string(code));
+        emit writeFailed(systemErrorText(code));
         return;
     }
     m_notifier->setEnabled(false);

@@ -68,10 +68,11 @@ private slots:
                      + m_board.port()
                      + u", replacing any file already there with the same name. Large folders take "
                        "a while over serial. | Copy"_s);
-        QCOMPARE(m_fixture.takeLog(),
-                 u"info: ↑ Copying src → /src…\n"
-                 "info: Not copied (links out of the folder and special files): out.\n"
-                 "info: ↑ Copied 3 files to /src."_s);
+        QCOMPARE(
+            m_fixture.takeLog(),
+            u"info: ↑ Copying src → /src…\n"
+            "info: Not copied (links to folders, links out of the folder and special files): out.\n"
+            "info: ↑ Copied 3 files to /src."_s);
 
         QVERIFY(QDir().mkpath(local(u"back"_s)));
         QSignalSpy reloads(&m_fixture.copies, &FileTransfer::localFilesChanged);
@@ -127,7 +128,8 @@ private slots:
         QVERIFY(QFile::link(u"/"_s, local(u"hollow/out"_s)));
         m_fixture.done(m_fixture.copies.copyFolderToDevice(local(u"hollow"_s)));
         QCOMPARE(m_fixture.takeLog(),
-                 u"info: Not copied (links out of the folder and special files): out.\n"
+                 u"info: Not copied (links to folders, links out of the folder and special files): "
+                 u"out.\n"
                  "error: hollow is empty — nothing to copy."_s);
         m_fixture.done(m_fixture.copies.copyFileToDevice(local(u"missing"_s)));
         QCOMPARE(m_fixture.takeLog(), u"error: Cannot read %1."_s.arg(local(u"missing"_s)));

@@ -8,12 +8,12 @@
 
 namespace Korvane {
 
-/// Withdraws a question about the connected board when the connection ends or the given token is
-/// stopped. Main thread only.
-class QuestionEnd final
+/// Withdraws a question about the connected board when the connection ends or when stop is
+/// requested on \p unwanted. Main thread only.
+class QuestionWithdrawal final
 {
 public:
-    explicit QuestionEnd(DeviceLink &link, const std::stop_token &unwanted = {})
+    explicit QuestionWithdrawal(DeviceLink &link, const std::stop_token &unwanted = {})
         : m_unwanted(unwanted, Request{m_end})
     {
         QObject::connect(&link, &DeviceLink::ended, &m_context, Request{m_end});
@@ -21,7 +21,7 @@ public:
 
     /// For UserPrompts::Confirmation::withdrawn. Valid also when this is destroyed.
     [[nodiscard]] std::stop_token token() const { return m_end.get_token(); }
-    [[nodiscard]] bool hasEnded() const { return m_end.stop_requested(); }
+    [[nodiscard]] bool isWithdrawn() const { return m_end.stop_requested(); }
 
 private:
     struct Request
