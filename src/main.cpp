@@ -24,18 +24,18 @@ int main(int argc, char **argv)
         arguments.append(QFile::decodeName(argv[i]));
     const QString socket = RunningInstance::defaultPath();
     // Before the QApplication, which needs a display and takes time. Options of Qt, such as
-    // -platform, are unknown here; QApplication removes them.
+    // -platform, are unknown here; QApplication removes them, and the rest is parsed again.
     CommandLine commandLine = CommandLine::parse(arguments);
-    const bool hasQtOptions = commandLine.exitStatus != 0;
-    if (!hasQtOptions && !commandLine.text.isEmpty())
+    const bool hasUnknownOptions = commandLine.exitStatus != 0;
+    if (!hasUnknownOptions && !commandLine.text.isEmpty())
         return print(commandLine);
-    if (!hasQtOptions && RunningInstance::handOver(commandLine, socket))
+    if (!hasUnknownOptions && RunningInstance::handOver(commandLine, socket))
         return 0;
 
     DescriptorLimit::raise();
     DesktopFonts::load();
     QApplication application(argc, argv);
-    if (hasQtOptions) {
+    if (hasUnknownOptions) {
         commandLine = CommandLine::parse(QApplication::arguments());
         if (!commandLine.text.isEmpty())
             return print(commandLine);

@@ -175,7 +175,7 @@ bool compare(const char *what, const QString &text, int rounds, double allowedMi
     std::printf("%s\n", what);
     if (floorToo == Floor::Measure) {
         QPlainTextEdit floor;
-        floor.setFont(CodeEditorView::codeFont());
+        floor.setFont(CodeEditorView::defaultFont());
         measure("floor", floor, rounds, [&] { floor.setPlainText(text); });
     }
     const auto isWithin = [allowedMilliseconds](const Measured &own) {

@@ -62,7 +62,7 @@ QCoro::Task<void> AppState::runCurrentFile()
     const EditorFile *selected = m_documents.selectedFile();
     if (!selected || selected->content().isEmpty())
         co_return;
-    noteRun(selected->id());
+    beginRun(selected->id());
     setRunning(true);
     if (m_link.connectionState().isConnected()) {
         const QString source = selected->content();
@@ -92,7 +92,7 @@ QCoro::Task<void> AppState::runPiece(QString code, int firstLine)
         submitShell(code);
         co_return;
     }
-    noteRun(selected->id());
+    beginRun(selected->id());
     // Empty lines before it, so that tracebacks have the line numbers of the document.
     const QString source = QString(firstLine - 1, u'\n') + code;
     m_shell.appendInfo(QStringLiteral("▶ Running lines %1 to %2 of %3…")
@@ -116,7 +116,7 @@ QCoro::Task<void> AppState::runPiece(QString code, int firstLine)
         setRunning(false);
 }
 
-void AppState::noteRun(const QUuid &document)
+void AppState::beginRun(const QUuid &document)
 {
     m_documentsOfRuns.insert(m_shell.beginRun(), document);
     emit runStarted();
@@ -152,7 +152,10 @@ QCoro::Task<void> AppState::openSource(QString file, int line, int run)
     }
     if (!QDir::isAbsolutePath(file)) {
         m_shell.appendError(
-            QStringLiteral("Cannot open %1: it is not on the connected board.").arg(file));
+            (m_link.connectionState().isConnected()
+                 ? QStringLiteral("Cannot open %1: it is not on the connected board.")
+                 : QStringLiteral("Cannot open %1: no board is connected."))
+                .arg(file));
         co_return;
     }
     const auto opened = co_await m_documents.openFile(file);
@@ -284,7 +287,7 @@ void AppState::wireBoard()
     connect(&m_deviceFiles, &DeviceFiles::listingFailed, &m_wiring,
             [this](const Error &error) { m_errors.report(error); });
     connect(&m_debugSession, &DebugSession::started, &m_wiring, [this](const QUuid &document) {
-        noteRun(document);
+        beginRun(document);
         m_debuggedFile = m_documents.file(document);
         showDebugLines();
         setBottomTab(BottomTab::Variables);

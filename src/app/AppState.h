@@ -192,7 +192,7 @@ private:
     QCoro::Task<void> runShellLocally(QString command);
     void finishLocally(const RunResult &result);
     void setRunning(bool isRunning);
-    void noteRun(const QUuid &document);
+    void beginRun(const QUuid &document);
 
     bool m_isRunning = false;
     int m_lastLocalRun = 0;

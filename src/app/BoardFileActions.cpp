@@ -268,12 +268,10 @@ Async<void> BoardFileActions::moveEntry(QString from, QString to, Existing exist
     const auto oldPlace = DocumentPlace::onBoard(*board, from);
     const auto newPlace = DocumentPlace::onBoard(*board, to);
     // A document that is written after the move would create its old file again.
-    while (m_dependencies.writer.isWritingWithin(oldPlace)
-           || m_dependencies.writer.isWritingWithin(newPlace)) {
-        co_await m_dependencies.writer.finished();
-        if (!life)
-            co_return DeviceError::closed();
-    }
+    QList<DocumentPlace> places{oldPlace, newPlace};
+    co_await m_dependencies.writer.finishedWithin(std::move(places));
+    if (!life)
+        co_return DeviceError::closed();
     auto moved = co_await m_dependencies.operations.move(from, *permit, existing);
     if (!life)
         co_return DeviceError::closed();
@@ -362,7 +360,17 @@ Async<void> BoardFileActions::removeEntries(QList<DeviceFileNode> nodes)
     const auto life = m_life.watch();
     TransferStatus::Running running(m_dependencies.transfer);
     const WritePermit boardPermit = m_dependencies.files.permitWrite(u"/"_s);
+    const auto board = co_await m_dependencies.link.boardIdentity();
+    if (!life)
+        co_return DeviceError::closed();
+    if (!board)
+        co_return board.error();
     for (const DeviceFileNode &node : std::as_const(nodes)) {
+        // A document that is written later would create its file again.
+        QList<DocumentPlace> place{DocumentPlace::onBoard(*board, node.path)};
+        co_await m_dependencies.writer.finishedWithin(std::move(place));
+        if (!life)
+            co_return DeviceError::closed();
         if (const auto same = m_dependencies.files.check(boardPermit); !same)
             co_return same.error();
         running.setStatus(u"Deleting %1…"_s.arg(node.name));

@@ -9,7 +9,7 @@ BoardSpace::BoardSpace(DeviceLink &link, DeviceFiles &files, DeviceFileOperation
     : m_link(link)
     , m_operations(operations)
 {
-    connect(&files, &DeviceFiles::deviceFileNodesChanged, this, [this] { m_isAsked = false; });
+    connect(&files, &DeviceFiles::deviceFileNodesChanged, this, [this] { m_isRequested = false; });
     connect(&link, &DeviceLink::ended, this, [this] {
         m_spaces.clear();
         emit changed();
@@ -18,16 +18,16 @@ BoardSpace::BoardSpace(DeviceLink &link, DeviceFiles &files, DeviceFileOperation
 
 QCoro::Task<void> BoardSpace::request()
 {
-    if (m_isAsked || !m_link.connectionState().isConnected())
+    if (m_isRequested || !m_link.connectionState().isConnected())
         co_return;
     const auto life = m_life.watch();
     const int connection = m_link.connectionNumber();
-    m_isAsked = true;
+    m_isRequested = true;
     const auto spaces = co_await m_operations.spaces();
     if (!life || connection != m_link.connectionNumber())
         co_return;
     if (!spaces && spaces.error().code != ErrorCode::Remote) { // the link was not free
-        m_isAsked = false;
+        m_isRequested = false;
         co_return;
     }
     m_spaces.clear();

@@ -34,7 +34,7 @@ private:
     DeviceLink &m_link;
     DeviceFileOperations &m_operations;
     QHash<QString, DeviceFileOperations::Space> m_spaces;
-    bool m_isAsked = false;
+    bool m_isRequested = false; // since the last listing
     Lifetime m_life;
 };
 

@@ -39,7 +39,7 @@ ChangedFiles::ChangedFiles(Dependencies dependencies)
 Async<void> ChangedFiles::send(QString localFolder, QString boardFolder)
 {
     if (std::exchange(m_isSending, true))
-        co_return DeviceError::alreadyWriting(boardFolder);
+        co_return DeviceError::canceled(u"Changed files are already being compared or sent."_s);
     const auto life = m_life.watch();
     const auto sent = co_await compareAndSend(std::move(localFolder), std::move(boardFolder));
     if (life)

@@ -19,7 +19,7 @@ struct FileArgument
     friend bool operator==(const FileArgument &, const FileArgument &) = default;
 };
 
-/// What a start of the program asks for: `korvane [--port PORT] [FILE[:LINE] …]`.
+/// The parsed command line: `korvane [--port PORT] [FILE[:LINE] …]`.
 struct CommandLine
 {
     QList<FileArgument> files;

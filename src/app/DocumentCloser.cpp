@@ -86,7 +86,7 @@ bool DocumentCloser::mustPrepareEnd() const
     return losesEdits() || (m_recovery && m_recovery->hasPending());
 }
 
-QCoro::Task<bool> DocumentCloser::mayEnd()
+QCoro::Task<bool> DocumentCloser::prepareEnd()
 {
     const auto life = m_life.watch();
     bool isUnwritten = false;

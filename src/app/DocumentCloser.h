@@ -43,13 +43,13 @@ public:
 
     /// Closes a document; asks first when it has edits that are not saved. The task may be dropped.
     QCoro::Task<void> close(QUuid id);
-    /// Whether mayEnd() has something to write or to ask about.
+    /// Whether prepareEnd() has something to write or to ask about.
     [[nodiscard]] bool mustPrepareEnd() const;
-    /// Whether the program may end after DocumentSaver::finished(). Writes the recovery files, for
-    /// two seconds at most, and asks about each document whose save failed during that wait and
-    /// each whose edits would be lost. False, without a question, when the user canceled such a
-    /// save.
-    [[nodiscard]] QCoro::Task<bool> mayEnd();
+    /// To be called after DocumentSaver::finished(). Writes the recovery files, for two seconds at
+    /// most, and asks about each document whose save failed during that wait and each whose edits
+    /// would be lost. Yields whether the program may end; false, without a question, when the user
+    /// canceled such a save.
+    [[nodiscard]] QCoro::Task<bool> prepareEnd();
 
 private:
     /// True when ending the program now would lose unsaved edits.

@@ -76,12 +76,12 @@ QCoro::Task<bool> DocumentSaver::writeTo(QUuid id, DocumentPlace place, QString 
                                          DocumentWriter::Check check)
 {
     const auto life = m_life.watch();
-    ++m_running;
+    ++m_activeSaves;
     const bool isWritten = co_await writeAndMove(id, place, name, check);
     if (!life)
         co_return false;
-    if (--m_running == 0) {
-        for (OneShot<bool> &end : m_runningEnds)
+    if (--m_activeSaves == 0) {
+        for (OneShot<bool> &end : m_saveWaiters)
             end.deliver(true);
     }
     co_return isWritten;
@@ -97,13 +97,13 @@ QCoro::Task<void> DocumentSaver::finished()
             co_return;
         // A save is not finished with its write: its error is reported, or a dialog asks for
         // another name.
-        if (m_running > 0) {
-            OneShot<bool> &end = m_runningEnds.emplace_back();
-            const auto position = std::prev(m_runningEnds.end());
+        if (m_activeSaves > 0) {
+            OneShot<bool> &end = m_saveWaiters.emplace_back();
+            const auto position = std::prev(m_saveWaiters.end());
             static_cast<void>(co_await end.wait());
             if (!life)
                 co_return;
-            m_runningEnds.erase(position);
+            m_saveWaiters.erase(position);
         }
     }
 }

@@ -62,7 +62,7 @@ public:
     /// A document is being saved or sent.
     [[nodiscard]] bool isWriting() const
     {
-        return m_running > 0 || m_dependencies.writer.isWriting();
+        return m_activeSaves > 0 || m_dependencies.writer.isWriting();
     }
     /// Returns when nothing is being saved or sent.
     [[nodiscard]] QCoro::Task<void> finished();
@@ -94,10 +94,10 @@ private:
     Dependencies m_dependencies;
     /// The edited text of documents that the user discards when another one replaces them.
     QHash<QUuid, QString> m_replaceable;
-    int m_running = 0; // calls of writeTo
-    std::list<OneShot<bool>> m_runningEnds;
-    QHash<QUuid, Error> m_failures; // of the last save of each document, since finished()
-    Background m_background;
+    int m_activeSaves = 0;                  // calls of writeTo
+    std::list<OneShot<bool>> m_saveWaiters; // calls of finished()
+    QHash<QUuid, Error> m_failures;         // of the last save of each document, since finished()
+    Background m_background{16, std::chrono::milliseconds(0)}; // only reads
     Lifetime m_life;
 };
 

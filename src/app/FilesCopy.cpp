@@ -35,7 +35,7 @@ BatchCopier::Batch FilesCopy::Plan::batchTo(const QString &folder) const
     for (const CopyItem &item : entries.items) {
         const Source source = sources.value(item.relativePath.section(u'/', 0, 0));
         batch.add(item, DeviceListing::join(source.folder, item.relativePath),
-                  DeviceListing::join(folder, item.relativePath), source.index);
+                  DeviceListing::join(folder, item.relativePath), source.permitIndex);
     }
     return batch;
 }
@@ -64,6 +64,9 @@ Async<void> FilesCopy::toDevice(QStringList paths, QString folder)
     if (!m_dependencies.link.connectionState().isConnected())
         co_return Error{ErrorCode::NotConnected,
                         u"Connect a device before copying %1."_s.arg(firstName)};
+    if (const QString name = repeatedName(paths); !name.isEmpty())
+        co_return Error{ErrorCode::File,
+                        u"Two of the entries are named “%1”. Copy them one by one."_s.arg(name)};
     const auto life = m_life.watch();
     QStringList targets;
     for (const QString &path : std::as_const(paths))

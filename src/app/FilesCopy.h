@@ -60,7 +60,7 @@ private:
         struct Source
         {
             QString folder;
-            qsizetype index = 0; // among the sources
+            qsizetype permitIndex = 0; // as in BatchCopier::Batch
         };
         /// By name.
         QHash<QString, Source> sources;

@@ -17,7 +17,7 @@ class Preferences;
 class InputHistory final
 {
 public:
-    static constexpr qsizetype maxEntries = 1000;  // of those that are read
+    static constexpr qsizetype maxEntries = 1000;  // read from the file; later ones are not limited
     static constexpr qsizetype maxLength = 10'000; // of an entry that is kept in the file
 
     /// Nothing is read or written when \p path is empty, and while Preferences::KeepShellHistory is

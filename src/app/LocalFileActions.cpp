@@ -224,6 +224,8 @@ Async<void> LocalFileActions::move(QStringList paths, QString folder)
     const auto life = m_life.watch();
     paths.removeIf(
         [&folder](const QString &path) { return QFileInfo(path).absolutePath() == folder; });
+    if (const QString name = repeatedName(paths); !name.isEmpty())
+        co_return refusal(u"Two of the entries are named “%1”. Move them one by one."_s.arg(name));
     QStringList targets;
     for (const QString &path : std::as_const(paths)) {
         const QString name = QFileInfo(path).fileName();
@@ -286,12 +288,10 @@ Async<void> LocalFileActions::moveEntry(QString from, QString to, Existing exist
     if (!places)
         co_return Error{ErrorCode::Closed, {}};
     // A document that is written after the move would create its old file again.
-    while (m_dependencies.writer.isWritingWithin(places->from)
-           || m_dependencies.writer.isWritingWithin(places->to)) {
-        co_await m_dependencies.writer.finished();
-        if (!life)
-            co_return Error{ErrorCode::Closed, {}};
-    }
+    QList<DocumentPlace> both{places->from, places->to};
+    co_await m_dependencies.writer.finishedWithin(std::move(both));
+    if (!life)
+        co_return Error{ErrorCode::Closed, {}};
     const std::function<Result<void>()> work = [from, to, existing] {
         return existing == Existing::Replace ? moveReplacing(from, to)
                                              : moveWithoutReplacing(from, to);
@@ -325,6 +325,19 @@ Async<void> LocalFileActions::moveToTrash(QStringList paths)
         co_return Error{ErrorCode::Closed, {}};
     if (!answer.confirmed)
         co_return Error{ErrorCode::Canceled, {}};
+    const std::function<QList<DocumentPlace>()> resolve = [paths] {
+        QList<DocumentPlace> places;
+        for (const QString &path : paths)
+            places << DocumentPlace::localEntry(path);
+        return places;
+    };
+    auto places = co_await m_background.run(resolve);
+    if (!places)
+        co_return Error{ErrorCode::Closed, {}};
+    // A document that is written later would create its file again.
+    co_await m_dependencies.writer.finishedWithin(*std::move(places));
+    if (!life)
+        co_return Error{ErrorCode::Closed, {}};
     const std::function<Trashed()> work = [paths] { return trash(paths); };
     const auto trashed = co_await m_background.run(work);
     if (!trashed)

@@ -2,6 +2,8 @@
 
 #include "base/DisplayPath.h"
 
+#include <QSet>
+
 namespace Korvane {
 
 using namespace Qt::StringLiterals;
@@ -26,6 +28,18 @@ QCoro::Task<ReplaceAnswer> askToReplace(UserPrompts &prompts, QStringList names,
     co_return answer == 1 ? ReplaceAnswer::Replace
         : answer == 0     ? ReplaceAnswer::Skip
                           : ReplaceAnswer::Cancel;
+}
+
+QString repeatedName(const QStringList &paths)
+{
+    QSet<QString> names;
+    for (const QString &path : paths) {
+        const QString name = path.section(u'/', -1);
+        if (names.contains(name))
+            return name;
+        names.insert(name);
+    }
+    return {};
 }
 
 QString listOfNames(const QStringList &names, qsizetype limit)

@@ -14,6 +14,9 @@ enum class ReplaceAnswer { Replace, Skip, Cancel };
 [[nodiscard]] QCoro::Task<ReplaceAnswer> askToReplace(UserPrompts &prompts, QStringList names,
                                                       QString where);
 
+/// The first file name that two of \p paths have in common; empty when all names differ.
+[[nodiscard]] QString repeatedName(const QStringList &paths);
+
 /// Quoted and joined: the first \p limit names, and how many more there are.
 [[nodiscard]] QString listOfNames(const QStringList &names, qsizetype limit = 5);
 

@@ -13,8 +13,9 @@ class ProgramRun;
 class PythonRunner;
 
 /// The Variables table: the global variables of the board when one is connected, otherwise of the
-/// local session. It is always replaced as a whole, and cleared when a board is connected or
-/// disconnected.
+/// local session. The end of a local run and restartLocalSession() show the variables of the local
+/// session also while a board is connected. The table is always replaced as a whole, and cleared
+/// when a board is connected or disconnected.
 class VariablesStore final : public QObject
 {
     Q_OBJECT

@@ -79,12 +79,12 @@ Workspace::Workspace(AppState &state, const QString &path, QObject *parent)
     m_saveDelay.setInterval(1s);
     connect(&m_saveDelay, &QTimer::timeout, this, &Workspace::save);
     const OpenFiles &documents = state.documents();
-    connect(&documents, &OpenFiles::openFilesChanged, this, &Workspace::noteFiles);
-    connect(&documents, &OpenFiles::fileChanged, this, &Workspace::noteFiles);
-    connect(&documents, &OpenFiles::selectedFileChanged, this, &Workspace::note);
-    connect(&documents, &OpenFiles::breakpointsChanged, this, &Workspace::note);
+    connect(&documents, &OpenFiles::openFilesChanged, this, &Workspace::updateRecent);
+    connect(&documents, &OpenFiles::fileChanged, this, &Workspace::updateRecent);
+    connect(&documents, &OpenFiles::selectedFileChanged, this, &Workspace::saveSoon);
+    connect(&documents, &OpenFiles::breakpointsChanged, this, &Workspace::saveSoon);
     connect(&documents, &OpenFiles::fileClosing, this, &Workspace::keepClosing);
-    connect(&state.localFiles(), &LocalFiles::localWorkingDirChanged, this, &Workspace::note);
+    connect(&state.localFiles(), &LocalFiles::localWorkingDirChanged, this, &Workspace::saveSoon);
     connect(&state.link(), &DeviceLink::connected, this, &Workspace::offerBoardDocuments);
     connect(&state.link(), &DeviceLink::ended, this, [this] {
         m_ofThisBoard.clear();
@@ -122,7 +122,7 @@ QCoro::Task<void> Workspace::restore()
             co_return;
     }
     m_isReady = true;
-    note();
+    saveSoon();
     emit changed();
     if (m_state.link().connectionState().isConnected())
         offerBoardDocuments();
@@ -199,7 +199,7 @@ WorkspaceFile::Document Workspace::describe(const EditorFile &file) const
 
 WorkspaceFile Workspace::snapshot()
 {
-    m_collect();
+    m_writeViewState();
     WorkspaceFile file;
     const OpenFiles &documents = m_state.documents();
     for (const EditorFile *open : documents.openFiles()) {
@@ -233,13 +233,13 @@ void Workspace::save()
     const auto task = m_writer.run(write);
 }
 
-void Workspace::note()
+void Workspace::saveSoon()
 {
     if (m_isReady && !m_saveDelay.isActive())
         m_saveDelay.start();
 }
 
-void Workspace::noteFiles()
+void Workspace::updateRecent()
 {
     bool hasNew = false;
     for (const EditorFile *file : m_state.documents().openFiles()) {
@@ -258,7 +258,7 @@ void Workspace::noteFiles()
     };
     m_boardDocuments.removeIf(isOpen);
     hasNew = m_ofThisBoard.removeIf(isOpen) > 0 || hasNew;
-    note();
+    saveSoon();
     if (hasNew)
         emit changed();
 }
@@ -267,7 +267,7 @@ void Workspace::clearRecent()
 {
     m_recentFiles.clear();
     m_recentFolders.clear();
-    note();
+    saveSoon();
     emit changed();
 }
 
@@ -276,7 +276,7 @@ void Workspace::keepClosing(const QUuid &id)
     const EditorFile *file = m_state.documents().file(id);
     if (!file || file->isUntouched())
         return;
-    m_collect();
+    m_writeViewState();
     Closed closed{file->name(), describe(*file), {}, file->savedText()};
     if (file->isModified() || file->place().kind == DocumentPlace::Kind::None)
         closed.text = file->text();
@@ -373,7 +373,7 @@ QCoro::Task<void> Workspace::openBoardDocuments()
             && !files.deviceNode(node.path);
         if (isDeleted && m_ofThisBoard.removeAll(document) > 0) {
             m_boardDocuments.removeAll(document);
-            note();
+            saveSoon();
             emit changed();
         }
     }

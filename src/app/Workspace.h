@@ -34,9 +34,9 @@ public:
     /// Waits, at most for two seconds, until the writes that save() began have ended.
     ~Workspace() override;
 
-    /// Called before the caret and the scroll position of the shown document are needed, to have
-    /// them written into EditorFile::viewState.
-    void setCollector(std::function<void()> collect) { m_collect = std::move(collect); }
+    /// \p write stores caret and scroll position of the shown document in EditorFile::viewState. It
+    /// is called before they are read.
+    void setViewStateWriter(std::function<void()> write) { m_writeViewState = std::move(write); }
 
     /// Reads the state file, once, and opens what the preference says. Files that can't be read are
     /// named in one line of the Shell. The first, empty document is closed when there are others.
@@ -80,14 +80,14 @@ private:
     [[nodiscard]] QCoro::Task<std::optional<Read>> read(QString path);
     [[nodiscard]] QCoro::Task<bool> openDocuments(QList<WorkspaceFile::Document> documents,
                                                   int selected, QUuid first);
-    void note();
-    void noteFiles();
+    void saveSoon();
+    void updateRecent();
     void keepClosing(const QUuid &id);
     QCoro::Task<void> offerBoardDocuments();
 
     AppState &m_state;
     const QString m_path;
-    std::function<void()> m_collect = [] {};
+    std::function<void()> m_writeViewState = [] {};
     bool m_isReady = false;
     QByteArray m_written;
     QTimer m_saveDelay;
@@ -98,7 +98,7 @@ private:
     /// Documents of boards that were open and have not been opened again.
     QList<WorkspaceFile::Document> m_boardDocuments;
     QList<WorkspaceFile::Document> m_ofThisBoard;
-    Background m_background;
+    Background m_background{16, std::chrono::milliseconds(0)}; // only reads
     Background m_writer{1};
     Lifetime m_life;
 };

@@ -54,7 +54,13 @@ DocumentWriter::DocumentWriter(DocumentStore &localStore, DocumentStore &boardSt
 {
 }
 
-DocumentWriter::~DocumentWriter() = default;
+DocumentWriter::~DocumentWriter()
+{
+    for (const std::shared_ptr<Queue> &queue : std::as_const(m_queues)) {
+        if (queue->waiting)
+            queue->waiting->done.close();
+    }
+}
 
 Async<DocumentWriter::Outcome> DocumentWriter::write(QPointer<EditorFile> file, DocumentPlace place,
                                                      Check check)
@@ -184,12 +190,6 @@ bool DocumentWriter::isWriting(const DocumentPlace &place) const
                        [&](const auto &queue) { return queue->place.isSameFile(place); });
 }
 
-bool DocumentWriter::isWritingWithin(const DocumentPlace &place) const
-{
-    return std::any_of(m_queues.cbegin(), m_queues.cend(),
-                       [&](const auto &queue) { return queue->place.isWithin(place); });
-}
-
 QCoro::Task<void> DocumentWriter::finished()
 {
     if (!isWriting())
@@ -200,6 +200,18 @@ QCoro::Task<void> DocumentWriter::finished()
     static_cast<void>(co_await waiter.wait());
     if (life)
         m_finishedWaiters.erase(position);
+}
+
+QCoro::Task<void> DocumentWriter::finishedWithin(QList<DocumentPlace> places)
+{
+    const auto life = m_life.watch();
+    const auto isWithin = [&places](const std::shared_ptr<Queue> &queue) {
+        return std::any_of(places.cbegin(), places.cend(), [&queue](const DocumentPlace &place) {
+            return queue->place.isWithin(place);
+        });
+    };
+    while (life && std::any_of(m_queues.cbegin(), m_queues.cend(), isWithin))
+        co_await finished();
 }
 
 DocumentStore &DocumentWriter::storeOf(const DocumentPlace &place)

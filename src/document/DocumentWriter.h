@@ -46,11 +46,12 @@ public:
 
     [[nodiscard]] bool isWriting() const { return !m_queues.empty(); }
     [[nodiscard]] bool isWriting(const DocumentPlace &place) const;
-    /// Whether a file in the folder \p place, or that file, is being written.
-    [[nodiscard]] bool isWritingWithin(const DocumentPlace &place) const;
     /// Ends when no write is in progress or queued, or when this is destroyed. Another write may
     /// have begun when the caller is resumed.
     [[nodiscard]] QCoro::Task<void> finished();
+    /// Ends when none of the files \p places, and no file in a folder among them, is being written
+    /// or queued, or when this is destroyed.
+    [[nodiscard]] QCoro::Task<void> finishedWithin(QList<DocumentPlace> places);
 
 private:
     struct Job;

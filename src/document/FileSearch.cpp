@@ -51,7 +51,8 @@ struct FileSearch::Step
 
     [[nodiscard]] bool isDone() const
     {
-        return outcome.isCut || !outcome.error.isEmpty() || (folders.isEmpty() && files.isEmpty());
+        return outcome.hasReachedLimit || !outcome.error.isEmpty()
+            || (folders.isEmpty() && files.isEmpty());
     }
     void listNextFolder();
     void searchNextFile();
@@ -91,7 +92,7 @@ void FileSearch::Step::searchNextFile()
     }
     if (hitCount + places->size() >= maxHits) {
         places->resize(maxHits - hitCount);
-        outcome.isCut = true;
+        outcome.hasReachedLimit = true;
     }
     hitCount += static_cast<int>(places->size());
     hits << *places;

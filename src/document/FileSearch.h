@@ -36,8 +36,8 @@ public:
     };
     struct Outcome
     {
-        int files = 0;      // that were visited, also those left out as not text or too large
-        bool isCut = false; // ended at maxHits
+        int files = 0; // that were visited, also those left out as not text or too large
+        bool hasReachedLimit = false; // ended at maxHits
         bool isCanceled = false;
         QString error; // of the regular expression; empty without one
     };

@@ -65,9 +65,8 @@ void FileWatch::handleFileChanged(const QString &path)
     m_settleTimer.start();
 }
 
-QCoro::Task<void> FileWatch::checkChanged()
+void FileWatch::checkChanged()
 {
-    const auto life = m_life.watch();
     const QSet<QString> paths = std::exchange(m_changedPaths, {});
     followDocuments(); // a file that was replaced by a rename is no longer watched
     QList<QUuid> ids;
@@ -75,24 +74,17 @@ QCoro::Task<void> FileWatch::checkChanged()
         if (paths.contains(file->place().canonicalPath))
             ids << file->id();
     }
-    for (const QUuid &id : std::as_const(ids)) {
-        co_await check(id);
-        if (!life)
-            co_return;
-    }
+    for (const QUuid &id : std::as_const(ids))
+        check(id);
 }
 
-QCoro::Task<void> FileWatch::check()
+void FileWatch::check()
 {
-    const auto life = m_life.watch();
     QList<QUuid> ids;
     for (const EditorFile *file : m_documents.openFiles())
         ids << file->id();
-    for (const QUuid &id : std::as_const(ids)) {
-        co_await check(id);
-        if (!life)
-            co_return;
-    }
+    for (const QUuid &id : std::as_const(ids))
+        check(id);
 }
 
 QCoro::Task<void> FileWatch::check(QUuid id)
@@ -111,26 +103,39 @@ QCoro::Task<void> FileWatch::checkOnBoard(QUuid id)
 
 QCoro::Task<void> FileWatch::compare(QUuid id)
 {
+    if (const auto running = m_comparisons.find(id); running != m_comparisons.end()) {
+        *running = Repetition::Needed; // the file may have changed since it was read
+        co_return;
+    }
     const auto life = m_life.watch();
-    const auto held = co_await read(id);
-    if (!life || !held)
-        co_return;
-    EditorFile *file = m_documents.file(id);
-    if (!file->savedText()) // recovered; compared when it is saved
-        co_return;
-    if (!held->has_value()) {
-        file->setFileChange(EditorFile::FileChange::Deleted);
-        co_return;
+    do {
+        m_comparisons[id] = Repetition::None;
+        const auto held = co_await read(id);
+        if (!life)
+            co_return;
+        if (held)
+            showDifference(*m_documents.file(id), *held);
+    } while (m_comparisons.value(id) == Repetition::Needed);
+    m_comparisons.remove(id);
+}
+
+void FileWatch::showDifference(EditorFile &file, const std::optional<QByteArray> &held)
+{
+    if (!file.savedText()) // recovered; compared when it is saved
+        return;
+    if (!held) {
+        file.setFileChange(EditorFile::FileChange::Deleted);
+        return;
     }
-    if (**held == file->savedText()->fileText().toUtf8()) {
-        file->setFileChange(EditorFile::FileChange::None);
-        co_return;
+    if (*held == file.savedText()->fileText().toUtf8()) {
+        file.setFileChange(EditorFile::FileChange::None);
+        return;
     }
-    const auto text = Utf8::decodeStrict(**held);
-    if (text && !file->isModified())
-        file->reload(DocumentText::fromFile(*text));
+    const auto text = Utf8::decodeStrict(*held);
+    if (text && !file.isModified())
+        file.reload(DocumentText::fromFile(*text));
     else
-        file->setFileChange(EditorFile::FileChange::Changed);
+        file.setFileChange(EditorFile::FileChange::Changed);
 }
 
 Async<void> FileWatch::reload(QUuid id)

@@ -4,6 +4,7 @@
 #include "document/DocumentStore.h"
 
 #include <QCoro/QCoroTask>
+#include <QHash>
 #include <QObject>
 #include <QSet>
 #include <QTimer>
@@ -16,6 +17,7 @@ class QFileSystemWatcher;
 namespace Korvane {
 
 class DocumentWriter;
+class EditorFile;
 class OpenFiles;
 
 /// Compares the files of open documents with what the documents last read or wrote there. An
@@ -33,11 +35,10 @@ public:
               DocumentStore &boardStore);
     ~FileWatch() override;
 
-    /// Compares all local documents now. Called when the window is activated. The task may be
-    /// dropped.
-    QCoro::Task<void> check();
-    /// Compares one document; does nothing for one that is not local or is being written.
-    /// The task may be dropped.
+    /// Starts to compare all local documents. Called when the window is activated.
+    void check();
+    /// Compares one document; does nothing for one that is not local or is being written. One that
+    /// is being compared is compared again when that has ended. The task may be dropped.
     QCoro::Task<void> check(QUuid id);
     /// The same for a document of a board; does nothing when that board does not answer. The
     /// task may be dropped.
@@ -55,8 +56,10 @@ private:
     /// Watches the files of the open documents, and no others.
     void followDocuments();
     void handleFileChanged(const QString &path);
-    QCoro::Task<void> checkChanged();
+    void checkChanged();
     QCoro::Task<void> compare(QUuid id);
+    /// Reloads or marks \p file, whose file holds \p held now, or does not exist.
+    static void showDifference(EditorFile &file, const std::optional<QByteArray> &held);
     /// What the document's file holds now; `Closed` when the document was saved, moved or closed
     /// while the file was read, or belongs to no file.
     [[nodiscard]] Async<std::optional<QByteArray>> read(QUuid id);
@@ -67,6 +70,10 @@ private:
     DocumentStore &m_boardStore;
     /// Made with the first local document.
     std::unique_ptr<QFileSystemWatcher> m_watcher;
+    enum class Repetition { None, Needed };
+    /// Documents that are being compared: a file on a network that does not answer occupies one
+    /// thread only.
+    QHash<QUuid, Repetition> m_comparisons;
     /// Paths reported since the last check.
     QSet<QString> m_changedPaths;
     /// Runs until a program that writes a file in several steps is likely to be done.

@@ -27,8 +27,8 @@ class LineMarks final
 public:
     /// Whether a mark moves with the characters of its line, or with the line end above it.
     enum class Belongs { ToText, ToLineEnd };
-    /// Marks that an edit sets itself: of the lines from `firstLine` to `lastLine`, or of the whole
-    /// text, `lines` are marked after it and no others.
+    /// The marks after an edit that sets marks itself: in the lines from `firstLine` to `lastLine`,
+    /// or in the whole text with `isWholeText`, exactly `lines` are marked.
     struct Inserted
     {
         int firstLine = 0;
@@ -46,8 +46,9 @@ public:
     /// Sets the mark of \p line or removes it.
     void toggle(int line);
     void clear();
-    /// Moves the marks of the lines from \p first to \p last by \p by, 1 or -1, and the mark of the
-    /// line beyond to the place that is free then. For lines that one edit has moved already.
+    /// Moves the marks of the lines from \p first to \p last by \p by lines, 1 or -1; the mark of
+    /// the line that they pass moves to their other side. Called after the edit that moved the
+    /// lines.
     void moveLines(int first, int last, int by);
     /// Moves the marks after an edit that brought the text into the state \p undoSteps of its undo
     /// history; \p isHistory when it was undone or redone. Returns whether a mark has moved.

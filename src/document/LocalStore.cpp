@@ -17,7 +17,7 @@ Async<std::optional<QByteArray>> LocalStore::read(DocumentPlace place)
             return bytes.error();
         return std::optional(*std::move(bytes));
     };
-    const auto held = co_await m_background.run(work);
+    const auto held = co_await m_reads.run(work);
     if (!held)
         co_return Error{ErrorCode::Closed, {}};
     co_return *held;
@@ -30,7 +30,7 @@ Async<void> LocalStore::write(DocumentPlace place, QString text, QString)
             return Error{ErrorCode::NotText, QStringLiteral("The text cannot be written as UTF-8")};
         return LocalFile::writeAtomically(path, text.toUtf8());
     };
-    const auto written = co_await m_background.run(work);
+    const auto written = co_await m_writes.run(work);
     if (!written)
         co_return Error{ErrorCode::Closed, {}};
     if (*written)

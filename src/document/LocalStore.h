@@ -13,7 +13,10 @@ public:
     [[nodiscard]] Async<void> write(DocumentPlace place, QString text, QString name) override;
 
 private:
-    Background m_background;
+    /// Writing is not delayed by files that cannot be read, for example on a network that does not
+    /// answer.
+    Background m_reads;
+    Background m_writes;
 };
 
 } // namespace Korvane

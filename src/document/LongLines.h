@@ -24,7 +24,8 @@ public:
     /// noncharacter as the border of a frame.
     static constexpr QChar pieceEnd{0xFDD0};
 
-    /// Where a text is inserted: how many characters of its first and last line are there already.
+    /// Where a text is inserted: the shown line, and how many characters of that line are before
+    /// and after the place.
     struct Place
     {
         int line = 1;

@@ -73,10 +73,10 @@ constexpr std::array<Beginning, firstBeyondAscii> beginnings = [] {
 
 /// Colors one text. The first pass reads each character once, colors words and numbers, and records
 /// where the other passes may match.
-class Run final
+class ColoringPasses final
 {
 public:
-    Run(QStringView text, std::vector<PythonToken> &tokens)
+    ColoringPasses(QStringView text, std::vector<PythonToken> &tokens)
         : m_text(text)
         , m_tokens(tokens)
     {
@@ -129,7 +129,7 @@ private:
     Failure m_apostrophe;
 };
 
-void Run::color()
+void ColoringPasses::color()
 {
     qsizetype i = 0;
     while (i < m_text.size()) {
@@ -168,7 +168,7 @@ void Run::color()
 }
 
 /// Colors the number at \p start, if one begins there; returns the position to continue at.
-qsizetype Run::number(qsizetype start)
+qsizetype ColoringPasses::number(qsizetype start)
 {
     qsizetype end = start;
     if (!WordCharacters::isWordBefore(m_text, start))
@@ -184,7 +184,7 @@ qsizetype Run::number(qsizetype start)
 /// The end of the longest number at \p start that ends at the edge of a word: with an exponent,
 /// with a fraction, or the integer. Part of a run of digits never ends at the edge of a word, so
 /// other lengths are not tested.
-qsizetype Run::decimalEnd(qsizetype start) const
+qsizetype ColoringPasses::decimalEnd(qsizetype start) const
 {
     const qsizetype integer = WordCharacters::skipDigits(m_text, start);
     qsizetype fraction = integer;
@@ -208,7 +208,7 @@ qsizetype Run::decimalEnd(qsizetype start) const
     return start;
 }
 
-qsizetype Run::hexadecimalEnd(qsizetype start) const
+qsizetype ColoringPasses::hexadecimalEnd(qsizetype start) const
 {
     if (!isAt(start, u'0') || !isAt(start + 1, u'x'))
         return start;
@@ -223,7 +223,7 @@ qsizetype Run::hexadecimalEnd(qsizetype start) const
 }
 
 /// Colors the ASCII part, up to a number within it, of the word at \p start; returns its end.
-qsizetype Run::word(qsizetype start)
+qsizetype ColoringPasses::word(qsizetype start)
 {
     qsizetype end = start + 1;
     while (end < m_text.size()) {
@@ -249,7 +249,7 @@ qsizetype Run::word(qsizetype start)
     return end;
 }
 
-void Run::comments()
+void ColoringPasses::comments()
 {
     qsizetype end = 0;
     for (const qsizetype start : m_hashes) {
@@ -262,7 +262,7 @@ void Run::comments()
     }
 }
 
-void Run::strings()
+void ColoringPasses::strings()
 {
     qsizetype end = 0;
     for (const qsizetype start : m_quotes) {
@@ -274,7 +274,7 @@ void Run::strings()
 }
 
 /// The end of the string that starts at \p start, or \p start when none does.
-qsizetype Run::stringEnd(qsizetype start)
+qsizetype ColoringPasses::stringEnd(qsizetype start)
 {
     const char16_t quote = m_text[start].unicode();
     Failure &failure = quote == u'"' ? m_quote : m_apostrophe;
@@ -309,7 +309,7 @@ qsizetype Run::stringEnd(qsizetype start)
     return start;
 }
 
-void Run::decorators()
+void ColoringPasses::decorators()
 {
     for (const qsizetype start : m_ats) {
         const qsizetype end = WordCharacters::skipWord(m_text, start + 1);
@@ -319,7 +319,7 @@ void Run::decorators()
 }
 
 /// Colors the names that follow the words at \p starts.
-void Run::names(const Positions &starts, qsizetype wordLength, PythonToken token)
+void ColoringPasses::names(const Positions &starts, qsizetype wordLength, PythonToken token)
 {
     qsizetype end = 0;
     for (const qsizetype start : starts) {
@@ -340,7 +340,7 @@ void Run::names(const Positions &starts, qsizetype wordLength, PythonToken token
 void PythonColoring::color(QStringView text, std::vector<PythonToken> &tokens)
 {
     tokens.assign(static_cast<size_t>(text.size()), PythonToken::Plain);
-    Run(text, tokens).color();
+    ColoringPasses(text, tokens).color();
 }
 
 Theme::Role PythonColoring::role(PythonToken token)

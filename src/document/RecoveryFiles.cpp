@@ -1,5 +1,6 @@
 #include "document/RecoveryFiles.h"
 
+#include "base/DisplayPath.h"
 #include "base/ShellSink.h"
 #include "base/StateFolder.h"
 #include "document/OpenFiles.h"
@@ -315,8 +316,8 @@ QCoro::Task<void> RecoveryFiles::open(Leftover leftover)
     forget({leftover.file});
     const auto &copy = *result;
     if (!copy) {
-        m_shell.appendError(
-            QStringLiteral("Cannot open %1: it is not there any more.").arg(leftover.name));
+        m_shell.appendError(QStringLiteral("Cannot open %1: %2 is missing or damaged.")
+                                .arg(leftover.name, displayPath(leftover.file)));
         co_return;
     }
     EditorFile *open = m_documents.fileAt(copy->place);
@@ -336,13 +337,18 @@ QCoro::Task<void> RecoveryFiles::discard(QList<Leftover> leftovers)
     for (const Leftover &leftover : leftovers)
         files << leftover.file;
     forget(files);
-    const std::function<bool()> remove = [files] {
-        bool areAllRemoved = true;
-        for (const QString &file : files)
-            areAllRemoved = QFile::remove(file) && areAllRemoved;
-        return areAllRemoved;
+    const auto life = m_life.watch();
+    const std::function<QStringList()> remove = [files] {
+        QStringList left = files;
+        left.removeIf(
+            [](const QString &file) { return QFile::remove(file) || !QFile::exists(file); });
+        return left;
     };
-    co_await m_writer.run(remove);
+    const auto left = co_await m_writer.run(remove);
+    if (!life || !left)
+        co_return;
+    for (const QString &file : *left)
+        m_shell.appendError(QStringLiteral("Could not delete %1.").arg(displayPath(file)));
 }
 
 void RecoveryFiles::forget(const QStringList &files)

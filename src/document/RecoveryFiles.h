@@ -74,7 +74,7 @@ public:
     /// file is already open without edits, its document gets the text as an edit; if it has edits,
     /// the text becomes a document that is not saved anywhere. The task may be dropped.
     QCoro::Task<void> open(Leftover leftover);
-    /// Deletes the recovery files. The task may be dropped.
+    /// Deletes the recovery files; a failure is reported in the Shell. The task may be dropped.
     QCoro::Task<void> discard(QList<Leftover> leftovers);
     /// Writes what is pending now, and removes the recovery files of documents that are saved or
     /// closed. Ends when all of that, and what was being written before, is on the disk; a failure
@@ -108,11 +108,11 @@ private:
     const std::shared_ptr<QLockFile> m_lock;
     QTimer m_writeDelay;
     QSet<QUuid> m_changed;
-    /// Whose last write has failed.
+    /// Documents whose last write has failed.
     QSet<QUuid> m_unwritten;
     /// Documents that have a recovery file, with the leftovers that it replaces.
     QHash<QUuid, QStringList> m_kept;
-    /// Of documents that were closed, to be written next.
+    /// Recovery files of closed documents, to be written next.
     QList<Change> m_closed;
     int m_runningWrites = 0;
     bool m_isKeeping = true;

@@ -30,7 +30,7 @@ CodeEditorView::CodeEditorView(QWidget *parent)
     setObjectName(QStringLiteral("editor"));
     setFrameShape(QFrame::NoFrame);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    setFont(codeFont());
+    setFont(defaultFont());
     setInputMethodHints(Qt::ImhMultiLine | Qt::ImhNoAutoUppercase | Qt::ImhNoPredictiveText);
 
     m_scrollBarSpacer = new QWidget;
@@ -54,7 +54,7 @@ CodeEditorView::CodeEditorView(QWidget *parent)
     present(*m_noFile);
 }
 
-const QFont &CodeEditorView::codeFont()
+const QFont &CodeEditorView::defaultFont()
 {
     static const QFont font = [] {
         QFont fixed = Theme::monospacedFont();

@@ -37,8 +37,9 @@ public:
 
     explicit CodeEditorView(QWidget *parent = nullptr);
 
-    /// The font of code unless another is chosen: the desktop's monospaced one.
-    [[nodiscard]] static const QFont &codeFont();
+    /// The font of code unless another is chosen: Theme::monospacedFont() in
+    /// Theme::monospacedSize pixels.
+    [[nodiscard]] static const QFont &defaultFont();
 
     /// Shows \p file, or an empty document when it is null. Caret and scroll position of a document
     /// that was shown before are restored; in one whose caret was never placed, the caret gets the

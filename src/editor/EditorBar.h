@@ -22,7 +22,7 @@ public:
 
     /// Puts the focus into the field and selects what is there.
     void takeFocus();
-    /// The height that the bar needs in \p width, in pixels.
+    /// Arranges the bar for \p width and returns the height that it then needs, both in pixels.
     [[nodiscard]] virtual int fitTo(int width);
 
 signals:

@@ -43,12 +43,12 @@ void EditorMarks::updateMarks()
 void EditorMarks::findBrackets()
 {
     const QTextCursor caret = m_view.textCursor();
-    const Place place{m_view.document(), m_view.document()->revision(),
-                      caret.hasSelection() ? -1 : caret.position()};
+    const SearchState place{m_view.document(), m_view.document()->revision(),
+                            caret.hasSelection() ? -1 : caret.position()};
     // A key press changes the text and moves the caret; the text is scanned once for both signals.
-    if (place == m_searched)
+    if (place == m_searchState)
         return;
-    m_searched = place;
+    m_searchState = place;
     updateBrackets();
     m_brackets = place.caret < 0 ? std::nullopt : bracketAt(m_view.text(), place.caret);
     updateBrackets();

@@ -28,14 +28,14 @@ public:
     void paint(const QPaintEvent &event) const;
 
 private:
-    /// A caret in one state of a text.
-    struct Place
+    /// The text and the caret for which m_brackets was determined.
+    struct SearchState
     {
         const QTextDocument *document = nullptr; // to compare only
         int revision = 0;
         int caret = -1; // -1 while something is selected
 
-        bool operator==(const Place &) const = default;
+        bool operator==(const SearchState &) const = default;
     };
 
     void updateMarks();
@@ -47,7 +47,7 @@ private:
 
     CodeEditorView &m_view;
     std::optional<BracketPair> m_brackets;
-    Place m_searched; // for brackets
+    SearchState m_searchState;
     int m_line = 1;
     int m_lineLength = 0;
 };

@@ -34,12 +34,12 @@ EditorSearch::EditorSearch(CodeEditorView &view)
         refresh();
         if (!m_isReplacedShown)
             showCount();
-        showFound();
+        showMatches();
     });
     connect(&view, &CodeEditorView::barChanged, this, [this] {
         if (!isOpen())
             forgetScope();
-        showFound();
+        showMatches();
     });
     connect(&view, &CodeEditorView::contentShown, this, [this] {
         m_isStale = true;
@@ -54,8 +54,8 @@ EditorSearch::EditorSearch(CodeEditorView &view)
         showCount();
     });
     const QScrollBar *scrolling = view.verticalScrollBar();
-    connect(scrolling, &QScrollBar::valueChanged, this, &EditorSearch::showFound);
-    connect(scrolling, &QScrollBar::rangeChanged, this, &EditorSearch::showFound);
+    connect(scrolling, &QScrollBar::valueChanged, this, &EditorSearch::showMatches);
+    connect(scrolling, &QScrollBar::rangeChanged, this, &EditorSearch::showMatches);
 }
 
 FindBar &EditorSearch::bar()
@@ -122,11 +122,11 @@ void EditorSearch::find(Direction direction)
     if (m_search.query.isEmpty()) {
         open();
     } else if (!m_found.empty() && direction == Direction::Forward) {
-        const auto place = firstFrom(selection.selectionEnd());
-        select(place == m_found.cend() ? m_found.front() : *place);
+        const auto match = firstFrom(selection.selectionEnd());
+        select(match == m_found.cend() ? m_found.front() : *match);
     } else if (!m_found.empty()) {
-        const auto place = firstFrom(selection.selectionStart());
-        select(place == m_found.cbegin() ? m_found.back() : *std::prev(place));
+        const auto match = firstFrom(selection.selectionStart());
+        select(match == m_found.cbegin() ? m_found.back() : *std::prev(match));
     }
     showCount();
 }
@@ -136,8 +136,8 @@ void EditorSearch::replace()
     refresh();
     const TextSelection selected{m_view.textCursor().selectionStart(),
                                  m_view.textCursor().selectionEnd()};
-    const auto place = firstFrom(selected.start());
-    if (place == m_found.cend() || !isSelected(*place)) {
+    const auto match = firstFrom(selected.start());
+    if (match == m_found.cend() || !isSelected(*match)) {
         findNext();
         return;
     }
@@ -208,18 +208,18 @@ void EditorSearch::searchFromOrigin()
     if (m_found.empty()) {
         m_view.select(std::min(origin, static_cast<int>(m_view.text().size())), 0);
     } else {
-        const auto place = firstFrom(origin);
-        select(place == m_found.cend() ? m_found.front() : *place);
+        const auto match = firstFrom(origin);
+        select(match == m_found.cend() ? m_found.front() : *match);
     }
     showCount();
-    showFound();
+    showMatches();
 }
 
 void EditorSearch::searchAgain()
 {
     refresh();
     showCount();
-    showFound();
+    showMatches();
 }
 
 void EditorSearch::refresh()
@@ -230,25 +230,25 @@ void EditorSearch::refresh()
     m_search = search;
     auto found = m_search.find(m_view.textWithPieceEnds());
     m_error = found ? QString() : found.error().message;
-    m_found = found ? std::move(*found) : Places();
+    m_found = found ? std::move(*found) : Matches();
     const TextSelection range = scope();
-    std::erase_if(m_found, [&](const TextSearch::Match &place) {
-        return place.position < range.start() || place.position + place.length > range.end();
+    std::erase_if(m_found, [&](const TextSearch::Match &match) {
+        return match.position < range.start() || match.position + match.length > range.end();
     });
     m_isStale = false;
     m_recountDelay.stop();
 }
 
-void EditorSearch::select(const TextSearch::Match &place)
+void EditorSearch::select(const TextSearch::Match &match)
 {
-    m_view.select(place.position, place.length);
+    m_view.select(match.position, match.length);
 }
 
-bool EditorSearch::isSelected(const TextSearch::Match &place) const
+bool EditorSearch::isSelected(const TextSearch::Match &match) const
 {
     const QTextCursor selection = m_view.textCursor();
-    return place.position == selection.selectionStart()
-        && place.position + place.length == selection.selectionEnd();
+    return match.position == selection.selectionStart()
+        && match.position + match.length == selection.selectionEnd();
 }
 
 void EditorSearch::showCount()
@@ -260,14 +260,14 @@ void EditorSearch::showCount()
         m_bar->showError(m_error);
         return;
     }
-    const auto place = firstFrom(m_view.textCursor().selectionStart());
-    const bool isCurrent = place != m_found.cend() && isSelected(*place);
-    m_bar->showCount(isCurrent ? place - m_found.cbegin() + 1 : 0,
+    const auto match = firstFrom(m_view.textCursor().selectionStart());
+    const bool isCurrent = match != m_found.cend() && isSelected(*match);
+    m_bar->showCount(isCurrent ? match - m_found.cbegin() + 1 : 0,
                      static_cast<qsizetype>(m_found.size()));
 }
 
 /// Marks the matches that are in view with a background color.
-void EditorSearch::showFound()
+void EditorSearch::showMatches()
 {
     QList<QTextEdit::ExtraSelection> shown;
     if (isOpen() && !m_isStale) {
@@ -276,14 +276,14 @@ void EditorSearch::showFound()
         format.setBackground(Theme::of(m_view.palette()).color(Theme::Role::FoundText));
         // In the middle of an edit the text may be shorter than it was.
         const int last = m_view.document()->characterCount() - 1;
-        for (auto place = firstFrom(start);
-             place != m_found.cend() && place->position <= end && shown.size() < mostShown;
-             ++place) {
-            if (place->position + place->length > last)
+        for (auto match = firstFrom(start);
+             match != m_found.cend() && match->position <= end && shown.size() < mostShown;
+             ++match) {
+            if (match->position + match->length > last)
                 break;
             QTextCursor cursor(m_view.document());
-            cursor.setPosition(place->position);
-            cursor.setPosition(place->position + place->length, QTextCursor::KeepAnchor);
+            cursor.setPosition(match->position);
+            cursor.setPosition(match->position + match->length, QTextCursor::KeepAnchor);
             shown.append({cursor, format});
         }
     }
@@ -291,11 +291,11 @@ void EditorSearch::showFound()
         m_view.setExtraSelections(shown);
 }
 
-EditorSearch::Places::const_iterator EditorSearch::firstFrom(int position) const
+EditorSearch::Matches::const_iterator EditorSearch::firstFrom(int position) const
 {
     return std::lower_bound(
         m_found.cbegin(), m_found.cend(), position,
-        [](const TextSearch::Match &place, int wanted) { return place.position < wanted; });
+        [](const TextSearch::Match &match, int wanted) { return match.position < wanted; });
 }
 
 } // namespace Korvane

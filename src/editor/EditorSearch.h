@@ -35,7 +35,7 @@ public:
 
 private:
     enum class Direction { Forward, Backward };
-    using Places = std::vector<TextSearch::Match>;
+    using Matches = std::vector<TextSearch::Match>;
 
     /// Created by the first call: at start-up its field would load a font that nothing else uses.
     [[nodiscard]] FindBar &bar();
@@ -50,18 +50,18 @@ private:
     void replace();
     void replaceAll();
     bool replaceIn(const TextSelection &range);
-    void select(const TextSearch::Match &place);
-    [[nodiscard]] bool isSelected(const TextSearch::Match &place) const;
+    void select(const TextSearch::Match &match);
+    [[nodiscard]] bool isSelected(const TextSearch::Match &match) const;
     void showCount();
-    void showFound();
+    void showMatches();
     void find(Direction direction);
-    [[nodiscard]] Places::const_iterator firstFrom(int position) const;
+    [[nodiscard]] Matches::const_iterator firstFrom(int position) const;
 
     CodeEditorView &m_view;
     FindBar *m_bar = nullptr; // created by bar()
     QTimer m_recountDelay;
     TextSearch m_search;
-    Places m_found;
+    Matches m_found;
     QString m_error; // of the search; empty without one
     /// Around the text that is searched; null for all of it.
     QTextCursor m_scopeStart;
@@ -70,7 +70,7 @@ private:
     /// Where the caret was when the user began to type: each change of the query searches from it.
     int m_origin = 0;
     bool m_isSelecting = false;
-    bool m_isReplacedShown = false; // in place of the count
+    bool m_isReplacedShown = false; // in match of the count
 };
 
 } // namespace Korvane

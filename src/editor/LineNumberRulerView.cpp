@@ -75,7 +75,7 @@ int LineNumberRulerView::thickness() const
     const int lineCount = m_textView->lineCount();
     // Without measuring text, which would load the font at the start.
     const bool isStandard =
-        m_textView->font().pixelSize() <= CodeEditorView::codeFont().pixelSize();
+        m_textView->font().pixelSize() <= CodeEditorView::defaultFont().pixelSize();
     if (lineCount < 100 && isStandard)
         return standardThickness;
     constexpr qreal gap = 3;

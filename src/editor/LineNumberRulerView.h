@@ -35,7 +35,6 @@ public:
     void setActiveBreakpoints(const QSet<int> &lines);
     void setPausedLine(std::optional<int> line);
 
-    [[nodiscard]] std::optional<int> pausedLine() const { return m_pausedLine; }
     /// The required width. From 100 lines on it is more than the standard: numbers of three digits
     /// would touch the dots.
     [[nodiscard]] int thickness() const;

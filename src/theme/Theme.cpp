@@ -209,8 +209,8 @@ QFont Theme::monospacedFont()
     QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     font.setFamily(DesktopFonts::installedFamily(font.family()));
     font.setStyleHint(QFont::Monospace); // for a desktop font that is not installed
-    // One size for code and output: each further one would have to be loaded before the window is
-    // shown.
+    // In pixels, as the preferences are. With a desktop font of up to 13 pixels, code and output
+    // have the same font, and only one is loaded before the window is shown.
     const qreal points = std::max(font.pointSizeF(), 0.0);
     const qreal dotsPerInch = QGuiApplication::primaryScreen()->logicalDotsPerInchY();
     font.setPixelSize(

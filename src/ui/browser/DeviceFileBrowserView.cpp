@@ -69,7 +69,7 @@ DeviceFileBrowserView::DeviceFileBrowserView(AppState &state, QWidget *parent)
             &DeviceFileBrowserView::requestSpace);
     connect(&state.boardSpace(), &BoardSpace::changed, this, &DeviceFileBrowserView::showSpace);
     connect(&state.boardFileActions(), &BoardFileActions::entryPlaced, this,
-            [this](const QString &path) { list().chooseEntry(path); });
+            [this](const QString &path) { list().selectEntry(path); });
     for (auto changed :
          {&DeviceFiles::deviceFileNodesChanged, &DeviceFiles::deviceWorkingDirChanged})
         connect(&files, changed, this, &BrowserPane::abilitiesChanged);

@@ -68,16 +68,15 @@ FileBrowserView::FileBrowserView(AppState &state, QWidget *parent)
             [this] { m_state.localFiles().reload(); });
     LocalFileActions &actions = state.localFileActions();
     connect(&actions, &LocalFileActions::entryPlaced, this,
-            [this](const QString &path) { list().chooseEntry(path); });
+            [this](const QString &path) { list().selectEntry(path); });
     connect(&actions, &LocalFileActions::fileCreated, this,
             [this](const QString &path) { openLocalFiles(m_state, {{path}}); });
     connect(&files, &LocalFiles::localWorkingDirChanged, this, [this] {
         list().cancelEditing(); // the entry is in the previous folder
         showFolder();
-        if (isVisible()) // otherwise it is listed when the pane is shown
+        list().clearSelection(); // commands would act on entries of the previous folder
+        if (isVisible())         // otherwise it is listed when the pane is shown
             load();
-        else // commands would act on entries of the previous folder
-            list().clearSelection();
         emit abilitiesChanged(); // their texts name the folder
     });
     connect(&files, &LocalFiles::localFilesVersionChanged, this, [this] {

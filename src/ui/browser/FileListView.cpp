@@ -17,6 +17,7 @@
 #include <QPainter>
 #include <QPointer>
 #include <QScrollBar>
+#include <QSet>
 #include <QToolTip>
 
 #include <algorithm>
@@ -47,8 +48,8 @@ void FileListView::showRows(QList<FileListModel::Row> rows, const QString &folde
     const bool isSameFolder = folder == m_folder;
     const QModelIndex current = currentIndex();
     if (current.isValid() || !isSameFolder) {
-        m_chosenName = current.isValid() ? m_model->rows().at(current.row()).name : QString();
-        m_chosenRow = current.row();
+        m_currentName = current.isValid() ? m_model->rows().at(current.row()).name : QString();
+        m_currentRow = current.row();
     }
     QSet<QString> selected;
     if (isSameFolder) {
@@ -61,7 +62,7 @@ void FileListView::showRows(QList<FileListModel::Row> rows, const QString &folde
     m_dropRow = -1;
     m_model->setRows(std::move(rows));
     const int awaited = rowAt(m_pathToSelect, folder);
-    const int row = awaited >= 0 ? awaited : rowToChoose(folder);
+    const int row = awaited >= 0 ? awaited : rowToSelect(folder);
     m_folder = folder;
     doItemsLayout(); // now, so that the range to scroll in is the new one
     QItemSelection selection;
@@ -84,7 +85,7 @@ void FileListView::showRows(QList<FileListModel::Row> rows, const QString &folde
     emit selectedRowsChanged();
 }
 
-void FileListView::chooseEntry(const QString &path)
+void FileListView::selectEntry(const QString &path)
 {
     const int row = rowAt(path, m_folder);
     // Another current row would end the editing of a name.
@@ -109,11 +110,11 @@ int FileListView::rowOf(const QString &name) const
     return found == rows.cend() ? -1 : static_cast<int>(found - rows.cbegin());
 }
 
-int FileListView::rowToChoose(const QString &folder) const
+int FileListView::rowToSelect(const QString &folder) const
 {
     QString name;
     if (folder == m_folder) {
-        name = m_chosenName;
+        name = m_currentName;
     } else {
         const QString prefix = folder.endsWith(u'/') ? folder : folder + u'/';
         if (m_folder.startsWith(prefix))
@@ -124,7 +125,7 @@ int FileListView::rowToChoose(const QString &folder) const
         return found;
     const int last = m_model->rowCount() - 1;
     if (folder == m_folder)
-        return std::min(m_chosenRow, last); // the entry was deleted: its neighbor
+        return std::min(m_currentRow, last); // the entry was deleted: its neighbor
     // Keyboard users continue from the first row.
     return hasFocus() ? std::min(0, last) : -1;
 }

@@ -3,7 +3,6 @@
 #include "ui/browser/FileListModel.h"
 
 #include <QListView>
-#include <QSet>
 
 #include <functional>
 #include <memory>
@@ -29,7 +28,7 @@ public:
     /// one is selected. Not while a name is edited: the owner waits for editingEnded.
     void showRows(QList<FileListModel::Row> rows, const QString &folder);
     /// Selects the entry at \p path, now or as soon as it is listed.
-    void chooseEntry(const QString &path);
+    void selectEntry(const QString &path);
     /// Opens \p menu at the current row or at the click, as it was requested. It is deleted when it
     /// is closed.
     void openMenu(QMenu *menu);
@@ -88,7 +87,7 @@ protected:
     void closeEditor(QWidget *editor, QAbstractItemDelegate::EndEditHint hint) override;
 
 private:
-    [[nodiscard]] int rowToChoose(const QString &folder) const;
+    [[nodiscard]] int rowToSelect(const QString &folder) const;
     [[nodiscard]] int rowOf(const QString &name) const;
     [[nodiscard]] int rowAt(const QString &path, const QString &folder) const;
     [[nodiscard]] QPixmap dragPixmap() const;
@@ -96,9 +95,9 @@ private:
     FileRowDelegate *m_delegate;
     FileListModel *m_model;
     QString m_folder;
-    QString m_chosenName;
-    int m_chosenRow = -1;
-    /// The path given to chooseEntry that is not shown yet.
+    QString m_currentName;
+    int m_currentRow = -1;
+    /// The path given to selectEntry that is not shown yet.
     QString m_pathToSelect;
     std::function<std::unique_ptr<QMimeData>()> m_makeDragData;
     int m_dropRow = -1;

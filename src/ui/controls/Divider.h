@@ -4,7 +4,7 @@
 
 namespace Korvane {
 
-/// A line of one point in the separator color.
+/// A line of one pixel in the separator color.
 class Divider final : public QWidget
 {
     Q_OBJECT

@@ -12,7 +12,7 @@ class ProgressIndicator final : public QWidget
     Q_OBJECT
 
 public:
-    /// \p size is in points.
+    /// \p size is in device-independent pixels.
     explicit ProgressIndicator(int size, QWidget *parent = nullptr);
 
 protected:

@@ -13,7 +13,7 @@ class SymbolView final : public QWidget
     Q_OBJECT
 
 public:
-    /// \p size in points.
+    /// \p size is in device-independent pixels.
     SymbolView(const QString &symbol, Theme::Role role, int size, QWidget *parent = nullptr);
 
 protected:

@@ -6,7 +6,6 @@
 
 #include <QComboBox>
 #include <QHBoxLayout>
-#include <QLineEdit>
 
 #include <algorithm>
 

@@ -91,11 +91,12 @@ TranscriptView::TranscriptView(const ShellTranscript &transcript, QWidget *paren
     connect(&transcript, &ShellTranscript::trimmed, this, &TranscriptView::removeOldest);
     connect(&transcript, &ShellTranscript::cleared, this, &TranscriptView::reset);
 
-    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &TranscriptView::noteScrolling);
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this,
+            &TranscriptView::updateFollowsEnd);
     // QPlainTextEdit scrolls to the cursor without a signal of the scroll bar.
     connect(this, &QPlainTextEdit::updateRequest, this, [this](const QRect &, int scrolledBy) {
         if (scrolledBy != 0)
-            noteScrolling();
+            updateFollowsEnd();
     });
     connect(verticalScrollBar(), &QScrollBar::rangeChanged, this, [this](int, int maximum) {
         // The rows of a wrapped line are counted only when it is about to be painted.
@@ -107,8 +108,7 @@ TranscriptView::TranscriptView(const ShellTranscript &transcript, QWidget *paren
     connect(&m_scroll, &QVariantAnimation::valueChanged, this, [this](const QVariant &progress) {
         const QScopedValueRollback guard(m_isAdjusting, true);
         QScrollBar *bar = verticalScrollBar();
-        const int from = m_scroll.property("from").toInt();
-        bar->setValue(from + qRound((bar->maximum() - from) * progress.toReal()));
+        bar->setValue(m_scrollStart + qRound((bar->maximum() - m_scrollStart) * progress.toReal()));
     });
     m_scroll.setStartValue(0.0);
     m_scroll.setEndValue(1.0);
@@ -170,7 +170,7 @@ void TranscriptView::copyMore()
         && bar->maximum() - bar->value() <= bar->pageStep()) {
         if (m_scroll.state() == QAbstractAnimation::Running)
             return;
-        m_scroll.setProperty("from", bar->value());
+        m_scrollStart = bar->value();
         m_scroll.setDuration(std::min(duration, 150));
         m_scroll.start();
     } else {
@@ -203,7 +203,7 @@ void TranscriptView::copyNextPiece()
     }
 }
 
-void TranscriptView::noteScrolling()
+void TranscriptView::updateFollowsEnd()
 {
     const int value = verticalScrollBar()->value();
     const bool isDown = value > std::exchange(m_scrolledTo, value);

@@ -66,7 +66,7 @@ private:
     void reset();
     void copyMore();
     void copyNextPiece();
-    void noteScrolling();
+    void updateFollowsEnd();
     void scrollToEnd();
     void applyTheme();
     void removeOldest(qsizetype lines, qsizetype characters);
@@ -82,6 +82,7 @@ private:
     QTextCursor m_linkCursor; // at the last link of followNextLink; null before the first
     QTimer m_copyTimer;
     QVariantAnimation m_scroll;
+    int m_scrollStart = 0; // value of the scroll bar when the animation began
 
     // How much of the transcript is in the document.
     qsizetype m_line = 0;   // index of the line that is copied next

@@ -19,8 +19,8 @@ namespace {
 constexpr qsizetype floodCharacters = 65'536;
 constexpr int manyBlocks = 20'000;
 
-// A line starts in a block that has room for so many of its characters: at the end of a block
-// within a line, the view starts a row where the program printed no line end.
+// A line is added to a block only where this many of its characters have room. The rest of a line
+// that does not fit begins a new row of the view, where the program printed no line end.
 constexpr qsizetype roomForLine = 500;
 
 // Blocks at the end that keep their layout. The others are laid out again when they are shown.
@@ -109,7 +109,8 @@ TranscriptWriter::~TranscriptWriter()
 {
     writePending();
     m_cursor.endEditBlock();
-    // The layout reports a new number of lines only where it is not the one that was set.
+    // After setLineCount the layout finds the count unchanged, and does not report the new size of
+    // the document itself.
     QAbstractTextDocumentLayout *layout = m_document.documentLayout();
     if (m_hasSetLines)
         emit layout->documentSizeChanged(layout->documentSize());

@@ -25,10 +25,12 @@ Announcer::Announcer(AppState &state, QWidget *parent)
         if (m_state.isRunning())
             m_isLocalRun = !m_state.link().connectionState().isConnected();
         else if (std::exchange(m_isLocalRun, false))
-            announceEndOfRun(false);
+            announceEndOfRun();
     });
-    connect(&state.programRun(), &ProgramRun::deviceProgramRunningChanged, this,
-            [this] { announceEndOfRun(m_state.programRun().deviceProgramRunning()); });
+    connect(&state.programRun(), &ProgramRun::deviceProgramRunningChanged, this, [this] {
+        if (!m_state.programRun().deviceProgramRunning())
+            announceEndOfRun();
+    });
 }
 
 void Announcer::announce(const QString &text)
@@ -59,10 +61,9 @@ void Announcer::announcePause()
     m_wasPaused = line.has_value();
 }
 
-void Announcer::announceEndOfRun(bool isRunning)
+void Announcer::announceEndOfRun()
 {
-    if (!isRunning)
-        announce(tr("Run finished"));
+    announce(tr("Run finished"));
 }
 
 } // namespace Korvane

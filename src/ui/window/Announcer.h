@@ -24,7 +24,7 @@ private:
     void announce(const QString &text);
     void announceConnection();
     void announcePause();
-    void announceEndOfRun(bool isRunning);
+    void announceEndOfRun();
 
     AppState &m_state;
     bool m_wasConnected = false;

@@ -75,17 +75,17 @@ ContentView::ContentView(AppState &state, QWidget *parent)
     , m_sidebar(new SidebarView(state, *m_commands))
     , m_editorArea(new EditorArea(state, *m_commands))
     , m_bottomPane(new BottomPane(state, *m_commands))
-    , m_menus(new AppCommands(state, *m_commands, m_editorArea->editor(), *this))
-    , m_tools(new WindowCommands(state, *m_commands, m_editorArea->editor(), *this))
+    , m_appCommands(new AppCommands(state, *m_commands, m_editorArea->editor(), *this))
+    , m_windowCommands(new WindowCommands(state, *m_commands, m_editorArea->editor(), *this))
 {
     setObjectName(QStringLiteral("contentView"));
     setAccessibleName(QGuiApplication::applicationDisplayName()); // in place of the title
-    addToolBar(new IDEToolbar(state, *m_commands, m_menus->portsMenu()));
+    addToolBar(new IDEToolbar(state, *m_commands, m_appCommands->portsMenu()));
     connectTabs();
     connectFocus();
     CodeEditorView *editor = &m_editorArea->editor();
     QAction *runPiece = (*m_commands)[Actions::RunPiece];
-    // In the Shell the key ends a line, in the find bar it finds the previous place.
+    // In the Shell the key ends a line, in the find bar it finds the previous match.
     runPiece->setShortcutContext(Qt::WidgetShortcut);
     editor->addAction(runPiece);
     connect(runPiece, &QAction::triggered, this, &ContentView::runPiece);
@@ -152,12 +152,12 @@ void ContentView::showShell()
 
 QMenu &ContentView::fileMenu()
 {
-    return m_menus->fileMenu();
+    return m_appCommands->fileMenu();
 }
 
 QMenu &ContentView::viewMenu()
 {
-    return m_menus->viewMenu();
+    return m_appCommands->viewMenu();
 }
 
 void ContentView::connectTabs()
@@ -208,7 +208,7 @@ bool ContentView::eventFilter(QObject *watched, QEvent *event)
     if (event->type() == QEvent::Wheel) {
         const auto *wheel = static_cast<QWheelEvent *>(event);
         if (wheel->modifiers() == Qt::ControlModifier) {
-            m_tools->turnWheel(wheel->angleDelta().y());
+            m_windowCommands->turnWheel(wheel->angleDelta().y());
             return true;
         }
     }
@@ -271,7 +271,7 @@ QCoro::Task<void> ContentView::closeWhenWritten()
     co_await m_state.saving().finished();
     if (!self)
         co_return;
-    bool mayClose = co_await m_state.closing().mayEnd();
+    bool mayClose = co_await m_state.closing().prepareEnd();
     if (!self)
         co_return;
     progress->setLabelText(tr("Stopping the transfer…"));

@@ -62,8 +62,8 @@ private:
     SidebarView *m_sidebar;
     EditorArea *m_editorArea;
     BottomPane *m_bottomPane;
-    AppCommands *m_menus;
-    WindowCommands *m_tools;
+    AppCommands *m_appCommands;
+    WindowCommands *m_windowCommands;
     PaneCommands *m_panes;
 };
 

@@ -19,7 +19,7 @@ public:
     /// \p state must outlive this.
     explicit EditorTabStrip(AppState &state, QWidget *parent = nullptr);
 
-    /// Closes the selected tab as DocumentSaver::close does, which may ask about unsaved edits.
+    /// Closes the selected tab as DocumentCloser::close does, which may ask about unsaved edits.
     void closeSelected();
     /// Selects the tab that is \p tabs to the right, continuing at the other end.
     void step(int tabs);

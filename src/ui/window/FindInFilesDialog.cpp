@@ -4,7 +4,6 @@
 #include "base/DisplayPath.h"
 #include "base/VisibleText.h"
 #include "editor/CodeEditorView.h"
-#include "ui/controls/ElidedLabel.h"
 #include "ui/window/LocalFileOpening.h"
 
 #include <QCheckBox>
@@ -163,7 +162,7 @@ void FindInFilesDialog::finish(const FileSearch::Outcome &outcome)
     else if (outcome.isCanceled)
         m_status->setText(
             tr("Stopped. Places: %1; files searched: %2").arg(places).arg(outcome.files));
-    else if (outcome.isCut)
+    else if (outcome.hasReachedLimit)
         m_status->setText(tr("The first %1 places; there may be more").arg(places));
     else if (places == 0)
         m_status->setText(tr("Not found; files searched: %1").arg(outcome.files));

@@ -139,7 +139,7 @@ void KorvaneApp::makeWindow()
 void KorvaneApp::makeWorkspace()
 {
     m_workspace = std::make_unique<Workspace>(m_state, WorkspaceFile::defaultPath());
-    m_workspace->setCollector([this] {
+    m_workspace->setViewStateWriter([this] {
         if (m_window)
             m_window->editor().keepViewState();
     });

@@ -50,15 +50,15 @@ void PreferenceEffects::setEditorAids()
 void PreferenceEffects::setEditorFont()
 {
     m_window.findChild<CodeEditorView *>()->setFont(
-        m_zoom->applied(Theme::monospacedFont(m_preferences.text(Preferences::EditorFont),
-                                              m_preferences.number(Preferences::EditorFontSize))));
+        m_zoom->zoomed(Theme::monospacedFont(m_preferences.text(Preferences::EditorFont),
+                                             m_preferences.number(Preferences::EditorFontSize))));
 }
 
 void PreferenceEffects::setShellFont()
 {
     const QFont font =
-        m_zoom->applied(Theme::monospacedFont(m_preferences.text(Preferences::ShellFont),
-                                              m_preferences.number(Preferences::ShellFontSize)));
+        m_zoom->zoomed(Theme::monospacedFont(m_preferences.text(Preferences::ShellFont),
+                                             m_preferences.number(Preferences::ShellFontSize)));
     m_window.findChild<TranscriptView *>()->setFont(font);
     m_window.findChild<ShellInput *>()->setFont(font);
 }

@@ -23,7 +23,7 @@ void TextZoom::step(int steps)
     setPercent(m_percent + steps * stepPercent);
 }
 
-QFont TextZoom::applied(QFont font) const
+QFont TextZoom::zoomed(QFont font) const
 {
     if (font.pixelSize() > 0)
         font.setPixelSize(std::max(1, qRound(font.pixelSize() * m_percent / 100.0)));

@@ -23,7 +23,7 @@ public:
     /// Changes the zoom by \p steps times 10 % of the standard size; negative steps reduce it.
     void step(int steps);
     /// \p font in the zoomed size.
-    [[nodiscard]] QFont applied(QFont font) const;
+    [[nodiscard]] QFont zoomed(QFont font) const;
 
 signals:
     void changed();
