@@ -8,6 +8,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace Korvane {
@@ -22,16 +23,16 @@ constexpr qsizetype shownBefore = 60;
 constexpr qsizetype shownText = 200;
 constexpr qsizetype binaryProbe = 8'000;
 
-/// Empty when the file is not UTF-8 text, is too large or cannot be read.
-QString readText(const QString &path)
+/// Nothing when the file is not UTF-8 text, is too large or cannot be read.
+std::optional<QString> readText(const QString &path)
 {
     if (QFileInfo(path).size() > FileSearch::maxFileBytes)
-        return {};
+        return std::nullopt;
     const auto bytes = LocalFile::read(path); // fails for pipes and devices
     if (!bytes || bytes->first(std::min(bytes->size(), binaryProbe)).contains('\0'))
-        return {};
+        return std::nullopt;
     if (!QByteArrayView(*bytes).isValidUtf8())
-        return {};
+        return std::nullopt;
     return DocumentText::fromFile(QString::fromUtf8(*bytes)).content;
 }
 
@@ -83,9 +84,11 @@ void FileSearch::Step::searchNextFile()
     const auto open = edited.isEmpty()
         ? edited.constEnd()
         : edited.constFind(DocumentPlace::local(path).resolved().canonicalPath);
-    const QString text = open == edited.constEnd() ? readText(path) : *open;
+    const auto text = open == edited.constEnd() ? readText(path) : *open;
+    if (!text)
+        return;
     ++outcome.files;
-    auto places = hitsIn(path, text, search);
+    auto places = hitsIn(path, *text, search);
     if (!places) {
         outcome.error = places.error().message;
         return;

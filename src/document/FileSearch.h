@@ -36,7 +36,7 @@ public:
     };
     struct Outcome
     {
-        int files = 0; // that were visited, also those left out as not text or too large
+        int files = 0;                // whose text was searched
         bool hasReachedLimit = false; // ended at maxHits
         bool isCanceled = false;
         QString error; // of the regular expression; empty without one
