@@ -119,8 +119,12 @@ private slots:
             emit field->lineEdit()->editingFinished();
         };
         QTRY_VERIFY(field->count() > 0 && field->currentText().isEmpty());
-        enter(fixture.folder.path());
-        QTRY_VERIFY(fixture.find<QLabel>("interpreterProblem")->isVisible());
+        auto *problem = fixture.find<QLabel>("interpreterProblem");
+        for (const QString &other : {fixture.folder.path(), u"/bin/true"_s}) {
+            problem->hide();
+            enter(other);
+            QTRY_VERIFY(problem->isVisible());
+        }
         QVERIFY(fixture.preferences().isDefault(Preferences::Interpreter));
         enter(fixture.folder.filePath(u"env"_s));
         QTRY_COMPARE(fixture.state().runner().findPython(), link);

@@ -9,6 +9,7 @@
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QProcess>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -16,6 +17,20 @@
 #include <utility>
 
 namespace Korvane {
+
+namespace {
+
+/// Whether the program at \p path is a Python 3. Runs it, for five seconds at most.
+bool isPython3(const QString &path)
+{
+    QProcess python;
+    python.start(path,
+                 {QStringLiteral("-I"), QStringLiteral("-c"),
+                  QStringLiteral("import sys; print(sys.version_info[0])")});
+    return python.waitForFinished(5'000) && python.readAllStandardOutput().trimmed() == "3";
+}
+
+} // namespace
 
 InterpreterField::InterpreterField(AppState &state, QWidget *parent)
     : QWidget(parent)
@@ -35,7 +50,7 @@ InterpreterField::InterpreterField(AppState &state, QWidget *parent)
     auto *browseButton = new QPushButton(tr("Choose…"));
     browseButton->setAutoDefault(false);
     m_problem->setObjectName(QStringLiteral("interpreterProblem"));
-    m_problem->setText(tr("There is no Python at this path."));
+    m_problem->setText(tr("There is no Python 3 at this path."));
     m_problem->hide();
     auto *row = new QHBoxLayout;
     row->addWidget(m_path, 1);
@@ -98,7 +113,8 @@ QCoro::Task<void> InterpreterField::choose(QString path)
 {
     path = path.trimmed();
     const std::function<bool()> look = [path] {
-        return path.isEmpty() || !PythonRunner::pythonAt(path).isEmpty();
+        const QString python = PythonRunner::pythonAt(path);
+        return path.isEmpty() || (!python.isEmpty() && isPython3(python));
     };
     const auto isPython = co_await m_background.run(look);
     if (!isPython || path != m_path->currentText().trimmed())

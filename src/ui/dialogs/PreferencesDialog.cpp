@@ -162,7 +162,8 @@ void PreferencesDialog::addDocumentSection()
     addFlag(tr("Keep unsaved edits in recovery files"), Preferences::KeepRecoveryFiles,
             tr("They are kept after a crash and when the program ends: View › Unsaved Files."));
     addFlag(tr("Ask before closing a tab with unsaved edits"), Preferences::AskBeforeClosing,
-            tr("Otherwise it closes at once, and its edits are in View › Unsaved Files."));
+            tr("Otherwise it closes at once, and its edits are in View › Unsaved Files. Without "
+               "recovery files, Korvane asks in any case."));
 }
 
 void PreferencesDialog::addRunSection()
