@@ -122,6 +122,8 @@ private slots:
         fixture.click("Variables");
         fixture.state().shell().appendInfo(u"no error"_s);
         QVERIFY(!seesShell());
+        fixture.state().shell().appendOutput(u"1"_s);
+        QCOMPARE(tab->accessibleDescription(), u"New output"_s);
         fixture.press(Qt::Key_F8);
         fixture.press(Qt::Key_Y, Qt::ControlModifier); // without a board
         QVERIFY(seesShell());

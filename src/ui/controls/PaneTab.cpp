@@ -1,7 +1,5 @@
 #include "ui/controls/PaneTab.h"
 
-#include "theme/Theme.h"
-
 #include <QStyleOptionToolButton>
 #include <QStylePainter>
 
@@ -33,9 +31,10 @@ void PaneTab::setSemiboldWhenChecked()
     m_isSemiboldWhenChecked = true;
 }
 
-void PaneTab::setMark(const QString &description)
+void PaneTab::setMark(const QString &description, Theme::Role color)
 {
     setAccessibleDescription(description);
+    m_markColor = color;
     update();
 }
 
@@ -49,11 +48,11 @@ void PaneTab::paintEvent(QPaintEvent *)
         option.fontMetrics = QFontMetrics(option.font);
     }
     painter.drawComplexControl(QStyle::CC_ToolButton, option);
-    if (accessibleDescription().isEmpty())
+    if (!hasMark())
         return;
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(Theme::of(palette()).color(Theme::Role::Red));
+    painter.setBrush(Theme::of(palette()).color(m_markColor));
     painter.drawEllipse(width() - markSize - markMargin, markMargin, markSize, markSize);
 }
 

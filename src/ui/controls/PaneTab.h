@@ -1,5 +1,7 @@
 #pragma once
 
+#include "theme/Theme.h"
+
 #include <QToolButton>
 
 namespace Korvane {
@@ -14,15 +16,17 @@ public:
 
     /// Paints the text in semibold while the tab is checked. The tab keeps its width.
     void setSemiboldWhenChecked();
-    /// Marks the tab with a red dot, and with \p description for assistive programs. Empty removes
-    /// the mark.
-    void setMark(const QString &description);
+    /// Marks the tab with a dot of \p color, and with \p description for assistive programs. Empty
+    /// removes the mark.
+    void setMark(const QString &description, Theme::Role color = Theme::Role::Accent);
+    [[nodiscard]] bool hasMark() const { return !accessibleDescription().isEmpty(); }
 
 protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
     bool m_isSemiboldWhenChecked = false;
+    Theme::Role m_markColor = Theme::Role::Accent;
 };
 
 } // namespace Korvane

@@ -60,9 +60,20 @@ BottomPane::BottomPane(AppState &state, const Actions &actions, QWidget *parent)
     connect(&state, &AppState::bottomTabChanged, this, &BottomPane::showTab);
     const ShellTranscript &shell = state.shell();
     connect(&shell, &ShellTranscript::lineAppended, this, [this, &shell](qsizetype index) {
-        if (shell.replLines().at(index).kind == REPLLine::Kind::Error)
+        const REPLLine::Kind kind = shell.replLines().at(index).kind;
+        if (kind == REPLLine::Kind::Error)
             showError();
+        else if (kind == REPLLine::Kind::Output)
+            markOutput();
     });
+    connect(&shell, &ShellTranscript::outputExtended, this, &BottomPane::markOutput);
+    connect(&state.runner(), &PythonRunner::waitingForInputChanged, this, [this] {
+        if (m_state.runner().isWaitingForInput())
+            showShell();
+    });
+    // Its variables are gone, and the Shell says what happened.
+    connect(&state.link(), &DeviceLink::lost, this,
+            [this] { m_state.setBottomTab(AppState::BottomTab::Shell); });
     connect(&shell, &ShellTranscript::cleared, m_shellTab, [this] { m_shellTab->setMark({}); });
     connect(&state.debugSession(), &DebugSession::paused, this, [this] {
         if (m_state.bottomTab() != AppState::BottomTab::Variables)
@@ -88,15 +99,27 @@ void BottomPane::followTraceback()
 void BottomPane::showError()
 {
     const bool belongsToUser = isForUser();
-    if (belongsToUser)
-        emit errorForUser();
-    if (m_state.bottomTab() == AppState::BottomTab::Shell)
-        return;
     // At a stop of the debugger the variables are what the user looks at.
-    if (belongsToUser && !m_state.debugSession().pausedAt())
-        m_state.setBottomTab(AppState::BottomTab::Shell);
-    else
-        m_shellTab->setMark(tr("New error"));
+    if (belongsToUser && !m_state.debugSession().pausedAt()) {
+        showShell();
+        return;
+    }
+    if (belongsToUser)
+        emit shellNeeded();
+    if (m_state.bottomTab() != AppState::BottomTab::Shell)
+        m_shellTab->setMark(tr("New error"), Theme::Role::Red);
+}
+
+void BottomPane::showShell()
+{
+    emit shellNeeded();
+    m_state.setBottomTab(AppState::BottomTab::Shell);
+}
+
+void BottomPane::markOutput()
+{
+    if (m_state.bottomTab() != AppState::BottomTab::Shell && !m_shellTab->hasMark())
+        m_shellTab->setMark(tr("New output"));
 }
 
 /// Whether an error that is reported now belongs to an action of the user. During a call of the

@@ -29,14 +29,17 @@ public:
     void followTraceback();
 
 signals:
-    /// The Shell has an error for the user, who must see this pane.
-    void errorForUser();
+    /// The user must see the Shell: it has an error of theirs, or a program waits for input.
+    void shellNeeded();
 
 private:
     void showTab();
-    /// For an error of the user emits errorForUser and shows the Shell, but not at a stop of the
+    /// For an error of the user emits shellNeeded and shows the Shell, but not at a stop of the
     /// debugger. Otherwise marks the Shell's tab while the Shell is hidden.
     void showError();
+    void showShell();
+    /// Marks the Shell's tab while the Shell is hidden and the tab has no mark.
+    void markOutput();
     [[nodiscard]] bool isForUser() const;
     [[nodiscard]] QWidget *makeHeader();
     [[nodiscard]] QWidget *makeAssistantIndicator();

@@ -123,7 +123,7 @@ ContentView::ContentView(AppState &state, QWidget *parent)
         connect((*m_commands)[page], &QAction::triggered, m_panes, &PaneCommands::showSidebar);
     connect(m_sidebar, &SidebarView::showRequested, m_panes, &PaneCommands::showSidebar);
     connect(&state, &AppState::runStarted, m_panes, &PaneCommands::showLowerPane);
-    connect(m_bottomPane, &BottomPane::errorForUser, m_panes, &PaneCommands::showLowerPane);
+    connect(m_bottomPane, &BottomPane::shellNeeded, m_panes, &PaneCommands::showLowerPane);
 
     setMinimumSize(QSize(560, 400).expandedTo(minimumSizeHint()));
     resize(QSize(1080, 740).boundedTo(screen()->availableSize() * 9 / 10));
