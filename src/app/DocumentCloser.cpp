@@ -13,6 +13,7 @@
 
 namespace Korvane {
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace {
@@ -45,11 +46,13 @@ QCoro::Task<void> DocumentCloser::close(QUuid id)
     if (!file || m_closing.contains(id))
         co_return;
     const bool isKept = !m_recovery || m_recovery->keepsEdits();
-    if (file->isModified() && isKept && !m_asksBeforeClosing()) {
+    // A file may have been deleted on purpose: its text is kept without a question.
+    const bool asks = file->isModified() ? m_asksBeforeClosing() || !isKept : !isKept;
+    if (file->isUnsaved() && !asks) {
         m_documents.closeKeepingEdits(id);
         co_return;
     }
-    if (file->isModified()) {
+    if (file->isUnsaved()) {
         const auto life = m_life.watch();
         const bool mayClose = co_await saveOrDiscard(id);
         if (!life || !mayClose)
@@ -60,10 +63,16 @@ QCoro::Task<void> DocumentCloser::close(QUuid id)
 
 QCoro::Task<bool> DocumentCloser::saveOrDiscard(QUuid id)
 {
+    const EditorFile &file = *m_documents.file(id);
     UserPrompts::Choice question;
-    question.title = QStringLiteral("Save the changes to “") + m_documents.file(id)->name()
-        + QStringLiteral("”?");
-    question.message = QStringLiteral("They are lost when the file is closed without saving.");
+    if (file.isModified()) {
+        question.title = QStringLiteral("Save the changes to “") + file.name() + u"”?"_s;
+        question.message = QStringLiteral("They are lost when the file is closed without saving.");
+    } else {
+        question.title = QStringLiteral("Save “") + file.name() + u"”?"_s;
+        question.message = QStringLiteral(
+            "Its file was deleted. The text is lost when it is closed without saving.");
+    }
     question.answers << UserPrompts::Answer{QStringLiteral("Save"), false}
                      << UserPrompts::Answer{QStringLiteral("Don’t Save"), true};
     const auto life = m_life.watch();
@@ -78,7 +87,7 @@ QCoro::Task<bool> DocumentCloser::saveOrDiscard(QUuid id)
     if (!life || !isSaved)
         co_return false;
     const EditorFile *saved = m_documents.file(id);
-    co_return saved && !saved->isModified(); // not edited meanwhile
+    co_return saved && !saved->isUnsaved(); // not edited meanwhile
 }
 
 bool DocumentCloser::mustPrepareEnd() const
@@ -130,7 +139,7 @@ QCoro::Task<bool> DocumentCloser::prepareEnd()
     }
     QList<QUuid> unsaved;
     for (const EditorFile *file : m_documents.openFiles()) {
-        if ((isUnwritten || losesEdits()) && file->isModified() && !m_closing.contains(file->id())
+        if ((isUnwritten || losesEdits()) && file->isUnsaved() && !m_closing.contains(file->id())
             && !abandoned.contains(file->id()))
             unsaved << file->id();
     }
@@ -150,7 +159,7 @@ bool DocumentCloser::losesEdits() const
     const auto &files = m_documents.openFiles();
     return m_recovery && !m_recovery->keepsEdits()
         && std::any_of(files.begin(), files.end(),
-                       [](const EditorFile *file) { return file->isModified(); });
+                       [](const EditorFile *file) { return file->isUnsaved(); });
 }
 
 } // namespace Korvane

@@ -33,15 +33,15 @@ public:
     };
 
     /// The references must outlive this. \p asksBeforeClosing returns whether to ask before a
-    /// document with edits that are not saved is closed. If not, it is closed with
-    /// OpenFiles::closeKeepingEdits.
+    /// document with edits that are not saved is closed. If not, and when only its file was
+    /// deleted, it is closed with OpenFiles::closeKeepingEdits.
     DocumentCloser(OpenFiles &documents, DocumentSaver &saver, UserPrompts &prompts,
                    std::function<bool()> asksBeforeClosing);
 
     /// Without it, edits count as kept.
     void setRecovery(Recovery recovery) { m_recovery = std::move(recovery); }
 
-    /// Closes a document; asks first when it has edits that are not saved. The task may be dropped.
+    /// Closes a document; asks first when its text would be lost. The task may be dropped.
     QCoro::Task<void> close(QUuid id);
     /// Whether prepareEnd() has something to write or to ask about.
     [[nodiscard]] bool mustPrepareEnd() const;

@@ -278,7 +278,7 @@ void Workspace::keepClosing(const QUuid &id)
         return;
     m_writeViewState();
     Closed closed{file->name(), describe(*file), {}, file->savedText()};
-    if (file->isModified() || file->place().kind == DocumentPlace::Kind::None)
+    if (file->isUnsaved() || file->place().kind == DocumentPlace::Kind::None)
         closed.text = file->text();
     m_closed << closed;
     if (m_closed.size() > maxClosed)

@@ -96,6 +96,12 @@ public:
 
     /// The text differs from what was last read or saved, or no saved text is known.
     [[nodiscard]] bool isModified() const { return m_isModified; }
+    /// The document's file does not hold the text: the document is modified, or its file was
+    /// deleted.
+    [[nodiscard]] bool isUnsaved() const
+    {
+        return m_isModified || m_fileChange == FileChange::Deleted;
+    }
     /// As OpenFiles::newFile() creates it: without text and place, and with an empty undo history.
     [[nodiscard]] bool isUntouched() const;
     /// What was last read or written at the document's place; nothing when it is unknown.

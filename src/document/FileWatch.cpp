@@ -131,6 +131,10 @@ void FileWatch::showDifference(EditorFile &file, const std::optional<QByteArray>
         file.setFileChange(EditorFile::FileChange::None);
         return;
     }
+    if (const DocumentText shown = file.text(); *held == shown.fileText().toUtf8()) {
+        file.setSavedText(shown);
+        return;
+    }
     const auto text = Utf8::decodeStrict(*held);
     if (text && !file.isModified())
         file.reload(DocumentText::fromFile(*text));

@@ -17,10 +17,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
-bool isUnsaved(const EditorFile &file)
+bool needsRecoveryFile(const EditorFile &file)
 {
     const bool hasNoPlace = file.place().kind == DocumentPlace::Kind::None;
-    return file.isModified() || (hasNoPlace && !file.content().isEmpty());
+    return file.isUnsaved() || (hasNoPlace && !file.content().isEmpty());
 }
 
 RecoveryCopy copyOf(const EditorFile &file)
@@ -29,6 +29,11 @@ RecoveryCopy copyOf(const EditorFile &file)
     if (const auto &saved = file.savedText())
         copy.savedText = saved->fileText();
     return copy;
+}
+
+std::optional<DocumentText> savedTextOf(const RecoveryCopy &copy)
+{
+    return copy.savedText ? std::optional(DocumentText::fromFile(*copy.savedText)) : std::nullopt;
 }
 
 QList<RecoveryFiles::Leftover> readLeftovers(const QString &folder)
@@ -136,7 +141,7 @@ bool RecoveryFiles::hasPending() const
 void RecoveryFiles::handleDocumentsChanged()
 {
     for (const EditorFile *file : m_documents.openFiles()) {
-        if (isUnsaved(*file) && !m_kept.contains(file->id()))
+        if (needsRecoveryFile(*file) && !m_kept.contains(file->id()))
             noteChange(file->id());
     }
     for (auto kept = m_kept.keyBegin(); kept != m_kept.keyEnd(); ++kept) {
@@ -148,7 +153,7 @@ void RecoveryFiles::handleDocumentsChanged()
 void RecoveryFiles::keepClosing(const QUuid &id)
 {
     const EditorFile *file = m_documents.file(id);
-    if (!file || !isUnsaved(*file))
+    if (!file || !needsRecoveryFile(*file))
         return;
     // A new name: the document may be closed again after it was opened from this recovery file.
     const QString name = QUuid::createUuid().toString(QUuid::WithoutBraces);
@@ -181,7 +186,7 @@ QList<RecoveryFiles::Change> RecoveryFiles::takeChanges()
     for (const QUuid &id : std::exchange(m_changed, {})) {
         const QString path = ownCopy(id);
         const EditorFile *file = m_documents.file(id);
-        if (file && isUnsaved(*file) && m_isKeeping)
+        if (file && needsRecoveryFile(*file) && m_isKeeping)
             changes.append({id, path, copyOf(*file), std::exchange(m_kept[id], {})});
         else if (m_kept.contains(id))
             changes.append({id, path, std::nullopt, m_kept.take(id)});
@@ -257,8 +262,8 @@ EditorFile &RecoveryFiles::openAgain(const RecoveryCopy &copy, const EditorFile 
 {
     const DocumentPlace place = other ? DocumentPlace() : copy.place;
     EditorFile *file = m_documents.file(m_documents.openUnsaved(copy.name, place, copy.fileText));
-    if (copy.savedText && !other)
-        file->setSavedText(DocumentText::fromFile(*copy.savedText));
+    if (!other)
+        file->setSavedText(savedTextOf(copy));
     return *file;
 }
 
@@ -303,11 +308,14 @@ QCoro::Task<void> RecoveryFiles::open(Leftover leftover)
         co_return;
     const std::function<std::optional<RecoveryCopy>()> read = [file = leftover.file] {
         auto copy = RecoveryCopy::read(file);
-        if (copy && copy->place.kind == DocumentPlace::Kind::Local) {
+        if (!copy)
+            return copy;
+        if (copy->place.kind == DocumentPlace::Kind::Local)
             copy->place = copy->place.resolved();
-            if (copy->isSaved())
-                copy->savedText = copy->fileText;
-        }
+        if (copy->isSaved())
+            copy->savedText = copy->fileText;
+        else if (copy->savedText == copy->fileText) // the file was deleted
+            copy->savedText.reset();
         return copy;
     };
     const auto result = co_await m_background.run(read);
@@ -323,6 +331,8 @@ QCoro::Task<void> RecoveryFiles::open(Leftover leftover)
     EditorFile *open = m_documents.fileAt(copy->place);
     if (open && !open->isModified()) {
         open->setContent(DocumentText::fromFile(copy->fileText).content);
+        // The file may have changed since the text was edited: saving compares it with this.
+        open->setSavedText(savedTextOf(*copy));
         m_documents.select(open->id());
     } else {
         open = &openAgain(*copy, open);

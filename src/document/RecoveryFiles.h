@@ -71,8 +71,8 @@ public:
     /// The latest first.
     [[nodiscard]] const QList<Leftover> &leftovers() const { return m_leftovers; }
     /// Opens it as a document with unsaved text and the saved text that was stored with it. If the
-    /// file is already open without edits, its document gets the text as an edit; if it has edits,
-    /// the text becomes a document that is not saved anywhere. The task may be dropped.
+    /// file is already open without edits, its document gets both, the text as an edit; if it has
+    /// edits, the text becomes a document that is not saved anywhere. The task may be dropped.
     QCoro::Task<void> open(Leftover leftover);
     /// Deletes the recovery files; a failure is reported in the Shell. The task may be dropped.
     QCoro::Task<void> discard(QList<Leftover> leftovers);

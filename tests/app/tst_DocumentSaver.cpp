@@ -182,6 +182,9 @@ private slots:
         QVERIFY(QFile::remove(path));
         watch.check();
         QTRY_COMPARE(fixture.file().fileChange(), EditorFile::FileChange::Deleted);
+        fixture.state->closing().setRecovery({.keepsEdits = [] { return false; }});
+        awaited(fixture.state->closing().close(fixture.file().id()));
+        QVERIFY(fixture.prompts.takeAsked().startsWith(u"Save “f.py”? | Its file was deleted."));
         fixture.save();
         QCOMPARE(bytesOf(path), "mine"_ba);
         QCOMPARE(fixture.file().fileChange(), EditorFile::FileChange::None);

@@ -121,7 +121,22 @@ private slots:
         awaited(third.copies.open(third.copies.leftovers().constFirst()));
         QCOMPARE(third.documents.openFiles().size(), 2);
         QCOMPARE(open.content(), u"mine"_s);
-        QCOMPARE(open.savedText()->content, u"theirs"_s);
+        QCOMPARE(open.savedText()->content, u"old"_s); // so that saving asks here, too
+    }
+
+    void keepsTheTextOfADeletedFile()
+    {
+        const DocumentPlace place = DocumentPlace::local(m_disk->filePath(u"gone.py"_s));
+        {
+            RecoveryFixture first(folder());
+            first.documents.open(u"gone.py"_s, place, u"last"_s);
+            first.documents.markDeleted(place);
+        }
+        RecoveryFixture second(folder());
+        QTRY_COMPARE(second.copies.leftovers().size(), 1);
+        awaited(second.copies.open(second.copies.leftovers().constFirst()));
+        const EditorFile *opened = second.documents.selectedFile();
+        QVERIFY(opened->isModified() && opened->content() == u"last");
     }
 
     void keepsTheLatestFiftyPrivateUntilTheyAreDiscarded()
